@@ -1,0 +1,13 @@
+# What every target of ours compiles with: all warnings, as errors.
+add_library(vorlin_warnings INTERFACE)
+target_compile_options(vorlin_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wnon-virtual-dtor
+    -Woverloaded-virtual -Wold-style-cast -Wcast-align -Wnull-dereference -Wimplicit-fallthrough
+    -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # A constructor's parameter may carry its member's name. g++ 12 reports null dereferences
+    # inside its own library when it inlines std::function.
+    target_compile_options(vorlin_warnings INTERFACE -Wshadow=local -Wno-null-dereference)
+else()
+    target_compile_options(vorlin_warnings INTERFACE -Wshadow)
+endif()

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "Async/Completion.h"
+#include "Ports/MainLoop.h"
+
+namespace vorlin
+{
+
+/// Suspends the awaiting task for `delay` on the loop's clock. Await it from the main loop.
+inline Completion<Done> sleepFor(MainLoop& loop, Duration delay)
+{
+    Completion<Done> elapsed;
+    loop.postAfter(delay, [completer = elapsed.completer()] { completer.complete({}); });
+    return elapsed;
+}
+
+} // namespace vorlin

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "Hotkey.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+
+namespace vorlin
+{
+
+/// The numbers are those of Quartz event types.
+enum class KeyEventType : std::uint32_t {
+    keyDown = 10,
+    keyUp = 11,
+    flagsChanged = 12,
+    tapDisabledByTimeout = 0xFFFFFFFE,
+    tapDisabledByUserInput = 0xFFFFFFFF,
+};
+
+/// One key event. Codes and flags are those of `Hotkey` on every desktop.
+struct KeyEvent {
+    /// Virtual key code; a modifier key's own code for `flagsChanged`.
+    std::int64_t keyCode = 0;
+    /// The modifiers held after the event, as event flags.
+    std::uint64_t flags = 0;
+    bool autorepeat = false;
+};
+
+/// What a tap will be asked to swallow, for display servers that must know beforehand.
+struct KeyInterest {
+    /// The dictation key, while the tap is watched.
+    std::optional<Hotkey> hotkey;
+    /// Escape, with any modifiers, while a dictation runs.
+    bool escape = false;
+
+    bool operator==(const KeyInterest&) const = default;
+};
+
+/// The keyboard of the whole desktop, before any program sees it. Main loop.
+class EventTap
+{
+public:
+    /// Answers whether to swallow the event. Called on the main loop; must be quick: the keyboard
+    /// may wait for it.
+    using Handler = std::function<bool(KeyEventType, const KeyEvent&)>;
+
+    virtual ~EventTap() = default;
+
+    /// Starts watching. Returns false when the platform does not allow it.
+    virtual bool start(Handler handler) = 0;
+
+    /// Stops watching and gives back whatever was grabbed. Safe when not running.
+    virtual void stop() = 0;
+
+    /// Goes on after the platform switched the tap off.
+    virtual void enable() = 0;
+
+    /// Tells what may be swallowed from now on. Lone modifiers are only ever watched.
+    virtual void setInterest(const KeyInterest& interest) = 0;
+};
+
+} // namespace vorlin

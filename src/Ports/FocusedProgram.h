@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+
+namespace vorlin
+{
+
+/// Where a program takes the text it pastes from.
+enum class PasteSource {
+    /// What the person copied.
+    clipboard,
+    /// What the person selected last; X11 only.
+    primarySelection,
+};
+
+/// What makes a program paste.
+struct PasteChord {
+    /// As in `Hotkey`.
+    std::uint16_t keyCode = 0;
+    /// As in `Hotkey`.
+    std::uint64_t modifiers = 0;
+    PasteSource source = PasteSource::clipboard;
+
+    bool operator==(const PasteChord&) const = default;
+};
+
+/// The program that has the keyboard focus.
+class FocusedProgram
+{
+public:
+    virtual ~FocusedProgram() = default;
+
+    /// The chord that pastes there; the desktop's usual one when the program is not known.
+    /// Main loop; returns within a few milliseconds.
+    virtual PasteChord pasteChord() = 0;
+};
+
+} // namespace vorlin

@@ -1,0 +1,26 @@
+#pragma once
+
+namespace vorlin
+{
+
+/// What the desktop allows this process. Main loop. The two questions are asked every 1.5 s and
+/// must cost nothing: answers are cached and kept by events.
+class Permissions
+{
+public:
+    virtual ~Permissions() = default;
+
+    /// May watch and post key events.
+    virtual bool isTrusted() const = 0;
+
+    /// May record from the microphone.
+    virtual bool microphoneGranted() const = 0;
+
+    /// Lets the platform ask the person for `isTrusted`, where it has such a question.
+    virtual void promptForTrust() = 0;
+
+    /// Lets the platform ask the person for the microphone, where it has such a question.
+    virtual void requestMicrophone() = 0;
+};
+
+} // namespace vorlin
