@@ -1,0 +1,139 @@
+#include "MIL/Execution/BufferPlan.h"
+
+#include <algorithm>
+#include <limits>
+#include <numeric>
+
+namespace vorlin::mil
+{
+
+namespace
+{
+
+constexpr std::size_t alignment = 64;
+
+struct Lifetime {
+    std::size_t first = 0;
+    std::size_t last = 0;
+};
+
+class Planner
+{
+public:
+    explicit Planner(const Graph& graph) : graph(graph)
+    {
+        const std::size_t count = graph.values.views.size();
+        plan.homes.resize(count);
+        root.resize(count);
+        std::iota(root.begin(), root.end(), std::size_t{0});
+        lifetimes.resize(count);
+    }
+
+    BufferPlan run()
+    {
+        findLifetimes();
+        placeInArena();
+        placeInSlots();
+        return std::move(plan);
+    }
+
+private:
+    struct Block {
+        std::size_t value;
+        std::size_t bytes;
+    };
+
+    void findLifetimes()
+    {
+        for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
+            const Node& node = graph.nodes[i];
+            for (const auto& ids : node.operands) {
+                for (ValueId id : ids) {
+                    lifetimes[root[id]].last = i;
+                }
+            }
+            for (ValueId id : node.outputs) {
+                lifetimes[id] = {i, i};
+                if (node.kind->nature == OperationKind::Nature::alias) {
+                    const ValueId source = node.operands.front().front();
+                    plan.homes[id] = {BufferPlan::Place::alias, source};
+                    root[id] = root[source];
+                    continue;
+                }
+                plan.homes[id].place =
+                    node.known ? BufferPlan::Place::arena : BufferPlan::Place::slot;
+            }
+        }
+        for (ValueId id : graph.outputIds) {
+            lifetimes[root[id]].last = graph.nodes.size();
+        }
+    }
+
+    bool overlap(std::size_t a, std::size_t b) const
+    {
+        return lifetimes[a].first <= lifetimes[b].last && lifetimes[b].first <= lifetimes[a].last;
+    }
+
+    /// Largest first, each at the lowest place that is free during its life.
+    void placeInArena()
+    {
+        std::vector<Block> blocks;
+        for (std::size_t id = 0; id < plan.homes.size(); ++id) {
+            if (plan.homes[id].place == BufferPlan::Place::arena) {
+                const std::size_t bytes = byteCount(graph.values.views[id].type);
+                blocks.push_back({id, (bytes + alignment - 1) / alignment * alignment});
+            }
+        }
+        std::stable_sort(blocks.begin(), blocks.end(),
+                         [](const Block& a, const Block& b) { return a.bytes > b.bytes; });
+        std::vector<Block> placed; // by offset
+        for (const Block& block : blocks) {
+            std::size_t offset = 0;
+            for (const Block& other : placed) {
+                const std::size_t at = plan.homes[other.value].index;
+                if (!overlap(block.value, other.value) || at + other.bytes <= offset) {
+                    continue;
+                }
+                if (at >= offset + block.bytes) {
+                    break;
+                }
+                offset = at + other.bytes;
+            }
+            plan.homes[block.value].index = offset;
+            plan.arenaBytes = std::max(plan.arenaBytes, offset + block.bytes);
+            const auto after = [&](const Block& b) { return plan.homes[b.value].index > offset; };
+            placed.insert(std::find_if(placed.begin(), placed.end(), after), block);
+        }
+    }
+
+    void placeInSlots()
+    {
+        std::vector<std::size_t> freeFrom; // by slot, the first node that may take it
+        for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
+            for (ValueId id : graph.nodes[i].outputs) {
+                if (plan.homes[id].place != BufferPlan::Place::slot) {
+                    continue;
+                }
+                const auto slot = std::find_if(freeFrom.begin(), freeFrom.end(),
+                                               [&](std::size_t from) { return from <= i; });
+                plan.homes[id].index = static_cast<std::size_t>(slot - freeFrom.begin());
+                if (slot == freeFrom.end()) {
+                    freeFrom.push_back(0);
+                }
+                freeFrom[plan.homes[id].index] = lifetimes[id].last + 1;
+            }
+        }
+        plan.slots = freeFrom.size();
+    }
+
+    const Graph& graph;
+    BufferPlan plan;
+    std::vector<std::size_t> root; // the value whose bytes an alias shows
+    std::vector<Lifetime> lifetimes;
+};
+
+} // namespace
+
+BufferPlan planBuffers(const Graph& graph) { return Planner(graph).run(); }
+
+} // namespace vorlin::mil

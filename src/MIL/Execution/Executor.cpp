@@ -1,0 +1,211 @@
+#include "MIL/Execution/Executor.h"
+
+#include "MIL/Error.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+namespace vorlin::mil
+{
+
+namespace
+{
+
+constexpr std::size_t alignment = 64;
+
+} // namespace
+
+std::byte* ZeroedBytes::ensure(std::size_t bytes)
+{
+    if (data == nullptr || bytes > capacity) {
+        // Large blocks come from calloc untouched, so that unused parts cost nothing; the block
+        // holds its own start in front of the aligned part.
+        data.reset();
+        capacity = 0;
+        void* const block = std::calloc(1, bytes + 2 * alignment);
+        if (block == nullptr) {
+            throw std::bad_alloc();
+        }
+        auto* const start = static_cast<std::byte*>(block) + alignment;
+        const auto address = reinterpret_cast<std::uintptr_t>(start);
+        std::byte* const aligned = start + (alignment - address % alignment) % alignment;
+        std::memcpy(aligned - sizeof(void*), &block, sizeof(void*));
+        data.reset(aligned);
+        capacity = bytes;
+    }
+    return data.get();
+}
+
+void ZeroedBytes::Release::operator()(std::byte* aligned) const
+{
+    void* block = nullptr;
+    std::memcpy(&block, aligned - sizeof(void*), sizeof(void*));
+    std::free(block);
+}
+
+Executor::Executor(const Graph& graph, const Settings& settings)
+    : graph(graph), settings(settings), plan(planBuffers(graph)), values(graph.values),
+      pool(WorkerPool::shared())
+{
+    if (plan.arenaBytes > settings.largestBuffers) {
+        throw Error("the program needs " + std::to_string(plan.arenaBytes >> 20) +
+                    " MiB of buffers, more than allowed");
+    }
+    slots.resize(plan.slots);
+    for (const Feature& state : graph.states) {
+        const std::size_t bytes = byteCount(state.type);
+        if (bytes > settings.largestBuffers) {
+            throw Error("the state '" + state.name + "' is too large");
+        }
+        states.emplace_back(std::max<std::size_t>(bytes, 1));
+    }
+    for (std::size_t i = 0; i < states.size(); ++i) {
+        values.views[graph.stateIds[i]].data = states[i].data();
+    }
+    execution = {.pool = pool.get(),
+                 .threads = std::max<std::size_t>(settings.threads, 1),
+                 .stop = {},
+                 .referenceKernels = settings.referenceKernels,
+                 .scratch = &scratch};
+}
+
+const TensorView& Executor::output(std::size_t position) const
+{
+    return values.views[graph.outputIds[position]];
+}
+
+void Executor::resetStates()
+{
+    for (std::vector<std::byte>& state : states) {
+        std::fill(state.begin(), state.end(), std::byte{0});
+    }
+}
+
+std::size_t Executor::heldBytes() const
+{
+    std::size_t sum = arena.size() + scratch.size();
+    for (const ZeroedBytes& slot : slots) {
+        sum += slot.size();
+    }
+    for (const std::vector<std::byte>& state : states) {
+        sum += state.size();
+    }
+    return sum;
+}
+
+void Executor::run(std::span<const TensorView> inputs, const std::stop_token& stop)
+{
+    execution.stop = stop;
+    arena.ensure(plan.arenaBytes + alignment);
+    static constexpr std::byte nothing[alignment] = {};
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        TensorView& view = values.views[graph.inputIds[i]];
+        view = inputs[i];
+        if (view.data == nullptr) {
+            view.data = nothing; // an empty tensor is known, too
+        }
+    }
+    for (const Node& node : graph.nodes) {
+        if (stop.stop_requested()) {
+            throw Stopped();
+        }
+        const auto start = timing ? std::chrono::steady_clock::now()
+                                  : std::chrono::steady_clock::time_point();
+        try {
+            runNode(node);
+        } catch (const Error& error) {
+            throw Error("model.mil:" + std::to_string(node.line) + ": " + error.what());
+        }
+        if (timing) {
+            OperationTime& entry = timeByKind[std::string(node.kind->name)];
+            ++entry.calls;
+            entry.time += std::chrono::steady_clock::now() - start;
+        }
+    }
+}
+
+void Executor::runNode(const Node& node)
+{
+    using Nature = OperationKind::Nature;
+    if (!node.known) {
+        inferOutputs(node);
+    }
+    if (node.kind->nature == Nature::alias) {
+        values.views[node.outputs.front()].data =
+            values.views[node.operands.front().front()].data;
+        return;
+    }
+    place(node);
+    if (node.kind->nature == Nature::readsState || node.kind->nature == Nature::writesState) {
+        transferState(node);
+        return;
+    }
+    node.kind->run({*node.kind, node.operands, graph.opset, values, outputs, execution});
+}
+
+/// Shapes that only this prediction knows.
+void Executor::inferOutputs(const Node& node)
+{
+    inferred.clear();
+    node.kind->infer({*node.kind, node.operands, graph.opset, values, {}, execution}, inferred);
+    if (inferred.size() != node.outputs.size()) {
+        throw Error("operation '" + std::string(node.kind->name) + "' has " +
+                    std::to_string(inferred.size()) + " outputs");
+    }
+    for (std::size_t i = 0; i < inferred.size(); ++i) {
+        const ValueId id = node.outputs[i];
+        const std::string wrong = disagreement(graph.values.views[id].type, inferred[i]);
+        if (!wrong.empty() && !graph.slipped[id] && node.kind->name != "select" &&
+            node.kind->name != "matmul") {
+            throw Error("an output " + wrong);
+        }
+        values.views[id].type = inferred[i];
+    }
+}
+
+void Executor::place(const Node& node)
+{
+    outputs.clear();
+    for (ValueId id : node.outputs) {
+        TensorView& view = values.views[id];
+        std::byte* const data = home(id, byteCount(view.type));
+        view.data = data;
+        outputs.push_back({view.type, data});
+    }
+}
+
+std::byte* Executor::home(ValueId id, std::size_t bytes)
+{
+    const BufferPlan::Home& where = plan.homes[id];
+    if (where.place == BufferPlan::Place::arena) {
+        return arena.ensure(0) + where.index;
+    }
+    if (bytes > settings.largestBuffers) {
+        throw Error("a buffer of " + std::to_string(bytes >> 20) + " MiB is more than allowed");
+    }
+    return slots[where.index].ensure(std::max<std::size_t>(bytes, alignment));
+}
+
+void Executor::transferState(const Node& node)
+{
+    // The state is the operand `input`, which stands first in both signatures.
+    const ValueId id = node.operands.front().front();
+    const auto position = static_cast<std::size_t>(
+        std::find(graph.stateIds.begin(), graph.stateIds.end(), id) - graph.stateIds.begin());
+    std::vector<std::byte>& state = states[position];
+    const std::size_t bytes = byteCount(graph.states[position].type);
+    if (node.kind->nature == OperationKind::Nature::readsState) {
+        std::memcpy(outputs.front().data, state.data(), bytes);
+        return;
+    }
+    const TensorView& data = values.views[node.operands[1].front()];
+    if (data.type != graph.states[position].type) {
+        throw Error("operation 'write_state' gets " + describe(data.type) + " for a state of " +
+                    describe(graph.states[position].type));
+    }
+    std::memcpy(state.data(), data.data, bytes);
+}
+
+} // namespace vorlin::mil

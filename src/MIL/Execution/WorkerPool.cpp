@@ -1,0 +1,132 @@
+#include "MIL/Execution/WorkerPool.h"
+
+#include <algorithm>
+#include <atomic>
+#include <exception>
+
+namespace vorlin::mil
+{
+
+namespace
+{
+constexpr std::size_t mostWorkers = 255;
+} // namespace
+
+struct WorkerPool::Job {
+    std::size_t tasks;
+    std::size_t mostHelpers;
+    FunctionRef<void(std::size_t)> task;
+    std::atomic<std::size_t> next{0};
+    std::size_t helpers = 0;      // guarded by the pool's mutex
+    std::exception_ptr failure{}; // guarded by failureLock
+    std::mutex failureLock{};
+};
+
+std::shared_ptr<WorkerPool> WorkerPool::shared()
+{
+    static std::mutex lock;
+    static std::weak_ptr<WorkerPool> current;
+    const std::lock_guard guard(lock);
+    std::shared_ptr<WorkerPool> pool = current.lock();
+    if (!pool) {
+        pool = std::make_shared<WorkerPool>();
+        current = pool;
+    }
+    return pool;
+}
+
+WorkerPool::~WorkerPool()
+{
+    {
+        const std::lock_guard guard(mutex);
+        closing = true;
+    }
+    wake.notify_all();
+    for (std::thread& worker : workers) {
+        worker.join();
+    }
+}
+
+void WorkerPool::run(std::size_t tasks, std::size_t threads, FunctionRef<void(std::size_t)> task)
+{
+    if (tasks <= 1 || threads <= 1) {
+        for (std::size_t i = 0; i < tasks; ++i) {
+            task(i);
+        }
+        return;
+    }
+    const std::size_t helpers = std::min({tasks, threads, mostWorkers + 1}) - 1;
+    Job job{.tasks = tasks, .mostHelpers = helpers, .task = task};
+    {
+        const std::lock_guard guard(mutex);
+        addWorkers(helpers);
+        jobs.push_back(&job);
+    }
+    for (std::size_t i = 0; i < helpers; ++i) {
+        wake.notify_one();
+    }
+    help(job);
+    std::unique_lock guard(mutex);
+    jobs.erase(std::find(jobs.begin(), jobs.end(), &job));
+    done.wait(guard, [&] { return job.helpers == 0; });
+    if (job.failure) {
+        std::rethrow_exception(job.failure);
+    }
+}
+
+void WorkerPool::addWorkers(std::size_t wanted)
+{
+    while (workers.size() < wanted) {
+        workers.emplace_back([this] { work(); });
+    }
+}
+
+WorkerPool::Job* WorkerPool::openJob()
+{
+    for (Job* job : jobs) {
+        if (job->helpers < job->mostHelpers && job->next < job->tasks) {
+            return job;
+        }
+    }
+    return nullptr;
+}
+
+void WorkerPool::work()
+{
+    std::unique_lock guard(mutex);
+    while (true) {
+        Job* job = nullptr;
+        wake.wait(guard, [&] { return closing || (job = openJob()) != nullptr; });
+        if (job == nullptr) {
+            return;
+        }
+        ++job->helpers;
+        guard.unlock();
+        help(*job);
+        guard.lock();
+        if (--job->helpers == 0) {
+            done.notify_all();
+        }
+    }
+}
+
+void WorkerPool::help(Job& job)
+{
+    while (true) {
+        const std::size_t index = job.next.fetch_add(1);
+        if (index >= job.tasks) {
+            return;
+        }
+        try {
+            job.task(index);
+        } catch (...) {
+            const std::lock_guard guard(job.failureLock);
+            if (!job.failure) {
+                job.failure = std::current_exception();
+            }
+            job.next = job.tasks;
+        }
+    }
+}
+
+} // namespace vorlin::mil

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "MIL/Execution/FunctionRef.h"
+
+#include <condition_variable>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace vorlin::mil
+{
+
+/// The threads that all loaded models share. They sleep while there is nothing to do; there are
+/// never more than one less than the largest number of threads a model was given.
+class WorkerPool
+{
+public:
+    /// The pool of this process; it goes with its last user.
+    static std::shared_ptr<WorkerPool> shared();
+
+    WorkerPool() = default;
+    WorkerPool(const WorkerPool&) = delete;
+    WorkerPool& operator=(const WorkerPool&) = delete;
+    ~WorkerPool();
+
+    /// Calls `task(0)` to `task(tasks - 1)`, each once, on the calling thread and on at most
+    /// `threads - 1` workers, and returns when all have returned. Tasks start in order. The first
+    /// exception a task throws is thrown here; tasks not started by then are left out. Any
+    /// thread, several at once; not from inside a task.
+    void run(std::size_t tasks, std::size_t threads, FunctionRef<void(std::size_t)> task);
+
+private:
+    struct Job;
+
+    void work();
+    Job* openJob();
+    static void help(Job& job);
+    void addWorkers(std::size_t wanted);
+
+    std::mutex mutex;
+    std::condition_variable wake;
+    std::condition_variable done;
+    std::vector<Job*> jobs;
+    std::vector<std::thread> workers;
+    bool closing = false;
+};
+
+} // namespace vorlin::mil

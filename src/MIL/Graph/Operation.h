@@ -1,0 +1,62 @@
+#pragma once
+
+#include "MIL/Graph/Call.h"
+
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace vorlin::mil
+{
+
+struct Parameter {
+    std::string_view name;
+    bool optional = false;
+    bool variadic = false;
+    /// The operation can read this operand in its stored form.
+    bool stored = false;
+};
+
+/// What the outputs of one call are, decided from its operands. Throws Error when the operands
+/// do not go together, NotKnownYet when it needs a value that only the prediction knows.
+using Infer = void (*)(const Call& call, std::vector<TensorType>& outputs);
+
+/// Computes the outputs into the buffers of the call, whose types are what Infer said.
+using Run = void (*)(const Call& call);
+
+/// For operations on stored constants: what an output is. Exactly one of the three is set.
+struct StoredOutput {
+    StoredValuesPointer values;            // numbers that are expanded where they are used
+    std::vector<std::byte> bytes;          // a tensor as it lies in memory, made at load
+    const std::byte* operand = nullptr;    // the bytes of an operand, unchanged
+};
+using Store = void (*)(const Call& call, std::span<StoredOutput> outputs);
+
+struct OperationKind {
+    enum class Nature : std::uint8_t {
+        pure,
+        /// Pure, but its work may be far larger than its operands: not done at load.
+        laborious,
+        /// The output is the first operand's bytes under another shape.
+        alias,
+        /// Evaluated at load; its operands are constants.
+        storedConstant,
+        readsState,
+        writesState,
+    };
+
+    std::string_view name;
+    /// Parameter names separated by blanks; `?` behind a name: optional, `*`: variadic, `~`: may
+    /// stay in its stored form.
+    std::string_view signature;
+    Infer infer = nullptr;
+    Run run = nullptr;
+    Nature nature = Nature::pure;
+    Store store = nullptr;
+    std::vector<Parameter> parameters{}; // filled from the signature
+};
+
+/// The operation of that name, or null. Kinds live as long as the program.
+const OperationKind* findOperation(std::string_view name);
+
+} // namespace vorlin::mil

@@ -1,0 +1,150 @@
+#include "MIL/Kernels/Convolution/Windows.h"
+#include "MIL/Kernels/Elementwise/Elements.h"
+#include "MIL/Kernels/Operations.h"
+
+#include <algorithm>
+
+namespace vorlin::mil
+{
+
+namespace
+{
+
+/// x [N, C, *D] spread by weight [C, M / groups, *K]: the reverse of a convolution, whose
+/// paddings crop the result.
+struct Spread {
+    std::int64_t groups = 1;
+    std::int64_t perGroup = 0; // M / groups
+    Windows windows;           // `in` and `out` as of this operation
+    std::size_t spatial = 0;
+
+    explicit Spread(const Call& call)
+    {
+        const TensorType& x = call.type("x").type;
+        const TensorType& weight = call.type("weight").type;
+        const std::size_t rank = x.shape.size();
+        call.require(isComputed(x.element) && isComputed(weight.element) && rank >= 3 &&
+                         rank <= 5 && weight.shape.size() == rank,
+                     "takes floating x and weights of one rank from 3 to 5");
+        spatial = rank - 2;
+        groups = call.integer("groups", 1);
+        perGroup = weight.shape[1];
+        call.require(groups > 0 && weight.shape[0] == x.shape[1] && x.shape[1] % groups == 0,
+                     "has weights and groups that do not fit x");
+        if (call.has("bias")) {
+            call.require(call.type("bias").shape() == Shape{perGroup * groups},
+                         "needs one bias for each filter");
+        }
+        placeWindows(call, x.shape, weight.shape);
+    }
+
+    void placeWindows(const Call& call, const Shape& x, const Shape& weight)
+    {
+        const Extents ones = Extents::filled(spatial, 1);
+        const Extents none = Extents::filled(2 * spatial, 0);
+        const Extents strides = call.integers("strides", ones);
+        const Extents dilations = call.integers("dilations", ones);
+        const std::string_view padType = call.text("pad_type", "valid");
+        const Extents pad = padType == "custom" ? call.integers("pad", none) : none;
+        call.require(strides.size() == spatial && dilations.size() == spatial &&
+                         pad.size() == 2 * spatial,
+                     "needs one stride and dilation for each axis, and two paddings");
+        constexpr std::int64_t largest = std::int64_t{1} << 20;
+        for (std::size_t i = 0; i < spatial; ++i) {
+            WindowAxis& w = windows[3 - spatial + i];
+            w = {x[2 + i], weight[2 + i], strides[i], dilations[i], pad[2 * i], pad[2 * i + 1], 0};
+            call.require(w.kernel > 0 && w.kernel < largest && w.stride > 0 && w.stride < largest &&
+                             w.dilation > 0 && w.dilation < largest && w.before >= 0 &&
+                             w.before < largest && w.after >= 0 && w.after < largest &&
+                             w.in < largest,
+                         "has a kernel, stride, dilation or padding out of range");
+            if (padType == "same" || padType == "same_lower") {
+                const std::int64_t total = std::max<std::int64_t>(0, w.reach() - w.stride);
+                w.before = padType == "same" ? total / 2 : total - total / 2;
+                w.after = total - w.before;
+            }
+            w.out = std::max<std::int64_t>(
+                0, (w.in - 1) * w.stride + w.reach() - w.before - w.after);
+        }
+        if (call.has("output_shape")) {
+            const Extents given = call.integers("output_shape");
+            call.require(given.size() == spatial + 2, "has an output shape of another rank");
+            for (std::size_t i = 0; i < spatial; ++i) {
+                WindowAxis& w = windows[3 - spatial + i];
+                call.require(given[2 + i] >= 0 && given[2 + i] <= w.out + w.before + w.after + w.stride,
+                             "has an output shape it cannot make");
+                w.out = given[2 + i];
+            }
+        }
+    }
+};
+
+void inferSpread(const Call& call, std::vector<TensorType>& outputs)
+{
+    const Spread s(call);
+    const TensorType& x = call.type("x").type;
+    outputs.push_back(
+        {x.element, windowedShape(x.shape[0], s.perGroup * s.groups, s.windows, s.spatial)});
+}
+
+/// The input place that tap k of an output place comes from, or -1.
+std::int64_t sourceOf(const WindowAxis& w, std::int64_t out, std::int64_t k)
+{
+    const std::int64_t distance = out + w.before - k * w.dilation;
+    const bool meets = distance >= 0 && distance % w.stride == 0 && distance / w.stride < w.in;
+    return meets ? distance / w.stride : -1;
+}
+
+double gatherTaps(const Call& call, const Spread& s, std::int64_t plane, std::int64_t filter,
+                  std::int64_t place)
+{
+    const TensorView& x = call.input("x");
+    const TensorView& weight = call.input("weight");
+    const auto& [a, b, c] = s.windows;
+    const std::int64_t perInput = x.extent(1) / s.groups;
+    const std::int64_t firstChannel = filter / s.perGroup * perInput;
+    const std::int64_t taps = a.kernel * b.kernel * c.kernel;
+    double sum = 0;
+    for (std::int64_t tap = 0; tap < taps; ++tap) {
+        const std::int64_t i0 =
+            sourceOf(a, place / c.out / b.out, tap / c.kernel / b.kernel);
+        const std::int64_t i1 = sourceOf(b, place / c.out % b.out, tap / c.kernel % b.kernel);
+        const std::int64_t i2 = sourceOf(c, place % c.out, tap % c.kernel);
+        if (i0 < 0 || i1 < 0 || i2 < 0) {
+            continue;
+        }
+        for (std::int64_t k = 0; k < perInput; ++k) {
+            const std::int64_t channel = firstChannel + k;
+            const std::int64_t at = (((plane * x.extent(1) + channel) * a.in + i0) * b.in + i1) * c.in + i2;
+            const std::int64_t w = (channel * s.perGroup + filter % s.perGroup) * taps + tap;
+            sum += x.number(at) * weight.number(w);
+        }
+    }
+    return sum;
+}
+
+void runSpread(const Call& call)
+{
+    const Spread s(call);
+    const TensorBuffer& out = call.output();
+    const std::int64_t filters = s.perGroup * s.groups;
+    const std::int64_t plane = product(out.shape(), 2, out.rank());
+    call.parallel(out.elements(), 256, [&](std::int64_t begin, std::int64_t end) {
+        for (std::int64_t i = begin; i < end; ++i) {
+            const std::int64_t filter = i / plane % filters;
+            const double bias = call.has("bias") ? call.input("bias").number(filter) : 0;
+            out.set(i, gatherTaps(call, s, i / plane / filters, filter, i % plane) + bias);
+        }
+    });
+}
+
+} // namespace
+
+OperationKind transposedConvolution()
+{
+    return {"conv_transpose",
+            "x weight bias? strides? pad_type? pad? dilations? groups? output_shape?",
+            inferSpread, runSpread, OperationKind::Nature::laborious};
+}
+
+} // namespace vorlin::mil

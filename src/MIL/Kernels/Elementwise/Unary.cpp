@@ -1,0 +1,169 @@
+#include "MIL/Kernels/Elementwise/Elements.h"
+#include "MIL/Kernels/Elementwise/UnaryFunctions.h"
+#include "MIL/Kernels/Operations.h"
+
+#include <cmath>
+
+namespace vorlin::mil
+{
+
+namespace
+{
+
+constexpr std::int64_t grain = 16 * chunkLength;
+
+struct Unary {
+    std::string_view name;
+    UnaryFunction function;
+    std::string_view signature;
+    std::string_view alpha{};
+    double defaultAlpha = 0;
+    std::string_view beta{};
+    double defaultBeta = 0;
+};
+
+using enum UnaryFunction;
+
+// The default epsilon of `log` is the smallest positive number of single precision.
+constexpr Unary table[] = {
+    {"abs", absolute, "x"},
+    {"sign", sign, "x"},
+    {"square", square, "x"},
+    {"exp", exponential, "x"},
+    {"exp2", exponential2, "x"},
+    {"sqrt", squareRoot, "x"},
+    {"sin", sine, "x"},
+    {"cos", cosine, "x"},
+    {"tan", tangent, "x"},
+    {"sinh", hyperbolicSine, "x"},
+    {"cosh", hyperbolicCosine, "x"},
+    {"tanh", hyperbolicTangent, "x"},
+    {"asin", arcSine, "x"},
+    {"acos", arcCosine, "x"},
+    {"atan", arcTangent, "x"},
+    {"atanh", areaTangent, "x"},
+    {"erf", errorFunction, "x"},
+    {"ceil", ceiling, "x"},
+    {"floor", floor, "x"},
+    {"round", round, "x"},
+    {"log", logarithm, "x epsilon?", "epsilon", 0x1p-149},
+    {"rsqrt", reciprocalRoot, "x epsilon?", "epsilon", 1e-12},
+    {"inverse", inverse, "x epsilon?", "epsilon", 1e-4},
+    {"clip", clip, "x alpha beta", "alpha", 0, "beta", 0},
+    {"threshold", threshold, "x alpha", "alpha"},
+    {"relu", relu, "x"},
+    {"relu6", relu6, "x"},
+    {"sigmoid", sigmoid, "x"},
+    {"silu", silu, "x"},
+    {"softplus", softplus, "x"},
+    {"softsign", softsign, "x"},
+    {"gelu", gelu, "x mode?"},
+    {"leaky_relu", leakyRelu, "x alpha?", "alpha", 0.01},
+    {"elu", elu, "x alpha?", "alpha", 1},
+    {"linear_activation", linearActivation, "x alpha beta?", "alpha", 1, "beta", 0},
+    {"scaled_tanh", scaledTanh, "x alpha? beta?", "alpha", 1, "beta", 1},
+    {"sigmoid_hard", hardSigmoid, "x alpha? beta?", "alpha", 0.2, "beta", 0.5},
+    {"clamped_relu", clampedRelu, "x alpha beta", "alpha", 0, "beta", 0},
+    {"thresholded_relu", thresholdedRelu, "x alpha?", "alpha", 1},
+};
+
+const Unary& entryOf(const Call& call)
+{
+    for (const Unary& entry : table) {
+        if (entry.name == call.operation()) {
+            return entry;
+        }
+    }
+    return table[0];
+}
+
+bool takesIntegers(UnaryFunction function)
+{
+    return function == absolute || function == sign || function == square || function == relu;
+}
+
+void inferUnary(const Call& call, std::vector<TensorType>& outputs)
+{
+    const TensorType& type = call.type("x").type;
+    const bool integer = isWhole(type.element) && type.element != ElementType::boolean;
+    if (!isComputed(type.element) && !(integer && takesIntegers(entryOf(call).function))) {
+        call.fail("does not take " + describe(type));
+    }
+    outputs.push_back(type);
+}
+
+UnaryFunction geluOf(const Call& call)
+{
+    const std::string_view mode = call.text("mode", "EXACT");
+    if (mode == "EXACT") {
+        return gelu;
+    }
+    if (mode == "TANH_APPROXIMATION") {
+        return geluTanh;
+    }
+    call.require(mode == "SIGMOID_APPROXIMATION", "has an unknown mode");
+    return geluSigmoid;
+}
+
+void runIntegers(const Call& call, UnaryFunction function)
+{
+    const TensorView& x = call.input("x");
+    call.parallel(x.elements(), grain, [&](std::int64_t begin, std::int64_t end) {
+        IntegerChunk chunk;
+        std::int64_t results[chunkLength];
+        for (std::int64_t i = begin; i < end; i += chunkLength) {
+            const std::int64_t count = std::min(chunkLength, end - i);
+            const std::int64_t* const in = chunk.load(x, i, count, true);
+            for (std::int64_t k = 0; k < count; ++k) {
+                const std::int64_t v = in[k];
+                results[k] = function == absolute ? std::abs(v)
+                             : function == sign   ? (v > 0) - (v < 0)
+                             : function == square ? v * v
+                                                  : std::max<std::int64_t>(v, 0);
+            }
+            storeIntegers(call.output(), i, count, results);
+        }
+    });
+}
+
+void runUnary(const Call& call)
+{
+    const Unary& entry = entryOf(call);
+    const TensorView& x = call.input("x");
+    if (!isComputed(x.type.element)) {
+        runIntegers(call, entry.function);
+        return;
+    }
+    const UnaryFunction function = entry.function == gelu ? geluOf(call) : entry.function;
+    const double alpha = entry.alpha.empty() ? 0 : call.number(entry.alpha, entry.defaultAlpha);
+    const double beta = entry.beta.empty() ? 0 : call.number(entry.beta, entry.defaultBeta);
+    const auto apply = call.referenceKernels() ? reference::applyUnary : applyUnary;
+    call.parallel(x.elements(), grain, [&](std::int64_t begin, std::int64_t end) {
+        FloatChunk chunk;
+        alignas(64) float results[chunkLength];
+        for (std::int64_t i = begin; i < end; i += chunkLength) {
+            const std::int64_t count = std::min(chunkLength, end - i);
+            apply(function, alpha, beta, chunk.load(x, i, count, true), count, results);
+            storeFloats(call.output(), i, count, results);
+        }
+    });
+}
+
+void inferSame(const Call& call, std::vector<TensorType>& outputs)
+{
+    outputs.push_back(call.type("x").type);
+}
+
+} // namespace
+
+std::vector<OperationKind> unaryOperations()
+{
+    std::vector<OperationKind> kinds;
+    for (const Unary& entry : table) {
+        kinds.push_back({entry.name, entry.signature, inferUnary, runUnary});
+    }
+    kinds.push_back({"identity", "x", inferSame, nullptr, OperationKind::Nature::alias});
+    return kinds;
+}
+
+} // namespace vorlin::mil

@@ -1,0 +1,130 @@
+#include "MIL/Kernels/Product/Operands.h"
+
+#include "MIL/Kernels/Elementwise/Elements.h"
+#include "MIL/Kernels/Product/MultiplyKernels.h"
+
+#include <algorithm>
+
+namespace vorlin::mil
+{
+
+namespace
+{
+
+/// `count` elements of a matrix, `stride` apart.
+void load(const MatrixView& matrix, std::int64_t first, std::int64_t stride, std::int64_t count,
+          float* out)
+{
+    if (matrix.stored != nullptr) {
+        if (stride == 1) {
+            matrix.stored->expand(first, count, out);
+            return;
+        }
+        for (std::int64_t i = 0; i < count; ++i) {
+            matrix.stored->expand(first + i * stride, 1, out + i);
+        }
+    } else if (stride == 1) {
+        loadFloats(matrix.tensor, first, count, out);
+    } else if (matrix.tensor.type.element == ElementType::fp16) {
+        const Half* const in = matrix.tensor.as<Half>() + first;
+        for (std::int64_t i = 0; i < count; ++i) {
+            out[i] = widen(in[i * stride]);
+        }
+    } else {
+        const float* const in = matrix.tensor.as<float>() + first;
+        for (std::int64_t i = 0; i < count; ++i) {
+            out[i] = in[i * stride];
+        }
+    }
+}
+
+} // namespace
+
+void MatrixRows::expand(std::int64_t row, std::int64_t first, std::int64_t count,
+                        float* out) const
+{
+    load(matrix, matrix.base + row * matrix.rowStride + first * matrix.columnStride,
+         matrix.columnStride, count, out);
+}
+
+float MatrixRows::dot(std::int64_t row, std::int64_t count, const float* x) const
+{
+    if (matrix.stored != nullptr || matrix.columnStride != 1) {
+        return LeftRows::dot(row, count, x);
+    }
+    const std::int64_t first = matrix.base + row * matrix.rowStride;
+    return matrix.tensor.type.element == ElementType::fp16
+               ? dotHalves(matrix.tensor.as<Half>() + first, x, count)
+               : dotFloats(matrix.tensor.as<float>() + first, x, count);
+}
+
+void MatrixColumns::pack(std::int64_t firstRow, std::int64_t rows, std::int64_t firstColumn,
+                         std::int64_t columns, float* out, std::int64_t stride) const
+{
+    const std::int64_t base =
+        matrix.base + firstRow * matrix.rowStride + firstColumn * matrix.columnStride;
+    if (matrix.columnStride == 1 || (columns == 1 && stride != 1)) {
+        for (std::int64_t k = 0; k < rows; ++k) {
+            load(matrix, base + k * matrix.rowStride, 1, columns, out + k * stride);
+        }
+        return;
+    }
+    if (columns == 1) {
+        load(matrix, base, matrix.rowStride, rows, out);
+        return;
+    }
+    // The columns lie in rows of memory: read pieces of them and turn each piece.
+    constexpr std::int64_t length = 64;
+    constexpr std::int64_t group = 16;
+    alignas(64) float piece[group * length];
+    for (std::int64_t k = 0; k < rows; k += length) {
+        const std::int64_t count = std::min(length, rows - k);
+        for (std::int64_t j = 0; j < columns; j += group) {
+            const std::int64_t together = std::min(group, columns - j);
+            for (std::int64_t c = 0; c < together; ++c) {
+                load(matrix, base + k * matrix.rowStride + (j + c) * matrix.columnStride,
+                     matrix.rowStride, count, piece + c * length);
+            }
+            transposeFloats(piece, length, together, count, out + k * stride + j, stride);
+        }
+    }
+}
+
+void MatrixSink::store(std::int64_t firstRow, std::int64_t rows, std::int64_t firstColumn,
+                       std::int64_t columns, float* tile, std::int64_t stride) const
+{
+    if (bias != nullptr) {
+        const bool single = bias->elements() == 1;
+        for (std::int64_t i = 0; i < rows; ++i) {
+            const auto value = static_cast<float>(bias->number(single ? 0 : firstRow + i));
+            for (std::int64_t j = 0; j < columns; ++j) {
+                tile[i * stride + j] += value;
+            }
+        }
+    }
+    const std::int64_t base =
+        target.base + firstRow * target.rowStride + firstColumn * target.columnStride;
+    if (target.columnStride == 1) {
+        for (std::int64_t i = 0; i < rows; ++i) {
+            storeFloats(target.tensor, base + i * target.rowStride, columns, tile + i * stride);
+        }
+        return;
+    }
+    constexpr std::int64_t group = 16;
+    constexpr std::int64_t mostRows = 64;
+    alignas(64) float piece[group * mostRows];
+    for (std::int64_t i = 0; i < rows; i += mostRows) {
+        const std::int64_t height = std::min(mostRows, rows - i);
+        for (std::int64_t j = 0; j < columns; j += group) {
+            const std::int64_t together = std::min(group, columns - j);
+            transposeFloats(tile + i * stride + j, stride, height, together, piece, mostRows);
+            for (std::int64_t c = 0; c < together; ++c) {
+                storeFloats(target.tensor,
+                            base + i * target.rowStride + (j + c) * target.columnStride, height,
+                            piece + c * mostRows);
+            }
+        }
+    }
+}
+
+} // namespace vorlin::mil

@@ -1,0 +1,161 @@
+#include "MIL/Kernels/Stored/Forms.h"
+
+#include "MIL/Kernels/Elementwise/Elements.h"
+#include "MIL/Kernels/Stored/Unpack.h"
+
+#include <algorithm>
+#include <array>
+
+namespace vorlin::mil
+{
+
+namespace
+{
+
+/// Rounds each number to the type it is declared to have.
+void roundTo(ElementType type, float* values, std::int64_t count)
+{
+    if (type != ElementType::fp16) {
+        return;
+    }
+    std::array<Half, chunkLength> halves;
+    for (std::int64_t i = 0; i < count; i += chunkLength) {
+        const std::int64_t piece = std::min(chunkLength, count - i);
+        narrowAll(values + i, piece, halves.data());
+        widenAll(halves.data(), piece, values + i);
+    }
+}
+
+} // namespace
+
+void DenseValues::expand(std::int64_t first, std::int64_t count, float* out) const
+{
+    if (isComputed(tensor.type.element)) {
+        loadFloats(tensor, first, count, out);
+        return;
+    }
+    if (isInteger(tensor.type.element) && bitsOf(tensor.type.element) <= 8) {
+        unpackNumbers(tensor, first, count, out);
+        return;
+    }
+    for (std::int64_t i = 0; i < count; ++i) {
+        out[i] = static_cast<float>(tensor.number(first + i));
+    }
+}
+
+void ScaledValues::expand(std::int64_t first, std::int64_t count, float* out) const
+{
+    parts.data->expand(first, count, out);
+    if (!parts.offsets.empty()) {
+        parts.offsetBlocks.forEach(first, count, [&](std::int64_t at, std::int64_t length,
+                                                     std::int64_t block) {
+            const float offset = parts.offsets[static_cast<std::size_t>(block)];
+            for (std::int64_t i = at; i < at + length; ++i) {
+                out[i] -= offset;
+            }
+        });
+    }
+    parts.scaleBlocks.forEach(first, count, [&](std::int64_t at, std::int64_t length,
+                                                std::int64_t block) {
+        const float scale = parts.scales[static_cast<std::size_t>(block)];
+        for (std::int64_t i = at; i < at + length; ++i) {
+            out[i] *= scale;
+        }
+    });
+    roundTo(parts.result, out, count);
+}
+
+void ScaledValues::expandAt(std::int64_t first, std::span<const std::int64_t> positions,
+                            float* out) const
+{
+    parts.data->expandAt(first, positions, out);
+    for (std::size_t i = 0; i < positions.size(); ++i) {
+        if (!parts.offsets.empty()) {
+            out[i] -= parts.offsets[static_cast<std::size_t>(
+                parts.offsetBlocks.at(positions[i]))];
+        }
+        out[i] *= parts.scales[static_cast<std::size_t>(parts.scaleBlocks.at(positions[i]))];
+    }
+    roundTo(parts.result, out, static_cast<std::int64_t>(positions.size()));
+}
+
+PaletteValues::PaletteValues(Parts given)
+    : parts(std::move(given)), bits(bitsOf(parts.indices.type.element))
+{
+    for (std::size_t i = parts.vectorAxis + 1; i < parts.shape.size(); ++i) {
+        inner *= parts.shape[i];
+    }
+}
+
+std::int64_t PaletteValues::shorten(std::int64_t place, std::int64_t& lane) const
+{
+    lane = place / inner % parts.vector;
+    return place / inner / parts.vector * inner + place % inner;
+}
+
+void PaletteValues::expand(std::int64_t first, std::int64_t count, float* out) const
+{
+    if (parts.vector == 1) {
+        parts.blocks.forEach(first, count, [&](std::int64_t at, std::int64_t length,
+                                               std::int64_t block) {
+            lookUp(parts.indices.data, bits, first + at, length,
+                   parts.entries.data() + block * parts.size, parts.size, out + at);
+        });
+        return;
+    }
+    for (std::int64_t i = 0; i < count; ++i) {
+        std::int64_t lane = 0;
+        const std::int64_t place = shorten(first + i, lane);
+        const auto index =
+            packedBits(parts.indices.data, bits, static_cast<std::uint64_t>(place));
+        out[i] = entry(parts.blocks.at(place), index, lane);
+    }
+}
+
+void PaletteValues::expandAt(std::int64_t first, std::span<const std::int64_t> positions,
+                             float* out) const
+{
+    for (std::size_t i = 0; i < positions.size(); ++i) {
+        std::int64_t lane = 0;
+        const std::int64_t place = shorten(positions[i], lane);
+        const std::int64_t number = parts.vector == 1 ? first + static_cast<std::int64_t>(i)
+                                                      : parts.mask->onesBefore(place);
+        const auto index =
+            packedBits(parts.indices.data, bits, static_cast<std::uint64_t>(number));
+        out[i] = entry(parts.blocks.at(place), index, lane);
+    }
+}
+
+void SparseValues::expand(std::int64_t first, std::int64_t count, float* out) const
+{
+    std::array<std::int64_t, chunkLength> positions;
+    std::array<float, chunkLength> found;
+    std::int64_t number = mask->onesBefore(first);
+    for (std::int64_t at = 0; at < count; at += chunkLength) {
+        const std::int64_t piece = std::min(chunkLength, count - at);
+        std::size_t set = 0;
+        for (std::int64_t i = 0; i < piece; ++i) {
+            positions[set] = first + at + i;
+            set += mask->at(first + at + i) ? 1u : 0u;
+        }
+        values->expandAt(number, {positions.data(), set}, found.data());
+        number += static_cast<std::int64_t>(set);
+        std::fill_n(out + at, piece, 0.0f);
+        for (std::size_t i = 0; i < set; ++i) {
+            out[positions[i] - first] = found[i];
+        }
+    }
+}
+
+void PlacedValues::expand(std::int64_t first, std::int64_t count, float* out) const
+{
+    std::array<std::int64_t, chunkLength> positions;
+    for (std::int64_t at = 0; at < count; at += chunkLength) {
+        const std::int64_t piece = std::min(chunkLength, count - at);
+        mask->places(first + at, piece, positions.data());
+        values->expandAt(first + at, {positions.data(), static_cast<std::size_t>(piece)},
+                         out + at);
+    }
+}
+
+} // namespace vorlin::mil

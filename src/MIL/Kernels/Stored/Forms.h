@@ -1,0 +1,118 @@
+#pragma once
+
+#include "MIL/Kernels/Stored/Blocks.h"
+#include "MIL/Kernels/Stored/Mask.h"
+#include "MIL/Tensor.h"
+#include "MIL/Weights/StoredValues.h"
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace vorlin::mil
+{
+
+/// A dense tensor of any element type, as it lies.
+class DenseValues final : public StoredValues
+{
+public:
+    explicit DenseValues(const TensorView& tensor) : tensor(tensor) {}
+    void expand(std::int64_t first, std::int64_t count, float* out) const override;
+
+private:
+    const TensorView tensor;
+};
+
+/// scale[block] (data - offset[block]), rounded to `result`. Affine quantisation is the same with
+/// blocks along one axis.
+class ScaledValues final : public StoredValues
+{
+public:
+    struct Parts {
+        StoredValuesPointer data;
+        Blocks scaleBlocks;
+        std::vector<float> scales;
+        Blocks offsetBlocks;
+        std::vector<float> offsets; // may be empty
+        ElementType result = ElementType::fp32;
+    };
+    explicit ScaledValues(Parts parts) : parts(std::move(parts)) {}
+    void expand(std::int64_t first, std::int64_t count, float* out) const override;
+    void expandAt(std::int64_t first, std::span<const std::int64_t> positions,
+                  float* out) const override;
+
+private:
+    const Parts parts;
+};
+
+/// Palettes: element i is entry indices[i] of its block's palette.
+class PaletteValues final : public StoredValues
+{
+public:
+    struct Parts {
+        TensorView indices; // of `shape`, or the stored ones of a sparse tensor of that shape
+        Shape shape;
+        Blocks blocks;              // which palette, by place in `shape`
+        std::vector<float> entries; // [palettes, size, vector]
+        std::int64_t size = 0;
+        /// One index stands for this many neighbours along `vectorAxis`, which is that much
+        /// longer in the result.
+        std::int64_t vector = 1;
+        std::size_t vectorAxis = 0;
+        std::shared_ptr<const Mask> mask; // of a sparse tensor
+    };
+    explicit PaletteValues(Parts parts);
+    void expand(std::int64_t first, std::int64_t count, float* out) const override;
+    void expandAt(std::int64_t first, std::span<const std::int64_t> positions,
+                  float* out) const override;
+
+private:
+    float entry(std::int64_t palette, std::uint32_t index, std::int64_t lane) const
+    {
+        return parts.entries[static_cast<std::size_t>(
+            (palette * parts.size + static_cast<std::int64_t>(index)) * parts.vector + lane)];
+    }
+    /// Place and lane in `shape` of a place in the longer result.
+    std::int64_t shorten(std::int64_t place, std::int64_t& lane) const;
+
+    const Parts parts;
+    std::size_t bits = 8;
+    std::int64_t inner = 1; // elements behind the vector axis
+};
+
+/// Zeros with the set elements of the mask filled in.
+class SparseValues final : public StoredValues
+{
+public:
+    SparseValues(StoredValuesPointer values, std::shared_ptr<const Mask> mask)
+        : values(std::move(values)), mask(std::move(mask))
+    {
+    }
+    void expand(std::int64_t first, std::int64_t count, float* out) const override;
+
+private:
+    const StoredValuesPointer values;
+    const std::shared_ptr<const Mask> mask;
+};
+
+/// Values of a sparse tensor that were asked for without their places: finds the places.
+class PlacedValues final : public StoredValues
+{
+public:
+    PlacedValues(StoredValuesPointer values, std::shared_ptr<const Mask> mask)
+        : values(std::move(values)), mask(std::move(mask))
+    {
+    }
+    void expand(std::int64_t first, std::int64_t count, float* out) const override;
+    void expandAt(std::int64_t first, std::span<const std::int64_t> positions,
+                  float* out) const override
+    {
+        values->expandAt(first, positions, out);
+    }
+
+private:
+    const StoredValuesPointer values;
+    const std::shared_ptr<const Mask> mask;
+};
+
+} // namespace vorlin::mil

@@ -1,0 +1,115 @@
+#pragma once
+
+#include "MIL/Error.h"
+#include "MIL/Tensor.h"
+
+#include <chrono>
+#include <cstddef>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <span>
+#include <stop_token>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vorlin::mil
+{
+
+/// A named tensor of a model's signature. Extents that may vary are `Extents::unknown`.
+struct FeatureDescription {
+    std::string name;
+    TensorType type;
+};
+
+/// A tensor that the caller owns: row-major, little-endian, without gaps.
+struct NamedInput {
+    std::string_view name;
+    TensorView tensor;
+};
+
+/// A result, which the caller owns.
+struct NamedOutput {
+    std::string name;
+    TensorType type;
+    std::vector<std::byte> bytes;
+};
+
+/// A compiled ML program, ready to predict on the CPU.
+///
+/// Loading maps the bundle's weight files and leaves them as they lie; it allocates the program
+/// itself, a small multiple of its text. The bundle must not change while it is loaded.
+/// Predicting allocates its buffers the first time and only the outputs after that; programs
+/// with varying shapes grow their buffers to the largest shapes seen.
+///
+/// All members may be called from any thread; predictions on one model take turns. All models
+/// share one set of worker threads, which sleep when nothing predicts.
+class Model
+{
+public:
+    struct Options {
+        /// Threads one prediction uses, the calling one included.
+        std::size_t threads = 1;
+        /// The function to run; empty for the bundle's default one.
+        std::string function{};
+        /// Loading or predicting fails with Error rather than take more buffer memory.
+        std::size_t largestBuffers = std::size_t{8} << 30;
+        /// Compute with the plain kernels that the fast ones are checked against.
+        bool referenceKernels = false;
+    };
+
+    /// What a model is made of, for people.
+    struct Statistics {
+        std::map<std::string, std::size_t> operations;    // calls by kind, constants left out
+        std::map<std::string, std::size_t> constantBytes; // stored bytes by element type
+        std::size_t weightFileBytes = 0;
+        std::size_t plannedBufferBytes = 0; // of shapes known at load
+        std::size_t heldBytes = 0;          // buffers, states and scratch memory right now
+    };
+
+    struct KindTime {
+        std::size_t calls = 0;
+        std::chrono::nanoseconds time{0};
+    };
+
+    /// Loads the compiled folder `bundle`. Throws Error: what is wrong, with line and column
+    /// where the program text is. Every size and offset is checked before it is used; no file
+    /// outside the folder is read.
+    static Model load(const std::filesystem::path& bundle, const Options& options);
+
+    Model(Model&&) noexcept;
+    Model& operator=(Model&&) noexcept;
+    ~Model();
+
+    const std::vector<FeatureDescription>& inputs() const;
+    const std::vector<FeatureDescription>& outputs() const;
+    const std::vector<FeatureDescription>& states() const;
+
+    /// Computes the outputs, in the order of `outputs()`. `inputs` holds every input once, in
+    /// any order, with exactly the declared element type and shape (any extent where the
+    /// declaration leaves it open). Throws Error for other inputs and for operands the program
+    /// cannot take, Stopped soon after `stop` is requested. States keep what was written.
+    std::vector<NamedOutput> predict(std::span<const NamedInput> inputs,
+                                     const std::stop_token& stop = {});
+
+    /// Zeros all states, as after loading.
+    void resetStates();
+
+    Statistics statistics() const;
+
+    /// From now on, predictions add up the time they spend by kind of operation.
+    void collectTimes(bool collect);
+    std::map<std::string, KindTime> times() const;
+
+private:
+    struct Implementation;
+    explicit Model(std::unique_ptr<Implementation> implementation);
+    std::unique_ptr<Implementation> implementation;
+};
+
+/// Names of the operations of a bundle that this engine does not know, each once, without
+/// loading it. Throws Error when the text cannot be read or parsed.
+std::vector<std::string> unknownOperations(const std::filesystem::path& bundle);
+
+} // namespace vorlin::mil
