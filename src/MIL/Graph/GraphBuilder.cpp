@@ -233,8 +233,12 @@ Call::Operands GraphBuilder::bindOperands(const OperationKind& kind,
                                          "' lacks the argument '" +
                                          std::string(kind.parameters[i].name) + "'");
         }
-        if (!kind.parameters[i].stored) {
-            for (ValueId& id : operands[i]) {
+        // Kernels read stored floating numbers; stored integers only feed other stored forms.
+        const bool anyType = kind.nature == OperationKind::Nature::storedConstant;
+        for (ValueId& id : operands[i]) {
+            const ElementType element = graph.values.views[id].type.element;
+            const bool floating = element == ElementType::fp16 || element == ElementType::fp32;
+            if (!kind.parameters[i].stored || (!anyType && !floating)) {
                 id = dense(id, lastLine);
             }
         }

@@ -18,11 +18,15 @@ void inferLinear(const Call& call, std::vector<TensorType>& outputs)
 {
     const TensorType& x = call.type("x").type;
     const TensorType& weight = call.type("weight").type;
-    bool fits = isComputed(x.element) && isComputed(weight.element) && !x.shape.empty() &&
-                weight.shape.size() == 2 && weight.shape[1] == x.shape.back();
+    const auto fitsX = [&](ElementType element) {
+        return isComputed(x.element) ? isComputed(element)
+                                     : isWhole(x.element) && element == x.element;
+    };
+    bool fits = fitsX(weight.element) && !x.shape.empty() && weight.shape.size() == 2 &&
+                weight.shape[1] == x.shape.back();
     if (call.has("bias")) {
         const TensorType& bias = call.type("bias").type;
-        fits = fits && isComputed(bias.element) && bias.shape.size() <= 1 &&
+        fits = fits && fitsX(bias.element) && bias.shape.size() <= 1 &&
                (elementCount(bias.shape) == 1 || bias.shape[0] == weight.shape[0]);
     }
     if (!fits) {
@@ -31,6 +35,38 @@ void inferLinear(const Call& call, std::vector<TensorType>& outputs)
     Shape shape = x.shape;
     shape[shape.size() - 1] = weight.shape[0];
     outputs.push_back({x.element, shape});
+}
+
+/// One product P Q of matrices inside larger tensors.
+struct Factors {
+    ProductSize size;
+    MatrixView p;
+    MatrixView q;
+    MatrixSink::Target target;
+};
+
+/// C = P Q + bias, exact; the bias, where there is one, belongs to the columns.
+void multiplyIntegers(const Call& call, const Factors& f)
+{
+    const TensorView* const bias =
+        call.operation() == "linear" && call.has("bias") ? &call.input("bias") : nullptr;
+    for (std::int64_t i = 0; i < f.size.rows; ++i) {
+        for (std::int64_t j = 0; j < f.size.columns; ++j) {
+            std::uint64_t sum = 0;
+            if (bias != nullptr) {
+                sum = static_cast<std::uint64_t>(bias->integer(bias->elements() == 1 ? 0 : j));
+            }
+            for (std::int64_t k = 0; k < f.size.inner; ++k) {
+                const auto x = static_cast<std::uint64_t>(f.p.tensor.integer(
+                    f.p.base + i * f.p.rowStride + k * f.p.columnStride));
+                const auto y = static_cast<std::uint64_t>(f.q.tensor.integer(
+                    f.q.base + k * f.q.rowStride + j * f.q.columnStride));
+                sum += x * y;
+            }
+            const auto value = static_cast<std::int64_t>(sum);
+            storeIntegers(call.output(), f.target.base + i * f.target.rowStride + j, 1, &value);
+        }
+    }
 }
 
 /// y = x W' + b: the rows of W against the rows of x.
@@ -42,6 +78,13 @@ void runLinear(const Call& call)
     const std::int64_t inner = weight.extent(1);
     const std::int64_t rows = weight.extent(0);
     const std::int64_t columns = product(x.shape(), 0, x.rank() - 1);
+    if (!isComputed(x.type.element)) {
+        multiplyIntegers(call, {{columns, inner, rows},
+                                {x, nullptr, 0, inner, 1},
+                                {weight, nullptr, 0, 1, inner},
+                                {call.output(), 0, rows, 1}});
+        return;
+    }
     const MatrixRows left({weight, stored, 0, inner, 1});
     const MatrixColumns right({x, nullptr, 0, 1, inner});
     const MatrixSink sink({call.output(), 0, 1, rows},
@@ -119,14 +162,6 @@ void inferMatmul(const Call& call, std::vector<TensorType>& outputs)
     outputs.push_back({xAlone ? y.element : x.element, Matmul(call).shape});
 }
 
-/// One product P Q of matrices inside larger tensors.
-struct Factors {
-    ProductSize size;
-    MatrixView p;
-    MatrixView q;
-    MatrixSink::Target target;
-};
-
 /// Weights that lie as rows of columns become the left factor, as do columns when P would have
 /// to be read across: C' = Q' P'.
 void multiplyFactors(const Call& call, const Factors& f, bool alone)
@@ -146,24 +181,6 @@ void multiplyFactors(const Call& call, const Factors& f, bool alone)
     std::swap(target.rowStride, target.columnStride);
     compute(call, {f.size.columns, f.size.inner, f.size.rows}, MatrixRows(left),
             MatrixColumns(right), MatrixSink(target, nullptr));
-}
-
-void multiplyIntegers(const Call& call, const Factors& f)
-{
-    for (std::int64_t i = 0; i < f.size.rows; ++i) {
-        for (std::int64_t j = 0; j < f.size.columns; ++j) {
-            std::uint64_t sum = 0;
-            for (std::int64_t k = 0; k < f.size.inner; ++k) {
-                const auto x = static_cast<std::uint64_t>(f.p.tensor.integer(
-                    f.p.base + i * f.p.rowStride + k * f.p.columnStride));
-                const auto y = static_cast<std::uint64_t>(f.q.tensor.integer(
-                    f.q.base + k * f.q.rowStride + j * f.q.columnStride));
-                sum += x * y;
-            }
-            const auto value = static_cast<std::int64_t>(sum);
-            storeIntegers(call.output(), f.target.base + i * f.target.rowStride + j, 1, &value);
-        }
-    }
 }
 
 void runMatmul(const Call& call)

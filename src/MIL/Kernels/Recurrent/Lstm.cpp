@@ -85,8 +85,8 @@ Activation activationOf(const Call& call, std::string_view parameter, std::strin
     if (name == "relu") {
         return {UnaryFunction::relu};
     }
-    if (name == "scaled_tanh") {
-        return {UnaryFunction::scaledTanh, 1.7159, 2.0 / 3.0};
+    if (name == "scaled_tanh") { // nothing in the operation sets another scale than 1
+        return {UnaryFunction::hyperbolicTangent};
     }
     call.require(name == "linear", "has an unknown activation");
     return {};
