@@ -64,8 +64,11 @@ std::span<const std::byte> findRecord(std::span<const std::byte> file, std::uint
     if (const auto version = read<std::uint32_t>(file, 4); version != fileVersion) {
         throw Error(name + ": version " + std::to_string(version) + " is not supported, only 2 is");
     }
-    if (offset % recordBytes != 0 || offset < recordBytes) {
+    if (offset % recordBytes != 0) {
         refuse("does not lie on a multiple of 64");
+    }
+    if (offset < recordBytes) {
+        refuse("lies in the header");
     }
     if (offset > file.size() - recordBytes) {
         refuse("lies outside the file");

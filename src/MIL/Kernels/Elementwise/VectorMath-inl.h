@@ -44,7 +44,7 @@ HWY_INLINE Vector exponential(Vector x)
     const Vector second =
         hn::BitCast(d, hn::ShiftLeft<23>(hn::Add(hn::Sub(whole, half), bias)));
     const Vector result = hn::Mul(hn::Mul(p, first), second);
-    return hn::IfThenElse(hn::Ne(x, x), x, result);
+    return hn::IfThenElse(hn::IsNaN(x), x, result);
 }
 
 /// 1 / (1 + e^-x).

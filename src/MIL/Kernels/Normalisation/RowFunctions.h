@@ -6,7 +6,8 @@ namespace vorlin::mil
 {
 
 /// Replaces a row by its softmax: e^(x - max) / sum e^(x - max). Width at least 1. The fast one
-/// stays within 8 units in the last place of the reference.
+/// subtracts in single precision: an element differs from the reference by at most
+/// 8 + width / 16 + |x - max| units in the last place.
 void softmaxRow(float* row, std::int64_t width);
 
 /// Replaces a row by (x - mean) / sqrt(variance + epsilon), the variance over `width`, times

@@ -1,0 +1,245 @@
+#include "AllocationCount.h"
+#include "Bundles.h"
+#include "Fixtures.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <fstream>
+#include <limits>
+#include <thread>
+
+namespace vorlin::mil::test
+{
+
+namespace
+{
+
+std::vector<float> run(const std::string& text, const std::vector<float>& x, const Shape& shape,
+                       const std::vector<std::byte>& weights = {})
+{
+    const TemporaryFolder folder;
+    writeBundle(folder.path, text, weights);
+    Model model = Model::load(folder.path, {});
+    const std::vector<NamedInput> inputs{{"x", viewOf(x, shape)}};
+    return floatsOf(model.predict(inputs).front());
+}
+
+constexpr float infinity = std::numeric_limits<float>::infinity();
+
+} // namespace
+
+TEST(ModelTest, bothStylesAndMixturesMeanTheSame)
+{
+    for (const std::string text :
+         {"program(1.0)\n[buildInfo = dict<tensor<string, []>, tensor<string, []>>({{\"a\", "
+          "\"b\"}})]\n{ func main<ios16>(tensor<fp32, [2]> x) { tensor<fp32, []> c = "
+          "const()[name = tensor<string, []>(\"c\"), val = tensor<fp32, []>(0x1.8p+0)]; "
+          "tensor<fp32, [2]> y = mul(x = x, y = c)[name = tensor<string, []>(\"y\")]; } -> (y); }",
+          "program(1.3){func main<ios18>(tensor<fp32,[2]>x){tensor<fp32,[2]>y=mul(x=x,y=fp32("
+          "1.5));}->(y);}",
+          "program ( 1 , 3 ) // a remark\n{ func main < CoreML7 > ( tensor < fp32 , [ 2 ] > x ) "
+          "{ ( tensor<fp32, [2]> y ) = mul ( y = tensor<fp32, []>(15e-1) , x = x ) ; } -> ( y ) "
+          "; }"}) {
+        EXPECT_EQ(run(text, {2, -4}, {2}), (std::vector<float>{3, -6})) << text;
+    }
+}
+
+TEST(ModelTest, infinitiesAndNotANumberAreLiterals)
+{
+    const auto result = run(
+        programOf("tensor<fp32, [4]>", "tensor<fp32, [4]> y = add(x = x, y = tensor<fp32, [4]>"
+                                       "([inf, -inf, nan, -0x0p+0]));"),
+        {1, 1, 1, -0.0f}, {4});
+    EXPECT_EQ(result[0], infinity);
+    EXPECT_EQ(result[1], -infinity);
+    EXPECT_TRUE(std::isnan(result[2]));
+    EXPECT_TRUE(std::signbit(result[3]));
+}
+
+TEST(ModelTest, emptyTensorsGoThrough)
+{
+    const std::string text = programOf(
+        "tensor<fp32, [0, 3]>",
+        "tensor<fp32, [0, 3]> a = relu(x = x);\n"
+        "tensor<fp32, [0, 3]> b = softmax(axis = int32(-1), x = a);\n"
+        "tensor<fp32, [3, 0]> c = transpose(perm = tensor<int32, [2]>([1, 0]), x = b);\n"
+        "tensor<fp32, [3, 3]> d = matmul(x = c, y = a);\n"
+        "tensor<fp32, [3, 3]> y = concat(axis = int32(0), values = (d, a));");
+    EXPECT_EQ(run(text, {}, {0, 3}), std::vector<float>(9));
+}
+
+TEST(ModelTest, theDefaultFunctionIsTheOneTheMetadataNames)
+{
+    const TemporaryFolder folder;
+    writeBundle(folder.path,
+                "program(1.3){func other<ios18>(tensor<fp32,[1]>x){tensor<fp32,[1]>y=mul(x=x,y="
+                "fp32(2));}->(y);func main<ios18>(tensor<fp32,[1]>x){tensor<fp32,[1]>y=mul(x=x,y="
+                "fp32(3));}->(y);}");
+    const std::vector<float> x{5};
+    const std::vector<NamedInput> inputs{{"x", viewOf(x, {1})}};
+    const auto result = [&](const std::string& function) {
+        return floatsOf(Model::load(folder.path, {.function = function}).predict(inputs).front());
+    };
+    EXPECT_EQ(result(""), std::vector<float>{15});
+    EXPECT_EQ(result("other"), std::vector<float>{10});
+    EXPECT_THROW(result("neither"), Error);
+    std::ofstream(folder.path / "metadata.json") << "[{\"defaultFunctionName\" : \"other\"}]";
+    EXPECT_EQ(result(""), std::vector<float>{10});
+}
+
+TEST(ModelTest, statesStartAtZeroAndAreKept)
+{
+    const TemporaryFolder folder;
+    writeBundle(folder.path,
+                "program(1.3){func main<ios18>(tensor<fp32,[1]>x,state<tensor<fp32,[1]>>s){"
+                "tensor<fp32,[1]>a=read_state(input=s);tensor<fp32,[1]>y=add(x=a,y=x);"
+                "write_state(data=y,input=s);}->(y);}");
+    Model model = Model::load(folder.path, {});
+    const std::vector<float> x{2};
+    const std::vector<NamedInput> inputs{{"x", viewOf(x, {1})}};
+    EXPECT_EQ(floatsOf(model.predict(inputs).front()), std::vector<float>{2});
+    EXPECT_EQ(floatsOf(model.predict(inputs).front()), std::vector<float>{4});
+    model.resetStates();
+    EXPECT_EQ(floatsOf(model.predict(inputs).front()), std::vector<float>{2});
+}
+
+TEST(ModelTest, anInputOrAConstantCanBeAnOutput)
+{
+    const std::string text = programOf("tensor<fp32, [2]>",
+                                       "tensor<fp32, [1, 2]> y = reshape(shape = tensor<int32, "
+                                       "[2]>([1, 2]), x = x);");
+    EXPECT_EQ(run(text, {1, 2}, {2}), (std::vector<float>{1, 2}));
+    EXPECT_EQ(run(programOf("tensor<fp32, [1]>", "fp32 y = const()[val = fp32(7)];"), {1}, {1}),
+              std::vector<float>{7});
+}
+
+TEST(ModelTest, varyingShapesGrowAndShrink)
+{
+    const TemporaryFolder folder;
+    writeBundle(folder.path,
+                programOf("tensor<fp32, [?]>",
+                          "tensor<fp32, [?]> a = square(x = x);\n"
+                          "tensor<fp32, [?]> b = add(x = a, y = x);\n"
+                          "tensor<fp32, [?]> y = concat(axis = int32(0), values = (b, a));"));
+    Model model = Model::load(folder.path, {});
+    for (const std::int64_t count : {3, 1000, 0, 5}) {
+        const std::vector<float> x(static_cast<std::size_t>(count), 3.0f);
+        const std::vector<NamedInput> inputs{{"x", viewOf(x, {count})}};
+        std::vector<float> wanted(static_cast<std::size_t>(2 * count), 12.0f);
+        std::fill(wanted.begin() + count, wanted.end(), 9.0f);
+        EXPECT_EQ(floatsOf(model.predict(inputs).front()), wanted);
+    }
+}
+
+TEST(ModelTest, aSecondPredictionAllocatesOnlyItsOutputs)
+{
+    Model model = Model::load(fixtures() / "parts/encoder-lut6/model.mlmodelc", {});
+    const auto folder = fixtures() / "parts";
+    const auto cases = nlohmann::json::parse(std::ifstream(folder / "cases.json"));
+    std::vector<NpyTensor> tensors;
+    std::vector<std::string> names;
+    for (const nlohmann::json& entry : cases) {
+        if (entry.at("case") == "encoder-lut6/short") {
+            for (const auto& [name, file] : entry.at("inputs").items()) {
+                names.push_back(name);
+                tensors.push_back(readNpy(folder / file.get<std::string>()));
+            }
+        }
+    }
+    std::vector<NamedInput> inputs;
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        inputs.push_back({names[i], tensors[i].view()});
+    }
+    model.predict(inputs);
+    const std::size_t before = allocationCount();
+    const auto outputs = model.predict(inputs);
+    const std::size_t spent = allocationCount() - before;
+    // The list of outputs, one block for each, the arranged inputs and which are filled.
+    EXPECT_LE(spent, outputs.size() + 3);
+}
+
+TEST(ModelTest, aStoppedPredictionSaysSo)
+{
+    const TemporaryFolder folder;
+    writeBundle(folder.path, programOf("tensor<fp32, [2]>", "tensor<fp32, [2]> y = relu(x = x);"));
+    Model model = Model::load(folder.path, {});
+    const std::vector<float> x{1, 2};
+    const std::vector<NamedInput> inputs{{"x", viewOf(x, {2})}};
+    std::stop_source stop;
+    stop.request_stop();
+    EXPECT_THROW(model.predict(inputs, stop.get_token()), Stopped);
+    EXPECT_EQ(floatsOf(model.predict(inputs).front()), x);
+}
+
+TEST(ModelTest, aLongOperationStopsInTheMiddle)
+{
+    // A single product that would take minutes.
+    const TemporaryFolder folder;
+    writeBundle(folder.path, programOf("tensor<fp32, [6000, 6000]>",
+                                       "tensor<fp32, [6000, 6000]> y = matmul(x = x, y = x);"));
+    Model model = Model::load(folder.path, {.threads = 2, .referenceKernels = true});
+    const std::vector<float> x(std::size_t{6000} * 6000);
+    const std::vector<NamedInput> inputs{{"x", viewOf(x, {6000, 6000})}};
+    std::stop_source stop;
+    std::thread stopper([&] { stop.request_stop(); });
+    EXPECT_THROW(model.predict(inputs, stop.get_token()), Stopped);
+    stopper.join();
+}
+
+TEST(ModelTest, severalModelsPredictSideBySide)
+{
+    const auto folder = fixtures() / "parts";
+    const auto cases = nlohmann::json::parse(std::ifstream(folder / "cases.json"));
+    std::vector<std::thread> threads;
+    std::vector<std::string> results(4);
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        threads.emplace_back([&, i] {
+            for (const nlohmann::json& entry : cases) {
+                const auto name = entry.at("case").get<std::string>();
+                if (name.starts_with("decoder") || name.starts_with("joint")) {
+                    results[i] += runCase(folder, entry, {.threads = 2});
+                }
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (const std::string& result : results) {
+        EXPECT_EQ(result, "");
+    }
+}
+
+TEST(NpyTest, whatIsWrittenIsReadBack)
+{
+    const TemporaryFolder folder;
+    const std::vector<float> values{1, 2, 3, 4, 5, 6};
+    for (const Shape& shape : {Shape{2, 3}, Shape{6}, Shape{1, 6, 1}}) {
+        const TensorView view = viewOf(values, shape);
+        writeNpy(folder.path / "a.npy", view.type, {view.data, 24});
+        const NpyTensor read = readNpy(folder.path / "a.npy");
+        EXPECT_EQ(read.type, view.type);
+        EXPECT_EQ(read.bytes, std::vector<std::byte>(view.data, view.data + 24));
+    }
+}
+
+TEST(NpyTest, fortranOrderIsTurned)
+{
+    const TemporaryFolder folder;
+    std::string header = "{'descr': '<i4', 'fortran_order': True, 'shape': (2, 3), }";
+    header.resize(117, ' ');
+    header += '\n';
+    std::ofstream file(folder.path / "f.npy", std::ios::binary);
+    file.write("\x93NUMPY\x01\x00\x76\x00", 10);
+    file << header;
+    const std::vector<std::int32_t> columns{1, 4, 2, 5, 3, 6};
+    file.write(reinterpret_cast<const char*>(columns.data()), 24);
+    file.close();
+    const NpyTensor read = readNpy(folder.path / "f.npy");
+    for (std::int64_t i = 0; i < 6; ++i) {
+        EXPECT_EQ(read.view().integer(i), i + 1);
+    }
+}
+
+} // namespace vorlin::mil::test
