@@ -47,6 +47,20 @@ inline Half narrow(float value)
     return {static_cast<std::uint16_t>(sign | (magnitude >> 13))};
 }
 
+/// The same from double precision, rounded once: on the way, single precision keeps in its last
+/// bit that something was cut off.
+inline Half narrowOnce(double value)
+{
+    const auto single = static_cast<float>(value);
+    auto bits = std::bit_cast<std::uint32_t>(single);
+    const auto back = static_cast<double>(single);
+    if (back != value && back - back == 0) { // finite and inexact
+        bits -= (value < 0 ? back < value : back > value) ? 1 : 0;
+        bits |= 1;
+    }
+    return narrow(std::bit_cast<float>(bits));
+}
+
 /// The upper half of a single-precision number.
 inline float widenBfloat(std::uint16_t bits)
 {

@@ -146,7 +146,7 @@ private:
         const auto single = static_cast<float>(*number);
         switch (type.element) {
         case ElementType::fp16: {
-            const Half half = narrow(single);
+            const Half half = narrowOnce(*number);
             fits = fits && (std::isinf(*number) || !std::isinf(widen(half)));
             append(half.bits);
             break;

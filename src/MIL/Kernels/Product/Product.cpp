@@ -51,6 +51,7 @@ void multiplyIntegers(const Call& call, const Factors& f)
     const TensorView* const bias =
         call.operation() == "linear" && call.has("bias") ? &call.input("bias") : nullptr;
     for (std::int64_t i = 0; i < f.size.rows; ++i) {
+        call.checkStop();
         for (std::int64_t j = 0; j < f.size.columns; ++j) {
             std::uint64_t sum = 0;
             if (bias != nullptr) {

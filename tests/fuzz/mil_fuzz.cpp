@@ -1,0 +1,107 @@
+#include "mil_fuzz.h"
+
+#include "MIL/Model.h"
+
+#include <chrono>
+#include <fstream>
+#include <mutex>
+
+#include <random>
+#include <stop_token>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace vorlin::mil::fuzz
+{
+
+namespace
+{
+
+constexpr std::size_t largestBuffers = std::size_t{32} << 20;
+constexpr auto patience = std::chrono::milliseconds(300);
+
+/// Stops what takes too long: a program may ask for any amount of work, but must stop when told.
+class Watch
+{
+public:
+    Watch() : thread([this](const std::stop_token& end) { watch(end); }) {}
+
+    std::stop_token start()
+    {
+        const std::lock_guard guard(lock);
+        source = std::stop_source();
+        deadline = std::chrono::steady_clock::now() + patience;
+        return source.get_token();
+    }
+
+private:
+    void watch(const std::stop_token& end)
+    {
+        while (!end.stop_requested()) {
+            std::this_thread::sleep_for(patience / 3);
+            const std::lock_guard guard(lock);
+            if (std::chrono::steady_clock::now() > deadline) {
+                source.request_stop();
+            }
+        }
+    }
+
+    std::mutex lock;
+    std::stop_source source;
+    std::chrono::steady_clock::time_point deadline;
+    std::jthread thread;
+};
+
+} // namespace
+
+std::filesystem::path bundleFolder()
+{
+    static const std::filesystem::path folder = [] {
+        const std::filesystem::path memory = "/dev/shm";
+        const auto base = std::filesystem::is_directory(memory)
+                              ? memory
+                              : std::filesystem::temp_directory_path();
+        const auto path = base / ("mil-fuzz-" + std::to_string(std::random_device()()));
+        std::filesystem::create_directories(path / "weights");
+        return path;
+    }();
+    return folder;
+}
+
+void writeFile(const std::filesystem::path& path, std::string_view content)
+{
+    std::ofstream(path, std::ios::binary)
+        .write(content.data(), static_cast<std::streamsize>(content.size()));
+}
+
+void loadAndPredict()
+{
+    static Watch watch;
+    try {
+        Model model =
+            Model::load(bundleFolder(), {.threads = 1, .largestBuffers = largestBuffers});
+        std::vector<std::vector<std::byte>> memory;
+        std::vector<NamedInput> inputs;
+        std::size_t total = 0;
+        for (const FeatureDescription& feature : model.inputs()) {
+            TensorType type = feature.type;
+            for (std::int64_t& extent : type.shape) {
+                extent = extent == Extents::unknown ? 2 : extent;
+            }
+            const std::size_t bytes = byteCount(type);
+            total += bytes;
+            if (total > largestBuffers) {
+                return;
+            }
+            memory.emplace_back(bytes + 1);
+            inputs.push_back({feature.name, {type, memory.back().data()}});
+        }
+        model.predict(inputs, watch.start());
+        model.predict(inputs, watch.start());
+    } catch (const Error&) {
+    } catch (const Stopped&) {
+    }
+}
+
+} // namespace vorlin::mil::fuzz

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <span>
+#include <string_view>
+
+namespace vorlin::mil::fuzz
+{
+
+/// A bundle folder of this process, in memory where the system has such a place.
+std::filesystem::path bundleFolder();
+
+/// Replaces a file of the bundle.
+void writeFile(const std::filesystem::path& path, std::string_view content);
+
+/// Loads the bundle and predicts from zeros, stopping after a moment. Errors are fine; anything
+/// else is a finding.
+void loadAndPredict();
+
+} // namespace vorlin::mil::fuzz
