@@ -1,7 +1,6 @@
 #include "MIL/Kernels/Stored/Forms.h"
 
 #include "MIL/Kernels/Elementwise/Elements.h"
-#include "MIL/Kernels/Stored/Unpack.h"
 
 #include <algorithm>
 #include <array>
@@ -85,6 +84,10 @@ PaletteValues::PaletteValues(Parts given)
     for (std::size_t i = parts.vectorAxis + 1; i < parts.shape.size(); ++i) {
         inner *= parts.shape[i];
     }
+    const auto values = static_cast<std::int64_t>(parts.entries.size());
+    for (std::int64_t i = 0; parts.vector == 1 && i + parts.size <= values; i += parts.size) {
+        tables.emplace_back(parts.entries.data() + i, parts.size);
+    }
 }
 
 std::int64_t PaletteValues::shorten(std::int64_t place, std::int64_t& lane) const
@@ -99,7 +102,7 @@ void PaletteValues::expand(std::int64_t first, std::int64_t count, float* out) c
         parts.blocks.forEach(first, count, [&](std::int64_t at, std::int64_t length,
                                                std::int64_t block) {
             lookUp(parts.indices.data, bits, first + at, length,
-                   parts.entries.data() + block * parts.size, parts.size, out + at);
+                   tables[static_cast<std::size_t>(block)], out + at);
         });
         return;
     }

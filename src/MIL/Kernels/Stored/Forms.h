@@ -2,6 +2,7 @@
 
 #include "MIL/Kernels/Stored/Blocks.h"
 #include "MIL/Kernels/Stored/Mask.h"
+#include "MIL/Kernels/Stored/Unpack.h"
 #include "MIL/Tensor.h"
 #include "MIL/Weights/StoredValues.h"
 
@@ -76,6 +77,7 @@ private:
     std::int64_t shorten(std::int64_t place, std::int64_t& lane) const;
 
     const Parts parts;
+    std::vector<PaletteTable> tables; // of the palettes, where `vector` is 1
     std::size_t bits = 8;
     std::int64_t inner = 1; // elements behind the vector axis
 };

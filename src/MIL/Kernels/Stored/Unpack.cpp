@@ -1,7 +1,163 @@
 #include "MIL/Kernels/Stored/Unpack.h"
 
+#include "MIL/Kernels/Elementwise/Elements.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "MIL/Kernels/Stored/Unpack.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
 namespace vorlin::mil
 {
+namespace HWY_NAMESPACE
+{
+
+#if HWY_TARGET == HWY_SCALAR
+
+// Without vectors the callers do it all one by one.
+std::int64_t unpackSix(const std::uint8_t*, std::int64_t, std::uint8_t*) { return 0; }
+std::int64_t unpackFour(const std::uint8_t*, std::int64_t, std::uint8_t*) { return 0; }
+
+void lookUpHalves(const std::uint8_t* indices, std::int64_t count, const std::uint8_t* lowPlane,
+                  const std::uint8_t* highPlane, bool, std::uint8_t* out)
+{
+    for (std::int64_t i = 0; i < count; ++i) {
+        out[2 * i] = lowPlane[indices[i]];
+        out[2 * i + 1] = highPlane[indices[i]];
+    }
+}
+
+#else
+
+namespace hn = hwy::HWY_NAMESPACE;
+using Bytes = hn::Full128<std::uint8_t>;
+using Words = hn::Full128<std::uint32_t>;
+using ByteVector = hn::Vec<Bytes>;
+
+/// Indices unpacked together, and how many bytes a load of them may touch.
+constexpr std::int64_t together = 16;
+
+/// Unpacks groups of 16 six-bit indices, as many as leave 4 bytes of slack; returns how many
+/// indices that were. Starts at a whole byte.
+std::int64_t unpackSix(const std::uint8_t* in, std::int64_t count, std::uint8_t* out)
+{
+    const Bytes bytes;
+    const Words words;
+    alignas(16) static constexpr std::uint8_t order[16] = {0, 1, 2, 2, 3, 4,  5,  5,
+                                                           6, 7, 8, 8, 9, 10, 11, 11};
+    const ByteVector spread = hn::Load(bytes, order);
+    const auto mask = hn::Set(words, 0x3fu);
+    std::int64_t i = 0;
+    for (; i + together + 6 <= count; i += together) {
+        // Three bytes hold four indices: lowest bits first.
+        const auto group =
+            hn::BitCast(words, hn::TableLookupBytes(hn::LoadU(bytes, in + i / 4 * 3), spread));
+        const auto a = hn::And(group, mask);
+        const auto b = hn::And(hn::ShiftLeft<2>(group), hn::ShiftLeft<8>(mask));
+        const auto c = hn::And(hn::ShiftLeft<4>(group), hn::ShiftLeft<16>(mask));
+        const auto d = hn::And(hn::ShiftLeft<6>(group), hn::ShiftLeft<24>(mask));
+        hn::StoreU(hn::BitCast(bytes, hn::Or(hn::Or(a, b), hn::Or(c, d))), bytes, out + i);
+    }
+    return i;
+}
+
+std::int64_t unpackFour(const std::uint8_t* in, std::int64_t count, std::uint8_t* out)
+{
+    const Bytes bytes;
+    const ByteVector mask = hn::Set(bytes, std::uint8_t{15});
+    const hn::Full128<std::uint16_t> pairs;
+    std::int64_t i = 0;
+    for (; i + 2 * together <= count; i += 2 * together) {
+        const ByteVector both = hn::LoadU(bytes, in + i / 2);
+        const ByteVector low = hn::And(both, mask);
+        const ByteVector high =
+            hn::And(hn::BitCast(bytes, hn::ShiftRight<4>(hn::BitCast(pairs, both))), mask);
+        hn::StoreU(hn::InterleaveLower(bytes, low, high), bytes, out + i);
+        hn::StoreU(hn::InterleaveUpper(bytes, low, high), bytes, out + i + together);
+    }
+    return i;
+}
+
+/// The bytes of one plane of a palette at 16 indices.
+HWY_INLINE ByteVector lookUpPlane(const std::uint8_t* plane, ByteVector low,
+                                  hn::Mask<Bytes> bit4, hn::Mask<Bytes> bit5, bool large)
+{
+    const Bytes bytes;
+    const ByteVector first = hn::TableLookupBytes(hn::LoadU(bytes, plane), low);
+    if (!large) {
+        return first;
+    }
+    const ByteVector second = hn::TableLookupBytes(hn::LoadU(bytes, plane + 16), low);
+    const ByteVector third = hn::TableLookupBytes(hn::LoadU(bytes, plane + 32), low);
+    const ByteVector fourth = hn::TableLookupBytes(hn::LoadU(bytes, plane + 48), low);
+    return hn::IfThenElse(bit5, hn::IfThenElse(bit4, fourth, third),
+                          hn::IfThenElse(bit4, second, first));
+}
+
+/// Entries as halves at unpacked indices; a multiple of 16 of them, `large` if any exceeds 15.
+void lookUpHalves(const std::uint8_t* indices, std::int64_t count, const std::uint8_t* lowPlane,
+                  const std::uint8_t* highPlane, bool large, std::uint8_t* out)
+{
+    const Bytes bytes;
+    const ByteVector nibble = hn::Set(bytes, std::uint8_t{15});
+    for (std::int64_t i = 0; i < count; i += together) {
+        const ByteVector index = hn::LoadU(bytes, indices + i);
+        const ByteVector low = hn::And(index, nibble);
+        const auto bit4 = hn::TestBit(index, hn::Set(bytes, std::uint8_t{16}));
+        const auto bit5 = hn::TestBit(index, hn::Set(bytes, std::uint8_t{32}));
+        const ByteVector a = lookUpPlane(lowPlane, low, bit4, bit5, large);
+        const ByteVector b = lookUpPlane(highPlane, low, bit4, bit5, large);
+        hn::StoreU(hn::InterleaveLower(bytes, a, b), bytes, out + 2 * i);
+        hn::StoreU(hn::InterleaveUpper(bytes, a, b), bytes, out + 2 * i + together);
+    }
+}
+
+#endif // HWY_TARGET == HWY_SCALAR
+
+} // namespace HWY_NAMESPACE
+} // namespace vorlin::mil
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+#include <algorithm>
+
+namespace vorlin::mil
+{
+
+namespace
+{
+
+HWY_EXPORT(unpackSix);
+HWY_EXPORT(unpackFour);
+HWY_EXPORT(lookUpHalves);
+
+/// Unsigned numbers of `bits` bits from a stream.
+void unpackIndices(const std::byte* stream, std::size_t bits, std::int64_t first,
+                   std::int64_t count, std::uint8_t* out)
+{
+    const auto one = [&](std::int64_t i) {
+        out[i] = static_cast<std::uint8_t>(
+            packedBits(stream, bits, static_cast<std::uint64_t>(first + i)));
+    };
+    std::int64_t done = 0;
+    const bool six = bits == 6;
+    if (six || bits == 4) {
+        // Up to the next whole byte one by one, then as many as vectors take.
+        for (; done < count && (first + done) % (six ? 4 : 2) != 0; ++done) {
+            one(done);
+        }
+        const auto* const in = reinterpret_cast<const std::uint8_t*>(stream) +
+                               (first + done) * static_cast<std::int64_t>(bits) / 8;
+        done += six ? HWY_DYNAMIC_DISPATCH(unpackSix)(in, count - done, out + done)
+                    : HWY_DYNAMIC_DISPATCH(unpackFour)(in, count - done, out + done);
+    }
+    for (; done < count; ++done) {
+        one(done);
+    }
+}
+
+} // namespace
 
 void unpackNumbers(const TensorView& tensor, std::int64_t first, std::int64_t count, float* out)
 {
@@ -19,17 +175,53 @@ void unpackNumbers(const TensorView& tensor, std::int64_t first, std::int64_t co
         }
         return;
     }
-    for (std::int64_t i = 0; i < count; ++i) {
-        out[i] = static_cast<float>(tensor.integer(first + i));
+    std::array<std::uint8_t, chunkLength> numbers;
+    const bool isSigned = tensor.type.element == ElementType::int4;
+    for (std::int64_t i = 0; i < count; i += chunkLength) {
+        const std::int64_t piece = std::min(chunkLength, count - i);
+        unpackIndices(tensor.data, bitsOf(tensor.type.element), first + i, piece, numbers.data());
+        for (std::int64_t k = 0; k < piece; ++k) {
+            const int number = numbers[static_cast<std::size_t>(k)];
+            out[i + k] = static_cast<float>(isSigned && number >= 8 ? number - 16 : number);
+        }
+    }
+}
+
+PaletteTable::PaletteTable(const float* entries, std::int64_t count)
+    : numbers(entries, entries + count)
+{
+    halves = numbers.size() <= mostHalves;
+    for (std::size_t i = 0; halves && i < numbers.size(); ++i) {
+        const Half half = narrow(numbers[i]);
+        halves = std::bit_cast<std::uint32_t>(widen(half)) ==
+                 std::bit_cast<std::uint32_t>(numbers[i]);
+        low[i] = static_cast<std::uint8_t>(half.bits & 0xffu);
+        high[i] = static_cast<std::uint8_t>(half.bits >> 8);
     }
 }
 
 void lookUp(const std::byte* stream, std::size_t bits, std::int64_t first, std::int64_t count,
-            const float* palette, std::int64_t, float* out)
+            const PaletteTable& palette, float* out)
 {
-    for (std::int64_t i = 0; i < count; ++i) {
-        out[i] = palette[packedBits(stream, bits, static_cast<std::uint64_t>(first + i))];
+    // Room for whole vectors behind the last index; what is looked up there is not used.
+    alignas(16) std::array<std::uint8_t, chunkLength + 16> indices;
+    alignas(16) std::array<std::uint8_t, 2 * (chunkLength + 16)> halves; // little-endian
+    for (std::int64_t i = 0; i < count; i += chunkLength) {
+        const std::int64_t piece = std::min(chunkLength, count - i);
+        unpackIndices(stream, bits, first + i, piece, indices.data());
+        if (!palette.asHalves()) {
+            for (std::int64_t k = 0; k < piece; ++k) {
+                out[i + k] = palette.entries()[indices[static_cast<std::size_t>(k)]];
+            }
+            continue;
+        }
+        std::fill_n(indices.data() + piece, 16, std::uint8_t{0});
+        HWY_DYNAMIC_DISPATCH(lookUpHalves)(indices.data(), (piece + 15) / 16 * 16,
+                                           palette.lowBytes(), palette.highBytes(), bits > 4,
+                                           halves.data());
+        widenAll(reinterpret_cast<const Half*>(halves.data()), piece, out + i);
     }
 }
 
 } // namespace vorlin::mil
+#endif
