@@ -17,6 +17,12 @@ void* operator new(std::size_t bytes)
     throw std::bad_alloc();
 }
 
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept
+{
+    ++allocations;
+    return std::malloc(bytes == 0 ? 1 : bytes);
+}
+
 void operator delete(void* block) noexcept { std::free(block); }
 
 void operator delete(void* block, std::size_t) noexcept { std::free(block); }

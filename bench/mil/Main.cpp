@@ -1,0 +1,181 @@
+// mil_bench FOLDER [ROUNDS]: measures a model folder made by full_size_model.py. Everything that
+// is compared runs in turns, round by round, so that ratios come from one run. Both the wall
+// clock and the processor time are given: on a busy machine only the latter means anything.
+#include "MIL/Model.h"
+#include "Yardstick.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <exception>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace vorlin::mil::bench
+{
+
+namespace
+{
+
+constexpr std::size_t threads = 2;
+
+/// What one thing took, round by round.
+struct Series {
+    std::vector<double> wall; // ms
+    std::vector<double> processor;
+
+    void measure(const std::function<void()>& body)
+    {
+        using Clock = std::chrono::steady_clock;
+        const auto start = Clock::now();
+        const std::clock_t processorStart = std::clock();
+        body();
+        wall.push_back(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
+        processor.push_back(1000.0 * static_cast<double>(std::clock() - processorStart) /
+                            CLOCKS_PER_SEC);
+    }
+};
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+double least(const std::vector<double>& values)
+{
+    return *std::min_element(values.begin(), values.end());
+}
+
+void print(const char* name, const Series& series, double perRound)
+{
+    std::printf("%-28s wall median %9.3f min %9.3f ms, processor median %9.3f min %9.3f ms\n",
+                name, median(series.wall) / perRound, least(series.wall) / perRound,
+                median(series.processor) / perRound, least(series.processor) / perRound);
+}
+
+void compare(const char* name, const Series& series, const Series& yardstick, double limit)
+{
+    std::printf("%-28s %.2f x by wall minimum, %.2f x by processor minimum (at most %.2f)\n",
+                name, least(series.wall) / least(yardstick.wall),
+                least(series.processor) / least(yardstick.processor), limit);
+}
+
+/// A model with zeros for inputs.
+class Subject
+{
+public:
+    Subject(const std::filesystem::path& bundle, std::size_t threadCount)
+        : model(Model::load(bundle, {.threads = threadCount}))
+    {
+        for (const FeatureDescription& feature : model.inputs()) {
+            memory.emplace_back(byteCount(feature.type));
+            inputs.push_back({feature.name, {feature.type, memory.back().data()}});
+        }
+        model.predict(inputs); // touches weights and buffers once
+    }
+
+    void run() { model.predict(inputs); }
+    std::size_t weightBytes() const { return model.statistics().weightFileBytes; }
+    std::size_t bufferBytes() const { return model.statistics().heldBytes; }
+
+private:
+    Model model;
+    std::vector<std::vector<std::byte>> memory;
+    std::vector<NamedInput> inputs;
+};
+
+std::string processorName()
+{
+    std::ifstream info("/proc/cpuinfo");
+    std::string line;
+    while (std::getline(info, line)) {
+        if (line.starts_with("model name")) {
+            return line.substr(line.find(':') + 2);
+        }
+    }
+    return "unknown processor";
+}
+
+/// A small step against a plain sum over as many bytes as its weights have.
+void benchStep(const char* name, const std::filesystem::path& bundle, std::size_t bytes,
+               int rounds)
+{
+    constexpr int perRound = 20;
+    Subject step(bundle, 1);
+    const std::vector<std::uint64_t> words(bytes / 8, 3);
+    Series stepTimes;
+    Series sumTimes;
+    volatile std::uint64_t keep = 0;
+    for (int i = 0; i < rounds; ++i) {
+        sumTimes.measure([&] {
+            for (int k = 0; k < perRound; ++k) {
+                keep = sumOf(words);
+            }
+        });
+        stepTimes.measure([&] {
+            for (int k = 0; k < perRound; ++k) {
+                step.run();
+            }
+        });
+    }
+    (void)keep;
+    print(name, stepTimes, perRound);
+    print("  sum over its weights", sumTimes, perRound);
+    compare("  ratio", stepTimes, sumTimes, 1.5);
+}
+
+void benchEncoder(const std::filesystem::path& bundle, int rounds)
+{
+    Series load;
+    Subject encoder(bundle, threads);
+    load.measure([&] { Model::load(bundle, {.threads = threads}); });
+    print("load, warm", load, 1);
+    EncoderProducts products;
+    products.run();
+    Series encoderTimes;
+    Series productTimes;
+    for (int i = 0; i < rounds; ++i) {
+        productTimes.measure([&] { products.run(); });
+        encoderTimes.measure([&] { encoder.run(); });
+    }
+    print("encoder, 15 s of audio", encoderTimes, 1);
+    print("  oneDNN, its products", productTimes, 1);
+    compare("  ratio", encoderTimes, productTimes, 1.5);
+    std::printf("  %.1f GFLOP; weights %zu MiB, buffers %zu MiB\n", products.operations() / 1e9,
+                encoder.weightBytes() >> 20, encoder.bufferBytes() >> 20);
+}
+
+} // namespace
+
+} // namespace vorlin::mil::bench
+
+int main(int count, char** arguments)
+{
+    using namespace vorlin::mil::bench;
+    if (count < 2) {
+        std::fprintf(stderr, "usage: mil_bench FOLDER [ROUNDS]\n");
+        return 1;
+    }
+    try {
+        const std::filesystem::path folder = arguments[1];
+        const int rounds = count > 2 ? std::max(1, std::atoi(arguments[2])) : 5;
+        // oneDNN takes its threads from here.
+        setenv("OMP_NUM_THREADS", "2", 0);
+        std::printf("%s, %zu threads, %d rounds\n", processorName().c_str(), threads, rounds);
+        constexpr std::size_t hidden = 640;
+        benchStep("decoder step", folder / "Decoder.mlmodelc", 2 * 2 * 2 * 4 * hidden * hidden,
+                  rounds);
+        benchStep("joint step", folder / "JointDecisionv3.mlmodelc",
+                  2 * (hidden * 1024 + hidden * hidden + 8198 * hidden), rounds);
+        benchEncoder(folder / "Encoder.mlmodelc", rounds);
+        return 0;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "mil_bench: %s\n", error.what());
+        return 1;
+    }
+}
