@@ -53,15 +53,15 @@ double least(const std::vector<double>& values)
 
 void print(const char* name, const Series& series, double perRound)
 {
-    std::printf("%-28s wall median %9.3f min %9.3f ms, processor median %9.3f min %9.3f ms\n",
-                name, median(series.wall) / perRound, least(series.wall) / perRound,
+    std::printf("%-28s wall median %9.3f min %9.3f ms, processor median %9.3f min %9.3f ms\n", name,
+                median(series.wall) / perRound, least(series.wall) / perRound,
                 median(series.processor) / perRound, least(series.processor) / perRound);
 }
 
 void compare(const char* name, const Series& series, const Series& yardstick, double limit)
 {
-    std::printf("%-28s %.2f x by wall minimum, %.2f x by processor minimum (at most %.2f)\n",
-                name, least(series.wall) / least(yardstick.wall),
+    std::printf("%-28s %.2f x by wall minimum, %.2f x by processor minimum (at most %.2f)\n", name,
+                least(series.wall) / least(yardstick.wall),
                 least(series.processor) / least(yardstick.processor), limit);
 }
 
@@ -102,8 +102,7 @@ std::string processorName()
 }
 
 /// A small step against a plain sum over as many bytes as its weights have.
-void benchStep(const char* name, const std::filesystem::path& bundle, std::size_t bytes,
-               int rounds)
+void benchStep(const char* name, const std::filesystem::path& bundle, std::size_t bytes, int rounds)
 {
     constexpr int perRound = 20;
     Subject step(bundle, 1);

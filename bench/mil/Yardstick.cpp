@@ -24,16 +24,16 @@ struct Shape {
 
 // 24 layers, 188 frames, width 1024, 8 heads of 128, 375 relative positions.
 constexpr std::array shapes{
-    Shape{1, 1, 48064, 9, 256},     // first convolution, 751 x 64 places
-    Shape{1, 1, 12032, 256, 256},   // pointwise ones of the subsampling
+    Shape{1, 1, 48064, 9, 256},   // first convolution, 751 x 64 places
+    Shape{1, 1, 12032, 256, 256}, // pointwise ones of the subsampling
     Shape{1, 1, 3008, 256, 256},
-    Shape{1, 1, 188, 4096, 1024},   // into the layers
-    Shape{48, 1, 188, 1024, 4096},  // feed-forward, in and out, two a layer
+    Shape{1, 1, 188, 4096, 1024},  // into the layers
+    Shape{48, 1, 188, 1024, 4096}, // feed-forward, in and out, two a layer
     Shape{48, 1, 188, 4096, 1024},
-    Shape{96, 1, 188, 1024, 1024},  // query, key, value, output
-    Shape{24, 1, 188, 1024, 2048},  // convolution module, in and out
+    Shape{96, 1, 188, 1024, 1024}, // query, key, value, output
+    Shape{24, 1, 188, 1024, 2048}, // convolution module, in and out
     Shape{24, 1, 188, 1024, 1024},
-    Shape{24, 8, 188, 128, 188},    // scores by content and by position, and their values
+    Shape{24, 8, 188, 128, 188}, // scores by content and by position, and their values
     Shape{24, 8, 188, 128, 375},
     Shape{24, 8, 188, 188, 128},
 };

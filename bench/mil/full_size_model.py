@@ -31,6 +31,12 @@ def unpack(archive, prefix, target):
         shutil.copytree(os.path.join(scratch, prefix), target, dirs_exist_ok=True)
 
 
+def record(code, size, offset, padding=0):
+    """The 64 bytes in front of a payload of `size` bytes."""
+    fields = struct.pack("<IIQQQ", 0xDEADBEEF, code, size, offset + 64, padding)
+    return fields.ljust(64, b"\0")
+
+
 class Weights:
     """A weight file being written: records at multiples of 64 bytes."""
 
@@ -49,7 +55,7 @@ class Weights:
             out.write(struct.pack("<II", len(self.records), 2).ljust(64, b"\0"))
             for offset, data in self.records:
                 out.seek(offset)
-                out.write(struct.pack("<IIQQQ", 0xDEADBEEF, 1, len(data), offset + 64, 0).ljust(64, b"\0"))
+                out.write(record(1, len(data), offset))
                 out.write(data)
             out.truncate(self.end)
 
@@ -62,7 +68,8 @@ class Program:
 
     def const(self, kind, shape, name, text):
         t = f"tensor<{kind}, [{shape}]>"
-        self.lines.append(f'{t} {name} = const()[name = tensor<string, []>("{name}"), val = {t}({text})];')
+        self.lines.append(f'{t} {name} = const()[name = tensor<string, []>("{name}"), '
+                          f'val = {t}({text})];')
         return name
 
     def stored(self, name, values):
@@ -74,7 +81,8 @@ class Program:
     def op(self, outputs, operation, **arguments):
         left = ", ".join(f"tensor<{t}> {n}" for t, n in outputs)
         right = ", ".join(f"{k} = {v}" for k, v in sorted(arguments.items()))
-        self.lines.append(f'{left} = {operation}({right})[name = tensor<string, []>("{outputs[0][1]}")];')
+        name = f'[name = tensor<string, []>("{outputs[0][1]}")]'
+        self.lines.append(f"{left} = {operation}({right}){name};")
 
     def cast(self, shape, name, source, kind):
         dtype = self.const("string", "", name + "_dtype", f'"{kind}"')
@@ -122,7 +130,8 @@ def decoder(folder, rng):
               (f"fp16, [1, {HIDDEN}]", f"c_new_{layer}")], "lstm", activation="tangent",
              bias=p.stored(f"bias_{layer}", uniform(rng, 4 * HIDDEN, 0.04)),
              cell_activation="tangent", direction="forward", initial_c=f"c_flat_{layer}",
-             initial_h=f"h_flat_{layer}", output_sequence="sequence", recurrent_activation="sigmoid",
+             initial_h=f"h_flat_{layer}", output_sequence="sequence",
+             recurrent_activation="sigmoid",
              weight_hh=p.stored(f"hh_{layer}", uniform(rng, (4 * HIDDEN, HIDDEN), 0.04)),
              weight_ih=p.stored(f"ih_{layer}", uniform(rng, (4 * HIDDEN, HIDDEN), 0.04)),
              x=f"x_{layer}")
@@ -144,7 +153,8 @@ def blank_bias(encoded, enc, out, steps):
 
 
 def joint(folder, rng, encoded):
-    p = Program(f"tensor<fp32, [1, {WIDTH}, 1]> encoder_step, tensor<fp32, [1, {HIDDEN}, 1]> decoder_step")
+    p = Program(f"tensor<fp32, [1, {WIDTH}, 1]> encoder_step, "
+                f"tensor<fp32, [1, {HIDDEN}, 1]> decoder_step")
     enc = uniform(rng, (HIDDEN, WIDTH), 0.05)
     pred = uniform(rng, (HIDDEN, HIDDEN), 0.05)
     out = uniform(rng, (TOKENS, HIDDEN), 0.05)
@@ -158,7 +168,8 @@ def joint(folder, rng, encoded):
     p.const("int32", "3", "ones", "[1, 1, 1]")
     for side, width, weight in (("encoder", WIDTH, enc), ("decoder", HIDDEN, pred)):
         p.cast(f"1, {width}, 1", f"{side}_half", f"{side}_step", "fp16")
-        p.op([(f"fp16, [1, 1, {width}]", f"{side}_row")], "transpose", perm="turn", x=f"{side}_half")
+        p.op([(f"fp16, [1, 1, {width}]", f"{side}_row")], "transpose", perm="turn",
+             x=f"{side}_half")
         p.op([(f"fp16, [1, 1, {HIDDEN}]", f"{side}_hidden")], "linear",
              bias=p.stored(f"{side}_bias", np.zeros(HIDDEN)),
              weight=p.stored(f"{side}_weight", weight), x=f"{side}_row")
@@ -193,8 +204,7 @@ def fill(folder):
         for blob in table:
             code, kind = types[blob["type"]]
             out.seek(blob["offset"])
-            out.write(struct.pack("<IIQQQ", 0xDEADBEEF, code, blob["bytes"], blob["offset"] + 64,
-                                  blob.get("padding_bits", 0)).ljust(64, b"\0"))
+            out.write(record(code, blob["bytes"], blob["offset"], blob.get("padding_bits", 0)))
             count = blob["bytes"] // np.dtype(kind).itemsize
             for start in range(1, count + 1, 1 << 20):
                 i = np.arange(start, min(count + 1, start + (1 << 20)), dtype=np.uint64)

@@ -16,11 +16,11 @@ struct Description {
 };
 
 constexpr std::array<Description, 22> descriptions{{
-    {"bool", 8, 'b'},   {"string", 0, 's'}, {"fp16", 16, 'f'},   {"fp32", 32, 'f'},
-    {"fp64", 64, 'f'},  {"bf16", 16, 'f'},  {"fp8e4m3", 8, 'f'}, {"fp8e5m2", 8, 'f'},
-    {"int4", 4, 'i'},   {"int8", 8, 'i'},   {"int16", 16, 'i'},  {"int32", 32, 'i'},
-    {"int64", 64, 'i'}, {"uint1", 1, 'u'},  {"uint2", 2, 'u'},   {"uint3", 3, 'u'},
-    {"uint4", 4, 'u'},  {"uint6", 6, 'u'},  {"uint8", 8, 'u'},   {"uint16", 16, 'u'},
+    {"bool", 8, 'b'},    {"string", 0, 's'},  {"fp16", 16, 'f'},   {"fp32", 32, 'f'},
+    {"fp64", 64, 'f'},   {"bf16", 16, 'f'},   {"fp8e4m3", 8, 'f'}, {"fp8e5m2", 8, 'f'},
+    {"int4", 4, 'i'},    {"int8", 8, 'i'},    {"int16", 16, 'i'},  {"int32", 32, 'i'},
+    {"int64", 64, 'i'},  {"uint1", 1, 'u'},   {"uint2", 2, 'u'},   {"uint3", 3, 'u'},
+    {"uint4", 4, 'u'},   {"uint6", 6, 'u'},   {"uint8", 8, 'u'},   {"uint16", 16, 'u'},
     {"uint32", 32, 'u'}, {"uint64", 64, 'u'},
 }};
 
@@ -43,9 +43,15 @@ std::optional<ElementType> elementTypeNamed(std::string_view name)
     return std::nullopt;
 }
 
-std::string_view nameOf(ElementType type) { return describe(type).name; }
+std::string_view nameOf(ElementType type)
+{
+    return describe(type).name;
+}
 
-std::size_t bitsOf(ElementType type) { return describe(type).bits; }
+std::size_t bitsOf(ElementType type)
+{
+    return describe(type).bits;
+}
 
 std::optional<std::size_t> byteCount(ElementType type, std::uint64_t count)
 {
@@ -56,11 +62,20 @@ std::optional<std::size_t> byteCount(ElementType type, std::uint64_t count)
     return (static_cast<std::size_t>(count) * bits + 7) / 8;
 }
 
-bool isFloat(ElementType type) { return describe(type).family == 'f'; }
+bool isFloat(ElementType type)
+{
+    return describe(type).family == 'f';
+}
 
-bool isInteger(ElementType type) { return isSigned(type) || describe(type).family == 'u'; }
+bool isInteger(ElementType type)
+{
+    return isSigned(type) || describe(type).family == 'u';
+}
 
-bool isSigned(ElementType type) { return describe(type).family == 'i'; }
+bool isSigned(ElementType type)
+{
+    return describe(type).family == 'i';
+}
 
 std::int64_t lowestOf(ElementType type)
 {
@@ -70,8 +85,7 @@ std::int64_t lowestOf(ElementType type)
 std::int64_t highestOf(ElementType type)
 {
     const std::size_t bits = bitsOf(type) - (isSigned(type) ? 1 : 0);
-    return bits >= 63 ? std::numeric_limits<std::int64_t>::max()
-                      : (std::int64_t{1} << bits) - 1;
+    return bits >= 63 ? std::numeric_limits<std::int64_t>::max() : (std::int64_t{1} << bits) - 1;
 }
 
 } // namespace vorlin::mil

@@ -7,7 +7,10 @@
 namespace vorlin::mil
 {
 
-void Extents::refuse() { throw Error("a tensor has too many axes"); }
+void Extents::refuse()
+{
+    throw Error("a tensor has too many axes");
+}
 
 void Extents::insert(std::size_t position, std::int64_t value)
 {

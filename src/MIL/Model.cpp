@@ -137,9 +137,18 @@ Model Model::load(const std::filesystem::path& bundle, const Options& options)
     return Model(std::make_unique<Implementation>(bundle, options));
 }
 
-const std::vector<FeatureDescription>& Model::inputs() const { return implementation->inputs; }
-const std::vector<FeatureDescription>& Model::outputs() const { return implementation->outputs; }
-const std::vector<FeatureDescription>& Model::states() const { return implementation->states; }
+const std::vector<FeatureDescription>& Model::inputs() const
+{
+    return implementation->inputs;
+}
+const std::vector<FeatureDescription>& Model::outputs() const
+{
+    return implementation->outputs;
+}
+const std::vector<FeatureDescription>& Model::states() const
+{
+    return implementation->states;
+}
 
 std::vector<NamedOutput> Model::predict(std::span<const NamedInput> inputs,
                                         const std::stop_token& stop)

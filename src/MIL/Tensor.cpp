@@ -115,9 +115,7 @@ void TensorBuffer::set(std::int64_t index, double value) const
 {
     const auto whole = [&] { return static_cast<std::uint64_t>(truncated(value)); };
     switch (type.element) {
-    case ElementType::boolean:
-        data[index] = value != 0.0 ? std::byte{1} : std::byte{0};
-        break;
+    case ElementType::boolean: data[index] = value != 0.0 ? std::byte{1} : std::byte{0}; break;
     case ElementType::fp16: store(data, index, narrow(static_cast<float>(value))); break;
     case ElementType::fp32: store(data, index, static_cast<float>(value)); break;
     case ElementType::fp64: store(data, index, value); break;
@@ -140,13 +138,12 @@ void TensorBuffer::set(std::int64_t index, double value) const
                         static_cast<std::uint32_t>(whole()) & ((1u << bits) - 1u));
         break;
     }
-    default: throw Error("no operation writes elements of type " +
-                         std::string(nameOf(type.element)));
+    default:
+        throw Error("no operation writes elements of type " + std::string(nameOf(type.element)));
     }
 }
 
-void storePackedBits(std::byte* stream, std::size_t bits, std::uint64_t index,
-                     std::uint32_t value)
+void storePackedBits(std::byte* stream, std::size_t bits, std::uint64_t index, std::uint32_t value)
 {
     const std::uint64_t first = index * bits;
     const std::size_t byte = static_cast<std::size_t>(first / 8);

@@ -77,7 +77,6 @@ inline std::uint32_t packedBits(const std::byte* stream, std::size_t bits, std::
 }
 
 /// Writes what `packedBits` reads; the stream must hold zeros where the number goes.
-void storePackedBits(std::byte* stream, std::size_t bits, std::uint64_t index,
-                     std::uint32_t value);
+void storePackedBits(std::byte* stream, std::size_t bits, std::uint64_t index, std::uint32_t value);
 
 } // namespace vorlin::mil

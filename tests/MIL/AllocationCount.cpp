@@ -23,8 +23,17 @@ void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept
     return std::malloc(bytes == 0 ? 1 : bytes);
 }
 
-void operator delete(void* block) noexcept { std::free(block); }
+void operator delete(void* block) noexcept
+{
+    std::free(block);
+}
 
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t) noexcept
+{
+    std::free(block);
+}
 
-std::size_t vorlin::mil::test::allocationCount() { return allocations; }
+std::size_t vorlin::mil::test::allocationCount()
+{
+    return allocations;
+}

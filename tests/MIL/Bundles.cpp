@@ -36,7 +36,10 @@ TemporaryFolder::~TemporaryFolder()
     std::filesystem::remove_all(path, ignored);
 }
 
-WeightBytes::WeightBytes() : bytes(64) { set<std::uint32_t>(4, 2); }
+WeightBytes::WeightBytes() : bytes(64)
+{
+    set<std::uint32_t>(4, 2);
+}
 
 std::size_t WeightBytes::add(std::uint32_t code, const std::vector<std::byte>& payload,
                              std::uint64_t paddingBits)

@@ -41,9 +41,8 @@ std::string checkOutputs(const std::filesystem::path& folder, const nlohmann::js
         tolerance.absolute *= allowance;
         tolerance.relative *= allowance;
         const NamedOutput& output = *byName[name];
-        const std::string text =
-            difference(output.type, output.bytes, readNpy(folder / file.get<std::string>()),
-                       tolerance);
+        const std::string text = difference(output.type, output.bytes,
+                                            readNpy(folder / file.get<std::string>()), tolerance);
         wrong += text.empty() ? "" : name + " " + text + "; ";
     }
     return wrong;
@@ -51,7 +50,10 @@ std::string checkOutputs(const std::filesystem::path& folder, const nlohmann::js
 
 } // namespace
 
-std::filesystem::path fixtures() { return VORLIN_MIL_FIXTURES; }
+std::filesystem::path fixtures()
+{
+    return VORLIN_MIL_FIXTURES;
+}
 
 std::string difference(const TensorType& type, const std::vector<std::byte>& bytes,
                        const NpyTensor& wanted, const Tolerance& tolerance)

@@ -76,8 +76,8 @@ void fillWeights(const std::filesystem::path& bundle)
     append(header, std::uint32_t{2});
     header.resize(64);
     file.write(header.data(), 64);
-    const std::map<std::string, std::uint32_t> codes{{"fp16", 1},  {"fp32", 2},  {"uint8", 3},
-                                                     {"int8", 4},  {"uint4", 11}, {"uint6", 13}};
+    const std::map<std::string, std::uint32_t> codes{{"fp16", 1}, {"fp32", 2},   {"uint8", 3},
+                                                     {"int8", 4}, {"uint4", 11}, {"uint6", 13}};
     for (const nlohmann::json& entry : table) {
         const Record record{.offset = entry.at("offset"),
                             .type = entry.at("type"),

@@ -1,7 +1,7 @@
 // The full-size encoder in each stored form: slow and large, so part of the nightly tests.
+#include "FullSize.h"
 #include "Bundles.h"
 #include "Fixtures.h"
-#include "FullSize.h"
 
 #include <gtest/gtest.h>
 

@@ -213,8 +213,8 @@ TEST(RowTest, normalisingStaysCloseToTheReference)
         std::vector<float> plain = fast;
         normaliseRow(fast.data(), static_cast<std::int64_t>(width), 1e-5, gamma.data(),
                      beta.data());
-        reference::normaliseRow(plain.data(), static_cast<std::int64_t>(width), 1e-5,
-                                gamma.data(), beta.data());
+        reference::normaliseRow(plain.data(), static_cast<std::int64_t>(width), 1e-5, gamma.data(),
+                                beta.data());
         for (std::size_t i = 0; i < width; ++i) {
             // The mean is off by a few units of the row's largest element, relative to its spread.
             ASSERT_NEAR(fast[i], plain[i], 1e-5f + 1e-5f * std::abs(plain[i])) << width;
@@ -293,10 +293,10 @@ TEST(UnpackTest, everyWidthAndStartGivesWhatTheStreamHolds)
         const auto elements = static_cast<std::int64_t>(stream.size() * 8 / bits);
         const TensorView view{{type, {elements}}, stream.data()};
         for (int round = 0; round < 200; ++round) {
-            const auto first = static_cast<std::int64_t>(
-                randomCount(static_cast<std::size_t>(elements) - 1));
-            const auto count = static_cast<std::int64_t>(
-                randomCount(static_cast<std::size_t>(elements - first)));
+            const auto first =
+                static_cast<std::int64_t>(randomCount(static_cast<std::size_t>(elements) - 1));
+            const auto count =
+                static_cast<std::int64_t>(randomCount(static_cast<std::size_t>(elements - first)));
             std::vector<float> numbers(static_cast<std::size_t>(count) + 1, -1);
             std::vector<float> entries = numbers;
             unpackNumbers(view, first, count, numbers.data());

@@ -47,13 +47,14 @@ const std::vector<Case>& textCases()
         {"truncated string", head + "string y = const()[val = string(\"abc",
          "model.mil:4:33: the string that starts here does not end"},
         {"deep nesting of types",
-         head + [] {
-             std::string types;
-             for (int i = 0; i < 100000; ++i) {
-                 types += "list<";
-             }
-             return types;
-         }(),
+         head +
+             [] {
+                 std::string types;
+                 for (int i = 0; i < 100000; ++i) {
+                     types += "list<";
+                 }
+                 return types;
+             }(),
          "model.mil:4:321: nested more than 64 levels deep"},
         {"deep nesting of literals",
          head + "list<int32, 1> y = const()[val = list<int32, 1>(" + nested('[', ']', 100000) +
@@ -120,11 +121,9 @@ const std::vector<Case>& textCases()
          "model.mil:4:23: operation 'add' lacks the argument 'y'"},
         {"argument given twice", body("tensor<fp32, [2]> y = relu(x = x, x = x);"),
          "model.mil:4:35: the argument 'x' is given twice"},
-        {"argument of the wrong type",
-         body("tensor<fp32, [2]> y = relu(x = string(\"hello\"));"),
+        {"argument of the wrong type", body("tensor<fp32, [2]> y = relu(x = string(\"hello\"));"),
          "model.mil:4:23: operation 'relu' cannot take a string as 'x'"},
-        {"operands of different types",
-         body("tensor<fp32, [2]> y = add(x = x, y = int32(1));"),
+        {"operands of different types", body("tensor<fp32, [2]> y = add(x = x, y = int32(1));"),
          "model.mil:4:23: operation 'add' does not take fp32 [2] and int32 []"},
         {"shapes that do not stretch",
          body("tensor<fp32, [2]> y = add(x = x, y = tensor<fp32, [3]>([1, 2, 3]));"),
@@ -141,8 +140,7 @@ const std::vector<Case>& textCases()
          body("tensor<fp32, [1]> y, tensor<fp32, [1]> z, tensor<fp32, [1]> w = split(axis = "
               "int32(0), num_splits = int32(2), x = x);"),
          "model.mil:4:65: operation 'split' has 2 outputs"},
-        {"axis that is not there",
-         body("tensor<fp32, [2]> y = softmax(axis = int32(1), x = x);"),
+        {"axis that is not there", body("tensor<fp32, [2]> y = softmax(axis = int32(1), x = x);"),
          "model.mil:4:23: operation 'softmax' has no axis 1 in a tensor of rank 1"},
         {"axis beyond all numbers",
          body("tensor<fp32, [2]> y = softmax(axis = int64(9223372036854775807), x = x);"),
@@ -245,8 +243,7 @@ TEST(MalformedTest, everyMalformedWeightRecordSaysWhatIsWrong)
          record + "has its data outside the file"},
         {"unaligned data", [](WeightBytes& w) { w.set<std::uint64_t>(80, 129); },
          record + "has unaligned data"},
-        {"size that is no number of elements",
-         [](WeightBytes& w) { w.set<std::uint64_t>(72, 7); },
+        {"size that is no number of elements", [](WeightBytes& w) { w.set<std::uint64_t>(72, 7); },
          record + "has a size that is no number of elements"},
         {"other number of elements", [](WeightBytes& w) { w.set<std::uint64_t>(72, 4); },
          record + "holds 1 elements, the text declares fp32 [2]"},
@@ -266,8 +263,7 @@ TEST(MalformedTest, anOffsetBetweenRecordsIsRefused)
     const TemporaryFolder folder;
     WeightBytes weights;
     weights.add(2, std::vector<float>{1, 2});
-    for (const auto& [offset, why] :
-         std::vector<std::pair<std::string, std::string>>{
+    for (const auto& [offset, why] : std::vector<std::pair<std::string, std::string>>{
              {"65", "does not lie on a multiple of 64"},
              {"0", "lies in the header"},
              {"18446744073709551552", "lies outside the file"}}) {
@@ -277,7 +273,8 @@ TEST(MalformedTest, anOffsetBetweenRecordsIsRefused)
                          offset + ")))];"),
                     weights.bytes);
         EXPECT_EQ(messageOf(folder.path), "model.mil:4:55: weights/weight.bin: the record at "
-                                          "offset " + offset + " " + why);
+                                          "offset " +
+                                              offset + " " + why);
     }
 }
 
@@ -304,15 +301,15 @@ TEST(MalformedTest, aFolderOrNothingIsNoBundle)
     EXPECT_EQ(messageOf(folder.path), "cannot read " + (folder.path / "model.mil").string() +
                                           ": No such file or directory");
     std::filesystem::create_directory(folder.path / "model.mil");
-    EXPECT_EQ(messageOf(folder.path), "cannot read " + (folder.path / "model.mil").string() +
-                                          ": it is not a regular file");
+    EXPECT_EQ(messageOf(folder.path),
+              "cannot read " + (folder.path / "model.mil").string() + ": it is not a regular file");
 }
 
 TEST(MalformedTest, everyWrongPredictionSaysWhatIsWrong)
 {
     const TemporaryFolder folder;
-    writeBundle(folder.path, programOf("tensor<fp32, [2, ?]>",
-                                       "tensor<fp32, [2, ?]> y = relu(x = x);"));
+    writeBundle(folder.path,
+                programOf("tensor<fp32, [2, ?]>", "tensor<fp32, [2, ?]> y = relu(x = x);"));
     Model model = Model::load(folder.path, {.largestBuffers = 4096});
     const std::vector<float> values(4096);
     const auto messageFor = [&](std::vector<NamedInput> inputs) -> std::string {

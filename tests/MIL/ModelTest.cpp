@@ -47,10 +47,10 @@ TEST(ModelTest, bothStylesAndMixturesMeanTheSame)
 
 TEST(ModelTest, infinitiesAndNotANumberAreLiterals)
 {
-    const auto result = run(
-        programOf("tensor<fp32, [4]>", "tensor<fp32, [4]> y = add(x = x, y = tensor<fp32, [4]>"
-                                       "([inf, -inf, nan, -0x0p+0]));"),
-        {1, 1, 1, -0.0f}, {4});
+    const auto result =
+        run(programOf("tensor<fp32, [4]>", "tensor<fp32, [4]> y = add(x = x, y = tensor<fp32, [4]>"
+                                           "([inf, -inf, nan, -0x0p+0]));"),
+            {1, 1, 1, -0.0f}, {4});
     EXPECT_EQ(result[0], infinity);
     EXPECT_EQ(result[1], -infinity);
     EXPECT_TRUE(std::isnan(result[2]));
@@ -59,13 +59,13 @@ TEST(ModelTest, infinitiesAndNotANumberAreLiterals)
 
 TEST(ModelTest, emptyTensorsGoThrough)
 {
-    const std::string text = programOf(
-        "tensor<fp32, [0, 3]>",
-        "tensor<fp32, [0, 3]> a = relu(x = x);\n"
-        "tensor<fp32, [0, 3]> b = softmax(axis = int32(-1), x = a);\n"
-        "tensor<fp32, [3, 0]> c = transpose(perm = tensor<int32, [2]>([1, 0]), x = b);\n"
-        "tensor<fp32, [3, 3]> d = matmul(x = c, y = a);\n"
-        "tensor<fp32, [3, 3]> y = concat(axis = int32(0), values = (d, a));");
+    const std::string text =
+        programOf("tensor<fp32, [0, 3]>",
+                  "tensor<fp32, [0, 3]> a = relu(x = x);\n"
+                  "tensor<fp32, [0, 3]> b = softmax(axis = int32(-1), x = a);\n"
+                  "tensor<fp32, [3, 0]> c = transpose(perm = tensor<int32, [2]>([1, 0]), x = b);\n"
+                  "tensor<fp32, [3, 3]> d = matmul(x = c, y = a);\n"
+                  "tensor<fp32, [3, 3]> y = concat(axis = int32(0), values = (d, a));");
     EXPECT_EQ(run(text, {}, {0, 3}), std::vector<float>(9));
 }
 
@@ -106,8 +106,8 @@ TEST(ModelTest, statesStartAtZeroAndAreKept)
 
 TEST(ModelTest, anInputOrAConstantCanBeAnOutput)
 {
-    const std::string text = programOf("tensor<fp32, [2]>",
-                                       "tensor<fp32, [1, 2]> y = reshape(shape = tensor<int32, "
+    const std::string text =
+        programOf("tensor<fp32, [2]>", "tensor<fp32, [1, 2]> y = reshape(shape = tensor<int32, "
                                        "[2]>([1, 2]), x = x);");
     EXPECT_EQ(run(text, {1, 2}, {2}), (std::vector<float>{1, 2}));
     EXPECT_EQ(run(programOf("tensor<fp32, [1]>", "fp32 y = const()[val = fp32(7)];"), {1}, {1}),

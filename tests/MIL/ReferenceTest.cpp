@@ -33,15 +33,24 @@ void runAll(const std::string& group, const Model::Options& options, std::size_t
 
 } // namespace
 
-TEST(ReferenceTest, everyOperationAgrees) { runAll("ops", {.threads = 2}, 379); }
+TEST(ReferenceTest, everyOperationAgrees)
+{
+    runAll("ops", {.threads = 2}, 379);
+}
 
 TEST(ReferenceTest, everyOperationAgreesInPlainKernels)
 {
     runAll("ops", {.threads = 1, .referenceKernels = true}, 379);
 }
 
-TEST(ReferenceTest, everyPartAgrees) { runAll("parts", {.threads = 2}, 45); }
+TEST(ReferenceTest, everyPartAgrees)
+{
+    runAll("parts", {.threads = 2}, 45);
+}
 
-TEST(ReferenceTest, everyPartAgreesOnOneThread) { runAll("parts", {.threads = 1}, 45); }
+TEST(ReferenceTest, everyPartAgreesOnOneThread)
+{
+    runAll("parts", {.threads = 1}, 45);
+}
 
 } // namespace vorlin::mil::test

@@ -39,8 +39,8 @@ class Program
 {
 public:
     explicit Program(const std::string& name)
-        : model(Model::load(fixtures() / "tiny-speech/model" / (name + ".mlmodelc"),
-                            {.threads = 2}))
+        : model(
+              Model::load(fixtures() / "tiny-speech/model" / (name + ".mlmodelc"), {.threads = 2}))
     {
     }
 
@@ -58,7 +58,10 @@ private:
     Model model;
 };
 
-TensorView viewOf(const NamedOutput& output) { return {output.type, output.bytes.data()}; }
+TensorView viewOf(const NamedOutput& output)
+{
+    return {output.type, output.bytes.data()};
+}
 
 template <class T>
 TensorView viewOf(ElementType type, const Shape& shape, const std::vector<T>& values)
@@ -78,9 +81,8 @@ public:
         const Tensors mel = preprocessor.predict(
             {{"audio_signal", viewOf(ElementType::fp32, {1, bufferSamples}, buffer)},
              {"audio_length", viewOf(ElementType::int32, {1}, length)}});
-        const Tensors encoded =
-            encoder.predict({{"mel", viewOf(mel.at("mel"))},
-                             {"mel_length", viewOf(mel.at("mel_length"))}});
+        const Tensors encoded = encoder.predict(
+            {{"mel", viewOf(mel.at("mel"))}, {"mel_length", viewOf(mel.at("mel_length"))}});
         step(blank);
         return decode(viewOf(encoded.at("encoder")),
                       viewOf(encoded.at("encoder_length")).integer(0));
@@ -114,8 +116,7 @@ private:
             const Tensors choice =
                 joint.predict({{"encoder_step", viewOf(ElementType::fp32, {1, width, 1}, frame)},
                                {"decoder_step", viewOf(state.at("decoder"))}});
-            const auto token =
-                static_cast<std::int32_t>(viewOf(choice.at("token_id")).integer(0));
+            const auto token = static_cast<std::int32_t>(viewOf(choice.at("token_id")).integer(0));
             std::int64_t skip = viewOf(choice.at("duration")).integer(0);
             if (token != blank) {
                 tokens.push_back(token);

@@ -59,9 +59,8 @@ std::filesystem::path bundleFolder()
 {
     static const std::filesystem::path folder = [] {
         const std::filesystem::path memory = "/dev/shm";
-        const auto base = std::filesystem::is_directory(memory)
-                              ? memory
-                              : std::filesystem::temp_directory_path();
+        const auto base =
+            std::filesystem::is_directory(memory) ? memory : std::filesystem::temp_directory_path();
         const auto path = base / ("mil-fuzz-" + std::to_string(std::random_device()()));
         std::filesystem::create_directories(path / "weights");
         return path;
@@ -79,8 +78,7 @@ void loadAndPredict()
 {
     static Watch watch;
     try {
-        Model model =
-            Model::load(bundleFolder(), {.threads = 1, .largestBuffers = largestBuffers});
+        Model model = Model::load(bundleFolder(), {.threads = 1, .largestBuffers = largestBuffers});
         std::vector<std::vector<std::byte>> memory;
         std::vector<NamedInput> inputs;
         std::size_t total = 0;

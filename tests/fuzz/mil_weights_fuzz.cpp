@@ -10,14 +10,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     using namespace vorlin::mil;
     const std::span file(reinterpret_cast<const std::byte*>(data), size);
-    constexpr ElementType types[] = {
-        ElementType::fp16,  ElementType::fp32,  ElementType::uint8, ElementType::int8,
-        ElementType::bf16,  ElementType::int16, ElementType::uint16, ElementType::int4,
-        ElementType::uint1, ElementType::uint2, ElementType::uint4, ElementType::uint3,
-        ElementType::uint6, ElementType::int32, ElementType::uint32};
+    constexpr ElementType types[] = {ElementType::fp16,   ElementType::fp32,  ElementType::uint8,
+                                     ElementType::int8,   ElementType::bf16,  ElementType::int16,
+                                     ElementType::uint16, ElementType::int4,  ElementType::uint1,
+                                     ElementType::uint2,  ElementType::uint4, ElementType::uint3,
+                                     ElementType::uint6,  ElementType::int32, ElementType::uint32};
     constexpr std::uint64_t mostRecords = 32;
-    for (std::uint64_t offset = 0; offset <= size + 64 && offset < mostRecords * 64;
-         offset += 64) {
+    for (std::uint64_t offset = 0; offset <= size + 64 && offset < mostRecords * 64; offset += 64) {
         std::uint32_t code = 1;
         std::uint64_t bytes = 0;
         if (offset + 16 <= size) {

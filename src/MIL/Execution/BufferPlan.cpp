@@ -134,6 +134,9 @@ private:
 
 } // namespace
 
-BufferPlan planBuffers(const Graph& graph) { return Planner(graph).run(); }
+BufferPlan planBuffers(const Graph& graph)
+{
+    return Planner(graph).run();
+}
 
 } // namespace vorlin::mil

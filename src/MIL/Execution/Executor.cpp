@@ -111,8 +111,8 @@ void Executor::run(std::span<const TensorView> inputs, const std::stop_token& st
         if (stop.stop_requested()) {
             throw Stopped();
         }
-        const auto start = timing ? std::chrono::steady_clock::now()
-                                  : std::chrono::steady_clock::time_point();
+        const auto start =
+            timing ? std::chrono::steady_clock::now() : std::chrono::steady_clock::time_point();
         try {
             runNode(node);
         } catch (const Error& error) {
@@ -133,8 +133,7 @@ void Executor::runNode(const Node& node)
         inferOutputs(node);
     }
     if (node.kind->nature == Nature::alias) {
-        values.views[node.outputs.front()].data =
-            values.views[node.operands.front().front()].data;
+        values.views[node.outputs.front()].data = values.views[node.operands.front().front()].data;
         return;
     }
     place(node);

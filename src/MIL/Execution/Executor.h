@@ -86,8 +86,8 @@ private:
     std::vector<std::byte> scratch;
     std::shared_ptr<WorkerPool> pool;
     Execution execution;
-    std::vector<TensorBuffer> outputs;  // of the node that runs
-    std::vector<TensorType> inferred;   // of the node that runs
+    std::vector<TensorBuffer> outputs; // of the node that runs
+    std::vector<TensorType> inferred;  // of the node that runs
     bool timing = false;
     std::map<std::string, OperationTime> timeByKind;
 };

@@ -10,7 +10,10 @@
 namespace vorlin::mil
 {
 
-std::string_view Call::operation() const { return kind.name; }
+std::string_view Call::operation() const
+{
+    return kind.name;
+}
 
 const std::vector<ValueId>& Call::operand(std::string_view parameter) const
 {
@@ -32,7 +35,10 @@ ValueId Call::only(std::string_view parameter, std::size_t position) const
     return ids[position];
 }
 
-std::size_t Call::count(std::string_view parameter) const { return operand(parameter).size(); }
+std::size_t Call::count(std::string_view parameter) const
+{
+    return operand(parameter).size();
+}
 
 const TensorView& Call::type(std::string_view parameter, std::size_t position) const
 {

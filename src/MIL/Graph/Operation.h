@@ -26,9 +26,9 @@ using Run = void (*)(const Call& call);
 
 /// For operations on stored constants: what an output is. Exactly one of the three is set.
 struct StoredOutput {
-    StoredValuesPointer values;            // numbers that are expanded where they are used
-    std::vector<std::byte> bytes;          // a tensor as it lies in memory, made at load
-    const std::byte* operand = nullptr;    // the bytes of an operand, unchanged
+    StoredValuesPointer values;         // numbers that are expanded where they are used
+    std::vector<std::byte> bytes;       // a tensor as it lies in memory, made at load
+    const std::byte* operand = nullptr; // the bytes of an operand, unchanged
 };
 using Store = void (*)(const Call& call, std::span<StoredOutput> outputs);
 

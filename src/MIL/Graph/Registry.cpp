@@ -34,11 +34,13 @@ std::unordered_map<std::string_view, OperationKind> collect()
 {
     std::unordered_map<std::string_view, OperationKind> kinds;
     for (const auto& family :
-         {unaryOperations, binaryOperations, selectionOperations, productOperations,
-          attentionOperations, convolutionOperations, poolingOperations, normalisationOperations,
-          reductionOperations, orderOperations, shapeOperations, movementOperations,
-          constructionOperations, sliceOperations, gatherOperations, scatterOperations,
-          recurrentOperations, storedOperations, quantisationOperations, stateOperations}) {
+         {unaryOperations,        binaryOperations,        selectionOperations,
+          productOperations,      attentionOperations,     convolutionOperations,
+          poolingOperations,      normalisationOperations, reductionOperations,
+          orderOperations,        shapeOperations,         movementOperations,
+          constructionOperations, sliceOperations,         gatherOperations,
+          scatterOperations,      recurrentOperations,     sparseOperations,
+          storedOperations,       quantisationOperations,  stateOperations}) {
         for (OperationKind& kind : family()) {
             kind.parameters = parseSignature(kind.signature);
             const std::string_view name = kind.name;

@@ -27,6 +27,7 @@ OperationKind padOperation();
 std::vector<OperationKind> gatherOperations();
 std::vector<OperationKind> scatterOperations();
 std::vector<OperationKind> recurrentOperations();
+std::vector<OperationKind> sparseOperations();
 std::vector<OperationKind> storedOperations();
 std::vector<OperationKind> quantisationOperations();
 std::vector<OperationKind> stateOperations();

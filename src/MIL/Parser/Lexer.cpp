@@ -11,11 +11,26 @@ namespace vorlin::mil
 namespace
 {
 
-bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-bool isNamePart(char c) { return isLetter(c) || isDigit(c) || c == '@'; }
-bool isAtomPart(char c) { return isNamePart(c) || c == '.' || c == '+' || c == '-'; }
-bool isSpace(char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r'; }
+bool isLetter(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+}
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+bool isNamePart(char c)
+{
+    return isLetter(c) || isDigit(c) || c == '@';
+}
+bool isAtomPart(char c)
+{
+    return isNamePart(c) || c == '.' || c == '+' || c == '-';
+}
+bool isSpace(char c)
+{
+    return c == ' ' || c == '\n' || c == '\t' || c == '\r';
+}
 
 } // namespace
 

@@ -9,8 +9,7 @@ namespace vorlin::mil
 {
 
 /// Throws Error "model.mil:LINE:COLUMN: what", lines and columns counted from 1.
-[[noreturn]] void failAt(std::string_view text, syntax::Position position,
-                         const std::string& what);
+[[noreturn]] void failAt(std::string_view text, syntax::Position position, const std::string& what);
 
 /// The line of a position, counted from 1.
 std::size_t lineOf(std::string_view text, syntax::Position position);

@@ -57,7 +57,8 @@ std::optional<double> parseFloat(std::string_view word)
         }
         if (error == std::errc::result_out_of_range) {
             // Too small reads as zero, too large as infinity, which no type then accepts.
-            const auto exponent = word.find_first_of(format == std::chars_format::hex ? "pP" : "eE");
+            const auto exponent =
+                word.find_first_of(format == std::chars_format::hex ? "pP" : "eE");
             const bool tiny =
                 exponent != std::string_view::npos && word.substr(exponent + 1).starts_with('-');
             value = tiny ? 0.0 : std::numeric_limits<double>::infinity();

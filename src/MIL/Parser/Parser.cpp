@@ -391,6 +391,9 @@ private:
 
 } // namespace
 
-syntax::Program parseProgram(std::string_view text) { return Parser(text).parse(); }
+syntax::Program parseProgram(std::string_view text)
+{
+    return Parser(text).parse();
+}
 
 } // namespace vorlin::mil

@@ -52,9 +52,9 @@ struct Value {
 struct Binding {
     enum class Kind : std::uint8_t { reference, value, tuple };
     Kind kind = Kind::reference;
-    std::string_view name;       // of a reference
-    std::size_t value = 0;       // index into Program::values
-    std::vector<Binding> parts;  // of a tuple
+    std::string_view name;      // of a reference
+    std::size_t value = 0;      // index into Program::values
+    std::vector<Binding> parts; // of a tuple
     Position position;
 };
 

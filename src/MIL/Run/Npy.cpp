@@ -22,10 +22,10 @@ struct Code {
 };
 
 constexpr Code codes[] = {
-    {"<f2", ElementType::fp16},  {"<f4", ElementType::fp32},   {"<f8", ElementType::fp64},
-    {"|b1", ElementType::boolean}, {"|i1", ElementType::int8}, {"<i2", ElementType::int16},
-    {"<i4", ElementType::int32}, {"<i8", ElementType::int64},  {"|u1", ElementType::uint8},
-    {"<u2", ElementType::uint16}, {"<u4", ElementType::uint32}, {"<u8", ElementType::uint64},
+    {"<f2", ElementType::fp16},    {"<f4", ElementType::fp32},   {"<f8", ElementType::fp64},
+    {"|b1", ElementType::boolean}, {"|i1", ElementType::int8},   {"<i2", ElementType::int16},
+    {"<i4", ElementType::int32},   {"<i8", ElementType::int64},  {"|u1", ElementType::uint8},
+    {"<u2", ElementType::uint16},  {"<u4", ElementType::uint32}, {"<u8", ElementType::uint64},
 };
 
 [[noreturn]] void refuse(const std::filesystem::path& path, const std::string& why)
@@ -130,8 +130,8 @@ NpyTensor readNpy(const std::filesystem::path& path)
     }
     const bool fortran = field(header, "fortran_order").starts_with("True");
     const auto data = payload.first(bytes);
-    tensor.bytes = fortran ? reordered(tensor.type, data)
-                           : std::vector<std::byte>(data.begin(), data.end());
+    tensor.bytes =
+        fortran ? reordered(tensor.type, data) : std::vector<std::byte>(data.begin(), data.end());
     return tensor;
 }
 

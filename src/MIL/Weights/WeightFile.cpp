@@ -30,7 +30,7 @@ T read(std::span<const std::byte> bytes, std::size_t at)
 std::optional<ElementType> typeOfCode(std::uint32_t code)
 {
     using enum ElementType;
-    constexpr std::array codes{fp16,  fp32,  uint8,  int8,  bf16,  int16, uint16,  int4,   uint1,
+    constexpr std::array codes{fp16,  fp32,  uint8, int8,  bf16,  int16,  uint16,  int4,   uint1,
                                uint2, uint4, uint3, uint6, int32, uint32, fp8e4m3, fp8e5m2};
     return code >= 1 && code <= codes.size() ? std::optional(codes[code - 1]) : std::nullopt;
 }
@@ -128,10 +128,9 @@ const MappedFile& WeightFiles::open(const std::string& path)
     }
     namespace fs = std::filesystem;
     constexpr std::string_view prefix = "@model_path/";
-    const fs::path relative =
-        path.starts_with(prefix) ? path.substr(prefix.size()) : path;
-    const bool climbs = std::find(relative.begin(), relative.end(), fs::path("..")) !=
-                        relative.end();
+    const fs::path relative = path.starts_with(prefix) ? path.substr(prefix.size()) : path;
+    const bool climbs =
+        std::find(relative.begin(), relative.end(), fs::path("..")) != relative.end();
     if (relative.empty() || relative.is_absolute() || climbs ||
         path.find('\0') != std::string::npos) {
         throw Error("the weight file path '" + path + "' leaves the bundle");

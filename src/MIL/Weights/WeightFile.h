@@ -10,7 +10,6 @@
 #include <span>
 #include <string>
 
-
 namespace vorlin::mil
 {
 

@@ -66,8 +66,8 @@ struct Convolution {
 void inferConvolution(const Call& call, std::vector<TensorType>& outputs)
 {
     const Convolution c(call);
-    outputs.push_back({call.type("x").type.element,
-                       windowedShape(c.batch, c.filters, c.windows, c.spatial)});
+    outputs.push_back(
+        {call.type("x").type.element, windowedShape(c.batch, c.filters, c.windows, c.spatial)});
 }
 
 /// Adds weight * (a row of x) to a row of the output, along the last axis.
@@ -91,8 +91,7 @@ void addTap(const WindowAxis& axis, std::int64_t tap, float weight, const float*
 }
 
 /// One filter over one channel.
-void convolvePlane(const Windows& w, const float* in, const float* weights, float bias,
-                   float* out)
+void convolvePlane(const Windows& w, const float* in, const float* weights, float bias, float* out)
 {
     for (std::int64_t o0 = 0; o0 < w[0].out; ++o0) {
         for (std::int64_t o1 = 0; o1 < w[1].out; ++o1) {
@@ -123,23 +122,25 @@ void runDepthwise(const Call& call, const Convolution& c)
     const std::int64_t perChannel = c.filters / c.channels;
     call.parallel(c.batch * c.filters, rowGrain(c.outPlane() * c.taps / 4),
                   [&](std::int64_t begin, std::int64_t end) {
-        float* const in = rowBuffer(c.inPlane(), 0);
-        float* const out = rowBuffer(c.outPlane(), 1);
-        float* const taps = rowBuffer(c.taps, 2);
-        std::int64_t loaded = -1;
-        for (std::int64_t i = begin; i < end; ++i) {
-            const std::int64_t filter = i % c.filters;
-            const std::int64_t plane = i / c.filters * c.channels + filter / perChannel;
-            if (plane != loaded) {
-                loadFloats(x, plane * c.inPlane(), c.inPlane(), in);
-                loaded = plane;
-            }
-            weights.expand(filter, 0, c.taps, taps);
-            const double bias = call.has("bias") ? call.input("bias").number(filter) : 0;
-            convolvePlane(c.windows, in, taps, static_cast<float>(bias), out);
-            storeFloats(call.output(), i * c.outPlane(), c.outPlane(), out);
-        }
-    });
+                      float* const in = rowBuffer(c.inPlane(), 0);
+                      float* const out = rowBuffer(c.outPlane(), 1);
+                      float* const taps = rowBuffer(c.taps, 2);
+                      std::int64_t loaded = -1;
+                      for (std::int64_t i = begin; i < end; ++i) {
+                          const std::int64_t filter = i % c.filters;
+                          const std::int64_t plane =
+                              i / c.filters * c.channels + filter / perChannel;
+                          if (plane != loaded) {
+                              loadFloats(x, plane * c.inPlane(), c.inPlane(), in);
+                              loaded = plane;
+                          }
+                          weights.expand(filter, 0, c.taps, taps);
+                          const double bias =
+                              call.has("bias") ? call.input("bias").number(filter) : 0;
+                          convolvePlane(c.windows, in, taps, static_cast<float>(bias), out);
+                          storeFloats(call.output(), i * c.outPlane(), c.outPlane(), out);
+                      }
+                  });
 }
 
 /// One group of one batch entry as a product of filters and columns of the image.
@@ -159,9 +160,9 @@ void convolveGroup(const Call& call, const Convolution& c, std::int64_t index, b
         bias.data += group * rows * static_cast<std::int64_t>(bitsOf(bias.type.element) / 8);
         bias.type.shape = {rows};
     }
-    const MatrixSink sink({call.output(), (n * c.filters + group * rows) * c.outPlane(),
-                           c.outPlane(), 1},
-                          call.has("bias") ? &bias : nullptr);
+    const MatrixSink sink(
+        {call.output(), (n * c.filters + group * rows) * c.outPlane(), c.outPlane(), 1},
+        call.has("bias") ? &bias : nullptr);
     const ProductSize size{rows, inner, c.outPlane()};
     const auto compute = alone ? multiply : multiplyHere;
     if (c.pointwise()) {
@@ -188,17 +189,16 @@ void runConvolution(const Call& call)
         convolveGroup(call, c, 0, true);
         return;
     }
-    call.parallel(products, 1, [&](std::int64_t index, std::int64_t) {
-        convolveGroup(call, c, index, false);
-    });
+    call.parallel(products, 1,
+                  [&](std::int64_t index, std::int64_t) { convolveGroup(call, c, index, false); });
 }
 
 } // namespace
 
 std::vector<OperationKind> convolutionOperations()
 {
-    return {{"conv", "x weight~ bias? strides? pad_type? pad? dilations? groups?",
-             inferConvolution, runConvolution, OperationKind::Nature::laborious},
+    return {{"conv", "x weight~ bias? strides? pad_type? pad? dilations? groups?", inferConvolution,
+             runConvolution, OperationKind::Nature::laborious},
             transposedConvolution()};
 }
 

@@ -43,8 +43,7 @@ void ImageColumns::packRow(std::int64_t row, std::int64_t firstColumn, std::int6
             shift >= 0 ? 0 : std::min((-shift + c.stride - 1) / c.stride, count);
         const std::int64_t room = c.in - shift;
         const std::int64_t to =
-            room <= 0 ? start
-                      : std::clamp<std::int64_t>((room - 1) / c.stride + 1, start, count);
+            room <= 0 ? start : std::clamp<std::int64_t>((room - 1) / c.stride + 1, start, count);
         std::fill_n(target, start, 0.0f);
         if (c.stride == 1) {
             loadFloats(image, line + shift + start, to - start, target + start);

@@ -24,8 +24,8 @@ Windows poolWindows(const Call& call)
 void inferPool(const Call& call, std::vector<TensorType>& outputs)
 {
     const TensorType& x = call.type("x").type;
-    outputs.push_back({x.element, windowedShape(x.shape[0], x.shape[1], poolWindows(call),
-                                                x.shape.size() - 2)});
+    outputs.push_back(
+        {x.element, windowedShape(x.shape[0], x.shape[1], poolWindows(call), x.shape.size() - 2)});
 }
 
 /// Part of an axis that a window covers: inside the input, and inside the padded input.
@@ -81,8 +81,7 @@ void runPool(const Call& call)
     const Pool pool = call.operation() == "max_pool"   ? Pool::maximum
                       : call.operation() == "avg_pool" ? Pool::average
                                                        : Pool::root;
-    const bool exclude =
-        pool == Pool::average && call.flag("exclude_padding_from_average", false);
+    const bool exclude = pool == Pool::average && call.flag("exclude_padding_from_average", false);
     const TensorBuffer& out = call.output();
     const std::int64_t plane = product(out.shape(), 2, out.rank());
     call.parallel(out.elements(), 256, [&](std::int64_t begin, std::int64_t end) {
@@ -96,8 +95,7 @@ void runPool(const Call& call)
 
 std::vector<OperationKind> poolingOperations()
 {
-    constexpr std::string_view signature =
-        "x kernel_sizes strides? pad_type? pad? ceil_mode?";
+    constexpr std::string_view signature = "x kernel_sizes strides? pad_type? pad? ceil_mode?";
     constexpr auto laborious = OperationKind::Nature::laborious;
     return {{"max_pool", signature, inferPool, runPool, laborious},
             {"l2_pool", signature, inferPool, runPool, laborious},

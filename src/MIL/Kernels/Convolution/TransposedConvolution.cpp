@@ -63,15 +63,16 @@ struct Spread {
                 w.before = padType == "same" ? total / 2 : total - total / 2;
                 w.after = total - w.before;
             }
-            w.out = std::max<std::int64_t>(
-                0, (w.in - 1) * w.stride + w.reach() - w.before - w.after);
+            w.out =
+                std::max<std::int64_t>(0, (w.in - 1) * w.stride + w.reach() - w.before - w.after);
         }
         if (call.has("output_shape")) {
             const Extents given = call.integers("output_shape");
             call.require(given.size() == spatial + 2, "has an output shape of another rank");
             for (std::size_t i = 0; i < spatial; ++i) {
                 WindowAxis& w = windows[3 - spatial + i];
-                call.require(given[2 + i] >= 0 && given[2 + i] <= w.out + w.before + w.after + w.stride,
+                call.require(given[2 + i] >= 0 &&
+                                 given[2 + i] <= w.out + w.before + w.after + w.stride,
                              "has an output shape it cannot make");
                 w.out = given[2 + i];
             }
@@ -106,8 +107,7 @@ double gatherTaps(const Call& call, const Spread& s, std::int64_t plane, std::in
     const std::int64_t taps = a.kernel * b.kernel * c.kernel;
     double sum = 0;
     for (std::int64_t tap = 0; tap < taps; ++tap) {
-        const std::int64_t i0 =
-            sourceOf(a, place / c.out / b.out, tap / c.kernel / b.kernel);
+        const std::int64_t i0 = sourceOf(a, place / c.out / b.out, tap / c.kernel / b.kernel);
         const std::int64_t i1 = sourceOf(b, place / c.out % b.out, tap / c.kernel % b.kernel);
         const std::int64_t i2 = sourceOf(c, place % c.out, tap % c.kernel);
         if (i0 < 0 || i1 < 0 || i2 < 0) {
@@ -115,7 +115,8 @@ double gatherTaps(const Call& call, const Spread& s, std::int64_t plane, std::in
         }
         for (std::int64_t k = 0; k < perInput; ++k) {
             const std::int64_t channel = firstChannel + k;
-            const std::int64_t at = (((plane * x.extent(1) + channel) * a.in + i0) * b.in + i1) * c.in + i2;
+            const std::int64_t at =
+                (((plane * x.extent(1) + channel) * a.in + i0) * b.in + i1) * c.in + i2;
             const std::int64_t w = (channel * s.perGroup + filter % s.perGroup) * taps + tap;
             sum += x.number(at) * weight.number(w);
         }
@@ -143,8 +144,8 @@ void runSpread(const Call& call)
 OperationKind transposedConvolution()
 {
     return {"conv_transpose",
-            "x weight bias? strides? pad_type? pad? dilations? groups? output_shape?",
-            inferSpread, runSpread, OperationKind::Nature::laborious};
+            "x weight bias? strides? pad_type? pad? dilations? groups? output_shape?", inferSpread,
+            runSpread, OperationKind::Nature::laborious};
 }
 
 } // namespace vorlin::mil

@@ -57,9 +57,9 @@ Windows windowsOf(const Call& call, const Shape& x, const Extents& kernel, bool 
         WindowAxis& axis = windows[3 - spatial + i];
         axis = {x[2 + i], kernel[i], strides[i], dilations[i], pad[2 * i], pad[2 * i + 1], 0};
         call.require(axis.kernel > 0 && axis.kernel < largest && axis.stride > 0 &&
-                         axis.stride < largest && axis.dilation > 0 && axis.dilation < largest / axis.kernel &&
-                         axis.before >= 0 && axis.before < largest && axis.after >= 0 &&
-                         axis.after < largest,
+                         axis.stride < largest && axis.dilation > 0 &&
+                         axis.dilation < largest / axis.kernel && axis.before >= 0 &&
+                         axis.before < largest && axis.after >= 0 && axis.after < largest,
                      "has a kernel, stride, dilation or padding out of range");
         if (same) {
             padSame(call, axis, padType == "same_lower");

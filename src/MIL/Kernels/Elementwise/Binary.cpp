@@ -83,21 +83,20 @@ void forEachPiece(const Call& call, const Broadcast& walk, Body&& body)
     // Long runs are cut so that all threads get some.
     const std::int64_t cuts = (walk.length() + grain - 1) / grain;
     const std::int64_t cutLength = cuts <= 1 ? walk.length() : grain;
-    call.parallel(
-        cuts <= 1 ? walk.runs() : walk.runs() * cuts, cuts <= 1 ? runsPerTask : 1,
-        [&](std::int64_t begin, std::int64_t end) {
-            const std::int64_t firstRun = cuts <= 1 ? begin : begin / cuts;
-            const std::int64_t lastRun = cuts <= 1 ? end : firstRun + 1;
-            const std::int64_t from = cuts <= 1 ? 0 : begin % cuts * cutLength;
-            const std::int64_t to = std::min(walk.length(), from + cutLength);
-            walk.forEach(firstRun, lastRun, [&](std::int64_t run, const auto& offsets) {
-                for (std::int64_t i = from; i < to; i += chunkLength) {
-                    body(run * walk.length() + i, std::min(chunkLength, to - i),
-                         offsets[0] + (walk.advances(0) ? i : 0),
-                         offsets[1] + (walk.advances(1) ? i : 0));
-                }
-            });
-        });
+    call.parallel(cuts <= 1 ? walk.runs() : walk.runs() * cuts, cuts <= 1 ? runsPerTask : 1,
+                  [&](std::int64_t begin, std::int64_t end) {
+                      const std::int64_t firstRun = cuts <= 1 ? begin : begin / cuts;
+                      const std::int64_t lastRun = cuts <= 1 ? end : firstRun + 1;
+                      const std::int64_t from = cuts <= 1 ? 0 : begin % cuts * cutLength;
+                      const std::int64_t to = std::min(walk.length(), from + cutLength);
+                      walk.forEach(firstRun, lastRun, [&](std::int64_t run, const auto& offsets) {
+                          for (std::int64_t i = from; i < to; i += chunkLength) {
+                              body(run * walk.length() + i, std::min(chunkLength, to - i),
+                                   offsets[0] + (walk.advances(0) ? i : 0),
+                                   offsets[1] + (walk.advances(1) ? i : 0));
+                          }
+                      });
+                  });
 }
 
 void runBinary(const Call& call)
@@ -112,6 +111,9 @@ void runBinary(const Call& call)
     if (walk.runs() == 0) {
         return;
     }
+    // The square of a single is exact in double, so a product rounds to the same.
+    const bool squares =
+        function == power && isComputed(y.type.element) && y.elements() == 1 && y.number(0) == 2;
     if (!isComputed(x.type.element)) {
         forEachPiece(call, walk, [&](std::int64_t first, std::int64_t count, auto xAt, auto yAt) {
             IntegerChunk a;
@@ -133,7 +135,7 @@ void runBinary(const Call& call)
             return;
         }
         alignas(64) std::array<float, chunkLength> results;
-        apply(function, left, right, count, results.data());
+        apply(squares ? multiply : function, left, squares ? left : right, count, results.data());
         storeFloats(out, first, count, results.data());
     });
 }
@@ -142,7 +144,8 @@ void runBinary(const Call& call)
 void inferByChannel(const Call& call, std::vector<TensorType>& outputs)
 {
     const TensorType& x = call.type("x").type;
-    call.require(isComputed(x.element) && x.shape.size() >= 2, "needs floating x of rank 2 or more");
+    call.require(isComputed(x.element) && x.shape.size() >= 2,
+                 "needs floating x of rank 2 or more");
     for (std::string_view name : {"alpha", "beta"}) {
         if (name == "beta" && call.operation() == "prelu") {
             continue;
@@ -162,24 +165,26 @@ void runByChannel(const Call& call)
     const bool isPrelu = call.operation() == "prelu";
     const std::int64_t channels = x.extent(1);
     const std::int64_t inner = product(x.shape(), 2, x.rank());
-    call.parallel(x.extent(0) * channels, std::max<std::int64_t>(1, grain / std::max<std::int64_t>(inner, 1)),
-                  [&](std::int64_t begin, std::int64_t end) {
-        for (std::int64_t row = begin; row < end; ++row) {
-            const std::int64_t channel = row % channels;
-            const double a = alpha.number(alpha.extent(0) == 1 ? 0 : channel);
-            double b = 0;
-            if (!isPrelu) {
-                const TensorView& beta = call.input("beta");
-                b = beta.number(beta.extent(0) == 1 ? 0 : channel);
-            }
-            for (std::int64_t i = row * inner; i < (row + 1) * inner; ++i) {
-                const double value = x.number(i);
-                call.output().set(
-                    i, isPrelu ? reference::unary(UnaryFunction::leakyRelu, value, a, 0)
+    call.parallel(
+        x.extent(0) * channels, std::max<std::int64_t>(1, grain / std::max<std::int64_t>(inner, 1)),
+        [&](std::int64_t begin, std::int64_t end) {
+            for (std::int64_t row = begin; row < end; ++row) {
+                const std::int64_t channel = row % channels;
+                const double a = alpha.number(alpha.extent(0) == 1 ? 0 : channel);
+                double b = 0;
+                if (!isPrelu) {
+                    const TensorView& beta = call.input("beta");
+                    b = beta.number(beta.extent(0) == 1 ? 0 : channel);
+                }
+                for (std::int64_t i = row * inner; i < (row + 1) * inner; ++i) {
+                    const double value = x.number(i);
+                    call.output().set(
+                        i, isPrelu
+                               ? reference::unary(UnaryFunction::leakyRelu, value, a, 0)
                                : a * reference::unary(UnaryFunction::softplus, b * value, 0, 0));
+                }
             }
-        }
-    });
+        });
 }
 
 void inferNot(const Call& call, std::vector<TensorType>& outputs)
@@ -192,8 +197,10 @@ void inferNot(const Call& call, std::vector<TensorType>& outputs)
 void runNot(const Call& call)
 {
     const TensorView& x = call.input("x");
-    for (std::int64_t i = 0; i < x.elements(); ++i) {
-        call.output().data[i] = x.data[i] == std::byte{0} ? std::byte{1} : std::byte{0};
+    std::byte* const out = call.output().data;
+    const std::int64_t count = x.elements();
+    for (std::int64_t i = 0; i < count; ++i) {
+        out[i] = x.data[i] == std::byte{0} ? std::byte{1} : std::byte{0};
     }
 }
 

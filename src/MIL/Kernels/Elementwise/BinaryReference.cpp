@@ -76,8 +76,7 @@ std::int64_t integerBinary(BinaryFunction function, std::int64_t x, std::int64_t
     case subtract:
     case multiply: return wrapping(function, x, y);
     case divide: return y == 0 ? 0 : x / y;
-    case floorDivide:
-        return y == 0 ? 0 : x / y - (x % y != 0 && (x % y < 0) != (y < 0) ? 1 : 0);
+    case floorDivide: return y == 0 ? 0 : x / y - (x % y != 0 && (x % y < 0) != (y < 0) ? 1 : 0);
     case modulo: return y == 0 ? 0 : x % y + (x % y != 0 && (x % y < 0) != (y < 0) ? y : 0);
     case power: return integerPower(x, y);
     case maximum: return x < y ? y : x;
@@ -88,7 +87,10 @@ std::int64_t integerBinary(BinaryFunction function, std::int64_t x, std::int64_t
 
 } // namespace
 
-bool compares(BinaryFunction function) { return function >= BinaryFunction::equal; }
+bool compares(BinaryFunction function)
+{
+    return function >= BinaryFunction::equal;
+}
 
 void compareFloats(BinaryFunction function, const float* x, const float* y, std::int64_t count,
                    std::uint8_t* out)

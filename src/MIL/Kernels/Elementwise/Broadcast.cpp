@@ -48,8 +48,8 @@ Broadcast::Broadcast(const Shape& output, std::span<const Shape> operands)
         if (output[i] != 1) {
             for (std::size_t k = 0; k < operands.size(); ++k) {
                 const bool moves = full[k][i] != 0;
-                fits = fits && (first || (moves == advancing[k] &&
-                                          (!moves || full[k][i] == runLength)));
+                fits = fits &&
+                       (first || (moves == advancing[k] && (!moves || full[k][i] == runLength)));
             }
             if (!fits) {
                 break;

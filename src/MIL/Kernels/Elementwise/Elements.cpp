@@ -10,8 +10,7 @@ namespace
 {
 
 template <class T>
-void widenIntegers(const std::byte* data, std::int64_t first, std::int64_t count,
-                   std::int64_t* out)
+void widenIntegers(const std::byte* data, std::int64_t first, std::int64_t count, std::int64_t* out)
 {
     const T* const in = reinterpret_cast<const T*>(data) + first;
     for (std::int64_t i = 0; i < count; ++i) {

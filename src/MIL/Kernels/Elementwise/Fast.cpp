@@ -71,8 +71,8 @@ struct Bound {
     }
 };
 
-bool mapUnary(UnaryFunction function, float alpha, float beta, const float* in,
-              std::int64_t count, float* out)
+bool mapUnary(UnaryFunction function, float alpha, float beta, const float* in, std::int64_t count,
+              float* out)
 {
     constexpr float infinity = __builtin_inff();
     switch (function) {

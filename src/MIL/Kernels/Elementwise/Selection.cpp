@@ -46,15 +46,15 @@ void select(const Call& call, const Broadcast& walk)
     const std::int64_t step[] = {walk.advances(0), walk.advances(1), walk.advances(2)};
     call.parallel(walk.runs(), std::max<std::int64_t>(1, grain / walk.length()),
                   [&](std::int64_t begin, std::int64_t end) {
-        walk.forEach(begin, end, [&](std::int64_t run, const auto& offsets) {
-            T* const target = out + run * walk.length();
-            for (std::int64_t i = 0; i < walk.length(); ++i) {
-                target[i] = condition[offsets[0] + i * step[0]] != 0
-                                ? a[offsets[1] + i * step[1]]
-                                : b[offsets[2] + i * step[2]];
-            }
-        });
-    });
+                      walk.forEach(begin, end, [&](std::int64_t run, const auto& offsets) {
+                          T* const target = out + run * walk.length();
+                          for (std::int64_t i = 0; i < walk.length(); ++i) {
+                              target[i] = condition[offsets[0] + i * step[0]] != 0
+                                              ? a[offsets[1] + i * step[1]]
+                                              : b[offsets[2] + i * step[2]];
+                          }
+                      });
+                  });
 }
 
 void runSelect(const Call& call)
@@ -97,8 +97,7 @@ std::int64_t truncate(float value, ElementType type)
         std::min(std::max(static_cast<double>(value), lowest), highest));
 }
 
-void castChunk(const TensorView& x, const TensorBuffer& out, std::int64_t first,
-               std::int64_t count)
+void castChunk(const TensorView& x, const TensorBuffer& out, std::int64_t first, std::int64_t count)
 {
     alignas(64) std::array<float, chunkLength> floats;
     std::array<std::int64_t, chunkLength> integers;

@@ -9,7 +9,10 @@ namespace vorlin::mil::reference
 
 namespace
 {
-double sigmoidOf(double x) { return 1 / (1 + std::exp(-x)); }
+double sigmoidOf(double x)
+{
+    return 1 / (1 + std::exp(-x));
+}
 } // namespace
 
 double unary(UnaryFunction function, double x, double a, double b)

@@ -41,8 +41,7 @@ HWY_INLINE Vector exponential(Vector x)
     const auto half = hn::ShiftRight<1>(whole);
     const auto bias = hn::Set(di, 127);
     const Vector first = hn::BitCast(d, hn::ShiftLeft<23>(hn::Add(half, bias)));
-    const Vector second =
-        hn::BitCast(d, hn::ShiftLeft<23>(hn::Add(hn::Sub(whole, half), bias)));
+    const Vector second = hn::BitCast(d, hn::ShiftLeft<23>(hn::Add(hn::Sub(whole, half), bias)));
     const Vector result = hn::Mul(hn::Mul(p, first), second);
     return hn::IfThenElse(hn::IsNaN(x), x, result);
 }

@@ -16,8 +16,8 @@ namespace
 std::size_t batchOf(const Call& call, const Shape& x, const Shape& indices)
 {
     const std::int64_t batch = call.integer("batch_dims", 0);
-    call.require(batch >= 0 && batch <= static_cast<std::int64_t>(std::min(x.size(),
-                                                                           indices.size())),
+    call.require(batch >= 0 &&
+                     batch <= static_cast<std::int64_t>(std::min(x.size(), indices.size())),
                  "has more batch axes than its operands");
     for (std::size_t i = 0; i < static_cast<std::size_t>(batch); ++i) {
         call.require(x[i] == indices[i], "has operands with different batches");
@@ -105,13 +105,13 @@ void runGather(const Call& call)
     const std::int64_t rows = inner == 0 || picks == 0 ? 0 : call.output().elements() / inner;
     call.parallel(rows, std::max<std::int64_t>(1, 16384 / std::max<std::int64_t>(inner, 1)),
                   [&](std::int64_t begin, std::int64_t end) {
-        for (std::int64_t row = begin; row < end; ++row) {
-            const std::int64_t block = row / picks; // batch and outer together
-            const std::int64_t place =
-                indices.at(block / outer * picks + row % picks, x.extent(axis));
-            copier.copy((block * x.extent(axis) + place) * inner, row * inner, inner);
-        }
-    });
+                      for (std::int64_t row = begin; row < end; ++row) {
+                          const std::int64_t block = row / picks; // batch and outer together
+                          const std::int64_t place =
+                              indices.at(block / outer * picks + row % picks, x.extent(axis));
+                          copier.copy((block * x.extent(axis) + place) * inner, row * inner, inner);
+                      }
+                  });
 }
 
 void inferAlongAxis(const Call& call, std::vector<TensorType>& outputs)
@@ -178,17 +178,15 @@ void runGatherNd(const Call& call)
     const std::size_t batch = batchOf(call, x.shape(), indexTensor.shape());
     const auto depth = static_cast<std::size_t>(indexTensor.shape().back());
     const std::int64_t inner = product(x.shape(), batch + depth, x.rank());
-    const std::int64_t picks =
-        product(indexTensor.shape(), batch, indexTensor.rank() - 1);
+    const std::int64_t picks = product(indexTensor.shape(), batch, indexTensor.rank() - 1);
     const std::int64_t rows = inner == 0 ? 0 : call.output().elements() / inner;
     for (std::int64_t row = 0; row < rows; ++row) {
         std::int64_t place = row / picks; // the batch
         for (std::size_t i = 0; i < depth; ++i) {
             const std::int64_t extent = x.extent(batch + i);
-            place = place * extent +
-                    indices.at(row * static_cast<std::int64_t>(depth) +
-                                   static_cast<std::int64_t>(i),
-                               extent);
+            place = place * extent + indices.at(row * static_cast<std::int64_t>(depth) +
+                                                    static_cast<std::int64_t>(i),
+                                                extent);
         }
         copier.copy(place * inner, row * inner, inner);
     }
@@ -239,11 +237,10 @@ void requireIndices(const Call& call, std::string_view parameter)
 
 std::vector<OperationKind> gatherOperations()
 {
-    return {{"gather", "x~ indices axis? batch_dims? validate_indices?", inferGather, runGather},
-            {"gather_along_axis", "x indices axis? validate_indices?", inferAlongAxis,
-             runAlongAxis},
-            {"gather_nd", "x indices batch_dims? validate_indices?", inferGatherNd,
-             runGatherNd}};
+    return {
+        {"gather", "x~ indices axis? batch_dims? validate_indices?", inferGather, runGather},
+        {"gather_along_axis", "x indices axis? validate_indices?", inferAlongAxis, runAlongAxis},
+        {"gather_nd", "x indices batch_dims? validate_indices?", inferGatherNd, runGatherNd}};
 }
 
 } // namespace vorlin::mil

@@ -101,21 +101,22 @@ void runPad(const Call& call)
     const std::int64_t extent = out.rank() == 0 ? 1 : x.extent(outer);
     call.parallel(rows, std::max<std::int64_t>(1, 8192 / std::max<std::int64_t>(columns, 1)),
                   [&](std::int64_t begin, std::int64_t end) {
-        for (std::int64_t row = begin; row < end; ++row) {
-            std::int64_t rest = row;
-            std::int64_t from = 0;
-            for (std::size_t i = outer; i-- > 0;) {
-                const std::int64_t place = rest % out.extent(i) - pad[2 * i];
-                from += source(place, x.extent(i), reflect) * dense[i];
-                rest /= out.extent(i);
-            }
-            for (std::int64_t c = 0; c < columns; ++c) {
-                const std::int64_t at = from + source(c - shift, extent, reflect);
-                std::memcpy(out.data + (row * columns + c) * static_cast<std::int64_t>(bytes),
-                            x.data + at * static_cast<std::int64_t>(bytes), bytes);
-            }
-        }
-    });
+                      for (std::int64_t row = begin; row < end; ++row) {
+                          std::int64_t rest = row;
+                          std::int64_t from = 0;
+                          for (std::size_t i = outer; i-- > 0;) {
+                              const std::int64_t place = rest % out.extent(i) - pad[2 * i];
+                              from += source(place, x.extent(i), reflect) * dense[i];
+                              rest /= out.extent(i);
+                          }
+                          for (std::int64_t c = 0; c < columns; ++c) {
+                              const std::int64_t at = from + source(c - shift, extent, reflect);
+                              std::memcpy(out.data + (row * columns + c) *
+                                                         static_cast<std::int64_t>(bytes),
+                                          x.data + at * static_cast<std::int64_t>(bytes), bytes);
+                          }
+                      }
+                  });
 }
 
 } // namespace

@@ -16,8 +16,8 @@ Mode modeOf(const Call& call)
 {
     const std::string_view text = call.text("mode", "add");
     constexpr std::pair<std::string_view, Mode> names[] = {
-        {"add", Mode::add},     {"div", Mode::divide},   {"max", Mode::maximum},
-        {"min", Mode::minimum}, {"mul", Mode::multiply}, {"sub", Mode::subtract},
+        {"add", Mode::add},      {"div", Mode::divide},   {"max", Mode::maximum},
+        {"min", Mode::minimum},  {"mul", Mode::multiply}, {"sub", Mode::subtract},
         {"update", Mode::update}};
     for (const auto& [name, mode] : names) {
         if (name == text) {
@@ -101,8 +101,7 @@ void runScatter(const Call& call)
         for (std::int64_t k = 0; k < count; ++k) {
             if (indices.valid(k, data[axis])) {
                 const std::int64_t place = indices.at(k, data[axis]);
-                apply(call, mode, (o * data[axis] + place) * inner, (o * count + k) * inner,
-                      inner);
+                apply(call, mode, (o * data[axis] + place) * inner, (o * count + k) * inner, inner);
             }
         }
     }
@@ -143,8 +142,7 @@ void inferScatterNd(const Call& call, std::vector<TensorType>& outputs)
 {
     const Shape& data = call.type("data").shape();
     const Shape& indices = call.type("indices").shape();
-    call.require(!indices.empty() &&
-                     indices.back() <= static_cast<std::int64_t>(data.size()),
+    call.require(!indices.empty() && indices.back() <= static_cast<std::int64_t>(data.size()),
                  "has indices for more axes than data has");
     Shape updates;
     for (std::size_t i = 0; i + 1 < indices.size(); ++i) {
@@ -184,12 +182,12 @@ void runScatterNd(const Call& call)
 
 std::vector<OperationKind> scatterOperations()
 {
-    return {{"scatter", "data indices updates axis? mode? validate_indices?", inferScatter,
-             runScatter},
-            {"scatter_along_axis", "data indices updates axis? mode? validate_indices?",
-             inferAlongAxis, runAlongAxis},
-            {"scatter_nd", "data indices updates mode? validate_indices?", inferScatterNd,
-             runScatterNd}};
+    return {
+        {"scatter", "data indices updates axis? mode? validate_indices?", inferScatter, runScatter},
+        {"scatter_along_axis", "data indices updates axis? mode? validate_indices?", inferAlongAxis,
+         runAlongAxis},
+        {"scatter_nd", "data indices updates mode? validate_indices?", inferScatterNd,
+         runScatterNd}};
 }
 
 } // namespace vorlin::mil

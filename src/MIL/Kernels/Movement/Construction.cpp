@@ -75,8 +75,7 @@ void runRange(const Call& call)
 
 void inferShape(const Call& call, std::vector<TensorType>& outputs)
 {
-    outputs.push_back(
-        {ElementType::int32, {static_cast<std::int64_t>(call.type("x").rank())}});
+    outputs.push_back({ElementType::int32, {static_cast<std::int64_t>(call.type("x").rank())}});
 }
 
 void runShape(const Call& call)

@@ -17,7 +17,10 @@ void requireWholeBytes(const Call& call, const TensorType& type)
     }
 }
 
-std::size_t bytesOf(const TensorType& type) { return bitsOf(type.element) / 8; }
+std::size_t bytesOf(const TensorType& type)
+{
+    return bitsOf(type.element) / 8;
+}
 
 /// Copies `in` to `out`, reading with the given strides.
 void gatherStrided(const Call& call, const std::byte* in, const Extents& inStrides,

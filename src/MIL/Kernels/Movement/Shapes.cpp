@@ -48,8 +48,8 @@ void inferReshape(const Call& call, std::vector<TensorType>& outputs)
         *open = 1;
         const bool again = std::find(shape.begin(), shape.end(), -1) != shape.end();
         call.require(!again, "has more than one -1");
-        const bool negative = std::any_of(shape.begin(), shape.end(),
-                                          [](std::int64_t e) { return e < 0; });
+        const bool negative =
+            std::any_of(shape.begin(), shape.end(), [](std::int64_t e) { return e < 0; });
         call.require(!negative, "has a negative extent");
         const std::int64_t rest = elementCount(shape);
         call.require(rest != 0 && x.elements() % rest == 0, "has no extent that fits -1");

@@ -42,8 +42,7 @@ struct Axes {
 };
 
 template <class T>
-void copyRow(const T* in, std::int64_t inStride, T* out, std::int64_t outStride,
-             std::int64_t count)
+void copyRow(const T* in, std::int64_t inStride, T* out, std::int64_t outStride, std::int64_t count)
 {
     if (inStride == 1 && outStride == 1) {
         std::memcpy(out, in, static_cast<std::size_t>(count) * sizeof(T));
@@ -92,7 +91,8 @@ void copyAll(const Call& call, const StridedCopy& copy, const Axes& axes)
     const std::int64_t inner = row.extent * last.extent;
     // One large block is cut along its rows.
     const std::int64_t cuts = outer == 1 && tiled ? (row.extent + tile - 1) / tile : 1;
-    const std::int64_t perTask = std::max<std::int64_t>(1, grain * cuts / std::max<std::int64_t>(inner, 1));
+    const std::int64_t perTask =
+        std::max<std::int64_t>(1, grain * cuts / std::max<std::int64_t>(inner, 1));
     call.parallel(outer * cuts, perTask, [&](std::int64_t begin, std::int64_t end) {
         for (std::int64_t index = begin; index < end; ++index) {
             std::int64_t rest = index / cuts;

@@ -65,8 +65,7 @@ void runSoftmax(const Call& call)
         return;
     }
     const auto softmax = call.referenceKernels() ? reference::softmaxRow : softmaxRow;
-    call.parallel(split.rows(), rowGrain(split.width()),
-                  [&](std::int64_t begin, std::int64_t end) {
+    call.parallel(split.rows(), rowGrain(split.width()), [&](std::int64_t begin, std::int64_t end) {
         float* const row = rowBuffer(split.width());
         for (std::int64_t i = begin; i < end; ++i) {
             split.load(x, i, row);
@@ -94,8 +93,7 @@ void runLayerNorm(const Call& call)
     const AxisSplit split(x.shape(), call.axes("axes", x.rank()));
     const double epsilon = call.number("epsilon", 1e-5);
     const auto normalise = call.referenceKernels() ? reference::normaliseRow : normaliseRow;
-    call.parallel(split.rows(), rowGrain(split.width()),
-                  [&](std::int64_t begin, std::int64_t end) {
+    call.parallel(split.rows(), rowGrain(split.width()), [&](std::int64_t begin, std::int64_t end) {
         float* const row = rowBuffer(split.width());
         const float* const gamma = parameter(call, "gamma", 1);
         const float* const beta = parameter(call, "beta", 2);
@@ -130,22 +128,22 @@ void runBatchNorm(const Call& call)
     const TensorView& mean = call.input("mean");
     const TensorView& variance = call.input("variance");
     const double epsilon = call.number("epsilon", 1e-5);
-    call.parallel(x.extent(0) * channels, rowGrain(inner),
-                  [&](std::int64_t begin, std::int64_t end) {
-        float* const row = rowBuffer(inner);
-        for (std::int64_t i = begin; i < end; ++i) {
-            const std::int64_t c = i % channels;
-            const double gamma = call.has("gamma") ? call.input("gamma").number(c) : 1;
-            const double beta = call.has("beta") ? call.input("beta").number(c) : 0;
-            const double scale = gamma / std::sqrt(variance.number(c) + epsilon);
-            loadFloats(x, i * inner, inner, row);
-            for (std::int64_t k = 0; k < inner; ++k) {
-                row[k] = static_cast<float>(
-                    (static_cast<double>(row[k]) - mean.number(c)) * scale + beta);
+    call.parallel(
+        x.extent(0) * channels, rowGrain(inner), [&](std::int64_t begin, std::int64_t end) {
+            float* const row = rowBuffer(inner);
+            for (std::int64_t i = begin; i < end; ++i) {
+                const std::int64_t c = i % channels;
+                const double gamma = call.has("gamma") ? call.input("gamma").number(c) : 1;
+                const double beta = call.has("beta") ? call.input("beta").number(c) : 0;
+                const double scale = gamma / std::sqrt(variance.number(c) + epsilon);
+                loadFloats(x, i * inner, inner, row);
+                for (std::int64_t k = 0; k < inner; ++k) {
+                    row[k] = static_cast<float>(
+                        (static_cast<double>(row[k]) - mean.number(c)) * scale + beta);
+                }
+                storeFloats(call.output(), i * inner, inner, row);
             }
-            storeFloats(call.output(), i * inner, inner, row);
-        }
-    });
+        });
 }
 
 void runInstanceNorm(const Call& call)
@@ -154,21 +152,21 @@ void runInstanceNorm(const Call& call)
     const std::int64_t channels = x.extent(1);
     const std::int64_t inner = product(x.shape(), 2, x.rank());
     const double epsilon = call.number("epsilon", 1e-5);
-    call.parallel(x.extent(0) * channels, rowGrain(inner),
-                  [&](std::int64_t begin, std::int64_t end) {
-        float* const row = rowBuffer(inner);
-        for (std::int64_t i = begin; i < end; ++i) {
-            const std::int64_t c = i % channels;
-            const double gamma = call.has("gamma") ? call.input("gamma").number(c) : 1;
-            const double beta = call.has("beta") ? call.input("beta").number(c) : 0;
-            loadFloats(x, i * inner, inner, row);
-            reference::normaliseRow(row, inner, epsilon, nullptr, nullptr);
-            for (std::int64_t k = 0; k < inner; ++k) {
-                row[k] = static_cast<float>(static_cast<double>(row[k]) * gamma + beta);
+    call.parallel(
+        x.extent(0) * channels, rowGrain(inner), [&](std::int64_t begin, std::int64_t end) {
+            float* const row = rowBuffer(inner);
+            for (std::int64_t i = begin; i < end; ++i) {
+                const std::int64_t c = i % channels;
+                const double gamma = call.has("gamma") ? call.input("gamma").number(c) : 1;
+                const double beta = call.has("beta") ? call.input("beta").number(c) : 0;
+                loadFloats(x, i * inner, inner, row);
+                reference::normaliseRow(row, inner, epsilon, nullptr, nullptr);
+                for (std::int64_t k = 0; k < inner; ++k) {
+                    row[k] = static_cast<float>(static_cast<double>(row[k]) * gamma + beta);
+                }
+                storeFloats(call.output(), i * inner, inner, row);
             }
-            storeFloats(call.output(), i * inner, inner, row);
-        }
-    });
+        });
 }
 
 void inferL2Norm(const Call& call, std::vector<TensorType>& outputs)

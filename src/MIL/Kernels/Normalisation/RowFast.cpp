@@ -106,7 +106,10 @@ namespace vorlin::mil
 HWY_EXPORT(softmaxRow);
 HWY_EXPORT(normaliseRow);
 
-void softmaxRow(float* row, std::int64_t width) { HWY_DYNAMIC_DISPATCH(softmaxRow)(row, width); }
+void softmaxRow(float* row, std::int64_t width)
+{
+    HWY_DYNAMIC_DISPATCH(softmaxRow)(row, width);
+}
 
 void normaliseRow(float* row, std::int64_t width, double epsilon, const float* gamma,
                   const float* beta)

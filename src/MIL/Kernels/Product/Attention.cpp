@@ -133,10 +133,10 @@ void attend(const Call& call, const Attention& a, const Starts& starts, std::int
             const std::int64_t place = index * a.queries + row;
             walk.forEach(place / walk.length(), place / walk.length() + 1,
                          [&](std::int64_t, const auto& offsets) {
-                const std::int64_t step = walk.advances(0) ? place % walk.length() : 0;
-                addMask(mask, (offsets[0] + step) * (advances ? a.keys : 1), advances, a.keys,
-                        line);
-            });
+                             const std::int64_t step = walk.advances(0) ? place % walk.length() : 0;
+                             addMask(mask, (offsets[0] + step) * (advances ? a.keys : 1), advances,
+                                     a.keys, line);
+                         });
         }
         softmax(line, a.keys);
     }
@@ -156,15 +156,15 @@ void runAttention(const Call& call)
     call.parallel(elementCount(a.batch), 1, [&](std::int64_t index, std::int64_t) {
         walk.forEach(index / walk.length(), index / walk.length() + 1,
                      [&](std::int64_t, const auto& offsets) {
-            const std::int64_t step = index % walk.length();
-            const auto at = [&](std::size_t k) {
-                return offsets[k] + (walk.advances(k) ? step : 0);
-            };
-            attend(call, a,
-                   {at(0) * a.queries * a.width, at(1) * a.keys * a.width,
-                    at(2) * a.keys * a.values},
-                   index);
-        });
+                         const std::int64_t step = index % walk.length();
+                         const auto at = [&](std::size_t k) {
+                             return offsets[k] + (walk.advances(k) ? step : 0);
+                         };
+                         attend(call, a,
+                                {at(0) * a.queries * a.width, at(1) * a.keys * a.width,
+                                 at(2) * a.keys * a.values},
+                                index);
+                     });
     });
 }
 

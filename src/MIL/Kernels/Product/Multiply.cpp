@@ -92,8 +92,7 @@ public:
         const std::int64_t firstRow = index % rowBlocks() * tileRows;
         const std::int64_t firstPanel = index / rowBlocks() * mostPanels;
         const std::int64_t rows = std::min(tileRows, size.rows - firstRow);
-        const std::int64_t panelCount =
-            std::min(mostPanels, panels(packed.columns) - firstPanel);
+        const std::int64_t panelCount = std::min(mostPanels, panels(packed.columns) - firstPanel);
         const std::int64_t stride = mostPanels * width;
         float* const a = threadMemory(0, tileRows * tileInner);
         float* const c = threadMemory(1, tileRows * stride);
@@ -187,20 +186,20 @@ void multiply(const Call& call, const ProductSize& size, const LeftRows& left,
         auto* const columns = reinterpret_cast<float*>(
             call.scratch(static_cast<std::size_t>(size.columns * size.inner) * sizeof(float)));
         product.packColumns(columns);
-        const std::int64_t grain = std::max<std::int64_t>(1, 65536 / std::max<std::int64_t>(size.inner, 1));
+        const std::int64_t grain =
+            std::max<std::int64_t>(1, 65536 / std::max<std::int64_t>(size.inner, 1));
         call.parallel(size.rows, (grain + tileRows - 1) / tileRows * tileRows,
                       [&](std::int64_t begin, std::int64_t end) {
-            product.multiplyRows(begin, end, columns);
-        });
+                          product.multiplyRows(begin, end, columns);
+                      });
         return;
     }
     const std::int64_t stretch = std::min(product.stretch(), size.columns);
-    auto* const memory = reinterpret_cast<float*>(call.scratch(
-        static_cast<std::size_t>(product.packedFloats(stretch)) * sizeof(float)));
+    auto* const memory = reinterpret_cast<float*>(
+        call.scratch(static_cast<std::size_t>(product.packedFloats(stretch)) * sizeof(float)));
     for (std::int64_t first = 0; first < size.columns; first += stretch) {
         const Packed packed{memory, first, std::min(stretch, size.columns - first)};
-        call.parallel(product.panels(packed.columns), 1,
-                      [&](std::int64_t begin, std::int64_t) {
+        call.parallel(product.panels(packed.columns), 1, [&](std::int64_t begin, std::int64_t) {
             product.packPanel(packed, begin, memory);
         });
         call.parallel(product.tiles(packed), 1, [&](std::int64_t begin, std::int64_t) {
@@ -223,8 +222,8 @@ void multiplyHere(const Call& call, const ProductSize& size, const LeftRows& lef
     const Product product(size, left, right, sink);
     const std::int64_t stretch = std::min(product.stretch(), size.columns);
     const bool few = size.columns <= fewColumns;
-    const auto needed = static_cast<std::size_t>(few ? size.columns * size.inner
-                                                     : product.packedFloats(stretch));
+    const auto needed =
+        static_cast<std::size_t>(few ? size.columns * size.inner : product.packedFloats(stretch));
     if (memory.size() < needed) {
         memory.resize(needed);
     }

@@ -23,8 +23,14 @@ constexpr std::int64_t mostRows = 8;
 constexpr std::int64_t mostRows = 4;
 #endif
 
-std::int64_t panelWidth() { return vectors * static_cast<std::int64_t>(hn::Lanes(Tag())); }
-std::int64_t panelRows() { return mostRows; }
+std::int64_t panelWidth()
+{
+    return vectors * static_cast<std::int64_t>(hn::Lanes(Tag()));
+}
+std::int64_t panelRows()
+{
+    return mostRows;
+}
 
 template <std::size_t rows>
 void multiplyRows(const float* a, std::int64_t aStride, const float* panel, std::int64_t inner,
@@ -149,9 +155,15 @@ HWY_EXPORT(multiplyPanel);
 HWY_EXPORT(dotFloats);
 HWY_EXPORT(dotHalves);
 
-std::int64_t panelWidth() { return HWY_DYNAMIC_DISPATCH(panelWidth)(); }
+std::int64_t panelWidth()
+{
+    return HWY_DYNAMIC_DISPATCH(panelWidth)();
+}
 
-std::int64_t panelRows() { return HWY_DYNAMIC_DISPATCH(panelRows)(); }
+std::int64_t panelRows()
+{
+    return HWY_DYNAMIC_DISPATCH(panelRows)();
+}
 
 void multiplyPanel(const float* a, std::int64_t aStride, const float* panel, std::int64_t inner,
                    std::int64_t rows, float* c, std::int64_t cStride, bool accumulate)

@@ -40,8 +40,7 @@ void load(const MatrixView& matrix, std::int64_t first, std::int64_t stride, std
 
 } // namespace
 
-void MatrixRows::expand(std::int64_t row, std::int64_t first, std::int64_t count,
-                        float* out) const
+void MatrixRows::expand(std::int64_t row, std::int64_t first, std::int64_t count, float* out) const
 {
     load(matrix, matrix.base + row * matrix.rowStride + first * matrix.columnStride,
          matrix.columnStride, count, out);

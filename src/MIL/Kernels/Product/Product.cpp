@@ -58,10 +58,10 @@ void multiplyIntegers(const Call& call, const Factors& f)
                 sum = static_cast<std::uint64_t>(bias->integer(bias->elements() == 1 ? 0 : j));
             }
             for (std::int64_t k = 0; k < f.size.inner; ++k) {
-                const auto x = static_cast<std::uint64_t>(f.p.tensor.integer(
-                    f.p.base + i * f.p.rowStride + k * f.p.columnStride));
-                const auto y = static_cast<std::uint64_t>(f.q.tensor.integer(
-                    f.q.base + k * f.q.rowStride + j * f.q.columnStride));
+                const auto x = static_cast<std::uint64_t>(
+                    f.p.tensor.integer(f.p.base + i * f.p.rowStride + k * f.p.columnStride));
+                const auto y = static_cast<std::uint64_t>(
+                    f.q.tensor.integer(f.q.base + k * f.q.rowStride + j * f.q.columnStride));
                 sum += x * y;
             }
             const auto value = static_cast<std::int64_t>(sum);
@@ -209,17 +209,18 @@ void runMatmul(const Call& call)
     const auto one = [&](std::int64_t index, bool alone) {
         walk.forEach(index / walk.length(), index / walk.length() + 1,
                      [&](std::int64_t, const auto& offsets) {
-            const std::int64_t step = index % walk.length();
-            Factors f = factors;
-            f.p.base = (offsets[0] + (walk.advances(0) ? step : 0)) * m.rows * m.inner;
-            f.q.base = (offsets[1] + (walk.advances(1) ? step : 0)) * m.inner * m.columns;
-            f.target.base = index * m.rows * m.columns;
-            if (isFloat(call.output().type.element)) {
-                multiplyFactors(call, f, alone);
-            } else {
-                multiplyIntegers(call, f);
-            }
-        });
+                         const std::int64_t step = index % walk.length();
+                         Factors f = factors;
+                         f.p.base = (offsets[0] + (walk.advances(0) ? step : 0)) * m.rows * m.inner;
+                         f.q.base =
+                             (offsets[1] + (walk.advances(1) ? step : 0)) * m.inner * m.columns;
+                         f.target.base = index * m.rows * m.columns;
+                         if (isFloat(call.output().type.element)) {
+                             multiplyFactors(call, f, alone);
+                         } else {
+                             multiplyIntegers(call, f);
+                         }
+                     });
     };
     if (batches == 1) {
         one(0, true);
@@ -243,8 +244,8 @@ void requireKnownEquation(const Call& call, std::string_view equation, std::size
         }
         plain.push_back(letter ? static_cast<char>('0' + letters.find(c)) : c);
     }
-    const bool known = (rank == 4 && plain == "0123,0324->0124") ||
-                       (rank == 3 && plain == "012,213->013");
+    const bool known =
+        (rank == 4 && plain == "0123,0324->0124") || (rank == 3 && plain == "012,213->013");
     if (!known) {
         call.fail("cannot compute the equation '" + std::string(equation) + "'");
     }
@@ -303,12 +304,12 @@ void runEinsum(const Call& call)
         const std::int64_t ah = e.a[2] == 1 ? 0 : h;
         const std::int64_t bn = e.b[0] == 1 ? 0 : n;
         const std::int64_t bh = e.b[2] == 1 ? 0 : h;
-        const MatrixView p{a, nullptr, an * e.a[1] * e.a[2] * e.a[3] + ah * e.a[3],
-                           e.a[2] * e.a[3], 1};
-        const MatrixView q{b, nullptr, bn * e.b[1] * e.b[2] * e.b[3] + bh * e.b[3],
-                           e.b[2] * e.b[3], 1};
-        const MatrixSink::Target target{call.output(),
-                                        n * r[1] * r[2] * r[3] + h * r[3], r[2] * r[3], 1};
+        const MatrixView p{a, nullptr, an * e.a[1] * e.a[2] * e.a[3] + ah * e.a[3], e.a[2] * e.a[3],
+                           1};
+        const MatrixView q{b, nullptr, bn * e.b[1] * e.b[2] * e.b[3] + bh * e.b[3], e.b[2] * e.b[3],
+                           1};
+        const MatrixSink::Target target{call.output(), n * r[1] * r[2] * r[3] + h * r[3],
+                                        r[2] * r[3], 1};
         multiplyFactors(call, {{r[1], e.a[3], r[3]}, p, q, target}, false);
     });
 }

@@ -161,8 +161,8 @@ private:
     MatrixRows weights(const std::string& name, std::int64_t inner) const
     {
         const StoredValues* const stored = call.stored(name);
-        return MatrixRows({stored != nullptr ? call.type(name) : call.input(name), stored, 0,
-                           inner, 1});
+        return MatrixRows(
+            {stored != nullptr ? call.type(name) : call.input(name), stored, 0, inner, 1});
     }
 
     /// x W' + b for all steps at once.
@@ -184,12 +184,11 @@ private:
         const TensorView hidden{{ElementType::fp32, {sizes.batch, h}},
                                 reinterpret_cast<const std::byte*>(work.hidden.data())};
         multiply(call, {4 * h, h, sizes.batch}, weights("weight_hh" + suffix, h),
-                 MatrixColumns({hidden, nullptr, 0, 1, h}), MatrixSink({target, 0, 1, 4 * h},
-                                                                       nullptr));
+                 MatrixColumns({hidden, nullptr, 0, 1, h}),
+                 MatrixSink({target, 0, 1, 4 * h}, nullptr));
         for (std::int64_t b = 0; b < sizes.batch; ++b) {
             float* const gates = work.recurrent.data() + b * 4 * h;
-            const float* const projected =
-                work.projected.data() + (time * sizes.batch + b) * 4 * h;
+            const float* const projected = work.projected.data() + (time * sizes.batch + b) * 4 * h;
             for (std::int64_t i = 0; i < 4 * h; ++i) {
                 gates[i] += projected[i];
             }

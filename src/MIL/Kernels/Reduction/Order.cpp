@@ -32,8 +32,7 @@ void runCumulative(const Call& call)
         const std::int64_t start = split.start(row);
         double sum = 0;
         for (std::int64_t i = 0; i < split.width(); ++i) {
-            const std::int64_t at =
-                start + split.offset(reverse ? split.width() - 1 - i : i);
+            const std::int64_t at = start + split.offset(reverse ? split.width() - 1 - i : i);
             const double next = sum + x.number(at);
             call.output().set(at, exclusive ? sum : next);
             sum = next;
@@ -136,8 +135,7 @@ void runSort(const Call& call)
 std::vector<OperationKind> orderOperations()
 {
     return {{"cumsum", "x axis? exclusive? reverse?", inferCumulative, runCumulative},
-            {"topk",
-             "x k? axis? ascending? sort? return_indices? output_indices_dtype?", inferTop,
+            {"topk", "x k? axis? ascending? sort? return_indices? output_indices_dtype?", inferTop,
              runTop},
             {"argsort", "x axis? ascending?", inferSort, runSort}};
 }

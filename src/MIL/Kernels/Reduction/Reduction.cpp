@@ -80,6 +80,23 @@ void inferReduce(const Call& call, std::vector<TensorType>& outputs)
                                                call.flag("keep_dims", false))});
 }
 
+/// Four partial sums, so that the additions do not wait for one another.
+template <class Term>
+double sumRow(const float* row, std::int64_t width, Term&& term)
+{
+    double sums[4] = {};
+    std::int64_t i = 0;
+    for (; i + 4 <= width; i += 4) {
+        for (std::int64_t k = 0; k < 4; ++k) {
+            sums[k] += term(static_cast<double>(row[i + k]));
+        }
+    }
+    for (; i < width; ++i) {
+        sums[0] += term(static_cast<double>(row[i]));
+    }
+    return (sums[0] + sums[1]) + (sums[2] + sums[3]);
+}
+
 double reduceRow(Reduction reduction, const float* row, std::int64_t width)
 {
     double sum = reduction == Reduction::product ? 1 : 0;
@@ -93,20 +110,25 @@ double reduceRow(Reduction reduction, const float* row, std::int64_t width)
         }
         most = std::isfinite(most) ? most : 0;
     }
-    for (std::int64_t i = 0; i < width; ++i) {
-        const auto value = static_cast<double>(row[i]);
-        switch (reduction) {
-        case Reduction::sum:
-        case Reduction::mean:
-        case Reduction::logSum: sum += value; break;
-        case Reduction::maximum: most = std::max(most, value); break;
-        case Reduction::minimum: most = std::min(most, value); break;
-        case Reduction::product: sum *= value; break;
-        case Reduction::sumOfSquares:
-        case Reduction::root: sum += value * value; break;
-        case Reduction::sumOfMagnitudes: sum += std::abs(value); break;
-        case Reduction::logSumExp: sum += std::exp(value - most); break;
+    switch (reduction) {
+    case Reduction::sum:
+    case Reduction::mean:
+    case Reduction::logSum: sum = sumRow(row, width, [](double v) { return v; }); break;
+    case Reduction::sumOfSquares:
+    case Reduction::root: sum = sumRow(row, width, [](double v) { return v * v; }); break;
+    case Reduction::sumOfMagnitudes:
+        sum = sumRow(row, width, [](double v) { return std::abs(v); });
+        break;
+    case Reduction::logSumExp:
+        sum = sumRow(row, width, [&](double v) { return std::exp(v - most); });
+        break;
+    default:
+        for (std::int64_t i = 0; i < width; ++i) {
+            const auto value = static_cast<double>(row[i]);
+            sum *= value;
+            most = reduction == Reduction::minimum ? std::min(most, value) : std::max(most, value);
         }
+        break;
     }
     switch (reduction) {
     case Reduction::mean: return sum / static_cast<double>(width);
@@ -123,8 +145,8 @@ std::int64_t reduceIntegers(Reduction reduction, const TensorView& x, const Axis
                             std::int64_t row)
 {
     std::uint64_t sum = reduction == Reduction::product ? 1 : 0;
-    std::int64_t most = reduction == Reduction::minimum ? highestOf(x.type.element)
-                                                        : lowestOf(x.type.element);
+    std::int64_t most =
+        reduction == Reduction::minimum ? highestOf(x.type.element) : lowestOf(x.type.element);
     const std::int64_t start = split.start(row);
     for (std::int64_t i = 0; i < split.width(); ++i) {
         const std::int64_t value = x.integer(start + split.offset(i));
@@ -152,8 +174,7 @@ void runReduce(const Call& call)
     const TensorBuffer& out = call.output();
     const AxisSplit split(x.shape(), call.axes("axes", x.rank()));
     const bool floats = isComputed(x.type.element);
-    call.parallel(split.rows(), rowGrain(split.width()),
-                  [&](std::int64_t begin, std::int64_t end) {
+    call.parallel(split.rows(), rowGrain(split.width()), [&](std::int64_t begin, std::int64_t end) {
         for (std::int64_t row = begin; row < end; ++row) {
             if (!floats) {
                 const std::int64_t value = reduceIntegers(reduction, x, split, row);

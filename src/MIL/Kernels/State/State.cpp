@@ -26,8 +26,7 @@ void inferWrite(const Call& call, std::vector<TensorType>&)
 std::vector<OperationKind> stateOperations()
 {
     return {{"read_state", "input", inferRead, nullptr, OperationKind::Nature::readsState},
-            {"write_state", "input data", inferWrite, nullptr,
-             OperationKind::Nature::writesState}};
+            {"write_state", "input data", inferWrite, nullptr, OperationKind::Nature::writesState}};
 }
 
 } // namespace vorlin::mil

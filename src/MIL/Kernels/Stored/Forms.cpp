@@ -46,21 +46,21 @@ void ScaledValues::expand(std::int64_t first, std::int64_t count, float* out) co
 {
     parts.data->expand(first, count, out);
     if (!parts.offsets.empty()) {
-        parts.offsetBlocks.forEach(first, count, [&](std::int64_t at, std::int64_t length,
-                                                     std::int64_t block) {
-            const float offset = parts.offsets[static_cast<std::size_t>(block)];
-            for (std::int64_t i = at; i < at + length; ++i) {
-                out[i] -= offset;
-            }
-        });
+        parts.offsetBlocks.forEach(
+            first, count, [&](std::int64_t at, std::int64_t length, std::int64_t block) {
+                const float offset = parts.offsets[static_cast<std::size_t>(block)];
+                for (std::int64_t i = at; i < at + length; ++i) {
+                    out[i] -= offset;
+                }
+            });
     }
-    parts.scaleBlocks.forEach(first, count, [&](std::int64_t at, std::int64_t length,
-                                                std::int64_t block) {
-        const float scale = parts.scales[static_cast<std::size_t>(block)];
-        for (std::int64_t i = at; i < at + length; ++i) {
-            out[i] *= scale;
-        }
-    });
+    parts.scaleBlocks.forEach(first, count,
+                              [&](std::int64_t at, std::int64_t length, std::int64_t block) {
+                                  const float scale = parts.scales[static_cast<std::size_t>(block)];
+                                  for (std::int64_t i = at; i < at + length; ++i) {
+                                      out[i] *= scale;
+                                  }
+                              });
     roundTo(parts.result, out, count);
 }
 
@@ -70,8 +70,7 @@ void ScaledValues::expandAt(std::int64_t first, std::span<const std::int64_t> po
     parts.data->expandAt(first, positions, out);
     for (std::size_t i = 0; i < positions.size(); ++i) {
         if (!parts.offsets.empty()) {
-            out[i] -= parts.offsets[static_cast<std::size_t>(
-                parts.offsetBlocks.at(positions[i]))];
+            out[i] -= parts.offsets[static_cast<std::size_t>(parts.offsetBlocks.at(positions[i]))];
         }
         out[i] *= parts.scales[static_cast<std::size_t>(parts.scaleBlocks.at(positions[i]))];
     }
@@ -99,18 +98,17 @@ std::int64_t PaletteValues::shorten(std::int64_t place, std::int64_t& lane) cons
 void PaletteValues::expand(std::int64_t first, std::int64_t count, float* out) const
 {
     if (parts.vector == 1) {
-        parts.blocks.forEach(first, count, [&](std::int64_t at, std::int64_t length,
-                                               std::int64_t block) {
-            lookUp(parts.indices.data, bits, first + at, length,
-                   tables[static_cast<std::size_t>(block)], out + at);
-        });
+        parts.blocks.forEach(first, count,
+                             [&](std::int64_t at, std::int64_t length, std::int64_t block) {
+                                 lookUp(parts.indices.data, bits, first + at, length,
+                                        tables[static_cast<std::size_t>(block)], out + at);
+                             });
         return;
     }
     for (std::int64_t i = 0; i < count; ++i) {
         std::int64_t lane = 0;
         const std::int64_t place = shorten(first + i, lane);
-        const auto index =
-            packedBits(parts.indices.data, bits, static_cast<std::uint64_t>(place));
+        const auto index = packedBits(parts.indices.data, bits, static_cast<std::uint64_t>(place));
         out[i] = entry(parts.blocks.at(place), index, lane);
     }
 }
@@ -123,8 +121,7 @@ void PaletteValues::expandAt(std::int64_t first, std::span<const std::int64_t> p
         const std::int64_t place = shorten(positions[i], lane);
         const std::int64_t number = parts.vector == 1 ? first + static_cast<std::int64_t>(i)
                                                       : parts.mask->onesBefore(place);
-        const auto index =
-            packedBits(parts.indices.data, bits, static_cast<std::uint64_t>(number));
+        const auto index = packedBits(parts.indices.data, bits, static_cast<std::uint64_t>(number));
         out[i] = entry(parts.blocks.at(place), index, lane);
     }
 }
@@ -156,8 +153,7 @@ void PlacedValues::expand(std::int64_t first, std::int64_t count, float* out) co
     for (std::int64_t at = 0; at < count; at += chunkLength) {
         const std::int64_t piece = std::min(chunkLength, count - at);
         mask->places(first + at, piece, positions.data());
-        values->expandAt(first + at, {positions.data(), static_cast<std::size_t>(piece)},
-                         out + at);
+        values->expandAt(first + at, {positions.data(), static_cast<std::size_t>(piece)}, out + at);
     }
 }
 

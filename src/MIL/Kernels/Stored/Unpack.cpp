@@ -16,8 +16,14 @@ namespace HWY_NAMESPACE
 #if HWY_TARGET == HWY_SCALAR
 
 // Without vectors the callers do it all one by one.
-std::int64_t unpackSix(const std::uint8_t*, std::int64_t, std::uint8_t*) { return 0; }
-std::int64_t unpackFour(const std::uint8_t*, std::int64_t, std::uint8_t*) { return 0; }
+std::int64_t unpackSix(const std::uint8_t*, std::int64_t, std::uint8_t*)
+{
+    return 0;
+}
+std::int64_t unpackFour(const std::uint8_t*, std::int64_t, std::uint8_t*)
+{
+    return 0;
+}
 
 void lookUpHalves(const std::uint8_t* indices, std::int64_t count, const std::uint8_t* lowPlane,
                   const std::uint8_t* highPlane, bool, std::uint8_t* out)
@@ -80,8 +86,8 @@ std::int64_t unpackFour(const std::uint8_t* in, std::int64_t count, std::uint8_t
 }
 
 /// The bytes of one plane of a palette at 16 indices.
-HWY_INLINE ByteVector lookUpPlane(const std::uint8_t* plane, ByteVector low,
-                                  hn::Mask<Bytes> bit4, hn::Mask<Bytes> bit5, bool large)
+HWY_INLINE ByteVector lookUpPlane(const std::uint8_t* plane, ByteVector low, hn::Mask<Bytes> bit4,
+                                  hn::Mask<Bytes> bit5, bool large)
 {
     const Bytes bytes;
     const ByteVector first = hn::TableLookupBytes(hn::LoadU(bytes, plane), low);
@@ -193,8 +199,8 @@ PaletteTable::PaletteTable(const float* entries, std::int64_t count)
     halves = numbers.size() <= mostHalves;
     for (std::size_t i = 0; halves && i < numbers.size(); ++i) {
         const Half half = narrow(numbers[i]);
-        halves = std::bit_cast<std::uint32_t>(widen(half)) ==
-                 std::bit_cast<std::uint32_t>(numbers[i]);
+        halves =
+            std::bit_cast<std::uint32_t>(widen(half)) == std::bit_cast<std::uint32_t>(numbers[i]);
         low[i] = static_cast<std::uint8_t>(half.bits & 0xffu);
         high[i] = static_cast<std::uint8_t>(half.bits >> 8);
     }
@@ -216,9 +222,9 @@ void lookUp(const std::byte* stream, std::size_t bits, std::int64_t first, std::
             continue;
         }
         std::fill_n(indices.data() + piece, 16, std::uint8_t{0});
-        HWY_DYNAMIC_DISPATCH(lookUpHalves)(indices.data(), (piece + 15) / 16 * 16,
-                                           palette.lowBytes(), palette.highBytes(), bits > 4,
-                                           halves.data());
+        HWY_DYNAMIC_DISPATCH(lookUpHalves)
+        (indices.data(), (piece + 15) / 16 * 16, palette.lowBytes(), palette.highBytes(), bits > 4,
+         halves.data());
         widenAll(reinterpret_cast<const Half*>(halves.data()), piece, out + i);
     }
 }
