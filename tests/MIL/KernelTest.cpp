@@ -192,6 +192,23 @@ TEST(RowTest, softmaxStaysWithinItsBoundOfTheReference)
     }
 }
 
+TEST(RowTest, theFirstLargestIsTheReferences)
+{
+    for (std::size_t width = 1; width < 130; ++width) {
+        std::vector<float> row = randomFloats(width, 1);
+        for (float& value : row) { // ties
+            value = std::round(value * 2);
+        }
+        for (float special : {0.0f, infinity, -infinity, notANumber}) {
+            const auto n = static_cast<std::int64_t>(width);
+            EXPECT_EQ(firstLargest(row.data(), n), reference::firstLargest(row.data(), n));
+            row[randomCount(width - 1)] = special;
+        }
+        EXPECT_EQ(firstLargest(row.data(), static_cast<std::int64_t>(width)),
+                  reference::firstLargest(row.data(), static_cast<std::int64_t>(width)));
+    }
+}
+
 TEST(RowTest, aRowMaskedEverywhereIsNotANumber)
 {
     std::vector<float> row(37, -infinity);
@@ -272,6 +289,17 @@ TEST(ProductTest, dotProductsStayWithinTheSameBound)
         EXPECT_LE(std::abs(static_cast<double>(dotFloats(x.data(), y.data(), n)) - sum), bound);
         EXPECT_LE(std::abs(static_cast<double>(dotHalves(half.data(), y.data(), n)) - halfSum),
                   bound);
+        // Four equal rows, one behind the other.
+        std::vector<Half> rows;
+        for (int row = 0; row < 4; ++row) {
+            rows.insert(rows.end(), half.begin(), half.end());
+        }
+        std::vector<float> sums(8, -1);
+        dotRowsOfHalves(rows.data(), n, y.data(), n, sums.data(), 2);
+        for (std::size_t i = 0; i < 8; i += 2) {
+            EXPECT_LE(std::abs(static_cast<double>(sums[i]) - halfSum), bound);
+            EXPECT_EQ(sums[i + 1], -1);
+        }
     }
 }
 

@@ -125,11 +125,8 @@ public:
         float tile[tileRows * fewColumns];
         for (std::int64_t i = begin; i < end; i += tileRows) {
             const std::int64_t rows = std::min(tileRows, end - i);
-            for (std::int64_t r = 0; r < rows; ++r) {
-                for (std::int64_t j = 0; j < size.columns; ++j) {
-                    tile[r * fewColumns + j] =
-                        left.dot(i + r, size.inner, columns + j * size.inner);
-                }
+            for (std::int64_t j = 0; j < size.columns; ++j) {
+                left.dots(i, rows, size.inner, columns + j * size.inner, tile + j, fewColumns);
             }
             sink.store(i, rows, 0, size.columns, tile, fewColumns);
         }
@@ -159,16 +156,19 @@ private:
 
 } // namespace
 
-float LeftRows::dot(std::int64_t row, std::int64_t count, const float* x) const
+void LeftRows::dots(std::int64_t firstRow, std::int64_t rows, std::int64_t count, const float* x,
+                    float* sums, std::int64_t stride) const
 {
     float chunk[tileInner];
-    float sum = 0;
-    for (std::int64_t k = 0; k < count; k += tileInner) {
-        const std::int64_t piece = std::min(tileInner, count - k);
-        expand(row, k, piece, chunk);
-        sum += dotFloats(chunk, x + k, piece);
+    for (std::int64_t i = 0; i < rows; ++i) {
+        float sum = 0;
+        for (std::int64_t k = 0; k < count; k += tileInner) {
+            const std::int64_t piece = std::min(tileInner, count - k);
+            expand(firstRow + i, k, piece, chunk);
+            sum += dotFloats(chunk, x + k, piece);
+        }
+        sums[i * stride] = sum;
     }
-    return sum;
 }
 
 void multiply(const Call& call, const ProductSize& size, const LeftRows& left,

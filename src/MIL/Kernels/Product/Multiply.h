@@ -21,8 +21,9 @@ public:
     /// Writes A(row, first) to A(row, first + count - 1).
     virtual void expand(std::int64_t row, std::int64_t first, std::int64_t count,
                         float* out) const = 0;
-    /// The sum over k < count of A(row, k) x[k].
-    virtual float dot(std::int64_t row, std::int64_t count, const float* x) const;
+    /// sums[i * stride] = the sum over k < count of A(firstRow + i, k) x[k], for i < rows.
+    virtual void dots(std::int64_t firstRow, std::int64_t rows, std::int64_t count, const float* x,
+                      float* sums, std::int64_t stride) const;
 };
 
 /// The columns of B.

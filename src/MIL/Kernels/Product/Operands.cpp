@@ -46,15 +46,25 @@ void MatrixRows::expand(std::int64_t row, std::int64_t first, std::int64_t count
          matrix.columnStride, count, out);
 }
 
-float MatrixRows::dot(std::int64_t row, std::int64_t count, const float* x) const
+void MatrixRows::dots(std::int64_t firstRow, std::int64_t rows, std::int64_t count, const float* x,
+                      float* sums, std::int64_t stride) const
 {
     if (matrix.stored != nullptr || matrix.columnStride != 1) {
-        return LeftRows::dot(row, count, x);
+        LeftRows::dots(firstRow, rows, count, x, sums, stride);
+        return;
     }
-    const std::int64_t first = matrix.base + row * matrix.rowStride;
-    return matrix.tensor.type.element == ElementType::fp16
-               ? dotHalves(matrix.tensor.as<Half>() + first, x, count)
-               : dotFloats(matrix.tensor.as<float>() + first, x, count);
+    const bool halves = matrix.tensor.type.element == ElementType::fp16;
+    std::int64_t i = 0;
+    for (; halves && i + rowsOfHalves <= rows; i += rowsOfHalves) {
+        const std::int64_t at = matrix.base + (firstRow + i) * matrix.rowStride;
+        dotRowsOfHalves(matrix.tensor.as<Half>() + at, matrix.rowStride, x, count,
+                        sums + i * stride, stride);
+    }
+    for (; i < rows; ++i) {
+        const std::int64_t at = matrix.base + (firstRow + i) * matrix.rowStride;
+        sums[i * stride] = halves ? dotHalves(matrix.tensor.as<Half>() + at, x, count)
+                                  : dotFloats(matrix.tensor.as<float>() + at, x, count);
+    }
 }
 
 void MatrixColumns::pack(std::int64_t firstRow, std::int64_t rows, std::int64_t firstColumn,

@@ -1,4 +1,5 @@
 #include "MIL/Kernels/Elementwise/Elements.h"
+#include "MIL/Kernels/Normalisation/RowFunctions.h"
 #include "MIL/Kernels/Operations.h"
 #include "MIL/Kernels/Reduction/AxisSplit.h"
 
@@ -202,22 +203,40 @@ void inferArg(const Call& call, std::vector<TensorType>& outputs)
                                            call.flag("keep_dims", false))});
 }
 
+/// The first place of the largest or smallest of integers.
+std::int64_t bestInteger(const TensorView& x, const AxisSplit& split, std::int64_t row, bool most)
+{
+    const std::int64_t start = split.start(row);
+    std::int64_t best = 0;
+    std::int64_t value = x.integer(start);
+    for (std::int64_t i = 1; i < split.width(); ++i) {
+        const std::int64_t next = x.integer(start + split.offset(i));
+        if (most ? next > value : next < value) {
+            value = next;
+            best = i;
+        }
+    }
+    return best;
+}
+
 void runArg(const Call& call)
 {
     const TensorView& x = call.input("x");
-    const bool wantsMost = call.operation() == "reduce_argmax";
+    const bool most = call.operation() == "reduce_argmax";
     const std::size_t axis = call.axis("axis", -1, x.rank());
     const AxisSplit split(x.shape(), {static_cast<std::int64_t>(axis)});
+    const auto find = call.referenceKernels() ? reference::firstLargest : firstLargest;
     for (std::int64_t row = 0; row < split.rows(); ++row) {
-        const std::int64_t start = split.start(row);
         std::int64_t best = 0;
-        double value = x.number(start);
-        for (std::int64_t i = 1; i < split.width(); ++i) {
-            const double next = x.number(start + split.offset(i));
-            if (wantsMost ? next > value : next < value) {
-                value = next;
-                best = i;
+        if (isComputed(x.type.element)) {
+            float* const values = rowBuffer(split.width());
+            split.load(x, row, values);
+            for (std::int64_t i = 0; !most && i < split.width(); ++i) {
+                values[i] = -values[i];
             }
+            best = find(values, split.width());
+        } else {
+            best = bestInteger(x, split, row, most);
         }
         storeIntegers(call.output(), row, 1, &best);
     }
