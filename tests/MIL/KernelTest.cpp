@@ -344,4 +344,21 @@ TEST(UnpackTest, everyWidthAndStartGivesWhatTheStreamHolds)
     }
 }
 
+TEST(UnpackTest, shiftingAndScalingRoundsAsOneByOne)
+{
+    for (std::size_t count = 0; count < 70; ++count) {
+        const std::vector<float> values = randomFloats(count, 50);
+        for (const bool toHalf : {false, true}) {
+            std::vector<float> fast = values;
+            fast.push_back(-1);
+            shiftAndScale(fast.data(), static_cast<std::int64_t>(count), 3, 0.07f, toHalf);
+            for (std::size_t i = 0; i < count; ++i) {
+                const float plain = (values[i] - 3) * 0.07f;
+                EXPECT_EQ(fast[i], toHalf ? widen(narrow(plain)) : plain);
+            }
+            EXPECT_EQ(fast.back(), -1);
+        }
+    }
+}
+
 } // namespace vorlin::mil::test

@@ -44,24 +44,21 @@ void DenseValues::expand(std::int64_t first, std::int64_t count, float* out) con
 
 void ScaledValues::expand(std::int64_t first, std::int64_t count, float* out) const
 {
+    const bool toHalf = parts.result == ElementType::fp16;
     parts.data->expand(first, count, out);
-    if (!parts.offsets.empty()) {
-        parts.offsetBlocks.forEach(
-            first, count, [&](std::int64_t at, std::int64_t length, std::int64_t block) {
-                const float offset = parts.offsets[static_cast<std::size_t>(block)];
-                for (std::int64_t i = at; i < at + length; ++i) {
-                    out[i] -= offset;
-                }
-            });
-    }
-    parts.scaleBlocks.forEach(first, count,
-                              [&](std::int64_t at, std::int64_t length, std::int64_t block) {
-                                  const float scale = parts.scales[static_cast<std::size_t>(block)];
-                                  for (std::int64_t i = at; i < at + length; ++i) {
-                                      out[i] *= scale;
-                                  }
-                              });
-    roundTo(parts.result, out, count);
+    parts.scaleBlocks.forEach(
+        first, count, [&](std::int64_t at, std::int64_t length, std::int64_t block) {
+            const float scale = parts.scales[static_cast<std::size_t>(block)];
+            if (parts.offsets.empty()) {
+                shiftAndScale(out + at, length, 0, scale, toHalf);
+                return;
+            }
+            parts.offsetBlocks.forEach(
+                first + at, length, [&](std::int64_t from, std::int64_t size, std::int64_t which) {
+                    shiftAndScale(out + at + from, size,
+                                  parts.offsets[static_cast<std::size_t>(which)], scale, toHalf);
+                });
+        });
 }
 
 void ScaledValues::expandAt(std::int64_t first, std::span<const std::int64_t> positions,

@@ -13,6 +13,54 @@ namespace vorlin::mil
 namespace HWY_NAMESPACE
 {
 
+namespace hn = hwy::HWY_NAMESPACE;
+using Floats = hn::ScalableTag<float>;
+
+/// Signed or unsigned bytes as floats; returns how many, the last few are the caller's.
+template <class Byte>
+HWY_INLINE std::int64_t widenBytes(const Byte* in, std::int64_t count, float* out)
+{
+    const Floats floats;
+    const hn::RebindToSigned<Floats> integers;
+    const hn::Rebind<Byte, Floats> bytes;
+    const auto lanes = static_cast<std::int64_t>(hn::Lanes(floats));
+    std::int64_t i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        const auto wide = hn::PromoteTo(integers, hn::LoadU(bytes, in + i));
+        hn::StoreU(hn::ConvertTo(floats, wide), floats, out + i);
+    }
+    return i;
+}
+
+std::int64_t widenSigned(const std::int8_t* in, std::int64_t count, float* out)
+{
+    return widenBytes(in, count, out);
+}
+
+std::int64_t widenUnsigned(const std::uint8_t* in, std::int64_t count, float* out)
+{
+    return widenBytes(in, count, out);
+}
+
+std::int64_t shiftAndScale(float* values, std::int64_t count, float offset, float scale,
+                           bool toHalf)
+{
+    const Floats floats;
+    const hn::Rebind<hwy::float16_t, Floats> halves;
+    const auto lanes = static_cast<std::int64_t>(hn::Lanes(floats));
+    const auto shift = hn::Set(floats, offset);
+    const auto factor = hn::Set(floats, scale);
+    std::int64_t i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        auto value = hn::Mul(hn::Sub(hn::LoadU(floats, values + i), shift), factor);
+        if (toHalf) {
+            value = hn::PromoteTo(floats, hn::DemoteTo(halves, value));
+        }
+        hn::StoreU(value, floats, values + i);
+    }
+    return i;
+}
+
 #if HWY_TARGET == HWY_SCALAR
 
 // Without vectors the callers do it all one by one.
@@ -36,7 +84,6 @@ void lookUpHalves(const std::uint8_t* indices, std::int64_t count, const std::ui
 
 #else
 
-namespace hn = hwy::HWY_NAMESPACE;
 using Bytes = hn::Full128<std::uint8_t>;
 using Words = hn::Full128<std::uint32_t>;
 using ByteVector = hn::Vec<Bytes>;
@@ -137,6 +184,9 @@ namespace
 HWY_EXPORT(unpackSix);
 HWY_EXPORT(unpackFour);
 HWY_EXPORT(lookUpHalves);
+HWY_EXPORT(widenSigned);
+HWY_EXPORT(widenUnsigned);
+HWY_EXPORT(shiftAndScale);
 
 /// Unsigned numbers of `bits` bits from a stream.
 void unpackIndices(const std::byte* stream, std::size_t bits, std::int64_t first,
@@ -169,14 +219,14 @@ void unpackNumbers(const TensorView& tensor, std::int64_t first, std::int64_t co
 {
     if (tensor.type.element == ElementType::int8) {
         const auto* const in = tensor.as<std::int8_t>() + first;
-        for (std::int64_t i = 0; i < count; ++i) {
+        for (std::int64_t i = HWY_DYNAMIC_DISPATCH(widenSigned)(in, count, out); i < count; ++i) {
             out[i] = static_cast<float>(in[i]);
         }
         return;
     }
     if (tensor.type.element == ElementType::uint8) {
         const auto* const in = tensor.as<std::uint8_t>() + first;
-        for (std::int64_t i = 0; i < count; ++i) {
+        for (std::int64_t i = HWY_DYNAMIC_DISPATCH(widenUnsigned)(in, count, out); i < count; ++i) {
             out[i] = static_cast<float>(in[i]);
         }
         return;
@@ -190,6 +240,15 @@ void unpackNumbers(const TensorView& tensor, std::int64_t first, std::int64_t co
             const int number = numbers[static_cast<std::size_t>(k)];
             out[i + k] = static_cast<float>(isSigned && number >= 8 ? number - 16 : number);
         }
+    }
+}
+
+void shiftAndScale(float* values, std::int64_t count, float offset, float scale, bool toHalf)
+{
+    for (std::int64_t i = HWY_DYNAMIC_DISPATCH(shiftAndScale)(values, count, offset, scale, toHalf);
+         i < count; ++i) {
+        const float value = (values[i] - offset) * scale;
+        values[i] = toHalf ? widen(narrow(value)) : value;
     }
 }
 

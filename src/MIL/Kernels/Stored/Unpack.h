@@ -12,6 +12,9 @@ namespace vorlin::mil
 /// Elements [first, first + count) of a tensor of integers of at most 8 bits.
 void unpackNumbers(const TensorView& tensor, std::int64_t first, std::int64_t count, float* out);
 
+/// values[i] = (values[i] - offset) * scale, rounded to half precision if `toHalf`.
+void shiftAndScale(float* values, std::int64_t count, float offset, float scale, bool toHalf);
+
 /// A palette of up to 256 numbers, also in the form that vector lookups take: the low and the
 /// high bytes of its entries in half precision, if all of them have one.
 class PaletteTable
