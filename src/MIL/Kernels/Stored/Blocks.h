@@ -3,6 +3,8 @@
 #include "MIL/Extents.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace vorlin::mil
@@ -15,18 +17,21 @@ class Blocks
 public:
     Blocks() = default;
     /// `counts[i]` blocks along axis i, which divides `shape[i]`.
-    Blocks(const Shape& shape, const Extents& counts) : shape(shape), counts(counts)
+    Blocks(const Shape& shape, const Extents& counts)
     {
+        std::int64_t inner = 1; // elements behind the axis
+        std::int64_t blocks = 1;
         for (std::size_t i = shape.size(); i-- > 0;) {
-            const std::int64_t size = counts[i] == 0 ? 1 : shape[i] / counts[i];
-            sizes.insert(0, std::max<std::int64_t>(size, 1));
-        }
-        // Behind the last cut, neighbours stay in one block.
-        for (std::size_t i = shape.size(); i-- > 0;) {
-            run *= sizes[i];
             if (counts[i] > 1) {
-                break;
+                cuts[cutCount++] = {inner, shape[i], shape[i] / counts[i], blocks};
+            } else if (cutCount == 0) {
+                run = inner * shape[i]; // behind the last cut, neighbours stay in one block
             }
+            if (cutCount == 1 && counts[i] > 1) {
+                run = inner * (shape[i] / counts[i]);
+            }
+            inner *= shape[i];
+            blocks *= counts[i];
         }
         run = std::max<std::int64_t>(run, 1);
     }
@@ -35,11 +40,9 @@ public:
     std::int64_t at(std::int64_t place) const
     {
         std::int64_t block = 0;
-        std::int64_t stride = 1;
-        for (std::size_t i = shape.size(); i-- > 0;) {
-            block += place % shape[i] / sizes[i] * stride;
-            place /= shape[i];
-            stride *= counts[i];
+        for (std::size_t i = 0; i < cutCount; ++i) {
+            const Cut& cut = cuts[i];
+            block += place / cut.inner % cut.extent / cut.size * cut.blocks;
         }
         return block;
     }
@@ -58,9 +61,16 @@ public:
     }
 
 private:
-    Shape shape;
-    Extents counts;
-    Extents sizes;
+    /// An axis with more than one block.
+    struct Cut {
+        std::int64_t inner = 1;
+        std::int64_t extent = 1;
+        std::int64_t size = 1;   // of a block, along the axis
+        std::int64_t blocks = 1; // behind the axis
+    };
+
+    std::array<Cut, Extents::maximumRank> cuts{};
+    std::size_t cutCount = 0;
     std::int64_t run = 1;
 };
 
