@@ -4,11 +4,9 @@
 #include "Ports/Permissions.h"
 #include "Ports/Sounds.h"
 
-namespace vorlin
-{
+namespace vorlin {
 
-namespace
-{
+namespace {
 
 constexpr auto permissionPoll = std::chrono::milliseconds(1500);
 

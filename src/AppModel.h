@@ -12,13 +12,11 @@
 #include <memory>
 #include <string>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// The one application-wide object: owns the dictation, the hotkey monitor and the text
 /// inserter, wires them together, and follows the two permissions. Main loop.
-class AppModel
-{
+class AppModel {
 public:
     /// Builds and wires everything, asks for missing permissions and starts watching the key.
     explicit AppModel(const Ports& ports);

@@ -3,11 +3,9 @@
 #include <stdexcept>
 #include <utility>
 
-namespace vorlin
-{
+namespace vorlin {
 
-namespace
-{
+namespace {
 
 constexpr const char* unavailableLanguage = "Speech recognition is unavailable for this language.";
 

@@ -8,12 +8,10 @@
 #include <optional>
 #include <string>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// The speech engine built on the platform's own recogniser: live text, nothing to download.
-class AppleTranscriber final : public Transcriber
-{
+class AppleTranscriber final : public Transcriber {
 public:
     /// `locale` is the dictation language, such as "en-GB". The ports must outlive this object.
     AppleTranscriber(SpeechAnalyzers& analyzers, AudioConverters& converters, std::string locale);

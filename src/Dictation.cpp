@@ -9,11 +9,9 @@
 #include <limits>
 #include <utility>
 
-namespace vorlin
-{
+namespace vorlin {
 
-namespace
-{
+namespace {
 
 constexpr int silentBuffersToNotice = 35;
 constexpr auto demoLength = std::chrono::milliseconds(2500);

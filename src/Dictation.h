@@ -15,13 +15,11 @@
 #include <optional>
 #include <string>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// One dictation from key press to finished text: microphone capture, the speech engine, the
 /// level history and the four phases. Main loop, except `level(of)`.
-class Dictation
-{
+class Dictation {
 public:
     enum class Phase { idle, preparing, listening, finishing };
     /// Microphone levels, oldest first, each 0 to 1.

@@ -4,11 +4,9 @@
 
 #include <limits>
 
-namespace vorlin
-{
+namespace vorlin {
 
-namespace
-{
+namespace {
 
 void call(const std::function<void()>& callback)
 {

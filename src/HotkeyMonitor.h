@@ -5,14 +5,12 @@
 
 #include <functional>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// Watches the keyboard system-wide and turns the configured hotkey into press and release,
 /// and Escape into a callback while a dictation runs. Swallows the events that make up the
 /// hotkey, except lone modifiers; lets every other event through. Main loop.
-class HotkeyMonitor
-{
+class HotkeyMonitor {
 public:
     /// `tap` must outlive the monitor.
     explicit HotkeyMonitor(EventTap& tap);

@@ -1,10 +1,8 @@
 #include "Preferences.h"
 
-namespace vorlin
-{
+namespace vorlin {
 
-namespace
-{
+namespace {
 
 constexpr std::array<std::string_view, 9> positionNames = {
     "topLeft",     "topCenter",  "topRight",     "middleLeft",  "middleCenter",

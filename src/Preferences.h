@@ -8,8 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// How the dictation key works: held while speaking, or pressed once to start and once to stop.
 enum class RecordMode { hold, toggle };
@@ -57,8 +56,7 @@ std::string_view rawValue(HUDTextMode mode);
 
 /// The settings, read from the store at every call. What is absent, malformed or of the wrong
 /// type reads as its default; nothing fails. Main loop.
-class Preferences
-{
+class Preferences {
 public:
     /// The ports must outlive this object.
     Preferences(Defaults& defaults, const Locale& locale);

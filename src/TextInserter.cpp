@@ -4,11 +4,9 @@
 
 #include <utility>
 
-namespace vorlin
-{
+namespace vorlin {
 
-namespace
-{
+namespace {
 
 constexpr auto restoreAfter = std::chrono::milliseconds(500);
 constexpr auto restoreAtLatest = std::chrono::milliseconds(3000);

@@ -13,8 +13,7 @@
 #include <optional>
 #include <string>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// Puts text into whatever program has the keyboard focus: writes it to the pasteboard, posts
 /// the chord that pastes there, and puts the old contents back afterwards. Main loop.
@@ -25,8 +24,7 @@ namespace vorlin
 /// one before was read, within the same 3 s. If another program copies something meanwhile, its
 /// copy stays. Where the platform does not tell, each text is pasted at once and the contents
 /// found before it are put back 0.5 s later.
-class TextInserter
-{
+class TextInserter {
 public:
     /// The ports must outlive this object.
     TextInserter(MainLoop& loop, Pasteboard& pasteboard, KeyPoster& keys, FocusedProgram& focus);

@@ -4,11 +4,9 @@
 
 #include <algorithm>
 
-namespace vorlin
-{
+namespace vorlin {
 
-namespace
-{
+namespace {
 
 bool isWhiteSpaceOrNewline(utf8proc_int32_t character)
 {

@@ -9,15 +9,13 @@
 #include <optional>
 #include <string>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// A speech engine at work on one dictation.
 ///
 /// The session sets `onText`, awaits `prepare()`, feeds audio, and ends with either `finish()` or
 /// `cancel()`, each called at most once. All on the main loop, except `feed`.
-class Transcriber
-{
+class Transcriber {
 public:
     /// Receives the whole text so far, never a fragment. Called from any thread.
     using OnText = std::function<void(const std::string&)>;
@@ -52,8 +50,7 @@ std::string trimmed(const std::string& text);
 
 /// Turns alternating provisional and final results of a recogniser into one running text.
 /// Any thread.
-class TextAccumulator
-{
+class TextAccumulator {
 public:
     /// Adds a result: a final one is kept, followed by one space; a provisional one replaces the
     /// provisional text so far. Returns the combined text.

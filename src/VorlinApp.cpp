@@ -1,7 +1,6 @@
 #include "VorlinApp.h"
 
-namespace vorlin
-{
+namespace vorlin {
 
 VorlinApp::VorlinApp(const Ports& ports) : ports(ports) {}
 

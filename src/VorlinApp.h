@@ -5,12 +5,10 @@
 
 #include <memory>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// The application: holds the one model for the life of the process. Main loop.
-class VorlinApp
-{
+class VorlinApp {
 public:
     /// What `ports` names must outlive this object.
     explicit VorlinApp(const Ports& ports);

@@ -5,11 +5,9 @@
 #include <cmath>
 #include <limits>
 
-namespace vorlin
-{
+namespace vorlin {
 
-namespace
-{
+namespace {
 
 /// Frames a conversion may give beyond what the rates imply.
 constexpr double headroomFrames = 64;

@@ -6,14 +6,12 @@
 #include <memory>
 #include <optional>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// Turns microphone buffers of whatever format into one target format, following a change of
 /// the input format on the fly. The stream stays continuous from buffer to buffer of one format.
 /// Not synchronised: one caller, one buffer at a time.
-class PCMConverter
-{
+class PCMConverter {
 public:
     /// `converters` must outlive this object.
     PCMConverter(AudioConverters& converters, const AudioFormat& target);

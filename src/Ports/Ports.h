@@ -1,7 +1,6 @@
 #pragma once
 
-namespace vorlin
-{
+namespace vorlin {
 
 class AudioConverters;
 class AudioInput;

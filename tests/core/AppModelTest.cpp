@@ -7,17 +7,14 @@
 #include <memory>
 #include <vector>
 
-namespace vorlin
-{
-namespace
-{
+namespace vorlin {
+namespace {
 
 using namespace std::chrono_literals;
 using Phase = Dictation::Phase;
 using Names = std::vector<std::string>;
 
-class AppModelTest : public testing::Test
-{
+class AppModelTest : public testing::Test {
 protected:
     FakePorts desktop;
     std::unique_ptr<AppModel> model;

@@ -8,13 +8,10 @@
 
 #include <vector>
 
-namespace vorlin
-{
-namespace
-{
+namespace vorlin {
+namespace {
 
-class AppleTranscriberTest : public testing::Test
-{
+class AppleTranscriberTest : public testing::Test {
 protected:
     SimulatedLoop loop;
     FakeSpeechAnalyzers analyzers;

@@ -13,10 +13,8 @@
 #include <thread>
 #include <vector>
 
-namespace vorlin
-{
-namespace
-{
+namespace vorlin {
+namespace {
 
 using namespace std::chrono_literals;
 
@@ -250,8 +248,7 @@ TEST(Lifetime, aCallbackWhoseOwnerIsGoneDoesNothing)
 }
 
 /// A pool of real threads, for the races that virtual time cannot show.
-class TwoThreads final : public Executor
-{
+class TwoThreads final : public Executor {
 public:
     TwoThreads()
     {

@@ -9,16 +9,13 @@
 #include <string>
 #include <vector>
 
-namespace vorlin
-{
-namespace
-{
+namespace vorlin {
+namespace {
 
 using namespace std::chrono_literals;
 using Phase = Dictation::Phase;
 
-class DictationTest : public testing::Test
-{
+class DictationTest : public testing::Test {
 protected:
     SimulatedLoop loop;
     FakeAudioInput microphone;

@@ -3,17 +3,14 @@
 
 #include <gtest/gtest.h>
 
-namespace vorlin
-{
-namespace
-{
+namespace vorlin {
+namespace {
 
 using namespace eventFlags;
 
 constexpr Hotkey optionSpace{keyCodes::space, maskAlternate, false};
 
-class HotkeyMonitorTest : public testing::Test
-{
+class HotkeyMonitorTest : public testing::Test {
 protected:
     FakeEventTap tap;
     HotkeyMonitor monitor{tap};

@@ -3,10 +3,8 @@
 
 #include <gtest/gtest.h>
 
-namespace vorlin
-{
-namespace
-{
+namespace vorlin {
+namespace {
 
 constexpr AudioFormat speech{SampleType::float32, 16000, 1, false};
 

@@ -3,13 +3,10 @@
 
 #include <gtest/gtest.h>
 
-namespace vorlin
-{
-namespace
-{
+namespace vorlin {
+namespace {
 
-class PreferencesTest : public testing::Test
-{
+class PreferencesTest : public testing::Test {
 protected:
     FakeDefaults defaults;
     FakeLocale locale;

@@ -4,10 +4,8 @@
 
 #include <string>
 
-namespace vorlin
-{
-namespace
-{
+namespace vorlin {
+namespace {
 
 struct Owner {
     Published<int, Owner> count{0};

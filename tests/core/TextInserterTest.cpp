@@ -8,16 +8,13 @@
 #include <memory>
 #include <vector>
 
-namespace vorlin
-{
-namespace
-{
+namespace vorlin {
+namespace {
 
 using namespace std::chrono_literals;
 using namespace eventFlags;
 
-class TextInserterTest : public testing::Test
-{
+class TextInserterTest : public testing::Test {
 protected:
     SimulatedLoop loop;
     FakePasteboard pasteboard;

@@ -4,10 +4,8 @@
 
 #include <thread>
 
-namespace vorlin
-{
-namespace
-{
+namespace vorlin {
+namespace {
 
 TEST(TextAccumulator, provisionalTextIsReplacedAndFinalTextKept)
 {

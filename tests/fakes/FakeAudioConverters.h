@@ -4,12 +4,10 @@
 
 #include <functional>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// Converters that give the output its full length by the rates, and count how often one is made.
-class FakeAudioConverters final : public AudioConverters
-{
+class FakeAudioConverters final : public AudioConverters {
 public:
     std::function<bool(const AudioFormat& source)> canConvert = [](const AudioFormat&) {
         return true;
@@ -29,8 +27,7 @@ public:
     }
 
 private:
-    class Converter final : public AudioConverter
-    {
+    class Converter final : public AudioConverter {
     public:
         Converter(FakeAudioConverters& owner, double ratio) : owner(owner), ratio(ratio) {}
         bool convert(const PCMBuffer& input, PCMBuffer& output) override

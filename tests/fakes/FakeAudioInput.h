@@ -5,13 +5,11 @@
 #include <optional>
 #include <stdexcept>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// A microphone that the test plays. Starting and stopping complete when the test says so, or
 /// at once.
-class FakeAudioInput final : public AudioInput
-{
+class FakeAudioInput final : public AudioInput {
 public:
     bool completesAtOnce = true;
     std::string startFailure;

@@ -13,8 +13,7 @@
 #include <string>
 #include <vector>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// A key event that was posted.
 struct PostedKey {
@@ -25,8 +24,7 @@ struct PostedKey {
     bool operator==(const PostedKey&) const = default;
 };
 
-class FakeKeyPoster final : public KeyPoster
-{
+class FakeKeyPoster final : public KeyPoster {
 public:
     std::vector<PostedKey> posted;
     /// Called on each event, as the focused program would see it.
@@ -39,15 +37,13 @@ public:
     }
 };
 
-class FakeFocusedProgram final : public FocusedProgram
-{
+class FakeFocusedProgram final : public FocusedProgram {
 public:
     PasteChord chord{keyCodes::v, eventFlags::maskCommand, PasteSource::clipboard};
     PasteChord pasteChord() override { return chord; }
 };
 
-class FakeDefaults final : public Defaults
-{
+class FakeDefaults final : public Defaults {
 public:
     std::map<std::string, DefaultsValue> values;
 
@@ -70,8 +66,7 @@ public:
     }
 };
 
-class FakePermissions final : public Permissions
-{
+class FakePermissions final : public Permissions {
 public:
     bool trusted = true;
     bool microphone = true;
@@ -84,15 +79,13 @@ public:
     void requestMicrophone() override { ++microphoneRequests; }
 };
 
-class FakeSounds final : public Sounds
-{
+class FakeSounds final : public Sounds {
 public:
     std::vector<std::string> played;
     void play(const std::string& name) override { played.push_back(name); }
 };
 
-class FakeLocale final : public Locale
-{
+class FakeLocale final : public Locale {
 public:
     std::string code = "en";
     std::string languageCode() const override { return code; }

@@ -4,12 +4,10 @@
 
 #include <utility>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// A keyboard that the test plays.
-class FakeEventTap final : public EventTap
-{
+class FakeEventTap final : public EventTap {
 public:
     bool allowed = true;
     Handler handler;

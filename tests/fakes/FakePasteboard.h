@@ -6,12 +6,10 @@
 #include <utility>
 #include <vector>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// A pasteboard and a primary selection in memory. The test reads and copies for other programs.
-class FakePasteboard final : public Pasteboard
-{
+class FakePasteboard final : public Pasteboard {
 public:
     struct Board {
         PasteboardSnapshot items;

@@ -9,8 +9,7 @@
 #include "fakes/FakeSpeechAnalyzers.h"
 #include "simulation/SimulatedLoop.h"
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// A whole desktop that the test plays, on virtual time.
 struct FakePorts {

@@ -8,12 +8,10 @@
 #include <utility>
 #include <vector>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// A recogniser that the test plays.
-class FakeSpeechAnalyzers final : public SpeechAnalyzers
-{
+class FakeSpeechAnalyzers final : public SpeechAnalyzers {
 public:
     /// One analysis, as the test sees it; outlives the analyser.
     struct Stream {
@@ -94,8 +92,7 @@ public:
     }
 
 private:
-    class Analyzer final : public SpeechAnalyzer
-    {
+    class Analyzer final : public SpeechAnalyzer {
     public:
         Analyzer(FakeSpeechAnalyzers& owner, std::shared_ptr<Stream> stream)
             : owner(owner), stream(std::move(stream))

@@ -7,13 +7,11 @@
 #include <utility>
 #include <vector>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// A speech engine that the test plays: preparing and finishing wait for the test, unless it
 /// gave the answers beforehand.
-class FakeTranscriber final : public Transcriber
-{
+class FakeTranscriber final : public Transcriber {
 public:
     bool preparesAtOnce = true;
     std::optional<std::string> finishesAtOnceWith = "hello world";

@@ -10,17 +10,14 @@
 #include <string>
 #include <vector>
 
-namespace vorlin
-{
-namespace
-{
+namespace vorlin {
+namespace {
 
 using namespace std::chrono_literals;
 using Phase = Dictation::Phase;
 
 /// One person at one desktop: random keys, speech, faults and time, all out of one seed.
-class Person
-{
+class Person {
 public:
     explicit Person(std::uint64_t seed) : random(seed), desktop(seed)
     {

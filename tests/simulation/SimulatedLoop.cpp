@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace vorlin
-{
+namespace vorlin {
 
 SimulatedLoop::~SimulatedLoop()
 {

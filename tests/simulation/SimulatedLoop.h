@@ -9,13 +9,11 @@
 #include <random>
 #include <vector>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// Main loop, workers and clock in one, on virtual time and one thread. The main queue keeps its
 /// order; worker jobs, and main queue against workers, run in an order that the seed decides.
-class SimulatedLoop final : public MainLoop, public Workers
-{
+class SimulatedLoop final : public MainLoop, public Workers {
 public:
     explicit SimulatedLoop(std::uint64_t seed = 0) : random(seed), normal(*this), background(*this)
     {
@@ -43,8 +41,7 @@ public:
     bool onMain() const { return runningMain; }
 
 private:
-    class Lane final : public Executor
-    {
+    class Lane final : public Executor {
     public:
         explicit Lane(SimulatedLoop& loop) : loop(loop) {}
         void post(Work work) override { loop.jobs.push_back(std::move(work)); }

@@ -2,10 +2,10 @@
 
 #include <QTimer>
 
+#include <algorithm>
 #include <utility>
 
-namespace vorlin
-{
+namespace vorlin {
 
 void QtMainLoop::post(Work work)
 {
@@ -22,8 +22,16 @@ void QtMainLoop::postAfter(Duration delay, Work work)
     // A timer belongs to the thread that starts it, so start it on the main thread.
     post([this, due = now() + delay, work = std::move(work)]() mutable {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(due - now());
-        QTimer::singleShot(std::max(left, std::chrono::milliseconds::zero()), Qt::PreciseTimer,
-                           &context, std::move(work));
+        // A child of the context, so that the work goes with it.
+        auto* timer = new QTimer(&context);
+        timer->setSingleShot(true);
+        timer->setTimerType(Qt::PreciseTimer);
+        QObject::connect(timer, &QTimer::timeout, timer, [timer, work = std::move(work)]() mutable {
+            const auto last = std::move(work);
+            timer->deleteLater();
+            last();
+        });
+        timer->start(std::max(left, std::chrono::milliseconds::zero()));
     });
 }
 

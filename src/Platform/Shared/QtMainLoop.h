@@ -4,12 +4,10 @@
 
 #include <QObject>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// The main loop on Qt's event loop. Create it on the main thread, after the Qt application.
-class QtMainLoop final : public MainLoop
-{
+class QtMainLoop final : public MainLoop {
 public:
     void post(Work work) override;
     TimePoint now() const override;
