@@ -7,9 +7,40 @@
 
 namespace vorlin {
 
+QtMainLoop::~QtMainLoop()
+{
+    qDeleteAll(context.children()); // the timers, with their work
+    while (true) {
+        std::deque<Work> dropped;
+        {
+            const std::scoped_lock guard(lock);
+            dropped.swap(queue);
+        }
+        if (dropped.empty()) {
+            return;
+        }
+    }
+}
+
 void QtMainLoop::post(Work work)
 {
-    QMetaObject::invokeMethod(&context, std::move(work), Qt::QueuedConnection);
+    {
+        const std::scoped_lock guard(lock);
+        queue.push_back(std::move(work));
+    }
+    QMetaObject::invokeMethod(
+        &context, [this] { runNext(); }, Qt::QueuedConnection);
+}
+
+void QtMainLoop::runNext()
+{
+    Work next;
+    {
+        const std::scoped_lock guard(lock);
+        next = std::move(queue.front());
+        queue.pop_front();
+    }
+    next();
 }
 
 TimePoint QtMainLoop::now() const
