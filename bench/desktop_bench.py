@@ -19,8 +19,8 @@ from program import Program  # noqa: E402
 from virtual_desktop import VirtualDesktop  # noqa: E402
 from waiting import wait_until  # noqa: E402
 
-SENTENCES = ["the old man walked slowly down the street with his dog",
-             "the train was late because of a problem with the signals"]
+SENTENCES = ["the committee decided to postpone the meeting until next month",
+             "the weather will be warm and sunny for the rest of the week"]
 DICTATIONS = 10
 IDLE_SECONDS = 60
 

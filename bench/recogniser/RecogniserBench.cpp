@@ -1,4 +1,4 @@
-// Usage: bench_recogniser FOLDER [VOICE]...
+// Usage: recogniser_bench FOLDER [VOICE]...
 // Decodes the sentences that speak.sh spoke into FOLDER (of the voices named, or all), as fast as
 // it can and one setting after the other, and prints for each setting
 //   WER       words wrong in a hundred, with a decoder that has heard other sentences before;
@@ -208,7 +208,7 @@ void report(const Setting& setting, const std::vector<Sentence>& sentences)
 int main(int argc, char** argv)
 {
     if (argc < 2) {
-        fmt::print("usage: bench_recogniser FOLDER [VOICE]...\n");
+        fmt::print("usage: recogniser_bench FOLDER [VOICE]...\n");
         return 2;
     }
     const auto sentences = vorlin::sentencesIn(argv[1], {argv + 2, argv + argc});

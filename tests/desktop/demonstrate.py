@@ -14,7 +14,7 @@ from program import Program
 from virtual_desktop import VirtualDesktop
 from waiting import WaitedTooLong
 
-SENTENCE = "the old man walked slowly down the street with his dog"
+SENTENCE = "the committee decided to postpone the meeting until next month"
 ARTEFACTS = pathlib.Path(__file__).resolve().parent.parent.parent / "build/artefacts/demonstration"
 
 

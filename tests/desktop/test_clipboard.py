@@ -7,7 +7,7 @@ from editors import GTKEditor, Terminal
 from program import assert_heard
 from waiting import stays, wait_until
 
-SENTENCE = "the old man walked slowly down the street with his dog"
+SENTENCE = "the committee decided to postpone the meeting until next month"
 
 
 def test_html_and_an_image_come_back_byte_for_byte(desktop, launch):

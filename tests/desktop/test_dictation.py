@@ -7,8 +7,8 @@ from program import assert_heard, words
 from sound_server import speech
 from waiting import stays, wait_until
 
-SENTENCE = "the old man walked slowly down the street with his dog"
-OTHER = "the train was late because of a problem with the signals"
+SENTENCE = "the committee decided to postpone the meeting until next month"
+OTHER = "the weather will be warm and sunny for the rest of the week"
 
 
 @pytest.mark.parametrize("editor_type", [QtEditor, GTKEditor, Terminal])

@@ -4,7 +4,7 @@ from editors import GTKEditor, QtEditor, Terminal
 from program import assert_heard, hotkey_setting
 from waiting import stays, wait_until
 
-SENTENCE = "the old man walked slowly down the street with his dog"
+SENTENCE = "the committee decided to postpone the meeting until next month"
 
 
 def test_escape_cancels_with_the_key_still_held_and_the_text_never_appears(desktop, launch):

@@ -9,7 +9,7 @@ from program import assert_heard
 from virtual_desktop import VirtualDesktop
 from waiting import stays, wait_until
 
-SENTENCE = "the old man walked slowly down the street with his dog"
+SENTENCE = "the committee decided to postpone the meeting until next month"
 
 
 def test_it_quits_cleanly_while_idle(desktop, launch):

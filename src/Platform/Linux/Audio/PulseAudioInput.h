@@ -15,7 +15,8 @@ class TapGate;
 /// The desktop's default source, through PulseAudio or PipeWire. The sound thread is the capture
 /// thread. No stream exists but between a start and the end of its capture.
 ///
-/// A start or a stop takes 5 s at most, whatever the server does. A capture that breaks still
+/// A start takes 7 s at most (2 s for the server, 5 s for the microphone), a stop 5 s, whatever the
+/// server does. A capture that breaks still
 /// delivers what it holds and the silence of a stop, before its failure is told. A start drops
 /// the capture before it, and a stop before the start has completed drops that start. Rates
 /// outside of 8 to 192 kHz are captured at the nearest within.

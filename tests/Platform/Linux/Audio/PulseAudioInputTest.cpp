@@ -315,9 +315,8 @@ class PulseAudioInputOnPipeWire : public PulseAudioInputTest {
 protected:
     void SetUp() override
     {
-        if (!PrivateSoundServer::isInstalled(PrivateSoundServer::Kind::pipeWire)) {
-            GTEST_SKIP();
-        }
+        ASSERT_TRUE(PrivateSoundServer::isInstalled(PrivateSoundServer::Kind::pipeWire))
+            << "scripts/install-packages brings it";
         begin({.kind = PrivateSoundServer::Kind::pipeWire});
         ASSERT_TRUE(startAndRun());
         ASSERT_TRUE(runUntilBuffers(2));

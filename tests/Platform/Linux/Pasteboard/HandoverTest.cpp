@@ -14,9 +14,7 @@ class Handover : public PasteboardFixture {};
 
 TEST_F(Handover, aManagerTakesOverRestoredContents)
 {
-    if (!installed("xfce4-clipman")) {
-        GTEST_SKIP() << "xfce4-clipman is not installed";
-    }
+    ASSERT_TRUE(installed("xfce4-clipman")) << "scripts/install-packages brings it";
     const Process manager({"dbus-run-session", "--", "xfce4-clipman"});
     ScriptedReader reader;
     ASSERT_TRUE(eventually([&] { return reader.owner("CLIPBOARD_MANAGER") != XCB_NONE; }));
