@@ -4,8 +4,7 @@
 
 #include <limits>
 
-namespace vorlin
-{
+namespace vorlin {
 
 using namespace eventFlags;
 
@@ -42,8 +41,7 @@ const std::array<Hotkey, 4> Hotkey::presets = {{
     {keyCodes::space, maskAlternate, false},
 }};
 
-namespace
-{
+namespace {
 
 std::string nameIn(const std::map<std::uint16_t, std::string_view>& names, std::uint16_t keyCode)
 {

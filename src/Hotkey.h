@@ -10,12 +10,10 @@
 #include <string>
 #include <string_view>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// Modifier bits of an event's flags.
-namespace eventFlags
-{
+namespace eventFlags {
 inline constexpr std::uint64_t maskShift = 0x20000;
 inline constexpr std::uint64_t maskControl = 0x40000;
 inline constexpr std::uint64_t maskAlternate = 0x80000;
@@ -27,8 +25,7 @@ inline constexpr std::uint64_t maskHotkeyModifiers =
 } // namespace eventFlags
 
 /// Virtual key codes that the program itself names.
-namespace keyCodes
-{
+namespace keyCodes {
 inline constexpr std::uint16_t v = 9;
 inline constexpr std::uint16_t space = 49;
 inline constexpr std::uint16_t escape = 53;

@@ -1,4 +1,4 @@
-// mil_bench FOLDER [ROUNDS]: measures a model folder made by full_size_model.py. Everything that
+// bench_mil FOLDER [ROUNDS]: measures a model folder made by full_size_model.py. Everything that
 // is compared runs in turns, round by round, so that ratios come from one run. Both the wall
 // clock and the processor time are given: on a busy machine only the latter means anything.
 #include "MIL/Model.h"
@@ -15,11 +15,9 @@
 #include <string>
 #include <vector>
 
-namespace vorlin::mil::bench
-{
+namespace vorlin::mil::bench {
 
-namespace
-{
+namespace {
 
 constexpr std::size_t threads = 2;
 
@@ -66,8 +64,7 @@ void compare(const char* name, const Series& series, const Series& yardstick, do
 }
 
 /// A model with zeros for inputs.
-class Subject
-{
+class Subject {
 public:
     Subject(const std::filesystem::path& bundle, std::size_t threadCount)
         : model(Model::load(bundle, {.threads = threadCount}))
@@ -157,7 +154,7 @@ int main(int count, char** arguments)
 {
     using namespace vorlin::mil::bench;
     if (count < 2) {
-        std::fprintf(stderr, "usage: mil_bench FOLDER [ROUNDS]\n");
+        std::fprintf(stderr, "usage: bench_mil FOLDER [ROUNDS]\n");
         return 1;
     }
     try {
@@ -174,7 +171,7 @@ int main(int count, char** arguments)
         benchEncoder(folder / "Encoder.mlmodelc", rounds);
         return 0;
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "mil_bench: %s\n", error.what());
+        std::fprintf(stderr, "bench_mil: %s\n", error.what());
         return 1;
     }
 }

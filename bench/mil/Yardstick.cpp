@@ -4,11 +4,9 @@
 
 #include <array>
 
-namespace vorlin::mil::bench
-{
+namespace vorlin::mil::bench {
 
-namespace
-{
+namespace {
 
 using Type = dnnl::memory::data_type;
 using Tag = dnnl::memory::format_tag;

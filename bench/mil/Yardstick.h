@@ -5,13 +5,11 @@
 #include <memory>
 #include <vector>
 
-namespace vorlin::mil::bench
-{
+namespace vorlin::mil::bench {
 
 /// The products of the full-size encoder for 15 s of audio, computed by oneDNN in single
 /// precision with weights packed beforehand: what the machine can do with the same arithmetic.
-class EncoderProducts
-{
+class EncoderProducts {
 public:
     EncoderProducts();
     EncoderProducts(const EncoderProducts&) = delete;

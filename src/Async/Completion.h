@@ -9,18 +9,15 @@
 #include <utility>
 #include <variant>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// What an awaiter gets when every `Completer` was dropped without an answer.
-class Abandoned : public std::runtime_error
-{
+class Abandoned : public std::runtime_error {
 public:
     Abandoned() : std::runtime_error("The operation was abandoned.") {}
 };
 
-namespace detail
-{
+namespace detail {
 
 template <class T>
 struct CompletionState {
@@ -51,8 +48,7 @@ struct CompletionState {
 /// The answering side of an operation whose end comes from elsewhere: a thread, a callback, a
 /// timer. Copies answer the same operation; the first answer counts. Any thread.
 template <class T>
-class Completer
-{
+class Completer {
 public:
     explicit Completer(std::shared_ptr<detail::CompletionState<T>> state)
         : answerer(std::make_shared<Answerer>(std::move(state)))
@@ -86,8 +82,7 @@ private:
 /// The awaiting side: `co_await` it at most once, from any `Task`. The awaiter goes on where it
 /// ran; a failure reaches it as an exception.
 template <class T>
-class Completion
-{
+class Completion {
 public:
     Completion() = default;
     Completion(Completion&&) noexcept = default;
@@ -136,7 +131,6 @@ private:
 };
 
 /// The answer of an operation that has nothing to tell but its end.
-struct Done {
-};
+struct Done {};
 
 } // namespace vorlin

@@ -2,15 +2,13 @@
 
 #include <functional>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// One piece of work handed to an executor.
 using Work = std::function<void()>;
 
 /// Where work runs.
-class Executor
-{
+class Executor {
 public:
     virtual ~Executor() = default;
 

@@ -3,8 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace vorlin
-{
+namespace vorlin {
 
 void fatal(std::string_view message)
 {

@@ -4,16 +4,14 @@
 #include <memory>
 #include <utility>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// Lets callbacks hold their owner weakly. A class keeps a `Lifetime` as its last member and
 /// wraps each callback it gives away; a wrapped callback does nothing once the owner is gone.
 ///
 /// The owner must be destroyed on the thread that runs its callbacks (the main loop): the check
 /// and the call are then one step.
-class Lifetime
-{
+class Lifetime {
 public:
     Lifetime() = default;
     Lifetime(const Lifetime&) = delete;

@@ -5,8 +5,7 @@
 #include <utility>
 #include <vector>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// Keeps an observer registered; the observer is removed when the subscription is destroyed.
 using Subscription = std::shared_ptr<const void>;
@@ -16,8 +15,7 @@ using Subscription = std::shared_ptr<const void>;
 /// Writing the value already held notifies nobody. An observer may write other values, add and
 /// remove observers and destroy its own subscription; it is called after the value has changed.
 template <class T, class Writer>
-class Published
-{
+class Published {
     friend Writer;
 
 public:

@@ -4,8 +4,7 @@
 #include <mutex>
 #include <utility>
 
-namespace vorlin
-{
+namespace vorlin {
 
 struct SerialExecutor::Queue : std::enable_shared_from_this<Queue> {
     explicit Queue(Executor& underlying) : underlying(underlying) {}

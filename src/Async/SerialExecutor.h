@@ -4,13 +4,11 @@
 
 #include <memory>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// Runs work one piece at a time, in the order it was posted, on another executor's threads.
 /// Work queued when it is destroyed still runs; its underlying executor must outlive that.
-class SerialExecutor : public Executor
-{
+class SerialExecutor : public Executor {
 public:
     explicit SerialExecutor(Executor& underlying);
     SerialExecutor(const SerialExecutor&) = delete;

@@ -3,8 +3,7 @@
 #include "Async/Completion.h"
 #include "Ports/MainLoop.h"
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// Suspends the awaiting task for `delay` on the loop's clock. Await it from the main loop.
 inline Completion<Done> sleepFor(MainLoop& loop, Duration delay)

@@ -4,11 +4,9 @@
 
 #include <string>
 
-namespace vorlin
-{
+namespace vorlin {
 
-namespace detail
-{
+namespace detail {
 
 Resumption::Resumption(const Chain& chain, std::coroutine_handle<> suspended)
     : chain(chain), suspended(suspended)
@@ -32,8 +30,7 @@ Resumption::~Resumption()
 
 } // namespace detail
 
-namespace
-{
+namespace {
 
 /// The outermost frame of a spawned task; destroys itself when the task is done.
 struct Detached {

@@ -8,11 +8,9 @@
 #include <optional>
 #include <utility>
 
-namespace vorlin
-{
+namespace vorlin {
 
-namespace detail
-{
+namespace detail {
 
 /// What every coroutine of a chain knows: the executor it runs on, and the outermost frame,
 /// which owns all others of the chain.
@@ -23,8 +21,7 @@ struct Chain {
 
 /// A suspended coroutine that waits to be resumed once. Destroyed without being resumed (its
 /// executor is gone), it destroys the whole chain, so that no frame leaks.
-class Resumption
-{
+class Resumption {
 public:
     Resumption(const Chain& chain, std::coroutine_handle<> suspended);
 
@@ -84,8 +81,7 @@ struct TaskPromise<void> : TaskPromiseBase {
 /// line to its last, on the executor of the coroutine that awaits it. After every `co_await` it
 /// is back on that executor. An exception that leaves it reaches the awaiter. Await it once.
 template <class T = void>
-class [[nodiscard]] Task
-{
+class [[nodiscard]] Task {
 public:
     using promise_type = detail::TaskPromise<T>;
     using Handle = std::coroutine_handle<promise_type>;

@@ -2,8 +2,7 @@
 
 #include "Async/Fatal.h"
 
-namespace vorlin
-{
+namespace vorlin {
 
 PCMBuffer::PCMBuffer(const AudioFormat& format, std::uint32_t frameCapacity)
     : layout(format), capacity(frameCapacity), bytes(format.bytesPerFrame() * frameCapacity)

@@ -5,8 +5,7 @@
 #include <span>
 #include <vector>
 
-namespace vorlin
-{
+namespace vorlin {
 
 enum class SampleType { float32, int16, int32 };
 
@@ -33,8 +32,7 @@ struct AudioFormat {
 };
 
 /// A run of PCM frames with a fixed capacity. Not synchronised.
-class PCMBuffer
-{
+class PCMBuffer {
 public:
     /// A buffer for at most `frameCapacity` frames, zeroed, with frame length 0.
     PCMBuffer(const AudioFormat& format, std::uint32_t frameCapacity);

@@ -3,11 +3,9 @@
 #include <array>
 #include <limits>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 struct Description {
     std::string_view name;

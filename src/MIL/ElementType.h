@@ -5,8 +5,7 @@
 #include <optional>
 #include <string_view>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// Every scalar type of the program text and of weight files.
 enum class ElementType : std::uint8_t {

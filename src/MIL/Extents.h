@@ -6,13 +6,11 @@
 #include <initializer_list>
 #include <string>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// The extents of a tensor, or another short list of integers that belong to its axes. Holds its
 /// numbers in place, so that shapes cost no allocation.
-class Extents
-{
+class Extents {
 public:
     /// A tensor has at most this many axes, half as many as a list of paddings needs.
     static constexpr std::size_t maximumRank = 12;

@@ -3,8 +3,7 @@
 #include <bit>
 #include <cstdint>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// A binary16 number as its bits. Arithmetic happens in single precision.
 struct Half {

@@ -10,11 +10,9 @@
 #include <set>
 #include <utility>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 MappedFile openText(const std::filesystem::path& bundle)
 {

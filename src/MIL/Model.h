@@ -14,8 +14,7 @@
 #include <string_view>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// A named tensor of a model's signature. Extents that may vary are `Extents::unknown`.
 struct FeatureDescription {
@@ -45,8 +44,7 @@ struct NamedOutput {
 ///
 /// All members may be called from any thread; predictions on one model take turns. All models
 /// share one set of worker threads, which sleep when nothing predicts.
-class Model
-{
+class Model {
 public:
     struct Options {
         /// Threads one prediction uses, the calling one included.

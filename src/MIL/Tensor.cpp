@@ -6,11 +6,9 @@
 #include <cstring>
 #include <limits>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 template <class T>
 T load(const std::byte* data, std::int64_t index)

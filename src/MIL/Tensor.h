@@ -8,8 +8,7 @@
 #include <cstdint>
 #include <string>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 struct TensorType {
     ElementType element = ElementType::fp32;

@@ -2,12 +2,10 @@
 
 #include <functional>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// The running program as the desktop sees it. Main loop.
-class Application
-{
+class Application {
 public:
     virtual ~Application() = default;
 

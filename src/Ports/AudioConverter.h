@@ -4,12 +4,10 @@
 
 #include <memory>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// A stateful stream conversion from one PCM format to one other. Not synchronised.
-class AudioConverter
-{
+class AudioConverter {
 public:
     virtual ~AudioConverter() = default;
 
@@ -21,8 +19,7 @@ public:
 };
 
 /// Makes converters.
-class AudioConverters
-{
+class AudioConverters {
 public:
     virtual ~AudioConverters() = default;
 

@@ -7,13 +7,11 @@
 #include <functional>
 #include <string>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// The default microphone, in its own rate and channels as float32. One capture at a time.
 /// Main loop, except for `Tap`.
-class AudioInput
-{
+class AudioInput {
 public:
     /// Receives each captured buffer, in order, on the capture thread; must not block. Buffers
     /// hold `bufferFrames` frames; only the last ones of a capture may differ.

@@ -8,8 +8,7 @@
 #include <variant>
 #include <vector>
 
-namespace vorlin
-{
+namespace vorlin {
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -17,8 +16,7 @@ using Bytes = std::vector<std::uint8_t>;
 using DefaultsValue = std::variant<bool, double, std::string, Bytes>;
 
 /// The person's settings: a persistent store by key. Main loop.
-class Defaults
-{
+class Defaults {
 public:
     virtual ~Defaults() = default;
 

@@ -6,8 +6,7 @@
 #include <functional>
 #include <optional>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// The numbers are those of Quartz event types.
 enum class KeyEventType : std::uint32_t {
@@ -38,8 +37,7 @@ struct KeyInterest {
 };
 
 /// The keyboard of the whole desktop, before any program sees it. Main loop.
-class EventTap
-{
+class EventTap {
 public:
     /// Answers whether to swallow the event. Called on the main loop; must be quick: the keyboard
     /// may wait for it.

@@ -2,8 +2,7 @@
 
 #include <cstdint>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// Where a program takes the text it pastes from.
 enum class PasteSource {
@@ -25,8 +24,7 @@ struct PasteChord {
 };
 
 /// The program that has the keyboard focus.
-class FocusedProgram
-{
+class FocusedProgram {
 public:
     virtual ~FocusedProgram() = default;
 

@@ -2,12 +2,10 @@
 
 #include <cstdint>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// Presses keys for the person. Main loop; returns at once.
-class KeyPoster
-{
+class KeyPoster {
 public:
     virtual ~KeyPoster() = default;
 

@@ -2,12 +2,10 @@
 
 #include <string>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// The person's locale. Main loop.
-class Locale
-{
+class Locale {
 public:
     virtual ~Locale() = default;
 

@@ -4,16 +4,14 @@
 
 #include <chrono>
 
-namespace vorlin
-{
+namespace vorlin {
 
 using Duration = std::chrono::nanoseconds;
 /// A moment on the loop's own monotonic clock; only `MainLoop::now` reads a clock.
 using TimePoint = std::chrono::time_point<std::chrono::steady_clock, Duration>;
 
 /// The thread that owns everything observable: its queue, its clock, its timers.
-class MainLoop : public Executor
-{
+class MainLoop : public Executor {
 public:
     /// The current time. Any thread.
     virtual TimePoint now() const = 0;

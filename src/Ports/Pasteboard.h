@@ -8,8 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// One thing on a pasteboard: its data by type. Types are the platform's own names.
 using PasteboardItem = std::map<std::string, std::vector<std::uint8_t>>;
@@ -30,8 +29,7 @@ enum class PasteboardUse {
 };
 
 /// The desktop's pasteboard and, on X11, its primary selection. Main loop; nothing blocks.
-class Pasteboard
-{
+class Pasteboard {
 public:
     virtual ~Pasteboard() = default;
 

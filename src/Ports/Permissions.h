@@ -1,12 +1,10 @@
 #pragma once
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// What the desktop allows this process. Main loop. The two questions are asked every 1.5 s and
 /// must cost nothing: answers are cached and kept by events.
-class Permissions
-{
+class Permissions {
 public:
     virtual ~Permissions() = default;
 

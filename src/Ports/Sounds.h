@@ -2,12 +2,10 @@
 
 #include <string>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// Short system sounds by name: "Tink", "Pop", "Funk".
-class Sounds
-{
+class Sounds {
 public:
     virtual ~Sounds() = default;
 

@@ -8,12 +8,10 @@
 #include <optional>
 #include <string>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// One stream of speech analysed by the platform's recogniser.
-class SpeechAnalyzer
-{
+class SpeechAnalyzer {
 public:
     virtual ~SpeechAnalyzer() = default;
 
@@ -30,8 +28,7 @@ public:
 };
 
 /// The platform's recogniser: which languages it knows, and analyses in them. Main loop.
-class SpeechAnalyzers
-{
+class SpeechAnalyzers {
 public:
     /// One result: its text as the recogniser gave it, and whether it will not change any more.
     /// Called from a thread of the recogniser's, one call at a time, in order.

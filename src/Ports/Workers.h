@@ -2,14 +2,12 @@
 
 #include "Async/Executor.h"
 
-namespace vorlin
-{
+namespace vorlin {
 
 enum class WorkPriority { normal, background };
 
 /// Threads for work that must not hold up the main loop.
-class Workers
-{
+class Workers {
 public:
     virtual ~Workers() = default;
 

@@ -3,8 +3,7 @@
 #include <cstdlib>
 #include <new>
 
-namespace
-{
+namespace {
 thread_local std::size_t allocations = 0;
 } // namespace
 

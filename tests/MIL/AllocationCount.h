@@ -2,8 +2,7 @@
 
 #include <cstddef>
 
-namespace vorlin::mil::test
-{
+namespace vorlin::mil::test {
 
 /// How often the calling thread has asked for memory since it started.
 std::size_t allocationCount();

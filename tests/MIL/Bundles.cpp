@@ -4,11 +4,9 @@
 #include <fstream>
 #include <random>
 
-namespace vorlin::mil::test
-{
+namespace vorlin::mil::test {
 
-namespace
-{
+namespace {
 
 std::filesystem::path freshFolder()
 {

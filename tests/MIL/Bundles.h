@@ -8,12 +8,10 @@
 #include <string_view>
 #include <vector>
 
-namespace vorlin::mil::test
-{
+namespace vorlin::mil::test {
 
 /// A folder of its own that goes with the object.
-class TemporaryFolder
-{
+class TemporaryFolder {
 public:
     TemporaryFolder();
     TemporaryFolder(const TemporaryFolder&) = delete;
@@ -24,8 +22,7 @@ public:
 };
 
 /// Builds the bytes of a weight file, record by record.
-class WeightBytes
-{
+class WeightBytes {
 public:
     WeightBytes();
     /// Appends a record of the type with that code; returns the offset to refer to it by.

@@ -3,11 +3,9 @@
 #include <cmath>
 #include <map>
 
-namespace vorlin::mil::test
-{
+namespace vorlin::mil::test {
 
-namespace
-{
+namespace {
 
 Tolerance toleranceOf(const nlohmann::json& json)
 {

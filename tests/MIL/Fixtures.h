@@ -9,8 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace vorlin::mil::test
-{
+namespace vorlin::mil::test {
 
 /// The folder the fixture archives were unpacked into.
 std::filesystem::path fixtures();

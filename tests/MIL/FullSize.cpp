@@ -11,11 +11,9 @@
 #include <string>
 #include <vector>
 
-namespace vorlin::mil::test
-{
+namespace vorlin::mil::test {
 
-namespace
-{
+namespace {
 
 struct Record {
     std::uint64_t offset = 0;

@@ -2,8 +2,7 @@
 
 #include <filesystem>
 
-namespace vorlin::mil::test
-{
+namespace vorlin::mil::test {
 
 /// Writes `weights/weight.bin` of a full-size program from the `blobs.json` beside it. Value i of
 /// the record at offset M comes from z = mix(M + (i + 1) 0x9E3779B97F4A7C15), where mix is the

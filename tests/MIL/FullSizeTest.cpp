@@ -9,15 +9,12 @@
 #include <fstream>
 #include <thread>
 
-namespace vorlin::mil::test
-{
+namespace vorlin::mil::test {
 
-namespace
-{
+namespace {
 
 /// A bundle with its weights filled in, which go when the object goes.
-class FilledEncoder
-{
+class FilledEncoder {
 public:
     explicit FilledEncoder(const std::string& form)
         : path(fixtures() / "full-size" / ("encoder-" + form))
@@ -54,9 +51,7 @@ NpyTensor firstFrames(const TensorView& tensor, std::int64_t frames)
     return result;
 }
 
-class FullSizeTest : public testing::TestWithParam<const char*>
-{
-};
+class FullSizeTest : public testing::TestWithParam<const char*> {};
 
 } // namespace
 

@@ -17,11 +17,9 @@
 #include <random>
 #include <vector>
 
-namespace vorlin::mil::test
-{
+namespace vorlin::mil::test {
 
-namespace
-{
+namespace {
 
 std::mt19937& random()
 {

@@ -3,11 +3,9 @@
 
 #include <gtest/gtest.h>
 
-namespace vorlin::mil::test
-{
+namespace vorlin::mil::test {
 
-namespace
-{
+namespace {
 
 const std::string head = "program(1.3)\n{\n    func main<ios18>(tensor<fp32, [2]> x) {\n";
 
@@ -38,158 +36,153 @@ std::string nested(char open, char close, int depth)
            std::string(static_cast<std::size_t>(depth), close);
 }
 
-const std::vector<Case>& textCases()
-{
-    static const std::vector<Case> cases{
-        {"empty text", "", "model.mil:1:1: expected 'program', found the end of the text"},
-        {"truncated text", head + "tensor<fp32, [2]> y = relu(x = x)",
-         "model.mil:4:34: expected '[' or ';', found the end of the text"},
-        {"truncated string", head + "string y = const()[val = string(\"abc",
-         "model.mil:4:33: the string that starts here does not end"},
-        {"deep nesting of types",
-         head +
-             [] {
-                 std::string types;
-                 for (int i = 0; i < 100000; ++i) {
-                     types += "list<";
-                 }
-                 return types;
-             }(),
-         "model.mil:4:321: nested more than 64 levels deep"},
-        {"deep nesting of literals",
-         head + "list<int32, 1> y = const()[val = list<int32, 1>(" + nested('[', ']', 100000) +
-             ")];",
-         "model.mil:4:112: nested more than 64 levels deep"},
-        {"deep nesting of tuples", head + "tensor<fp32, [2]> y = f(x = " + nested('(', ')', 99999),
-         "model.mil:4:93: nested more than 64 levels deep"},
-        {"huge integer literal", body("int32 y = const()[val = int32(99999999999999999999)];"),
-         "model.mil:4:31: does not fit int32: '99999999999999999999'"},
-        {"integer out of range", body("int32 y = const()[val = int32(2147483648)];"),
-         "model.mil:4:31: does not fit int32: '2147483648'"},
-        {"negative unsigned", body("uint8 y = const()[val = uint8(-1)];"),
-         "model.mil:4:31: does not fit uint8: '-1'"},
-        {"huge floating literal", body("fp16 y = const()[val = fp16(0x1p+16)];"),
-         "model.mil:4:29: does not fit fp16: '0x1p+16'"},
-        {"endless floating literal", body("fp32 y = const()[val = fp32(1e99999)];"),
-         "model.mil:4:29: does not fit fp32: '1e99999'"},
-        {"no number", body("fp32 y = const()[val = fp32(zebra)];"),
-         "model.mil:4:29: expected a number, found 'zebra'"},
-        {"no boolean", body("bool y = const()[val = bool(1)];"),
-         "model.mil:4:29: expected 'true' or 'false', found '1'"},
-        {"unknown type", body("float y = const()[val = fp32(1)];"),
-         "model.mil:4:7: expected '(', found 'y'"},
-        {"unknown element type", body("tensor<quux, [1]> y = relu(x = x);"),
-         "model.mil:4:8: unknown type 'quux'"},
-        {"too many axes", body("tensor<fp32, [1,1,1,1,1,1,1,1,1,1,1,1,1]> y = relu(x = x);"),
-         "model.mil:4:39: a tensor has at most 12 axes"},
-        {"extent too large", body("tensor<fp32, [9999999999999]> y = relu(x = x);"),
-         "model.mil:4:15: the extent 9999999999999 is too large"},
-        {"too many elements in a literal",
-         body("tensor<int32, [2]> y = const()[val = tensor<int32, [2]>([1, 2, 3])];"),
-         "model.mil:4:64: the literal has more elements than its type int32 [2]"},
-        {"too few elements in a literal",
-         body("tensor<int32, [2]> y = const()[val = tensor<int32, [2]>([1])];"),
-         "model.mil:4:57: the literal has fewer elements than its type int32 [2]"},
-        {"literal nested unlike its type",
-         body("tensor<int32, [2]> y = const()[val = tensor<int32, [2]>([[1], [2]])];"),
-         "model.mil:4:58: expected a number, found '['"},
-        {"literal of unknown extent",
-         body("tensor<int32, [?]> y = const()[val = tensor<int32, [?]>([1])];"),
-         "model.mil:4:38: a literal needs a type without '?'"},
-        {"literal without elements",
-         body("tensor<int32, [2]> y = const()[val = tensor<int32, [2]>()];"),
-         "model.mil:4:57: expected the elements of int32 [2], found ')'"},
-        {"duplicate name",
-         body("tensor<fp32, [2]> y = relu(x = x);\ntensor<fp32, [2]> y = relu(x = x);"),
-         "model.mil:5:19: 'y' is defined twice"},
-        {"name of an input taken again", body("tensor<fp32, [2]> x = relu(x = x);"),
-         "model.mil:4:19: 'x' is defined twice"},
-        {"use before definition",
-         body("tensor<fp32, [2]> y = relu(x = z);\ntensor<fp32, [2]> z = relu(x = x);"),
-         "model.mil:4:32: 'z' is not defined here"},
-        {"missing output", body("tensor<fp32, [2]> z = relu(x = x);"),
-         "model.mil:5:15: 'y' is not defined here"},
-        {"unknown operations, all of them",
-         body("tensor<fp32, [2]> a = frobnicate(x = x);\ntensor<fp32, [2]> b = relu(x = x);\n"
-              "tensor<fp32, [2]> y = defenestrate(x = b);"),
-         "model.mil: unknown operations: 'frobnicate' on line 4, 'defenestrate' on line 6"},
-        {"nested block", body("tensor<fp32, [2]> y = cond(pred = x) { } , { };"),
-         "model.mil:4:23: nested blocks are not supported: operation 'cond'"},
-        {"unknown argument", body("tensor<fp32, [2]> y = relu(x = x, slope = x);"),
-         "model.mil:4:35: operation 'relu' has no argument 'slope'"},
-        {"missing argument", body("tensor<fp32, [2]> y = add(x = x);"),
-         "model.mil:4:23: operation 'add' lacks the argument 'y'"},
-        {"argument given twice", body("tensor<fp32, [2]> y = relu(x = x, x = x);"),
-         "model.mil:4:35: the argument 'x' is given twice"},
-        {"argument of the wrong type", body("tensor<fp32, [2]> y = relu(x = string(\"hello\"));"),
-         "model.mil:4:23: operation 'relu' cannot take a string as 'x'"},
-        {"operands of different types", body("tensor<fp32, [2]> y = add(x = x, y = int32(1));"),
-         "model.mil:4:23: operation 'add' does not take fp32 [2] and int32 []"},
-        {"shapes that do not stretch",
-         body("tensor<fp32, [2]> y = add(x = x, y = tensor<fp32, [3]>([1, 2, 3]));"),
-         "model.mil:4:23: operation 'add' cannot work: shapes [2] and [3] do not stretch to one "
-         "another"},
-        {"shape that contradicts", body("tensor<fp32, [3]> y = relu(x = x);"),
-         "model.mil:4:19: 'y' is declared fp32 [3] but is fp32 [2]"},
-        {"type that contradicts", body("tensor<fp16, [2]> y = relu(x = x);"),
-         "model.mil:4:19: 'y' is declared fp16 [2] but is fp32 [2]"},
-        {"constant whose value contradicts",
-         body("tensor<fp32, [3]> y = const()[val = tensor<fp32, [2]>([1, 2])];"),
-         "model.mil:4:37: 'y' is declared fp32 [3] but is fp32 [2]"},
-        {"wrong number of outputs",
-         body("tensor<fp32, [1]> y, tensor<fp32, [1]> z, tensor<fp32, [1]> w = split(axis = "
-              "int32(0), num_splits = int32(2), x = x);"),
-         "model.mil:4:65: operation 'split' has 2 outputs"},
-        {"axis that is not there", body("tensor<fp32, [2]> y = softmax(axis = int32(1), x = x);"),
-         "model.mil:4:23: operation 'softmax' has no axis 1 in a tensor of rank 1"},
-        {"axis beyond all numbers",
-         body("tensor<fp32, [2]> y = softmax(axis = int64(9223372036854775807), x = x);"),
-         "model.mil:4:23: operation 'softmax' cannot work with the number 9223372036854775807"},
-        {"reshape to another size",
-         body("tensor<fp32, [3]> y = reshape(shape = tensor<int32, [1]>([3]), x = x);"),
-         "model.mil:4:23: operation 'reshape' cannot give fp32 [2] the shape [3]"},
-        {"tensor beyond all memory",
-         body("tensor<fp32, [1099511627776, 1099511627776]> y = fill(shape = tensor<int64, "
-              "[2]>([1099511627776, 1099511627776]));"),
-         "model.mil:4:50: a tensor of shape [1099511627776, 1099511627776] is too large"},
-        {"buffers beyond what is allowed",
-         body("tensor<fp32, [1073741824]> y = tile(reps = tensor<int32, [1]>([536870912]), x = "
-              "x);"),
-         "the program needs 4096 MiB of buffers, more than allowed"},
-        {"tuple for one value", body("tensor<fp32, [2]> y = relu(x = (x, x));"),
-         "model.mil:4:32: the argument 'x' takes one value"},
-        {"string as an output", body("string y = const()[val = string(\"hello\")];"),
-         "model.mil:5:15: the output 'y' must be a tensor of numbers"},
-        {"text behind the program", body("tensor<fp32, [2]> y = relu(x = x);") + "more",
-         "model.mil:7:1: expected the end of the text, found 'more'"},
-        {"program without a function", "program(1.0)\n{\n}\n",
-         "model.mil:4:1: the program has no function"},
-        {"missing weight file",
-         body("tensor<fp32, [2]> y = const()[val = tensor<fp32, [2]>(BLOBFILE(path = "
-              "string(\"@model_path/weights/other.bin\"), offset = uint64(64)))];"),
-         "model.mil:4:55: the weight file '@model_path/weights/other.bin' is missing: No such "
-         "file or directory"},
-        {"path that leaves the bundle",
-         body("tensor<fp32, [2]> y = const()[val = tensor<fp32, [2]>(BLOBFILE(path = "
-              "string(\"@model_path/../weight.bin\"), offset = uint64(64)))];"),
-         "model.mil:4:55: the weight file path '@model_path/../weight.bin' leaves the bundle"},
-        {"absolute path",
-         body("tensor<fp32, [2]> y = const()[val = tensor<fp32, [2]>(BLOBFILE(path = "
-              "string(\"/etc/passwd\"), offset = uint64(64)))];"),
-         "model.mil:4:55: the weight file path '/etc/passwd' leaves the bundle"},
-        {"blob without an offset",
-         body("tensor<fp32, [2]> y = const()[val = tensor<fp32, [2]>(BLOBFILE(path = "
-              "string(\"a\")))];"),
-         "model.mil:4:55: a blob needs a path and an offset"},
-    };
-    return cases;
-}
+const std::vector<Case> textCases{
+    {"empty text", "", "model.mil:1:1: expected 'program', found the end of the text"},
+    {"truncated text", head + "tensor<fp32, [2]> y = relu(x = x)",
+     "model.mil:4:34: expected '[' or ';', found the end of the text"},
+    {"truncated string", head + "string y = const()[val = string(\"abc",
+     "model.mil:4:33: the string that starts here does not end"},
+    {"deep nesting of types",
+     head +
+         [] {
+             std::string types;
+             for (int i = 0; i < 100000; ++i) {
+                 types += "list<";
+             }
+             return types;
+         }(),
+     "model.mil:4:321: nested more than 64 levels deep"},
+    {"deep nesting of literals",
+     head + "list<int32, 1> y = const()[val = list<int32, 1>(" + nested('[', ']', 100000) + ")];",
+     "model.mil:4:112: nested more than 64 levels deep"},
+    {"deep nesting of tuples", head + "tensor<fp32, [2]> y = f(x = " + nested('(', ')', 99999),
+     "model.mil:4:93: nested more than 64 levels deep"},
+    {"huge integer literal", body("int32 y = const()[val = int32(99999999999999999999)];"),
+     "model.mil:4:31: does not fit int32: '99999999999999999999'"},
+    {"integer out of range", body("int32 y = const()[val = int32(2147483648)];"),
+     "model.mil:4:31: does not fit int32: '2147483648'"},
+    {"negative unsigned", body("uint8 y = const()[val = uint8(-1)];"),
+     "model.mil:4:31: does not fit uint8: '-1'"},
+    {"huge floating literal", body("fp16 y = const()[val = fp16(0x1p+16)];"),
+     "model.mil:4:29: does not fit fp16: '0x1p+16'"},
+    {"endless floating literal", body("fp32 y = const()[val = fp32(1e99999)];"),
+     "model.mil:4:29: does not fit fp32: '1e99999'"},
+    {"no number", body("fp32 y = const()[val = fp32(zebra)];"),
+     "model.mil:4:29: expected a number, found 'zebra'"},
+    {"no boolean", body("bool y = const()[val = bool(1)];"),
+     "model.mil:4:29: expected 'true' or 'false', found '1'"},
+    {"unknown type", body("float y = const()[val = fp32(1)];"),
+     "model.mil:4:7: expected '(', found 'y'"},
+    {"unknown element type", body("tensor<quux, [1]> y = relu(x = x);"),
+     "model.mil:4:8: unknown type 'quux'"},
+    {"too many axes", body("tensor<fp32, [1,1,1,1,1,1,1,1,1,1,1,1,1]> y = relu(x = x);"),
+     "model.mil:4:39: a tensor has at most 12 axes"},
+    {"extent too large", body("tensor<fp32, [9999999999999]> y = relu(x = x);"),
+     "model.mil:4:15: the extent 9999999999999 is too large"},
+    {"too many elements in a literal",
+     body("tensor<int32, [2]> y = const()[val = tensor<int32, [2]>([1, 2, 3])];"),
+     "model.mil:4:64: the literal has more elements than its type int32 [2]"},
+    {"too few elements in a literal",
+     body("tensor<int32, [2]> y = const()[val = tensor<int32, [2]>([1])];"),
+     "model.mil:4:57: the literal has fewer elements than its type int32 [2]"},
+    {"literal nested unlike its type",
+     body("tensor<int32, [2]> y = const()[val = tensor<int32, [2]>([[1], [2]])];"),
+     "model.mil:4:58: expected a number, found '['"},
+    {"literal of unknown extent",
+     body("tensor<int32, [?]> y = const()[val = tensor<int32, [?]>([1])];"),
+     "model.mil:4:38: a literal needs a type without '?'"},
+    {"literal without elements",
+     body("tensor<int32, [2]> y = const()[val = tensor<int32, [2]>()];"),
+     "model.mil:4:57: expected the elements of int32 [2], found ')'"},
+    {"duplicate name",
+     body("tensor<fp32, [2]> y = relu(x = x);\ntensor<fp32, [2]> y = relu(x = x);"),
+     "model.mil:5:19: 'y' is defined twice"},
+    {"name of an input taken again", body("tensor<fp32, [2]> x = relu(x = x);"),
+     "model.mil:4:19: 'x' is defined twice"},
+    {"use before definition",
+     body("tensor<fp32, [2]> y = relu(x = z);\ntensor<fp32, [2]> z = relu(x = x);"),
+     "model.mil:4:32: 'z' is not defined here"},
+    {"missing output", body("tensor<fp32, [2]> z = relu(x = x);"),
+     "model.mil:5:15: 'y' is not defined here"},
+    {"unknown operations, all of them",
+     body("tensor<fp32, [2]> a = frobnicate(x = x);\ntensor<fp32, [2]> b = relu(x = x);\n"
+          "tensor<fp32, [2]> y = defenestrate(x = b);"),
+     "model.mil: unknown operations: 'frobnicate' on line 4, 'defenestrate' on line 6"},
+    {"nested block", body("tensor<fp32, [2]> y = cond(pred = x) { } , { };"),
+     "model.mil:4:23: nested blocks are not supported: operation 'cond'"},
+    {"unknown argument", body("tensor<fp32, [2]> y = relu(x = x, slope = x);"),
+     "model.mil:4:35: operation 'relu' has no argument 'slope'"},
+    {"missing argument", body("tensor<fp32, [2]> y = add(x = x);"),
+     "model.mil:4:23: operation 'add' lacks the argument 'y'"},
+    {"argument given twice", body("tensor<fp32, [2]> y = relu(x = x, x = x);"),
+     "model.mil:4:35: the argument 'x' is given twice"},
+    {"argument of the wrong type", body("tensor<fp32, [2]> y = relu(x = string(\"hello\"));"),
+     "model.mil:4:23: operation 'relu' cannot take a string as 'x'"},
+    {"operands of different types", body("tensor<fp32, [2]> y = add(x = x, y = int32(1));"),
+     "model.mil:4:23: operation 'add' does not take fp32 [2] and int32 []"},
+    {"shapes that do not stretch",
+     body("tensor<fp32, [2]> y = add(x = x, y = tensor<fp32, [3]>([1, 2, 3]));"),
+     "model.mil:4:23: operation 'add' cannot work: shapes [2] and [3] do not stretch to one "
+     "another"},
+    {"shape that contradicts", body("tensor<fp32, [3]> y = relu(x = x);"),
+     "model.mil:4:19: 'y' is declared fp32 [3] but is fp32 [2]"},
+    {"type that contradicts", body("tensor<fp16, [2]> y = relu(x = x);"),
+     "model.mil:4:19: 'y' is declared fp16 [2] but is fp32 [2]"},
+    {"constant whose value contradicts",
+     body("tensor<fp32, [3]> y = const()[val = tensor<fp32, [2]>([1, 2])];"),
+     "model.mil:4:37: 'y' is declared fp32 [3] but is fp32 [2]"},
+    {"wrong number of outputs",
+     body("tensor<fp32, [1]> y, tensor<fp32, [1]> z, tensor<fp32, [1]> w = split(axis = "
+          "int32(0), num_splits = int32(2), x = x);"),
+     "model.mil:4:65: operation 'split' has 2 outputs"},
+    {"axis that is not there", body("tensor<fp32, [2]> y = softmax(axis = int32(1), x = x);"),
+     "model.mil:4:23: operation 'softmax' has no axis 1 in a tensor of rank 1"},
+    {"axis beyond all numbers",
+     body("tensor<fp32, [2]> y = softmax(axis = int64(9223372036854775807), x = x);"),
+     "model.mil:4:23: operation 'softmax' cannot work with the number 9223372036854775807"},
+    {"reshape to another size",
+     body("tensor<fp32, [3]> y = reshape(shape = tensor<int32, [1]>([3]), x = x);"),
+     "model.mil:4:23: operation 'reshape' cannot give fp32 [2] the shape [3]"},
+    {"tensor beyond all memory",
+     body("tensor<fp32, [1099511627776, 1099511627776]> y = fill(shape = tensor<int64, "
+          "[2]>([1099511627776, 1099511627776]));"),
+     "model.mil:4:50: a tensor of shape [1099511627776, 1099511627776] is too large"},
+    {"buffers beyond what is allowed",
+     body("tensor<fp32, [1073741824]> y = tile(reps = tensor<int32, [1]>([536870912]), x = "
+          "x);"),
+     "the program needs 4096 MiB of buffers, more than allowed"},
+    {"tuple for one value", body("tensor<fp32, [2]> y = relu(x = (x, x));"),
+     "model.mil:4:32: the argument 'x' takes one value"},
+    {"string as an output", body("string y = const()[val = string(\"hello\")];"),
+     "model.mil:5:15: the output 'y' must be a tensor of numbers"},
+    {"text behind the program", body("tensor<fp32, [2]> y = relu(x = x);") + "more",
+     "model.mil:7:1: expected the end of the text, found 'more'"},
+    {"program without a function", "program(1.0)\n{\n}\n",
+     "model.mil:4:1: the program has no function"},
+    {"missing weight file",
+     body("tensor<fp32, [2]> y = const()[val = tensor<fp32, [2]>(BLOBFILE(path = "
+          "string(\"@model_path/weights/other.bin\"), offset = uint64(64)))];"),
+     "model.mil:4:55: the weight file '@model_path/weights/other.bin' is missing: No such "
+     "file or directory"},
+    {"path that leaves the bundle",
+     body("tensor<fp32, [2]> y = const()[val = tensor<fp32, [2]>(BLOBFILE(path = "
+          "string(\"@model_path/../weight.bin\"), offset = uint64(64)))];"),
+     "model.mil:4:55: the weight file path '@model_path/../weight.bin' leaves the bundle"},
+    {"absolute path",
+     body("tensor<fp32, [2]> y = const()[val = tensor<fp32, [2]>(BLOBFILE(path = "
+          "string(\"/etc/passwd\"), offset = uint64(64)))];"),
+     "model.mil:4:55: the weight file path '/etc/passwd' leaves the bundle"},
+    {"blob without an offset",
+     body("tensor<fp32, [2]> y = const()[val = tensor<fp32, [2]>(BLOBFILE(path = "
+          "string(\"a\")))];"),
+     "model.mil:4:55: a blob needs a path and an offset"},
+};
 
 } // namespace
 
 TEST(MalformedTest, everyMalformedTextSaysWhatIsWrong)
 {
-    for (const Case& entry : textCases()) {
+    for (const Case& entry : textCases) {
         const TemporaryFolder folder;
         writeBundle(folder.path, entry.text);
         EXPECT_EQ(messageOf(folder.path), entry.message) << entry.name;

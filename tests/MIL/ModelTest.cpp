@@ -9,11 +9,9 @@
 #include <limits>
 #include <thread>
 
-namespace vorlin::mil::test
-{
+namespace vorlin::mil::test {
 
-namespace
-{
+namespace {
 
 std::vector<float> run(const std::string& text, const std::vector<float>& x, const Shape& shape,
                        const std::vector<std::byte>& weights = {})

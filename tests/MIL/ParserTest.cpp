@@ -7,11 +7,9 @@
 #include <cmath>
 #include <cstring>
 
-namespace vorlin::mil::test
-{
+namespace vorlin::mil::test {
 
-namespace
-{
+namespace {
 
 /// A program whose one statement is a constant of this type and literal.
 std::string constantText(const std::string& type, const std::string& literal)

@@ -5,11 +5,9 @@
 
 #include <fstream>
 
-namespace vorlin::mil::test
-{
+namespace vorlin::mil::test {
 
-namespace
-{
+namespace {
 
 nlohmann::json casesOf(const std::filesystem::path& folder)
 {

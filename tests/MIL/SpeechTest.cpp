@@ -8,11 +8,9 @@
 #include <fstream>
 #include <map>
 
-namespace vorlin::mil::test
-{
+namespace vorlin::mil::test {
 
-namespace
-{
+namespace {
 
 constexpr std::int32_t blank = 8192;
 constexpr std::size_t bufferSamples = 240000;
@@ -35,8 +33,7 @@ std::vector<float> readSamples(const std::filesystem::path& path)
 
 using Tensors = std::map<std::string, NamedOutput>;
 
-class Program
-{
+class Program {
 public:
     explicit Program(const std::string& name)
         : model(
@@ -69,8 +66,7 @@ TensorView viewOf(ElementType type, const Shape& shape, const std::vector<T>& va
     return {{type, shape}, reinterpret_cast<const std::byte*>(values.data())};
 }
 
-class Recogniser
-{
+class Recogniser {
 public:
     std::vector<std::int32_t> tokensOf(const std::vector<float>& samples)
     {

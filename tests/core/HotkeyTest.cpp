@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-namespace vorlin
-{
-namespace
-{
+namespace vorlin {
+namespace {
 
 TEST(Hotkey, defaultIsTheRightOptionKeyAlone)
 {

@@ -12,18 +12,15 @@
 #include <thread>
 #include <vector>
 
-namespace vorlin::mil::fuzz
-{
+namespace vorlin::mil::fuzz {
 
-namespace
-{
+namespace {
 
 constexpr std::size_t largestBuffers = std::size_t{32} << 20;
 constexpr auto patience = std::chrono::milliseconds(300);
 
 /// Stops what takes too long: a program may ask for any amount of work, but must stop when told.
-class Watch
-{
+class Watch {
 public:
     Watch() : thread([this](const std::stop_token& end) { watch(end); }) {}
 

@@ -5,8 +5,7 @@
 #include <span>
 #include <string_view>
 
-namespace vorlin::mil::fuzz
-{
+namespace vorlin::mil::fuzz {
 
 /// A bundle folder of this process, in memory where the system has such a place.
 std::filesystem::path bundleFolder();

@@ -4,11 +4,9 @@
 #include <limits>
 #include <numeric>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 constexpr std::size_t alignment = 64;
 
@@ -17,8 +15,7 @@ struct Lifetime {
     std::size_t last = 0;
 };
 
-class Planner
-{
+class Planner {
 public:
     explicit Planner(const Graph& graph) : graph(graph)
     {

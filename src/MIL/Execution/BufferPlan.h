@@ -5,8 +5,7 @@
 #include <cstddef>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// Where each computed value lives. Values whose size is known at load lie in one arena, at
 /// places that others use before and after them; the rest take turns in slots that grow.

@@ -7,11 +7,9 @@
 #include <cstring>
 #include <new>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 constexpr std::size_t alignment = 64;
 

@@ -13,12 +13,10 @@
 #include <string>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// Bytes that come zeroed and cost memory only where they are touched.
-class ZeroedBytes
-{
+class ZeroedBytes {
 public:
     ZeroedBytes() = default;
     /// At least `bytes`, 64-byte aligned; forgets what was there if it has to grow.
@@ -41,8 +39,7 @@ struct OperationTime {
 
 /// Computes one graph, prediction after prediction, in memory that it keeps. One thread at a
 /// time.
-class Executor
-{
+class Executor {
 public:
     struct Settings {
         std::size_t threads = 1;

@@ -4,8 +4,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 template <class Signature>
 class FunctionRef;
@@ -13,8 +12,7 @@ class FunctionRef;
 /// A reference to something callable, which must outlive it. Unlike std::function it never
 /// allocates.
 template <class Result, class... Arguments>
-class FunctionRef<Result(Arguments...)>
-{
+class FunctionRef<Result(Arguments...)> {
 public:
     template <class Callable>
         requires(!std::is_same_v<std::remove_cvref_t<Callable>, FunctionRef>)

@@ -4,11 +4,9 @@
 #include <atomic>
 #include <exception>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 constexpr std::size_t mostWorkers = 255;
 } // namespace
 

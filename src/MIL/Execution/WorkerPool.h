@@ -9,13 +9,11 @@
 #include <thread>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// The threads that all loaded models share. They sleep while there is nothing to do; there are
 /// never more than one less than the largest number of threads a model was given.
-class WorkerPool
-{
+class WorkerPool {
 public:
     /// The pool of this process; it goes with its last user.
     static std::shared_ptr<WorkerPool> shared();

@@ -7,8 +7,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 std::string_view Call::operation() const
 {

@@ -12,8 +12,7 @@
 #include <string_view>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 class WorkerPool;
 struct OperationKind;
@@ -31,8 +30,7 @@ struct ValueTable {
 
 /// Thrown while shapes are inferred at load, when a shape depends on a value that only a
 /// prediction knows.
-struct NotKnownYet {
-};
+struct NotKnownYet {};
 
 /// How a prediction runs.
 struct Execution {
@@ -47,8 +45,7 @@ struct Execution {
 /// One operation about to be checked or computed: its operands by parameter name, its outputs by
 /// position. Every accessor throws NotKnownYet when it needs a value that is not computed yet and
 /// Error when an operand is not what the operation can take.
-class Call
-{
+class Call {
 public:
     using Operands = std::vector<std::vector<ValueId>>; // by parameter, then by position
 

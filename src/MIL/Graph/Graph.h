@@ -11,8 +11,7 @@
 #include <string_view>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// A named tensor of a function's signature. Extents that vary are `Extents::unknown`.
 struct Feature {

@@ -8,11 +8,9 @@
 #include <charconv>
 #include <utility>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 /// 15 for `ios15` or `CoreML5`, and so on; words nobody knows mean the newest semantics.
 int opsetOf(std::string_view tag)

@@ -9,12 +9,10 @@
 #include <unordered_map>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// Turns one parsed function into a graph.
-class GraphBuilder
-{
+class GraphBuilder {
 public:
     GraphBuilder(std::string_view text, syntax::Program& program, Graph& graph)
         : text(text), program(program), graph(graph),

@@ -6,11 +6,9 @@
 #include <algorithm>
 #include <utility>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 constexpr std::size_t largestFolded = std::size_t{1} << 20;
 

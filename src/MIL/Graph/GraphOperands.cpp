@@ -6,11 +6,9 @@
 #include <algorithm>
 #include <utility>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 /// Stored constants up to this size are expanded at load, larger ones where they are used.
 constexpr std::size_t largestExpanded = std::size_t{1} << 16;

@@ -6,8 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 struct Parameter {
     std::string_view name;

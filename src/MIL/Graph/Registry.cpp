@@ -4,11 +4,9 @@
 #include <string_view>
 #include <unordered_map>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 std::vector<Parameter> parseSignature(std::string_view signature)
 {

@@ -4,8 +4,7 @@
 
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 // The operations of each family; the registry collects them.
 std::vector<OperationKind> unaryOperations();

@@ -5,11 +5,9 @@
 #include <algorithm>
 #include <charconv>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 bool isLetter(char c)
 {

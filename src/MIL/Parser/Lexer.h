@@ -5,8 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// Throws Error "model.mil:LINE:COLUMN: what", lines and columns counted from 1.
 [[noreturn]] void failAt(std::string_view text, syntax::Position position, const std::string& what);
@@ -15,8 +14,7 @@ namespace vorlin::mil
 std::size_t lineOf(std::string_view text, syntax::Position position);
 
 /// Reads a program text word by word. Nothing is copied but strings with escapes.
-class Lexer
-{
+class Lexer {
 public:
     /// `text` must outlive the lexer.
     explicit Lexer(std::string_view text) : text(text) {}

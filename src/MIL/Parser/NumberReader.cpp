@@ -9,11 +9,9 @@
 #include <optional>
 #include <string>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 bool sameIgnoringCase(std::string_view word, std::string_view lower)
 {
@@ -74,8 +72,7 @@ bool saysInfinity(std::string_view word)
     return word.find_first_of("iI") != std::string_view::npos;
 }
 
-class NumberReader
-{
+class NumberReader {
 public:
     NumberReader(Lexer& lexer, const TensorType& type) : lexer(lexer), type(type) {}
 

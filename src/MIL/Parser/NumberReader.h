@@ -6,8 +6,7 @@
 #include <cstddef>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// Reads the literal of a tensor of numbers or booleans straight into its memory form. The
 /// nesting of the brackets must agree with the declared shape. Throws Error with the place.

@@ -5,18 +5,15 @@
 
 #include <utility>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 using namespace syntax;
 
 constexpr int deepestNesting = 64;
 
-class Parser
-{
+class Parser {
 public:
     explicit Parser(std::string_view text) : lexer(text) {}
 
@@ -42,8 +39,7 @@ public:
 
 private:
     /// Counts open brackets of one kind or another, so that recursion stays shallow.
-    class Level
-    {
+    class Level {
     public:
         explicit Level(Parser& parser) : parser(parser)
         {

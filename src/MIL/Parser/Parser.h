@@ -4,8 +4,7 @@
 
 #include <string_view>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// Parses a program text of either style, or of both mixed. `text` must outlive the result.
 /// Throws Error with line and column. Checks form only: names and shapes are not resolved.

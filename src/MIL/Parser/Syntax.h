@@ -9,8 +9,7 @@
 #include <variant>
 #include <vector>
 
-namespace vorlin::mil::syntax
-{
+namespace vorlin::mil::syntax {
 
 // What a program text says, unresolved. Names are views into the text, which must outlive it.
 
@@ -40,8 +39,7 @@ struct Numbers {
 
 /// Lists, tuples and dictionaries carry nothing that running a program needs: they are checked
 /// for form and left out.
-struct Aggregate {
-};
+struct Aggregate {};
 
 struct Value {
     Type type;

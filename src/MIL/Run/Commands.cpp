@@ -12,16 +12,14 @@
 #include <thread>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 const std::string_view usage =
     "usage: milrun info BUNDLE | "
     "milrun predict BUNDLE --in NAME=FILE.npy ... --out DIR [--threads N] | "
     "milrun bench BUNDLE [--in NAME=FILE.npy ...] [--threads N] [--runs N]";
 
-namespace
-{
+namespace {
 
 struct Arguments {
     std::string command;

@@ -4,8 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// How milrun is called; printed when it is called otherwise.
 extern const std::string_view usage;

@@ -10,11 +10,9 @@
 #include <string>
 #include <string_view>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 struct Code {
     std::string_view text;

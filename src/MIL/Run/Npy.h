@@ -7,8 +7,7 @@
 #include <span>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// A tensor read from a NumPy file, in row-major order.
 struct NpyTensor {

@@ -13,15 +13,12 @@
 #include <unistd.h>
 #include <utility>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 /// Closes its descriptor when it goes.
-class Descriptor
-{
+class Descriptor {
 public:
     explicit Descriptor(int number) : number(number) {}
     Descriptor(const Descriptor&) = delete;

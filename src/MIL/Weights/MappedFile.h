@@ -5,14 +5,12 @@
 #include <span>
 #include <string_view>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// A whole file, mapped read-only. Its pages come from the file when they are touched and may
 /// leave again, so that a mapped file costs what is used of it. The file must not shrink while
 /// it is mapped.
-class MappedFile
-{
+class MappedFile {
 public:
     /// Throws Error when the file cannot be opened or is not a regular file.
     explicit MappedFile(const std::filesystem::path& path);

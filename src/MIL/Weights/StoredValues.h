@@ -4,15 +4,13 @@
 #include <memory>
 #include <span>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// The numbers of a constant in whatever form they are stored: half precision, a palette,
 /// quantised, sparse, or one of these inside another. They are expanded piece by piece, where
 /// they are needed; the expanded whole never exists unless an operation that knows only dense
 /// tensors asks for it. Immutable, any thread.
-class StoredValues
-{
+class StoredValues {
 public:
     StoredValues() = default;
     StoredValues(const StoredValues&) = delete;

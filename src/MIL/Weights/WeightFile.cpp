@@ -8,11 +8,9 @@
 #include <optional>
 #include <utility>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 constexpr std::size_t recordBytes = 64;
 constexpr std::uint32_t fileVersion = 2;

@@ -10,8 +10,7 @@
 #include <span>
 #include <string>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// Finds the payload of the record at `offset` in a weight file's bytes, and checks all that the
 /// record claims: header and version, sentinel, element type, bounds, and that it holds exactly
@@ -20,8 +19,7 @@ std::span<const std::byte> findRecord(std::span<const std::byte> file, std::uint
                                       const TensorType& type, const std::string& name);
 
 /// The weight files of one bundle, each mapped once.
-class WeightFiles
-{
+class WeightFiles {
 public:
     explicit WeightFiles(std::filesystem::path bundle);
 

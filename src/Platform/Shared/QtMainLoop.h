@@ -4,19 +4,32 @@
 
 #include <QObject>
 
-namespace vorlin
-{
+#include <deque>
+#include <mutex>
 
-/// The main loop on Qt's event loop. Create it on the main thread, after the Qt application.
-class QtMainLoop final : public MainLoop
-{
+namespace vorlin {
+
+/// The main loop on Qt's event loop. Create it on the main thread, after the Qt application, and
+/// destroy it there, when no other thread posts any more.
+class QtMainLoop final : public MainLoop {
 public:
+    QtMainLoop() = default;
+    QtMainLoop(const QtMainLoop&) = delete;
+    QtMainLoop& operator=(const QtMainLoop&) = delete;
+    ~QtMainLoop() override;
+
     void post(Work work) override;
     TimePoint now() const override;
     void postAfter(Duration delay, Work work) override;
 
 private:
-    /// Lives on the main thread; work still queued is dropped with it.
+    void runNext();
+
+    std::mutex lock;
+    /// Qt only says when to take the next one: work that is dropped may post more, which Qt's own
+    /// queue does not stand.
+    std::deque<Work> queue;
+    /// Lives on the main thread; the timers are its children.
     QObject context;
 };
 

@@ -9,12 +9,10 @@
 #include <utility>
 #include <vector>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// The queue and the threads of one priority.
-class ThreadPool::Lane : public Executor
-{
+class ThreadPool::Lane : public Executor {
 public:
     Lane(unsigned threadCount, const std::function<void()>& prepareThread)
     {

@@ -5,12 +5,10 @@
 #include <functional>
 #include <memory>
 
-namespace vorlin
-{
+namespace vorlin {
 
 /// Worker threads: some of normal priority, one that gives way to all other work.
-class ThreadPool final : public Workers
-{
+class ThreadPool final : public Workers {
 public:
     /// `lowerPriority` is called once on the background thread, to give it its lower priority.
     explicit ThreadPool(std::function<void()> lowerPriority);

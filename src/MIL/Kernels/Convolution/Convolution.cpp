@@ -7,11 +7,9 @@
 
 #include <algorithm>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 /// x [N, C, *D] against weight [M, C / groups, *K].
 struct Convolution {

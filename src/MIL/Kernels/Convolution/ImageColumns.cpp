@@ -4,8 +4,7 @@
 
 #include <algorithm>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 void ImageColumns::pack(std::int64_t firstRow, std::int64_t rows, std::int64_t firstColumn,
                         std::int64_t columns, float* out, std::int64_t stride) const

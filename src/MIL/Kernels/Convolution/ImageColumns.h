@@ -3,13 +3,11 @@
 #include "MIL/Kernels/Convolution/Windows.h"
 #include "MIL/Kernels/Product/Multiply.h"
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// The input of a convolution as the right factor of a product: a column for each place of the
 /// output, a row for each channel and tap; zero where a window reaches into the padding.
-class ImageColumns final : public RightColumns
-{
+class ImageColumns final : public RightColumns {
 public:
     /// `base` is the flat element where the first channel's plane starts.
     ImageColumns(const TensorView& image, std::int64_t base, const Windows& windows)

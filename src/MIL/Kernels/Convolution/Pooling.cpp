@@ -6,11 +6,9 @@
 #include <cmath>
 #include <limits>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 Windows poolWindows(const Call& call)
 {

@@ -4,11 +4,9 @@
 
 #include <algorithm>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 /// x [N, C, *D] spread by weight [C, M / groups, *K]: the reverse of a convolution, whose
 /// paddings crop the result.

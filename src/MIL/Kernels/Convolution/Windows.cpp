@@ -2,11 +2,9 @@
 
 #include <algorithm>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 constexpr std::int64_t largest = std::int64_t{1} << 31;
 

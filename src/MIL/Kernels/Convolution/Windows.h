@@ -4,8 +4,7 @@
 
 #include <array>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// One spatial axis of a convolution or pool.
 struct WindowAxis {

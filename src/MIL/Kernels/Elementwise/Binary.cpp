@@ -9,11 +9,9 @@
 #include <algorithm>
 #include <array>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 constexpr std::int64_t grain = 16 * chunkLength;
 

@@ -2,8 +2,7 @@
 
 #include <cstdint>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 enum class BinaryFunction : std::uint8_t {
     add,
@@ -40,8 +39,7 @@ void compareFloats(BinaryFunction function, const float* x, const float* y, std:
 void applyIntegers(BinaryFunction function, const std::int64_t* x, const std::int64_t* y,
                    std::int64_t count, std::int64_t* out);
 
-namespace reference
-{
+namespace reference {
 /// In double precision, rounded once.
 void applyBinary(BinaryFunction function, const float* x, const float* y, std::int64_t count,
                  float* out);

@@ -2,11 +2,9 @@
 
 #include <cmath>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 double binary(BinaryFunction function, double x, double y)
 {

@@ -4,8 +4,7 @@
 
 #include <algorithm>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 Shape broadcastShapes(const Shape& a, const Shape& b)
 {

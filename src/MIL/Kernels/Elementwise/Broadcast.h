@@ -7,16 +7,14 @@
 #include <cstdint>
 #include <span>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// The shape two operands stretch to: aligned at the right, extent 1 stretches. Throws Error.
 Shape broadcastShapes(const Shape& a, const Shape& b);
 
 /// Walks an output that several operands are stretched to, in runs of consecutive elements. Over
 /// one run each operand either advances with the output or stands still.
-class Broadcast
-{
+class Broadcast {
 public:
     static constexpr std::size_t mostOperands = 3;
     using Offsets = std::array<std::int64_t, mostOperands>;

@@ -6,10 +6,8 @@
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
-namespace vorlin::mil
-{
-namespace HWY_NAMESPACE
-{
+namespace vorlin::mil {
+namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
@@ -48,8 +46,7 @@ void narrowAll(const float* in, std::int64_t count, Half* out)
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 HWY_EXPORT(widenAll);
 HWY_EXPORT(narrowAll);

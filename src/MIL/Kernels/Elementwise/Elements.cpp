@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 template <class T>
 void widenIntegers(const std::byte* data, std::int64_t first, std::int64_t count, std::int64_t* out)

@@ -6,8 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// How many elements kernels convert and compute at a time.
 constexpr std::int64_t chunkLength = 512;
@@ -35,8 +34,7 @@ bool isWhole(ElementType type);
 
 /// A chunk of an operand as single precision: where it lies if it is fp32 and advances, else
 /// converted into a buffer of its own.
-class FloatChunk
-{
+class FloatChunk {
 public:
     /// `advances` says whether the operand moves with the output; if not, its one element is
     /// repeated.
@@ -47,8 +45,7 @@ private:
     alignas(64) std::array<float, chunkLength> buffer;
 };
 
-class IntegerChunk
-{
+class IntegerChunk {
 public:
     const std::int64_t* load(const TensorView& tensor, std::int64_t first, std::int64_t count,
                              bool advances);

@@ -9,10 +9,8 @@
 #include "MIL/Kernels/Elementwise/VectorMath-inl.h"
 
 HWY_BEFORE_NAMESPACE();
-namespace vorlin::mil
-{
-namespace HWY_NAMESPACE
-{
+namespace vorlin::mil {
+namespace HWY_NAMESPACE {
 
 template <class Function>
 HWY_INLINE void mapVectors(const Function& function, const float* in, std::int64_t count,
@@ -136,8 +134,7 @@ bool mapBinary(BinaryFunction function, const float* x, const float* y, std::int
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 HWY_EXPORT(mapUnary);
 HWY_EXPORT(mapBinary);

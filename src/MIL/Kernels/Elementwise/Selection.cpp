@@ -10,11 +10,9 @@
 #include <cstring>
 #include <limits>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 constexpr std::int64_t grain = 16 * chunkLength;
 

@@ -4,11 +4,9 @@
 
 #include <cmath>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 constexpr std::int64_t grain = 16 * chunkLength;
 

@@ -2,8 +2,7 @@
 
 #include <cstdint>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// Functions of one number, with up to two constants alpha (a) and beta (b).
 enum class UnaryFunction : std::uint8_t {
@@ -55,8 +54,7 @@ enum class UnaryFunction : std::uint8_t {
 void applyUnary(UnaryFunction function, double alpha, double beta, const float* in,
                 std::int64_t count, float* out);
 
-namespace reference
-{
+namespace reference {
 /// The same in double precision, rounded once.
 void applyUnary(UnaryFunction function, double alpha, double beta, const float* in,
                 std::int64_t count, float* out);

@@ -4,11 +4,9 @@
 #include <cmath>
 #include <numbers>
 
-namespace vorlin::mil::reference
-{
+namespace vorlin::mil::reference {
 
-namespace
-{
+namespace {
 double sigmoidOf(double x)
 {
     return 1 / (1 + std::exp(-x));

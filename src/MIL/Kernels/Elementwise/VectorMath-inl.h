@@ -10,10 +10,8 @@
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
-namespace vorlin::mil
-{
-namespace HWY_NAMESPACE
-{
+namespace vorlin::mil {
+namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 using Floats = hn::ScalableTag<float>;

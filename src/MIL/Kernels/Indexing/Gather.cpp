@@ -7,11 +7,9 @@
 #include <array>
 #include <cstring>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 std::size_t batchOf(const Call& call, const Shape& x, const Shape& indices)
 {
@@ -33,8 +31,7 @@ void requireElements(const Call& call, const TensorType& x)
 }
 
 /// Copies `count` elements from flat place `from` of x to `to` of the output.
-class Copier
-{
+class Copier {
 public:
     explicit Copier(const Call& call)
         : stored(call.stored("x")), x(call.type("x")), out(call.output()),

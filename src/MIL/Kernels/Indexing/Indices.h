@@ -2,13 +2,11 @@
 
 #include "MIL/Graph/Call.h"
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// Turns indices as a program holds them into places of an axis. Before iOS 17 negative ones
 /// count from the end; from then on they are out of range.
-class Indices
-{
+class Indices {
 public:
     Indices(const Call& call, std::string_view parameter = "indices");
 

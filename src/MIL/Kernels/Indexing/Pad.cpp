@@ -5,11 +5,9 @@
 #include <cstring>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 /// [before, after] pairs for the last axes of x, in order.
 Extents paddings(const Call& call, std::size_t rank)

@@ -4,11 +4,9 @@
 #include <algorithm>
 #include <cstring>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 enum class Mode : std::uint8_t { add, divide, maximum, minimum, multiply, subtract, update };
 

@@ -6,11 +6,9 @@
 #include <algorithm>
 #include <cstring>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 /// The slice of one axis of extent n, by Python's rules.
 SliceAxis sliceAxis(std::int64_t n, std::int64_t begin, std::int64_t end, std::int64_t stride,

@@ -4,8 +4,7 @@
 
 #include <array>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// One axis of a slice: `length` elements from `start` on, `step` apart.
 struct SliceAxis {

@@ -6,11 +6,9 @@
 #include <cmath>
 #include <cstring>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 void fillOutput(const Call& call, const TensorBuffer& out, const TensorView* value)
 {

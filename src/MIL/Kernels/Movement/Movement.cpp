@@ -4,11 +4,9 @@
 #include <algorithm>
 #include <array>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 void requireWholeBytes(const Call& call, const TensorType& type)
 {

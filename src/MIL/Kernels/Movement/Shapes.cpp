@@ -2,11 +2,9 @@
 
 #include <algorithm>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 void fit(const Call& call, Shape shape, std::vector<TensorType>& outputs)
 {

@@ -4,11 +4,9 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 constexpr std::int64_t grain = 16384; // elements
 constexpr std::int64_t tile = 32;

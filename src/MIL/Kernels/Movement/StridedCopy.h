@@ -5,8 +5,7 @@
 #include <array>
 #include <cstddef>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// Strides in elements of a dense row-major tensor.
 Extents denseStrides(const Shape& shape);
@@ -27,8 +26,7 @@ struct StridedCopy {
 /// axes that changes order is copied in tiles that fit the cache.
 void copyStrided(const Call& call, const StridedCopy& copy);
 
-namespace reference
-{
+namespace reference {
 /// The same, element by element.
 void copyStrided(const StridedCopy& copy);
 } // namespace reference

@@ -6,11 +6,9 @@
 #include <algorithm>
 #include <cmath>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 const TensorType& floating(const Call& call)
 {

@@ -10,10 +10,8 @@
 #include <cmath>
 
 HWY_BEFORE_NAMESPACE();
-namespace vorlin::mil
-{
-namespace HWY_NAMESPACE
-{
+namespace vorlin::mil {
+namespace HWY_NAMESPACE {
 
 void softmaxRow(float* row, std::int64_t width)
 {
@@ -134,8 +132,7 @@ void normaliseRow(float* row, std::int64_t width, double epsilon, const float* g
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 HWY_EXPORT(softmaxRow);
 HWY_EXPORT(normaliseRow);

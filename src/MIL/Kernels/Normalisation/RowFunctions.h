@@ -2,8 +2,7 @@
 
 #include <cstdint>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// Replaces a row by its softmax: e^(x - max) / sum e^(x - max). Width at least 1. The fast one
 /// subtracts in single precision: an element differs from the reference by at most
@@ -18,8 +17,7 @@ void normaliseRow(float* row, std::int64_t width, double epsilon, const float* g
 /// The place of the first of the row's largest numbers, found as the reference finds it.
 std::int64_t firstLargest(const float* row, std::int64_t width);
 
-namespace reference
-{
+namespace reference {
 /// Goes through the row and keeps the first number unless a later one is larger; width at least 1.
 std::int64_t firstLargest(const float* row, std::int64_t width);
 void softmaxRow(float* row, std::int64_t width);

@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace vorlin::mil::reference
-{
+namespace vorlin::mil::reference {
 
 void softmaxRow(float* row, std::int64_t width)
 {

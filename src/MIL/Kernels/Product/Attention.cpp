@@ -11,11 +11,9 @@
 #include <limits>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 Shape batchOf(const Shape& shape)
 {

@@ -7,11 +7,9 @@
 #include <memory>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 // A tile of A (128 KiB) and a panel's block of B (96 KiB with the widest vectors) stay in the
 // second-level cache together.
@@ -47,8 +45,7 @@ struct Packed {
     std::int64_t columns = 0;
 };
 
-class Product
-{
+class Product {
 public:
     Product(const ProductSize& size, const LeftRows& left, const RightColumns& right,
             const ResultSink& sink)

@@ -4,8 +4,7 @@
 
 #include <cstdint>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 // Every product of the engine is C(i, j) = sum over k of A(i, k) B(k, j), accumulated in single
 // precision. A is read row by row, expanded from whatever form it is stored in, one tile at a
@@ -14,8 +13,7 @@ namespace vorlin::mil
 // transposed.
 
 /// The rows of A.
-class LeftRows
-{
+class LeftRows {
 public:
     virtual ~LeftRows() = default;
     /// Writes A(row, first) to A(row, first + count - 1).
@@ -27,8 +25,7 @@ public:
 };
 
 /// The columns of B.
-class RightColumns
-{
+class RightColumns {
 public:
     virtual ~RightColumns() = default;
     /// Writes B(firstRow + k, firstColumn + j) to out[k * stride + j] for k < rows, j < columns.
@@ -37,8 +34,7 @@ public:
 };
 
 /// Takes finished pieces of C.
-class ResultSink
-{
+class ResultSink {
 public:
     virtual ~ResultSink() = default;
     /// C(firstRow + i, firstColumn + j) is tile[i * stride + j]; the sink may change the tile.
@@ -62,8 +58,7 @@ void multiply(const Call& call, const ProductSize& size, const LeftRows& left,
 void multiplyHere(const Call& call, const ProductSize& size, const LeftRows& left,
                   const RightColumns& right, const ResultSink& sink);
 
-namespace reference
-{
+namespace reference {
 /// In double precision, element by element.
 void multiply(const Call& call, const ProductSize& size, const LeftRows& left,
               const RightColumns& right, const ResultSink& sink);

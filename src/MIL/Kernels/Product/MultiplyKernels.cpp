@@ -6,10 +6,8 @@
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
-namespace vorlin::mil
-{
-namespace HWY_NAMESPACE
-{
+namespace vorlin::mil {
+namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 using Tag = hn::ScalableTag<float>;
@@ -191,8 +189,7 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 #include <algorithm>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 HWY_EXPORT(panelWidth);
 HWY_EXPORT(panelRows);

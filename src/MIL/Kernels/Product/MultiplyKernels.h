@@ -4,8 +4,7 @@
 
 #include <cstdint>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// Columns of a packed panel, and rows that one call of `multiplyPanel` takes best; both depend
 /// on the processor.

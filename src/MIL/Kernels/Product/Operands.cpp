@@ -5,11 +5,9 @@
 
 #include <algorithm>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 /// `count` elements of a matrix, `stride` apart.
 void load(const MatrixView& matrix, std::int64_t first, std::int64_t stride, std::int64_t count,

@@ -2,8 +2,7 @@
 
 #include "MIL/Kernels/Product/Multiply.h"
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// A matrix inside a dense or stored tensor: element (i, j) is the flat element
 /// base + i * rowStride + j * columnStride.
@@ -15,8 +14,7 @@ struct MatrixView {
     std::int64_t columnStride = 1;
 };
 
-class MatrixRows final : public LeftRows
-{
+class MatrixRows final : public LeftRows {
 public:
     explicit MatrixRows(const MatrixView& matrix) : matrix(matrix) {}
     void expand(std::int64_t row, std::int64_t first, std::int64_t count,
@@ -28,8 +26,7 @@ private:
     const MatrixView matrix;
 };
 
-class MatrixColumns final : public RightColumns
-{
+class MatrixColumns final : public RightColumns {
 public:
     explicit MatrixColumns(const MatrixView& matrix) : matrix(matrix) {}
     void pack(std::int64_t firstRow, std::int64_t rows, std::int64_t firstColumn,
@@ -41,8 +38,7 @@ private:
 
 /// Stores C(i, j) at the flat element base + i * rowStride + j * columnStride of a tensor, where
 /// one of the strides is 1, plus bias(i) where there is one.
-class MatrixSink final : public ResultSink
-{
+class MatrixSink final : public ResultSink {
 public:
     struct Target {
         TensorBuffer tensor;

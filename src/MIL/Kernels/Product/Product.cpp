@@ -8,11 +8,9 @@
 #include <algorithm>
 #include <array>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 void inferLinear(const Call& call, std::vector<TensorType>& outputs)
 {

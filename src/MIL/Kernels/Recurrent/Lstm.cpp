@@ -8,11 +8,9 @@
 #include <string>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 /// x [S, B, I]; D directions of H cells.
 struct Sizes {
@@ -109,8 +107,7 @@ TensorBuffer floats(std::vector<float>& memory, Shape shape)
     return {{ElementType::fp32, shape}, reinterpret_cast<std::byte*>(memory.data())};
 }
 
-class Direction
-{
+class Direction {
 public:
     Direction(const Call& call, const Sizes& sizes, std::int64_t index, Workspace& work)
         : call(call), sizes(sizes), index(index), suffix(index == 0 ? "" : "_back"), work(work),

@@ -7,8 +7,7 @@
 #include <array>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 AxisSplit::AxisSplit(const Shape& shape, const Extents& axes)
 {

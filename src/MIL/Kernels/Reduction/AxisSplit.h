@@ -4,13 +4,11 @@
 
 #include <cstdint>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// A tensor seen as rows: for each index of the axes that stay, the elements along the axes that
 /// are worked on together, in row-major order.
-class AxisSplit
-{
+class AxisSplit {
 public:
     /// `axes` in ascending order.
     AxisSplit(const Shape& shape, const Extents& axes);

@@ -7,11 +7,9 @@
 #include <numeric>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 void inferCumulative(const Call& call, std::vector<TensorType>& outputs)
 {

@@ -7,11 +7,9 @@
 #include <cmath>
 #include <limits>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 enum class Reduction : std::uint8_t {
     sum,

@@ -1,10 +1,8 @@
 #include "MIL/Kernels/Operations.h"
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 void inferRead(const Call& call, std::vector<TensorType>& outputs)
 {

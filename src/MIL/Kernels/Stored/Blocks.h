@@ -7,13 +7,11 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// A tensor cut into equal blocks, a number of them along each axis. What a stored form keeps
 /// for each block (a palette, a scale) is numbered in row-major order.
-class Blocks
-{
+class Blocks {
 public:
     Blocks() = default;
     /// `counts[i]` blocks along axis i, which divides `shape[i]`.

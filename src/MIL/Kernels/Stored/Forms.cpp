@@ -5,11 +5,9 @@
 #include <algorithm>
 #include <array>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 /// Rounds each number to the type it is declared to have.
 void roundTo(ElementType type, float* values, std::int64_t count)

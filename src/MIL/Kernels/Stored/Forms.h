@@ -10,12 +10,10 @@
 #include <memory>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// A dense tensor of any element type, as it lies.
-class DenseValues final : public StoredValues
-{
+class DenseValues final : public StoredValues {
 public:
     explicit DenseValues(const TensorView& tensor) : tensor(tensor) {}
     void expand(std::int64_t first, std::int64_t count, float* out) const override;
@@ -26,8 +24,7 @@ private:
 
 /// scale[block] (data - offset[block]), rounded to `result`. Affine quantisation is the same with
 /// blocks along one axis.
-class ScaledValues final : public StoredValues
-{
+class ScaledValues final : public StoredValues {
 public:
     struct Parts {
         StoredValuesPointer data;
@@ -47,8 +44,7 @@ private:
 };
 
 /// Palettes: element i is entry indices[i] of its block's palette.
-class PaletteValues final : public StoredValues
-{
+class PaletteValues final : public StoredValues {
 public:
     struct Parts {
         TensorView indices; // of `shape`, or the stored ones of a sparse tensor of that shape
@@ -83,8 +79,7 @@ private:
 };
 
 /// Zeros with the set elements of the mask filled in.
-class SparseValues final : public StoredValues
-{
+class SparseValues final : public StoredValues {
 public:
     SparseValues(StoredValuesPointer values, std::shared_ptr<const Mask> mask)
         : values(std::move(values)), mask(std::move(mask))
@@ -98,8 +93,7 @@ private:
 };
 
 /// Values of a sparse tensor that were asked for without their places: finds the places.
-class PlacedValues final : public StoredValues
-{
+class PlacedValues final : public StoredValues {
 public:
     PlacedValues(StoredValuesPointer values, std::shared_ptr<const Mask> mask)
         : values(std::move(values)), mask(std::move(mask))

@@ -6,11 +6,9 @@
 #include <bit>
 #include <limits>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 constexpr std::int64_t blockBits = 512;
 } // namespace
 

@@ -6,13 +6,11 @@
 #include <cstdint>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// Which elements of a dense tensor a sparse form stores: one bit each, the lowest first. Knows
 /// how many are set before any place, at the cost of four bytes for every 512 bits.
-class Mask
-{
+class Mask {
 public:
     Mask(const std::byte* bits, std::int64_t count);
 

@@ -4,15 +4,12 @@
 #include <algorithm>
 #include <cmath>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 /// Index into a scale or zero point for a flat element of the input.
-class ByAxis
-{
+class ByAxis {
 public:
     ByAxis(const Call& call, const Shape& shape)
     {

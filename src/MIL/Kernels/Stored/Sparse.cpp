@@ -3,11 +3,9 @@
 
 #include <memory>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 std::shared_ptr<const Mask> maskOf(const Call& call, std::string_view name, std::int64_t count)
 {

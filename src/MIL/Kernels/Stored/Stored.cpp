@@ -5,11 +5,9 @@
 #include <algorithm>
 #include <bit>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 // constexpr_affine_dequantize: scale (q - zero point), by axis.
 

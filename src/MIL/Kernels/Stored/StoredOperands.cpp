@@ -4,8 +4,7 @@
 
 #include <memory>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 StoredValuesPointer valuesOf(const Call& call, std::string_view name)
 {

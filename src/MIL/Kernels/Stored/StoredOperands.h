@@ -6,8 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 // What operations on stored constants read from their operands.
 

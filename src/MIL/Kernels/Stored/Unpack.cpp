@@ -8,10 +8,8 @@
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
-namespace vorlin::mil
-{
-namespace HWY_NAMESPACE
-{
+namespace vorlin::mil {
+namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 using Floats = hn::ScalableTag<float>;
@@ -175,11 +173,9 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 #include <algorithm>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
-namespace
-{
+namespace {
 
 HWY_EXPORT(unpackSix);
 HWY_EXPORT(unpackFour);

@@ -6,8 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace vorlin::mil
-{
+namespace vorlin::mil {
 
 /// Elements [first, first + count) of a tensor of integers of at most 8 bits.
 void unpackNumbers(const TensorView& tensor, std::int64_t first, std::int64_t count, float* out);
@@ -17,8 +16,7 @@ void shiftAndScale(float* values, std::int64_t count, float offset, float scale,
 
 /// A palette of up to 256 numbers, also in the form that vector lookups take: the low and the
 /// high bytes of its entries in half precision, if all of them have one.
-class PaletteTable
-{
+class PaletteTable {
 public:
     /// `count` entries; the rest is never looked up.
     PaletteTable(const float* entries, std::int64_t count);

@@ -1,0 +1,24 @@
+#include "App/Linux/LinuxDesktop.h"
+
+#include "Platform/Linux/Desktop/ThreadPriority.h"
+
+namespace vorlin {
+
+LinuxDesktop::LinuxDesktop(const Environment& environment)
+    : workers(lowerThreadPriority),
+      defaults(settingsPath(environment), loop, workers.executor(WorkPriority::normal)),
+      locale(environment), keyAccess(keyboard), eventTap(keyboard), keyPoster(keyboard),
+      focusedProgram(keyboard.server()), pasteboard(loop), microphoneAccess(pulse, loop),
+      audioInput(pulse, loop), sounds(pulse),
+      speechAnalyzers(speechModelFolders(environment), workers, loop),
+      permissions(keyAccess, microphoneAccess)
+{
+}
+
+Ports LinuxDesktop::ports()
+{
+    return {loop,           audioInput, audioConverters, speechAnalyzers, eventTap, keyPoster,
+            focusedProgram, pasteboard, defaults,        permissions,     sounds,   locale};
+}
+
+} // namespace vorlin

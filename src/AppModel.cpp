@@ -1,0 +1,137 @@
+#include "AppModel.h"
+
+#include "AppleTranscriber.h"
+#include "Ports/Permissions.h"
+#include "Ports/Sounds.h"
+
+namespace vorlin {
+
+namespace {
+
+constexpr auto permissionPoll = std::chrono::milliseconds(1500);
+
+} // namespace
+
+AppModel::AppModel(const Ports& ports)
+    : preferences(ports.defaults, ports.locale), dictation(ports.loop, ports.audioInput),
+      monitor(ports.eventTap), ports(ports),
+      inserter(ports.loop, ports.pasteboard, ports.keyPoster, ports.focusedProgram)
+{
+    accessibilityGranted.set(ports.permissions.isTrusted());
+    microphoneGranted.set(ports.permissions.microphoneGranted());
+    hotkey.set(preferences.hotkey());
+    wireDictation();
+    wireMonitor();
+    if (!accessibilityGranted.get()) {
+        ports.permissions.promptForTrust();
+    }
+    ports.permissions.requestMicrophone();
+    refreshPermissions();
+    pollPermissions();
+}
+
+AppModel::~AppModel() = default;
+
+void AppModel::wireDictation()
+{
+    dictation.onFinished = lifetime.guard([this](const std::string& text) { finished(text); });
+    dictation.onCancelled = lifetime.guard([this] {
+        inserter.dismiss();
+        play("Funk");
+    });
+    phaseChanges =
+        dictation.phase.observe([this](const Dictation::Phase&) { monitor.updateInterest(); });
+}
+
+void AppModel::wireMonitor()
+{
+    monitor.escapeActive = [alive = lifetime.token(), this] {
+        return alive.expired() || dictation.phase.get() != Dictation::Phase::idle;
+    };
+    monitor.onEscape = lifetime.guard([this] { dictation.cancel(); });
+    monitor.onPress = lifetime.guard([this] { pressed(); });
+    monitor.onRelease = lifetime.guard([this] {
+        if (preferences.recordMode() == RecordMode::hold) {
+            dictation.keyUp();
+        }
+    });
+}
+
+void AppModel::pressed()
+{
+    dictation.endDemo();
+    const auto phase = dictation.phase.get();
+    const auto make = [this] { return makeTranscriber(); };
+    if (phase == Dictation::Phase::idle) {
+        play("Tink");
+        dictation.keyDown(make);
+        inserter.anticipate();
+    } else if (preferences.recordMode() == RecordMode::toggle &&
+               phase != Dictation::Phase::finishing) {
+        dictation.keyUp();
+    } else {
+        dictation.keyDown(make);
+    }
+}
+
+void AppModel::finished(const std::string& text)
+{
+    if (text.empty()) {
+        inserter.dismiss();
+        return;
+    }
+    play("Pop");
+    inserter.insert(text);
+}
+
+void AppModel::play(const char* sound)
+{
+    if (preferences.sounds()) {
+        ports.sounds.play(sound);
+    }
+}
+
+std::shared_ptr<Transcriber> AppModel::makeTranscriber()
+{
+    return std::make_shared<AppleTranscriber>(ports.speechAnalyzers, ports.audioConverters,
+                                              preferences.language());
+}
+
+void AppModel::refreshPermissions()
+{
+    accessibilityGranted.set(ports.permissions.isTrusted());
+    microphoneGranted.set(ports.permissions.microphoneGranted());
+    if (accessibilityGranted.get() && !monitor.isRunning() && !recording.get()) {
+        monitor.start(hotkey.get());
+    }
+    if (!accessibilityGranted.get() && monitor.isRunning()) {
+        monitor.stop();
+    }
+}
+
+void AppModel::pollPermissions()
+{
+    ports.loop.postAfter(permissionPoll, lifetime.guard([this] {
+        refreshPermissions();
+        pollPermissions();
+    }));
+}
+
+void AppModel::setRecordingHotkey(bool on)
+{
+    recording.set(on);
+    if (on) {
+        monitor.stop();
+    } else {
+        monitor.start(hotkey.get());
+    }
+}
+
+void AppModel::setHotkey(const Hotkey& chosen)
+{
+    hotkey.set(chosen);
+    preferences.setHotkey(chosen);
+    monitor.start(chosen);
+}
+
+} // namespace vorlin

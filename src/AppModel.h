@@ -1,0 +1,63 @@
+#pragma once
+
+#include "Async/Lifetime.h"
+#include "Async/Published.h"
+#include "Dictation.h"
+#include "Hotkey.h"
+#include "HotkeyMonitor.h"
+#include "Ports/Ports.h"
+#include "Preferences.h"
+#include "TextInserter.h"
+
+#include <memory>
+#include <string>
+
+namespace vorlin {
+
+/// The one application-wide object: owns the dictation, the hotkey monitor and the text
+/// inserter, wires them together, and follows the two permissions. Main loop.
+class AppModel {
+public:
+    /// Builds and wires everything, asks for missing permissions and starts watching the key.
+    explicit AppModel(const Ports& ports);
+    AppModel(const AppModel&) = delete;
+    AppModel& operator=(const AppModel&) = delete;
+    ~AppModel();
+
+    Preferences preferences;
+    Dictation dictation;
+    HotkeyMonitor monitor;
+
+    /// The process may watch and post key events.
+    Published<bool, AppModel> accessibilityGranted{false};
+    Published<bool, AppModel> microphoneGranted{false};
+    /// The dictation key.
+    Published<Hotkey, AppModel> hotkey{Hotkey{}};
+    /// A new key is being recorded; the monitor is stopped meanwhile.
+    Published<bool, AppModel> recording{false};
+
+    /// Reads both permissions anew, and starts or stops the monitor accordingly.
+    void refreshPermissions();
+
+    /// The hotkey recorder starts (true) or stops (false) capturing keys.
+    void setRecordingHotkey(bool on);
+
+    /// Stores a new dictation key, in effect at once.
+    void setHotkey(const Hotkey& hotkey);
+
+private:
+    void wireDictation();
+    void wireMonitor();
+    void pressed();
+    void finished(const std::string& text);
+    void play(const char* sound);
+    void pollPermissions();
+    std::shared_ptr<Transcriber> makeTranscriber();
+
+    const Ports ports;
+    TextInserter inserter;
+    Subscription phaseChanges;
+    Lifetime lifetime;
+};
+
+} // namespace vorlin

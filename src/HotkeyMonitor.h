@@ -1,0 +1,55 @@
+#pragma once
+
+#include "Hotkey.h"
+#include "Ports/EventTap.h"
+
+#include <functional>
+
+namespace vorlin {
+
+/// Watches the keyboard system-wide and turns the configured hotkey into press and release,
+/// and Escape into a callback while a dictation runs. Swallows the events that make up the
+/// hotkey, except lone modifiers; lets every other event through. Main loop.
+class HotkeyMonitor {
+public:
+    /// `tap` must outlive the monitor.
+    explicit HotkeyMonitor(EventTap& tap);
+    HotkeyMonitor(const HotkeyMonitor&) = delete;
+    HotkeyMonitor& operator=(const HotkeyMonitor&) = delete;
+    ~HotkeyMonitor();
+
+    /// The callbacks run inside the delivery of a key event and must return quickly.
+    std::function<void()> onPress;
+    std::function<void()> onRelease;
+    std::function<void()> onEscape;
+    /// Asked on every Escape whether to swallow it; must be set.
+    std::function<bool()> escapeActive = [] { return false; };
+
+    /// Watches `hotkey` from now on. Returns false when the platform does not allow it.
+    bool start(const Hotkey& hotkey);
+
+    /// Stops watching; no release is reported, even if the hotkey is held.
+    void stop();
+
+    bool isRunning() const { return running; }
+
+    /// Tells the tap anew what it may swallow. Call when the answer of `escapeActive` changes.
+    void updateInterest();
+
+    /// What to do with one event: true swallows it.
+    bool handle(KeyEventType type, const KeyEvent& event);
+
+private:
+    bool handleKeyDown(std::uint16_t keyCode, const KeyEvent& event);
+    bool handleKeyUp(std::uint16_t keyCode);
+    void handleFlagsChanged(std::uint16_t keyCode, const KeyEvent& event);
+    void transition(bool down);
+
+    EventTap& tap;
+    bool running = false;
+    Hotkey hotkey;
+    bool isDown = false;
+    KeyInterest interest;
+};
+
+} // namespace vorlin

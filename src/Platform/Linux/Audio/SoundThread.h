@@ -1,0 +1,53 @@
+#pragma once
+
+#include "Async/Executor.h"
+#include "Ports/MainLoop.h"
+
+#include <pulse/mainloop.h>
+
+#include <deque>
+#include <map>
+#include <mutex>
+#include <thread>
+
+namespace vorlin {
+
+/// The thread that talks to the sound server. It runs libpulse's event loop, and every libpulse
+/// object lives on it: so none needs a lock. Idle, it sleeps.
+class SoundThread final : public Executor {
+public:
+    SoundThread();
+    SoundThread(const SoundThread&) = delete;
+    SoundThread& operator=(const SoundThread&) = delete;
+    /// Runs what was posted before, then ends the thread.
+    ~SoundThread() override;
+
+    /// Runs `work` on the sound thread. Any thread.
+    void post(Work work) override;
+
+    /// Runs `work` on the sound thread after `delay`, unless the thread ends first. It cannot be
+    /// taken back: what it does must check that it is still wanted. Sound thread.
+    void postAfter(Duration delay, Work work);
+
+    /// Where libpulse registers its events. Sound thread.
+    pa_mainloop_api* events();
+
+private:
+    void run();
+    /// Runs all that is posted, and the timers that are due.
+    void runReady();
+    /// How long libpulse may wait for events, in microseconds; -1: without limit.
+    int waitLimit() const;
+
+    pa_mainloop* loop;
+    /// Readable while `posted` holds something new.
+    int wakeUp;
+    std::mutex lock;
+    std::deque<Work> posted;
+    /// Sound thread only, as is `ending`.
+    std::multimap<TimePoint, Work> timers;
+    bool ending = false;
+    std::thread thread;
+};
+
+} // namespace vorlin

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "Platform/Linux/Desktop/Environment.h"
+
+#include <filesystem>
+
+namespace vorlin {
+
+/// A lock that one process per display can hold; the system gives it back however that process
+/// ends. Not synchronised.
+class InstanceLock {
+public:
+    enum class Outcome {
+        taken,
+        /// Another process holds it.
+        heldElsewhere,
+        /// It cannot be had here, and says nothing about other processes.
+        unavailable,
+    };
+
+    /// `path` is a file that serves nothing else.
+    explicit InstanceLock(std::filesystem::path path);
+    InstanceLock(const InstanceLock&) = delete;
+    InstanceLock& operator=(const InstanceLock&) = delete;
+    ~InstanceLock();
+
+    /// Tries once, without waiting. Taken already: `taken`.
+    Outcome take();
+    void release();
+
+    /// The lock file of the environment's display: in $XDG_RUNTIME_DIR, or in /tmp, named after
+    /// the person, where there is none.
+    static std::filesystem::path pathFor(const Environment& environment);
+
+private:
+    std::filesystem::path path;
+    int descriptor = -1;
+};
+
+} // namespace vorlin

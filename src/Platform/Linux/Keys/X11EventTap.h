@@ -1,0 +1,59 @@
+#pragma once
+
+#include "Platform/Linux/Keys/X11KeyGrabs.h"
+#include "Platform/Linux/Keys/X11Keyboard.h"
+#include "Ports/EventTap.h"
+
+#include <memory>
+#include <string>
+
+#include <QObject>
+
+namespace vorlin {
+
+/// The keyboard of an X11 desktop as an active tap.
+///
+/// Tells modifier keys (never swallowed), the key of the hotkey with exactly its modifiers, and
+/// Escape while it is of interest; no other keys. A key whose press is swallowed is released on
+/// the person's behalf at once, unseen: programs see neither its press nor, later, its release,
+/// it does not repeat, and what is typed while it is held reaches them as ever. While another
+/// program has the keyboard to itself (an open menu, a screen lock), Escape is told but cannot be
+/// swallowed, and the hotkey's key is not told. While a lone Alt or Super key is the hotkey and
+/// held, a silent key is posted, so that programs do not take its release for a command.
+/// `keyboard` must outlive the tap.
+class X11EventTap final : public EventTap {
+public:
+    explicit X11EventTap(X11Keyboard& keyboard);
+    ~X11EventTap() override;
+
+    bool start(Handler handler) override;
+    void stop() override;
+    /// The server never switches a tap off.
+    void enable() override {}
+    void setInterest(const KeyInterest& interest) override;
+
+    /// One line about keys of interest that another program has taken; empty when there are none.
+    std::string conflict() const;
+
+private:
+    struct Session;
+
+    bool openSession(Handler handler);
+    void applyInterest();
+    void pump();
+    bool step(Session& session);
+    void watch(Session& session, const KeyChange& change);
+    void judge(Session& session, bool posted);
+    void endSession();
+    void reopenSession();
+    void silence(const KeyChange& change);
+
+    X11Keyboard& keyboard;
+    KeyInterest interest;
+    std::shared_ptr<Session> session;
+    bool pumping = false;
+    Subscription availability;
+    QObject context;
+};
+
+} // namespace vorlin

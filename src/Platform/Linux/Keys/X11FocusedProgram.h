@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Platform/Linux/Keys/X11Connection.h"
+#include "Ports/FocusedProgram.h"
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+namespace vorlin {
+
+/// The program that has the keyboard, by the class of its window. Where the server does not tell
+/// in time, or the window is gone meanwhile, it is an unknown one. `server` must outlive this.
+class X11FocusedProgram final : public FocusedProgram {
+public:
+    explicit X11FocusedProgram(X11Connection& server) : server(server) {}
+
+    PasteChord pasteChord() override;
+
+private:
+    using Deadline = std::chrono::steady_clock::time_point;
+    struct WindowClass {
+        std::string instanceName;
+        std::string className;
+    };
+
+    std::optional<WindowClass> classOf(xcb_window_t window, Deadline deadline);
+    std::optional<xcb_window_t> focusedWindow(Deadline deadline);
+    std::optional<xcb_window_t> activeWindow(Deadline deadline);
+
+    X11Connection& server;
+    xcb_atom_t activeWindowAtom = XCB_NONE;
+};
+
+} // namespace vorlin

@@ -1,0 +1,109 @@
+#include "Platform/Linux/Pasteboard/PasteReaders.h"
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+
+#include <xcb/res.h>
+
+namespace vorlin {
+
+namespace {
+
+std::string processName(std::uint32_t process)
+{
+    std::ifstream file("/proc/" + std::to_string(process) + "/comm");
+    std::string name;
+    std::getline(file, name);
+    return name;
+}
+
+} // namespace
+
+bool isClipboardManager(std::string_view processName)
+{
+    static constexpr std::array<std::string_view, 34> names = {
+        // Programs for nothing else.
+        "klipper", "copyq", "xfce4-clipman", "panel-clipman", "clipman", "parcellite", "clipit",
+        "diodon", "gpaste-daemon", "clipmenud", "clipcatd", "greenclip", "cliphist", "clipse",
+        "qlipper", "glipper", "pasteit", "xclipboard", "autocutsel", "cutsel", "ringboard-x11",
+        "lxqt-clipboard",
+        // Parts of a desktop that keep the clipboard.
+        "plasmashell", "gnome-shell", "gsd-clipboard", "csd-clipboard", "msd-clipboard",
+        "mate-settings-d", "cinnamon-settin",
+        // Carriers to other machines.
+        "spice-vdagent", "VBoxClient", "vncconfig", "xrdp-chansrv", "vmtoolsd"};
+    return std::find(names.begin(), names.end(), processName) != names.end() ||
+           processName.find("clipman") != std::string_view::npos;
+}
+
+PasteReaders::PasteReaders(const SelectionConnection& connection)
+    : connection(connection), managerSelection(connection.atom("CLIPBOARD_MANAGER"))
+{
+}
+
+void PasteReaders::rememberFocus()
+{
+    remembered = focus();
+}
+
+xcb_window_t PasteReaders::focus() const
+{
+    const XReply<xcb_get_input_focus_reply_t> reply(xcb_get_input_focus_reply(
+        connection.get(), xcb_get_input_focus(connection.get()), nullptr));
+    const bool window = reply && reply->focus > XCB_INPUT_FOCUS_FOLLOW_KEYBOARD &&
+                        reply->focus != connection.root();
+    return window ? reply->focus : xcb_window_t{XCB_NONE};
+}
+
+std::uint32_t PasteReaders::process(xcb_window_t window) const
+{
+    if (!connection.tellsProcesses()) {
+        return 0;
+    }
+    const xcb_res_client_id_spec_t question{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+    const XReply<xcb_res_query_client_ids_reply_t> reply(xcb_res_query_client_ids_reply(
+        connection.get(), xcb_res_query_client_ids(connection.get(), 1, &question), nullptr));
+    if (!reply) {
+        return 0;
+    }
+    const auto answers = xcb_res_query_client_ids_ids_iterator(reply.get());
+    if (answers.rem == 0 || xcb_res_client_id_value_value_length(answers.data) < 1) {
+        return 0;
+    }
+    return *xcb_res_client_id_value_value(answers.data);
+}
+
+bool PasteReaders::isManager(xcb_window_t window) const
+{
+    const XReply<xcb_get_selection_owner_reply_t> manager(xcb_get_selection_owner_reply(
+        connection.get(), xcb_get_selection_owner(connection.get(), managerSelection), nullptr));
+    if (manager && manager->owner != XCB_NONE &&
+        connection.clientOf(manager->owner) == connection.clientOf(window)) {
+        return true;
+    }
+    const std::uint32_t reader = process(window);
+    return reader != 0 && isClipboardManager(processName(reader));
+}
+
+bool PasteReaders::sameProgram(xcb_window_t reader, xcb_window_t focused) const
+{
+    if (focused == XCB_NONE) {
+        return false;
+    }
+    if (connection.clientOf(reader) == connection.clientOf(focused)) {
+        return true;
+    }
+    const std::uint32_t readers = process(reader);
+    return readers != 0 && readers == process(focused);
+}
+
+bool PasteReaders::counts(xcb_window_t window) const
+{
+    const xcb_window_t focused = focus();
+    const bool nobodyFocused = focused == XCB_NONE && remembered == XCB_NONE;
+    return (nobodyFocused || sameProgram(window, focused) || sameProgram(window, remembered)) &&
+           !isManager(window);
+}
+
+} // namespace vorlin

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Platform/Linux/Pasteboard/SelectionConnection.h"
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <string_view>
+
+namespace vorlin {
+
+/// Tells a program that pastes from one that reads whatever is offered anywhere.
+///
+/// To take a clipboard manager for the paste means to take the text away before a slow program
+/// has read it; to miss a paste only means to wait longer. So a reader counts when it is the
+/// focused program: the client of the window that had the keyboard focus when the contents were
+/// written or when they are read, or another client of the same process. Where no window has the
+/// focus every reader counts. A known clipboard manager, and the client that owns
+/// CLIPBOARD_MANAGER, never counts, focused or not.
+class PasteReaders {
+public:
+    explicit PasteReaders(const SelectionConnection& connection);
+
+    /// New contents are about to be written, for whatever has the focus now.
+    void rememberFocus();
+
+    /// Whether a request made from `window` counts. A few round trips.
+    bool counts(xcb_window_t window) const;
+
+private:
+    xcb_window_t focus() const;
+    std::uint32_t process(xcb_window_t window) const;
+    bool isManager(xcb_window_t window) const;
+    bool sameProgram(xcb_window_t reader, xcb_window_t focused) const;
+
+    const SelectionConnection& connection;
+    const xcb_atom_t managerSelection;
+    xcb_window_t remembered = XCB_NONE;
+};
+
+/// Whether a process of this name (as the kernel has it, cut off after 15 bytes) is a clipboard
+/// manager or passes clipboards on to other machines.
+bool isClipboardManager(std::string_view processName);
+
+} // namespace vorlin

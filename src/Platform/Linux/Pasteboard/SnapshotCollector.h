@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Ports/Pasteboard.h"
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace vorlin {
+
+/// Gathers one snapshot and answers whoever waits for it. The selection thread fills it; should
+/// that thread be held up, the main loop ends it in time with what is there. Any thread.
+class SnapshotCollector {
+public:
+    /// Another one who wants this snapshot. Answered at once when it is finished.
+    void addWaiter(Completer<PasteboardSnapshot> waiter);
+
+    void add(std::string type, std::vector<std::uint8_t> bytes);
+
+    /// Drops what has been added: it belongs to contents that are no longer there.
+    void startAnew();
+
+    /// Answers everybody. What is added later is dropped.
+    void finish();
+
+    bool finished() const;
+
+private:
+    mutable std::mutex lock;
+    bool done = false;
+    PasteboardSnapshot gathered;
+    std::vector<Completer<PasteboardSnapshot>> waiters;
+};
+
+} // namespace vorlin

@@ -1,0 +1,88 @@
+#include "Platform/Linux/Pasteboard/X11Pasteboard.h"
+
+#include "Platform/Linux/Pasteboard/Offering.h"
+#include "Platform/Linux/Pasteboard/PasteboardStatus.h"
+#include "Platform/Linux/Pasteboard/SelectionClient.h"
+#include "Platform/Linux/Pasteboard/SelectionThread.h"
+#include "Platform/Linux/Pasteboard/SnapshotCollector.h"
+
+#include <cstdlib>
+
+namespace vorlin {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto writePatience = 100ms;
+
+std::string displayName()
+{
+    const char* name = std::getenv("DISPLAY");
+    return name == nullptr ? std::string() : std::string(name);
+}
+
+} // namespace
+
+X11Pasteboard::X11Pasteboard(MainLoop& loop) : X11Pasteboard(loop, Limits()) {}
+
+X11Pasteboard::X11Pasteboard(MainLoop& loop, Limits limits)
+    : loop(loop), limits(limits), status(std::make_shared<PasteboardStatus>()),
+      thread(std::make_unique<SelectionThread>(displayName(), status))
+{
+}
+
+X11Pasteboard::~X11Pasteboard() = default;
+
+Completion<PasteboardSnapshot> X11Pasteboard::snapshot(PasteSource source)
+{
+    Completion<PasteboardSnapshot> read;
+    const auto waiter = read.completer();
+    const auto collector = std::make_shared<SnapshotCollector>();
+    collector->addWaiter(waiter);
+    // The thread ends it a little before its time; the loop, should the thread be held up.
+    const Deadline deadline = std::chrono::steady_clock::now() + limits.time * 9 / 10;
+    loop.postAfter(limits.time, [collector] { collector->finish(); });
+    thread->post(
+        [=, bytes = limits.bytes, selection = selectionIndex(source)](SelectionClient& client) {
+            client.read(selection, collector, waiter, bytes, deadline);
+        });
+    return read;
+}
+
+std::int64_t X11Pasteboard::changeCount(PasteSource source) const
+{
+    return status->changeCount(selectionIndex(source));
+}
+
+void X11Pasteboard::replace(PasteSource source, const PasteboardSnapshot& contents)
+{
+    const std::size_t selection = selectionIndex(source);
+    const PasteboardUse before = status->use(selection);
+    const bool ours = before == PasteboardUse::unread || before == PasteboardUse::read;
+    const auto displace = ours ? Displace::ownOnly : Displace::whatever;
+    const std::uint64_t number = status->writing(selection);
+    thread->run(
+        [=, offering = restoredOffering(contents)](SelectionClient& client) {
+            client.write(selection, offering, number, displace);
+        },
+        writePatience);
+}
+
+void X11Pasteboard::setString(PasteSource source, const std::string& text)
+{
+    const std::size_t selection = selectionIndex(source);
+    const std::uint64_t number = status->writing(selection);
+    thread->run(
+        [=, offering = textOffering(text)](SelectionClient& client) {
+            client.write(selection, offering, number, Displace::whatever);
+        },
+        writePatience);
+}
+
+PasteboardUse X11Pasteboard::use(PasteSource source) const
+{
+    return status->use(selectionIndex(source));
+}
+
+} // namespace vorlin

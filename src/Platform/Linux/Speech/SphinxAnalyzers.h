@@ -1,0 +1,54 @@
+#pragma once
+
+#include "Platform/Linux/Speech/SpeechModels.h"
+#include "Ports/MainLoop.h"
+#include "Ports/SpeechAnalyzer.h"
+#include "Ports/Workers.h"
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vorlin {
+
+class SphinxWorker;
+
+/// The recogniser that is built in: PocketSphinx with the models installed on the machine.
+///
+/// An analysis gives volatile results while someone speaks, a final one at each pause of half a
+/// second and at the end; a result is its words, without capitals (but the English "I") and
+/// without punctuation. Results are those of the current utterance; one with nothing to say is
+/// not delivered, except that an empty final one takes back volatile words. Analyses are decoded
+/// one after the other, in the order they were started, and their audio queues meanwhile.
+///
+/// The model is loaded by `start`, on a worker, and stays in memory until ten minutes after the
+/// last analysis ended.
+class SphinxAnalyzers final : public SpeechAnalyzers {
+public:
+    /// `modelFolders`: see `SpeechModels`. The workers' threads must be gone, or these analyzers
+    /// must still be there, when `loop` goes.
+    SphinxAnalyzers(std::vector<std::filesystem::path> modelFolders, Workers& workers,
+                    MainLoop& loop);
+    SphinxAnalyzers(const SphinxAnalyzers&) = delete;
+    SphinxAnalyzers& operator=(const SphinxAnalyzers&) = delete;
+    /// Cancels what runs.
+    ~SphinxAnalyzers() override;
+
+    std::optional<std::string> supportedLocale(const std::string& equivalentTo) override;
+    /// Completes at once: the model is installed or it is not.
+    Completion<Done> installAssets(const std::string& locale) override;
+    /// 16 kHz, one channel, 16 bits, not interleaved, for every locale that has a model.
+    std::optional<AudioFormat> bestAudioFormat(const std::string& locale) override;
+    std::unique_ptr<SpeechAnalyzer> start(const std::string& locale, OnResult onResult) override;
+
+    /// Whether a model is in memory. Any thread.
+    bool holdsModel() const;
+
+private:
+    SpeechModels models;
+    std::shared_ptr<SphinxWorker> worker;
+};
+
+} // namespace vorlin

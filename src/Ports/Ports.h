@@ -1,0 +1,34 @@
+#pragma once
+
+namespace vorlin {
+
+class AudioConverters;
+class AudioInput;
+class Defaults;
+class EventTap;
+class FocusedProgram;
+class KeyPoster;
+class Locale;
+class MainLoop;
+class Pasteboard;
+class Permissions;
+class Sounds;
+class SpeechAnalyzers;
+
+/// Everything the program asks of its desktop. The adapters outlive whoever is given this.
+struct Ports {
+    MainLoop& loop;
+    AudioInput& audioInput;
+    AudioConverters& audioConverters;
+    SpeechAnalyzers& speechAnalyzers;
+    EventTap& eventTap;
+    KeyPoster& keyPoster;
+    FocusedProgram& focusedProgram;
+    Pasteboard& pasteboard;
+    Defaults& defaults;
+    Permissions& permissions;
+    Sounds& sounds;
+    const Locale& locale;
+};
+
+} // namespace vorlin

@@ -1,0 +1,127 @@
+#include "Preferences.h"
+
+namespace vorlin {
+
+namespace {
+
+constexpr std::array<std::string_view, 9> positionNames = {
+    "topLeft",     "topCenter",  "topRight",     "middleLeft",  "middleCenter",
+    "middleRight", "bottomLeft", "bottomCenter", "bottomRight",
+};
+
+} // namespace
+
+std::string_view rawValue(RecordMode mode)
+{
+    return mode == RecordMode::toggle ? "toggle" : "hold";
+}
+
+std::string_view rawValue(HUDPosition position)
+{
+    return positionNames.at(static_cast<std::size_t>(position));
+}
+
+std::string_view rawValue(HUDDisplay display)
+{
+    return display == HUDDisplay::main ? "main" : "cursor";
+}
+
+std::string_view rawValue(HUDTextMode mode)
+{
+    return mode == HUDTextMode::full ? "full" : "clip";
+}
+
+Preferences::Preferences(Defaults& defaults, const Locale& locale)
+    : defaults(defaults), locale(locale)
+{
+}
+
+template <class T>
+T Preferences::read(const char* key, T otherwise) const
+{
+    const auto value = defaults.value(key);
+    const T* stored = value ? std::get_if<T>(&*value) : nullptr;
+    return stored ? *stored : otherwise;
+}
+
+Hotkey Preferences::hotkey() const
+{
+    const auto data = read<Bytes>("hotkey.v2", {});
+    return Hotkey::decode({reinterpret_cast<const char*>(data.data()), data.size()})
+        .value_or(Hotkey{});
+}
+
+void Preferences::setHotkey(const Hotkey& hotkey)
+{
+    const std::string json = hotkey.encoded();
+    defaults.set("hotkey.v2", Bytes(json.begin(), json.end()));
+}
+
+RecordMode Preferences::recordMode() const
+{
+    return read<std::string>("recordMode", {}) == "toggle" ? RecordMode::toggle : RecordMode::hold;
+}
+
+bool Preferences::sounds() const
+{
+    return read("sounds", true);
+}
+
+std::string Preferences::language() const
+{
+    return read<std::string>("language", defaultLanguage());
+}
+
+HUDPosition Preferences::hudPosition() const
+{
+    const auto stored = read<std::string>("hud.position", {});
+    for (std::size_t i = 0; i < positionNames.size(); ++i) {
+        if (positionNames.at(i) == stored) {
+            return static_cast<HUDPosition>(i);
+        }
+    }
+    return HUDPosition::bottomCenter;
+}
+
+double Preferences::hudMargin() const
+{
+    return read("hud.margin", 56.0);
+}
+
+double Preferences::hudScale() const
+{
+    return read("hud.scale", 1.0);
+}
+
+HUDDisplay Preferences::hudDisplay() const
+{
+    return read<std::string>("hud.display", {}) == "main" ? HUDDisplay::main : HUDDisplay::cursor;
+}
+
+HUDTextMode Preferences::hudTextMode() const
+{
+    return read<std::string>("hud.textMode", {}) == "full" ? HUDTextMode::full : HUDTextMode::clip;
+}
+
+bool Preferences::hudShowText() const
+{
+    return read("hud.showText", true);
+}
+
+bool Preferences::hudShowEsc() const
+{
+    return read("hud.showEsc", true);
+}
+
+std::string Preferences::defaultLanguage() const
+{
+    const std::string code = locale.languageCode();
+    for (const auto& language : dictationLanguages) {
+        if (language.identifier.starts_with(code)) {
+            return std::string(language.identifier);
+        }
+    }
+    return "en-US";
+}
+
+} // namespace vorlin

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "Hotkey.h"
+#include "Ports/Defaults.h"
+#include "Ports/Locale.h"
+
+#include <array>
+#include <string>
+#include <string_view>
+
+namespace vorlin {
+
+/// How the dictation key works: held while speaking, or pressed once to start and once to stop.
+enum class RecordMode { hold, toggle };
+inline constexpr std::array recordModes = {RecordMode::hold, RecordMode::toggle};
+
+/// Where on the screen the overlay stands.
+enum class HUDPosition {
+    topLeft,
+    topCenter,
+    topRight,
+    middleLeft,
+    middleCenter,
+    middleRight,
+    bottomLeft,
+    bottomCenter,
+    bottomRight,
+};
+
+/// On which screen the overlay stands: the pointer's or the main one.
+enum class HUDDisplay { cursor, main };
+
+/// How the overlay shows live text: its end in one line, or all of it.
+enum class HUDTextMode { clip, full };
+
+/// A dictation language that the settings offer.
+struct DictationLanguage {
+    std::string_view identifier;
+    std::string_view displayName;
+};
+inline constexpr std::array<DictationLanguage, 7> dictationLanguages = {{
+    {"fr-FR", "Français"},
+    {"en-US", "English (US)"},
+    {"en-GB", "English (UK)"},
+    {"es-ES", "Español"},
+    {"de-DE", "Deutsch"},
+    {"it-IT", "Italiano"},
+    {"pt-PT", "Português"},
+}};
+
+/// The stored string of a setting: its case name.
+std::string_view rawValue(RecordMode mode);
+std::string_view rawValue(HUDPosition position);
+std::string_view rawValue(HUDDisplay display);
+std::string_view rawValue(HUDTextMode mode);
+
+/// The settings, read from the store at every call. What is absent, malformed or of the wrong
+/// type reads as its default; nothing fails. Main loop.
+class Preferences {
+public:
+    /// The ports must outlive this object.
+    Preferences(Defaults& defaults, const Locale& locale);
+
+    Hotkey hotkey() const;
+    void setHotkey(const Hotkey& hotkey);
+    RecordMode recordMode() const;
+    bool sounds() const;
+    /// The dictation language, a locale identifier.
+    std::string language() const;
+    HUDPosition hudPosition() const;
+    /// Distance of the overlay from the screen's edge, in points.
+    double hudMargin() const;
+    double hudScale() const;
+    HUDDisplay hudDisplay() const;
+    HUDTextMode hudTextMode() const;
+    bool hudShowText() const;
+    bool hudShowEsc() const;
+
+    /// The first language of `dictationLanguages` whose identifier begins with the person's
+    /// language code, else "en-US". An empty code matches the first one.
+    std::string defaultLanguage() const;
+
+private:
+    template <class T>
+    T read(const char* key, T otherwise) const;
+
+    Defaults& defaults;
+    const Locale& locale;
+};
+
+} // namespace vorlin

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "Async/Lifetime.h"
+#include "Async/Task.h"
+#include "Ports/FocusedProgram.h"
+#include "Ports/KeyPoster.h"
+#include "Ports/MainLoop.h"
+#include "Ports/Pasteboard.h"
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <optional>
+#include <string>
+
+namespace vorlin {
+
+/// Puts text into whatever program has the keyboard focus: writes it to the pasteboard, posts
+/// the chord that pastes there, and puts the old contents back afterwards. Main loop.
+///
+/// Where the platform tells who uses the pasteboard, the old contents are read ahead while the
+/// person speaks, and put back once the program has read the text: 0.5 s after the paste at the
+/// earliest, 3 s at the latest. Texts follow one another in order: the next one waits until the
+/// one before was read, within the same 3 s. If another program copies something meanwhile, its
+/// copy stays. Where the platform does not tell, each text is pasted at once and the contents
+/// found before it are put back 0.5 s later.
+class TextInserter {
+public:
+    /// The ports must outlive this object.
+    TextInserter(MainLoop& loop, Pasteboard& pasteboard, KeyPoster& keys, FocusedProgram& focus);
+    TextInserter(const TextInserter&) = delete;
+    TextInserter& operator=(const TextInserter&) = delete;
+    /// Puts back at once what is still to be put back.
+    ~TextInserter();
+
+    /// A text may come soon: reads the pasteboard's contents ahead, and again whenever they
+    /// change, until `insert` or `dismiss`.
+    void anticipate();
+    /// No text will come.
+    void dismiss();
+
+    /// Pastes `text`. Returns at once.
+    void insert(const std::string& text);
+
+private:
+    /// Contents that stood on a pasteboard at some `changeCount`.
+    struct Contents {
+        std::int64_t changeCount = 0;
+        PasteboardSnapshot items;
+    };
+    /// Contents to be put back, and when the text over them was pasted.
+    struct Restore {
+        PasteboardSnapshot items;
+        TimePoint pasted;
+        std::int64_t number = 0;
+    };
+
+    Task<void> watch(std::int64_t number);
+    Task<void> insertWaiting();
+    Task<void> paste(std::string text);
+    Task<void> awaitReader(PasteSource source);
+    Task<PasteboardSnapshot> contentsBeneath(PasteSource source);
+    Task<void> restoreLater(PasteSource source, std::int64_t number);
+    void pasteShortcut(const PasteChord& chord);
+    bool isPending(PasteSource source, std::int64_t number) const;
+
+    MainLoop& loop;
+    Pasteboard& pasteboard;
+    KeyPoster& keys;
+    FocusedProgram& focus;
+    std::deque<std::string> waiting;
+    bool inserting = false;
+    /// Names the current watch; 0 while none runs.
+    std::int64_t watching = 0;
+    std::int64_t lastNumber = 0;
+    std::map<PasteSource, Contents> ahead;
+    std::map<PasteSource, Restore> pending;
+    Lifetime lifetime;
+};
+
+} // namespace vorlin

@@ -1,0 +1,71 @@
+#include "Transcriber.h"
+
+#include <utf8proc.h>
+
+#include <algorithm>
+
+namespace vorlin {
+
+namespace {
+
+bool isWhiteSpaceOrNewline(utf8proc_int32_t character)
+{
+    if ((character >= 0x09 && character <= 0x0D) || character == 0x85) {
+        return true;
+    }
+    const auto category = utf8proc_category(character);
+    return category == UTF8PROC_CATEGORY_ZS || category == UTF8PROC_CATEGORY_ZL ||
+           category == UTF8PROC_CATEGORY_ZP;
+}
+
+} // namespace
+
+std::string trimmed(const std::string& text)
+{
+    const auto* bytes = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
+    const auto size = static_cast<utf8proc_ssize_t>(text.size());
+    utf8proc_ssize_t begin = size;
+    utf8proc_ssize_t end = 0;
+    for (utf8proc_ssize_t at = 0; at < size;) {
+        utf8proc_int32_t character = 0;
+        utf8proc_ssize_t length = utf8proc_iterate(bytes + at, size - at, &character);
+        if (length < 1) { // not UTF-8: a byte that stands for itself
+            length = 1;
+            character = 0;
+        }
+        if (!isWhiteSpaceOrNewline(character)) {
+            begin = std::min(begin, at);
+            end = at + length;
+        }
+        at += length;
+    }
+    if (begin >= end) {
+        return {};
+    }
+    return text.substr(static_cast<std::size_t>(begin), static_cast<std::size_t>(end - begin));
+}
+
+std::string TextAccumulator::add(const std::string& text, bool isFinal)
+{
+    const std::scoped_lock guard(lock);
+    if (isFinal) {
+        final_ += text;
+        final_ += ' ';
+        volatile_.clear();
+    } else {
+        volatile_ = text;
+    }
+    return final_ + volatile_;
+}
+
+std::string TextAccumulator::finished() const
+{
+    std::string combined;
+    {
+        const std::scoped_lock guard(lock);
+        combined = final_ + volatile_;
+    }
+    return trimmed(combined);
+}
+
+} // namespace vorlin

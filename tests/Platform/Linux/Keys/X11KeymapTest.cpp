@@ -1,0 +1,106 @@
+#include "Platform/Linux/Keys/X11Keymap.h"
+
+#include "Hotkey.h"
+#include "Platform/Linux/Keys/TestClient.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+
+#include <xkbcommon/xkbcommon.h>
+
+namespace vorlin {
+namespace {
+
+using namespace eventFlags;
+
+X11Keymap layout(const char* layouts, const char* variants = "", const char* options = "")
+{
+    const std::unique_ptr<xkb_context, decltype(&xkb_context_unref)> context(
+        xkb_context_new(XKB_CONTEXT_NO_FLAGS), xkb_context_unref);
+    const xkb_rule_names names{"evdev", "pc105", layouts, variants, options};
+    const std::unique_ptr<xkb_keymap, decltype(&xkb_keymap_unref)> keymap(
+        xkb_keymap_new_from_names(context.get(), &names, XKB_KEYMAP_COMPILE_NO_FLAGS),
+        xkb_keymap_unref);
+    return X11Keymap(keymap.get());
+}
+
+bool contains(const std::vector<XModifiers>& states, XModifiers state)
+{
+    return std::ranges::find(states, state) != states.end();
+}
+
+TEST(X11Keymap, modifierKeysAreThoseThatActWhileHeld)
+{
+    const auto us = layout("us");
+    for (const auto key : {keys::leftShift, keys::rightShift, keys::leftControl, keys::rightControl,
+                           keys::leftAlt, keys::rightAlt, keys::leftSuper, keys::rightSuper}) {
+        EXPECT_TRUE(us.isModifier(key)) << int{key};
+    }
+    EXPECT_FALSE(us.isModifier(keys::capsLock));
+    EXPECT_FALSE(us.isModifier(keys::numLock));
+    EXPECT_FALSE(us.isModifier(keys::v));
+    EXPECT_TRUE(layout("us", "", "ctrl:nocaps").isModifier(keys::capsLock));
+}
+
+TEST(X11Keymap, rightAltIsAltOrLevelThree)
+{
+    EXPECT_EQ(layout("us").modifiersOf(keys::rightAlt), XModifiers{XCB_MOD_MASK_1});
+    EXPECT_EQ(layout("de").modifiersOf(keys::rightAlt), XModifiers{XCB_MOD_MASK_5});
+    EXPECT_EQ(layout("us,de").modifiersOf(keys::leftAlt), XModifiers{XCB_MOD_MASK_1});
+}
+
+TEST(X11Keymap, statesOfAHotkeyIncludeBothSidesAndLocks)
+{
+    const auto de = layout("de");
+    const auto option = de.statesFor(maskAlternate);
+    EXPECT_TRUE(contains(option, XCB_MOD_MASK_1));
+    EXPECT_TRUE(contains(option, XCB_MOD_MASK_5));
+    EXPECT_TRUE(contains(option, XCB_MOD_MASK_1 | XCB_MOD_MASK_5));
+    EXPECT_TRUE(contains(option, XCB_MOD_MASK_1 | XCB_MOD_MASK_LOCK | XCB_MOD_MASK_2));
+    EXPECT_FALSE(contains(option, 0));
+    EXPECT_FALSE(contains(option, XCB_MOD_MASK_1 | XCB_MOD_MASK_SHIFT));
+    const auto both = layout("us,de").statesFor(maskAlternate);
+    EXPECT_TRUE(contains(both, XCB_MOD_MASK_1));
+    EXPECT_TRUE(contains(both, XCB_MOD_MASK_5));
+    const auto none = layout("us").statesFor(0);
+    EXPECT_TRUE(contains(none, 0));
+    EXPECT_FALSE(contains(none, XCB_MOD_MASK_1));
+    EXPECT_FALSE(contains(none, XCB_MOD_MASK_4));
+    EXPECT_FALSE(contains(none, XCB_MOD_MASK_CONTROL));
+}
+
+TEST(X11Keymap, controlIsFoundByPositionFirst)
+{
+    EXPECT_EQ(layout("us").keysFor(maskControl).front(), keys::leftControl);
+    EXPECT_EQ(layout("us").keysFor(maskShift).front(), keys::leftShift);
+    EXPECT_EQ(layout("us").keysFor(maskCommand).front(), keys::leftSuper);
+    EXPECT_EQ(layout("de").keysFor(maskAlternate).front(), keys::leftAlt);
+    const auto swapped = layout("us", "", "ctrl:swapcaps").keysFor(maskControl);
+    EXPECT_EQ(std::ranges::count(swapped, keys::leftControl), 0) << "it is Caps Lock";
+    EXPECT_EQ(swapped.front(), keys::rightControl);
+}
+
+TEST(X11Keymap, letterKeysFollowTheLayout)
+{
+    EXPECT_EQ(layout("us").keyTyping('v', 0), keys::v);
+    EXPECT_EQ(layout("us", "dvorak").keyTyping('v', 0), 60);
+    EXPECT_EQ(layout("de").keyTyping('y', 0), keys::z);
+    EXPECT_EQ(layout("ru").keyTyping('v', 0), std::nullopt);
+    EXPECT_EQ(layout("us,ru", ",").keyTyping('v', 1), keys::v);
+    EXPECT_EQ(layout("us,ru", "dvorak,").keyTyping('v', 1), 60);
+    EXPECT_EQ(layout("us,us", ",dvorak").keyTyping('v', 0), keys::v);
+    EXPECT_EQ(layout("us,us", ",dvorak").keyTyping('v', 1), 60);
+    EXPECT_EQ(X11Keymap().keyTyping('v', 0), std::nullopt);
+}
+
+TEST(X11Keymap, theSilentKeyHasNoSymbol)
+{
+    for (const auto* name : {"us", "de", "fr", "ru", "jp", "br"}) {
+        EXPECT_EQ(layout(name).silentKey(), keys::silent) << name;
+    }
+}
+
+} // namespace
+} // namespace vorlin

@@ -1,0 +1,166 @@
+#include "Platform/Linux/Pasteboard/PasteboardFixture.h"
+
+namespace vorlin {
+
+namespace {
+
+class Use : public PasteboardFixture {
+protected:
+    Use() { pasteboard->setString(PasteSource::clipboard, "dictated"); }
+
+    PasteboardUse use() const { return pasteboard->use(PasteSource::clipboard); }
+};
+
+} // namespace
+
+TEST_F(PasteboardFixture, nothingIsKnownOfContentsNeverWritten)
+{
+    EXPECT_EQ(pasteboard->use(PasteSource::clipboard), PasteboardUse::untracked);
+}
+
+TEST_F(Use, isUnreadUntilSomebodyReads)
+{
+    EXPECT_EQ(use(), PasteboardUse::unread);
+    ScriptedReader reader;
+    EXPECT_EQ(reader.text(), "dictated");
+    EXPECT_EQ(use(), PasteboardUse::read);
+    pasteboard->setString(PasteSource::clipboard, "again");
+    EXPECT_EQ(use(), PasteboardUse::unread);
+}
+
+TEST_F(Use, questionsAboutTheTextAreNoReading)
+{
+    ScriptedReader reader;
+    reader.targets();
+    reader.read("TIMESTAMP");
+    reader.read("x-kde-passwordManagerHint");
+    reader.read("image/png");
+    EXPECT_EQ(use(), PasteboardUse::unread);
+}
+
+TEST_F(Use, theFocusedProgramsReadingCounts)
+{
+    ScriptedReader focused;
+    focused.takeFocus();
+    EXPECT_EQ(focused.text(), "dictated");
+    EXPECT_EQ(use(), PasteboardUse::read);
+}
+
+TEST_F(Use, whoeverHadTheFocusWhenTheTextWasWrittenCounts)
+{
+    ScriptedReader reader;
+    reader.takeFocus();
+    pasteboard->setString(PasteSource::clipboard, "dictated");
+    // Another program, in another process, gets the focus before the paste is done.
+    Process other({"xterm", "-e", "cat"});
+    ASSERT_TRUE(eventually([&] {
+        const std::unique_ptr<xcb_query_tree_reply_t, FreeMemory> tree(xcb_query_tree_reply(
+            reader.connection, xcb_query_tree(reader.connection, reader.root), nullptr));
+        for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
+            const auto window = xcb_query_tree_children(tree.get())[i];
+            if ((window & ~0x1fffffU) != (reader.window & ~0x1fffffU)) {
+                xcb_set_input_focus(reader.connection, XCB_INPUT_FOCUS_PARENT, window,
+                                    XCB_CURRENT_TIME);
+            }
+        }
+        const std::unique_ptr<xcb_get_input_focus_reply_t, FreeMemory> focus(
+            xcb_get_input_focus_reply(reader.connection, xcb_get_input_focus(reader.connection),
+                                      nullptr));
+        return focus->focus > 1 && focus->focus != reader.window && focus->focus != reader.root;
+    }));
+    EXPECT_EQ(reader.text(), "dictated");
+    EXPECT_EQ(use(), PasteboardUse::read);
+}
+
+TEST_F(Use, anUnfocusedProgramsReadingDoesNotCount)
+{
+    ASSERT_TRUE(installed("xclip")) << "scripts/install-packages brings it";
+    const ScriptedReader focused;
+    focused.takeFocus();
+    pasteboard->setString(PasteSource::clipboard, "dictated");
+    EXPECT_EQ(Process({"xclip", "-o", "-selection", "clipboard"}).output(), "dictated");
+    EXPECT_EQ(use(), PasteboardUse::unread);
+}
+
+TEST_F(Use, largeTextIsReadWhenItsLastPieceIs)
+{
+    pasteboard->setString(PasteSource::clipboard, std::string(3U << 20U, 'x'));
+    ScriptedReader reader;
+    reader.ask("UTF8_STRING");
+    ASSERT_TRUE(reader.awaitAnswer());
+    ASSERT_TRUE(reader.awaitPiece());
+    EXPECT_EQ(reader.take().type, "INCR");
+    std::size_t size = 0;
+    for (;;) {
+        ASSERT_TRUE(reader.awaitPiece());
+        EXPECT_EQ(use(), PasteboardUse::unread);
+        const Typed piece = reader.take();
+        size += piece.bytes.size();
+        if (piece.bytes.empty()) {
+            break;
+        }
+    }
+    EXPECT_EQ(size, 3U << 20U);
+    EXPECT_TRUE(eventually([&] { return use() == PasteboardUse::read; }));
+}
+
+TEST_F(Use, anotherProgramsCopyReplacesOurs)
+{
+    ScriptedReader reader;
+    EXPECT_EQ(reader.text(), "dictated");
+    const ScriptedOwner copier(offering({{"UTF8_STRING", plain("UTF8_STRING", bytesOf("copy"))}}));
+    EXPECT_TRUE(eventually([&] { return use() == PasteboardUse::replaced; }));
+    EXPECT_EQ(reader.text(), "copy");
+    EXPECT_EQ(use(), PasteboardUse::replaced);
+    pasteboard->setString(PasteSource::clipboard, "dictated again");
+    EXPECT_EQ(use(), PasteboardUse::unread);
+    EXPECT_EQ(reader.text(), "dictated again");
+}
+
+TEST_F(Use, aCopyIntoAnEmptiedClipboardReplaces)
+{
+    pasteboard->replace(PasteSource::clipboard, {});
+    EXPECT_EQ(use(), PasteboardUse::unread);
+    const ScriptedOwner copier(offering({}));
+    EXPECT_TRUE(eventually([&] { return use() == PasteboardUse::replaced; }));
+}
+
+TEST_F(Use, theReadingOfEarlierTextSaysNothingOfTheLater)
+{
+    pasteboard->setString(PasteSource::clipboard, std::string(3U << 20U, 'x'));
+    ScriptedReader reader;
+    reader.ask("UTF8_STRING");
+    ASSERT_TRUE(reader.awaitAnswer());
+    ASSERT_TRUE(reader.awaitPiece());
+    reader.take();
+    pasteboard->setString(PasteSource::clipboard, "later");
+    std::size_t size = 0;
+    for (Typed piece; reader.awaitPiece() && !(piece = reader.take()).bytes.empty();) {
+        size += piece.bytes.size();
+    }
+    EXPECT_EQ(size, 3U << 20U) << "a transfer under way gets what it began with";
+    reader.sync();
+    EXPECT_EQ(use(), PasteboardUse::unread);
+    EXPECT_EQ(reader.text(), "later");
+    EXPECT_EQ(use(), PasteboardUse::read);
+}
+
+TEST_F(Use, primaryAndClipboardAreTrackedApart)
+{
+    pasteboard->setString(PasteSource::primarySelection, "selected");
+    ScriptedReader reader;
+    reader.text("PRIMARY");
+    EXPECT_EQ(use(), PasteboardUse::unread);
+    EXPECT_EQ(pasteboard->use(PasteSource::primarySelection), PasteboardUse::read);
+}
+
+TEST_F(Use, theOwnerOfTheManagerSelectionNeverCounts)
+{
+    ScriptedReader manager;
+    xcb_set_selection_owner(manager.connection, manager.makeWindow(),
+                            manager.atom("CLIPBOARD_MANAGER"), XCB_CURRENT_TIME);
+    EXPECT_EQ(manager.text(), "dictated");
+    EXPECT_EQ(use(), PasteboardUse::unread);
+}
+
+} // namespace vorlin

@@ -1,0 +1,148 @@
+#include "Platform/Shared/ThreadPool.h"
+
+#include "Async/SerialExecutor.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <latch>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <thread>
+#include <vector>
+
+namespace vorlin {
+namespace {
+
+TEST(ThreadPool, allPostedWorkRunsWhoeverPostsIt)
+{
+    constexpr std::ptrdiff_t perThread = 1000;
+    std::latch done(4 * perThread);
+    ThreadPool pool([] {});
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            for (std::ptrdiff_t n = 0; n < perThread; ++n) {
+                pool.executor(WorkPriority::normal).post([&] { done.count_down(); });
+            }
+        });
+    }
+    done.wait();
+}
+
+TEST(ThreadPool, normalWorkRunsInParallelAndNotOnThePostersThread)
+{
+    ThreadPool pool([] {});
+    std::latch together(2);
+    std::latch done(2);
+    std::atomic<bool> onPoster = false;
+    for (int i = 0; i < 2; ++i) {
+        pool.executor(WorkPriority::normal).post([&, poster = std::this_thread::get_id()] {
+            onPoster = onPoster || std::this_thread::get_id() == poster;
+            together.arrive_and_wait(); // passes only with both pieces running
+            done.count_down();
+        });
+    }
+    done.wait();
+    EXPECT_FALSE(onPoster);
+}
+
+TEST(ThreadPool, backgroundWorkRunsOnOneThreadOfItsOwnWhosePriorityIsLoweredOnce)
+{
+    std::vector<std::thread::id> lowered;
+    std::set<std::thread::id> background;
+    std::set<std::thread::id> normal;
+    std::mutex lock;
+    {
+        ThreadPool pool([&] {
+            const std::scoped_lock guard(lock);
+            lowered.push_back(std::this_thread::get_id());
+        });
+        std::latch done(40);
+        const auto noteIn = [&](std::set<std::thread::id>& threads) {
+            return [&] {
+                {
+                    const std::scoped_lock guard(lock);
+                    threads.insert(std::this_thread::get_id());
+                }
+                done.count_down();
+            };
+        };
+        for (int i = 0; i < 20; ++i) {
+            pool.executor(WorkPriority::background).post(noteIn(background));
+            pool.executor(WorkPriority::normal).post(noteIn(normal));
+        }
+        done.wait();
+    }
+    ASSERT_EQ(lowered.size(), 1U);
+    EXPECT_EQ(background, std::set{lowered.front()});
+    EXPECT_FALSE(normal.contains(lowered.front()));
+}
+
+TEST(ThreadPool, destructionWaitsForTheWorkThatRuns)
+{
+    std::latch started(1);
+    std::atomic<bool> finished = false;
+    {
+        ThreadPool pool([] {});
+        pool.executor(WorkPriority::background).post([&] {
+            started.count_down();
+            for (int i = 0; i < 1000; ++i) {
+                std::this_thread::yield();
+            }
+            finished = true;
+        });
+        started.wait();
+    }
+    EXPECT_TRUE(finished);
+}
+
+/// Work that posts itself again for ever, so that there is always some in the queue.
+void runForEver(Executor& executor, const std::shared_ptr<std::atomic<int>>& runs)
+{
+    executor.post([&executor, runs] {
+        ++*runs;
+        runs->notify_all();
+        runForEver(executor, runs);
+    });
+}
+
+TEST(ThreadPool, destructionDropsWhatIsQueued)
+{
+    const auto runs = std::make_shared<std::atomic<int>>(0);
+    {
+        ThreadPool pool([] {});
+        runForEver(pool.executor(WorkPriority::background), runs);
+        runForEver(pool.executor(WorkPriority::normal), runs);
+        runs->wait(0);
+    }
+    EXPECT_EQ(runs.use_count(), 1);
+}
+
+TEST(ThreadPool, aSerialExecutorOnItRunsOnePieceAtATimeInOrder)
+{
+    ThreadPool pool([] {});
+    SerialExecutor serial(pool.executor(WorkPriority::normal));
+    std::vector<int> ran;
+    std::atomic<int> inside = 0;
+    std::atomic<bool> overlapped = false;
+    std::latch done(1000);
+    for (int i = 0; i < 1000; ++i) {
+        serial.post([&, i] {
+            overlapped = overlapped || ++inside != 1;
+            ran.push_back(i);
+            --inside;
+            done.count_down();
+        });
+    }
+    done.wait();
+    EXPECT_FALSE(overlapped);
+    EXPECT_EQ(ran.size(), 1000U);
+    EXPECT_TRUE(std::ranges::is_sorted(ran));
+}
+
+} // namespace
+} // namespace vorlin

@@ -1,0 +1,281 @@
+#include "AppModel.h"
+#include "VorlinApp.h"
+#include "fakes/FakePorts.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <vector>
+
+namespace vorlin {
+namespace {
+
+using namespace std::chrono_literals;
+using Phase = Dictation::Phase;
+using Names = std::vector<std::string>;
+
+class AppModelTest : public testing::Test {
+protected:
+    FakePorts desktop;
+    std::unique_ptr<AppModel> model;
+
+    AppModelTest() { desktop.analyzers.spoken = "hello world"; }
+
+    void start() { model = std::make_unique<AppModel>(desktop.ports()); }
+    void startInToggleMode()
+    {
+        desktop.defaults.values["recordMode"] = "toggle";
+        start();
+    }
+    void press()
+    {
+        desktop.tap.pressOption();
+        desktop.loop.runReady();
+    }
+    void release()
+    {
+        desktop.tap.releaseOption();
+        desktop.loop.runReady();
+    }
+    bool escape()
+    {
+        const bool swallowed = desktop.tap.keyDown(keyCodes::escape);
+        desktop.loop.runReady();
+        return swallowed;
+    }
+    Phase phase() const { return model->dictation.phase.get(); }
+    std::string pasteboard() { return desktop.pasteboard.string(); }
+    std::size_t pastes() const { return desktop.keys.posted.size() / 2; }
+};
+
+TEST_F(AppModelTest, holdSpeakReleasePastesTheText)
+{
+    start();
+    press();
+    EXPECT_EQ(phase(), Phase::listening);
+    release();
+    EXPECT_EQ(phase(), Phase::idle);
+    EXPECT_EQ(pasteboard(), "hello world");
+    EXPECT_EQ(pastes(), 1U);
+    EXPECT_EQ(desktop.sounds.played, (Names{"Tink", "Pop"}));
+}
+
+TEST_F(AppModelTest, inToggleModeTheSecondPressStops)
+{
+    startInToggleMode();
+    press();
+    release();
+    EXPECT_EQ(phase(), Phase::listening);
+    press();
+    EXPECT_EQ(phase(), Phase::idle);
+    release();
+    EXPECT_EQ(pastes(), 1U);
+    EXPECT_EQ(phase(), Phase::idle);
+}
+
+TEST_F(AppModelTest, inToggleModeAPressWhileFinishingStartsNothing)
+{
+    desktop.analyzers.finishesAtOnce = false;
+    startInToggleMode();
+    press();
+    release();
+    press();
+    release();
+    EXPECT_EQ(phase(), Phase::finishing);
+    press();
+    release();
+    EXPECT_EQ(desktop.analyzers.streams.size(), 1U);
+    desktop.analyzers.finish(*desktop.analyzers.streams.back());
+    desktop.loop.runReady();
+    EXPECT_EQ(phase(), Phase::idle);
+    EXPECT_EQ(pastes(), 1U);
+}
+
+TEST_F(AppModelTest, inHoldModeAPressWhileListeningKeepsListening)
+{
+    start();
+    press();
+    model->monitor.onPress();
+    desktop.loop.runReady();
+    EXPECT_EQ(phase(), Phase::listening);
+    EXPECT_EQ(desktop.analyzers.streams.size(), 1U);
+}
+
+TEST_F(AppModelTest, aPressDuringAPreviewEndsItAndStartsADictation)
+{
+    start();
+    model->dictation.demo();
+    desktop.loop.advance(1s);
+    press();
+    EXPECT_FALSE(model->dictation.isDemo.get());
+    EXPECT_EQ(phase(), Phase::listening);
+    EXPECT_TRUE(desktop.microphone.isCapturing());
+    desktop.loop.advance(10s);
+    EXPECT_EQ(phase(), Phase::listening);
+}
+
+TEST_F(AppModelTest, escapeCancelsADictationAndPassesWhenIdle)
+{
+    start();
+    EXPECT_FALSE(escape());
+    press();
+    EXPECT_TRUE(desktop.tap.interest.escape);
+    EXPECT_TRUE(escape());
+    EXPECT_EQ(phase(), Phase::idle);
+    EXPECT_FALSE(desktop.tap.interest.escape);
+    release();
+    desktop.loop.advance(10s);
+    EXPECT_EQ(pastes(), 0U);
+    EXPECT_EQ(model->dictation.notice.get(), "Cancelled");
+    EXPECT_EQ(desktop.sounds.played, (Names{"Tink", "Funk"}));
+    EXPECT_FALSE(escape());
+}
+
+TEST_F(AppModelTest, anEmptyResultIsNeitherPastedNorHeard)
+{
+    desktop.analyzers.spoken.clear();
+    start();
+    press();
+    release();
+    EXPECT_EQ(pastes(), 0U);
+    EXPECT_EQ(desktop.sounds.played, (Names{"Tink"}));
+}
+
+TEST_F(AppModelTest, withoutSoundsNothingIsPlayed)
+{
+    desktop.defaults.values["sounds"] = false;
+    start();
+    press();
+    escape();
+    press();
+    release();
+    EXPECT_TRUE(desktop.sounds.played.empty());
+}
+
+TEST_F(AppModelTest, theOldPasteboardComesBack)
+{
+    desktop.pasteboard.copy(FakePasteboard::text("old"));
+    start();
+    press();
+    desktop.loop.advance(1s);
+    release();
+    EXPECT_EQ(pasteboard(), "hello world");
+    desktop.pasteboard.read();
+    desktop.loop.advance(500ms);
+    EXPECT_EQ(pasteboard(), "old");
+    EXPECT_EQ(desktop.pasteboard.snapshots, 1);
+}
+
+TEST_F(AppModelTest, theStoredLanguageIsDictated)
+{
+    desktop.analyzers.locales = {"en-US", "de-DE"};
+    desktop.defaults.values["language"] = "de-DE";
+    start();
+    press();
+    EXPECT_EQ(desktop.analyzers.streams.back()->locale, "de-DE");
+}
+
+TEST_F(AppModelTest, aLanguageWithoutAModelSaysSoAndStaysUsable)
+{
+    desktop.defaults.values["language"] = "fr-FR";
+    start();
+    press();
+    EXPECT_EQ(model->dictation.notice.get(),
+              "Speech recognition is unavailable for this language.");
+    EXPECT_EQ(phase(), Phase::idle);
+    release();
+    desktop.defaults.values["language"] = "en-US";
+    press();
+    EXPECT_EQ(phase(), Phase::listening);
+}
+
+TEST_F(AppModelTest, missingPermissionsAreAskedForOnce)
+{
+    desktop.permissions.trusted = false;
+    start();
+    EXPECT_EQ(desktop.permissions.trustPrompts, 1);
+    EXPECT_EQ(desktop.permissions.microphoneRequests, 1);
+    EXPECT_FALSE(model->accessibilityGranted.get());
+    EXPECT_FALSE(desktop.tap.isRunning());
+    desktop.loop.advance(10s);
+    EXPECT_EQ(desktop.permissions.trustPrompts, 1);
+}
+
+TEST_F(AppModelTest, theKeyWorksWithinOneAndAHalfSecondsOfTheGrant)
+{
+    desktop.permissions.trusted = false;
+    start();
+    desktop.permissions.trusted = true;
+    desktop.loop.advance(1500ms);
+    EXPECT_TRUE(desktop.tap.isRunning());
+    EXPECT_TRUE(model->accessibilityGranted.get());
+}
+
+TEST_F(AppModelTest, revokingAccessStopsTheMonitorWithinOneAndAHalfSeconds)
+{
+    start();
+    EXPECT_TRUE(desktop.tap.isRunning());
+    desktop.permissions.trusted = false;
+    desktop.permissions.microphone = false;
+    desktop.loop.advance(1500ms);
+    EXPECT_FALSE(desktop.tap.isRunning());
+    EXPECT_FALSE(model->microphoneGranted.get());
+}
+
+TEST_F(AppModelTest, whileANewKeyIsRecordedTheMonitorIsStopped)
+{
+    start();
+    model->setRecordingHotkey(true);
+    EXPECT_TRUE(model->recording.get());
+    desktop.loop.advance(10s);
+    EXPECT_FALSE(desktop.tap.isRunning());
+    model->setRecordingHotkey(false);
+    EXPECT_TRUE(desktop.tap.isRunning());
+}
+
+TEST_F(AppModelTest, aNewHotkeyIsStoredAndWorksAtOnce)
+{
+    start();
+    const Hotkey f5{96, 0, false};
+    model->setHotkey(f5);
+    EXPECT_EQ(desktop.tap.interest.hotkey, f5);
+    press();
+    EXPECT_EQ(phase(), Phase::idle);
+    EXPECT_TRUE(desktop.tap.keyDown(96));
+    EXPECT_NE(phase(), Phase::idle);
+    EXPECT_EQ(model->preferences.hotkey(), f5);
+    EXPECT_EQ(model->hotkey.get(), f5);
+}
+
+TEST_F(AppModelTest, theStoredHotkeyIsWatchedFromTheStart)
+{
+    start();
+    model->setHotkey({49, 0x80000, false});
+    model.reset();
+    start();
+    EXPECT_EQ(desktop.tap.interest.hotkey, (Hotkey{49, 0x80000, false}));
+}
+
+TEST_F(AppModelTest, quittingDuringADictationLeavesNothingBehind)
+{
+    start();
+    press();
+    model.reset();
+    EXPECT_FALSE(desktop.tap.isRunning());
+    EXPECT_FALSE(desktop.microphone.isCapturing());
+    desktop.loop.advance(10s);
+    EXPECT_EQ(pastes(), 0U);
+}
+
+TEST(VorlinApp, createsItsModelOnceWhenFirstAsked)
+{
+    FakePorts desktop;
+    VorlinApp app(desktop.ports());
+    EXPECT_FALSE(desktop.tap.isRunning());
+    AppModel& model = app.model();
+    EXPECT_TRUE(desktop.tap.isRunning());
+    EXPECT_EQ(&app.model(), &model);
+}
+
+} // namespace
+} // namespace vorlin

@@ -1,0 +1,149 @@
+#include "AppleTranscriber.h"
+#include "fakes/FakeAudioConverters.h"
+#include "fakes/FakeAudioInput.h"
+#include "fakes/FakeSpeechAnalyzers.h"
+#include "simulation/SimulatedLoop.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace vorlin {
+namespace {
+
+class AppleTranscriberTest : public testing::Test {
+protected:
+    SimulatedLoop loop;
+    FakeSpeechAnalyzers analyzers;
+    FakeAudioConverters converters;
+    std::shared_ptr<AppleTranscriber> transcriber =
+        std::make_shared<AppleTranscriber>(analyzers, converters, "en-US");
+    std::vector<std::string> texts;
+    std::string error;
+    bool prepared = false;
+    std::optional<std::string> result;
+
+    void prepare()
+    {
+        transcriber->setOnText([this](const std::string& text) { texts.push_back(text); });
+        spawn(loop, prepareThen());
+        loop.runReady();
+    }
+    void finish()
+    {
+        spawn(loop, finishThen());
+        loop.runReady();
+    }
+    Task<void> prepareThen()
+    {
+        try {
+            co_await transcriber->prepare();
+            prepared = true;
+        } catch (const std::exception& caught) {
+            error = caught.what();
+        }
+    }
+    Task<void> finishThen() { result = co_await transcriber->finish(); }
+    FakeSpeechAnalyzers::Stream& stream() { return *analyzers.streams.back(); }
+    void feed() { transcriber->feed(FakeAudioInput::buffer(0.1F, 4800)); }
+};
+
+TEST_F(AppleTranscriberTest, anUnsupportedLanguageFailsWithItsText)
+{
+    analyzers.locales = {"de-DE"};
+    prepare();
+    EXPECT_EQ(error, "Speech recognition is unavailable for this language.");
+    EXPECT_FALSE(prepared);
+}
+
+TEST_F(AppleTranscriberTest, aLanguageWithoutAFormatFailsWithTheSameText)
+{
+    analyzers.format.reset();
+    prepare();
+    EXPECT_EQ(error, "Speech recognition is unavailable for this language.");
+    EXPECT_TRUE(analyzers.streams.empty());
+}
+
+TEST_F(AppleTranscriberTest, missingAssetsAreInstalledBeforeItIsPrepared)
+{
+    analyzers.assetsInstalled = false;
+    prepare();
+    EXPECT_FALSE(prepared);
+    EXPECT_TRUE(analyzers.streams.empty());
+    analyzers.completeInstallation();
+    loop.runReady();
+    EXPECT_TRUE(prepared);
+    EXPECT_EQ(analyzers.streams.size(), 1U);
+}
+
+TEST_F(AppleTranscriberTest, aFailedInstallationEndsThePreparation)
+{
+    analyzers.assetFailure = "The language could not be installed.";
+    prepare();
+    EXPECT_EQ(error, "The language could not be installed.");
+}
+
+TEST_F(AppleTranscriberTest, audioIsConvertedAndHandedOn)
+{
+    feed(); // before it is prepared: dropped
+    prepare();
+    feed();
+    feed();
+    EXPECT_EQ(stream().inputFrames, (std::vector<std::uint32_t>{1600, 1600}));
+    converters.conversionFails = true;
+    feed();
+    EXPECT_EQ(stream().inputFrames.size(), 2U);
+}
+
+TEST_F(AppleTranscriberTest, resultsBecomeTheRunningText)
+{
+    prepare();
+    stream().onResult("hello", false);
+    stream().onResult("hello world", true);
+    stream().onResult("and", false);
+    EXPECT_EQ(texts, (std::vector<std::string>{"hello", "hello world ", "hello world and"}));
+}
+
+TEST_F(AppleTranscriberTest, speechStillVolatileIsFinalisedAndReturned)
+{
+    prepare();
+    stream().onResult("hello", false);
+    analyzers.spoken = "hello world";
+    analyzers.finishesAtOnce = false;
+    finish();
+    EXPECT_EQ(result, std::nullopt);
+    analyzers.finish(stream());
+    loop.runReady();
+    EXPECT_EQ(result, "hello world");
+    EXPECT_EQ(transcriber->failure(), std::nullopt);
+}
+
+TEST_F(AppleTranscriberTest, aFailedAnalysisKeepsTheTextSoFarAndSaysSo)
+{
+    prepare();
+    stream().onResult("hello", true);
+    analyzers.finishFailure = "The recogniser failed.";
+    finish();
+    EXPECT_EQ(result, "hello");
+    EXPECT_EQ(transcriber->failure(), "The recogniser failed.");
+}
+
+TEST_F(AppleTranscriberTest, cancellingEndsTheAnalysis)
+{
+    transcriber->cancel(); // before it is prepared: nothing to end
+    prepare();
+    transcriber->cancel();
+    EXPECT_TRUE(stream().cancelled);
+}
+
+TEST_F(AppleTranscriberTest, resultsAfterItsEndAreHarmless)
+{
+    prepare();
+    const auto orphan = analyzers.streams.back();
+    transcriber.reset();
+    orphan->onResult("nobody listens", true);
+    EXPECT_EQ(texts.size(), 1U);
+}
+
+} // namespace
+} // namespace vorlin

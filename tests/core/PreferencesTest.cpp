@@ -1,0 +1,118 @@
+#include "Preferences.h"
+#include "fakes/FakeDesktop.h"
+
+#include <gtest/gtest.h>
+
+namespace vorlin {
+namespace {
+
+class PreferencesTest : public testing::Test {
+protected:
+    FakeDefaults defaults;
+    FakeLocale locale;
+    Preferences preferences{defaults, locale};
+
+    void storeHotkey(const std::string& text)
+    {
+        defaults.values["hotkey.v2"] = Bytes(text.begin(), text.end());
+    }
+};
+
+TEST_F(PreferencesTest, anEmptyStoreReadsAsTheDefaults)
+{
+    EXPECT_EQ(preferences.hotkey(), (Hotkey{61, 0, true}));
+    EXPECT_EQ(preferences.recordMode(), RecordMode::hold);
+    EXPECT_TRUE(preferences.sounds());
+    EXPECT_EQ(preferences.language(), "en-US");
+    EXPECT_EQ(preferences.hudPosition(), HUDPosition::bottomCenter);
+    EXPECT_EQ(preferences.hudMargin(), 56.0);
+    EXPECT_EQ(preferences.hudScale(), 1.0);
+    EXPECT_EQ(preferences.hudDisplay(), HUDDisplay::cursor);
+    EXPECT_EQ(preferences.hudTextMode(), HUDTextMode::clip);
+    EXPECT_TRUE(preferences.hudShowText());
+    EXPECT_TRUE(preferences.hudShowEsc());
+}
+
+TEST_F(PreferencesTest, stringsMatchExactlyOrReadAsTheDefault)
+{
+    defaults.values["recordMode"] = "Toggle";
+    defaults.values["hud.position"] = "center";
+    defaults.values["hud.display"] = "MAIN";
+    defaults.values["hud.textMode"] = "";
+    EXPECT_EQ(preferences.recordMode(), RecordMode::hold);
+    EXPECT_EQ(preferences.hudPosition(), HUDPosition::bottomCenter);
+    EXPECT_EQ(preferences.hudDisplay(), HUDDisplay::cursor);
+    EXPECT_EQ(preferences.hudTextMode(), HUDTextMode::clip);
+    defaults.values["recordMode"] = "toggle";
+    defaults.values["hud.display"] = "main";
+    defaults.values["hud.textMode"] = "full";
+    EXPECT_EQ(preferences.recordMode(), RecordMode::toggle);
+    EXPECT_EQ(preferences.hudDisplay(), HUDDisplay::main);
+    EXPECT_EQ(preferences.hudTextMode(), HUDTextMode::full);
+}
+
+TEST_F(PreferencesTest, everyCaseReadsBackFromItsStoredString)
+{
+    for (int i = 0; i < 9; ++i) {
+        const auto position = static_cast<HUDPosition>(i);
+        defaults.values["hud.position"] = std::string(rawValue(position));
+        EXPECT_EQ(preferences.hudPosition(), position);
+    }
+    for (const auto mode : recordModes) {
+        defaults.values["recordMode"] = std::string(rawValue(mode));
+        EXPECT_EQ(preferences.recordMode(), mode);
+    }
+    EXPECT_EQ(rawValue(HUDPosition::middleRight), "middleRight");
+    EXPECT_EQ(rawValue(HUDDisplay::main), "main");
+    EXPECT_EQ(rawValue(HUDTextMode::full), "full");
+}
+
+TEST_F(PreferencesTest, valuesOfTheWrongTypeReadAsTheDefault)
+{
+    defaults.values["hud.scale"] = "1.5";
+    defaults.values["hud.margin"] = true;
+    defaults.values["sounds"] = 0.0;
+    defaults.values["language"] = 1.0;
+    defaults.values["recordMode"] = true;
+    EXPECT_EQ(preferences.hudScale(), 1.0);
+    EXPECT_EQ(preferences.hudMargin(), 56.0);
+    EXPECT_TRUE(preferences.sounds());
+    EXPECT_EQ(preferences.language(), "en-US");
+    EXPECT_EQ(preferences.recordMode(), RecordMode::hold);
+    defaults.values["hud.scale"] = 1.3;
+    defaults.values["sounds"] = false;
+    EXPECT_EQ(preferences.hudScale(), 1.3);
+    EXPECT_FALSE(preferences.sounds());
+}
+
+TEST_F(PreferencesTest, aHotkeyThatDoesNotDecodeReadsAsTheRightOptionKey)
+{
+    storeHotkey("not JSON");
+    EXPECT_EQ(preferences.hotkey(), (Hotkey{61, 0, true}));
+    defaults.values["hotkey.v2"] = R"({"keyCode":49,"modifiers":524288,"modifierOnly":false})";
+    EXPECT_EQ(preferences.hotkey(), (Hotkey{61, 0, true})); // a string is not binary data
+    storeHotkey(R"({"keyCode":49,"modifiers":524288,"modifierOnly":false})");
+    EXPECT_EQ(preferences.hotkey(), (Hotkey{49, 0x80000, false}));
+}
+
+TEST_F(PreferencesTest, aStoredHotkeyReadsBack)
+{
+    const Hotkey chosen{96, 0, false};
+    preferences.setHotkey(chosen);
+    EXPECT_EQ(preferences.hotkey(), chosen);
+    EXPECT_TRUE(std::holds_alternative<Bytes>(defaults.values.at("hotkey.v2")));
+}
+
+TEST_F(PreferencesTest, theDefaultLanguageIsTheFirstOfTheLocale)
+{
+    for (const auto& [code, identifier] : std::map<std::string, std::string>{
+             {"de", "de-DE"}, {"ja", "en-US"}, {"en", "en-US"}, {"pt", "pt-PT"}, {"", "fr-FR"}}) {
+        locale.code = code;
+        EXPECT_EQ(preferences.defaultLanguage(), identifier) << code;
+    }
+    defaults.values["language"] = "xx-YY";
+    EXPECT_EQ(preferences.language(), "xx-YY");
+}
+
+} // namespace
+} // namespace vorlin

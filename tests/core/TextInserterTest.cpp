@@ -1,0 +1,290 @@
+#include "TextInserter.h"
+#include "fakes/FakeDesktop.h"
+#include "fakes/FakePasteboard.h"
+#include "simulation/SimulatedLoop.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <vector>
+
+namespace vorlin {
+namespace {
+
+using namespace std::chrono_literals;
+using namespace eventFlags;
+
+class TextInserterTest : public testing::Test {
+protected:
+    SimulatedLoop loop;
+    FakePasteboard pasteboard;
+    FakeKeyPoster keys;
+    FakeFocusedProgram focus;
+    std::unique_ptr<TextInserter> inserter =
+        std::make_unique<TextInserter>(loop, pasteboard, keys, focus);
+    /// What the focused program has pasted.
+    std::vector<std::string> pasted;
+
+    /// The focused program pastes `delay` after the chord; never when negative.
+    void programReadsAfter(std::chrono::milliseconds delay)
+    {
+        keys.onPost = [this, delay](const PostedKey& key) {
+            if (key.keyDown && delay >= 0ms) {
+                loop.postAfter(delay, [this, source = focus.chord.source] {
+                    pasted.push_back(pasteboard.read(source));
+                });
+            }
+        };
+    }
+    void insert(const std::string& text)
+    {
+        inserter->insert(text);
+        loop.runReady();
+    }
+    std::string board() { return pasteboard.string(); }
+};
+
+TEST_F(TextInserterTest, pastesWithTheChordOfTheFocusedProgram)
+{
+    insert("hello");
+    EXPECT_EQ(board(), "hello");
+    EXPECT_EQ(keys.posted,
+              (std::vector<PostedKey>{{9, true, maskCommand}, {9, false, maskCommand}}));
+    focus.chord = {keyCodes::insert, maskShift, PasteSource::primarySelection};
+    insert("world");
+    EXPECT_EQ(pasteboard.string(PasteSource::primarySelection), "world");
+    EXPECT_EQ(keys.posted.back(), (PostedKey{keyCodes::insert, false, maskShift}));
+}
+
+TEST_F(TextInserterTest, theOldContentsComeBackHalfASecondAfterThePaste)
+{
+    const PasteboardSnapshot old = {{{"text/html", {1, 0, 2}}, {"text", {'o'}}},
+                                    {{"image/png", {3}}}};
+    pasteboard.copy(old);
+    programReadsAfter(30ms);
+    insert("hello");
+    loop.advance(499ms);
+    EXPECT_EQ(board(), "hello");
+    loop.advance(1ms);
+    EXPECT_EQ(pasteboard.boards[PasteSource::clipboard].items, old);
+    EXPECT_EQ(pasted, (std::vector<std::string>{"hello"}));
+}
+
+TEST_F(TextInserterTest, anEmptyPasteboardIsEmptyAgain)
+{
+    programReadsAfter(30ms);
+    insert("hello");
+    loop.advance(500ms);
+    EXPECT_TRUE(pasteboard.boards[PasteSource::clipboard].items.empty());
+}
+
+TEST_F(TextInserterTest, anEmptyTextIsPastedLikeAnyOther)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    insert("");
+    EXPECT_EQ(board(), "");
+    EXPECT_EQ(keys.posted.size(), 2U);
+}
+
+TEST_F(TextInserterTest, aSlowProgramStillGetsTheText)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    programReadsAfter(1s);
+    insert("hello");
+    loop.advance(990ms);
+    EXPECT_EQ(board(), "hello");
+    loop.advance(50ms);
+    EXPECT_EQ(pasted, (std::vector<std::string>{"hello"}));
+    EXPECT_EQ(board(), "old");
+}
+
+TEST_F(TextInserterTest, theRestoreWaitsThreeSecondsAtMost)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    insert("hello");
+    loop.advance(2980ms);
+    EXPECT_EQ(board(), "hello");
+    loop.advance(20ms);
+    EXPECT_EQ(board(), "old");
+}
+
+TEST_F(TextInserterTest, aCopyOfAnotherProgramStays)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    programReadsAfter(30ms);
+    insert("hello");
+    loop.advance(100ms);
+    pasteboard.copy(FakePasteboard::text("copied meanwhile"));
+    loop.advance(10s);
+    EXPECT_EQ(board(), "copied meanwhile");
+}
+
+TEST_F(TextInserterTest, anInsertionTakesOverAPendingRestore)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    programReadsAfter(10ms);
+    insert("one");
+    loop.advance(300ms);
+    insert("two");
+    EXPECT_EQ(board(), "two");
+    EXPECT_EQ(pasteboard.snapshots, 1);
+    loop.advance(300ms);
+    EXPECT_EQ(board(), "two"); // the restore of the first text is off
+    loop.advance(200ms);
+    EXPECT_EQ(board(), "old");
+    EXPECT_EQ(pasted, (std::vector<std::string>{"one", "two"}));
+}
+
+TEST_F(TextInserterTest, anInsertionAfterAForeignCopyKeepsThatCopy)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    programReadsAfter(10ms);
+    insert("one");
+    loop.advance(300ms);
+    pasteboard.copy(FakePasteboard::text("copied meanwhile"));
+    insert("two");
+    loop.advance(5s);
+    EXPECT_EQ(board(), "copied meanwhile");
+    EXPECT_EQ(pasted, (std::vector<std::string>{"one", "two"}));
+}
+
+TEST_F(TextInserterTest, theNextTextWaitsUntilTheOneBeforeWasRead)
+{
+    programReadsAfter(1s);
+    insert("one");
+    insert("two");
+    EXPECT_EQ(keys.posted.size(), 2U);
+    loop.advance(5s);
+    EXPECT_EQ(pasted, (std::vector<std::string>{"one", "two"}));
+}
+
+TEST_F(TextInserterTest, aProgramThatNeverReadsHoldsUpTheNextTextForThreeSecondsAtMost)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    insert("one");
+    insert("two");
+    loop.advance(3020ms);
+    EXPECT_EQ(keys.posted.size(), 4U);
+    loop.advance(4s);
+    EXPECT_EQ(board(), "old");
+}
+
+TEST_F(TextInserterTest, theContentsAreReadAheadSoThatInsertingCostsNothing)
+{
+    pasteboard.snapshotsCompleteAtOnce = false;
+    pasteboard.copy(FakePasteboard::text("old"));
+    inserter->anticipate();
+    loop.runReady();
+    pasteboard.completeSnapshot();
+    loop.advance(1s);
+    EXPECT_EQ(pasteboard.snapshots, 1);
+    insert("hello");
+    EXPECT_EQ(keys.posted.size(), 2U); // although no further snapshot would complete
+    EXPECT_EQ(pasteboard.snapshots, 1);
+    pasteboard.read();
+    loop.advance(500ms);
+    EXPECT_EQ(board(), "old");
+}
+
+TEST_F(TextInserterTest, contentsThatChangeWhileSpeakingAreReadAgain)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    inserter->anticipate();
+    loop.advance(1s);
+    pasteboard.copy(FakePasteboard::text("newer"));
+    loop.advance(200ms);
+    EXPECT_EQ(pasteboard.snapshots, 2);
+    insert("hello");
+    EXPECT_EQ(pasteboard.snapshots, 2);
+    pasteboard.read();
+    loop.advance(500ms);
+    EXPECT_EQ(board(), "newer");
+}
+
+TEST_F(TextInserterTest, contentsThatChangeAtTheLastMomentAreReadBeforeTheyAreReplaced)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    inserter->anticipate();
+    loop.advance(1s);
+    pasteboard.copy(FakePasteboard::text("newest"));
+    insert("hello");
+    pasteboard.read();
+    loop.advance(500ms);
+    EXPECT_EQ(board(), "newest");
+}
+
+TEST_F(TextInserterTest, dismissingEndsTheReadingAhead)
+{
+    inserter->anticipate();
+    loop.advance(1s);
+    inserter->dismiss();
+    const int before = pasteboard.snapshots;
+    pasteboard.copy(FakePasteboard::text("copied later"));
+    loop.advance(10s);
+    EXPECT_EQ(pasteboard.snapshots, before);
+}
+
+TEST_F(TextInserterTest, theTextOfADictationBeforeIsNotTakenForOldContents)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    insert("one"); // nobody reads it for now
+    inserter->anticipate();
+    loop.advance(2s);
+    pasteboard.read();
+    insert("two");
+    pasteboard.read();
+    loop.advance(5s);
+    EXPECT_EQ(board(), "old");
+}
+
+TEST_F(TextInserterTest, selectionAndClipboardAreRestoredEachOnItsOwn)
+{
+    pasteboard.copy(FakePasteboard::text("copied"));
+    pasteboard.copy(FakePasteboard::text("selected"), PasteSource::primarySelection);
+    programReadsAfter(10ms);
+    insert("one");
+    focus.chord.source = PasteSource::primarySelection;
+    insert("two");
+    EXPECT_EQ(board(), "one");
+    loop.advance(1s);
+    EXPECT_EQ(board(), "copied");
+    EXPECT_EQ(pasteboard.string(PasteSource::primarySelection), "selected");
+}
+
+TEST_F(TextInserterTest, onItsEndWhatIsPendingIsPutBackAtOnce)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    programReadsAfter(10ms);
+    insert("hello");
+    loop.advance(100ms);
+    inserter.reset();
+    EXPECT_EQ(board(), "old");
+    loop.advance(10s);
+    EXPECT_EQ(board(), "old");
+}
+
+TEST_F(TextInserterTest, whereUseIsNotToldEachInsertionRestoresItsOwnSnapshot)
+{
+    pasteboard.tracked = false;
+    pasteboard.copy(FakePasteboard::text("old"));
+    insert("one");
+    loop.advance(300ms);
+    insert("two");
+    loop.advance(200ms);
+    EXPECT_EQ(board(), "old");
+    loop.advance(300ms);
+    EXPECT_EQ(board(), "one");
+}
+
+TEST_F(TextInserterTest, whereUseIsNotToldAForeignCopyIsOverwritten)
+{
+    pasteboard.tracked = false;
+    pasteboard.copy(FakePasteboard::text("old"));
+    insert("one");
+    pasteboard.copy(FakePasteboard::text("copied meanwhile"));
+    loop.advance(500ms);
+    EXPECT_EQ(board(), "old");
+}
+
+} // namespace
+} // namespace vorlin

@@ -1,0 +1,36 @@
+"""What every desktop test starts from: a desktop of its own and the unchanged program in it."""
+
+import pathlib
+
+import pytest
+
+from program import Program
+from virtual_desktop import VirtualDesktop
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+
+
+def pytest_addoption(parser):
+    parser.addoption("--program", default=ROOT / "build" / "release" / "src/App/Linux/vorlin",
+                     type=pathlib.Path, help="the program under test")
+
+
+@pytest.fixture(name="artefacts")
+def _artefacts(request):
+    return ROOT / "build" / "artefacts" / request.node.name
+
+
+@pytest.fixture(name="desktop")
+def _desktop(artefacts):
+    """A desktop; when the test fails, a picture of how it ended is among its artefacts."""
+    with VirtualDesktop(artefacts=artefacts) as desktop:
+        yield desktop
+        if desktop.x is not None:
+            desktop.screenshot("end")
+
+
+@pytest.fixture(name="launch")
+def _launch(desktop, request):
+    """Starts the program in the desktop, with settings if given."""
+    binary = request.config.getoption("--program")
+    return lambda **settings: Program(desktop, binary, **settings)

@@ -1,0 +1,94 @@
+#pragma once
+
+#include "Hotkey.h"
+#include "Ports/Defaults.h"
+#include "Ports/FocusedProgram.h"
+#include "Ports/KeyPoster.h"
+#include "Ports/Locale.h"
+#include "Ports/Permissions.h"
+#include "Ports/Sounds.h"
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace vorlin {
+
+/// A key event that was posted.
+struct PostedKey {
+    std::uint16_t keyCode = 0;
+    bool keyDown = false;
+    std::uint64_t flags = 0;
+
+    bool operator==(const PostedKey&) const = default;
+};
+
+class FakeKeyPoster final : public KeyPoster {
+public:
+    std::vector<PostedKey> posted;
+    /// Called on each event, as the focused program would see it.
+    std::function<void(const PostedKey&)> onPost = [](const PostedKey&) {};
+
+    void post(std::uint16_t keyCode, bool keyDown, std::uint64_t flags) override
+    {
+        posted.push_back({keyCode, keyDown, flags});
+        onPost(posted.back());
+    }
+};
+
+class FakeFocusedProgram final : public FocusedProgram {
+public:
+    PasteChord chord{keyCodes::v, eventFlags::maskCommand, PasteSource::clipboard};
+    PasteChord pasteChord() override { return chord; }
+};
+
+class FakeDefaults final : public Defaults {
+public:
+    std::map<std::string, DefaultsValue> values;
+
+    std::optional<DefaultsValue> value(const std::string& key) const override
+    {
+        const auto found = values.find(key);
+        return found == values.end() ? std::nullopt : std::optional(found->second);
+    }
+    void set(const std::string& key, std::optional<DefaultsValue> value) override
+    {
+        if (value) {
+            values[key] = std::move(*value);
+        } else {
+            values.erase(key);
+        }
+    }
+    std::shared_ptr<const void> observe(std::function<void(const std::string&)>) override
+    {
+        return nullptr;
+    }
+};
+
+class FakePermissions final : public Permissions {
+public:
+    bool trusted = true;
+    bool microphone = true;
+    int trustPrompts = 0;
+    int microphoneRequests = 0;
+
+    bool isTrusted() const override { return trusted; }
+    bool microphoneGranted() const override { return microphone; }
+    void promptForTrust() override { ++trustPrompts; }
+    void requestMicrophone() override { ++microphoneRequests; }
+};
+
+class FakeSounds final : public Sounds {
+public:
+    std::vector<std::string> played;
+    void play(const std::string& name) override { played.push_back(name); }
+};
+
+class FakeLocale final : public Locale {
+public:
+    std::string code = "en";
+    std::string languageCode() const override { return code; }
+};
+
+} // namespace vorlin

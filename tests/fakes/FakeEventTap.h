@@ -1,0 +1,59 @@
+#pragma once
+
+#include "Ports/EventTap.h"
+
+#include <utility>
+
+namespace vorlin {
+
+/// A keyboard that the test plays.
+class FakeEventTap final : public EventTap {
+public:
+    bool allowed = true;
+    Handler handler;
+    KeyInterest interest;
+    int starts = 0;
+    int enables = 0;
+    int interestChanges = 0;
+
+    bool start(Handler newHandler) override
+    {
+        ++starts;
+        if (allowed) {
+            handler = std::move(newHandler);
+        }
+        return allowed;
+    }
+    void stop() override { handler = nullptr; }
+    void enable() override { ++enables; }
+    void setInterest(const KeyInterest& wanted) override
+    {
+        ++interestChanges;
+        interest = wanted;
+    }
+
+    bool isRunning() const { return static_cast<bool>(handler); }
+
+    /// Whether the event was swallowed.
+    bool send(KeyEventType type, const KeyEvent& event) const
+    {
+        return handler && handler(type, event);
+    }
+    bool keyDown(std::uint16_t keyCode, std::uint64_t flags = 0, bool autorepeat = false) const
+    {
+        return send(KeyEventType::keyDown, {keyCode, flags, autorepeat});
+    }
+    bool keyUp(std::uint16_t keyCode, std::uint64_t flags = 0) const
+    {
+        return send(KeyEventType::keyUp, {keyCode, flags, false});
+    }
+    bool flagsChanged(std::uint16_t keyCode, std::uint64_t flags) const
+    {
+        return send(KeyEventType::flagsChanged, {keyCode, flags, false});
+    }
+    /// The default hotkey, the right Option key.
+    void pressOption() const { flagsChanged(keyCodes::rightOption, eventFlags::maskAlternate); }
+    void releaseOption() const { flagsChanged(keyCodes::rightOption, 0); }
+};
+
+} // namespace vorlin

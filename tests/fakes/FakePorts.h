@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Ports/Ports.h"
+#include "fakes/FakeAudioConverters.h"
+#include "fakes/FakeAudioInput.h"
+#include "fakes/FakeDesktop.h"
+#include "fakes/FakeEventTap.h"
+#include "fakes/FakePasteboard.h"
+#include "fakes/FakeSpeechAnalyzers.h"
+#include "simulation/SimulatedLoop.h"
+
+namespace vorlin {
+
+/// A whole desktop that the test plays, on virtual time.
+struct FakePorts {
+    explicit FakePorts(std::uint64_t seed = 0) : loop(seed) {}
+
+    SimulatedLoop loop;
+    FakeAudioInput microphone;
+    FakeAudioConverters converters;
+    FakeSpeechAnalyzers analyzers;
+    FakeEventTap tap;
+    FakeKeyPoster keys;
+    FakeFocusedProgram focus;
+    FakePasteboard pasteboard;
+    FakeDefaults defaults;
+    FakePermissions permissions;
+    FakeSounds sounds;
+    FakeLocale locale;
+
+    Ports ports()
+    {
+        return {loop,  microphone, converters, analyzers,   tap,    keys,
+                focus, pasteboard, defaults,   permissions, sounds, locale};
+    }
+};
+
+} // namespace vorlin

@@ -1,0 +1,129 @@
+#pragma once
+
+#include "Ports/SpeechAnalyzer.h"
+
+#include <optional>
+#include <set>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+namespace vorlin {
+
+/// A recogniser that the test plays.
+class FakeSpeechAnalyzers final : public SpeechAnalyzers {
+public:
+    /// One analysis, as the test sees it; outlives the analyser.
+    struct Stream {
+        std::string locale;
+        OnResult onResult;
+        std::vector<std::uint32_t> inputFrames;
+        bool finishing = false;
+        bool cancelled = false;
+        std::optional<Completer<Done>> finish;
+    };
+
+    std::set<std::string> locales = {"en-US"};
+    std::optional<AudioFormat> format = AudioFormat{SampleType::int16, 16000, 1, false};
+    bool assetsInstalled = true;
+    std::string assetFailure;
+    bool finishesAtOnce = true;
+    /// Said, as final text, when a stream is finished.
+    std::string spoken;
+    std::string finishFailure;
+    std::vector<std::shared_ptr<Stream>> streams;
+    int installations = 0;
+
+    std::optional<std::string> supportedLocale(const std::string& equivalentTo) override
+    {
+        if (locales.contains(equivalentTo)) {
+            return equivalentTo;
+        }
+        return std::nullopt;
+    }
+
+    Completion<Done> installAssets(const std::string&) override
+    {
+        Completion<Done> installed;
+        const auto completer = installed.completer();
+        ++installations;
+        if (!assetFailure.empty()) {
+            completer.failWith(assetFailure);
+        } else if (assetsInstalled) {
+            completer.complete({});
+        } else {
+            installing = completer;
+        }
+        return installed;
+    }
+
+    void completeInstallation()
+    {
+        if (const auto completer = std::exchange(installing, std::nullopt)) {
+            completer->complete({});
+        }
+    }
+
+    std::optional<AudioFormat> bestAudioFormat(const std::string&) override { return format; }
+
+    std::unique_ptr<SpeechAnalyzer> start(const std::string& locale, OnResult onResult) override
+    {
+        auto stream = std::make_shared<Stream>();
+        stream->locale = locale;
+        stream->onResult = std::move(onResult);
+        streams.push_back(stream);
+        return std::make_unique<Analyzer>(*this, stream);
+    }
+
+    void finish(Stream& stream) const
+    {
+        if (stream.cancelled || !stream.finish) {
+            return;
+        }
+        if (!spoken.empty()) {
+            stream.onResult(spoken, true);
+        }
+        const auto completer = *std::exchange(stream.finish, std::nullopt);
+        if (finishFailure.empty()) {
+            completer.complete({});
+        } else {
+            completer.failWith(finishFailure);
+        }
+    }
+
+private:
+    class Analyzer final : public SpeechAnalyzer {
+    public:
+        Analyzer(FakeSpeechAnalyzers& owner, std::shared_ptr<Stream> stream)
+            : owner(owner), stream(std::move(stream))
+        {
+        }
+        void input(std::shared_ptr<const PCMBuffer> buffer) override
+        {
+            stream->inputFrames.push_back(buffer->frameLength());
+        }
+        Completion<Done> finalizeAndFinishThroughEndOfInput() override
+        {
+            Completion<Done> finished;
+            stream->finishing = true;
+            stream->finish = finished.completer();
+            if (owner.finishesAtOnce) {
+                owner.finish(*stream);
+            }
+            return finished;
+        }
+        void cancelAndFinishNow() override
+        {
+            stream->cancelled = true;
+            stream->finish.reset();
+        }
+
+    private:
+        FakeSpeechAnalyzers& owner;
+        std::shared_ptr<Stream> stream;
+    };
+
+    std::optional<Completer<Done>> installing;
+};
+
+} // namespace vorlin

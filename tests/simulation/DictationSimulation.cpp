@@ -1,0 +1,209 @@
+#include "AppModel.h"
+#include "fakes/FakePorts.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <deque>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace vorlin {
+namespace {
+
+using namespace std::chrono_literals;
+using Phase = Dictation::Phase;
+
+/// One person at one desktop: random keys, speech, faults and time, all out of one seed.
+class Person {
+public:
+    explicit Person(std::uint64_t seed) : random(seed), desktop(seed)
+    {
+        desktop.permissions.trusted = chance(90);
+        desktop.pasteboard.copy(FakePasteboard::text("copied 0"));
+        desktop.keys.onPost = [this](const PostedKey& key) { programSees(key); };
+        model = std::make_unique<AppModel>(desktop.ports());
+        const auto onFinished = model->dictation.onFinished;
+        model->dictation.onFinished = [this, onFinished](const std::string& text) {
+            ++finished;
+            if (!text.empty()) {
+                expected.push_back(text);
+            }
+            onFinished(text);
+        };
+        const auto onCancelled = model->dictation.onCancelled;
+        model->dictation.onCancelled = [this, onCancelled] {
+            ++cancelled;
+            onCancelled();
+        };
+        watch = model->dictation.phase.observe([this](Phase phase) {
+            started += phase == Phase::preparing ? 1 : 0;
+            EXPECT_EQ(desktop.tap.interest.escape, phase != Phase::idle && desktop.tap.isRunning())
+                << "Escape is grabbed exactly while a dictation runs";
+        });
+    }
+
+    void act()
+    {
+        switch (below(12)) {
+        case 0:
+        case 1:
+        case 2: held ? release() : press(); break;
+        case 3: escape(); break;
+        case 4: speak(); break;
+        case 5: copySomething(); break;
+        case 6: setFaults(); break;
+        case 7: completeWhatWaits(); break;
+        case 8: desktop.defaults.values["recordMode"] = chance(50) ? "hold" : "toggle"; break;
+        case 9: desktop.permissions.trusted = chance(90); break;
+        default: desktop.loop.advance(std::chrono::milliseconds(below(1200))); break;
+        }
+        if (chance(50)) {
+            desktop.loop.runReady();
+        }
+        check();
+    }
+
+    /// Lets everything come to rest and looks at what remains.
+    void rest()
+    {
+        desktop.permissions.trusted = true;
+        desktop.loop.advance(2s);
+        desktop.defaults.values["recordMode"] = "hold";
+        desktop.analyzers.finishesAtOnce = true;
+        desktop.analyzers.assetsInstalled = true;
+        desktop.microphone.completesAtOnce = true;
+        for (int i = 0; i < 8 && model->dictation.phase.get() != Phase::idle; ++i) {
+            completeWhatWaits();
+            desktop.tap.pressOption();
+            desktop.loop.advance(10ms);
+            desktop.tap.releaseOption();
+            desktop.loop.advance(10s);
+        }
+        desktop.loop.advance(60s);
+        EXPECT_EQ(model->dictation.phase.get(), Phase::idle);
+        EXPECT_FALSE(desktop.microphone.isCapturing());
+        EXPECT_EQ(started, finished + cancelled) << "one end for every dictation";
+        EXPECT_EQ(pasted, expected) << "every text is pasted once, in order";
+        EXPECT_EQ(desktop.pasteboard.string(), lastCopy) << "the person's copy is back";
+        EXPECT_EQ(desktop.keys.posted.size() % 2, 0U);
+    }
+
+private:
+    std::uint64_t below(std::uint64_t bound) { return random() % bound; }
+    bool chance(std::uint64_t percent) { return below(100) < percent; }
+
+    void press()
+    {
+        held = true;
+        desktop.tap.pressOption();
+    }
+    void release()
+    {
+        held = false;
+        desktop.tap.releaseOption();
+    }
+    void escape()
+    {
+        const bool running = model->dictation.phase.get() != Phase::idle;
+        const bool watched = desktop.tap.isRunning();
+        EXPECT_EQ(desktop.tap.keyDown(keyCodes::escape), running && watched);
+    }
+    void speak()
+    {
+        const auto buffers = below(50);
+        for (std::uint64_t i = 0; i < buffers; ++i) {
+            desktop.microphone.deliver(chance(50) ? 0.0F : 0.1F);
+        }
+        if (!desktop.analyzers.streams.empty() && desktop.microphone.isCapturing()) {
+            auto& stream = *desktop.analyzers.streams.back();
+            if (!stream.cancelled && !stream.finishing) {
+                stream.onResult("utterance " + std::to_string(++utterances), chance(70));
+            }
+        }
+    }
+    /// Not between a paste and its reading: then the copy would rightly be what is pasted.
+    void copySomething()
+    {
+        if (pasting > 0) {
+            return;
+        }
+        lastCopy = "copied " + std::to_string(++copies);
+        desktop.pasteboard.copy(FakePasteboard::text(lastCopy));
+    }
+    void setFaults()
+    {
+        desktop.microphone.startFailure = chance(20) ? "No microphone was found." : "";
+        desktop.analyzers.finishFailure = chance(20) ? "The recogniser failed." : "";
+        desktop.analyzers.finishesAtOnce = chance(70);
+        desktop.analyzers.assetsInstalled = chance(80);
+        desktop.microphone.completesAtOnce = desktop.microphone.idle() ? chance(70) : true;
+        if (chance(20)) {
+            desktop.microphone.fail("The microphone was disconnected.");
+        }
+    }
+    void completeWhatWaits()
+    {
+        desktop.loop.runReady();
+        desktop.analyzers.completeInstallation();
+        desktop.loop.runReady();
+        desktop.microphone.completeWhatWaits();
+        for (const auto& stream : desktop.analyzers.streams) {
+            desktop.analyzers.finish(*stream);
+        }
+    }
+    /// The focused program pastes up to 2 s after the chord; it reads the same text only once.
+    void programSees(const PostedKey& key)
+    {
+        if (key.keyDown) {
+            ++pasting;
+            desktop.loop.postAfter(std::chrono::milliseconds(below(2000)), [this] {
+                --pasting;
+                pasted.push_back(desktop.pasteboard.read());
+            });
+        }
+    }
+    void check()
+    {
+        const auto phase = model->dictation.phase.get();
+        if (phase == Phase::idle) {
+            EXPECT_FALSE(desktop.microphone.isCapturing()) << "no recording while idle";
+        }
+        EXPECT_EQ(model->dictation.levels.get().size(), 28U);
+    }
+
+    std::mt19937_64 random;
+    FakePorts desktop;
+    std::unique_ptr<AppModel> model;
+    Subscription watch;
+    bool held = false;
+    int started = 0;
+    int finished = 0;
+    int cancelled = 0;
+    int utterances = 0;
+    int copies = 0;
+    int pasting = 0;
+    std::string lastCopy = "copied 0";
+    std::vector<std::string> expected;
+    std::vector<std::string> pasted;
+};
+
+TEST(DictationSimulation, everyDictationEndsOnceAndEveryTextArrivesInOrder)
+{
+    for (std::uint64_t seed = 1; seed <= 400; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        Person person(seed);
+        for (int step = 0; step < 300; ++step) {
+            person.act();
+        }
+        person.rest();
+        if (testing::Test::HasFailure()) {
+            return; // the seed above replays it
+        }
+    }
+}
+
+} // namespace
+} // namespace vorlin

@@ -1,0 +1,158 @@
+"""Each rule of tidy.py catches a bad example and lets its good neighbour pass."""
+
+import pathlib
+import sys
+import tempfile
+import unittest
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
+
+import tidy  # pylint: disable=wrong-import-position
+
+
+class RuleTest(unittest.TestCase):
+    """Rules on made-up trees."""
+
+    def found(self, rule, files):
+        """What a rule finds in a tree of these files: FILE:LINE each."""
+        with tempfile.TemporaryDirectory() as folder:
+            for name, text in files.items():
+                path = pathlib.Path(folder, name)
+                path.parent.mkdir(parents=True, exist_ok=True)
+                path.write_text(text, encoding="utf-8")
+            return [f"{finding.path}:{finding.line}" for finding in rule(tidy.Tree(folder))]
+
+    def assert_catches(self, rule, path, bad, good=""):
+        """The bad text is caught in its last line, the good one passes."""
+        line = len(bad.rstrip("\n").split("\n"))
+        self.assertEqual(self.found(rule, {path: bad}), [f"{path}:{line}"])
+        self.assertEqual(self.found(rule, {path: good}), [])
+
+    def test_core_includes_no_system_header(self):
+        for header in ("unistd.h", "QObject", "sys/stat.h", "stdint.h", "X11/Xlib.h"):
+            self.assert_catches(tidy.includes_on_the_wrong_floor, "src/Audio/A.h",
+                                f"#pragma once\n#include <{header}>\n",
+                                "#include <vector>\n#include <nlohmann/json.hpp>\n"
+                                "#include <fmt/core.h>\n#include <utf8proc.h>\n")
+
+    def test_core_includes_nothing_from_above(self):
+        for header in ("Platform/Shared/QtMainLoop.h", "UI/View.h", "App/Main.h", "MIL/Model.h"):
+            for path in ("src/Dictation.cpp", "src/Async/Task.h"):
+                self.assert_catches(tidy.includes_on_the_wrong_floor, path,
+                                    f'#include "{header}"\n',
+                                    '#include "Async/Task.h"\n#include "Hotkey.h"\n')
+
+    def test_the_tensor_engine_knows_nothing_of_us(self):
+        for header in ('"Async/Task.h"', '"Hotkey.cpp/x.h"', "<nlohmann/json.hpp>", "<QFile>"):
+            self.assert_catches(tidy.includes_on_the_wrong_floor, "src/MIL/Graph/A.cpp",
+                                f"#include {header}\n",
+                                '#include "MIL/Model.h"\n#include <span>\n#include <hwy/base.h>\n')
+
+    def test_adapters_include_neither_program_nor_views(self):
+        for header in ("App/Linux/Main.h", "UI/Overlay.h"):
+            for path in ("src/Platform/Linux/A/A.cpp", "src/Platform/macOS/A.mm",
+                         "src/Platform/Shared/A.cpp"):
+                self.assert_catches(tidy.includes_on_the_wrong_floor, path,
+                                    f'#include "{header}"\n', '#include "Ports/MainLoop.h"\n')
+
+    def test_one_desktop_includes_nothing_of_the_other(self):
+        self.assert_catches(tidy.includes_on_the_wrong_floor, "src/Platform/Linux/A/A.cpp",
+                            '#include "Platform/macOS/B.h"\n', '#include "Platform/Shared/B.h"\n')
+        self.assert_catches(tidy.includes_on_the_wrong_floor, "src/Platform/Shared/A.cpp",
+                            '#include "Platform/Linux/B/B.h"\n', "#include <QObject>\n")
+
+    def test_views_reach_adapters_through_the_core_only(self):
+        self.assert_catches(tidy.includes_on_the_wrong_floor, "src/UI/A.cpp",
+                            '#include "Platform/Linux/B/B.h"\n', '#include "AppModel.h"\n')
+
+    def test_tests_of_the_core_need_no_desktop(self):
+        for header in ("<QObject>", '"Platform/Shared/QtMainLoop.h"', "<thread.h>"):
+            self.assert_catches(tidy.includes_on_the_wrong_floor, "tests/core/ATest.cpp",
+                                f"#include {header}\n",
+                                '#include "fakes/A.h"\n#include <gtest/gtest.h>\n#include <map>\n')
+
+    def test_headers_are_included_by_their_path_from_src(self):
+        self.assert_catches(tidy.includes_on_the_wrong_floor, "src/Platform/Linux/A/A.cpp",
+                            '#include "../B/B.h"\n', '#include "Platform/Linux/B/B.h"\n')
+
+    def test_only_adapters_ask_for_the_system(self):
+        for condition in ("#ifdef __linux__", "#if defined(__APPLE__)", "# elif defined(Q_OS_WIN)",
+                          "#ifndef _WIN32"):
+            self.assert_catches(tidy.platform_conditions, "src/App/Main.cpp", f"{condition}\n",
+                                "#if __has_include(<format>)\n#endif\n")
+        self.assertEqual(self.found(tidy.platform_conditions, {
+            "src/Platform/Shared/A.cpp": "#ifdef __linux__\n",
+            "tests/Platform/Shared/A.cpp": "#ifdef __linux__\n"}), [])
+
+    def test_every_source_file_is_listed(self):
+        files = {
+            "src/CMakeLists.txt": "add_library(a STATIC\n  A.cpp Deep/B.cpp) # C.cpp\n",
+            "tests/x/CMakeLists.txt": "add_executable(t ${PROJECT_SOURCE_DIR}/tests/D.cpp\n"
+                                      "  ${CMAKE_CURRENT_SOURCE_DIR}/../E.cpp)\n",
+        }
+        for name in ("src/A.cpp", "src/Deep/B.cpp", "tests/D.cpp", "tests/E.cpp", "src/A.h"):
+            files[name] = ""
+        self.assertEqual(self.found(tidy.unlisted_files, files), [])
+        for name in ("src/C.cpp", "src/Deep/A.cpp", "tests/x/D.cpp", "bench/F.cpp", "src/G.mm"):
+            self.assertEqual(self.found(tidy.unlisted_files, {**files, name: ""}), [f"{name}:1"])
+
+    def test_the_table_of_behaviours_names_what_exists(self):
+        head = "# Title\n\n| Behaviour | File | Test |\n|---|---|---|\n"
+        files = {"src/A.cpp": "", "tests/ATest.cpp": ""}
+        document = "docs/ARCHITECTURE.md"
+
+        def lines(row):
+            return self.found(tidy.architecture_paths, {**files, document: head + row})
+
+        self.assertEqual(lines("| it works | `src/A.cpp` | `tests/ATest.cpp` |\n"), [])
+        self.assertEqual(lines("| it works | `src/A.cpp` | `tests/A*` |\n\n`no/path`\n"), [])
+        self.assertEqual(lines("| it works | `src/B.cpp` | `tests/ATest.cpp` |\n"),
+                         [f"{document}:5"])
+        self.assertEqual(lines("| it works | `src/A.cpp` | |\n"), [f"{document}:5"])
+        self.assertEqual(lines(""), [f"{document}:1"])
+        self.assertEqual(self.found(tidy.architecture_paths, files), [f"{document}:1"])
+
+    def test_a_reminder_has_a_reason(self):
+        for marker in ("TO" "DO", "FIX" "ME", "XX" "X"):
+            for text in (marker, f"{marker}:", f"{marker}: later", f"{marker} do this some day"):
+                self.assert_catches(tidy.markers_without_reason, "src/A.cpp", f"\n// {text}\n",
+                                    f"// {marker}: Qt 6.5 has a signal for it\n// {marker}S\n")
+
+    def test_lines_fit_a_hundred_columns(self):
+        for path in ("src/A.cpp", "tests/a.py", "CMakeLists.txt", "scripts/run-tests"):
+            self.assert_catches(tidy.long_lines, path, "\n" + "ä" * 101 + "\n", "ä" * 100 + "\n")
+        self.assertEqual(self.found(tidy.long_lines, {"docs/A.md": "a" * 200}), [])
+        self.assertEqual(self.found(tidy.long_lines, {"src/A.cpp": "e\u0301" * 100}), [])
+
+    def test_no_path_of_one_machine(self):
+        for folder in ("home/ada", "Users/ada", "root/x", "work/x"):
+            self.assert_catches(tidy.machine_paths, "docs/A.md", "\n`/" + folder + "/a`\n",
+                                "`/usr/share/x` and `~/" + folder + "` and `src/" + folder + "`\n")
+
+    def test_functions_fit_a_screen(self):
+        def function(length):
+            return ("namespace x\n{\n\nint f(int a,\n      int b)\n{\n"
+                    + "    a();\n" * (length - 2) + "}\n\n} // namespace x\n")
+
+        self.assertEqual(self.found(tidy.long_functions, {"src/A.cpp": function(70)}), [])
+        self.assertEqual(self.found(tidy.long_functions, {"src/A.cpp": function(71)}),
+                         ["src/A.cpp:6"])
+        member = "class A\n{\n    void f() const\n    {\n" + "        a();\n" * 69 + "    }\n};\n"
+        self.assertEqual(self.found(tidy.long_functions, {"src/A.h": member}), ["src/A.h:4"])
+        long_class = "class A : public B\n{\n" + "    void f();\n" * 200 + "};\n"
+        self.assertEqual(self.found(tidy.long_functions, {"src/A.h": long_class}), [])
+
+    def test_layout_is_that_of_the_formatter(self):
+        style = {".clang-format": "BasedOnStyle: LLVM\n"}
+        self.assertEqual(self.found(tidy.unformatted, {**style, "src/A.cpp": "int a;\n"}), [])
+        self.assertEqual(self.found(tidy.unformatted, {**style, "src/A.cpp": "\nint  a ;\n"}),
+                         ["src/A.cpp:2"])
+
+    def test_build_results_and_corpora_are_not_looked_at(self):
+        bad = "a" * 200
+        self.assertEqual(self.found(tidy.long_lines, {
+            "build/release/a.cpp": bad, "tests/fuzz/corpus/a.cpp": bad, ".git/a.py": bad}), [])
+
+
+if __name__ == "__main__":
+    unittest.main()

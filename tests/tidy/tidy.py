@@ -1,0 +1,320 @@
+#!/usr/bin/python3
+"""Checks the code's own rules: floors, files, layout. Prints FILE:LINE: MESSAGE for each breach.
+
+    tidy.py [ROOT]
+"""
+
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import unicodedata
+from typing import NamedTuple
+
+CPP = {".h", ".cpp", ".mm"}
+CODE = CPP | {".py", ".qml", ".cmake", ".sh"}
+TEXT = CODE | {".md", ".txt", ".json", ".yml", ".yaml", ".in", ".desktop", ".conf", ".xml"}
+# What is no text of ours: build results, and inputs that are strange on purpose.
+SKIPPED_FOLDERS = {".git", ".cache", "__pycache__", ".pytest_cache", "build", "artefacts", "corpus"}
+COLUMNS = 100
+FUNCTION_LINES = 70
+
+
+class Finding(NamedTuple):
+    """One breach of a rule."""
+    path: str
+    line: int
+    message: str
+
+    def __str__(self):
+        return f"{self.path}:{self.line}: {self.message}"
+
+
+class Tree:
+    """The files of a source tree, by path from its root."""
+
+    def __init__(self, root):
+        self.root = pathlib.Path(root)
+        self.paths = sorted(
+            path.relative_to(self.root) for path in self.root.rglob("*")
+            if path.is_file() and not SKIPPED_FOLDERS & set(path.relative_to(self.root).parts))
+        self.texts = {}
+
+    def files(self, suffixes, *folders):
+        """The files with one of the suffixes, in one of the folders if any are given."""
+        for path in self.paths:
+            if kind(path) in suffixes and (not folders or path.parts[0] in folders):
+                yield path
+
+    def text(self, path):
+        """A file's text; bytes that are not UTF-8 become surrogates."""
+        if path not in self.texts:
+            raw = (self.root / path).read_bytes()
+            self.texts[path] = raw.decode("utf-8", "surrogateescape")
+        return self.texts[path]
+
+    def lines(self, path):
+        """A file's numbered lines."""
+        return enumerate(self.text(path).split("\n"), 1)
+
+
+def kind(path):
+    """A file's suffix; a script without one, and a build file, count as what they are."""
+    if path.name in ("CMakeLists.txt", "Makefile"):
+        return ".cmake"
+    if path.suffix == "" and path.parts[0] in ("scripts", ".ci"):
+        return ".sh"
+    return path.suffix
+
+
+# --- Floors: who may include what -----------------------------------------------------------------
+
+CORE_FOLDERS = ("Async", "Audio", "Models", "Parakeet", "Ports", "Settings")
+
+STANDARD_HEADERS = set("""
+    algorithm any array atomic barrier bit bitset cassert cctype cerrno cfenv cfloat charconv chrono
+    cinttypes climits clocale cmath codecvt compare complex concepts condition_variable coroutine
+    csetjmp csignal cstdarg cstddef cstdint cstdio cstdlib cstring ctime cuchar cwchar cwctype deque
+    exception execution filesystem forward_list fstream functional future initializer_list iomanip
+    ios iosfwd iostream istream iterator latch limits list locale map memory memory_resource mutex
+    new numbers numeric optional ostream queue random ranges ratio regex scoped_allocator semaphore
+    set shared_mutex source_location span sstream stack stdexcept stop_token streambuf string
+    string_view syncstream system_error thread tuple type_traits typeindex typeinfo unordered_map
+    unordered_set utility valarray variant vector version""".split())
+
+CORE_LIBRARIES = ("nlohmann/", "fmt/", "utf8proc.h", "hwy/")
+MIL_LIBRARIES = ("hwy/",)
+# Weights stay where they lie on disk: mapping them is the one thing the engine asks of a system.
+SYSTEM_FILES = {pathlib.PurePath("src/MIL/Weights/MappedFile.cpp")}
+TEST_LIBRARIES = ("gtest/", "gmock/", "rapidcheck")
+
+INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*([<"])([^>"]+)[>"]')
+
+
+def floor_of(path):
+    """The floor a file stands on; nothing where anything may be included."""
+    parts = path.parts
+    if parts[0] == "tests":
+        return "core test" if parts[1] in ("core", "simulation", "fakes") else None
+    if parts[0] != "src":
+        return None
+    if len(parts) == 2 or parts[1] in CORE_FOLDERS:
+        return "core"
+    if parts[1] == "Platform":
+        return "/".join(parts[1:3])  # Platform/Linux, Platform/macOS, Platform/Shared
+    return parts[1]
+
+
+FORBIDDEN_FOLDERS = {
+    "core test": ("Platform/", "App/", "UI/", "MIL/"),
+    "Platform/Linux": ("App/", "UI/", "Platform/macOS/", "MIL/"),
+    "Platform/macOS": ("App/", "UI/", "Platform/Linux/", "MIL/"),
+    "Platform/Shared": ("App/", "UI/", "Platform/Linux/", "Platform/macOS/", "MIL/"),
+    "UI": ("App/", "Platform/", "MIL/"),
+}
+LIBRARIES = {
+    "core": CORE_LIBRARIES,
+    "core test": CORE_LIBRARIES + TEST_LIBRARIES,
+    "MIL": MIL_LIBRARIES,
+}
+
+
+def own_header_allowed(floor, path, header):
+    """Whether a file may include one of our own headers, named as it is included."""
+    beside = "/" not in header and path.parts[:2] != ("src", header)
+    if floor == "core":
+        return header.startswith(tuple(folder + "/" for folder in CORE_FOLDERS)) or beside
+    if floor == "MIL":
+        return header.startswith("MIL/") or beside
+    return not header.startswith(FORBIDDEN_FOLDERS.get(floor, ()))
+
+
+def includes_on_the_wrong_floor(tree):
+    """Arrows point down only: each floor includes what stands below it, and its own."""
+    for path in tree.files(CPP, "src", "tests", "bench"):
+        floor = floor_of(path)
+        for number, line in tree.lines(path):
+            found = INCLUDE.match(line)
+            if not found:
+                continue
+            bracket, header = found.groups()
+            if ".." in header.split("/"):
+                yield Finding(path, number, f"include {header} by its path from src")
+            elif bracket == '"':
+                if not own_header_allowed(floor, path, header):
+                    yield Finding(path, number, f"{floor} may not include {header}")
+            elif floor in LIBRARIES and path not in SYSTEM_FILES:
+                if header not in STANDARD_HEADERS and not header.startswith(LIBRARIES[floor]):
+                    yield Finding(path, number, f"{floor} may not include <{header}>")
+
+
+OS_CONDITION = re.compile(
+    r"^\s*#\s*(?:if|ifdef|ifndef|elif)\b.*"
+    r"(?:__linux|__gnu_linux|__unix|__APPLE__|__MACH__|_WIN32|_WIN64|TARGET_OS_|Q_OS_|__FreeBSD__)")
+
+
+def platform_conditions(tree):
+    """Only src/Platform and its tests ask which system they are built for."""
+    for path in tree.files(CPP, "src", "tests", "bench"):
+        if path.parts[1] != "Platform":
+            for number, line in tree.lines(path):
+                if OS_CONDITION.match(line):
+                    yield Finding(path, number, "only src/Platform may ask for the system")
+
+
+# --- Files ----------------------------------------------------------------------------------------
+
+SOURCE_NAME = re.compile(r'[^\s()"]+\.(?:cpp|mm|qml)\b')
+
+
+def unlisted_files(tree):
+    """Every source file belongs to some target."""
+    listed = set()
+    for path in tree.files({".cmake"}):
+        folder = tree.root / path.parent
+        text = re.sub(r"#.*", "", tree.text(path))
+        text = text.replace("${CMAKE_CURRENT_SOURCE_DIR}/", "")
+        text = re.sub(r"\$\{(?:PROJECT|CMAKE)_SOURCE_DIR\}", str(tree.root.resolve()), text)
+        listed.update((folder / name).resolve() for name in SOURCE_NAME.findall(text))
+    for path in tree.files({".cpp", ".mm", ".qml"}, "src", "tests", "bench"):
+        if (tree.root / path).resolve() not in listed:
+            yield Finding(path, 1, "no CMakeLists.txt lists this file")
+
+
+TABLE_HEADER = re.compile(r"^\|.*behaviou?r.*\|.*file.*\|.*test.*\|", re.IGNORECASE)
+
+
+def architecture_paths(tree):
+    """The table "behaviour, file, test" of docs/ARCHITECTURE.md names what exists."""
+    document = pathlib.Path("docs/ARCHITECTURE.md")
+    if document not in tree.paths:
+        yield Finding(document, 1, "the table of behaviours, files and tests is missing")
+        return
+    rows = 0
+    inside = False
+    for number, line in tree.lines(document):
+        if TABLE_HEADER.match(line):
+            inside = True
+        elif not line.startswith("|"):
+            inside = False
+        elif inside and not re.fullmatch(r"[|\s:-]+", line):
+            rows += 1
+            named = re.findall(r"`([^`]+)`", line)
+            for name in named:
+                if not list(tree.root.glob(name)):
+                    yield Finding(document, number, f"{name} does not exist")
+            if len(named) < 2:
+                yield Finding(document, number, "a behaviour names its file and its test")
+    if rows == 0:
+        yield Finding(document, 1, "the table of behaviours, files and tests is missing")
+
+
+# --- Text -----------------------------------------------------------------------------------------
+
+MARKER = re.compile(r"\b(?:TO" r"DO|FIX" r"ME|XX" r"X)\b(?P<rest>.*)")
+
+
+def markers_without_reason(tree):
+    """What is left to do says why it is left: the marker, a colon, three words at least."""
+    for path in tree.files(TEXT):
+        for number, line in tree.lines(path):
+            found = MARKER.search(line)
+            if found and not re.match(r":(?:\s+\S+){3,}", found["rest"]):
+                yield Finding(path, number, "a reminder without a reason")
+
+
+def width(line):
+    """Columns of a line: characters, without those that combine with the one before."""
+    return sum(1 for character in line if not unicodedata.combining(character))
+
+
+def long_lines(tree):
+    """Code fits a hundred columns."""
+    for path in tree.files(CODE):
+        for number, line in tree.lines(path):
+            if width(line) > COLUMNS:
+                yield Finding(path, number, f"{width(line)} columns, at most {COLUMNS}")
+
+
+MACHINE_PATH = re.compile(r"(?<![\w.}~-])/(?:(?:home|Users)/\w+|(?:root|work|workspace|mnt)/\w+)")
+
+
+def machine_paths(tree):
+    """No text names a path that exists on one machine only."""
+    for path in tree.files(TEXT):
+        for number, line in tree.lines(path):
+            found = MACHINE_PATH.search(line)
+            if found:
+                yield Finding(path, number, f"{found[0]} is a path of one machine")
+
+
+NO_FUNCTION = re.compile(r"\b(?:namespace|class|struct|union|enum|extern)\b")
+
+
+def long_functions(tree):
+    """Functions fit a screen. The layout tells them: their brace has a line of its own."""
+    for path in tree.files(CPP, "src", "tests", "bench"):
+        lines = tree.text(path).split("\n")
+        for start, line in enumerate(lines):
+            if line.strip() != "{":
+                continue
+            head = start
+            while head > 0 and not re.search(r"^\s*(?:#.*|//.*|.*[;{}]|\w+:)?$", lines[head - 1]):
+                head -= 1
+            heading = " ".join(lines[head:start])
+            if "(" not in heading or (NO_FUNCTION.search(heading) and ")" not in heading):
+                continue
+            closing = line.replace("{", "}")
+            end = next((index for index in range(start, len(lines))
+                        if lines[index].startswith(closing)), start)
+            if end - start + 1 > FUNCTION_LINES:
+                yield Finding(path, start + 1, f"a function of {end - start + 1} lines, "
+                                               f"at most {FUNCTION_LINES}")
+
+
+def unformatted(tree):
+    """C++ is laid out as .clang-format says."""
+    program = shutil.which("clang-format-16")
+    if program is None:
+        yield Finding(".clang-format", 1, "clang-format-16 is not installed")
+        return
+    files = [str(path) for path in tree.files(CPP, "src", "tests", "bench")]
+    if not files:
+        return
+    output = subprocess.run([program, "--dry-run", "--style=file", *files], cwd=tree.root,
+                            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                            check=False).stdout
+    seen = set()
+    for found in re.finditer(r"^(.+?):(\d+):\d+: (?:warning|error): ", output, re.MULTILINE):
+        if found[1] not in seen:  # one a file is enough to act on
+            seen.add(found[1])
+            yield Finding(found[1], int(found[2]), "not laid out as .clang-format says")
+
+
+RULES = (
+    includes_on_the_wrong_floor,
+    platform_conditions,
+    unlisted_files,
+    architecture_paths,
+    markers_without_reason,
+    long_lines,
+    machine_paths,
+    long_functions,
+    unformatted,
+)
+
+
+def main():
+    root = pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else
+                        pathlib.Path(__file__).resolve().parents[2])
+    tree = Tree(root)
+    findings = [finding for rule in RULES for finding in rule(tree)]
+    for finding in findings:
+        print(finding)
+    print(f"{len(tree.paths)} files, {len(findings)} findings")
+    sys.exit(1 if findings else 0)
+
+
+if __name__ == "__main__":
+    main()
