@@ -4,7 +4,7 @@ import os
 
 import clipboard
 from editors import GTKEditor, Terminal
-from program import assert_heard
+from program import assert_arrived
 from waiting import stays, wait_until
 
 SENTENCE = "the committee decided to postpone the meeting until next month"
@@ -23,7 +23,7 @@ def test_html_and_an_image_come_back_byte_for_byte(desktop, launch):
     editor = GTKEditor(desktop)
     watcher = clipboard.SelectionWatcher(desktop)
     program.dictate(SENTENCE)
-    assert_heard(SENTENCE, editor.await_text())
+    assert_arrived(SENTENCE, editor.await_text())
     watcher.await_changes(2)  # our text, then the old contents
     for target, data in contents.items():
         assert clipboard.read(desktop, target) == data, target
@@ -52,7 +52,7 @@ def test_an_editor_stopped_for_a_second_still_gets_the_text(desktop, launch):
     watcher.await_changes(1)
     assert stays(lambda: len(watcher.changes) == 1, 1), "the text stays for its reader"
     editor.recover()
-    assert_heard(SENTENCE, editor.await_text())
+    assert_arrived(SENTENCE, editor.await_text())
     watcher.await_changes(2)
     assert clipboard.read(desktop) == b"old contents"
 
@@ -68,7 +68,7 @@ def test_a_copy_made_right_after_the_paste_stays(desktop, launch):
     watcher.await_changes(2)
     stays(lambda: True, 3.5)  # past the latest restore
     assert clipboard.read(desktop) == b"copied meanwhile"
-    assert_heard(SENTENCE, editor.text())
+    assert_arrived(SENTENCE, editor.text())
 
 
 def test_what_is_copied_while_speaking_comes_back(desktop, launch):
@@ -80,7 +80,7 @@ def test_what_is_copied_while_speaking_comes_back(desktop, launch):
         program.await_recording()
         clipboard.ClipboardOwner(desktop, {"UTF8_STRING": b"copied while speaking"})
         program.say(SENTENCE)
-    assert_heard(SENTENCE, editor.await_text())
+    assert_arrived(SENTENCE, editor.await_text())
     watcher.await_changes(3)
     assert clipboard.read(desktop) == b"copied while speaking"
 
@@ -91,7 +91,7 @@ def test_the_terminal_gets_the_text_and_the_clipboard_is_left_alone(desktop, lau
     terminal = Terminal(desktop)
     watcher = clipboard.SelectionWatcher(desktop)
     program.dictate(SENTENCE)
-    assert_heard(SENTENCE, terminal.await_text())
+    assert_arrived(SENTENCE, terminal.await_text())
     assert not watcher.changes
     assert clipboard.read(desktop) == b"old contents"
 

@@ -3,7 +3,7 @@
 import pytest
 
 from editors import GTKEditor, QtEditor, Terminal
-from program import assert_heard, words
+from program import assert_arrived, assert_heard, words
 from sound_server import speech
 from waiting import stays, wait_until
 
@@ -40,7 +40,7 @@ def test_ten_dictations_in_a_row_all_arrive(desktop, launch):
         program.dictate(said)
         wait_until(lambda: terminal.path.stat().st_size > length, f"dictation {count + 1}")
         text = terminal.await_text()
-        assert_heard(said, text[length:])
+        assert_arrived(said, text[length:])
         length = len(text)
 
 
@@ -63,7 +63,7 @@ def test_in_toggle_mode_the_second_press_ends_the_dictation(desktop, launch):
     program.say(SENTENCE)
     assert program.is_recording()
     desktop.keyboard.tap("Alt_R")
-    assert_heard(SENTENCE, editor.await_text())
+    assert_arrived(SENTENCE, editor.await_text())
 
 
 def test_in_toggle_mode_a_key_still_held_when_the_text_arrives_starts_nothing(desktop, launch):
@@ -78,7 +78,7 @@ def test_in_toggle_mode_a_key_still_held_when_the_text_arrives_starts_nothing(de
         assert 108 in desktop.keyboard.down(), "the key that is held was put back"
     assert stays(lambda: not program.is_recording(), 1)
     assert not desktop.keyboard.down()
-    assert_heard(SENTENCE, editor.text())
+    assert_arrived(SENTENCE, editor.text())
 
 
 def test_a_tap_shorter_than_the_preparation_inserts_nothing(desktop, launch):
@@ -90,7 +90,7 @@ def test_a_tap_shorter_than_the_preparation_inserts_nothing(desktop, launch):
     assert talking.wait(30) == 0
     assert stays(lambda: not editor.changed(), 1)
     program.dictate(OTHER)
-    assert_heard(OTHER, editor.await_text())
+    assert_arrived(OTHER, editor.await_text())
 
 
 def test_nothing_is_recorded_outside_a_dictation(desktop, launch):

@@ -1,7 +1,7 @@
 """Escape and the dictation key itself: what is swallowed, what reaches programs."""
 
 from editors import GTKEditor, QtEditor, Terminal
-from program import assert_heard, hotkey_setting
+from program import assert_arrived, hotkey_setting
 from waiting import stays, wait_until
 
 SENTENCE = "the committee decided to postpone the meeting until next month"
@@ -19,7 +19,7 @@ def test_escape_cancels_with_the_key_still_held_and_the_text_never_appears(deskt
     assert stays(lambda: not terminal.changed(), 1.5)
     assert terminal.text() == "", "Escape was swallowed"
     program.dictate(SENTENCE)
-    assert_heard(SENTENCE, terminal.await_text())
+    assert_arrived(SENTENCE, terminal.await_text())
 
 
 def test_escape_reaches_the_program_when_idle(desktop, launch):
@@ -38,7 +38,7 @@ def test_a_function_key_as_dictation_key_is_swallowed_with_its_repeats(desktop, 
     program = launch(settings={"hotkey.v2": hotkey_setting(100)})  # F8
     terminal = Terminal(desktop)
     program.dictate(SENTENCE, key="F8")
-    assert_heard(SENTENCE, terminal.await_text())
+    assert_arrived(SENTENCE, terminal.await_text())
     assert "\x1b" not in terminal.text(), "the terminal saw no F8"
     desktop.keyboard.tap("F5")
     wait_until(lambda: terminal.text().endswith("\x1b[15~"), "F5 in the terminal")
@@ -49,7 +49,7 @@ def test_option_space_as_dictation_key_types_no_space(desktop, launch):
     terminal = Terminal(desktop)
     with desktop.keyboard.held("Alt_L"):
         program.dictate(SENTENCE, key="space")
-    assert_heard(SENTENCE, terminal.await_text())
+    assert_arrived(SENTENCE, terminal.await_text())
     assert not terminal.text().startswith((" ", "\x1b"))
     desktop.keyboard.tap("space")
     wait_until(lambda: terminal.text().endswith(" "), "a plain space")
@@ -95,4 +95,4 @@ def test_keys_held_while_the_text_arrives_are_put_back(desktop, launch):
         wait_until(editor.changed, "the text")
         wait_until(lambda: desktop.keyboard.down() == {50}, "Shift, and only Shift, to be down")
     assert not desktop.keyboard.down()
-    assert_heard(SENTENCE, editor.text())
+    assert_arrived(SENTENCE, editor.text())

@@ -5,7 +5,7 @@ import signal
 import subprocess
 
 from editors import GTKEditor
-from program import assert_heard
+from program import assert_arrived
 from virtual_desktop import VirtualDesktop
 from waiting import stays, wait_until
 
@@ -53,14 +53,14 @@ def test_a_second_start_tells_the_first_and_ends(desktop, launch):
     second = desktop.spawn([program.binary], log="second")
     assert second.wait(timeout=30) == 0
     program.dictate(SENTENCE)
-    assert_heard(SENTENCE, editor.await_text())
+    assert_arrived(SENTENCE, editor.await_text())
 
 
 def test_a_damaged_settings_file_is_set_aside_and_the_defaults_hold(desktop, launch):
     program = launch(damaged='{"recordMode": "toggle", ')
     editor = GTKEditor(desktop)
     program.dictate(SENTENCE)
-    assert_heard(SENTENCE, editor.await_text())
+    assert_arrived(SENTENCE, editor.await_text())
     kept = list(program.settings_file.parent.glob("settings.json.damaged*"))
     assert [path.read_text() for path in kept] == ['{"recordMode": "toggle", ']
 
@@ -72,7 +72,7 @@ def test_settings_changed_from_outside_count_at_once(desktop, launch):
     wait_until(lambda: _is_in_toggle_mode(desktop, program), "the setting to be seen")
     program.say(SENTENCE)
     desktop.keyboard.tap("Alt_R")
-    assert_heard(SENTENCE, editor.await_text())
+    assert_arrived(SENTENCE, editor.await_text())
 
 
 def _dictates(desktop, program):
@@ -97,7 +97,7 @@ def test_a_language_without_a_model_types_nothing_and_stays_usable(desktop, laun
         assert stays(lambda: not program.is_recording(), 1)
     program.settings_file.write_text(json.dumps({"language": "en-GB"}))
     wait_until(lambda: _dictates(desktop, program), "the other language to be used")
-    assert_heard(SENTENCE, editor.await_text())
+    assert_arrived(SENTENCE, editor.await_text())
 
 
 def test_a_microphone_unplugged_while_speaking_costs_no_words_heard(desktop, launch):
@@ -108,7 +108,7 @@ def test_a_microphone_unplugged_while_speaking_costs_no_words_heard(desktop, lau
         program.say(SENTENCE)
         desktop.sound.unplug_microphone()
         wait_until(editor.changed, "the words heard until then")
-    assert_heard(SENTENCE, editor.text())
+    assert_arrived(SENTENCE, editor.text())
     assert not desktop.keyboard.down()
     desktop.sound.plug_in_microphone()
     program.await_silence()
@@ -124,7 +124,7 @@ def test_a_sound_server_that_dies_and_comes_back(desktop, launch):
         desktop.sound.die()
     desktop.sound.restart()
     wait_until(lambda: _dictates(desktop, program), "the program to record again", 60)
-    assert_heard(SENTENCE, editor.await_text())
+    assert_arrived(SENTENCE, editor.await_text())
 
 
 def test_without_a_sound_server_it_lives_and_the_keyboard_works(artefacts, request):

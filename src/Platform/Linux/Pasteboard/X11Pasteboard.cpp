@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto writePatience = 100ms;
+constexpr auto writePatience = 500ms;
 
 std::string displayName()
 {

@@ -20,7 +20,7 @@ class SelectionThread;
 ///   (DELETE, INSERT_...), and handles that are the owner's only (PIXMAP, WINDOW, ...).
 /// - `replace` and `setString` have taken effect when they return: the server has confirmed that
 ///   the selection is ours, so that a paste made next gets the text. They wait for that one round
-///   trip, usually a fraction of a millisecond, at most 100 ms; a server slower than that
+///   trip, usually a fraction of a millisecond, at most 500 ms; a server slower than that
 ///   finds the request waiting, before any paste it has not delivered yet.
 /// - While `use` says that the contents are still ours, `replace` displaces them and no others:
 ///   what another program puts there in the same moment stays, and `use` becomes `replaced`.

@@ -132,6 +132,7 @@ TEST_F(Restored, aCopyAndARestoreAtTheSameTimeNeverLoseTheCopy)
     const ScriptedReader copier;
     for (int i = 0; i < 100; ++i) {
         pasteboard->setString(clipboard, "dictated");
+        ASSERT_TRUE(eventually([&] { return copier.owner("CLIPBOARD") != copier.window; }));
         const auto start = copier.serverTime();
         while (copier.serverTime() == start) {
         }
