@@ -28,6 +28,8 @@ using Milliseconds = std::chrono::duration<double, std::milli>;
 
 constexpr std::uint8_t rightAlt = 108;
 constexpr std::uint8_t letterV = 55;
+/// Nobody pastes here, and the next text would wait for its reader that long.
+constexpr auto untilRestored = 3200ms;
 
 /// A person at the keyboard, who sees every key event of the desktop.
 class Keyboard {
@@ -85,14 +87,14 @@ void dictate(std::vector<double>& results)
 {
     Keyboard keyboard;
     std::this_thread::sleep_for(1s);
-    for (int i = 0; i < 21; ++i) {
+    for (int i = 0; i < 15; ++i) {
         keyboard.post(rightAlt, true);
         std::this_thread::sleep_for(600ms);
         const auto released = keyboard.post(rightAlt, false);
         if (const auto pasted = keyboard.awaitPress(letterV, 10s)) {
             results.push_back(Milliseconds(*pasted - released).count());
         }
-        std::this_thread::sleep_for(900ms);
+        std::this_thread::sleep_for(untilRestored);
     }
 }
 

@@ -59,7 +59,7 @@ Task<std::string> AppleTranscriber::finish()
         try {
             co_await analyzer->finalizeAndFinishThroughEndOfInput();
         } catch (const std::exception& error) {
-            failure_ = error.what(); // the text gathered so far stays
+            failureText = error.what(); // the text gathered so far stays
         }
     }
     co_return results->text.finished();

@@ -17,7 +17,7 @@ public:
     AppleTranscriber(SpeechAnalyzers& analyzers, AudioConverters& converters, std::string locale);
 
     void setOnText(OnText onText) override;
-    std::optional<std::string> failure() const override { return failure_; }
+    std::optional<std::string> failure() const override { return failureText; }
     Task<void> prepare() override;
     void feed(const PCMBuffer& buffer) override;
     Task<std::string> finish() override;
@@ -36,7 +36,7 @@ private:
     std::shared_ptr<Results> results = std::make_shared<Results>();
     std::unique_ptr<SpeechAnalyzer> analyzer;
     std::unique_ptr<PCMConverter> converter;
-    std::optional<std::string> failure_;
+    std::optional<std::string> failureText;
 };
 
 } // namespace vorlin

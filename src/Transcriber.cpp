@@ -49,13 +49,13 @@ std::string TextAccumulator::add(const std::string& text, bool isFinal)
 {
     const std::scoped_lock guard(lock);
     if (isFinal) {
-        final_ += text;
-        final_ += ' ';
-        volatile_.clear();
+        finalText += text;
+        finalText += ' ';
+        volatileText.clear();
     } else {
-        volatile_ = text;
+        volatileText = text;
     }
-    return final_ + volatile_;
+    return finalText + volatileText;
 }
 
 std::string TextAccumulator::finished() const
@@ -63,7 +63,7 @@ std::string TextAccumulator::finished() const
     std::string combined;
     {
         const std::scoped_lock guard(lock);
-        combined = final_ + volatile_;
+        combined = finalText + volatileText;
     }
     return trimmed(combined);
 }

@@ -61,8 +61,8 @@ public:
 
 private:
     mutable std::mutex lock;
-    std::string final_;
-    std::string volatile_;
+    std::string finalText;
+    std::string volatileText;
 };
 
 } // namespace vorlin

@@ -11,7 +11,7 @@ namespace {
 
 std::filesystem::path homeFolder(const Environment& environment)
 {
-    const std::filesystem::path home = environment("HOME").value_or("");
+    std::filesystem::path home = environment("HOME").value_or("");
     if (home.is_absolute()) {
         return home;
     }
@@ -31,13 +31,13 @@ Environment processEnvironment()
 
 std::filesystem::path configurationFolder(const Environment& environment)
 {
-    const std::filesystem::path folder = environment("XDG_CONFIG_HOME").value_or("");
+    std::filesystem::path folder = environment("XDG_CONFIG_HOME").value_or("");
     return folder.is_absolute() ? folder : homeFolder(environment) / ".config";
 }
 
 std::filesystem::path dataFolder(const Environment& environment)
 {
-    const std::filesystem::path folder = environment("XDG_DATA_HOME").value_or("");
+    std::filesystem::path folder = environment("XDG_DATA_HOME").value_or("");
     return folder.is_absolute() ? folder : homeFolder(environment) / ".local" / "share";
 }
 

@@ -187,7 +187,7 @@ fs::path SettingsFile::setAside() const
     constexpr int mostNumbers = 1000;
     for (int number = 1; number <= mostNumbers; ++number) {
         const auto suffix = number == 1 ? ".damaged" : ".damaged-" + std::to_string(number);
-        const fs::path aside = file.string() + suffix;
+        fs::path aside = file.string() + suffix;
         // A hard link never overwrites, on any file system that has it.
         if (::link(file.c_str(), aside.c_str()) == 0) {
             if (::unlink(file.c_str()) != 0) {

@@ -5,7 +5,7 @@
 #pragma clang diagnostic push
 #pragma clang diagnostic ignored "-Wkeyword-macro"
 #endif
-#define explicit explicitComponents
+#define explicit explicitComponents // NOLINT(readability-identifier-naming): theirs
 #include <xcb/xkb.h>
 #undef explicit
 #ifdef __clang__
