@@ -144,8 +144,8 @@ void TensorBuffer::set(std::int64_t index, double value) const
 void storePackedBits(std::byte* stream, std::size_t bits, std::uint64_t index, std::uint32_t value)
 {
     const std::uint64_t first = index * bits;
-    const std::size_t byte = static_cast<std::size_t>(first / 8);
-    const std::size_t shift = static_cast<std::size_t>(first % 8);
+    const auto byte = static_cast<std::size_t>(first / 8);
+    const auto shift = static_cast<std::size_t>(first % 8);
     stream[byte] |= static_cast<std::byte>((value << shift) & 0xffu);
     if (shift + bits > 8) {
         stream[byte + 1] |= static_cast<std::byte>(value >> (8 - shift));

@@ -66,8 +66,8 @@ struct TensorBuffer {
 inline std::uint32_t packedBits(const std::byte* stream, std::size_t bits, std::uint64_t index)
 {
     const std::uint64_t first = index * bits;
-    const std::size_t byte = static_cast<std::size_t>(first / 8);
-    const std::size_t shift = static_cast<std::size_t>(first % 8);
+    const auto byte = static_cast<std::size_t>(first / 8);
+    const auto shift = static_cast<std::size_t>(first % 8);
     auto value = static_cast<std::uint32_t>(stream[byte]) >> shift;
     if (shift + bits > 8) {
         value |= static_cast<std::uint32_t>(stream[byte + 1]) << (8 - shift);

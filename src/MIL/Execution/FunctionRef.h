@@ -16,7 +16,7 @@ class FunctionRef<Result(Arguments...)> {
 public:
     template <class Callable>
         requires(!std::is_same_v<std::remove_cvref_t<Callable>, FunctionRef>)
-    FunctionRef(Callable&& callable) // NOLINT(google-explicit-constructor)
+    FunctionRef(Callable&& callable) // NOLINT: stands in for the callable
         : object(const_cast<void*>(static_cast<const void*>(std::addressof(callable)))),
           invoke([](void* target, Arguments... arguments) -> Result {
               return (*static_cast<std::remove_reference_t<Callable>*>(target))(

@@ -189,6 +189,7 @@ void GraphBuilder::removeUnusedNodes()
         used[id] = true;
     }
     std::vector<Node> kept;
+    // NOLINTNEXTLINE(modernize-loop-convert): backwards
     for (auto node = graph.nodes.rbegin(); node != graph.nodes.rend(); ++node) {
         const bool needed = node->kind->nature == OperationKind::Nature::writesState ||
                             std::any_of(node->outputs.begin(), node->outputs.end(),

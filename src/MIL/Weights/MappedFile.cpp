@@ -5,11 +5,11 @@
 #include "MIL/Error.h"
 
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <string>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -32,7 +32,7 @@ public:
     const int number;
 };
 
-[[noreturn]] void refuse(const std::filesystem::path& path, const char* why)
+[[noreturn]] void refuse(const std::filesystem::path& path, const std::string& why)
 {
     throw Error("cannot read " + path.string() + ": " + why);
 }
@@ -45,7 +45,7 @@ MappedFile::MappedFile(const std::filesystem::path& path)
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status = {};
     if (file.number < 0 || ::fstat(file.number, &status) != 0) {
-        refuse(path, std::strerror(errno));
+        refuse(path, std::generic_category().message(errno));
     }
     if (!S_ISREG(status.st_mode)) {
         refuse(path, "it is not a regular file");
@@ -56,7 +56,7 @@ MappedFile::MappedFile(const std::filesystem::path& path)
     }
     void* const mapping = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file.number, 0);
     if (mapping == MAP_FAILED) {
-        refuse(path, std::strerror(errno));
+        refuse(path, std::generic_category().message(errno));
     }
     data = static_cast<const std::byte*>(mapping);
 }

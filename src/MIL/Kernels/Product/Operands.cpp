@@ -124,6 +124,7 @@ void MatrixSink::store(std::int64_t firstRow, std::int64_t rows, std::int64_t fi
         const std::int64_t height = std::min(mostRows, rows - i);
         for (std::int64_t j = 0; j < columns; j += group) {
             const std::int64_t together = std::min(group, columns - j);
+            // NOLINTNEXTLINE(readability-suspicious-call-argument)
             transposeFloats(tile + i * stride + j, stride, height, together, piece, mostRows);
             for (std::int64_t c = 0; c < together; ++c) {
                 storeFloats(target.tensor,

@@ -65,7 +65,7 @@ void runQuantize(const Call& call)
     call.parallel(x.elements(), 8192, [&](std::int64_t begin, std::int64_t end) {
         for (std::int64_t i = begin; i < end; ++i) {
             const auto quotient = static_cast<float>(x.number(i) / scale.number(axis.at(scale, i)));
-            double value = static_cast<double>(std::nearbyint(quotient));
+            auto value = static_cast<double>(std::nearbyint(quotient));
             if (call.has("zero_point")) {
                 const TensorView& zero = call.input("zero_point");
                 value += zero.number(axis.at(zero, i));

@@ -29,6 +29,7 @@ public:
 
 /// The library reports an error that it calls fatal and then calls `exit`. Leaving it with an
 /// exception instead keeps the program alive; what it had allocated is lost.
+// NOLINTNEXTLINE(cert-dcl50-cpp): the library's type
 void onLibraryMessage(void*, err_lvl_t level, const char*, ...)
 {
     if (level == ERR_FATAL) {

@@ -21,7 +21,7 @@ constexpr std::size_t stepSamples = SphinxDecoder::sampleRate / 10;
 constexpr std::size_t pieceSamples = SphinxDecoder::sampleRate / 50;
 /// Samples after which an utterance is cut at the next gap between words, so that ending it never
 /// takes long: 15 s.
-constexpr std::size_t longUtteranceSamples = 15 * SphinxDecoder::sampleRate;
+constexpr std::size_t longUtteranceSamples = std::size_t{15} * SphinxDecoder::sampleRate;
 
 } // namespace
 
