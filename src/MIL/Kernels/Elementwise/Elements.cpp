@@ -12,7 +12,7 @@ void widenIntegers(const std::byte* data, std::int64_t first, std::int64_t count
 {
     const T* const in = reinterpret_cast<const T*>(data) + first;
     for (std::int64_t i = 0; i < count; ++i) {
-        out[i] = static_cast<std::int64_t>(in[i]);
+        out[i] = static_cast<std::int64_t>(in[i]); // NOLINT(bugprone-signed-char-misuse): a number
     }
 }
 
