@@ -1,0 +1,52 @@
+#pragma once
+
+#include "Async/Executor.h"
+#include "Async/Task.h"
+#include "Ports/Folders.h"
+#include "Ports/MLModel.h"
+#include "Ports/MainLoop.h"
+#include "Ports/Workers.h"
+
+#include <filesystem>
+#include <memory>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+namespace vorlin {
+
+/// Owns the local speech model: loads it from its folder on first use, keeps it while dictations
+/// follow one another, and drops it after 600 s without use. One utterance is decoded at a time,
+/// drafts included.
+///
+/// An actor: its coroutines run on `executor()`, and must be awaited from tasks that run there.
+class ParakeetRuntime {
+public:
+    /// The ports must outlive this object and its executor's work.
+    ParakeetRuntime(MLModels& models, Folders& folders, MainLoop& loop, Workers& workers);
+    ParakeetRuntime(const ParakeetRuntime&) = delete;
+    ParakeetRuntime& operator=(const ParakeetRuntime&) = delete;
+    ~ParakeetRuntime();
+
+    /// Where everything that uses the models runs, one piece at a time.
+    Executor& executor();
+
+    /// The text of one utterance: mono samples at 16 kHz, −1 to 1; what lies beyond 240000 is
+    /// dropped. Loads the models of `directory` if they are not the loaded ones. Fails with
+    /// `MLStopped` soon after `stop`, else with what is wrong in one line.
+    Task<std::string> transcribe(std::vector<float> utterance, std::filesystem::path directory,
+                                 WorkPriority priority, std::stop_token stop);
+
+    /// Loads the models of `directory` ahead of their first use; failures are ignored, since the
+    /// first use will meet them again. Any thread; returns at once.
+    void warm(const std::filesystem::path& directory);
+
+    /// Drops the loaded models once nothing uses them. Any thread; returns at once.
+    void unload();
+
+private:
+    struct State;
+    std::shared_ptr<State> state;
+};
+
+} // namespace vorlin

@@ -1,0 +1,92 @@
+#pragma once
+
+#include "Async/Completion.h"
+#include "Ports/MultiArray.h"
+#include "Ports/Workers.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+namespace vorlin {
+
+/// On what a model may run.
+enum class ComputeUnits { cpuOnly, cpuAndGPU };
+
+/// The extents that one axis of a feature takes, both ends included.
+struct ExtentRange {
+    std::int64_t least = 0;
+    std::int64_t most = 0;
+
+    bool operator==(const ExtentRange&) const = default;
+};
+
+/// What a model declares about one input or output.
+struct MLFeature {
+    std::string name;
+    /// Nothing when it is no array, or of elements that `MultiArray` does not have.
+    std::optional<MLElementType> elementType;
+    /// The shapes it takes: any one of these, each axis within its range. An enumeration has
+    /// several; a fixed shape has one, with least = most on every axis.
+    std::vector<std::vector<ExtentRange>> shapes;
+    /// The input may be left out.
+    bool optional = false;
+};
+
+struct MLSignature {
+    std::vector<MLFeature> inputs;
+    std::vector<MLFeature> outputs;
+};
+
+/// Arrays by feature name.
+using MLFeatures = std::map<std::string, MultiArray>;
+
+/// The failure of a prediction that was stopped.
+class MLStopped : public std::runtime_error {
+public:
+    MLStopped() : std::runtime_error("The prediction was stopped.") {}
+};
+
+/// The failure of a prediction whose model is gone for good: the process that held it ended, or
+/// its files were damaged under it. Loading it again may help.
+class MLModelLost : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// A loaded model. One prediction at a time; any thread but the main one, which it would hold up.
+class MLModel {
+public:
+    virtual ~MLModel() = default;
+
+    virtual const MLSignature& signature() const = 0;
+
+    /// Computes the outputs from `inputs`, which hold every required input; may be done when it
+    /// returns, having computed on the calling thread. `inputs` are not looked at after the end.
+    /// Predictions of `background` priority yield the processor to all other work. Fails with
+    /// `MLStopped` soon after `stop` is requested, `MLModelLost`, or another
+    /// `std::runtime_error` when the inputs do not fit.
+    virtual Completion<MLFeatures> predict(const MLFeatures& inputs, WorkPriority priority,
+                                           std::stop_token stop) = 0;
+};
+
+/// Loads compiled models.
+class MLModels {
+public:
+    virtual ~MLModels() = default;
+
+    /// Loads the compiled bundle at `bundle`, a folder. Several at once load side by side, and
+    /// bundles of one folder share what they can. Returns at once; fails with a
+    /// `std::runtime_error` that says what is wrong in one line. The models must be gone before
+    /// this object. Any thread.
+    virtual Completion<std::unique_ptr<MLModel>> load(const std::filesystem::path& bundle,
+                                                      ComputeUnits units) = 0;
+};
+
+} // namespace vorlin
