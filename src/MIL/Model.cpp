@@ -1,6 +1,7 @@
 #include "MIL/Model.h"
 
 #include "MIL/Execution/Executor.h"
+#include "MIL/Execution/WorkerPool.h"
 #include "MIL/Graph/Graph.h"
 #include "MIL/Parser/Parser.h"
 #include "MIL/Weights/MappedFile.h"
@@ -62,6 +63,38 @@ std::vector<FeatureDescription> describeAll(const std::vector<Feature>& features
     return result;
 }
 
+std::vector<FeatureDescription> describeInputs(const Graph& graph)
+{
+    std::vector<FeatureDescription> result = describeAll(graph.inputs);
+    const auto named = [&](const std::string& name) -> FeatureDescription& {
+        return *std::find_if(result.begin(), result.end(),
+                             [&](const FeatureDescription& f) { return f.name == name; });
+    };
+    for (const FlexibleShapes::Entry& entry : graph.flexible.defaults) {
+        named(entry.input).defaultShape = entry.range.least;
+    }
+    for (const FlexibleShapes::Configuration& configuration : graph.flexible.configurations) {
+        for (const FlexibleShapes::Entry& entry : configuration) {
+            std::vector<ShapeRange>& accepted = named(entry.input).accepted;
+            if (std::find(accepted.begin(), accepted.end(), entry.range) == accepted.end()) {
+                accepted.push_back(entry.range);
+            }
+        }
+    }
+    return result;
+}
+
+/// "[1, 2] or [1, 4..8]", not too long.
+std::string listOf(const std::vector<ShapeRange>& ranges)
+{
+    constexpr std::size_t most = 8;
+    std::string text;
+    for (std::size_t i = 0; i < std::min(ranges.size(), most); ++i) {
+        text += (i == 0 ? "" : " or ") + describe(ranges[i]);
+    }
+    return text + (ranges.size() > most ? " or others" : "");
+}
+
 } // namespace
 
 struct Model::Implementation {
@@ -70,13 +103,15 @@ struct Model::Implementation {
           executor(graph, {.threads = options.threads,
                            .referenceKernels = options.referenceKernels,
                            .largestBuffers = options.largestBuffers}),
-          inputs(describeAll(graph.inputs)), outputs(describeAll(graph.outputs)),
+          inputs(describeInputs(graph)), outputs(describeAll(graph.outputs)),
           states(describeAll(graph.states))
     {
     }
 
     /// The inputs in the order of the signature.
     std::vector<TensorView> arrange(std::span<const NamedInput> given) const;
+    std::size_t position(std::string_view name) const;
+    void checkCombination(const std::vector<TensorView>& arranged) const;
 
     Graph graph;
     Executor executor;
@@ -91,14 +126,12 @@ std::vector<TensorView> Model::Implementation::arrange(std::span<const NamedInpu
     std::vector<TensorView> result(inputs.size());
     std::vector<bool> filled(inputs.size());
     for (const NamedInput& input : given) {
-        const auto found =
-            std::find_if(inputs.begin(), inputs.end(),
-                         [&](const FeatureDescription& f) { return f.name == input.name; });
-        if (found == inputs.end()) {
+        const std::size_t at = position(input.name);
+        if (at == inputs.size()) {
             throw Error("the model has no input '" + std::string(input.name) + "'");
         }
-        const auto position = static_cast<std::size_t>(found - inputs.begin());
-        if (filled[position]) {
+        const FeatureDescription* const found = &inputs[at];
+        if (filled[at]) {
             throw Error("the input '" + found->name + "' is given twice");
         }
         if (!isKnown(input.tensor.type.shape)) {
@@ -108,18 +141,74 @@ std::vector<TensorView> Model::Implementation::arrange(std::span<const NamedInpu
         if (!wrong.empty()) {
             throw Error("the input '" + found->name + "' " + wrong);
         }
+        if (!found->accepts(input.tensor.type.shape)) {
+            throw Error("the input '" + found->name + "' is " + describe(input.tensor.type) +
+                        " but the model accepts " + listOf(found->accepted));
+        }
         if (input.tensor.data == nullptr && input.tensor.elements() != 0) {
             throw Error("the input '" + found->name + "' has no data");
         }
-        result[position] = input.tensor;
-        filled[position] = true;
+        result[at] = input.tensor;
+        filled[at] = true;
     }
     for (std::size_t i = 0; i < inputs.size(); ++i) {
         if (!filled[i]) {
             throw Error("the input '" + inputs[i].name + "' is missing");
         }
     }
+    checkCombination(result);
     return result;
+}
+
+/// An input of varying shape needs a configuration that lists it and takes all inputs it lists.
+void Model::Implementation::checkCombination(const std::vector<TensorView>& arranged) const
+{
+    if (graph.flexible.configurations.empty()) {
+        return;
+    }
+    const auto takes = [&](const FlexibleShapes::Configuration& configuration) {
+        return std::all_of(configuration.begin(), configuration.end(),
+                           [&](const FlexibleShapes::Entry& entry) {
+                               return entry.range.contains(arranged[position(entry.input)].shape());
+                           });
+    };
+    std::vector<bool> covered(inputs.size());
+    for (const FlexibleShapes::Configuration& configuration : graph.flexible.configurations) {
+        if (takes(configuration)) {
+            for (const FlexibleShapes::Entry& entry : configuration) {
+                covered[position(entry.input)] = true;
+            }
+        }
+    }
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        if (!inputs[i].accepted.empty() && !covered[i]) {
+            throw Error("the input '" + inputs[i].name +
+                        "' has a shape that the model does not accept with those of the others");
+        }
+    }
+}
+
+std::size_t Model::Implementation::position(std::string_view name) const
+{
+    return static_cast<std::size_t>(
+        std::find_if(inputs.begin(), inputs.end(),
+                     [&](const FeatureDescription& f) { return f.name == name; }) -
+        inputs.begin());
+}
+
+bool FeatureDescription::accepts(const Shape& shape) const
+{
+    if (!disagreement(type, {type.element, shape}).empty()) {
+        return false;
+    }
+    return accepted.empty() ||
+           std::any_of(accepted.begin(), accepted.end(),
+                       [&](const ShapeRange& range) { return range.contains(shape); });
+}
+
+void onBackgroundThreadStart(std::function<void()> hook)
+{
+    WorkerPool::onBackgroundStart(std::move(hook));
 }
 
 Model::Model(std::unique_ptr<Implementation> implementation)
@@ -149,11 +238,13 @@ const std::vector<FeatureDescription>& Model::states() const
 }
 
 std::vector<NamedOutput> Model::predict(std::span<const NamedInput> inputs,
-                                        const std::stop_token& stop)
+                                        const std::stop_token& stop, Urgency urgency)
 {
     const std::lock_guard guard(implementation->turn);
     Executor& executor = implementation->executor;
-    executor.run(implementation->arrange(inputs), stop);
+    executor.run(implementation->arrange(inputs), stop,
+                 urgency == Urgency::background ? WorkerPool::Kind::background
+                                                : WorkerPool::Kind::foreground);
     std::vector<NamedOutput> results;
     results.reserve(implementation->outputs.size());
     for (std::size_t i = 0; i < implementation->outputs.size(); ++i) {

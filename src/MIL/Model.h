@@ -1,13 +1,16 @@
 #pragma once
 
 #include "MIL/Error.h"
+#include "MIL/FlexibleShapes.h"
 #include "MIL/Tensor.h"
 
 #include <chrono>
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <span>
 #include <stop_token>
 #include <string>
@@ -20,6 +23,15 @@ namespace vorlin::mil {
 struct FeatureDescription {
     std::string name;
     TensorType type;
+    /// Of an input whose program narrows what `type` leaves open: the shapes it accepts, one
+    /// range or an enumeration. Empty where `type` alone decides. An enumeration may tie inputs
+    /// to each other; `Model::predict` then refuses combinations that are not listed.
+    std::vector<ShapeRange> accepted{};
+    /// Of such an input: the shape the program was exported with, if it tells.
+    std::optional<Shape> defaultShape{};
+
+    /// Whether an input of this shape is accepted.
+    bool accepts(const Shape& shape) const;
 };
 
 /// A tensor that the caller owns: row-major, little-endian, without gaps.
@@ -35,6 +47,16 @@ struct NamedOutput {
     std::vector<std::byte> bytes;
 };
 
+/// How much a prediction matters to whoever waits. Background predictions run on threads of
+/// their own, whose priority the program may lower with `onBackgroundThreadStart`; the calling
+/// thread takes part in either, at its own priority.
+enum class Urgency : std::uint8_t { foreground, background };
+
+/// Sets what each background worker thread of this process calls first, on itself: lowering its
+/// own priority, for instance. Any thread; holds for threads started from now on, which is all
+/// of them before the first background prediction on more than one thread. It must not throw.
+void onBackgroundThreadStart(std::function<void()> hook);
+
 /// A compiled ML program, ready to predict on the CPU.
 ///
 /// Loading maps the bundle's weight files and leaves them as they lie; it allocates the program
@@ -42,8 +64,9 @@ struct NamedOutput {
 /// Predicting allocates its buffers the first time and only the outputs after that; programs
 /// with varying shapes grow their buffers to the largest shapes seen.
 ///
-/// All members may be called from any thread; predictions on one model take turns. All models
-/// share one set of worker threads, which sleep when nothing predicts.
+/// All members may be called from any thread; predictions on one model take turns, so one that
+/// matters waits for a background one until that ends or is stopped. All models share one set of
+/// worker threads for each urgency, which sleep when nothing predicts.
 class Model {
 public:
     struct Options {
@@ -85,11 +108,12 @@ public:
     const std::vector<FeatureDescription>& states() const;
 
     /// Computes the outputs, in the order of `outputs()`. `inputs` holds every input once, in
-    /// any order, with exactly the declared element type and shape (any extent where the
-    /// declaration leaves it open). Throws Error for other inputs and for operands the program
-    /// cannot take, Stopped soon after `stop` is requested. States keep what was written.
+    /// any order, with exactly the declared element type and shape (where the declaration leaves
+    /// an extent open, any that is accepted). Throws Error for other inputs and for operands the
+    /// program cannot take, Stopped soon after `stop` is requested. States keep what was written.
     std::vector<NamedOutput> predict(std::span<const NamedInput> inputs,
-                                     const std::stop_token& stop = {});
+                                     const std::stop_token& stop = {},
+                                     Urgency urgency = Urgency::foreground);
 
     /// Zeros all states, as after loading.
     void resetStates();

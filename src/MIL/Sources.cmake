@@ -2,6 +2,7 @@
 set(VORLIN_MIL_SOURCES
     ElementType.cpp
     Extents.cpp
+    FlexibleShapes.cpp
     Model.cpp
     Tensor.cpp
     Execution/BufferPlan.cpp
@@ -54,6 +55,7 @@ set(VORLIN_MIL_SOURCES
     Kernels/Stored/Stored.cpp
     Kernels/Stored/StoredOperands.cpp
     Kernels/Stored/Unpack.cpp
+    Parser/FlexibleShapesReader.cpp
     Parser/Lexer.cpp
     Parser/NumberReader.cpp
     Parser/Parser.cpp

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 #include <fstream>
 #include <limits>
@@ -207,6 +208,29 @@ TEST(ModelTest, severalModelsPredictSideBySide)
     for (const std::string& result : results) {
         EXPECT_EQ(result, "");
     }
+}
+
+TEST(ModelTest, backgroundPredictionsRunOnThreadsOfTheirOwn)
+{
+    constexpr std::int64_t count = 100000;
+    const TemporaryFolder folder;
+    writeBundle(folder.path,
+                programOf("tensor<fp32, [100000]>", "tensor<fp32, [100000]> y = square(x = x);"));
+    std::atomic<int> started{0};
+    onBackgroundThreadStart([&] { ++started; });
+    const std::vector<float> x(count, 3.0f);
+    const std::vector<NamedInput> inputs{{"x", viewOf(x, {count})}};
+    const std::vector<float> wanted(count, 9.0f);
+    {
+        Model model = Model::load(folder.path, {.threads = 3});
+        EXPECT_EQ(floatsOf(model.predict(inputs).front()), wanted);
+        EXPECT_EQ(started, 0);
+        EXPECT_EQ(floatsOf(model.predict(inputs, {}, Urgency::background).front()), wanted);
+        EXPECT_EQ(floatsOf(model.predict(inputs, {}, Urgency::background).front()), wanted);
+        EXPECT_EQ(floatsOf(model.predict(inputs).front()), wanted);
+    } // the threads end with the last model
+    onBackgroundThreadStart({});
+    EXPECT_EQ(started, 2);
 }
 
 TEST(NpyTest, whatIsWrittenIsReadBack)

@@ -10,7 +10,7 @@ LinuxDesktop::LinuxDesktop(const Environment& environment)
       locale(environment), keyAccess(keyboard), eventTap(keyboard), keyPoster(keyboard),
       focusedProgram(keyboard.server()), pasteboard(loop), microphoneAccess(pulse, loop),
       audioInput(pulse, loop), sounds(pulse),
-      speechAnalyzers(speechModelFolders(environment), workers, loop),
+      speechAnalyzers(speechModelFolders(environment), workers, loop), models(workers),
       permissions(keyAccess, microphoneAccess)
 {
 }

@@ -8,6 +8,7 @@
 #include "Platform/Linux/Desktop/Environment.h"
 #include "Platform/Linux/Desktop/EnvironmentLocale.h"
 #include "Platform/Linux/Desktop/JsonDefaults.h"
+#include "Platform/Linux/Engine/EngineModels.h"
 #include "Platform/Linux/Keys/X11EventTap.h"
 #include "Platform/Linux/Keys/X11FocusedProgram.h"
 #include "Platform/Linux/Keys/X11KeyAccess.h"
@@ -50,6 +51,7 @@ private:
     PulseSounds sounds;
     SoxrConverters audioConverters;
     SphinxAnalyzers speechAnalyzers;
+    EngineModels models;
     LinuxPermissions permissions;
 };
 

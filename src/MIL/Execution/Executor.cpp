@@ -45,7 +45,8 @@ void ZeroedBytes::Release::operator()(std::byte* aligned) const
 
 Executor::Executor(const Graph& graph, const Settings& settings)
     : graph(graph), settings(settings), plan(planBuffers(graph)), values(graph.values),
-      pool(WorkerPool::shared())
+      foreground(WorkerPool::shared(WorkerPool::Kind::foreground)),
+      background(WorkerPool::shared(WorkerPool::Kind::background))
 {
     if (plan.arenaBytes > settings.largestBuffers) {
         throw Error("the program needs " + std::to_string(plan.arenaBytes >> 20) +
@@ -62,7 +63,7 @@ Executor::Executor(const Graph& graph, const Settings& settings)
     for (std::size_t i = 0; i < states.size(); ++i) {
         values.views[graph.stateIds[i]].data = states[i].data();
     }
-    execution = {.pool = pool.get(),
+    execution = {.pool = foreground.get(),
                  .threads = std::max<std::size_t>(settings.threads, 1),
                  .stop = {},
                  .referenceKernels = settings.referenceKernels,
@@ -93,9 +94,11 @@ std::size_t Executor::heldBytes() const
     return sum;
 }
 
-void Executor::run(std::span<const TensorView> inputs, const std::stop_token& stop)
+void Executor::run(std::span<const TensorView> inputs, const std::stop_token& stop,
+                   WorkerPool::Kind urgency)
 {
     execution.stop = stop;
+    execution.pool = (urgency == WorkerPool::Kind::background ? background : foreground).get();
     arena.ensure(plan.arenaBytes + alignment);
     static constexpr std::byte nothing[alignment] = {};
     for (std::size_t i = 0; i < inputs.size(); ++i) {

@@ -53,7 +53,8 @@ public:
     /// Inputs by position of `graph.inputs`, their types already checked. Afterwards `output`
     /// shows the results, until the next call. Throws Error or Stopped; states then keep what
     /// was written so far.
-    void run(std::span<const TensorView> inputs, const std::stop_token& stop);
+    void run(std::span<const TensorView> inputs, const std::stop_token& stop,
+             WorkerPool::Kind urgency = WorkerPool::Kind::foreground);
 
     const TensorView& output(std::size_t position) const;
     void resetStates();
@@ -81,7 +82,8 @@ private:
     std::vector<ZeroedBytes> slots;
     std::vector<std::vector<std::byte>> states;
     std::vector<std::byte> scratch;
-    std::shared_ptr<WorkerPool> pool;
+    std::shared_ptr<WorkerPool> foreground;
+    std::shared_ptr<WorkerPool> background;
     Execution execution;
     std::vector<TensorBuffer> outputs; // of the node that runs
     std::vector<TensorType> inferred;  // of the node that runs

@@ -1,13 +1,30 @@
 #include "MIL/Execution/WorkerPool.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <exception>
+#include <utility>
 
 namespace vorlin::mil {
 
 namespace {
+
 constexpr std::size_t mostWorkers = 255;
+
+/// What the pools of a process have in common.
+struct Process {
+    std::mutex lock;
+    std::array<std::weak_ptr<WorkerPool>, 2> pools;
+    std::function<void()> backgroundStart;
+};
+
+Process& process()
+{
+    static Process instance;
+    return instance;
+}
+
 } // namespace
 
 struct WorkerPool::Job {
@@ -20,17 +37,24 @@ struct WorkerPool::Job {
     std::mutex failureLock{};
 };
 
-std::shared_ptr<WorkerPool> WorkerPool::shared()
+std::shared_ptr<WorkerPool> WorkerPool::shared(Kind kind)
 {
-    static std::mutex lock;
-    static std::weak_ptr<WorkerPool> current;
-    const std::lock_guard guard(lock);
+    Process& common = process();
+    const std::lock_guard guard(common.lock);
+    std::weak_ptr<WorkerPool>& current = common.pools.at(static_cast<std::size_t>(kind));
     std::shared_ptr<WorkerPool> pool = current.lock();
     if (!pool) {
-        pool = std::make_shared<WorkerPool>();
+        pool = std::make_shared<WorkerPool>(kind);
         current = pool;
     }
     return pool;
+}
+
+void WorkerPool::onBackgroundStart(std::function<void()> hook)
+{
+    Process& common = process();
+    const std::lock_guard guard(common.lock);
+    common.backgroundStart = std::move(hook);
 }
 
 WorkerPool::~WorkerPool()
@@ -91,6 +115,16 @@ WorkerPool::Job* WorkerPool::openJob()
 
 void WorkerPool::work()
 {
+    if (kind == Kind::background) {
+        std::function<void()> hook;
+        {
+            const std::lock_guard guard(process().lock);
+            hook = process().backgroundStart;
+        }
+        if (hook) {
+            hook();
+        }
+    }
     std::unique_lock guard(mutex);
     while (true) {
         Job* job = nullptr;

@@ -4,6 +4,8 @@
 
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -11,14 +13,20 @@
 
 namespace vorlin::mil {
 
-/// The threads that all loaded models share. They sleep while there is nothing to do; there are
-/// never more than one less than the largest number of threads a model was given.
+/// The threads that all loaded models share for predictions of one urgency. They sleep while there
+/// is nothing to do; there are never more than one less than the largest number of threads a model
+/// was given.
 class WorkerPool {
 public:
-    /// The pool of this process; it goes with its last user.
-    static std::shared_ptr<WorkerPool> shared();
+    enum class Kind : std::uint8_t { foreground, background };
 
-    WorkerPool() = default;
+    /// The pool of its kind in this process; it goes with its last user.
+    static std::shared_ptr<WorkerPool> shared(Kind kind);
+
+    /// Sets what background workers started from now on call first. Any thread.
+    static void onBackgroundStart(std::function<void()> hook);
+
+    explicit WorkerPool(Kind kind = Kind::foreground) : kind(kind) {}
     WorkerPool(const WorkerPool&) = delete;
     WorkerPool& operator=(const WorkerPool&) = delete;
     ~WorkerPool();
@@ -37,6 +45,7 @@ private:
     static void help(Job& job);
     void addWorkers(std::size_t wanted);
 
+    const Kind kind;
     std::mutex mutex;
     std::condition_variable wake;
     std::condition_variable done;

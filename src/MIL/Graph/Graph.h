@@ -1,5 +1,6 @@
 #pragma once
 
+#include "MIL/FlexibleShapes.h"
 #include "MIL/Graph/Operation.h"
 #include "MIL/Weights/WeightFile.h"
 
@@ -41,6 +42,8 @@ struct Graph {
 
     std::vector<Feature> inputs;
     std::vector<ValueId> inputIds;
+    /// Which shapes of inputs the text accepts, beyond what their types say.
+    FlexibleShapes flexible;
     std::vector<Feature> outputs;
     std::vector<ValueId> outputIds;
     std::vector<Feature> states;

@@ -65,6 +65,7 @@ void GraphBuilder::build(const syntax::Function& function)
     loading.scratch = &scratch;
     refuseUnknownOperations(function);
     declareParameters(function);
+    declareFlexibleShapes(function);
     for (const syntax::Statement& statement : function.statements) {
         addStatement(statement);
     }
@@ -103,6 +104,36 @@ void GraphBuilder::declareParameters(const syntax::Function& function)
         name(parameter.name, id, parameter.position);
         (isState ? graph.states : graph.inputs).push_back({std::string(parameter.name), type});
         (isState ? graph.stateIds : graph.inputIds).push_back(id);
+    }
+}
+
+/// Inputs the function does not have are left out; the others must have their input's rank.
+void GraphBuilder::declareFlexibleShapes(const syntax::Function& function)
+{
+    const auto take = [&](const FlexibleShapes::Configuration& from,
+                          FlexibleShapes::Configuration& to) {
+        for (const FlexibleShapes::Entry& entry : from) {
+            const auto input =
+                std::find_if(graph.inputs.begin(), graph.inputs.end(),
+                             [&](const Feature& f) { return f.name == entry.input; });
+            if (input == graph.inputs.end()) {
+                continue;
+            }
+            if (input->type.shape.size() != entry.range.least.size()) {
+                fail(function.position, "the input '" + entry.input + "' is declared " +
+                                            describe(input->type) + " but accepts shapes of rank " +
+                                            std::to_string(entry.range.least.size()));
+            }
+            to.push_back(entry);
+        }
+    };
+    take(function.flexible.defaults, graph.flexible.defaults);
+    for (const FlexibleShapes::Configuration& configuration : function.flexible.configurations) {
+        FlexibleShapes::Configuration known;
+        take(configuration, known);
+        if (!known.empty()) {
+            graph.flexible.configurations.push_back(std::move(known));
+        }
     }
 }
 

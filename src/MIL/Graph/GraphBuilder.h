@@ -25,6 +25,7 @@ public:
 private:
     void refuseUnknownOperations(const syntax::Function& function) const;
     void declareParameters(const syntax::Function& function);
+    void declareFlexibleShapes(const syntax::Function& function);
     void declareOutputs(const syntax::Function& function);
     void addStatement(const syntax::Statement& statement);
     void addConstant(const syntax::Statement& statement);

@@ -1,5 +1,6 @@
 #include "MIL/Parser/Parser.h"
 
+#include "MIL/Parser/FlexibleShapesReader.h"
 #include "MIL/Parser/Lexer.h"
 #include "MIL/Parser/NumberReader.h"
 
@@ -79,7 +80,7 @@ private:
             } while (lexer.accept(','));
             lexer.expect(')', "',' or ')'");
         }
-        parseIgnoredAttributes();
+        parseFunctionAttributes(function);
         lexer.expect('{');
         while (!lexer.accept('}')) {
             function.statements.push_back(parseStatement());
@@ -201,6 +202,23 @@ private:
         lexer.expect(']', "',' or ']'");
     }
 
+    void parseFunctionAttributes(Function& function)
+    {
+        if (!lexer.accept('[') || lexer.accept(']')) {
+            return;
+        }
+        do {
+            const std::string_view name = lexer.identifier("the name of an attribute");
+            lexer.expect('=');
+            if (name == "FlexibleShapeInformation") {
+                function.flexible = readFlexibleShapes(lexer);
+            } else {
+                parseValue();
+            }
+        } while (lexer.accept(','));
+        lexer.expect(']', "',' or ']'");
+    }
+
     void parseIgnoredAttributes()
     {
         if (lexer.accept('[')) {
@@ -300,7 +318,7 @@ private:
             value.content = parseBlobReference();
         } else if (value.type.kind != Type::Kind::tensor) {
             if (lexer.peek() != ')') {
-                skipLiteral();
+                skipLiteral(lexer, depth);
             }
         } else if (value.type.tensor.element == ElementType::string) {
             parseText(value);
@@ -320,7 +338,7 @@ private:
         if (value.type.tensor.shape.empty()) {
             value.content = lexer.string();
         } else if (lexer.peek() != ')') {
-            skipLiteral();
+            skipLiteral(lexer, depth);
         }
     }
 
@@ -354,30 +372,6 @@ private:
             lexer.failHere(blob.position, "a blob needs a path and an offset");
         }
         return blob;
-    }
-
-    /// A literal of any form, checked for balanced brackets.
-    void skipLiteral()
-    {
-        const Level level(*this);
-        const char open = lexer.peek();
-        if (open == '"') {
-            lexer.string();
-            return;
-        }
-        if (open != '[' && open != '(' && open != '{') {
-            lexer.atom("a literal");
-            return;
-        }
-        lexer.expect(open);
-        const char close = open == '[' ? ']' : open == '(' ? ')' : '}';
-        if (lexer.accept(close)) {
-            return;
-        }
-        do {
-            skipLiteral();
-        } while (lexer.accept(','));
-        lexer.expect(close);
     }
 
     Lexer lexer;

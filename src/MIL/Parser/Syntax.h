@@ -1,5 +1,6 @@
 #pragma once
 
+#include "MIL/FlexibleShapes.h"
 #include "MIL/Tensor.h"
 
 #include <cstddef>
@@ -86,6 +87,7 @@ struct Function {
     std::string_view name;
     std::string_view opset;
     std::vector<Declaration> parameters;
+    FlexibleShapes flexible;
     std::vector<Statement> statements;
     std::vector<Reference> outputs;
     Position position;

@@ -75,7 +75,12 @@ Arguments parse(std::span<const std::string> words)
 void printFeatures(const char* title, const std::vector<FeatureDescription>& features)
 {
     for (const FeatureDescription& feature : features) {
-        std::printf("%s %s: %s\n", title, feature.name.c_str(), describe(feature.type).c_str());
+        std::printf("%s %s: %s", title, feature.name.c_str(), describe(feature.type).c_str());
+        for (std::size_t i = 0; i < feature.accepted.size(); ++i) {
+            std::printf("%s %s", i == 0 ? ", accepts" : " or",
+                        describe(feature.accepted[i]).c_str());
+        }
+        std::printf("\n");
     }
 }
 
@@ -142,7 +147,8 @@ void predict(const Arguments& arguments)
     }
 }
 
-/// Zeros for every input that no file was given for; open extents become 1.
+/// Zeros for every input that no file was given for; open extents become those the program was
+/// exported with, else 1.
 void completeInputs(const Model& model, LoadedInputs& inputs)
 {
     for (const FeatureDescription& feature : model.inputs()) {
@@ -150,7 +156,8 @@ void completeInputs(const Model& model, LoadedInputs& inputs)
             inputs.names.end()) {
             continue;
         }
-        NpyTensor tensor{feature.type, {}};
+        NpyTensor tensor{{feature.type.element, feature.defaultShape.value_or(feature.type.shape)},
+                         {}};
         for (std::int64_t& extent : tensor.type.shape) {
             extent = extent == Extents::unknown ? 1 : extent;
         }

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Platform/Linux/Engine/EngineLimits.h"
+#include "Platform/Linux/Engine/EngineProgram.h"
+#include "Ports/MLModel.h"
+#include "Ports/Workers.h"
+
+#include <filesystem>
+#include <memory>
+
+namespace vorlin {
+
+/// Models computed by the engine process: one confined process for each model folder, the folder
+/// that holds the bundles. It starts with the first load, is shared by all models of the folder,
+/// ends with the last of them, and is started anew if it died. Any thread.
+class EngineModels final : public MLModels {
+public:
+    /// `workers` must outlive this object.
+    explicit EngineModels(Workers& workers, std::filesystem::path program = engineProgram(),
+                          const EngineLimits& limits = {});
+    EngineModels(const EngineModels&) = delete;
+    EngineModels& operator=(const EngineModels&) = delete;
+    ~EngineModels() override;
+
+    /// The graphics processor is not used: `cpuAndGPU` means all processors, `cpuOnly` one.
+    Completion<std::unique_ptr<MLModel>> load(const std::filesystem::path& bundle,
+                                              ComputeUnits units) override;
+
+private:
+    struct State;
+
+    Workers& workers;
+    std::shared_ptr<State> state;
+};
+
+} // namespace vorlin
