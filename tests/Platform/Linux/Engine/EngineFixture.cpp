@@ -3,6 +3,7 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <thread>
 
 namespace vorlin::test {
@@ -10,7 +11,8 @@ namespace vorlin::test {
 namespace fs = std::filesystem;
 
 namespace {
-constexpr std::int64_t large = 6000;
+constexpr std::int64_t large = 1000;
+constexpr int steps = 5000;
 } // namespace
 
 fs::path milFixtures()
@@ -68,6 +70,21 @@ std::string statusOf(pid_t process, std::string_view name)
     return {};
 }
 
+long processorTicks(pid_t process)
+{
+    const auto text = textOf("/proc/" + std::to_string(process) + "/stat");
+    std::istringstream rest(text.substr(std::min(text.size(), text.rfind(')') + 1)));
+    std::string skipped;
+    constexpr int before = 11; // fields between the name and the time spent
+    for (int i = 0; i < before; ++i) {
+        rest >> skipped;
+    }
+    long user = 0;
+    long system = 0;
+    rest >> user >> system;
+    return user + system;
+}
+
 MultiArray floats(const std::vector<float>& values, MultiArray::Extents shape)
 {
     MultiArray array(MLElementType::float32, std::move(shape));
@@ -80,15 +97,20 @@ std::vector<float> floatsOf(const MultiArray& array)
     return {array.as<float>(), array.as<float>() + array.elementCount()};
 }
 
-EngineTest::EngineTest()
-    : workers([] {}), models(std::make_unique<EngineModels>(workers, builtEngine()))
+EngineTest::EngineTest() : workers([] {})
 {
+    useEngine(builtEngine());
 }
 
 EngineTest::~EngineTest()
 {
     models.reset();
     EXPECT_TRUE(eventually([] { return children().empty(); })) << "a process is left behind";
+}
+
+void EngineTest::useEngine(const fs::path& program, const EngineLimits& limits)
+{
+    models = std::make_unique<EngineModels>(workers, program, limits);
 }
 
 void EngineTest::write(const std::string& name, std::string_view type, std::string_view body)
@@ -105,12 +127,12 @@ void EngineTest::writeEndless(const std::string& name)
 {
     std::string body;
     std::string last = "x";
-    for (int i = 0; i < 2000; ++i) {
-        const std::string next = i == 1999 ? "y" : "v" + std::to_string(i);
-        body += "tensor<fp32, [6000, 6000]> " + next + " = matmul(x = " + last + ", y = x);\n";
+    for (int i = 0; i < steps; ++i) {
+        const std::string next = i == steps - 1 ? "y" : "v" + std::to_string(i);
+        body += "tensor<fp32, [1000, 1000]> " + next + " = matmul(x = " + last + ", y = x);\n";
         last = next;
     }
-    write(name, "tensor<fp32, [6000, 6000]>", body);
+    write(name, "tensor<fp32, [1000, 1000]>", body);
 }
 
 MultiArray EngineTest::largeInput()
@@ -137,6 +159,21 @@ MLFeatures EngineTest::predict(MLModel& model, const MLFeatures& inputs, std::st
 std::vector<float> EngineTest::doubled(MLModel& model)
 {
     return floatsOf(predict(model, {{"x", floats({1, 2}, {2})}}).at("y"));
+}
+
+std::future<std::string> EngineTest::predictAside(MLModel& model, MLFeatures inputs,
+                                                  std::stop_token stop)
+{
+    return std::async(std::launch::async,
+                      [&model, inputs = std::move(inputs), stop = std::move(stop)] {
+                          return thrownBy([&] { predict(model, inputs, stop); });
+                      });
+}
+
+bool EngineTest::isComputing()
+{
+    const auto before = processorTicks(engine());
+    return eventually([&] { return processorTicks(engine()) > before + 5; });
 }
 
 pid_t EngineTest::engine()

@@ -61,6 +61,9 @@ std::string textOf(const std::filesystem::path& path);
 /// The value behind "NAME:" in /proc/PID/status.
 std::string statusOf(pid_t process, std::string_view name);
 
+/// Processor time a process has spent, in hundredths of a second.
+long processorTicks(pid_t process);
+
 MultiArray floats(const std::vector<float>& values, MultiArray::Extents shape);
 std::vector<float> floatsOf(const MultiArray& array);
 
@@ -103,12 +106,20 @@ protected:
     /// What `Double` makes of 1 and 2.
     static std::vector<float> doubled(MLModel& model);
 
+    /// From now on models come from that program.
+    void useEngine(const std::filesystem::path& program, const EngineLimits& limits = {});
+
+    /// What a prediction on another thread throws.
+    static std::future<std::string> predictAside(MLModel& model, MLFeatures inputs,
+                                                 std::stop_token stop = {});
+    /// Waits until the engine process has done some work from now on.
+    static bool isComputing();
+
     /// The one engine process.
     static pid_t engine();
 
     const TemporaryFolder folder;
     ThreadPool workers;
-    EngineLimits limits;
     std::unique_ptr<EngineModels> models;
 };
 
