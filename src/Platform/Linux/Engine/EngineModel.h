@@ -19,6 +19,7 @@ public:
     ~EngineModel() override;
 
     const MLSignature& signature() const override { return declared; }
+    bool isLost() const override { return process->ended(); }
     Completion<MLFeatures> predict(const MLFeatures& inputs, WorkPriority priority,
                                    std::stop_token stop) override;
 

@@ -1,0 +1,82 @@
+#include "InProcessModels.h"
+
+#include "MIL/Model.h"
+
+#include <cstring>
+#include <utility>
+
+namespace vorlin {
+
+namespace {
+
+MLElementType portType(mil::ElementType type)
+{
+    return type == mil::ElementType::int32 ? MLElementType::int32 : MLElementType::float32;
+}
+
+std::vector<MLFeature> portFeatures(const std::vector<mil::FeatureDescription>& features)
+{
+    std::vector<MLFeature> result;
+    for (const auto& feature : features) {
+        std::vector<ExtentRange> axes;
+        for (const auto extent : feature.type.shape) {
+            axes.push_back({extent, extent});
+        }
+        result.push_back({feature.name, portType(feature.type.element), {axes}, false});
+    }
+    return result;
+}
+
+class InProcessModel final : public MLModel {
+public:
+    explicit InProcessModel(mil::Model loaded)
+        : model(std::move(loaded)),
+          declared{portFeatures(model.inputs()), portFeatures(model.outputs())}
+    {
+    }
+
+    const MLSignature& signature() const override { return declared; }
+    bool isLost() const override { return false; }
+
+    Completion<MLFeatures> predict(const MLFeatures& inputs, WorkPriority /*priority*/,
+                                   std::stop_token stop) override
+    {
+        std::vector<mil::NamedInput> named;
+        for (const auto& [name, array] : inputs) {
+            mil::Shape shape;
+            for (const auto extent : array.shape()) {
+                shape.push(extent);
+            }
+            const auto type = array.elementType() == MLElementType::int32 ? mil::ElementType::int32
+                                                                          : mil::ElementType::fp32;
+            named.push_back({name, {{type, shape}, array.data()}});
+        }
+        MLFeatures outputs;
+        for (const auto& output : model.predict(named, stop)) {
+            MultiArray array(portType(output.type.element),
+                             {output.type.shape.begin(), output.type.shape.end()});
+            std::memcpy(array.data(), output.bytes.data(), output.bytes.size());
+            outputs.emplace(output.name, array);
+        }
+        Completion<MLFeatures> done;
+        done.completer().complete(std::move(outputs));
+        return done;
+    }
+
+private:
+    mil::Model model;
+    const MLSignature declared;
+};
+
+} // namespace
+
+Completion<std::unique_ptr<MLModel>> InProcessModels::load(const std::filesystem::path& bundle,
+                                                           ComputeUnits units)
+{
+    Completion<std::unique_ptr<MLModel>> loaded;
+    loaded.completer().complete(std::make_unique<InProcessModel>(
+        mil::Model::load(bundle, {.threads = units == ComputeUnits::cpuAndGPU ? threads : 1})));
+    return loaded;
+}
+
+} // namespace vorlin

@@ -1,0 +1,60 @@
+#include "TimedModels.h"
+
+#include <thread>
+#include <utility>
+
+namespace vorlin {
+
+class TimedModels::Model final : public MLModel {
+public:
+    Model(TimedModels& owner, std::string name, Completion<std::unique_ptr<MLModel>> loading)
+        : owner(owner), name(std::move(name)), model(std::move(loading).await_resume())
+    {
+    }
+
+    const MLSignature& signature() const override { return model->signature(); }
+    bool isLost() const override { return model->isLost(); }
+
+    Completion<MLFeatures> predict(const MLFeatures& inputs, WorkPriority priority,
+                                   std::stop_token stop) override
+    {
+        owner.inBackground = priority == WorkPriority::background;
+        const auto start = std::chrono::steady_clock::now();
+        auto done = model->predict(inputs, priority, std::move(stop));
+        const auto took = std::chrono::steady_clock::now() - start;
+        owner.inBackground = false;
+        const std::scoped_lock guard(owner.lock);
+        owner.times[name].push_back(took);
+        return done;
+    }
+
+private:
+    TimedModels& owner;
+    const std::string name;
+    const std::unique_ptr<MLModel> model;
+};
+
+Completion<std::unique_ptr<MLModel>> TimedModels::load(const std::filesystem::path& bundle,
+                                                       ComputeUnits units)
+{
+    auto loading = models.load(bundle, units);
+    while (!loading.await_ready()) {
+        std::this_thread::yield();
+    }
+    Completion<std::unique_ptr<MLModel>> loaded;
+    try {
+        loaded.completer().complete(
+            std::make_unique<Model>(*this, bundle.stem().string(), std::move(loading)));
+    } catch (...) {
+        loaded.completer().fail(std::current_exception());
+    }
+    return loaded;
+}
+
+TimedModels::Times TimedModels::take()
+{
+    const std::scoped_lock guard(lock);
+    return std::exchange(times, {});
+}
+
+} // namespace vorlin

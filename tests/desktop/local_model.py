@@ -1,0 +1,55 @@
+"""A small trained speech model as a local engine, and recorded speech that it knows."""
+
+import base64
+import json
+import pathlib
+import subprocess
+import tarfile
+
+FIXTURE = (pathlib.Path(__file__).resolve().parent.parent / "fixtures" / "mil"
+           / "tiny-speech.tar.xz")
+ENGINE_ID = "custom-0a1b2c3d"
+
+
+class LocalModel:
+    """The model folder, in a desktop's own folder, and the speech that belongs to it."""
+
+    def __init__(self, desktop):
+        self.desktop = desktop
+        with tarfile.open(FIXTURE) as archive:
+            archive.extractall(desktop.folder)
+        self.root = desktop.folder / "tiny-speech"
+        self.folder = self.root / "model"
+        self.utterances = json.loads((self.root / "utterances.json").read_text())
+
+    def settings(self, **others):
+        """The program's settings with this model added as an engine, and selected."""
+        engine = {"id": ENGINE_ID, "name": "Small", "summary": str(self.folder),
+                  "sizeLabel": "Custom", "source": {"local": {"_0": str(self.folder)}},
+                  "custom": True}
+        data = base64.b64encode(json.dumps([engine]).encode()).decode()
+        return {"customEngines": {"data": data}, "engine": ENGINE_ID, **others}
+
+    def spoken_by(self, voice):
+        return [each for each in self.utterances if each["file"].endswith(f"-{voice}.wav")]
+
+    def recording(self, utterances, name, pause=0.6, before=0.3, after=0.3):
+        """A WAV file with utterances in a row, a pause in seconds after each; returns its path."""
+        pieces = []
+        for count, utterance in enumerate(utterances):
+            piece = self.desktop.folder / f"{name}-{count}.wav"
+            last = count == len(utterances) - 1
+            subprocess.run(["sox", self.root / utterance["file"], piece, "pad",
+                            str(before if count == 0 else 0), str(after if last else pause)],
+                           check=True)
+            pieces.append(piece)
+        whole = self.desktop.folder / f"{name}.wav"
+        subprocess.run(["sox", *pieces, whole], check=True)
+        return whole
+
+
+def engine_processes(program):
+    """The engine processes of a running program."""
+    listed = subprocess.run(["pgrep", "-P", str(program.process.pid), "-x", "vorlin-engine"],
+                            stdout=subprocess.PIPE, text=True, check=False)
+    return [int(line) for line in listed.stdout.split()]

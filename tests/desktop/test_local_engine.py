@@ -1,0 +1,152 @@
+"""A speech model in a folder of this machine: selected, dictated with, broken."""
+
+import os
+import shutil
+import signal
+
+from editors import GTKEditor, Terminal
+from local_model import LocalModel, engine_processes
+from program import assert_arrived, wrong_words
+from waiting import stays, wait_until
+
+SENTENCE = "the committee decided to postpone the meeting until next month"
+
+
+def dictate(desktop, program, wav):
+    """Holds the key while a recording plays."""
+    with desktop.keyboard.held("Alt_R"):
+        program.await_recording()
+        desktop.sound.play(wav)
+
+
+def text_of(utterances):
+    return " ".join(each["text"] for each in utterances)
+
+
+def test_its_sentences_arrive_word_for_word(desktop, launch):
+    model = LocalModel(desktop)
+    program = launch(settings=model.settings())
+    terminal = Terminal(desktop)
+    expected = ""
+    for utterance in model.utterances[:4] + model.utterances[-2:]:
+        dictate(desktop, program, model.recording([utterance], "one"))
+        expected += utterance["text"]
+        wait_until(lambda: len(terminal.text()) >= len(expected), "the dictated text", 60)
+        assert terminal.text() == expected
+    assert len(engine_processes(program)) == 1
+
+
+def test_a_long_dictation_is_cut_at_its_pauses_and_keeps_every_word(desktop, launch):
+    model = LocalModel(desktop)
+    program = launch(settings=model.settings())
+    editor = GTKEditor(desktop)
+    spoken = model.spoken_by("kal16")
+    dictate(desktop, program, model.recording(spoken, "long", pause=0.7))
+    assert editor.await_text(90) == text_of(spoken)
+
+
+def test_speech_without_pauses_is_cut_and_loses_words_only_at_the_seam(desktop, launch):
+    model = LocalModel(desktop)
+    program = launch(settings=model.settings())
+    editor = GTKEditor(desktop)
+    spoken = model.spoken_by("kal16")
+    recording = model.recording(spoken, "breathless", pause=0)
+    dictate(desktop, program, recording)
+    text = editor.await_text(90)
+    expected = text_of(spoken)
+    assert text[:60] == expected[:60]
+    assert text[-20:] == expected[-20:]
+    seams = int(sum(each["seconds"] for each in spoken) // 14)
+    assert wrong_words(expected, text) <= 4 * seams, text
+
+
+def test_escape_drops_everything(desktop, launch):
+    model = LocalModel(desktop)
+    program = launch(settings=model.settings())
+    terminal = Terminal(desktop)
+    spoken = model.recording(model.spoken_by("slt")[-1:], "long")
+    with desktop.keyboard.held("Alt_R"):
+        program.await_recording()
+        desktop.sound.play(spoken)
+        desktop.keyboard.tap("Escape")
+        program.await_silence()
+    assert stays(lambda: not terminal.changed(), 2)
+    dictate(desktop, program, model.recording(model.utterances[:1], "next"))
+    assert terminal.await_text(60) == model.utterances[0]["text"]
+
+
+def test_a_killed_engine_costs_its_utterance_only(desktop, launch):
+    model = LocalModel(desktop)
+    program = launch(settings=model.settings())
+    terminal = Terminal(desktop)
+    first, second, third = model.utterances[0], model.utterances[4], model.utterances[8]
+    dictate(desktop, program, model.recording([first], "first"))
+    assert terminal.await_text(60) == first["text"]
+
+    # Held up, so that the final transcription cannot be over before the kill.
+    engine = engine_processes(program)[0]
+    with desktop.keyboard.held("Alt_R"):
+        program.await_recording()
+        desktop.sound.play(model.recording([second], "second"))
+        os.kill(engine, signal.SIGSTOP)
+    program.await_silence()
+    os.kill(engine, signal.SIGKILL)
+    assert stays(lambda: terminal.text() == first["text"], 2)
+
+    dictate(desktop, program, model.recording([third], "third"))
+    wait_until(lambda: len(terminal.text()) > len(first["text"]), "the next text", 60)
+    assert terminal.text() == first["text"] + third["text"]
+    assert engine not in engine_processes(program)
+
+
+def test_an_engine_killed_between_dictations_costs_nothing(desktop, launch):
+    model = LocalModel(desktop)
+    program = launch(settings=model.settings())
+    terminal = Terminal(desktop)
+    first, second = model.utterances[0], model.utterances[4]
+    dictate(desktop, program, model.recording([first], "first"))
+    assert terminal.await_text(60) == first["text"]
+    os.kill(engine_processes(program)[0], signal.SIGKILL)
+    dictate(desktop, program, model.recording([second], "second"))
+    wait_until(lambda: len(terminal.text()) > len(first["text"]), "the next text", 60)
+    assert terminal.text() == first["text"] + second["text"]
+
+
+def test_a_folder_that_vanishes_is_dictated_with_until_the_end_and_then_given_up(desktop, launch):
+    model = LocalModel(desktop)
+    program = launch(settings=model.settings())
+    terminal = Terminal(desktop)
+    utterance = model.utterances[0]
+    dictate(desktop, program, model.recording([utterance], "first"))
+    assert terminal.await_text(60) == utterance["text"]
+    shutil.rmtree(model.folder)
+    dictate(desktop, program, model.recording([utterance], "first"))
+    wait_until(lambda: terminal.text() == utterance["text"] * 2, "the text once more", 60)
+
+    assert program.quit() == 0
+    assert not engine_processes(program)
+    program.start()
+    # The built-in recogniser takes over, and stays chosen.
+    wait_until(lambda: '"apple"' in program.settings_file.read_text(), "the selection to fall back")
+    program.dictate(SENTENCE)
+    before = len(terminal.text())
+    wait_until(lambda: len(terminal.text()) > before, "the dictated text", 60)
+    assert_arrived(SENTENCE, terminal.text()[before:])
+
+
+def test_the_builtin_recogniser_can_be_chosen_again(desktop, launch):
+    model = LocalModel(desktop)
+    program = launch(settings=model.settings(engine="apple"))
+    terminal = Terminal(desktop)
+    program.dictate(SENTENCE)
+    assert_arrived(SENTENCE, terminal.await_text())
+    assert not engine_processes(program)
+
+
+def test_the_engine_ends_with_the_program_however_it_ends(desktop, launch):
+    model = LocalModel(desktop)
+    program = launch(settings=model.settings())
+    engine = wait_until(lambda: engine_processes(program), "the engine to be warmed")[0]
+    program.process.kill()
+    program.process.wait()
+    wait_until(lambda: not os.path.exists(f"/proc/{engine}"), "the engine to end")

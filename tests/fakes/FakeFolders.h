@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Ports/Folders.h"
+
+#include <map>
+#include <set>
+#include <stdexcept>
+#include <string>
+
+namespace vorlin {
+
+/// Folders in memory.
+class FakeFolders final : public Folders {
+public:
+    std::filesystem::path root = "/models";
+    /// The names directly inside each folder.
+    std::map<std::filesystem::path, std::set<std::string>> contents;
+    std::map<std::filesystem::path, std::uint64_t> sizes;
+    std::map<std::filesystem::path, std::string> files;
+    std::vector<std::filesystem::path> removed;
+
+    std::filesystem::path modelsRoot() const override { return root; }
+    bool contains(const std::filesystem::path& folder, const std::string& name) override
+    {
+        const auto found = contents.find(folder);
+        return found != contents.end() && found->second.contains(name);
+    }
+    std::uint64_t allocatedSize(const std::filesystem::path& folder) override
+    {
+        return sizes[folder];
+    }
+    void removeModel(const std::filesystem::path& folder) override
+    {
+        removed.push_back(folder);
+        contents.erase(folder);
+        sizes.erase(folder);
+    }
+    Bytes read(const std::filesystem::path& file, std::size_t most) override
+    {
+        const auto found = files.find(file);
+        if (found == files.end() || found->second.size() > most) {
+            throw std::runtime_error(file.filename().string() + " cannot be read.");
+        }
+        return {found->second.begin(), found->second.end()};
+    }
+};
+
+} // namespace vorlin
