@@ -1,7 +1,6 @@
 #include "Preferences.h"
 
 #include <stdexcept>
-#include <utility>
 
 namespace vorlin {
 
@@ -122,8 +121,9 @@ bool Preferences::hudShowEsc() const
 
 std::optional<std::string> Preferences::engine() const
 {
-    auto id = read<std::string>("engine", {});
-    return id.empty() ? std::nullopt : std::optional(std::move(id));
+    const auto stored = defaults.value("engine");
+    const auto* id = stored ? std::get_if<std::string>(&*stored) : nullptr;
+    return id != nullptr ? std::optional(*id) : std::nullopt;
 }
 
 void Preferences::setEngine(const std::string& id)

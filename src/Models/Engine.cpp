@@ -139,7 +139,7 @@ const std::vector<Engine>& Engine::builtIn()
 {
     using Tags = std::vector<std::string>;
     static const std::vector<Engine> engines = {
-        {std::string(appleEngineId), "Apple Speech",
+        {appleEngineId, "Apple Speech",
          "Built into macOS. Shows your words live as you speak, with nothing to download.",
          "Built in", Apple{}, false, Tags{"7 languages", "Live text", "No download"}},
         {"parakeetRedux", "NVIDIA Parakeet Redux",
@@ -182,6 +182,10 @@ std::vector<Engine> Engine::decode(std::string_view json)
 {
     if (json.size() > largestText) {
         corrupted("The list of engines is too large.");
+    }
+    // The parser would take a NUL byte for the end of the text.
+    if (json.find('\0') != std::string_view::npos) {
+        corrupted("The list of engines holds a NUL byte.");
     }
     const auto list = nlohmann::json::parse(json, nullptr, /*allow_exceptions=*/false);
     if (!list.is_array()) {

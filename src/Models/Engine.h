@@ -62,7 +62,7 @@ struct Engine {
 };
 
 /// The id of the platform's own recogniser, to which every selection falls back.
-inline constexpr std::string_view appleEngineId = "apple";
+inline constexpr const char* appleEngineId = "apple";
 
 } // namespace vorlin
 

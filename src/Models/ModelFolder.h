@@ -12,8 +12,8 @@ namespace vorlin {
 
 /// What a folder must hold directly inside it to be a compatible model.
 inline constexpr std::array<std::string_view, 5> modelFiles = {
-    "Preprocessor.mlmodelc",    "Encoder.mlmodelc",      "Decoder.mlmodelc",
-    "JointDecisionv3.mlmodelc", "parakeet_v3_vocab.json"};
+    "Preprocessor.mlmodelc", "Encoder.mlmodelc", "Decoder.mlmodelc", "JointDecisionv3.mlmodelc",
+    "parakeet_v3_vocab.json"};
 
 /// The names of `modelFiles`, in their order, that do not exist in `folder`; none when it is
 /// complete, all when it is no absolute path. May wait for a slow disk: not on the main loop.

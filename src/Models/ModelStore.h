@@ -120,8 +120,9 @@ private:
 
     void beginInstall(const std::string& id, const std::string& repository,
                       const std::filesystem::path& modelFolder);
-    Task<void> transfer(std::string id, std::string repository, std::filesystem::path modelFolder,
-                        Ticket ticket, std::stop_token stop);
+    Task<void> transfer(std::weak_ptr<const void> alive, std::string id, std::string repository,
+                        std::filesystem::path modelFolder, Ticket ticket, std::stop_token stop);
+    Downloads::OnProgress progressFor(const std::string& id, Ticket ticket);
     void progressed(const std::string& id, Ticket ticket, double fraction);
     void transferred(const std::string& id, const std::filesystem::path& modelFolder,
                      Ticket ticket);
@@ -131,6 +132,7 @@ private:
                     const std::vector<std::string>& missing);
 
     bool registerEngine(const Engine& engine);
+    void storeEngines(std::vector<Engine> list);
     std::string newId();
     std::optional<Engine> listed(const std::string& id) const;
     bool isInstalled(const std::string& id) const;
