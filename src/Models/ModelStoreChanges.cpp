@@ -84,6 +84,7 @@ void ModelStore::beginInstall(const std::string& id, const std::string& reposito
     const bool wasUnknown = !states.get().contains(id);
     lastError.set(std::nullopt);
     setState(id, Downloading{});
+    setSize(id, std::nullopt);
     if (wasUnknown && id == selected.get()) {
         setSelected(
             appleEngineId); // the answer that decides whether the selection holds no longer comes
