@@ -8,19 +8,22 @@ namespace vorlin {
 
 namespace {
 
+bool isWhiteSpace(utf8proc_int32_t character)
+{
+    return character == '\t' || utf8proc_category(character) == UTF8PROC_CATEGORY_ZS;
+}
+
 bool isWhiteSpaceOrNewline(utf8proc_int32_t character)
 {
     if ((character >= 0x09 && character <= 0x0D) || character == 0x85) {
         return true;
     }
     const auto category = utf8proc_category(character);
-    return category == UTF8PROC_CATEGORY_ZS || category == UTF8PROC_CATEGORY_ZL ||
+    return isWhiteSpace(character) || category == UTF8PROC_CATEGORY_ZL ||
            category == UTF8PROC_CATEGORY_ZP;
 }
 
-} // namespace
-
-std::string trimmed(const std::string& text)
+std::string trimmed(const std::string& text, bool (*drops)(utf8proc_int32_t))
 {
     const auto* bytes = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
     const auto size = static_cast<utf8proc_ssize_t>(text.size());
@@ -33,7 +36,7 @@ std::string trimmed(const std::string& text)
             length = 1;
             character = 0;
         }
-        if (!isWhiteSpaceOrNewline(character)) {
+        if (!drops(character)) {
             begin = std::min(begin, at);
             end = at + length;
         }
@@ -43,6 +46,18 @@ std::string trimmed(const std::string& text)
         return {};
     }
     return text.substr(static_cast<std::size_t>(begin), static_cast<std::size_t>(end - begin));
+}
+
+} // namespace
+
+std::string trimmed(const std::string& text)
+{
+    return trimmed(text, isWhiteSpaceOrNewline);
+}
+
+std::string trimmedSpaces(const std::string& text)
+{
+    return trimmed(text, isWhiteSpace);
 }
 
 std::string TextAccumulator::add(const std::string& text, bool isFinal)

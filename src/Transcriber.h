@@ -48,6 +48,9 @@ public:
 /// that break lines) at both ends. UTF-8.
 std::string trimmed(const std::string& text);
 
+/// `text` without spaces and tabs at both ends; line breaks stay. UTF-8.
+std::string trimmedSpaces(const std::string& text);
+
 /// Turns alternating provisional and final results of a recogniser into one running text.
 /// Any thread.
 class TextAccumulator {

@@ -5,7 +5,7 @@
 
 namespace vorlin {
 
-/// Suspends the awaiting task for `delay` on the loop's clock. Await it from the main loop.
+/// Suspends the awaiting task for `delay` on the loop's clock. Any thread.
 inline Completion<Done> sleepFor(MainLoop& loop, Duration delay)
 {
     Completion<Done> elapsed;

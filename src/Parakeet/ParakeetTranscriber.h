@@ -16,9 +16,9 @@ namespace vorlin {
 /// them in order, and shows interim text of the one still being spoken.
 class ParakeetTranscriber final : public Transcriber {
 public:
-    /// `directory` is the model folder. The ports and `runtime` must outlive this object and the
-    /// tasks it started.
-    ParakeetTranscriber(std::filesystem::path directory, ParakeetRuntime& runtime,
+    /// `directory` is the model folder. The ports must outlive this object and the tasks it
+    /// started.
+    ParakeetTranscriber(std::filesystem::path directory, std::shared_ptr<ParakeetRuntime> runtime,
                         AudioConverters& converters, MainLoop& loop);
     ~ParakeetTranscriber() override;
 
@@ -28,6 +28,9 @@ public:
     void feed(const PCMBuffer& buffer) override;
     Task<std::string> finish() override;
     void cancel() override;
+
+    /// Utterances that were cut and are not transcribed yet. Any thread.
+    int queued() const;
 
 private:
     struct State;

@@ -67,6 +67,9 @@ public:
 
     virtual const MLSignature& signature() const = 0;
 
+    /// Whether the model is known to be gone for good, so that it needs loading again.
+    virtual bool isLost() const = 0;
+
     /// Computes the outputs from `inputs`, which hold every required input; may be done when it
     /// returns, having computed on the calling thread. `inputs` are not looked at after the end.
     /// Predictions of `background` priority yield the processor to all other work. Fails with

@@ -219,7 +219,7 @@ TEST_F(ModelStoreRemove, aDownloadThatCompletesWhileItIsCancelledIsDeleted)
     loop.runReady();
     EXPECT_EQ(state("parakeetUltra"), "notInstalled");
     EXPECT_EQ(store->selected.get(), "apple");
-    EXPECT_FALSE(folders.folders.contains(root("parakeetUltra")));
+    EXPECT_FALSE(folders.contents.contains(root("parakeetUltra")));
 }
 
 TEST_F(ModelStoreRemove, duringTheLastLookAtADownloadedFolder)
@@ -238,7 +238,7 @@ TEST_F(ModelStoreRemove, duringTheLastLookAtADownloadedFolder)
     EXPECT_EQ(downloads.all.size(), 1U);
     EXPECT_EQ(state("parakeetUltra"), "notInstalled");
     EXPECT_EQ(store->selected.get(), "apple");
-    EXPECT_FALSE(folders.folders.contains(root("parakeetUltra")));
+    EXPECT_FALSE(folders.contents.contains(root("parakeetUltra")));
 }
 
 TEST_F(ModelStoreRemove, anInstallAfterACancelWaitsUntilTheFolderIsFree)
@@ -290,7 +290,7 @@ TEST_F(ModelStoreRemove, aBuiltInEngineStaysOnTheList)
     EXPECT_EQ(state("parakeetRedux"), "notInstalled");
     EXPECT_EQ(size("parakeetRedux"), "(none)");
     loop.runReady();
-    EXPECT_FALSE(folders.folders.contains(root("parakeetRedux")));
+    EXPECT_FALSE(folders.contents.contains(root("parakeetRedux")));
     EXPECT_FALSE(defaults.value("customEngines"));
 }
 
@@ -315,7 +315,7 @@ TEST_F(ModelStoreRemove, aLocalFolderIsLeftIntact)
     EXPECT_EQ(store->engines.get(), Engine::builtIn());
     EXPECT_EQ(store->selected.get(), "apple");
     EXPECT_TRUE(folders.removed.empty());
-    EXPECT_TRUE(folders.folders.contains("/m"));
+    EXPECT_TRUE(folders.contents.contains("/m"));
     EXPECT_EQ(state(id), "(unknown)");
     EXPECT_EQ(size(id), "(none)");
     EXPECT_TRUE(preferences.customEngines().empty());
@@ -472,8 +472,8 @@ TEST_F(ModelStoreAdd, aSlashAtTheEndIsNoName)
 TEST_F(ModelStoreAdd, anIncompleteFolderIsRejectedWithWhatItLacks)
 {
     folders.putModel("/m");
-    folders.folders["/m"].names.erase("parakeet_v3_vocab.json");
-    folders.folders["/m"].names.erase("Encoder.mlmodelc");
+    folders.contents["/m"].erase("parakeet_v3_vocab.json");
+    folders.contents["/m"].erase("Encoder.mlmodelc");
     store->addLocal("/m", "");
     loop.runReady();
     EXPECT_EQ(error(), "That folder isn't a compatible model. Missing: Encoder.mlmodelc, "

@@ -54,6 +54,7 @@ class ModelStoreFixture : public testing::Test {
 protected:
     explicit ModelStoreFixture(std::uint64_t seed = 1) : loop(seed)
     {
+        folders.root = "/data/Vorlin/Models";
         folders.onMain = [this] { return loop.onMain(); };
     }
     ~ModelStoreFixture() override { EXPECT_EQ(folders.asksOnMain, 0); }

@@ -66,7 +66,7 @@ TEST_F(ModelStoreStart, installedModelsAreMeasured)
 TEST_F(ModelStoreStart, aSelectedEngineThatLacksAFileGivesWayToThePlatformsOwn)
 {
     folders.putModel(root("parakeetUltra"));
-    folders.folders[root("parakeetUltra")].names.erase("Decoder.mlmodelc");
+    folders.contents[root("parakeetUltra")].erase("Decoder.mlmodelc");
     defaults.values["engine"] = "parakeetUltra";
     start();
     EXPECT_EQ(store->selected.get(), "apple");
@@ -137,7 +137,7 @@ TEST_F(ModelStoreOnASlowDisk, theSelectedModelIsWarmedWhenTheDiskAnswers)
 
 TEST_F(ModelStoreOnASlowDisk, aSelectionMadeMeanwhileIsNotOverwritten)
 {
-    folders.folders.clear();
+    folders.contents.clear();
     defaults.values["engine"] = "parakeetUltra";
     start();
     workers.hanging = false;
@@ -302,7 +302,7 @@ TEST_F(ModelStoreSelection, anEngineThatIsNotReadyDictatesWithThePlatformsOwn)
 TEST_F(ModelStoreSelection, aFolderThatLosesFilesCountsAtTheNextStart)
 {
     store->select("custom-mine");
-    folders.folders["/models/mine"].names.erase("parakeet_v3_vocab.json");
+    folders.contents["/models/mine"].erase("parakeet_v3_vocab.json");
     EXPECT_EQ(dictates(), "local /models/mine");
     start();
     EXPECT_EQ(state("custom-mine"), "notInstalled");

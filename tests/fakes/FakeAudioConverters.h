@@ -2,11 +2,13 @@
 
 #include "Ports/AudioConverter.h"
 
+#include <algorithm>
 #include <functional>
 
 namespace vorlin {
 
-/// Converters that give the output its full length by the rates, and count how often one is made.
+/// Converters that give the output its full length by the rates, and its samples when there is
+/// nothing to convert; they count how often one is made.
 class FakeAudioConverters final : public AudioConverters {
 public:
     std::function<bool(const AudioFormat& source)> canConvert = [](const AudioFormat&) {
@@ -34,6 +36,11 @@ private:
         {
             owner.lastCapacity = output.frameCapacity();
             output.setFrameLength(static_cast<std::uint32_t>(input.frameLength() * ratio));
+            if (ratio == 1 && input.format() == output.format()) {
+                std::ranges::copy(
+                    input.plane(0).first(input.frameLength() * input.format().bytesPerFrame()),
+                    output.plane(0).begin());
+            }
             return !owner.conversionFails;
         }
 

@@ -82,8 +82,12 @@ public:
     /// Delivers `frames` mono frames of a constant value.
     void deliver(float value, std::uint32_t frames = bufferFrames) const
     {
+        deliver(buffer(value, frames));
+    }
+    void deliver(const PCMBuffer& captured) const
+    {
         if (tap) {
-            tap(buffer(value, frames));
+            tap(captured);
         }
     }
 

@@ -3,65 +3,61 @@
 #include "Models/ModelFolder.h"
 #include "Ports/Folders.h"
 
-#include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <map>
 #include <set>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 namespace vorlin {
 
 /// Folders in memory.
 class FakeFolders final : public Folders {
 public:
-    struct Folder {
-        std::set<std::string> names;
-        std::uint64_t size = 0;
-    };
-
-    std::map<std::filesystem::path, Folder> folders;
-    std::map<std::filesystem::path, Bytes> files;
+    std::filesystem::path root = "/models";
+    /// The names directly inside each folder.
+    std::map<std::filesystem::path, std::set<std::string>> contents;
+    std::map<std::filesystem::path, std::uint64_t> sizes;
+    std::map<std::filesystem::path, std::string> files;
     std::vector<std::filesystem::path> removed;
-    /// Whether the main loop runs; nothing here may then be asked but the root.
+    /// Whether the main loop runs, on which nothing here may be asked but the root.
     std::function<bool()> onMain = [] { return false; };
     int asksOnMain = 0;
 
     /// Puts a complete model there.
     void putModel(const std::filesystem::path& folder, std::uint64_t size = 1'000'000)
     {
-        folders[folder] = {{modelFiles.begin(), modelFiles.end()}, size};
+        contents[folder] = {modelFiles.begin(), modelFiles.end()};
+        sizes[folder] = size;
     }
 
-    std::filesystem::path modelsRoot() const override { return "/data/Vorlin/Models"; }
+    std::filesystem::path modelsRoot() const override { return root; }
     bool contains(const std::filesystem::path& folder, const std::string& name) override
     {
         note();
-        const auto found = folders.find(folder);
-        return found != folders.end() && found->second.names.contains(name);
+        const auto found = contents.find(folder);
+        return found != contents.end() && found->second.contains(name);
     }
     std::uint64_t allocatedSize(const std::filesystem::path& folder) override
     {
         note();
-        const auto found = folders.find(folder);
-        return found == folders.end() ? 0 : found->second.size;
+        return sizes[folder];
     }
     void removeModel(const std::filesystem::path& folder) override
     {
         note();
         removed.push_back(folder);
-        folders.erase(folder);
+        contents.erase(folder);
+        sizes.erase(folder);
     }
     Bytes read(const std::filesystem::path& file, std::size_t most) override
     {
         note();
         const auto found = files.find(file);
         if (found == files.end() || found->second.size() > most) {
-            throw std::runtime_error("The file cannot be read.");
+            throw std::runtime_error(file.filename().string() + " cannot be read.");
         }
-        return found->second;
+        return {found->second.begin(), found->second.end()};
     }
 
 private:

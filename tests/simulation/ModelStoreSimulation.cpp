@@ -139,7 +139,7 @@ protected:
         const std::string id = newId();
         store->addLocal(folder, "");
         loop.runReady();
-        if (!folders.folders.contains(folder)) {
+        if (!folders.contents.contains(folder)) {
             plain.error = "That folder isn't a compatible model. Missing: Preprocessor.mlmodelc, "
                           "Encoder.mlmodelc, Decoder.mlmodelc, JointDecisionv3.mlmodelc, "
                           "parakeet_v3_vocab.json.";
@@ -214,7 +214,7 @@ protected:
         }
         auto& entry = anyEntry();
         if (entry.kind != "apple" && !downloading(entry)) {
-            folders.folders.erase(folderOf(entry));
+            folders.contents.erase(folderOf(entry));
         }
     }
 
@@ -230,7 +230,7 @@ protected:
         loop.runReady();
         plain.error = "(none)";
         for (auto& entry : plain.list) {
-            const bool there = entry.kind == "apple" || folders.folders.contains(folderOf(entry));
+            const bool there = entry.kind == "apple" || folders.contents.contains(folderOf(entry));
             entry.state = there ? "installed" : "notInstalled";
         }
         if (plain.find(plain.selected)->state != "installed") {
@@ -322,7 +322,7 @@ TEST_P(Changes, inAnyOrderShowWhatAPlainStoreWould)
     }
     endAllCancelled();
     for (const auto& folder : mustBeGone) {
-        EXPECT_FALSE(folders.folders.contains(folder)) << folder;
+        EXPECT_FALSE(folders.contents.contains(folder)) << folder;
     }
     if (HasFailure()) {
         ADD_FAILURE() << "seed " << GetParam();
@@ -374,7 +374,7 @@ protected:
         for (const auto& each : store->engines.get()) {
             const bool installed = state(each.id) == "installed";
             const auto modelFolder = store->folder(each);
-            const bool there = !modelFolder || folders.folders.contains(*modelFolder);
+            const bool there = !modelFolder || folders.contents.contains(*modelFolder);
             EXPECT_NE(state(each.id), "(unknown)") << each.id;
             EXPECT_TRUE(there || !installed) << each.id << " is " << state(each.id);
             const auto runs = std::ranges::count_if(downloads.all, [&](const auto& download) {
@@ -391,7 +391,7 @@ protected:
         EXPECT_EQ(preferences.engine().value_or("apple"), store->selected.get());
         EXPECT_NE(state(store->selected.get()), "(unknown)");
         EXPECT_FALSE(downloads.collided);
-        for (const auto& [folder, contents] : folders.folders) {
+        for (const auto& [folder, names] : folders.contents) {
             const bool known =
                 folder.parent_path() == "/local" || state(folder.filename()) != "(unknown)";
             EXPECT_TRUE(known) << folder << " was left behind";

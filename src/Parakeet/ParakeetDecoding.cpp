@@ -1,0 +1,216 @@
+#include "Parakeet/ParakeetDecoding.h"
+
+#include "Async/Fatal.h"
+#include "Transcriber.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+namespace vorlin {
+
+namespace {
+
+constexpr std::size_t inputLength = 240000;
+constexpr std::int64_t blank = 8192;
+constexpr int maxSymbolsPerFrame = 8;
+/// A model that names negative durations for ever would keep the loop on one frame.
+constexpr int mostStepsOnOneFrame = 1000;
+constexpr std::string_view wordStart = "\xE2\x96\x81"; // U+2581
+
+/// Element 0 as an integer, towards zero; nothing for an empty array or what no integer holds.
+std::optional<std::int64_t> firstInteger(const MultiArray& array)
+{
+    if (array.elementCount() == 0) {
+        return std::nullopt;
+    }
+    const double value = array.number(0);
+    if (!(std::abs(value) < 9e15)) {
+        return std::nullopt;
+    }
+    return static_cast<std::int64_t>(value);
+}
+
+MultiArray take(MLFeatures& outputs, const std::string& name)
+{
+    const auto found = outputs.find(name);
+    if (found == outputs.end()) {
+        throw RuntimeError::badOutput();
+    }
+    return std::move(found->second);
+}
+
+/// An output of the decoder or the joint, which their check at load has promised.
+MultiArray promised(MLFeatures& outputs, const std::string& name)
+{
+    const auto found = outputs.find(name);
+    if (found == outputs.end()) {
+        fatal("a speech model left out the output " + name);
+    }
+    return std::move(found->second);
+}
+
+std::int64_t promisedInteger(MLFeatures& outputs, const std::string& name)
+{
+    const auto value = firstInteger(promised(outputs, name));
+    if (!value) {
+        throw RuntimeError::badOutput();
+    }
+    return *value;
+}
+
+/// Column `t` of an encoder output [1, D, T], whatever its strides and type, into `step`.
+void copyFrame(const MultiArray& encoder, std::int64_t t, MultiArray& step)
+{
+    const std::int64_t width = encoder.shape()[1];
+    const std::int64_t across = encoder.strides()[1];
+    const std::int64_t first = t * encoder.strides()[2];
+    auto* to = step.as<float>();
+    if (encoder.elementType() == MLElementType::float32) {
+        const auto* from = encoder.as<float>() + first;
+        for (std::int64_t d = 0; d < width; ++d) {
+            to[d] = from[d * across];
+        }
+        return;
+    }
+    for (std::int64_t d = 0; d < width; ++d) {
+        to[d] = static_cast<float>(encoder.number(first + d * across));
+    }
+}
+
+/// The prediction network with its state, and every array of the loop.
+class Decoder {
+public:
+    Decoder(ParakeetRuntime::Loaded& models, PredictOptions options, std::int64_t width)
+        : models(models), options(std::move(options))
+    {
+        inputs["targets"] = MultiArray(MLElementType::int32, {1, 1});
+        inputs["target_length"] = MultiArray(MLElementType::int32, {1});
+        inputs["target_length"].as<std::int32_t>()[0] = 1;
+        inputs["h_in"] = MultiArray(MLElementType::float32, {2, 1, 640});
+        inputs["c_in"] = MultiArray(MLElementType::float32, {2, 1, 640});
+        jointInputs["encoder_step"] = MultiArray(MLElementType::float32, {1, width, 1});
+        targets = inputs["targets"].as<std::int32_t>();
+    }
+
+    /// Goes on by one token.
+    Task<void> push(std::int64_t token)
+    {
+        *targets = static_cast<std::int32_t>(token);
+        auto outputs = co_await models.decoder->predict(inputs, options.priority, options.stop);
+        inputs["h_in"] = promised(outputs, "h_out");
+        inputs["c_in"] = promised(outputs, "c_out");
+        jointInputs["decoder_step"] = promised(outputs, "decoder");
+    }
+
+    Task<MLFeatures> joint()
+    {
+        co_return co_await models.joint->predict(jointInputs, options.priority, options.stop);
+    }
+
+    MultiArray& step() { return jointInputs["encoder_step"]; }
+
+private:
+    ParakeetRuntime::Loaded& models;
+    const PredictOptions options;
+    MLFeatures inputs;
+    MLFeatures jointInputs;
+    std::int32_t* targets = nullptr;
+};
+
+} // namespace
+
+Task<std::vector<std::int64_t>> greedyTDT(const MultiArray& encoder, std::int64_t frames,
+                                          ParakeetRuntime::Loaded& models, PredictOptions options)
+{
+    if (encoder.rank() < 3) {
+        fatal("the encoder's output has fewer than three dimensions");
+    }
+    const std::int64_t end = std::min(encoder.shape()[2], frames);
+    std::vector<std::int64_t> tokens;
+    Decoder decoder(models, options, encoder.shape()[1]);
+    co_await decoder.push(blank);
+    for (std::int64_t t = 0; t < end;) {
+        copyFrame(encoder, t, decoder.step());
+        std::int64_t advance = 0;
+        int emitted = 0;
+        for (int steps = 0; advance < 1; ++steps) {
+            if (options.stop.stop_requested()) {
+                throw MLStopped();
+            }
+            if (steps == mostStepsOnOneFrame) {
+                throw RuntimeError::badOutput();
+            }
+            auto outputs = co_await decoder.joint();
+            const std::int64_t token = promisedInteger(outputs, "token_id");
+            advance = promisedInteger(outputs, "duration");
+            if (token != blank) {
+                tokens.push_back(token);
+                co_await decoder.push(token);
+                ++emitted;
+            }
+            if (advance == 0 && (token == blank || emitted >= maxSymbolsPerFrame)) {
+                advance = 1;
+            }
+        }
+        t += std::min(advance, end);
+    }
+    co_return tokens;
+}
+
+std::string detokenised(const std::vector<std::int64_t>& tokens,
+                        const std::vector<std::string>& vocabulary)
+{
+    std::string pieces;
+    for (const auto token : tokens) {
+        if (token < 0 || token >= std::ssize(vocabulary)) {
+            continue;
+        }
+        const auto& piece = vocabulary[static_cast<std::size_t>(token)];
+        if (piece.starts_with('<') && piece.ends_with('>')) {
+            continue;
+        }
+        pieces += piece;
+    }
+    std::string text;
+    for (std::size_t at = 0; at < pieces.size();) {
+        if (pieces.compare(at, wordStart.size(), wordStart) == 0) {
+            text += ' ';
+            at += wordStart.size();
+        } else {
+            text += pieces[at++];
+        }
+    }
+    return trimmedSpaces(text);
+}
+
+Task<std::string> decode(const std::vector<float>& utterance, ParakeetRuntime::Loaded& models,
+                         PredictOptions options)
+{
+    if (utterance.empty()) {
+        co_return std::string();
+    }
+    const std::size_t count = std::min(utterance.size(), inputLength);
+    MLFeatures audio;
+    audio["audio_signal"] = MultiArray(MLElementType::float32, {1, inputLength});
+    std::memcpy(audio["audio_signal"].data(), utterance.data(), count * sizeof(float));
+    audio["audio_length"] = MultiArray(MLElementType::int32, {1});
+    audio["audio_length"].as<std::int32_t>()[0] = static_cast<std::int32_t>(count);
+
+    auto mel = co_await models.preprocessor->predict(audio, options.priority, options.stop);
+    MLFeatures features;
+    features["mel"] = take(mel, "mel");
+    features["mel_length"] = take(mel, "mel_length");
+    auto encoded = co_await models.encoder->predict(features, options.priority, options.stop);
+    const MultiArray encoder = take(encoded, "encoder");
+    const auto frames = firstInteger(take(encoded, "encoder_length"));
+    if (!frames) {
+        throw RuntimeError::badOutput();
+    }
+    co_return detokenised(co_await greedyTDT(encoder, *frames, models, options), models.vocabulary);
+}
+
+} // namespace vorlin

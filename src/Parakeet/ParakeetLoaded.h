@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Async/Task.h"
+#include "Parakeet/ParakeetRuntime.h"
+#include "Ports/Folders.h"
+#include "Ports/MLModel.h"
+
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace vorlin {
+
+/// The models of one folder, ready to run.
+struct ParakeetRuntime::Loaded {
+    /// The folder they came from.
+    std::filesystem::path directory;
+    std::unique_ptr<MLModel> preprocessor;
+    std::unique_ptr<MLModel> encoder;
+    std::unique_ptr<MLModel> decoder;
+    std::unique_ptr<MLModel> joint;
+    /// Token text by token id; a word's first piece begins with U+2581.
+    std::vector<std::string> vocabulary;
+
+    /// One of the models is gone for good.
+    bool isLost() const;
+};
+
+/// Loads the four models side by side, and the vocabulary meanwhile. Fails with the loader's own
+/// error, or with one line about what does not fit.
+Task<std::shared_ptr<ParakeetRuntime::Loaded>> loadParakeet(MLModels& models, Folders& folders,
+                                                            std::filesystem::path directory);
+
+/// The token texts in a vocabulary file: a JSON object from decimal ids to texts. It has as many
+/// entries as the object; ids that are no number below that are left out, and their entries stay
+/// empty. Throws `std::runtime_error` when it is no such object.
+std::vector<std::string> parakeetVocabulary(const Bytes& json);
+
+/// Throws `std::runtime_error` with one line that names the model and the feature, unless the
+/// four models take and give what the decoding needs.
+void checkFeatures(const ParakeetRuntime::Loaded& models);
+
+} // namespace vorlin

@@ -1,0 +1,247 @@
+#include "Parakeet/ParakeetTranscriber.h"
+
+#include "Async/Sleep.h"
+#include "Async/Stream.h"
+#include "Parakeet/Segmenter.h"
+
+#include <mutex>
+#include <stop_token>
+#include <utility>
+#include <vector>
+
+namespace vorlin {
+
+namespace {
+
+constexpr auto draftInterval = std::chrono::milliseconds(700);
+constexpr AudioFormat targetFormat{SampleType::float32, 16000, 1, false};
+
+std::string joined(const std::vector<std::string>& parts)
+{
+    std::string text;
+    for (const auto& part : parts) {
+        text += (text.empty() ? "" : " ") + part;
+    }
+    return text;
+}
+
+} // namespace
+
+/// What the dictation's tasks share with it; they may outlive it.
+struct ParakeetTranscriber::State {
+    State(std::filesystem::path directory, std::shared_ptr<ParakeetRuntime> runtime, MainLoop& loop)
+        : directory(std::move(directory)), runtime(std::move(runtime)), loop(loop),
+          segmenter([this](Segmenter::Samples utterance) { emit(std::move(utterance)); })
+    {
+    }
+
+    void emit(Segmenter::Samples utterance)
+    {
+        if (cancelled.stop_requested()) {
+            return;
+        }
+        std::stop_source draft;
+        {
+            const std::scoped_lock guard(lock);
+            ++queued;
+            draft = runningDraft;
+        }
+        draft.request_stop();
+        stream.yield(std::move(utterance));
+    }
+
+    /// The dictation has ended: no more drafts, and the running one gives way at once.
+    void stop()
+    {
+        std::stop_source draft;
+        {
+            const std::scoped_lock guard(lock);
+            stopped = true;
+            draft = runningDraft;
+        }
+        draft.request_stop();
+    }
+
+    /// An utterance's transcription is over, with or without text. Returns the running text.
+    std::string settle(const std::string& text)
+    {
+        const std::scoped_lock guard(lock);
+        --queued;
+        if (!text.empty()) {
+            parts.push_back(text);
+        }
+        return joined(parts);
+    }
+
+    /// Permission for a draft, as long as the result is not asked to stop; none while final
+    /// transcriptions wait.
+    std::optional<std::stop_token> beginDraft()
+    {
+        const std::scoped_lock guard(lock);
+        if (queued != 0 || stopped) {
+            return std::nullopt;
+        }
+        runningDraft = std::stop_source();
+        return runningDraft.get_token();
+    }
+
+    bool isStopped() const
+    {
+        const std::scoped_lock guard(lock);
+        return stopped;
+    }
+
+    std::string finishedText() const
+    {
+        const std::scoped_lock guard(lock);
+        return joined(parts);
+    }
+
+    const std::filesystem::path directory;
+    const std::shared_ptr<ParakeetRuntime> runtime;
+    MainLoop& loop;
+    Transcriber::OnText onText;
+    Segmenter segmenter;
+    Stream<Segmenter::Samples> stream;
+    /// Ends the consumer without a result.
+    std::stop_source cancelled;
+    Completion<std::string> result;
+    bool prepared = false;
+
+    mutable std::mutex lock;
+    /// The texts of the utterances, in order.
+    std::vector<std::string> parts;
+    /// Utterances cut and not yet transcribed.
+    int queued = 0;
+    bool stopped = false;
+    std::optional<std::string> failure;
+    std::stop_source runningDraft{std::nostopstate};
+};
+
+namespace {
+
+/// Transcribes the utterances in order.
+template <class State>
+Task<void> consume(std::shared_ptr<State> state, Completer<std::string> result)
+{
+    const auto cancelled = state->cancelled.get_token();
+    while (auto utterance = co_await state->stream.next()) {
+        std::string text;
+        try {
+            text = co_await state->runtime->transcribe(std::move(*utterance), state->directory,
+                                                       WorkPriority::normal, cancelled);
+        } catch (const std::exception& error) {
+            const std::scoped_lock guard(state->lock);
+            state->failure = error.what();
+        }
+        const std::string running = state->settle(text);
+        if (!text.empty() && state->onText && !cancelled.stop_requested()) {
+            state->onText(running);
+        }
+    }
+    result.complete(state->finishedText());
+}
+
+/// One draft of the utterance that is being spoken, if this is the moment for one.
+template <class State>
+Task<void> draftOnce(State& state)
+{
+    const auto stop = state.beginDraft();
+    if (!stop) {
+        co_return;
+    }
+    auto draft = state.segmenter.draft();
+    if (!draft) {
+        co_return;
+    }
+    std::string text;
+    try {
+        text = co_await state.runtime->transcribe(std::move(draft->samples), state.directory,
+                                                  WorkPriority::background, *stop);
+    } catch (const std::exception&) {
+        co_return; // the final transcription will tell what is wrong
+    }
+    if (state.isStopped() || state.segmenter.cuts() != draft->cuts || !state.onText) {
+        co_return;
+    }
+    const std::string finished = state.finishedText();
+    state.onText(finished.empty() ? text : finished + " " + text);
+}
+
+template <class State>
+Task<void> runDrafts(std::shared_ptr<State> state)
+{
+    while (!state->isStopped()) {
+        co_await sleepFor(state->loop, draftInterval);
+        co_await draftOnce(*state);
+    }
+}
+
+} // namespace
+
+ParakeetTranscriber::ParakeetTranscriber(std::filesystem::path directory,
+                                         std::shared_ptr<ParakeetRuntime> runtime,
+                                         AudioConverters& converters, MainLoop& loop)
+    : state(std::make_shared<State>(std::move(directory), std::move(runtime), loop)),
+      converter(converters, targetFormat)
+{
+}
+
+ParakeetTranscriber::~ParakeetTranscriber()
+{
+    cancel();
+}
+
+void ParakeetTranscriber::setOnText(OnText onText)
+{
+    state->onText = std::move(onText);
+}
+
+std::optional<std::string> ParakeetTranscriber::failure() const
+{
+    const std::scoped_lock guard(state->lock);
+    return state->failure;
+}
+
+Task<void> ParakeetTranscriber::prepare()
+{
+    state->prepared = true;
+    state->runtime->warm(state->directory);
+    spawn(state->runtime->executor(), consume(state, state->result.completer()));
+    spawn(state->runtime->executor(), runDrafts(state));
+    co_return;
+}
+
+void ParakeetTranscriber::feed(const PCMBuffer& buffer)
+{
+    if (const auto converted = converter.convert(buffer)) {
+        state->segmenter.append(converted->floatChannel(0));
+    }
+}
+
+Task<std::string> ParakeetTranscriber::finish()
+{
+    const auto held = state;
+    held->stop();
+    held->segmenter.flush();
+    held->stream.finish();
+    if (!held->prepared) {
+        co_return std::string();
+    }
+    co_return co_await held->result;
+}
+
+int ParakeetTranscriber::queued() const
+{
+    const std::scoped_lock guard(state->lock);
+    return state->queued;
+}
+
+void ParakeetTranscriber::cancel()
+{
+    state->stop();
+    state->cancelled.request_stop();
+    state->stream.finish();
+}
+
+} // namespace vorlin

@@ -1,0 +1,165 @@
+#pragma once
+
+#include "Ports/MLModel.h"
+#include "Ports/MainLoop.h"
+
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace vorlin {
+
+/// Models whose answers the test writes, by bundle name.
+class FakeMLModels final : public MLModels {
+public:
+    struct Script {
+        MLSignature signature;
+        std::function<MLFeatures(const MLFeatures&)> compute;
+        /// Time on the loop's clock; none answers inside the call.
+        Duration takes{0};
+        Duration loadTakes{0};
+        std::string loadFailure{};
+    };
+
+    explicit FakeMLModels(MainLoop& loop) : loop(loop) {}
+
+    std::map<std::string, Script> scripts;
+    /// The folders and names of every load asked for, in order.
+    std::vector<std::filesystem::path> loads;
+    std::vector<ComputeUnits> units;
+    /// The names of the predictions asked for, in order.
+    std::vector<std::string> predictions;
+    /// What the predictions were given, by name.
+    std::map<std::string, std::vector<MLFeatures>> given;
+    bool keepsGiven = false;
+    int stopped = 0;
+    int mostAtOnce = 0;
+    WorkPriority lastPriority = WorkPriority::normal;
+    /// Models that were handed out and still exist.
+    std::size_t alive() const { return models.size(); }
+
+    /// What holds the models ends: every one of them is lost, and what it computes fails.
+    void lose(const std::string& message = "The speech engine stopped unexpectedly.")
+    {
+        for (auto* model : models) {
+            model->lost = message;
+        }
+        for (auto& [id, completer] : std::exchange(pending, {})) {
+            completer.failWith<MLModelLost>(message);
+        }
+    }
+
+    Completion<std::unique_ptr<MLModel>> load(const std::filesystem::path& bundle,
+                                              ComputeUnits computeUnits) override
+    {
+        loads.push_back(bundle);
+        units.push_back(computeUnits);
+        const auto name = bundle.filename().string();
+        Completion<std::unique_ptr<MLModel>> loaded;
+        later(scripts[name].loadTakes, [this, name, completer = loaded.completer()] {
+            const auto& failure = scripts[name].loadFailure;
+            if (failure.empty()) {
+                completer.complete(std::make_unique<Model>(*this, name));
+            } else {
+                completer.failWith(failure);
+            }
+        });
+        return loaded;
+    }
+
+private:
+    class Model final : public MLModel {
+    public:
+        Model(FakeMLModels& owner, std::string name)
+            : owner(owner), name(std::move(name)), declared(owner.scripts[this->name].signature)
+        {
+            owner.models.insert(this);
+        }
+        ~Model() override { owner.models.erase(this); }
+
+        const MLSignature& signature() const override { return declared; }
+        bool isLost() const override { return !lost.empty(); }
+        Completion<MLFeatures> predict(const MLFeatures& inputs, WorkPriority priority,
+                                       std::stop_token stop) override
+        {
+            return owner.predict(*this, inputs, priority, std::move(stop));
+        }
+
+        FakeMLModels& owner;
+        const std::string name;
+        const MLSignature declared;
+        std::string lost;
+    };
+
+    Completion<MLFeatures> predict(const Model& model, const MLFeatures& inputs,
+                                   WorkPriority priority, std::stop_token stop)
+    {
+        predictions.push_back(model.name);
+        if (keepsGiven) {
+            given[model.name].push_back(copied(inputs));
+        }
+        lastPriority = priority;
+        Completion<MLFeatures> done;
+        if (!model.lost.empty()) {
+            done.completer().failWith<MLModelLost>(model.lost);
+            return done;
+        }
+        const auto id = nextId++;
+        pending.emplace(id, done.completer());
+        mostAtOnce = std::max(mostAtOnce, static_cast<int>(pending.size()));
+        auto stopper =
+            std::make_shared<std::stop_callback<std::function<void()>>>(stop, [this, id] {
+                if (const auto found = pending.find(id); found != pending.end()) {
+                    ++stopped;
+                    const auto completer = found->second;
+                    pending.erase(found);
+                    completer.fail(std::make_exception_ptr(MLStopped()));
+                }
+            });
+        const auto& script = scripts[model.name];
+        later(script.takes, [this, id, name = model.name, inputs, stopper] {
+            if (const auto found = pending.find(id); found != pending.end()) {
+                const auto completer = found->second;
+                pending.erase(found);
+                try {
+                    completer.complete(scripts[name].compute(inputs));
+                } catch (...) {
+                    completer.fail(std::current_exception());
+                }
+            }
+        });
+        return done;
+    }
+
+    /// The inputs as they are now; the program goes on using their memory.
+    static MLFeatures copied(const MLFeatures& inputs)
+    {
+        MLFeatures copies;
+        for (const auto& [name, array] : inputs) {
+            MultiArray copy(array.elementType(), array.shape());
+            std::copy_n(array.data(), array.elementCount() * bytesOf(array.elementType()),
+                        copy.data());
+            copies.emplace(name, copy);
+        }
+        return copies;
+    }
+
+    void later(Duration delay, Work work)
+    {
+        if (delay > Duration::zero()) {
+            loop.postAfter(delay, std::move(work));
+        } else {
+            work();
+        }
+    }
+
+    MainLoop& loop;
+    std::set<Model*> models;
+    std::map<int, Completer<MLFeatures>> pending;
+    int nextId = 0;
+};
+
+} // namespace vorlin
