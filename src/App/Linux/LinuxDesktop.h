@@ -1,6 +1,7 @@
 #pragma once
 
 #include "App/Linux/LinuxPermissions.h"
+#include "App/Linux/NoMLModels.h"
 #include "Platform/Linux/Audio/PulseAudioInput.h"
 #include "Platform/Linux/Audio/PulseContext.h"
 #include "Platform/Linux/Audio/PulseMicrophoneAccess.h"
@@ -8,6 +9,7 @@
 #include "Platform/Linux/Desktop/Environment.h"
 #include "Platform/Linux/Desktop/EnvironmentLocale.h"
 #include "Platform/Linux/Desktop/JsonDefaults.h"
+#include "Platform/Linux/Desktop/XDGFolders.h"
 #include "Platform/Linux/Keys/X11EventTap.h"
 #include "Platform/Linux/Keys/X11FocusedProgram.h"
 #include "Platform/Linux/Keys/X11KeyAccess.h"
@@ -17,6 +19,7 @@
 #include "Platform/Linux/Speech/SphinxAnalyzers.h"
 #include "Platform/Shared/QtMainLoop.h"
 #include "Platform/Shared/Soxr/SoxrConverter.h"
+#include "Platform/Shared/SystemRandom.h"
 #include "Platform/Shared/ThreadPool.h"
 #include "Ports/Ports.h"
 
@@ -35,7 +38,10 @@ public:
 
 private:
     QtMainLoop loop;
+    SystemRandom random;
+    XDGFolders folders; // the workers run in it to their end
     ThreadPool workers;
+    NoMLModels mlModels;
     JsonDefaults defaults;
     EnvironmentLocale locale;
     X11Keyboard keyboard;
