@@ -1,6 +1,5 @@
 #include "AppModel.h"
 
-#include "AppleTranscriber.h"
 #include "Ports/Permissions.h"
 #include "Ports/Sounds.h"
 
@@ -14,6 +13,11 @@ constexpr auto permissionPoll = std::chrono::milliseconds(1500);
 
 AppModel::AppModel(const Ports& ports)
     : preferences(ports.defaults, ports.locale), dictation(ports.loop, ports.audioInput),
+      speech(std::make_shared<ParakeetRuntime>(ports.mlModels, ports.folders, ports.loop,
+                                               ports.workers),
+             ports.speechAnalyzers, ports.audioConverters, ports.loop),
+      models(
+          {ports.loop, ports.workers, ports.folders, ports.random, preferences, speech, downloads}),
       monitor(ports.eventTap), ports(ports),
       inserter(ports.loop, ports.pasteboard, ports.keyPoster, ports.focusedProgram)
 {
@@ -27,6 +31,7 @@ AppModel::AppModel(const Ports& ports)
     }
     ports.permissions.requestMicrophone();
     refreshPermissions();
+    models.warmSelected();
     pollPermissions();
 }
 
@@ -61,7 +66,7 @@ void AppModel::pressed()
 {
     dictation.endDemo();
     const auto phase = dictation.phase.get();
-    const auto make = [this] { return makeTranscriber(); };
+    const auto make = [this] { return models.makeTranscriber(); };
     if (phase == Dictation::Phase::idle) {
         play("Tink");
         dictation.keyDown(make);
@@ -89,12 +94,6 @@ void AppModel::play(const char* sound)
     if (preferences.sounds()) {
         ports.sounds.play(sound);
     }
-}
-
-std::shared_ptr<Transcriber> AppModel::makeTranscriber()
-{
-    return std::make_shared<AppleTranscriber>(ports.speechAnalyzers, ports.audioConverters,
-                                              preferences.language());
 }
 
 void AppModel::refreshPermissions()

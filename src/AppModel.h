@@ -5,6 +5,9 @@
 #include "Dictation.h"
 #include "Hotkey.h"
 #include "HotkeyMonitor.h"
+#include "Models/Downloads.h"
+#include "Models/ModelStore.h"
+#include "Models/RuntimeEngines.h"
 #include "Ports/Ports.h"
 #include "Preferences.h"
 #include "TextInserter.h"
@@ -14,8 +17,8 @@
 
 namespace vorlin {
 
-/// The one application-wide object: owns the dictation, the hotkey monitor and the text
-/// inserter, wires them together, and follows the two permissions. Main loop.
+/// The one application-wide object: owns the dictation, the engine catalog, the hotkey monitor
+/// and the text inserter, wires them together, and follows the two permissions. Main loop.
 class AppModel {
 public:
     /// Builds and wires everything, asks for missing permissions and starts watching the key.
@@ -26,6 +29,13 @@ public:
 
     Preferences preferences;
     Dictation dictation;
+
+private:
+    RuntimeEngines speech;
+    NoDownloads downloads;
+
+public:
+    ModelStore models;
     HotkeyMonitor monitor;
 
     /// The process may watch and post key events.
@@ -52,7 +62,6 @@ private:
     void finished(const std::string& text);
     void play(const char* sound);
     void pollPermissions();
-    std::shared_ptr<Transcriber> makeTranscriber();
 
     const Ports ports;
     TextInserter inserter;

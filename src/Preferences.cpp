@@ -1,8 +1,15 @@
 #include "Preferences.h"
 
+#include <stdexcept>
+
 namespace vorlin {
 
 namespace {
+
+std::string_view asText(const Bytes& data)
+{
+    return {reinterpret_cast<const char*>(data.data()), data.size()};
+}
 
 constexpr std::array<std::string_view, 9> positionNames = {
     "topLeft",     "topCenter",  "topRight",     "middleLeft",  "middleCenter",
@@ -47,8 +54,7 @@ T Preferences::read(const char* key, T otherwise) const
 Hotkey Preferences::hotkey() const
 {
     const auto data = read<Bytes>("hotkey.v2", {});
-    return Hotkey::decode({reinterpret_cast<const char*>(data.data()), data.size()})
-        .value_or(Hotkey{});
+    return Hotkey::decode(asText(data)).value_or(Hotkey{});
 }
 
 void Preferences::setHotkey(const Hotkey& hotkey)
@@ -111,6 +117,34 @@ bool Preferences::hudShowText() const
 bool Preferences::hudShowEsc() const
 {
     return read("hud.showEsc", true);
+}
+
+std::optional<std::string> Preferences::engine() const
+{
+    const auto stored = defaults.value("engine");
+    const auto* id = stored ? std::get_if<std::string>(&*stored) : nullptr;
+    return id != nullptr ? std::optional(*id) : std::nullopt;
+}
+
+void Preferences::setEngine(const std::string& id)
+{
+    defaults.set("engine", id);
+}
+
+std::vector<Engine> Preferences::customEngines() const
+{
+    try {
+        return Engine::decode(asText(read<Bytes>("customEngines", {})));
+    } catch (const std::runtime_error&) {
+        return {};
+    }
+}
+
+void Preferences::setCustomEngines(const std::vector<Engine>& engines)
+{
+    if (const auto json = Engine::encoded(engines)) {
+        defaults.set("customEngines", Bytes(json->begin(), json->end()));
+    }
 }
 
 std::string Preferences::defaultLanguage() const

@@ -1,12 +1,15 @@
 #pragma once
 
 #include "Hotkey.h"
+#include "Models/Engine.h"
 #include "Ports/Defaults.h"
 #include "Ports/Locale.h"
 
 #include <array>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vorlin {
 
@@ -75,6 +78,13 @@ public:
     HUDTextMode hudTextMode() const;
     bool hudShowText() const;
     bool hudShowEsc() const;
+    /// The id of the selected engine; nothing when none was ever selected.
+    std::optional<std::string> engine() const;
+    void setEngine(const std::string& id);
+    /// The engines that the person added; none when the stored list is damaged in any place.
+    std::vector<Engine> customEngines() const;
+    /// Stores the list; leaves the stored one when a text in it is not UTF-8.
+    void setCustomEngines(const std::vector<Engine>& engines);
 
     /// The first language of `dictationLanguages` whose identifier begins with the person's
     /// language code, else "en-US". An empty code matches the first one.

@@ -7,13 +7,17 @@ class AudioInput;
 class Defaults;
 class EventTap;
 class FocusedProgram;
+class Folders;
 class KeyPoster;
 class Locale;
+class MLModels;
 class MainLoop;
 class Pasteboard;
 class Permissions;
+class Random;
 class Sounds;
 class SpeechAnalyzers;
+class Workers;
 
 /// Everything the program asks of its desktop. The adapters outlive whoever is given this.
 struct Ports {
@@ -29,6 +33,10 @@ struct Ports {
     Permissions& permissions;
     Sounds& sounds;
     const Locale& locale;
+    MLModels& mlModels;
+    Folders& folders;
+    Random& random;
+    Workers& workers;
 };
 
 } // namespace vorlin

@@ -1,5 +1,6 @@
 #include "AppModel.h"
 #include "VorlinApp.h"
+#include "fakes/FakeParakeet.h"
 #include "fakes/FakePorts.h"
 
 #include <gtest/gtest.h>
@@ -265,6 +266,61 @@ TEST_F(AppModelTest, quittingDuringADictationLeavesNothingBehind)
     EXPECT_FALSE(desktop.microphone.isCapturing());
     desktop.loop.advance(10s);
     EXPECT_EQ(pastes(), 0U);
+}
+
+class AppModelWithLocalEngine : public AppModelTest {
+protected:
+    const std::filesystem::path folder = desktop.folders.root / "parakeetRedux";
+
+    AppModelWithLocalEngine()
+    {
+        FakeParakeet::install(desktop.mlModels);
+        desktop.folders.putModel(folder);
+        desktop.folders.files[folder / "parakeet_v3_vocab.json"] = FakeParakeet::vocabularyJson();
+        desktop.defaults.values["engine"] = "parakeetRedux";
+    }
+};
+
+TEST_F(AppModelWithLocalEngine, theSelectedModelIsLoadedAtTheStart)
+{
+    start();
+    desktop.loop.runReady();
+    EXPECT_EQ(desktop.mlModels.loads.size(), 4U);
+    EXPECT_EQ(desktop.mlModels.loads.front().parent_path(), folder);
+}
+
+TEST_F(AppModelWithLocalEngine, dictationUsesTheSelectedEngine)
+{
+    start();
+    desktop.loop.runReady();
+    press();
+    EXPECT_EQ(phase(), Phase::listening);
+    EXPECT_TRUE(desktop.analyzers.streams.empty());
+    release();
+    model->models.select("apple");
+    press();
+    EXPECT_EQ(desktop.analyzers.streams.size(), 1U);
+    release();
+    EXPECT_EQ(pasteboard(), "hello world");
+}
+
+TEST_F(AppModelWithLocalEngine, aDictationBeforeTheFolderAnsweredUsesThePlatformsOwn)
+{
+    start();
+    model->dictation.keyDown([this] { return model->models.makeTranscriber(); });
+    desktop.loop.runReady();
+    EXPECT_EQ(desktop.analyzers.streams.size(), 1U);
+    EXPECT_EQ(model->models.selected.get(), "parakeetRedux");
+}
+
+TEST_F(AppModelWithLocalEngine, removingTheEngineUnloadsIt)
+{
+    start();
+    desktop.loop.runReady();
+    ASSERT_EQ(desktop.mlModels.alive(), 4U);
+    model->models.remove(model->models.engines.get().at(2)); // whichever engine it is
+    desktop.loop.runReady();
+    EXPECT_EQ(desktop.mlModels.alive(), 0U);
 }
 
 TEST(VorlinApp, createsItsModelOnceWhenFirstAsked)

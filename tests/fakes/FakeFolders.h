@@ -1,7 +1,9 @@
 #pragma once
 
+#include "Models/ModelFolder.h"
 #include "Ports/Folders.h"
 
+#include <functional>
 #include <map>
 #include <set>
 #include <stdexcept>
@@ -18,31 +20,48 @@ public:
     std::map<std::filesystem::path, std::uint64_t> sizes;
     std::map<std::filesystem::path, std::string> files;
     std::vector<std::filesystem::path> removed;
+    /// Whether the main loop runs, on which nothing here may be asked but the root.
+    std::function<bool()> onMain = [] { return false; };
+    int asksOnMain = 0;
+
+    /// Puts a complete model there.
+    void putModel(const std::filesystem::path& folder, std::uint64_t size = 1'000'000)
+    {
+        contents[folder] = {modelFiles.begin(), modelFiles.end()};
+        sizes[folder] = size;
+    }
 
     std::filesystem::path modelsRoot() const override { return root; }
     bool contains(const std::filesystem::path& folder, const std::string& name) override
     {
+        note();
         const auto found = contents.find(folder);
         return found != contents.end() && found->second.contains(name);
     }
     std::uint64_t allocatedSize(const std::filesystem::path& folder) override
     {
+        note();
         return sizes[folder];
     }
     void removeModel(const std::filesystem::path& folder) override
     {
+        note();
         removed.push_back(folder);
         contents.erase(folder);
         sizes.erase(folder);
     }
     Bytes read(const std::filesystem::path& file, std::size_t most) override
     {
+        note();
         const auto found = files.find(file);
         if (found == files.end() || found->second.size() > most) {
             throw std::runtime_error(file.filename().string() + " cannot be read.");
         }
         return {found->second.begin(), found->second.end()};
     }
+
+private:
+    void note() { asksOnMain += onMain() ? 1 : 0; }
 };
 
 } // namespace vorlin

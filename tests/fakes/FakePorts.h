@@ -5,7 +5,10 @@
 #include "fakes/FakeAudioInput.h"
 #include "fakes/FakeDesktop.h"
 #include "fakes/FakeEventTap.h"
+#include "fakes/FakeFolders.h"
+#include "fakes/FakeMLModels.h"
 #include "fakes/FakePasteboard.h"
+#include "fakes/FakeRandom.h"
 #include "fakes/FakeSpeechAnalyzers.h"
 #include "simulation/SimulatedLoop.h"
 
@@ -27,11 +30,14 @@ struct FakePorts {
     FakePermissions permissions;
     FakeSounds sounds;
     FakeLocale locale;
+    FakeMLModels mlModels{loop};
+    FakeFolders folders;
+    FakeRandom random;
 
     Ports ports()
     {
-        return {loop,  microphone, converters, analyzers,   tap,    keys,
-                focus, pasteboard, defaults,   permissions, sounds, locale};
+        return {loop,     microphone,  converters, analyzers, tap,      keys,    focus,  pasteboard,
+                defaults, permissions, sounds,     locale,    mlModels, folders, random, loop};
     }
 };
 

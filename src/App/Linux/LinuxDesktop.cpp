@@ -5,12 +5,12 @@
 namespace vorlin {
 
 LinuxDesktop::LinuxDesktop(const Environment& environment)
-    : workers(lowerThreadPriority),
+    : folders(modelsFolder(environment)), mlModels(workers), workers(lowerThreadPriority),
       defaults(settingsPath(environment), loop, workers.executor(WorkPriority::normal)),
       locale(environment), keyAccess(keyboard), eventTap(keyboard), keyPoster(keyboard),
       focusedProgram(keyboard.server()), pasteboard(loop), microphoneAccess(pulse, loop),
       audioInput(pulse, loop), sounds(pulse),
-      speechAnalyzers(speechModelFolders(environment), workers, loop), models(workers),
+      speechAnalyzers(speechModelFolders(environment), workers, loop),
       permissions(keyAccess, microphoneAccess)
 {
 }
@@ -18,7 +18,8 @@ LinuxDesktop::LinuxDesktop(const Environment& environment)
 Ports LinuxDesktop::ports()
 {
     return {loop,           audioInput, audioConverters, speechAnalyzers, eventTap, keyPoster,
-            focusedProgram, pasteboard, defaults,        permissions,     sounds,   locale};
+            focusedProgram, pasteboard, defaults,        permissions,     sounds,   locale,
+            mlModels,       folders,    random,          workers};
 }
 
 } // namespace vorlin

@@ -8,6 +8,7 @@
 #include "Platform/Linux/Desktop/Environment.h"
 #include "Platform/Linux/Desktop/EnvironmentLocale.h"
 #include "Platform/Linux/Desktop/JsonDefaults.h"
+#include "Platform/Linux/Desktop/XDGFolders.h"
 #include "Platform/Linux/Engine/EngineModels.h"
 #include "Platform/Linux/Keys/X11EventTap.h"
 #include "Platform/Linux/Keys/X11FocusedProgram.h"
@@ -18,6 +19,7 @@
 #include "Platform/Linux/Speech/SphinxAnalyzers.h"
 #include "Platform/Shared/QtMainLoop.h"
 #include "Platform/Shared/Soxr/SoxrConverter.h"
+#include "Platform/Shared/SystemRandom.h"
 #include "Platform/Shared/ThreadPool.h"
 #include "Ports/Ports.h"
 
@@ -36,6 +38,10 @@ public:
 
 private:
     QtMainLoop loop;
+    SystemRandom random;
+    // The workers run in these to their end.
+    XDGFolders folders;
+    EngineModels mlModels;
     ThreadPool workers;
     JsonDefaults defaults;
     EnvironmentLocale locale;
@@ -51,7 +57,6 @@ private:
     PulseSounds sounds;
     SoxrConverters audioConverters;
     SphinxAnalyzers speechAnalyzers;
-    EngineModels models;
     LinuxPermissions permissions;
 };
 

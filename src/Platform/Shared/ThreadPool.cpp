@@ -1,6 +1,7 @@
 #include "Platform/Shared/ThreadPool.h"
 
 #include <algorithm>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -57,13 +58,96 @@ private:
     std::vector<std::jthread> threads; // last: they stop before what they use goes
 };
 
+/// A thread for each piece of work that may hang, so that it holds up nothing else. The threads
+/// share this object: one that hangs outlives the pool.
+class ThreadPool::PatientThreads : public std::enable_shared_from_this<PatientThreads> {
+public:
+    explicit PatientThreads(std::function<void()> lowerPriority)
+        : lowerPriority(std::move(lowerPriority))
+    {
+    }
+
+    void run(WorkPriority priority, Work slow, Executor& to, Work done)
+    {
+        const std::scoped_lock guard(lock);
+        queue.push_back({priority, std::move(slow), &to, std::move(done)});
+        if (threads < mostThreads) {
+            ++threads;
+            startNext();
+        }
+    }
+
+    /// Drops what is queued, and what hangs. Afterwards no `done` is posted.
+    void close()
+    {
+        std::unique_lock guard(lock);
+        closed = true;
+        const auto dropped = std::exchange(queue, {});
+        ended.wait_for(guard, std::chrono::seconds(1), [this] { return threads == 0; });
+        guard.unlock();
+    }
+
+private:
+    struct Job {
+        WorkPriority priority;
+        Work slow;
+        Executor* to;
+        Work done;
+    };
+
+    /// Only where very many folders hang do others wait.
+    static constexpr int mostThreads = 32;
+
+    /// With the lock held.
+    void startNext()
+    {
+        auto job = std::make_shared<Job>(std::move(queue.front()));
+        queue.pop_front();
+        std::thread([self = shared_from_this(), job] { self->run(*job); }).detach();
+    }
+
+    void run(Job& job)
+    {
+        if (job.priority == WorkPriority::background) {
+            lowerPriority();
+        }
+        job.slow();
+        const std::scoped_lock guard(lock);
+        if (!closed) {
+            job.to->post(std::move(job.done)); // under the lock: `to` may be gone after `close`
+        }
+        if (queue.empty()) {
+            --threads;
+            ended.notify_all();
+        } else {
+            startNext();
+        }
+    }
+
+    const std::function<void()> lowerPriority;
+    std::mutex lock;
+    std::condition_variable ended;
+    std::deque<Job> queue;
+    int threads = 0;
+    bool closed = false;
+};
+
 ThreadPool::ThreadPool(std::function<void()> lowerPriority)
     : normal(std::make_unique<Lane>(std::max(2U, std::thread::hardware_concurrency()), [] {})),
-      background(std::make_unique<Lane>(1, std::move(lowerPriority)))
+      background(std::make_unique<Lane>(1, lowerPriority)),
+      patient(std::make_shared<PatientThreads>(std::move(lowerPriority)))
 {
 }
 
-ThreadPool::~ThreadPool() = default;
+ThreadPool::~ThreadPool()
+{
+    patient->close();
+}
+
+void ThreadPool::runPatiently(WorkPriority priority, Work slow, Executor& to, Work done)
+{
+    patient->run(priority, std::move(slow), to, std::move(done));
+}
 
 Executor& ThreadPool::executor(WorkPriority priority)
 {

@@ -14,15 +14,19 @@ public:
     explicit ThreadPool(std::function<void()> lowerPriority);
     ThreadPool(const ThreadPool&) = delete;
     ThreadPool& operator=(const ThreadPool&) = delete;
-    /// Waits for the work that runs; drops what is queued.
+    /// Waits for the work that runs, but for what runs patiently only a second; drops what is
+    /// queued.
     ~ThreadPool() override;
 
     Executor& executor(WorkPriority priority) override;
+    void runPatiently(WorkPriority priority, Work slow, Executor& to, Work done) override;
 
 private:
     class Lane;
+    class PatientThreads;
     std::unique_ptr<Lane> normal;
     std::unique_ptr<Lane> background;
+    const std::shared_ptr<PatientThreads> patient;
 };
 
 } // namespace vorlin

@@ -144,5 +144,131 @@ TEST(ThreadPool, aSerialExecutorOnItRunsOnePieceAtATimeInOrder)
     EXPECT_TRUE(std::ranges::is_sorted(ran));
 }
 
+/// Counts what is posted to it, and runs it at once.
+class Counting final : public Executor {
+public:
+    std::atomic<int> posted = 0;
+    void post(Work work) override
+    {
+        work();
+        ++posted;
+        posted.notify_all();
+    }
+    void waitFor(int count) const
+    {
+        for (int seen = posted; seen < count; seen = posted) {
+            posted.wait(seen);
+        }
+    }
+};
+
+TEST(ThreadPool, patientWorkIsFollowedByWhatItIsDoneWith)
+{
+    Counting to;
+    ThreadPool pool([] {});
+    std::atomic<int> slow = 0;
+    std::atomic<bool> early = false;
+    for (int i = 0; i < 100; ++i) { // more than there are threads
+        const auto one = std::make_shared<std::atomic<bool>>(false);
+        pool.runPatiently(
+            WorkPriority::normal,
+            [&slow, one] {
+                ++slow;
+                *one = true;
+            },
+            to, [&early, one] { early = early || !*one; });
+    }
+    to.waitFor(100);
+    EXPECT_EQ(slow, 100);
+    EXPECT_FALSE(early);
+}
+
+TEST(ThreadPool, patientBackgroundWorkRunsAtLoweredPriorityAndNormalDoesNot)
+{
+    Counting to;
+    std::mutex lock;
+    std::set<std::thread::id> lowered;
+    ThreadPool pool([&] {
+        const std::scoped_lock guard(lock);
+        lowered.insert(std::this_thread::get_id());
+    });
+    const auto isLowered = [&] {
+        const std::scoped_lock guard(lock);
+        return lowered.contains(std::this_thread::get_id());
+    };
+    std::atomic<int> wrong = 0;
+    for (int i = 0; i < 50; ++i) {
+        pool.runPatiently(
+            WorkPriority::normal, [&] { wrong += isLowered() ? 1 : 0; }, to, [] {});
+        pool.runPatiently(
+            WorkPriority::background, [&] { wrong += isLowered() ? 0 : 1; }, to, [] {});
+        to.waitFor(2 * (i + 1)); // thread ids come again
+        const std::scoped_lock guard(lock);
+        lowered.clear();
+    }
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST(ThreadPool, workThatHangsHoldsUpNeitherOtherWorkNorTheEnd)
+{
+    struct Hang {
+        std::latch begun{10};
+        std::latch over{1};
+        std::latch left{10};
+    };
+    const auto hang = std::make_shared<Hang>();
+    auto answers = std::make_unique<Counting>();
+    {
+        ThreadPool pool([] {});
+        for (int i = 0; i < 10; ++i) {
+            pool.runPatiently(
+                WorkPriority::background,
+                [hang] {
+                    hang->begun.count_down();
+                    hang->over.wait();
+                    hang->left.count_down();
+                },
+                *answers, [] { ADD_FAILURE() << "an answer after the end"; });
+        }
+        hang->begun.wait();
+        std::latch others(3);
+        pool.executor(WorkPriority::normal).post([&] { others.count_down(); });
+        pool.executor(WorkPriority::background).post([&] { others.count_down(); });
+        Counting to;
+        pool.runPatiently(
+            WorkPriority::normal, [] {}, to, [&] { others.count_down(); });
+        others.wait();
+        to.waitFor(1);
+    }
+    answers.reset();
+    hang->over.count_down();
+    hang->left.wait();
+}
+
+TEST(ThreadPool, destructionDropsThePatientWorkThatIsQueued)
+{
+    const auto runs = std::make_shared<std::atomic<int>>(0);
+    Counting to;
+    {
+        ThreadPool pool([] {});
+        const auto gate = std::make_shared<std::latch>(1);
+        for (int i = 0; i < 40; ++i) {
+            pool.runPatiently(
+                WorkPriority::normal,
+                [runs, gate] {
+                    ++*runs;
+                    runs->notify_all();
+                    gate->wait();
+                },
+                to, [] {});
+        }
+        for (int seen = *runs; seen < 32; seen = *runs) {
+            runs->wait(seen);
+        }
+        gate->count_down();
+    }
+    EXPECT_GE(*runs, 32);
+}
+
 } // namespace
 } // namespace vorlin

@@ -46,6 +46,11 @@ std::filesystem::path settingsPath(const Environment& environment)
     return configurationFolder(environment) / "Vorlin" / "settings.json";
 }
 
+std::filesystem::path modelsFolder(const Environment& environment)
+{
+    return dataFolder(environment) / "Vorlin" / "Models";
+}
+
 std::vector<std::filesystem::path> speechModelFolders(const Environment& environment)
 {
     return {dataFolder(environment) / "Vorlin" / "Speech", "/usr/share/pocketsphinx/model"};

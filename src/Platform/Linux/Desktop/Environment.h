@@ -24,6 +24,9 @@ std::filesystem::path dataFolder(const Environment& environment);
 /// Where the settings are stored: Vorlin/settings.json in the configuration folder.
 std::filesystem::path settingsPath(const Environment& environment);
 
+/// Where the downloaded models lie: Vorlin/Models in the data folder. It need not exist.
+std::filesystem::path modelsFolder(const Environment& environment);
+
 /// Where the recogniser's models lie: the person's own folder, then the system's.
 std::vector<std::filesystem::path> speechModelFolders(const Environment& environment);
 

@@ -42,6 +42,17 @@ TEST(Environment, anUnsetEmptyOrRelativeConfigurationFolderIsTheOneInTheHomeFold
     }
 }
 
+TEST(Environment, modelsLieInTheDataFolder)
+{
+    EXPECT_EQ(modelsFolder(environmentOf({{"XDG_DATA_HOME", "/d"}, {"HOME", "/h"}})),
+              "/d/Vorlin/Models");
+    for (const auto* value : {"", "data", "./data", "~/data"}) {
+        EXPECT_EQ(modelsFolder(environmentOf({{"XDG_DATA_HOME", value}, {"HOME", "/h"}})),
+                  "/h/.local/share/Vorlin/Models")
+            << value;
+    }
+}
+
 TEST(Environment, withoutAHomeFolderTheAccountsIsUsed)
 {
     EXPECT_TRUE(configurationFolder(environmentOf({})).is_absolute());

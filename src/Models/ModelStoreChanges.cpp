@@ -1,0 +1,291 @@
+#include "Models/ModelFolder.h"
+#include "Models/ModelStore.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <exception>
+#include <iterator>
+#include <utility>
+
+namespace vorlin {
+
+namespace {
+
+constexpr auto askForRepository =
+    "Enter a repository as owner/name, for example FluidInference/parakeet-ultra-coreml.";
+constexpr auto damagedEntry =
+    "This entry of the list is damaged. Remove it from the list and add it again.";
+constexpr auto unstorableName =
+    "That folder cannot be added: its name is not valid text. Rename it and try again.";
+
+/// The pieces of `text` between slashes, without empty ones.
+std::vector<std::string> pieces(const std::string& text)
+{
+    std::vector<std::string> found(1);
+    for (const char character : text) {
+        if (character != '/') {
+            found.back() += character;
+        } else if (!found.back().empty()) {
+            found.emplace_back();
+        }
+    }
+    if (found.back().empty()) {
+        found.pop_back();
+    }
+    return found;
+}
+
+std::string joined(const std::vector<std::string>& names)
+{
+    std::string text;
+    for (const auto& name : names) {
+        text += (text.empty() ? "" : ", ") + name;
+    }
+    return text;
+}
+
+/// The path without slashes at its end.
+std::string plainPath(const std::filesystem::path& folder)
+{
+    std::string text = folder.string();
+    while (text.size() > 1 && text.ends_with('/')) {
+        text.pop_back();
+    }
+    return text;
+}
+
+} // namespace
+
+void ModelStore::install(const Engine& engine)
+{
+    const auto wanted = listed(engine.id);
+    if (!wanted || jobs.contains(wanted->id)) {
+        return;
+    }
+    const auto* hub = std::get_if<Engine::Hub>(&wanted->source);
+    if (hub == nullptr) {
+        return;
+    }
+    if (const auto modelFolder = folder(*wanted)) {
+        beginInstall(wanted->id, hub->repository, *modelFolder);
+    } else {
+        lastError.set(damagedEntry);
+    }
+}
+
+void ModelStore::beginInstall(const std::string& id, const std::string& repository,
+                              const std::filesystem::path& modelFolder)
+{
+    std::stop_source stop;
+    jobs.emplace(id, stop);
+    const Ticket ticket = newTicket(id);
+    const bool wasUnknown = !states.get().contains(id);
+    lastError.set(std::nullopt);
+    setState(id, Downloading{});
+    setSize(id, std::nullopt);
+    if (wasUnknown && id == selected.get()) {
+        setSelected(
+            appleEngineId); // the answer that decides whether the selection holds no longer comes
+    }
+    turns.take(id, lifetime.guard([=, this, token = stop.get_token()] {
+        spawn(needs.loop, transfer(lifetime.token(), id, repository, modelFolder, ticket, token));
+    }));
+}
+
+Task<void> ModelStore::transfer(std::weak_ptr<const void> alive, std::string id,
+                                std::string repository, std::filesystem::path modelFolder,
+                                Ticket ticket, std::stop_token stop)
+{
+    std::optional<std::string> failure;
+    bool complete = false;
+    if (alive.expired()) {
+        co_return;
+    }
+    try {
+        if (!stop.stop_requested()) {
+            const auto arrival =
+                needs.downloads.download(repository, modelFolder, progressFor(id, ticket), stop);
+            co_await arrival;
+            complete = true;
+        }
+    } catch (const DownloadCancelled&) {
+        complete = false;
+    } catch (const std::exception& error) {
+        failure = error.what();
+    }
+    if (alive.expired()) {
+        co_return;
+    }
+    turns.end(id);
+    if (!isCurrent(id, ticket)) {
+        co_return; // cancelled by a removal, which says what is so now
+    }
+    if (complete) {
+        transferred(id, modelFolder, ticket);
+    } else {
+        transferFailed(id, failure);
+    }
+}
+
+Downloads::OnProgress ModelStore::progressFor(const std::string& id, Ticket ticket)
+{
+    auto apply =
+        lifetime.guard([this, id, ticket](double fraction) { progressed(id, ticket, fraction); });
+    return [&loop = needs.loop, apply](double fraction) {
+        loop.post([apply, fraction]() mutable { apply(fraction); });
+    };
+}
+
+void ModelStore::progressed(const std::string& id, Ticket ticket, double fraction)
+{
+    if (isCurrent(id, ticket) && !std::isnan(fraction)) {
+        setState(id, Downloading{std::clamp(fraction, 0.0, 1.0)});
+    }
+}
+
+void ModelStore::transferred(const std::string& id, const std::filesystem::path& modelFolder,
+                             Ticket ticket)
+{
+    check(modelFolder, [this, id, modelFolder, ticket](const auto& missing) {
+        if (!isCurrent(id, ticket)) {
+            return;
+        }
+        jobs.erase(id);
+        if (missing.empty()) {
+            installed(id, modelFolder);
+            setSelected(id);
+        } else {
+            transferFailed(id, std::nullopt);
+        }
+    });
+}
+
+void ModelStore::transferFailed(const std::string& id, const std::optional<std::string>& failure)
+{
+    jobs.erase(id);
+    newTicket(id); // late progress is dropped
+    setState(id, NotInstalled{});
+    setSize(id, std::nullopt);
+    if (failure) {
+        lastError.set(failure);
+    }
+}
+
+void ModelStore::remove(const Engine& engine)
+{
+    const auto wanted = listed(engine.id);
+    if (!wanted || std::holds_alternative<Engine::Apple>(wanted->source)) {
+        return;
+    }
+    const std::string& id = wanted->id;
+    newTicket(id);
+    if (auto job = jobs.extract(id)) {
+        job.mapped().request_stop();
+    }
+    if (id == selected.get()) {
+        setSelected(appleEngineId);
+    }
+    if (const auto modelFolder = folder(*wanted);
+        modelFolder && std::holds_alternative<Engine::Hub>(wanted->source)) {
+        removeFolder(id, *modelFolder);
+    }
+    setState(id, NotInstalled{});
+    setSize(id, std::nullopt);
+    if (wanted->custom) {
+        auto rest = engines.get();
+        std::erase_if(rest, [&id](const Engine& each) { return each.id == id; });
+        storeEngines(std::move(rest));
+        setState(id, std::nullopt);
+        tickets.erase(id);
+    }
+    needs.speech.unload();
+}
+
+void ModelStore::removeFolder(const std::string& id, const std::filesystem::path& modelFolder)
+{
+    turns.take(id, lifetime.guard([this, id, modelFolder] {
+        needs.workers.runPatiently(
+            WorkPriority::normal,
+            [&folders = needs.folders, modelFolder] { folders.removeModel(modelFolder); },
+            needs.loop, lifetime.guard([this, id] { turns.end(id); }));
+    }));
+}
+
+void ModelStore::addHub(const std::string& repository, const std::string& name)
+{
+    const std::string wanted = trimmed(repository);
+    const auto parts = pieces(wanted);
+    if (parts.size() != 2 || wanted.find(' ') != std::string::npos) {
+        lastError.set(askForRepository);
+        return;
+    }
+    const Engine::Source source = Engine::Hub{wanted};
+    const auto same = std::ranges::find(engines.get(), source, &Engine::source);
+    if (same != engines.get().end()) {
+        lastError.set(same->name + " already uses that repository.");
+        return;
+    }
+    const Engine engine = Engine::added(newId(), name, parts.back(), source);
+    if (registerEngine(engine)) {
+        install(engine);
+    } else {
+        lastError.set(askForRepository);
+    }
+}
+
+void ModelStore::addLocal(const std::filesystem::path& folder, const std::string& name)
+{
+    check(folder, [this, text = plainPath(folder), name](const auto& missing) {
+        addChecked(text, name, missing);
+    });
+}
+
+void ModelStore::addChecked(const std::string& folder, const std::string& name,
+                            const std::vector<std::string>& missing)
+{
+    if (!missing.empty()) {
+        lastError.set("That folder isn't a compatible model. Missing: " + joined(missing) + ".");
+        return;
+    }
+    const std::string last = folder.substr(folder.size() > 1 ? folder.rfind('/') + 1 : 0);
+    const Engine engine = Engine::added(newId(), name, last, Engine::Local{folder});
+    if (!registerEngine(engine)) {
+        lastError.set(unstorableName);
+        return;
+    }
+    installed(engine.id, folder);
+    setSelected(engine.id);
+}
+
+bool ModelStore::registerEngine(const Engine& engine)
+{
+    if (!Engine::encoded({engine})) {
+        return false;
+    }
+    lastError.set(std::nullopt);
+    auto longer = engines.get();
+    longer.push_back(engine);
+    storeEngines(std::move(longer));
+    return true;
+}
+
+void ModelStore::storeEngines(std::vector<Engine> list)
+{
+    std::vector<Engine> custom;
+    std::ranges::copy_if(list, std::back_inserter(custom), &Engine::custom);
+    needs.preferences.setCustomEngines(custom);
+    engines.set(std::move(list));
+}
+
+std::string ModelStore::newId()
+{
+    // The first eight digits of a random UUID, which hold nothing but chance.
+    std::array<char, 9> digits = {};
+    std::snprintf(digits.data(), digits.size(), "%08x",
+                  static_cast<unsigned>(needs.random.bits() & 0xFFFFFFFFU));
+    return std::string("custom-") + digits.data();
+}
+
+} // namespace vorlin

@@ -1,0 +1,125 @@
+#include "Platform/Linux/Desktop/XDGFolders.h"
+
+#include "Models/ModelFolder.h"
+#include "Platform/Linux/Desktop/FolderTree.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <set>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+namespace vorlin {
+
+namespace {
+
+constexpr std::uint64_t blockSize = 512; // what st_blocks counts, whatever the file system's own
+
+/// Whether the path can be handed to the system as it is.
+bool isPath(const std::filesystem::path& path)
+{
+    return !path.empty() && path.native().find('\0') == std::string::npos;
+}
+
+Descriptor openFolder(const std::filesystem::path& folder)
+{
+    return Descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
+/// Says in one line why a file cannot be read, whatever its name holds.
+[[noreturn]] void cannotRead(const std::filesystem::path& file, const std::string& reason)
+{
+    std::string name = file.filename().string();
+    std::ranges::replace_if(
+        name, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, '?');
+    throw std::runtime_error("Cannot read " + name + ": " + reason + ".");
+}
+
+[[noreturn]] void cannotReadNow(const std::filesystem::path& file)
+{
+    cannotRead(file, std::generic_category().message(errno));
+}
+
+} // namespace
+
+bool XDGFolders::contains(const std::filesystem::path& folder, const std::string& name)
+{
+    struct stat item = {};
+    return isPath(folder) && isSingleName(name) && ::stat((folder / name).c_str(), &item) == 0;
+}
+
+std::uint64_t XDGFolders::allocatedSize(const std::filesystem::path& folder)
+{
+    if (!isPath(folder)) {
+        return 0;
+    }
+    std::uint64_t size = 0;
+    std::set<std::pair<dev_t, ino_t>> linked;
+    visitTree(openFolder(folder), [&size, &linked](const struct stat& item) {
+        const bool severalNames = !S_ISDIR(item.st_mode) && item.st_nlink > 1;
+        if (!severalNames || linked.emplace(item.st_dev, item.st_ino).second) {
+            size += static_cast<std::uint64_t>(item.st_blocks) * blockSize;
+        }
+    });
+    return size;
+}
+
+void XDGFolders::removeModel(const std::filesystem::path& folder)
+{
+    const std::string name = folder.filename();
+    if (isPath(folder) && isSingleName(name) && folder == root / name) {
+        removeTree(openFolder(root), name);
+    }
+}
+
+Bytes XDGFolders::read(const std::filesystem::path& file, std::size_t most)
+{
+    if (!isPath(file)) {
+        cannotRead(file, "its name holds a NUL byte");
+    }
+    struct stat item = {};
+    if (::stat(file.c_str(), &item) != 0) {
+        cannotReadNow(file);
+    }
+    if (!S_ISREG(item.st_mode)) { // opening a device may already do something
+        cannotRead(file, "it is no plain file");
+    }
+    // Not blocking, should it be exchanged for a pipe just now.
+    const Descriptor opened(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (opened.get() < 0 || ::fstat(opened.get(), &item) != 0) {
+        cannotReadNow(file);
+    }
+    if (!S_ISREG(item.st_mode)) {
+        cannotRead(file, "it is no plain file");
+    }
+    if (static_cast<std::uint64_t>(item.st_size) > most) {
+        cannotRead(file, "it is too large");
+    }
+    // One byte more tells the end from a file that has grown meanwhile.
+    Bytes bytes(static_cast<std::size_t>(item.st_size) + 1);
+    std::size_t filled = 0;
+    while (true) {
+        const auto got = ::read(opened.get(), bytes.data() + filled, bytes.size() - filled);
+        if (got < 0 && errno != EINTR) {
+            cannotReadNow(file);
+        }
+        if (got == 0) {
+            break;
+        }
+        filled += got > 0 ? static_cast<std::size_t>(got) : 0;
+        if (filled > most) {
+            cannotRead(file, "it is too large");
+        }
+        if (filled == bytes.size()) {
+            bytes.resize(std::min(most, filled * 2) + 1);
+        }
+    }
+    bytes.resize(filled);
+    return bytes;
+}
+
+} // namespace vorlin
