@@ -1,6 +1,7 @@
 #include "Async/SerialExecutor.h"
 
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -21,9 +22,35 @@ struct SerialExecutor::Queue : std::enable_shared_from_this<Queue> {
         schedule();
     }
 
+    /// One piece's turn on the underlying executor.
+    struct Turn {
+        explicit Turn(std::shared_ptr<Queue> queue) : queue(std::move(queue)) {}
+        Turn(const Turn&) = delete;
+        Turn& operator=(const Turn&) = delete;
+        ~Turn()
+        {
+            if (queue) {
+                queue->drop();
+            }
+        }
+        std::shared_ptr<Queue> queue;
+    };
+
     void schedule()
     {
-        underlying.post([self = shared_from_this()] { self->runOne(); });
+        underlying.post([turn = std::make_shared<Turn>(shared_from_this())] {
+            std::exchange(turn->queue, nullptr)->runOne();
+        });
+    }
+
+    /// The underlying executor goes without having run the turn: nothing here will run any more,
+    /// and what waits may hold the executor itself.
+    void drop()
+    {
+        std::deque<Work> dropped;
+        const std::scoped_lock guard(lock);
+        scheduled = false;
+        dropped.swap(waiting);
     }
 
     void runOne()

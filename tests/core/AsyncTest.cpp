@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <condition_variable>
+#include <memory>
 #include <optional>
 #include <string>
 #include <thread>
@@ -333,6 +334,19 @@ TEST(SerialExecutor, workQueuedWhenItGoesStillRuns)
     }
     loop.runReady();
     EXPECT_EQ(ran, 2);
+}
+
+TEST(SerialExecutor, whatItsUnderlyingExecutorDropsIsDestroyedEvenIfItHoldsTheExecutor)
+{
+    auto loop = std::make_unique<SimulatedLoop>();
+    auto serial = std::make_shared<SerialExecutor>(loop->executor(WorkPriority::normal));
+    const std::weak_ptr<SerialExecutor> gone = serial;
+    serial->post([serial] { FAIL(); });
+    serial->post([serial] { FAIL(); });
+    serial.reset();
+    EXPECT_FALSE(gone.expired());
+    loop.reset();
+    EXPECT_TRUE(gone.expired());
 }
 
 TEST(SimulatedLoop, theMainQueueKeepsItsOrderAndTimersFallDueInTurn)
