@@ -49,7 +49,7 @@ void ServedModel::serve()
     }
     std::vector<std::byte> buffer(largestMessage);
     while (true) {
-        const Received received = receiveAttached(channel, buffer);
+        Received received = receiveAttached(channel, buffer);
         if (received.what != Received::What::packet || received.size > buffer.size()) {
             return;
         }
@@ -94,7 +94,7 @@ bool ServedModel::load()
     return std::holds_alternative<LoadedReply>(answer);
 }
 
-bool ServedModel::answer(const PredictRequest& asked, const Descriptor& attached)
+bool ServedModel::answer(const PredictRequest& asked, Descriptor& attached)
 {
     held.clear();
     if (asked.memory > 0 && !take(attached, asked.memory)) {
@@ -111,7 +111,7 @@ bool ServedModel::answer(const PredictRequest& asked, const Descriptor& attached
     return true;
 }
 
-bool ServedModel::answer(const ResumeRequest& asked, const Descriptor& attached)
+bool ServedModel::answer(const ResumeRequest& asked, Descriptor& attached)
 {
     if (!take(attached, asked.memory)) {
         return false;
@@ -121,9 +121,10 @@ bool ServedModel::answer(const ResumeRequest& asked, const Descriptor& attached)
 }
 
 /// The shared memory from now on.
-bool ServedModel::take(const Descriptor& attached, std::uint64_t bytes)
+bool ServedModel::take(Descriptor& attached, std::uint64_t bytes)
 {
     auto mapped = SharedMemory::map(attached, bytes);
+    attached.close();
     if (mapped) {
         memory = std::move(*mapped);
     }

@@ -29,9 +29,9 @@ public:
 
 private:
     bool load();
-    bool answer(const PredictRequest& request, const Descriptor& attached);
-    bool answer(const ResumeRequest& request, const Descriptor& attached);
-    bool take(const Descriptor& attached, std::uint64_t bytes);
+    bool answer(const PredictRequest& request, Descriptor& attached);
+    bool answer(const ResumeRequest& request, Descriptor& attached);
+    bool take(Descriptor& attached, std::uint64_t bytes);
     Reply predict(const PredictRequest& request);
     std::vector<mil::NamedInput> inputsOf(const PredictRequest& request) const;
     std::stop_token begin(std::uint64_t sequence);
