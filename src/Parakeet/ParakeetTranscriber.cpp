@@ -1,6 +1,5 @@
 #include "Parakeet/ParakeetTranscriber.h"
 
-#include "Async/Sleep.h"
 #include "Async/Stream.h"
 #include "Parakeet/Segmenter.h"
 
@@ -54,12 +53,38 @@ struct ParakeetTranscriber::State {
     void stop()
     {
         std::stop_source draft;
+        std::optional<Completer<Done>> sleeper;
         {
             const std::scoped_lock guard(lock);
             stopped = true;
             draft = runningDraft;
+            sleeper = std::exchange(drafter, std::nullopt);
         }
         draft.request_stop();
+        if (sleeper) {
+            sleeper->complete({});
+        }
+    }
+
+    /// Completes when it is time for the next draft, or the dictation has ended.
+    Completion<Done> nextDraft()
+    {
+        Completion<Done> due;
+        const auto completer = due.completer();
+        bool ended = false;
+        {
+            const std::scoped_lock guard(lock);
+            ended = stopped;
+            if (!ended) {
+                drafter = completer;
+            }
+        }
+        if (ended) {
+            completer.complete({});
+        } else {
+            loop.postAfter(draftInterval, [completer] { completer.complete({}); });
+        }
+        return due;
     }
 
     /// An utterance's transcription is over, with or without text. Returns the running text.
@@ -114,6 +139,8 @@ struct ParakeetTranscriber::State {
     /// Utterances cut and not yet transcribed.
     int queued = 0;
     bool stopped = false;
+    /// Wakes the drafter.
+    std::optional<Completer<Done>> drafter;
     std::optional<std::string> failure;
     std::stop_source runningDraft{std::nostopstate};
 };
@@ -172,7 +199,7 @@ template <class State>
 Task<void> runDrafts(std::shared_ptr<State> state)
 {
     while (!state->isStopped()) {
-        co_await sleepFor(state->loop, draftInterval);
+        co_await state->nextDraft();
         co_await draftOnce(*state);
     }
 }

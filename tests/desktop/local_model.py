@@ -30,11 +30,14 @@ class LocalModel:
         data = base64.b64encode(json.dumps([engine]).encode()).decode()
         return {"customEngines": {"data": data}, "engine": ENGINE_ID, **others}
 
-    def spoken_by(self, voice):
-        return [each for each in self.utterances if each["file"].endswith(f"-{voice}.wav")]
+    def several_by(self, voice):
+        """The utterances of several sentences in a voice."""
+        return [each for each in self.utterances
+                if "several" in each["file"] and each["file"].endswith(f"-{voice}.wav")]
 
-    def recording(self, utterances, name, pause=0.6, before=0.3, after=0.3):
-        """A WAV file with utterances in a row, a pause in seconds after each; returns its path."""
+    def recording(self, utterances, name, pause=0.6, before=0.3, after=0.3, murmur=False):
+        """A WAV file with utterances in a row, a pause in seconds after each; returns its path.
+        A murmur below the words leaves no pause that is silence."""
         pieces = []
         for count, utterance in enumerate(utterances):
             piece = self.desktop.folder / f"{name}-{count}.wav"
@@ -45,7 +48,14 @@ class LocalModel:
             pieces.append(piece)
         whole = self.desktop.folder / f"{name}.wav"
         subprocess.run(["sox", *pieces, whole], check=True)
-        return whole
+        if not murmur:
+            return whole
+        mixed = self.desktop.folder / f"{name}-murmur.wav"
+        tone = ["sox", "-r", "16000", "-n", "-b", "16", "-p", "synth", "60", "square", "400",
+                "vol", "0.012"]
+        subprocess.run(f"{' '.join(tone)} | sox -m -v 1 {whole} -v 1 -p {mixed} trim 0 "
+                       f"{sum(each['seconds'] for each in utterances):.1f}", shell=True, check=True)
+        return mixed
 
 
 def engine_processes(program):

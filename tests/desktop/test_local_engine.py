@@ -40,8 +40,8 @@ def test_a_long_dictation_is_cut_at_its_pauses_and_keeps_every_word(desktop, lau
     model = LocalModel(desktop)
     program = launch(settings=model.settings())
     editor = GTKEditor(desktop)
-    spoken = model.spoken_by("kal16")
-    dictate(desktop, program, model.recording(spoken, "long", pause=0.7))
+    spoken = model.several_by("slt")  # each longer than 8 s
+    dictate(desktop, program, model.recording(spoken, "long", pause=0.55))
     assert editor.await_text(90) == text_of(spoken)
 
 
@@ -49,8 +49,8 @@ def test_speech_without_pauses_is_cut_and_loses_words_only_at_the_seam(desktop, 
     model = LocalModel(desktop)
     program = launch(settings=model.settings())
     editor = GTKEditor(desktop)
-    spoken = model.spoken_by("kal16")
-    recording = model.recording(spoken, "breathless", pause=0)
+    spoken = model.several_by("slt")
+    recording = model.recording(spoken, "breathless", pause=0, murmur=True)
     dictate(desktop, program, recording)
     text = editor.await_text(90)
     expected = text_of(spoken)
@@ -64,7 +64,7 @@ def test_escape_drops_everything(desktop, launch):
     model = LocalModel(desktop)
     program = launch(settings=model.settings())
     terminal = Terminal(desktop)
-    spoken = model.recording(model.spoken_by("slt")[-1:], "long")
+    spoken = model.recording(model.several_by("slt")[:1], "long")
     with desktop.keyboard.held("Alt_R"):
         program.await_recording()
         desktop.sound.play(spoken)

@@ -5,7 +5,7 @@
 namespace vorlin {
 
 LinuxDesktop::LinuxDesktop(const Environment& environment)
-    : folders(modelsFolder(environment)), mlModels(workers), workers(lowerThreadPriority),
+    : workers(lowerThreadPriority), folders(modelsFolder(environment)), mlModels(workers),
       defaults(settingsPath(environment), loop, workers.executor(WorkPriority::normal)),
       locale(environment), keyAccess(keyboard), eventTap(keyboard), keyPoster(keyboard),
       focusedProgram(keyboard.server()), pasteboard(loop), microphoneAccess(pulse, loop),
@@ -13,6 +13,11 @@ LinuxDesktop::LinuxDesktop(const Environment& environment)
       speechAnalyzers(speechModelFolders(environment), workers, loop),
       permissions(keyAccess, microphoneAccess)
 {
+}
+
+LinuxDesktop::~LinuxDesktop()
+{
+    workers.close();
 }
 
 Ports LinuxDesktop::ports()

@@ -30,6 +30,10 @@ namespace vorlin {
 class LinuxDesktop {
 public:
     explicit LinuxDesktop(const Environment& environment);
+    LinuxDesktop(const LinuxDesktop&) = delete;
+    LinuxDesktop& operator=(const LinuxDesktop&) = delete;
+    /// Ends the work of the workers first, which uses all the others.
+    ~LinuxDesktop();
 
     Ports ports();
 
@@ -39,10 +43,9 @@ public:
 private:
     QtMainLoop loop;
     SystemRandom random;
-    // The workers run in these to their end.
+    ThreadPool workers;
     XDGFolders folders;
     EngineModels mlModels;
-    ThreadPool workers;
     JsonDefaults defaults;
     EnvironmentLocale locale;
     X11Keyboard keyboard;

@@ -29,9 +29,27 @@ public:
     {
         {
             const std::scoped_lock guard(lock);
-            queue.push_back(std::move(work));
+            if (!closed) {
+                queue.push_back(std::move(work));
+            }
         }
         ready.notify_one();
+    }
+
+    /// Waits for the work that runs and drops what is queued, which may post more.
+    void close()
+    {
+        for (auto& thread : threads) {
+            thread.request_stop();
+        }
+        threads.clear();
+        std::deque<Work> dropped;
+        do {
+            dropped.clear();
+            const std::scoped_lock guard(lock);
+            closed = queue.empty();
+            dropped.swap(queue);
+        } while (!dropped.empty());
     }
 
 private:
@@ -55,6 +73,7 @@ private:
     std::mutex lock;
     std::condition_variable_any ready;
     std::deque<Work> queue;
+    bool closed = false;
     std::vector<std::jthread> threads; // last: they stop before what they use goes
 };
 
@@ -141,7 +160,14 @@ ThreadPool::ThreadPool(std::function<void()> lowerPriority)
 
 ThreadPool::~ThreadPool()
 {
+    close();
+}
+
+void ThreadPool::close()
+{
     patient->close();
+    normal->close();
+    background->close();
 }
 
 void ThreadPool::runPatiently(WorkPriority priority, Work slow, Executor& to, Work done)

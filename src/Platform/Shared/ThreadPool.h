@@ -14,9 +14,12 @@ public:
     explicit ThreadPool(std::function<void()> lowerPriority);
     ThreadPool(const ThreadPool&) = delete;
     ThreadPool& operator=(const ThreadPool&) = delete;
-    /// Waits for the work that runs, but for what runs patiently only a second; drops what is
-    /// queued.
+    /// Closes it.
     ~ThreadPool() override;
+
+    /// Waits for the work that runs, but for what runs patiently only a second; drops what is
+    /// queued and whatever is posted from then on.
+    void close();
 
     Executor& executor(WorkPriority priority) override;
     void runPatiently(WorkPriority priority, Work slow, Executor& to, Work done) override;

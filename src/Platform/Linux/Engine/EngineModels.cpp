@@ -9,11 +9,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <map>
 #include <mutex>
 #include <system_error>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace vorlin {
 
@@ -116,7 +118,27 @@ EngineModels::EngineModels(Workers& workers, std::filesystem::path program,
 {
 }
 
-EngineModels::~EngineModels() = default;
+EngineModels::~EngineModels()
+{
+    std::vector<std::weak_ptr<EngineProcess>> running;
+    {
+        const std::scoped_lock guard(state->lock);
+        for (const auto& [identity, process] : state->processes) {
+            running.push_back(process);
+        }
+    }
+    for (const auto& each : running) {
+        if (const auto process = each.lock()) {
+            process->end("The program ends.");
+        }
+    }
+    // Loads under way answer from the processes' own threads, to executors that go after this.
+    const auto patience = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+    while (!std::ranges::all_of(running, [](const auto& each) { return each.expired(); }) &&
+           std::chrono::steady_clock::now() < patience) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
 
 Completion<std::unique_ptr<MLModel>> EngineModels::load(const std::filesystem::path& bundle,
                                                         ComputeUnits units)

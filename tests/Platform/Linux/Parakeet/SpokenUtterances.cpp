@@ -41,11 +41,12 @@ std::vector<SpokenUtterance> spokenUtterances()
     return result;
 }
 
-std::vector<SpokenUtterance> spokenBy(const std::string& voice)
+std::vector<SpokenUtterance> severalBy(const std::string& voice)
 {
     auto all = spokenUtterances();
     std::erase_if(all, [&](const SpokenUtterance& each) {
-        return !each.file.stem().string().ends_with("-" + voice);
+        const auto name = each.file.stem().string();
+        return !name.starts_with("several-") || !name.ends_with("-" + voice);
     });
     return all;
 }

@@ -23,7 +23,7 @@ std::filesystem::path tinyModel();
 /// Every recorded utterance.
 std::vector<SpokenUtterance> spokenUtterances();
 
-/// Those whose file name ends with the voice, in order.
-std::vector<SpokenUtterance> spokenBy(const std::string& voice);
+/// Those of several sentences in a voice, in order.
+std::vector<SpokenUtterance> severalBy(const std::string& voice);
 
 } // namespace vorlin::test
