@@ -66,9 +66,10 @@ protected:
 
     const std::filesystem::path a = "/models/a";
     const std::filesystem::path b = "/models/b";
-    SimulatedLoop loop;
+    // They outlive the loop, whose tasks may hold models to the end.
     FakeMLModels models{loop};
     FakeFolders folders;
+    SimulatedLoop loop;
     std::shared_ptr<ParakeetRuntime> runtime =
         std::make_shared<ParakeetRuntime>(models, folders, loop, loop);
 };
