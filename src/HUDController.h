@@ -52,11 +52,11 @@ public:
     const HUDModel* model() const { return content.get(); }
 
 private:
-    void place(const Screen& on);
-    void placeAnew();
-    void screensChanged();
     void fadeIn();
     void fadeOut(std::int64_t hide);
+    void place(const Screen& on);
+    void placeAnew(const std::optional<Screen>& on);
+    void screensChanged();
 
     MainLoop& loop;
     Screens& screens;
@@ -64,9 +64,9 @@ private:
     const Preferences& preferences;
     std::unique_ptr<HUDModel> content;
     std::int64_t token = 0;
-    /// `show` was called, and no `hide` has acted since.
-    bool wanted = false;
-    /// The id of the screen it is shown on.
+    /// `show` found no screen, and no `hide` has acted since.
+    bool waitsForScreen = false;
+    /// The id of the screen it was last placed on.
     std::string screenId;
     Subscription screenChanges;
     Subscription settingChanges;

@@ -38,7 +38,8 @@ struct HUDLayout {
     bool oneLine = true;
     /// The waveform's frame.
     Size waveform;
-    Size meter;
+    double meterHeight = 0;
+    double meterBarWidth = 0;
 
     bool operator==(const HUDLayout&) const = default;
 };

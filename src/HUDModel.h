@@ -41,18 +41,24 @@ public:
     /// The latest phase, notice or warning, as text.
     Published<HUDAnnouncement, HUDModel> announcement;
 
-private:
+    /// Looks at the stored settings now.
     void readSettings();
+
+private:
+    HUDSession session() const;
     void sessionChanged();
     void update();
     void updateBars();
+    /// Once per turn of the loop: a phase and its notice change one after the other.
     void announceSoon();
     void announce();
 
     MainLoop& loop;
     const Dictation& dictation;
     const Preferences& preferences;
+    /// What `view` is made from.
     HUDSession shown;
+    /// What was last said, or was there to say.
     std::string announced;
     bool announcing = false;
     std::vector<Subscription> sources;

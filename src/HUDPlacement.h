@@ -16,6 +16,13 @@ struct Size {
     bool operator==(const Size&) const = default;
 };
 
+enum class HorizontalAlignment { leading, center, trailing };
+enum class VerticalAlignment { top, center, bottom };
+
+/// The column and the row of the nine positions.
+HorizontalAlignment horizontalAlignment(HUDPosition position);
+VerticalAlignment verticalAlignment(HUDPosition position);
+
 /// The panel's size: 520 × 300 points times `scale` in full text mode, else 430 × 76.
 Size panelSize(double scale, HUDTextMode textMode);
 

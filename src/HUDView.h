@@ -38,8 +38,6 @@ struct HUDSettings {
 };
 
 enum class HUDTint { red, orange, secondary };
-enum class HorizontalAlignment { leading, center, trailing };
-enum class VerticalAlignment { top, center, bottom };
 
 /// Everything the overlay draws but the moving bars. A view binds these values and decides
 /// nothing.
@@ -72,5 +70,9 @@ struct HUDView {
 
     static HUDView of(const HUDSession& session, const HUDSettings& settings);
 };
+
+/// What a screen reader says of the session: its phase, warning or notice; nothing when idle
+/// without a notice.
+std::string hudAnnouncement(const HUDSession& session);
 
 } // namespace vorlin

@@ -1,5 +1,7 @@
 #include "Preferences.h"
 
+#include <utility>
+
 namespace vorlin {
 
 namespace {
@@ -29,6 +31,16 @@ std::string_view rawValue(HUDDisplay display)
 std::string_view rawValue(HUDTextMode mode)
 {
     return mode == HUDTextMode::full ? "full" : "clip";
+}
+
+double scale(HUDSize size)
+{
+    switch (size) {
+    case HUDSize::small: return 0.85;
+    case HUDSize::medium: return 1.0;
+    case HUDSize::large: break;
+    }
+    return 1.3;
 }
 
 Preferences::Preferences(Defaults& defaults, const Locale& locale)
@@ -122,6 +134,11 @@ std::string Preferences::defaultLanguage() const
         }
     }
     return "en-US";
+}
+
+Subscription Preferences::observe(std::function<void()> observer) const
+{
+    return defaults.observe([observer = std::move(observer)](const std::string&) { observer(); });
 }
 
 } // namespace vorlin
