@@ -109,7 +109,8 @@ int main(int argc, char** argv)
     const auto real = desktop.ports();
     vorlin::VorlinApp app({real.loop, real.audioInput, real.audioConverters, recogniser,
                            real.eventTap, real.keyPoster, real.focusedProgram, real.pasteboard,
-                           real.defaults, real.permissions, real.sounds, real.locale});
+                           real.defaults, real.permissions, real.sounds, real.locale, real.screens,
+                           real.overlayPanel});
     app.model();
 
     std::vector<double> results;

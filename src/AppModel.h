@@ -3,6 +3,7 @@
 #include "Async/Lifetime.h"
 #include "Async/Published.h"
 #include "Dictation.h"
+#include "HUDController.h"
 #include "Hotkey.h"
 #include "HotkeyMonitor.h"
 #include "Ports/Ports.h"
@@ -14,8 +15,8 @@
 
 namespace vorlin {
 
-/// The one application-wide object: owns the dictation, the hotkey monitor and the text
-/// inserter, wires them together, and follows the two permissions. Main loop.
+/// The one application-wide object: owns the dictation, the hotkey monitor, the overlay and the
+/// text inserter, wires them together, and follows the two permissions. Main loop.
 class AppModel {
 public:
     /// Builds and wires everything, asks for missing permissions and starts watching the key.
@@ -27,6 +28,7 @@ public:
     Preferences preferences;
     Dictation dictation;
     HotkeyMonitor monitor;
+    HUDController hud;
 
     /// The process may watch and post key events.
     Published<bool, AppModel> accessibilityGranted{false};
@@ -44,6 +46,10 @@ public:
 
     /// Stores a new dictation key, in effect at once.
     void setHotkey(const Hotkey& hotkey);
+
+    /// Shows the overlay with made-up levels until 2.5 s after the latest call. Ignored during a
+    /// dictation.
+    void previewHUD();
 
 private:
     void wireDictation();

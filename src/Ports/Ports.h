@@ -10,8 +10,10 @@ class FocusedProgram;
 class KeyPoster;
 class Locale;
 class MainLoop;
+class OverlayPanel;
 class Pasteboard;
 class Permissions;
+class Screens;
 class Sounds;
 class SpeechAnalyzers;
 
@@ -29,6 +31,8 @@ struct Ports {
     Permissions& permissions;
     Sounds& sounds;
     const Locale& locale;
+    Screens& screens;
+    OverlayPanel& overlayPanel;
 };
 
 } // namespace vorlin

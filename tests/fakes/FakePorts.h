@@ -5,6 +5,7 @@
 #include "fakes/FakeAudioInput.h"
 #include "fakes/FakeDesktop.h"
 #include "fakes/FakeEventTap.h"
+#include "fakes/FakeOverlay.h"
 #include "fakes/FakePasteboard.h"
 #include "fakes/FakeSpeechAnalyzers.h"
 #include "simulation/SimulatedLoop.h"
@@ -27,11 +28,13 @@ struct FakePorts {
     FakePermissions permissions;
     FakeSounds sounds;
     FakeLocale locale;
+    FakeScreens screens;
+    FakeOverlayPanel panel{loop};
 
     Ports ports()
     {
-        return {loop,  microphone, converters, analyzers,   tap,    keys,
-                focus, pasteboard, defaults,   permissions, sounds, locale};
+        return {loop,       microphone, converters,  analyzers, tap,    keys,    focus,
+                pasteboard, defaults,   permissions, sounds,    locale, screens, panel};
     }
 };
 

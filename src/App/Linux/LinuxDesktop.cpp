@@ -17,8 +17,9 @@ LinuxDesktop::LinuxDesktop(const Environment& environment)
 
 Ports LinuxDesktop::ports()
 {
-    return {loop,           audioInput, audioConverters, speechAnalyzers, eventTap, keyPoster,
-            focusedProgram, pasteboard, defaults,        permissions,     sounds,   locale};
+    return {loop,      audioInput,     audioConverters, speechAnalyzers, eventTap,
+            keyPoster, focusedProgram, pasteboard,      defaults,        permissions,
+            sounds,    locale,         screens,         overlayPanel};
 }
 
 } // namespace vorlin

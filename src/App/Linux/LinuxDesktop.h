@@ -1,6 +1,7 @@
 #pragma once
 
 #include "App/Linux/LinuxPermissions.h"
+#include "App/Linux/NoOverlay.h"
 #include "Platform/Linux/Audio/PulseAudioInput.h"
 #include "Platform/Linux/Audio/PulseContext.h"
 #include "Platform/Linux/Audio/PulseMicrophoneAccess.h"
@@ -51,6 +52,8 @@ private:
     SoxrConverters audioConverters;
     SphinxAnalyzers speechAnalyzers;
     LinuxPermissions permissions;
+    NoScreens screens;
+    NoOverlayPanel overlayPanel{loop};
 };
 
 } // namespace vorlin
