@@ -16,8 +16,8 @@ HUDBars bars(std::span<const float> levels, double barWidth, double gap, double 
     HUDBars row{barWidth, gap, barWidth / 2, {}};
     row.heights.reserve(levels.size());
     for (const float level : levels) {
-        const double height = room * std::min(1.0F, level);
-        row.heights.push_back(height > lowest ? height : lowest); // also where it is no number
+        const double height = level > 0 ? room * std::min(1.0F, level) : 0; // 0 for no number too
+        row.heights.push_back(std::max(lowest, height));
     }
     return row;
 }
