@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
+#include <utility>
 #include <vector>
 
 namespace vorlin {
@@ -15,6 +17,8 @@ using CodePoint = utf8proc_int32_t;
 constexpr CodePoint replacement = 0xFFFD;
 constexpr std::string_view ellipsis = "…";
 constexpr std::size_t codePointsOfOneCharacter = 32;
+/// More bytes of a line are never looked at for drawing; all that can be seen fits many times.
+constexpr std::size_t bytesLookedAt = 1 << 16;
 
 struct Decoded {
     CodePoint codePoint = replacement;
@@ -163,6 +167,36 @@ private:
     std::size_t length = 0;
 };
 
+/// Where the last `count` characters of `text` begin; nothing when it has fewer.
+std::optional<std::vector<std::size_t>> lastCharacters(std::string_view text, std::size_t count)
+{
+    for (std::size_t window = 8 * (count + 1);; window *= 2) {
+        const bool whole = window >= text.size();
+        const auto from =
+            whole ? std::optional<std::size_t>(0) : sureBoundary(text, text.size() - window);
+        if (from) {
+            auto starts = characterStarts(text, *from);
+            if (starts.size() >= count) {
+                starts.erase(starts.begin(), starts.end() - static_cast<std::ptrdiff_t>(count));
+                return starts;
+            }
+        }
+        if (whole) {
+            return std::nullopt;
+        }
+    }
+}
+
+/// At most the last `bytesLookedAt` bytes, from the beginning of a code point.
+std::string_view endOf(std::string_view line)
+{
+    std::size_t from = line.size() - std::min(line.size(), bytesLookedAt);
+    while (from > 0 && from < line.size() && isContinuation(line[from])) {
+        ++from;
+    }
+    return line.substr(from);
+}
+
 std::string paragraph(std::string_view text)
 {
     Paragraph built;
@@ -178,41 +212,33 @@ std::string paragraph(std::string_view text)
 
 std::optional<std::size_t> startOfLastCharacters(std::string_view text, std::size_t count)
 {
-    for (std::size_t window = 8 * (count + 1);; window *= 2) {
-        const bool whole = window >= text.size();
-        const auto from =
-            whole ? std::optional<std::size_t>(0) : sureBoundary(text, text.size() - window);
-        if (from) {
-            const auto starts = characterStarts(text, *from);
-            if (starts.size() >= count) {
-                return count == 0 ? text.size() : starts[starts.size() - count];
-            }
-        }
-        if (whole) {
-            return std::nullopt;
-        }
+    const auto starts = lastCharacters(text, count);
+    if (!starts) {
+        return std::nullopt;
     }
+    return starts->empty() ? text.size() : starts->front();
 }
 
 std::string transcriptLine(const std::string& transcript, HUDTextMode textMode)
 {
-    if (textMode == HUDTextMode::clip || !startOfLastCharacters(transcript, charactersInView + 1)) {
+    if (textMode == HUDTextMode::clip) {
         return transcript;
     }
-    const auto cut = startOfLastCharacters(transcript, charactersInView);
-    return std::string(ellipsis) + transcript.substr(*cut);
+    const auto tooMany = lastCharacters(transcript, charactersInView + 1);
+    return tooMany ? std::string(ellipsis) + transcript.substr(tooMany->at(1)) : transcript;
 }
 
 std::string drawnText(const std::string& line, HUDTextMode textMode)
 {
     const bool full = textMode == HUDTextMode::full;
     const std::size_t most = charactersInView + (full ? 1 : 0); // a cut transcript has its "…"
+    const std::string_view end = endOf(line);
     std::string drawn;
     bool tooLong = false;
     // What is dropped leaves gaps: more of the end is taken until enough remains.
     for (std::size_t taken = most + 1; !tooLong; taken *= 2) {
-        const auto start = startOfLastCharacters(line, taken);
-        drawn = paragraph(std::string_view(line).substr(start.value_or(0)));
+        const auto start = startOfLastCharacters(end, taken);
+        drawn = paragraph(end.substr(start.value_or(0)));
         tooLong = startOfLastCharacters(drawn, most + 1).has_value();
         if (!start) {
             break;
@@ -227,7 +253,7 @@ std::string drawnText(const std::string& line, HUDTextMode textMode)
 
 bool runsRightToLeft(std::string_view text)
 {
-    for (std::size_t at = 0; at < text.size();) {
+    for (std::size_t at = 0; at < std::min(text.size(), bytesLookedAt);) {
         const auto [codePoint, length] = decode(text, at);
         switch (utf8proc_get_property(codePoint)->bidi_class) {
         case UTF8PROC_BIDI_CLASS_L: return false;

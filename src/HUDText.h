@@ -28,10 +28,12 @@ std::string transcriptLine(const std::string& transcript, HUDTextMode textMode);
 /// It may come from anywhere. White space and line breaks in a row become one space; controls,
 /// invisible marks and the marks that turn the direction of what follows are dropped (joiners and
 /// the single-place marks LRM, RLM and ALM stay); what is not text becomes U+FFFD; a character
-/// built of more than 32 code points loses the rest.
+/// built of more than 32 code points loses the rest. However long the line, only its last 64 KiB
+/// are looked at.
 std::string drawnText(const std::string& line, HUDTextMode textMode);
 
 /// Whether the paragraph runs from right to left: its first letter with a direction does.
+/// Only the first 64 KiB are looked at.
 bool runsRightToLeft(std::string_view text);
 
 } // namespace vorlin
