@@ -11,7 +11,8 @@ LinuxDesktop::LinuxDesktop(const Environment& environment)
       focusedProgram(keyboard.server()), pasteboard(loop), microphoneAccess(pulse, loop),
       audioInput(pulse, loop), sounds(pulse),
       speechAnalyzers(speechModelFolders(environment), workers, loop),
-      permissions(keyAccess, microphoneAccess)
+      permissions(keyAccess, microphoneAccess), screens(environment), overlayPanel(screens),
+      appearance(environment)
 {
 }
 

@@ -1,0 +1,107 @@
+import QtQuick
+import Vorlin
+
+// Leading slot, middle slot, hint: side by side, vertically centred.
+Item {
+    id: row
+
+    required property HUDBridge hud
+    required property OverlayColors colors
+
+    readonly property int levelDuration: hud.reducedMotion ? 0 : 80
+
+    width: hud.showEsc ? hint.x + hint.width : middle.x + middle.width
+    height: Math.max(leading.height, middle.height, hint.height)
+
+    Item {
+        id: leading
+
+        // 1 while the meter stands here, 0 while the symbol does.
+        property real meterShare: row.hud.showMeter ? 1 : 0
+        Behavior on meterShare {
+            enabled: !row.hud.reducedMotion
+            Spring {}
+        }
+
+        width: row.hud.leadingWidth
+        height: width
+        anchors.verticalCenter: parent.verticalCenter
+
+        Symbol {
+            // The drawings leave a sixth free around what a symbol of that size covers.
+            width: row.hud.symbolSize * 4 / 3
+            height: width
+            anchors.centerIn: parent
+            opacity: 1 - leading.meterShare
+            visible: opacity > 0
+            name: row.hud.icon
+            color: row.hud.tint === HUDBridge.Red ? row.colors.red
+                 : row.hud.tint === HUDBridge.Orange ? row.colors.orange : row.colors.secondary
+        }
+
+        LevelBars {
+            height: row.hud.meterHeight
+            anchors.centerIn: parent
+            opacity: leading.meterShare
+            visible: opacity > 0
+            color: row.colors.primary
+            duration: row.levelDuration
+            heights: row.hud.meterBars
+            barWidth: row.hud.meterBarWidth
+            gap: row.hud.meterGap
+            radius: row.hud.meterRadius
+        }
+    }
+
+    Item {
+        id: middle
+
+        // 1 while the waveform stands here, 0 while the text does.
+        property real waveformShare: row.hud.showWaveform ? 1 : 0
+        Behavior on waveformShare {
+            enabled: !row.hud.reducedMotion
+            Spring {}
+        }
+
+        x: leading.width + row.hud.spacing
+        width: waveform.width * waveformShare + line.width * (1 - waveformShare)
+        height: waveform.height * waveformShare + line.height * (1 - waveformShare)
+        anchors.verticalCenter: parent.verticalCenter
+
+        LevelBars {
+            id: waveform
+
+            width: row.hud.waveformWidth
+            height: row.hud.waveformHeight
+            anchors.centerIn: parent
+            opacity: middle.waveformShare * 0.85
+            visible: opacity > 0
+            color: row.colors.primary
+            duration: row.levelDuration
+            heights: row.hud.waveformBars
+            barWidth: row.hud.waveformBarWidth
+            gap: row.hud.waveformGap
+            radius: row.hud.waveformRadius
+        }
+
+        TextLine {
+            id: line
+
+            hud: row.hud
+            color: row.colors.primary
+            anchors.verticalCenter: parent.verticalCenter
+            opacity: 1 - middle.waveformShare
+            visible: opacity > 0
+        }
+    }
+
+    EscHint {
+        id: hint
+
+        hud: row.hud
+        colors: row.colors
+        x: middle.x + middle.width + row.hud.spacing
+        anchors.verticalCenter: parent.verticalCenter
+        visible: row.hud.showEsc
+    }
+}
