@@ -42,6 +42,7 @@ HUDLayout hudLayout(double scale, HUDTextMode textMode)
     layout.maxTextWidth = (full ? 340 : 260) * scale;
     layout.maxTextHeight = layout.panel.height - 2 * (layout.outerPadding + layout.verticalPadding);
     layout.oneLine = !full;
+    layout.rowAlignment = full ? VerticalAlignment::top : VerticalAlignment::center;
     layout.waveform = {150 * scale, 26 * scale};
     layout.meterHeight = 18 * scale;
     layout.meterBarWidth = 3 * scale;

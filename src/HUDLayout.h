@@ -11,9 +11,8 @@ namespace vorlin {
 
 /// The overlay's measures in points, times the scale where nothing else is said.
 ///
-/// The panel holds one row (leading slot, middle slot, "esc" hint; vertically centred among
-/// themselves) inside a rounded rectangle with continuous corners: outer padding, then the
-/// rectangle, then its inner paddings, then the row.
+/// The panel holds one row (leading slot, middle slot, "esc" hint) inside a rounded rectangle with
+/// continuous corners: outer padding, then the rectangle, then its inner paddings, then the row.
 struct HUDLayout {
     double scale = 1;
     /// The same size the panel has.
@@ -36,6 +35,8 @@ struct HUDLayout {
     double maxTextHeight = 0;
     /// One line, whose front is lost where it is too long; otherwise as many as needed.
     bool oneLine = true;
+    /// How the slots of the row stand beside each other: centred, or at the top beside many lines.
+    VerticalAlignment rowAlignment = VerticalAlignment::center;
     /// The waveform's frame.
     Size waveform;
     double meterHeight = 0;

@@ -38,6 +38,7 @@ TEST(HUDLayout, hasTheMeasuresOfBothTextModes)
     EXPECT_EQ(one.maxTextWidth, 260);
     EXPECT_EQ(one.maxTextHeight, 24);
     EXPECT_TRUE(one.oneLine);
+    EXPECT_EQ(one.rowAlignment, VerticalAlignment::center);
     EXPECT_EQ(one.waveform, (Size{150, 26}));
     EXPECT_EQ(one.meterHeight, 18);
     EXPECT_EQ(one.meterBarWidth, 3);
@@ -46,6 +47,7 @@ TEST(HUDLayout, hasTheMeasuresOfBothTextModes)
     EXPECT_EQ(many.maxTextWidth, 340);
     EXPECT_EQ(many.maxTextHeight, 248);
     EXPECT_FALSE(many.oneLine);
+    EXPECT_EQ(many.rowAlignment, VerticalAlignment::top);
     EXPECT_EQ(many.waveform, one.waveform);
 }
 
