@@ -85,7 +85,7 @@ QPainterPath Glass::outline(const QRectF& rectangle, double radius)
 
 void Glass::paintShadow(QPainter& painter, const QRectF& glass) const
 {
-    const double ratio = painter.device()->devicePixelRatio();
+    const double ratio = painter.deviceTransform().m11();
     QImage image((size() * ratio).toSize(), QImage::Format_ARGB32_Premultiplied);
     image.setDevicePixelRatio(ratio);
     const double reach = margin * 0.92; // light comes from above: the shadow lies a little lower
@@ -121,7 +121,7 @@ void Glass::paint(QPainter* painter)
     painter->fillPath(shape, Qt::black);
     painter->setCompositionMode(QPainter::CompositionMode_SourceOver);
     painter->fillPath(shape, color);
-    const double hairline = 1 / painter->device()->devicePixelRatio();
+    const double hairline = 1 / painter->deviceTransform().m11();
     const auto inner = glass.adjusted(hairline / 2, hairline / 2, -hairline / 2, -hairline / 2);
     painter->setBrush(Qt::NoBrush);
     painter->setPen(QPen(border, hairline));

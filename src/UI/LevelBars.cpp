@@ -3,6 +3,7 @@
 #include <QPainter>
 
 #include <algorithm>
+#include <cmath>
 
 namespace vorlin {
 
@@ -40,8 +41,13 @@ void LevelBars::setHeights(const QList<double>& heights)
 
 void LevelBars::measure()
 {
-    const auto count = static_cast<double>(now.size());
-    setImplicitWidth(count > 0 ? count * (barWidth + gap) - gap : 0);
+    // Whole points: a picture ends at one.
+    setImplicitWidth(std::ceil(rowWidth()));
+}
+
+double LevelBars::rowWidth() const
+{
+    return now.empty() ? 0 : static_cast<double>(now.size()) * (barWidth + gap) - gap;
 }
 
 void LevelBars::moveTo(double progress)
@@ -62,7 +68,7 @@ void LevelBars::paint(QPainter* painter)
     painter->setRenderHint(QPainter::Antialiasing);
     painter->setPen(Qt::NoPen);
     painter->setBrush(color);
-    double x = 0;
+    double x = (width() - rowWidth()) / 2;
     for (const double barHeight : now) {
         const double corner = std::min({radius, barWidth / 2, barHeight / 2});
         painter->drawRoundedRect(QRectF(x, (height() - barHeight) / 2, barWidth, barHeight), corner,

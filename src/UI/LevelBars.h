@@ -8,7 +8,7 @@
 
 namespace vorlin {
 
-/// A row of bars, vertically centred, whose heights move evenly to the ones last set. Its implicit
+/// A row of bars, centred, whose heights move evenly to the ones last set. Its implicit
 /// width is the row's.
 class LevelBars : public QQuickPaintedItem {
     Q_OBJECT
@@ -37,6 +37,7 @@ Q_SIGNALS:
 private:
     void moveTo(double progress);
     void measure();
+    double rowWidth() const;
 
     double barWidth = 0;
     double gap = 0;

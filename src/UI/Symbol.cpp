@@ -23,7 +23,7 @@ void Symbol::paint(QPainter* painter)
         fatal("there is no symbol " + name.toStdString());
     }
     // Drawn as a mask first: the drawings are black, whatever colour they are shown in.
-    const double ratio = painter->device()->devicePixelRatio();
+    const double ratio = painter->deviceTransform().m11();
     QImage image((size() * ratio).toSize(), QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     QPainter mask(&image);

@@ -1,7 +1,7 @@
 import QtQuick
 import Vorlin
 
-// Leading slot, middle slot, hint: side by side, vertically centred.
+// Leading slot, middle slot, hint: side by side, centred on the first line.
 Item {
     id: row
 
@@ -9,9 +9,11 @@ Item {
     required property OverlayColors colors
 
     readonly property int levelDuration: hud.reducedMotion ? 0 : 80
+    // As high as one line, or the waveform, of that row.
+    readonly property real lineHeight: Math.max(leading.height, hint.height, middle.firstHeight)
 
     width: hud.showEsc ? hint.x + hint.width : middle.x + middle.width
-    height: Math.max(leading.height, middle.height, hint.height)
+    height: Math.max(lineHeight, middle.y + middle.height)
 
     Item {
         id: leading
@@ -25,7 +27,7 @@ Item {
 
         width: row.hud.leadingWidth
         height: width
-        anchors.verticalCenter: parent.verticalCenter
+        y: (row.lineHeight - height) / 2
 
         Symbol {
             // The drawings leave a sixth free around what a symbol of that size covers.
@@ -66,7 +68,10 @@ Item {
         x: leading.width + row.hud.spacing
         width: waveform.width * waveformShare + line.width * (1 - waveformShare)
         height: waveform.height * waveformShare + line.height * (1 - waveformShare)
-        anchors.verticalCenter: parent.verticalCenter
+        y: (row.lineHeight - firstHeight) / 2
+
+        readonly property real firstHeight: waveform.height * waveformShare
+                                            + line.firstHeight * (1 - waveformShare)
 
         LevelBars {
             id: waveform
@@ -101,7 +106,7 @@ Item {
         hud: row.hud
         colors: row.colors
         x: middle.x + middle.width + row.hud.spacing
-        anchors.verticalCenter: parent.verticalCenter
+        y: (row.lineHeight - height) / 2
         visible: row.hud.showEsc
     }
 }

@@ -9,21 +9,28 @@ Item {
     required property HUDBridge hud
     property alias color: shown.color
 
-    width: Math.min(Math.ceil(shown.implicitWidth), hud.maxTextWidth)
-    height: Math.min(Math.ceil(shown.implicitHeight), hud.maxTextHeight)
-    clip: shown.implicitHeight > hud.maxTextHeight
+    readonly property real firstHeight: shown.implicitHeight / Math.max(shown.lineCount, 1)
+
+    // A line that is cut keeps its room: it would change with every letter.
+    width: hud.oneLine ? shown.width : Math.ceil(Math.min(shown.contentWidth, shown.width))
+    height: Math.min(shown.implicitHeight,
+                     Math.floor(hud.maxTextHeight / firstHeight) * firstHeight)
+    clip: shown.implicitHeight > height
 
     Text {
         id: shown
 
-        width: parent.width
+        width: Math.min(Math.ceil(implicitWidth), line.hud.maxTextWidth)
+        x: line.hud.rightToLeft ? line.width - width : 0
         anchors.bottom: parent.bottom
         textFormat: Text.PlainText
         font.pixelSize: Math.round(line.hud.textSize)
         font.weight: Font.Medium
         elide: line.hud.oneLine ? Text.ElideLeft : Text.ElideNone
         wrapMode: line.hud.oneLine ? Text.NoWrap : Text.Wrap
-        horizontalAlignment: line.hud.rightToLeft ? Text.AlignRight : Text.AlignLeft
+        // At the end that the newest words are at, if there is more room than a cut line needs.
+        horizontalAlignment: line.hud.rightToLeft === (line.hud.oneLine && truncated)
+                             ? Text.AlignLeft : Text.AlignRight
 
         // The old text stays while the waveform takes its place.
         Binding on text {
