@@ -41,7 +41,7 @@ bool isContinuation(char byte)
 }
 
 /// Whether a character begins at `after` whatever stands before `before`. After the kinds left
-/// out here, that depends on more than the two.
+/// out here that depends on more than the two, in one edition of the rules or another.
 bool alwaysBreaks(CodePoint before, CodePoint after)
 {
     switch (utf8proc_get_property(before)->boundclass) {

@@ -77,6 +77,8 @@ TEST_F(HUDModelTest, followsADictationFromPressToText)
     release();
     EXPECT_EQ(view().icon, "text.cursor");
     EXPECT_EQ(view().text, "hello");
+    engine->completeFinish("hello");
+    loop.runReady();
 }
 
 TEST_F(HUDModelTest, showsANoticeOnceIdle)
