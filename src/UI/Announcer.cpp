@@ -8,10 +8,12 @@ namespace vorlin {
 
 namespace {
 
-/// The announcer as a screen reader sees it.
+constexpr std::size_t kept = 8;
+
+/// An announcement as a screen reader sees it.
 class Notification final : public QAccessibleObject {
 public:
-    explicit Notification(Announcer& announcer) : QAccessibleObject(&announcer) {}
+    explicit Notification(Announcement& announcement) : QAccessibleObject(&announcement) {}
 
     QAccessibleInterface* parent() const override
     {
@@ -24,16 +26,16 @@ public:
     QAccessible::State state() const override { return {}; }
     QString text(QAccessible::Text kind) const override
     {
-        return kind == QAccessible::Name ? static_cast<Announcer*>(object())->text() : QString();
+        return kind == QAccessible::Name ? static_cast<Announcement*>(object())->text : QString();
     }
 };
 
 QAccessibleInterface* notificationFor(const QString& className, QObject* object)
 {
-    if (className != QLatin1String(Announcer::staticMetaObject.className())) {
+    if (className != QLatin1String(Announcement::staticMetaObject.className())) {
         return nullptr;
     }
-    return new Notification(*static_cast<Announcer*>(object)); // Qt's registry owns it
+    return new Notification(*static_cast<Announcement*>(object)); // Qt's registry owns it
 }
 
 } // namespace
@@ -45,21 +47,21 @@ Announcer::Announcer()
 
 Announcer::~Announcer()
 {
+    latest.clear();
     QAccessible::removeFactory(notificationFor);
 }
 
 void Announcer::announce(const QString& text)
 {
-    announced = text;
     if (text.isEmpty() || !QAccessible::isActive()) {
         return;
     }
-    QAccessibleEvent named(this, QAccessible::NameChanged);
-    QAccessible::updateAccessibility(&named);
-    QAccessibleEvent shown(this, QAccessible::ObjectShow);
+    latest.push_back(std::make_unique<Announcement>(text));
+    QAccessibleEvent shown(latest.back().get(), QAccessible::ObjectShow);
     QAccessible::updateAccessibility(&shown);
-    QAccessibleEvent hidden(this, QAccessible::ObjectHide);
-    QAccessible::updateAccessibility(&hidden);
+    if (latest.size() > kept) {
+        latest.pop_front();
+    }
 }
 
 } // namespace vorlin

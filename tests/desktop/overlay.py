@@ -3,7 +3,6 @@ that a test puts around it."""
 
 import math
 import re
-import subprocess
 import threading
 
 from gi.repository import Gio, GLib
@@ -59,10 +58,8 @@ class Overlay:
     def pixels(self, frame=None):
         """The pixels in a frame of the display, its own if none is given: rows of (r, g, b)."""
         x, y, width, height = frame or self.frame()
-        raw = subprocess.run(
-            ["import", "-window", "root", "-crop", f"{width}x{height}+{x}+{y}", "-depth", "8",
-             "rgb:-"], env=self.desktop.environment, stdout=subprocess.PIPE, check=True).stdout
-        return [[tuple(raw[3 * (row * width + column):3 * (row * width + column) + 3])
+        raw = self.x.screen().root.get_image(x, y, width, height, X.ZPixmap, 0xffffffff).data
+        return [[tuple(raw[4 * (row * width + column) + channel] for channel in (2, 1, 0))
                  for column in range(width)] for row in range(height)]
 
 
@@ -113,6 +110,12 @@ class OtherWindow:
         self.window.map()
         self.x.sync()
         wait_until(lambda: self.window.get_attributes().map_state == X.IsViewable, "a window")
+        return self
+
+    def lower(self):
+        """Puts it below all others."""
+        self.window.configure(stack_mode=X.Below)
+        self.x.sync()
         return self
 
     def clicks(self):
