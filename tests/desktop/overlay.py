@@ -4,6 +4,7 @@ that a test puts around it."""
 import math
 import re
 import threading
+import time
 
 from gi.repository import Gio, GLib
 from Xlib import X, Xatom, display as xdisplay, error
@@ -54,6 +55,15 @@ class Overlay:
             wait_until(lambda: self.frame() == expected, what, 10)
         except AssertionError:
             assert self.frame() == expected, what
+
+    def picture(self, name):
+        """Takes a screenshot once nothing moves any more."""
+        def still():
+            before = self.pixels()
+            time.sleep(0.15)
+            return self.pixels() == before
+        wait_until(still, "the overlay to come to rest")
+        return self.desktop.screenshot(name)
 
     def pixels(self, frame=None):
         """The pixels in a frame of the display, its own if none is given: rows of (r, g, b)."""

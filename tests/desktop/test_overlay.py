@@ -260,11 +260,11 @@ def test_a_dictation_is_shown_and_announced_from_press_to_text(start, theme):
         talking = hear(program, desktop)
         desktop.screenshot(f"{mode}-waveform")
         assert talking.wait(30) == 0
-        desktop.screenshot(f"{mode}-text")
+        overlay.picture(f"{mode}-text")
         if mode == "clip":
             desktop.keyboard.tap("Escape")
             wait_until(lambda: reader.heard("Cancelled"), '"Cancelled" to be said')
-            desktop.screenshot("cancelled")
+            overlay.picture("cancelled")
             overlay.await_hidden()
     desktop.keyboard.tap("Alt_R")
     wait_until(lambda: reader.heard("Transcribing…"), "the end to be said")
@@ -280,11 +280,11 @@ def test_a_silent_microphone_and_a_dead_sound_server_are_shown_and_announced(sta
     overlay.await_shown()
     warning = "No sound from the microphone. Check Microphone access."
     wait_until(lambda: reader.heard(warning), "the warning of a silent microphone")
-    desktop.screenshot("silent-microphone")
+    overlay.picture("silent-microphone")
     desktop.sound.die()
     said = len(reader.said)
     wait_until(lambda: reader.heard(None) or len(reader.said) > said, "a notice of the dead server")
-    desktop.screenshot("dead-sound-server")
+    overlay.picture("dead-sound-server")
     assert overlay.is_shown()
     overlay.await_hidden()
     assert program.answers()

@@ -1,7 +1,8 @@
 import QtQuick
 import Vorlin
 
-// Leading slot, middle slot, hint: side by side, centred on the first line.
+// Leading slot, middle slot, hint: side by side, centred on the first line. What takes another's
+// place appears when that has faded: one through the other could not be read.
 Item {
     id: row
 
@@ -34,7 +35,7 @@ Item {
             width: row.hud.symbolSize * 4 / 3
             height: width
             anchors.centerIn: parent
-            opacity: 1 - leading.meterShare
+            opacity: Math.max(1 - 2 * leading.meterShare, 0)
             visible: opacity > 0
             name: row.hud.icon
             color: row.hud.tint === HUDBridge.Red ? row.colors.red
@@ -44,7 +45,7 @@ Item {
         LevelBars {
             height: row.hud.meterHeight
             anchors.centerIn: parent
-            opacity: leading.meterShare
+            opacity: Math.max(2 * leading.meterShare - 1, 0)
             visible: opacity > 0
             color: row.colors.primary
             duration: row.levelDuration
@@ -66,6 +67,8 @@ Item {
         }
 
         x: leading.width + row.hud.spacing
+        // Whoever comes or goes is cut where the slot is still narrow.
+        clip: waveformShare > 0 && waveformShare < 1
         width: waveform.width * waveformShare + line.width * (1 - waveformShare)
         height: waveform.height * waveformShare + line.height * (1 - waveformShare)
         y: (row.lineHeight - firstHeight) / 2
@@ -79,7 +82,7 @@ Item {
             width: row.hud.waveformWidth
             height: row.hud.waveformHeight
             anchors.centerIn: parent
-            opacity: middle.waveformShare * 0.85
+            opacity: Math.max(2 * middle.waveformShare - 1, 0) * 0.85
             visible: opacity > 0
             color: row.colors.primary
             duration: row.levelDuration
@@ -95,7 +98,7 @@ Item {
             hud: row.hud
             color: row.colors.primary
             anchors.verticalCenter: parent.verticalCenter
-            opacity: 1 - middle.waveformShare
+            opacity: Math.max(1 - 2 * middle.waveformShare, 0)
             visible: opacity > 0
         }
     }

@@ -40,7 +40,19 @@ void X11OverlayPanel::setContent(Draw content)
 
 double X11OverlayPanel::alpha() const
 {
-    return fade.currentValue().toDouble();
+    return alphaAfter(0);
+}
+
+double X11OverlayPanel::alphaAfter(std::int64_t milliseconds) const
+{
+    const double from = fade.startValue().toDouble();
+    const double to = fade.endValue().toDouble();
+    if (fade.state() != QAbstractAnimation::Running) {
+        return to;
+    }
+    const auto passed = static_cast<double>(sinceFadeBegan.elapsed() + milliseconds);
+    const double progress = std::min(passed / fade.duration(), 1.0);
+    return from + (to - from) * fade.easingCurve().valueForProgress(progress);
 }
 
 void X11OverlayPanel::setFrame(const Rect& frame)
@@ -73,7 +85,6 @@ void X11OverlayPanel::animateAlpha(double to, Duration duration, Work whenDone)
     fade.setEndValue(to);
     fade.setDuration(atOnce ? 0 : static_cast<int>(length.count()));
     if (atOnce) {
-        fade.setCurrentTime(0);
         QTimer::singleShot(0, &fade, [work = std::move(whenDone)] {
             if (work) {
                 work();
@@ -83,7 +94,9 @@ void X11OverlayPanel::animateAlpha(double to, Duration duration, Work whenDone)
         return;
     }
     whenFaded = std::move(whenDone);
+    sinceFadeBegan.start();
     fade.start();
+    frameSoon();
 }
 
 void X11OverlayPanel::frameSoon()
@@ -103,7 +116,9 @@ void X11OverlayPanel::showFrame()
         return;
     }
     sinceLastFrame.start();
-    window.show(draw({place.width, place.height}, scale), alpha(), place.x, place.y);
+    // A frame is seen until the next one: what appears is there with the first.
+    window.show(draw({place.width, place.height}, scale), alphaAfter(frameNs / 1'000'000), place.x,
+                place.y);
 }
 
 } // namespace vorlin

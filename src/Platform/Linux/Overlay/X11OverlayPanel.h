@@ -43,6 +43,7 @@ public:
 private:
     void frameSoon();
     void showFrame();
+    double alphaAfter(std::int64_t milliseconds) const;
 
     const X11Screens& screens;
     X11OverlayWindow window;
@@ -51,7 +52,9 @@ private:
     double scale = 1;
     bool visible = false;
     bool withoutMotion = false;
+    /// Gives the beat and the end; the alpha follows the clock.
     QVariantAnimation fade;
+    QElapsedTimer sinceFadeBegan;
     Work whenFaded;
     QTimer nextFrame;
     QElapsedTimer sinceLastFrame;
