@@ -242,6 +242,17 @@ TEST_F(HUDModelTest, announcesTheSameNoticeAgainTheNextTime)
     EXPECT_EQ(model->announcement.get().number, static_cast<std::int64_t>(said.size()));
 }
 
+TEST_F(HUDModelTest, announcesTheSameNoticeAgainAfterASilence)
+{
+    for (int i = 0; i < 2; ++i) {
+        dictation.demo();
+        loop.runReady();
+        dictation.cancel();
+        loop.runReady();
+    }
+    EXPECT_EQ(said, (Texts{"Cancelled", "Cancelled"}));
+}
+
 TEST_F(HUDModelTest, saysNothingOfLevelsTextAndPreviews)
 {
     listen();
