@@ -35,7 +35,9 @@ DesktopAppearance::DesktopAppearance(const Environment& environment)
     if (!bus.isConnected()) {
         return;
     }
-    bus.connect(portalService, portalPath, portalInterface, "SettingChanged", this,
+    // From anyone: Qt misses signals of a name that got its owner a moment ago, and a wrong colour
+    // harms nobody.
+    bus.connect({}, portalPath, portalInterface, "SettingChanged", this,
                 SLOT(settingChanged(QString, QString, QDBusVariant)));
     auto* watcher = new QDBusServiceWatcher(portalService, bus,
                                             QDBusServiceWatcher::WatchForRegistration, this);
@@ -87,8 +89,12 @@ void DesktopAppearance::askPortal()
     message.setAutoStartService(false);
     auto* answer =
         new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(message), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer, asked = changes] {
         answer->deleteLater();
+        if (asked != changes) {
+            askPortal(); // the answer may be older than the change
+            return;
+        }
         const QDBusMessage reply = answer->reply();
         if (reply.type() != QDBusMessage::ReplyMessage || reply.signature() != "a{sa{sv}}") {
             return;
@@ -105,6 +111,7 @@ void DesktopAppearance::askPortal()
 void DesktopAppearance::settingChanged(const QString& group, const QString& key,
                                        const QDBusVariant& value)
 {
+    ++changes;
     takePortal(group, key, value.variant());
 }
 

@@ -35,6 +35,8 @@ private:
     void askPortal();
     void takePortal(const QString& group, const QString& key, const QVariant& value);
 
+    /// How often the portal told of a change.
+    int changes = 0;
     std::optional<bool> portalDark;
     std::optional<bool> portalReducedMotion;
     std::optional<bool> gtkDark;
