@@ -190,14 +190,62 @@ class FocusWatch:
         x.close()
 
 
+class Portal:
+    """The settings portal of a desktop."""
+
+    XML = """<node><interface name="org.freedesktop.portal.Settings">
+      <method name="ReadAll"><arg type="as" direction="in"/>
+        <arg type="a{sa{sv}}" direction="out"/></method>
+      <signal name="SettingChanged"><arg type="s"/><arg type="s"/><arg type="v"/></signal>
+    </interface></node>"""
+    PATH = "/org/freedesktop/portal/desktop"
+    INTERFACE = "org.freedesktop.portal.Settings"
+    APPEARANCE = ("org.freedesktop.appearance", "color-scheme")
+    MOTION = ("org.gnome.desktop.interface", "enable-animations")
+
+    def __init__(self, desktop, dark=False, motion=True):
+        self.values = {self.APPEARANCE: GLib.Variant("u", 1 if dark else 2),
+                       self.MOTION: GLib.Variant("b", motion)}
+        self.bus = connect(desktop.environment["DBUS_SESSION_BUS_ADDRESS"])
+        node = Gio.DBusNodeInfo.new_for_xml(self.XML)
+        self.bus.register_object(self.PATH, node.interfaces[0], self._called, None, None)
+        self.bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                           "RequestName", GLib.Variant("(su)", ("org.freedesktop.portal.Desktop", 0)),
+                           None, Gio.DBusCallFlags.NONE, 5000, None)
+
+    def change(self, which, value):
+        self.values[which] = value
+        self.bus.emit_signal(None, self.PATH, self.INTERFACE, "SettingChanged",
+                             GLib.Variant("(ssv)", (*which, value)))
+
+    def serve(self):
+        """Answers what was asked until now; true, for use in a wait."""
+        while GLib.MainContext.default().iteration(False):
+            pass
+        return True
+
+    def _called(self, _bus, _sender, _path, _interface, _method, _arguments, invocation):
+        answer = {}
+        for (group, key), value in self.values.items():
+            answer.setdefault(group, {})[key] = value
+        invocation.return_value(GLib.Variant("(a{sa{sv}})", (answer,)))
+
+
+def connect(address):
+    """A connection of its own to a bus."""
+    return Gio.DBusConnection.new_for_address_sync(
+        address, Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT
+        | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION, None, None)
+
+
 class ScreenReader:
     """What a screen reader would say of notifications; the desktop must be `accessible`."""
 
     def __init__(self, desktop):
         self.said = []
-        session = self._connect(desktop.environment["DBUS_SESSION_BUS_ADDRESS"])
+        session = connect(desktop.environment["DBUS_SESSION_BUS_ADDRESS"])
         address = wait_until(lambda: self._address(session), "the accessibility bus")
-        self.bus = self._connect(address)
+        self.bus = connect(address)
         self._call("org.a11y.atspi.Registry", "/org/a11y/atspi/registry",
                    "org.a11y.atspi.Registry", "RegisterEvent",
                    GLib.Variant("(sas)", ("object:state-changed:showing", [])))
@@ -209,12 +257,6 @@ class ScreenReader:
         while GLib.MainContext.default().iteration(False):
             pass
         return text in self.said
-
-    @staticmethod
-    def _connect(address):
-        return Gio.DBusConnection.new_for_address_sync(
-            address, Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT
-            | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION, None, None)
 
     @staticmethod
     def _address(session):

@@ -4,12 +4,14 @@ import itertools
 import json
 import os
 import subprocess
+import threading
 
 import pytest
-from Xlib import X, Xatom
+from gi.repository import GLib
+from Xlib import X, Xatom, display as xdisplay
 
 from editors import GTKEditor
-from overlay import (POSITIONS, FocusWatch, Overlay, ScreenReader, OtherWindow, dock,
+from overlay import (POSITIONS, FocusWatch, OtherWindow, Overlay, Portal, ScreenReader, dock,
                      expected_frame)
 from program import Program
 from sound_server import speech
@@ -183,6 +185,36 @@ def _middle(overlay):
     return overlay.pixels((x + width // 2, y + height - 12 - 5, 1, 1))[0][0]
 
 
+class Brightnesses:
+    """Notes how bright the capsule is, until the end of the block and a little longer."""
+
+    def __init__(self, overlay):
+        self.frame = overlay.frame()
+        self.display = overlay.desktop.display
+        self.seen = set()
+        self.ending = threading.Event()
+
+    def __enter__(self):
+        self.thread = threading.Thread(target=self._watch, daemon=True)
+        self.thread.start()
+        return self
+
+    def __exit__(self, *unused):
+        self.ending.set()
+        self.thread.join(20)
+
+    def _watch(self):
+        display = xdisplay.Display(self.display)
+        x, y, width, height = self.frame
+        last = False
+        while not last:
+            last = self.ending.is_set()
+            data = display.screen().root.get_image(x + width // 2, y + height - 17, 1, 1,
+                                                   X.ZPixmap, 0xffffffff).data
+            self.seen.add(data[2])
+        display.close()
+
+
 def _is_fading(overlay):
     """Neither the light capsule nor the desktop below it."""
     red, _, _ = _middle(overlay)
@@ -244,6 +276,26 @@ def test_it_stands_on_the_screen_of_the_pointer_wherever_that_goes(start):
     overlay.await_frame(expected_frame(areas["left"], "topLeft"), "the screen that is left")
     desktop.output(["xrandr", "--delmonitor", "LEFT"])
     overlay.await_frame(expected_frame(WHOLE, "topLeft"), "the whole screen")
+
+
+def test_it_follows_a_desktop_that_turns_dark_and_back_or_wants_no_motion(start):
+    desktop, program, overlay = start({"hud.textMode": "full"})
+    portal = Portal(desktop, dark=True)
+    desktop.keyboard.tap("Alt_R")
+    overlay.await_shown()
+    program.await_recording()
+    wait_until(lambda: portal.serve() and _middle(overlay)[0] < 0x30, "the dark look", interval=0.1)
+    overlay.picture("dark")
+    portal.change(Portal.APPEARANCE, GLib.Variant("u", 2))
+    wait_until(lambda: _middle(overlay)[0] > 0xe0, "the light look")
+    overlay.picture("light")
+    portal.change(Portal.MOTION, GLib.Variant("b", False))
+    portal.change(Portal.APPEARANCE, GLib.Variant("u", 1))
+    wait_until(lambda: _middle(overlay)[0] < 0x30, "the dark look again")
+    with Brightnesses(overlay) as watch:
+        desktop.keyboard.tap("Escape")
+        overlay.await_hidden()
+    assert len(watch.seen) == 2, "it faded, though no motion was wanted"
 
 
 @pytest.mark.parametrize("theme", ["light", "dark"])

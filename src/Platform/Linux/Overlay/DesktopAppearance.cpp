@@ -35,9 +35,9 @@ DesktopAppearance::DesktopAppearance(const Environment& environment)
     if (!bus.isConnected()) {
         return;
     }
-    // From anyone: Qt misses signals of a name that got its owner a moment ago, and a wrong colour
-    // harms nobody.
-    bus.connect({}, portalPath, portalInterface, "SettingChanged", this,
+    // By its name Qt knows this type of its own only once it was registered.
+    qRegisterMetaType<QDBusVariant>();
+    bus.connect(portalService, portalPath, portalInterface, "SettingChanged", this,
                 SLOT(settingChanged(QString, QString, QDBusVariant)));
     auto* watcher = new QDBusServiceWatcher(portalService, bus,
                                             QDBusServiceWatcher::WatchForRegistration, this);
