@@ -210,8 +210,9 @@ class Portal:
         node = Gio.DBusNodeInfo.new_for_xml(self.XML)
         self.bus.register_object(self.PATH, node.interfaces[0], self._called, None, None)
         self.bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                           "RequestName", GLib.Variant("(su)", ("org.freedesktop.portal.Desktop", 0)),
-                           None, Gio.DBusCallFlags.NONE, 5000, None)
+                           "RequestName",
+                           GLib.Variant("(su)", ("org.freedesktop.portal.Desktop", 0)), None,
+                           Gio.DBusCallFlags.NONE, 5000, None)
 
     def change(self, which, value):
         self.values[which] = value

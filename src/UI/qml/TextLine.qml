@@ -14,7 +14,7 @@ Item {
     // A line that is cut keeps its room: it would change with every letter.
     width: hud.oneLine ? shown.width : Math.ceil(Math.min(shown.contentWidth, shown.width))
     height: Math.min(shown.implicitHeight,
-                     Math.floor(hud.maxTextHeight / firstHeight) * firstHeight)
+                     Math.max(Math.floor(hud.maxTextHeight / firstHeight), 1) * firstHeight)
     clip: shown.implicitHeight > height
 
     Text {
