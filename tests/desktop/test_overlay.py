@@ -262,6 +262,7 @@ def test_it_stands_on_the_screen_of_the_pointer_wherever_that_goes(start):
             desktop.keyboard.tap("Alt_R")
             overlay.await_shown()
             overlay.await_frame(expected_frame(area, position), f"{side} {position}")
+            wait_until(lambda: min(_middle(overlay)) > 0xe0, "the overlay to be seen there")
             desktop.screenshot(f"{side}-{position}")
             desktop.keyboard.tap("Escape")
             program.await_silence()
