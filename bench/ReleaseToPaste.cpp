@@ -110,7 +110,8 @@ int main(int argc, char** argv)
     vorlin::VorlinApp app({real.loop, real.audioInput, real.audioConverters, recogniser,
                            real.eventTap, real.keyPoster, real.focusedProgram, real.pasteboard,
                            real.defaults, real.permissions, real.sounds, real.locale, real.mlModels,
-                           real.folders, real.random, real.workers});
+                           real.folders, real.random, real.workers, real.screens,
+                           real.overlayPanel});
     app.model();
 
     std::vector<double> results;

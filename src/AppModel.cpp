@@ -8,6 +8,9 @@ namespace vorlin {
 namespace {
 
 constexpr auto permissionPoll = std::chrono::milliseconds(1500);
+/// How long what the overlay says stays readable.
+constexpr auto noticeTime = std::chrono::milliseconds(1600);
+constexpr auto cancelledTime = std::chrono::milliseconds(700);
 
 } // namespace
 
@@ -18,12 +21,13 @@ AppModel::AppModel(const Ports& ports)
              ports.speechAnalyzers, ports.audioConverters, ports.loop),
       models(
           {ports.loop, ports.workers, ports.folders, ports.random, preferences, speech, downloads}),
-      monitor(ports.eventTap), ports(ports),
-      inserter(ports.loop, ports.pasteboard, ports.keyPoster, ports.focusedProgram)
+      monitor(ports.eventTap), hud(ports.loop, ports.screens, ports.overlayPanel, preferences),
+      ports(ports), inserter(ports.loop, ports.pasteboard, ports.keyPoster, ports.focusedProgram)
 {
     accessibilityGranted.set(ports.permissions.isTrusted());
     microphoneGranted.set(ports.permissions.microphoneGranted());
     hotkey.set(preferences.hotkey());
+    hud.attach(dictation);
     wireDictation();
     wireMonitor();
     if (!accessibilityGranted.get()) {
@@ -40,9 +44,11 @@ AppModel::~AppModel() = default;
 void AppModel::wireDictation()
 {
     dictation.onFinished = lifetime.guard([this](const std::string& text) { finished(text); });
+    dictation.onDemoEnded = lifetime.guard([this] { hud.hide(Duration::zero()); });
     dictation.onCancelled = lifetime.guard([this] {
         inserter.dismiss();
         play("Funk");
+        hud.hide(cancelledTime);
     });
     phaseChanges =
         dictation.phase.observe([this](const Dictation::Phase&) { monitor.updateInterest(); });
@@ -69,6 +75,7 @@ void AppModel::pressed()
     const auto make = [this] { return models.makeTranscriber(); };
     if (phase == Dictation::Phase::idle) {
         play("Tink");
+        hud.show();
         dictation.keyDown(make);
         inserter.anticipate();
     } else if (preferences.recordMode() == RecordMode::toggle &&
@@ -82,9 +89,11 @@ void AppModel::pressed()
 void AppModel::finished(const std::string& text)
 {
     if (text.empty()) {
+        hud.hide(dictation.notice.get() ? noticeTime : Duration::zero());
         inserter.dismiss();
         return;
     }
+    hud.hide(Duration::zero());
     play("Pop");
     inserter.insert(text);
 }
@@ -131,6 +140,15 @@ void AppModel::setHotkey(const Hotkey& chosen)
     hotkey.set(chosen);
     preferences.setHotkey(chosen);
     monitor.start(chosen);
+}
+
+void AppModel::previewHUD()
+{
+    if (dictation.phase.get() != Dictation::Phase::idle && !dictation.isDemo.get()) {
+        return;
+    }
+    hud.show();
+    dictation.demo();
 }
 
 } // namespace vorlin

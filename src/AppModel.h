@@ -3,6 +3,7 @@
 #include "Async/Lifetime.h"
 #include "Async/Published.h"
 #include "Dictation.h"
+#include "HUDController.h"
 #include "Hotkey.h"
 #include "HotkeyMonitor.h"
 #include "Models/Downloads.h"
@@ -17,8 +18,9 @@
 
 namespace vorlin {
 
-/// The one application-wide object: owns the dictation, the engine catalog, the hotkey monitor
-/// and the text inserter, wires them together, and follows the two permissions. Main loop.
+/// The one application-wide object: owns the dictation, the engine catalog, the hotkey monitor,
+/// the overlay and the text inserter, wires them together, and follows the two permissions. Main
+/// loop.
 class AppModel {
 public:
     /// Builds and wires everything, asks for missing permissions and starts watching the key.
@@ -37,6 +39,7 @@ private:
 public:
     ModelStore models;
     HotkeyMonitor monitor;
+    HUDController hud;
 
     /// The process may watch and post key events.
     Published<bool, AppModel> accessibilityGranted{false};
@@ -54,6 +57,10 @@ public:
 
     /// Stores a new dictation key, in effect at once.
     void setHotkey(const Hotkey& hotkey);
+
+    /// Shows the overlay with made-up levels until 2.5 s after the latest call. Ignored during a
+    /// dictation.
+    void previewHUD();
 
 private:
     void wireDictation();

@@ -1,6 +1,7 @@
 #include "Preferences.h"
 
 #include <stdexcept>
+#include <utility>
 
 namespace vorlin {
 
@@ -36,6 +37,16 @@ std::string_view rawValue(HUDDisplay display)
 std::string_view rawValue(HUDTextMode mode)
 {
     return mode == HUDTextMode::full ? "full" : "clip";
+}
+
+double scale(HUDSize size)
+{
+    switch (size) {
+    case HUDSize::small: return 0.85;
+    case HUDSize::medium: return 1.0;
+    case HUDSize::large: break;
+    }
+    return 1.3;
 }
 
 Preferences::Preferences(Defaults& defaults, const Locale& locale)
@@ -156,6 +167,11 @@ std::string Preferences::defaultLanguage() const
         }
     }
     return "en-US";
+}
+
+Subscription Preferences::observe(std::function<void()> observer) const
+{
+    return defaults.observe([observer = std::move(observer)](const std::string&) { observer(); });
 }
 
 } // namespace vorlin

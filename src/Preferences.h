@@ -1,11 +1,13 @@
 #pragma once
 
+#include "Async/Published.h"
 #include "Hotkey.h"
 #include "Models/Engine.h"
 #include "Ports/Defaults.h"
 #include "Ports/Locale.h"
 
 #include <array>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -29,12 +31,22 @@ enum class HUDPosition {
     bottomCenter,
     bottomRight,
 };
+inline constexpr std::array hudPositions = {
+    HUDPosition::topLeft,    HUDPosition::topCenter,    HUDPosition::topRight,
+    HUDPosition::middleLeft, HUDPosition::middleCenter, HUDPosition::middleRight,
+    HUDPosition::bottomLeft, HUDPosition::bottomCenter, HUDPosition::bottomRight,
+};
 
 /// On which screen the overlay stands: the pointer's or the main one.
 enum class HUDDisplay { cursor, main };
 
 /// How the overlay shows live text: its end in one line, or all of it.
 enum class HUDTextMode { clip, full };
+
+/// The overlay's sizes that the settings offer; what is stored is the scale.
+enum class HUDSize { small, medium, large };
+inline constexpr std::array hudSizes = {HUDSize::small, HUDSize::medium, HUDSize::large};
+double scale(HUDSize size);
 
 /// A dictation language that the settings offer.
 struct DictationLanguage {
@@ -89,6 +101,10 @@ public:
     /// The first language of `dictationLanguages` whose identifier begins with the person's
     /// language code, else "en-US". An empty code matches the first one.
     std::string defaultLanguage() const;
+
+    /// Calls `observer` after any setting changed, here or from outside, for as long as the
+    /// result is kept.
+    [[nodiscard]] Subscription observe(std::function<void()> observer) const;
 
 private:
     template <class T>

@@ -12,9 +12,11 @@ class KeyPoster;
 class Locale;
 class MLModels;
 class MainLoop;
+class OverlayPanel;
 class Pasteboard;
 class Permissions;
 class Random;
+class Screens;
 class Sounds;
 class SpeechAnalyzers;
 class Workers;
@@ -37,6 +39,8 @@ struct Ports {
     Folders& folders;
     Random& random;
     Workers& workers;
+    Screens& screens;
+    OverlayPanel& overlayPanel;
 };
 
 } // namespace vorlin

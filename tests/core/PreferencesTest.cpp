@@ -114,5 +114,34 @@ TEST_F(PreferencesTest, theDefaultLanguageIsTheFirstOfTheLocale)
     EXPECT_EQ(preferences.language(), "xx-YY");
 }
 
+TEST_F(PreferencesTest, theSizesOfTheOverlayStandForScales)
+{
+    EXPECT_EQ(hudSizes.size(), 3U);
+    EXPECT_EQ(scale(HUDSize::small), 0.85);
+    EXPECT_EQ(scale(HUDSize::medium), 1.0);
+    EXPECT_EQ(scale(HUDSize::large), 1.3);
+}
+
+TEST_F(PreferencesTest, theNinePositionsAreListedInTheirOrder)
+{
+    for (std::size_t i = 0; i < hudPositions.size(); ++i) {
+        EXPECT_EQ(static_cast<std::size_t>(hudPositions.at(i)), i);
+    }
+    EXPECT_EQ(rawValue(hudPositions.front()), "topLeft");
+    EXPECT_EQ(rawValue(hudPositions.back()), "bottomRight");
+}
+
+TEST_F(PreferencesTest, everyChangeIsToldForAsLongAsTheObserverIsKept)
+{
+    int told = 0;
+    auto observer = preferences.observe([&told] { ++told; });
+    defaults.set("sounds", false);
+    preferences.setHotkey({96, 0, false});
+    EXPECT_EQ(told, 2);
+    observer.reset();
+    defaults.set("sounds", true);
+    EXPECT_EQ(told, 2);
+}
+
 } // namespace
 } // namespace vorlin

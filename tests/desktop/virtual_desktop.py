@@ -37,6 +37,10 @@ OPENBOX = """<?xml version="1.0"?>
 </openbox_config>
 """
 
+I3 = "# i3 config file (v4)\nfont pango:monospace 8\nfocus_follows_mouse no\n"
+
+AT_SPI = "/usr/libexec/at-spi-bus-launcher"
+
 PICOM = 'backend = "xrender"; vsync = false; shadow = false; fading = false;\n'
 
 _libc = ctypes.CDLL(None)
@@ -51,7 +55,10 @@ class VirtualDesktop:
     """See the module. Options:
 
     layout       keyboard layout, as setxkbmap takes it
-    compositor   whether a compositor runs
+    compositor   whether a compositor runs; `start_compositor()` may start it later
+    manager      the window manager: openbox, xfwm4, metacity or i3
+    accessible   whether the accessibility bus runs
+    variables    further environment variables
     sound        whether a sound server runs; `desktop.sound.launch()` may start it later
     rate         sample rate of the microphone in Hz
     channels     channels of the microphone
@@ -59,13 +66,17 @@ class VirtualDesktop:
     """
 
     def __init__(self, layout="us", compositor=True, sound=True, rate=48000, channels=2,
-                 artefacts=None):
+                 artefacts=None, manager="openbox", accessible=False, variables=None):
         self.layout = layout
         self.compositor = compositor
         self.with_sound = sound
         self.rate = rate
         self.channels = channels
         self.artefacts = pathlib.Path(artefacts) if artefacts else None
+        self.manager = manager
+        self.accessible = accessible
+        self.variables = variables or {}
+        self.picom = None
         self.processes = []
         self.display = None
         self.x = None
@@ -114,6 +125,16 @@ class VirtualDesktop:
         self.output(["import", "-window", "root", str(path)])
         return path
 
+    def start_compositor(self):
+        """Starts the compositor and waits for it; `picom` is its process."""
+        (self.folder / "picom.conf").write_text(PICOM)
+        self.picom = self.spawn(["picom", "--config", self.folder / "picom.conf"])
+        wait_until(self.has_compositor, "the compositor")
+
+    def has_compositor(self):
+        selection = self.x.intern_atom("_NET_WM_CM_S0")
+        return self.x.get_selection_owner(selection) != X.NONE
+
     def close(self):
         """Ends everything inside and removes the folder. May be called twice."""
         if self.keeper is None:
@@ -155,7 +176,7 @@ class VirtualDesktop:
             "GSETTINGS_BACKEND": "memory",
             "GIO_USE_VFS": "local",
             "GTK_USE_PORTAL": "0",
-        }
+        } | self.variables
 
     def _start_keeper(self):
         # With the standard library alone, and outside the desktop: it must not find itself.
@@ -171,13 +192,12 @@ class VirtualDesktop:
         bus = self._start_bus()
         self._start_display()
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = _line(bus, "the session bus's address")
+        if self.accessible:
+            self.spawn([AT_SPI, "--launch-immediately", "--a11y=1"])
         # Xvfb has answered, but only a window manager makes windows take the focus.
-        configuration = self.folder / "openbox.xml"
-        configuration.write_text(OPENBOX)
-        self.spawn(["openbox", "--sm-disable", "--config-file", configuration])
+        self._start_window_manager()
         if self.compositor:
-            (self.folder / "picom.conf").write_text(PICOM)
-            self.spawn(["picom", "--config", self.folder / "picom.conf"])
+            self.start_compositor()
         self.output(["setxkbmap", "-layout", self.layout])
         self._await_window_manager()
         if self.with_sound:
@@ -202,13 +222,22 @@ class VirtualDesktop:
         self.x = xdisplay.Display(self.display)
         self.keyboard = Keyboard(self.x)
 
+    def _start_window_manager(self):
+        openbox = self.folder / "openbox.xml"
+        openbox.write_text(OPENBOX)
+        i3 = self.folder / "i3.config"
+        i3.write_text(I3)
+        self.spawn({
+            "openbox": ["openbox", "--sm-disable", "--config-file", openbox],
+            "xfwm4": ["xfwm4", "--compositor=off"],
+            "metacity": ["metacity", "--sm-disable", "--no-composite"],
+            "i3": ["i3", "-c", i3],
+        }[self.manager])
+
     def _await_window_manager(self):
         root = self.x.screen().root
         check = self.x.intern_atom("_NET_SUPPORTING_WM_CHECK")
         wait_until(lambda: root.get_full_property(check, X.AnyPropertyType), "the window manager")
-        if self.compositor:
-            selection = self.x.intern_atom("_NET_WM_CM_S0")
-            wait_until(lambda: self.x.get_selection_owner(selection) != X.NONE, "the compositor")
 
     def _log_file(self, name):
         folder = self.artefacts or self.folder

@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -59,11 +60,23 @@ public:
         } else {
             values.erase(key);
         }
+        const auto current = observers;
+        for (const auto& weak : current) {
+            if (const auto observer = weak.lock()) {
+                (*observer)(key);
+            }
+        }
     }
-    std::shared_ptr<const void> observe(std::function<void(const std::string&)>) override
+    std::shared_ptr<const void> observe(std::function<void(const std::string&)> observer) override
     {
-        return nullptr;
+        auto entry = std::make_shared<const Observer>(std::move(observer));
+        observers.push_back(entry);
+        return entry;
     }
+
+private:
+    using Observer = std::function<void(const std::string&)>;
+    std::vector<std::weak_ptr<const Observer>> observers;
 };
 
 class FakePermissions final : public Permissions {

@@ -7,6 +7,7 @@
 #include "fakes/FakeEventTap.h"
 #include "fakes/FakeFolders.h"
 #include "fakes/FakeMLModels.h"
+#include "fakes/FakeOverlay.h"
 #include "fakes/FakePasteboard.h"
 #include "fakes/FakeRandom.h"
 #include "fakes/FakeSpeechAnalyzers.h"
@@ -33,11 +34,14 @@ struct FakePorts {
     FakeMLModels mlModels{loop};
     FakeFolders folders;
     FakeRandom random;
+    FakeScreens screens;
+    FakeOverlayPanel panel{loop};
 
     Ports ports()
     {
-        return {loop,     microphone,  converters, analyzers, tap,      keys,    focus,  pasteboard,
-                defaults, permissions, sounds,     locale,    mlModels, folders, random, loop};
+        return {loop,     microphone, converters, analyzers,   tap,     keys,
+                focus,    pasteboard, defaults,   permissions, sounds,  locale,
+                mlModels, folders,    random,     loop,        screens, panel};
     }
 };
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <deque>
 #include <memory>
 #include <random>
@@ -24,6 +25,7 @@ public:
         desktop.permissions.trusted = chance(90);
         desktop.pasteboard.copy(FakePasteboard::text("copied 0"));
         desktop.keys.onPost = [this](const PostedKey& key) { programSees(key); };
+        desktop.panel.tellsReplaced = chance(50);
         model = std::make_unique<AppModel>(desktop.ports());
         const auto onFinished = model->dictation.onFinished;
         model->dictation.onFinished = [this, onFinished](const std::string& text) {
@@ -35,7 +37,7 @@ public:
         };
         const auto onCancelled = model->dictation.onCancelled;
         model->dictation.onCancelled = [this, onCancelled] {
-            ++cancelled;
+            cancelled += model->dictation.isDemo.get() ? 0 : 1; // a preview was never started
             onCancelled();
         };
         watch = model->dictation.phase.observe([this](Phase phase) {
@@ -47,7 +49,7 @@ public:
 
     void act()
     {
-        switch (below(12)) {
+        switch (below(16)) {
         case 0:
         case 1:
         case 2: held ? release() : press(); break;
@@ -58,6 +60,9 @@ public:
         case 7: completeWhatWaits(); break;
         case 8: desktop.defaults.values["recordMode"] = chance(50) ? "hold" : "toggle"; break;
         case 9: desktop.permissions.trusted = chance(90); break;
+        case 10: model->previewHUD(); break;
+        case 11: changeOverlaySetting(); break;
+        case 12: changeScreens(); break;
         default: desktop.loop.advance(std::chrono::milliseconds(below(1200))); break;
         }
         if (chance(50)) {
@@ -84,6 +89,7 @@ public:
         }
         desktop.loop.advance(60s);
         EXPECT_EQ(model->dictation.phase.get(), Phase::idle);
+        EXPECT_FALSE(desktop.panel.isVisible()) << "the overlay does not stay";
         EXPECT_FALSE(desktop.microphone.isCapturing());
         EXPECT_EQ(started, finished + cancelled) << "one end for every dictation";
         EXPECT_EQ(pasted, expected) << "every text is pasted once, in order";
@@ -144,6 +150,57 @@ private:
             desktop.microphone.fail("The microphone was disconnected.");
         }
     }
+    void changeOverlaySetting()
+    {
+        auto& defaults = desktop.defaults;
+        switch (below(7)) {
+        case 0:
+            defaults.set("hud.position", std::string(rawValue(hudPositions.at(below(9)))));
+            break;
+        case 1:
+            defaults.set("hud.margin", std::array{0.0, 56.0, 200.0, -1e9, 1e300}.at(below(5)));
+            break;
+        case 2:
+            defaults.set("hud.scale", std::array{0.85, 1.0, 1.3, 0.0, 1e300}.at(below(5)));
+            break;
+        case 3: defaults.set("hud.display", chance(50) ? "main" : "cursor"); break;
+        case 4: defaults.set("hud.textMode", chance(50) ? "full" : "clip"); break;
+        case 5: defaults.set("hud.showText", chance(50)); break;
+        default: defaults.set("hud.showEsc", chance(50)); break;
+        }
+    }
+    /// Screens come, go and change their size, sometimes all of them; the pointer wanders.
+    void changeScreens()
+    {
+        std::vector<Screen> now;
+        for (int i = 0; i < 3; ++i) {
+            if (chance(60)) {
+                const double width = 800 + 100 * static_cast<double>(below(10));
+                const Rect frame{2000.0 * i, 0, width, 600};
+                now.push_back({std::to_string(i), frame, frame, chance(30)});
+            }
+        }
+        desktop.screens.pointerAt = Point{static_cast<double>(below(6000)), 300};
+        desktop.screens.change(std::move(now));
+    }
+    void checkOverlay()
+    {
+        if (desktop.screens.screens.empty()) {
+            return;
+        }
+        if (model->dictation.phase.get() != Phase::idle) {
+            EXPECT_TRUE(desktop.panel.isShown()) << "a person sees that a dictation runs";
+        }
+        const auto settings = HUDSettings::read(model->preferences);
+        const auto placedFor = [&](const Screen& screen) {
+            return desktop.panel.frame == panelFrame(screen.visibleFrame,
+                                                     panelSize(settings.scale, settings.textMode),
+                                                     settings.position, settings.margin);
+        };
+        EXPECT_TRUE(!desktop.panel.isVisible() ||
+                    std::ranges::any_of(desktop.screens.screens, placedFor))
+            << "it stands where the settings want it, on a screen that is there";
+    }
     void completeWhatWaits()
     {
         desktop.loop.runReady();
@@ -172,6 +229,7 @@ private:
             EXPECT_FALSE(desktop.microphone.isCapturing()) << "no recording while idle";
         }
         EXPECT_EQ(model->dictation.levels.get().size(), 28U);
+        checkOverlay();
     }
 
     std::mt19937_64 random;

@@ -11,7 +11,8 @@ LinuxDesktop::LinuxDesktop(const Environment& environment)
       focusedProgram(keyboard.server()), pasteboard(loop), microphoneAccess(pulse, loop),
       audioInput(pulse, loop), sounds(pulse),
       speechAnalyzers(speechModelFolders(environment), workers, loop),
-      permissions(keyAccess, microphoneAccess)
+      permissions(keyAccess, microphoneAccess), screens(environment), overlayPanel(screens),
+      appearance(environment)
 {
 }
 
@@ -24,7 +25,7 @@ Ports LinuxDesktop::ports()
 {
     return {loop,           audioInput, audioConverters, speechAnalyzers, eventTap, keyPoster,
             focusedProgram, pasteboard, defaults,        permissions,     sounds,   locale,
-            mlModels,       folders,    random,          workers};
+            mlModels,       folders,    random,          workers,         screens,  overlayPanel};
 }
 
 } // namespace vorlin

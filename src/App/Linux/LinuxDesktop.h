@@ -15,6 +15,9 @@
 #include "Platform/Linux/Keys/X11KeyAccess.h"
 #include "Platform/Linux/Keys/X11KeyPoster.h"
 #include "Platform/Linux/Keys/X11Keyboard.h"
+#include "Platform/Linux/Overlay/DesktopAppearance.h"
+#include "Platform/Linux/Overlay/X11OverlayPanel.h"
+#include "Platform/Linux/Overlay/X11Screens.h"
 #include "Platform/Linux/Pasteboard/X11Pasteboard.h"
 #include "Platform/Linux/Speech/SphinxAnalyzers.h"
 #include "Platform/Shared/QtMainLoop.h"
@@ -40,6 +43,10 @@ public:
     /// Whether the display can be used; turns false, for good, when it is gone.
     const Published<bool, X11KeyAccess>& hasDisplay() const { return keyAccess.granted(); }
 
+    /// For the view, which is drawn apart from the model.
+    X11OverlayPanel& panel() { return overlayPanel; }
+    DesktopAppearance& look() { return appearance; }
+
 private:
     QtMainLoop loop;
     SystemRandom random;
@@ -61,6 +68,9 @@ private:
     SoxrConverters audioConverters;
     SphinxAnalyzers speechAnalyzers;
     LinuxPermissions permissions;
+    X11Screens screens;
+    X11OverlayPanel overlayPanel;
+    DesktopAppearance appearance;
 };
 
 } // namespace vorlin

@@ -1,18 +1,62 @@
 #include "App/Linux/LinuxDesktop.h"
+#include "App/Linux/LinuxOverlay.h"
 #include "Platform/Linux/Desktop/DBusApplication.h"
 #include "Platform/Linux/Desktop/QuitSignals.h"
 #include "VorlinApp.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QQuickWindow>
+#include <QTimer>
+
+#include <xcb/xcb.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <optional>
+
+namespace {
+
+constexpr const char* noDisplay =
+    "vorlin: no X11 display with XInput 2.2 and XTEST can be reached.\n";
+
+/// Qt ends the program by itself, with many words, when it finds no display.
+bool reachesDisplay()
+{
+    auto* const connection = xcb_connect(nullptr, nullptr);
+    const bool reached = xcb_connection_has_error(connection) == 0;
+    xcb_disconnect(connection);
+    return reached;
+}
+
+/// Qt's part for the display may be missing or broken: one line then, and no crash report.
+void endWithOneLine(QtMsgType type, const QMessageLogContext& /*context*/, const QString& message)
+{
+    if (type == QtFatalMsg) {
+        const auto first = message.section('\n', 0, 0).toStdString();
+        std::fprintf(stderr, "vorlin: the display cannot be used: %s\n", first.c_str());
+        std::_Exit(1);
+    }
+}
+
+} // namespace
 
 int main(int /*argc*/, char* argv[])
 {
     using namespace vorlin;
 
+    if (!reachesDisplay()) {
+        std::fputs(noDisplay, stderr);
+        return 1;
+    }
+    // One renderer everywhere: the overlay is small, and a GPU's driver would cost more memory
+    // than the whole program.
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    QGuiApplication::setApplicationName("Vorlin");
     int onlyTheName = 1; // there are no command-line options
-    const QCoreApplication qt(onlyTheName, argv);
+    const auto usual = qInstallMessageHandler(endWithOneLine);
+    const QGuiApplication qt(onlyTheName, argv);
+    qInstallMessageHandler(usual);
     const Environment environment = processEnvironment();
     DBusApplication application(environment);
     if (!application.becomeOnlyInstance([] {})) {
@@ -22,13 +66,16 @@ int main(int /*argc*/, char* argv[])
 
     LinuxDesktop desktop(environment);
     if (!desktop.hasDisplay().get()) {
-        std::fputs("vorlin: no X11 display with XInput 2.2 and XTEST can be reached.\n", stderr);
+        std::fputs(noDisplay, stderr);
         return 1;
     }
     const auto displayWatch =
         desktop.hasDisplay().observe([&application](bool) { application.quit(); });
 
     VorlinApp app(desktop.ports());
-    app.model();
-    return QCoreApplication::exec();
+    AppModel& model = app.model();
+    std::optional<LinuxOverlay> overlay;
+    // The keys work first; the view is ready soon after.
+    QTimer::singleShot(0, &qt, [&] { overlay.emplace(desktop, *model.hud.model()); });
+    return QGuiApplication::exec();
 }

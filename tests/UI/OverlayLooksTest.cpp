@@ -1,0 +1,189 @@
+#include "UI/SceneFixture.h"
+
+#include <QPainter>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <functional>
+#include <utility>
+#include <vector>
+
+namespace vorlin {
+namespace {
+
+const std::string sentence = "the committee decided to postpone the meeting until next month";
+
+std::string longText(std::size_t characters)
+{
+    std::string text;
+    while (text.size() < characters) {
+        text += sentence + ", ";
+    }
+    return text.substr(text.size() - characters);
+}
+
+/// How far two pictures differ where a person looks: averages of 4 × 4 pixels, 0 to 255.
+int visibleDifference(const QImage& one, const QImage& other)
+{
+    const auto coarse = [](const QImage& image) {
+        return image.convertToFormat(QImage::Format_RGB32)
+            .scaled(image.size() / 4, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    };
+    const QImage a = coarse(one);
+    const QImage b = coarse(other);
+    int most = 0;
+    for (int y = 0; y < a.height(); ++y) {
+        for (int x = 0; x < a.width(); ++x) {
+            const QRgb p = a.pixel(x, y);
+            const QRgb q = b.pixel(x, y);
+            most = std::max({most, std::abs(qRed(p) - qRed(q)), std::abs(qGreen(p) - qGreen(q)),
+                             std::abs(qBlue(p) - qBlue(q))});
+        }
+    }
+    return most;
+}
+
+/// Every look of the overlay, by name.
+class OverlayLooks : public SceneFixture {
+protected:
+    using Play = std::function<void()>;
+
+    const std::vector<std::pair<std::string, Play>> looks = {
+        {"preparing",
+         [this] {
+             engine->preparesAtOnce = false;
+             dictation.keyDown([this] { return engine; });
+         }},
+        {"waveform",
+         [this] {
+             listen();
+             speak();
+         }},
+        {"text",
+         [this] {
+             listen();
+             speak();
+             hear("the committee");
+         }},
+        {"long-text",
+         [this] {
+             listen();
+             speak();
+             hear(sentence);
+         }},
+        {"finishing",
+         [this] {
+             engine->finishesAtOnceWith.reset();
+             listen();
+             dictation.keyUp();
+             loop.runReady();
+         }},
+        {"cancelled",
+         [this] {
+             listen();
+             dictation.cancel();
+             loop.runReady();
+         }},
+        {"error",
+         [this] {
+             engine->preparesAtOnce = false;
+             dictation.keyDown([this] { return engine; });
+             loop.runReady();
+             engine->failPrepare("Speech recognition is unavailable for this language.");
+             loop.runReady();
+         }},
+        {"silent-microphone",
+         [this] {
+             listen();
+             for (int i = 0; i < 40; ++i) {
+                 microphone.deliver(0);
+             }
+             loop.runReady();
+         }},
+        {"arabic",
+         [this] {
+             listen();
+             speak();
+             hear("قررت اللجنة تأجيل الاجتماع حتى الشهر المقبل بسبب سوء الأحوال");
+         }},
+    };
+
+    void play(const std::string& name)
+    {
+        const auto found = std::ranges::find(looks, name, &std::pair<std::string, Play>::first);
+        ASSERT_NE(found, looks.end());
+        found->second();
+    }
+};
+
+class Look : public OverlayLooks, public testing::WithParamInterface<const char*> {};
+
+TEST_P(Look, isWhatItWasWhenSomebodyLookedAtIt)
+{
+    play(GetParam());
+    scene->setAppearance(true, true);
+    const QImage dark = over(picture(2), QColor("#5a7fa8"));
+    scene->setAppearance(false, true);
+    const QImage light = over(picture(2), QColor("#5a7fa8"));
+    QImage both(dark.width(), 2 * dark.height(), QImage::Format_RGB32);
+    QPainter painter(&both);
+    painter.drawImage(0, 0, dark);
+    painter.drawImage(0, dark.height(), light);
+    painter.end();
+    keep(both, GetParam());
+    const QImage reference(QStringLiteral(REFERENCES) + '/' + GetParam() + ".png");
+    ASSERT_EQ(reference.size(), both.size());
+    EXPECT_LE(visibleDifference(both, reference), 40);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Look,
+                         testing::Values("preparing", "waveform", "text", "long-text", "finishing",
+                                         "cancelled", "error", "silent-microphone", "arabic"),
+                         [](const auto& look) {
+                             std::string name = look.param;
+                             std::erase(name, '-');
+                             return name;
+                         });
+
+class FullMode : public SceneFixture {
+protected:
+    FullMode() { defaults.set("hud.textMode", std::string("full")); }
+};
+
+TEST_F(FullMode, wrapsALongTextInsideItsPanel)
+{
+    listen();
+    speak();
+    hear(longText(421));
+    scene->setAppearance(true, true);
+    const auto drawn = picture(2);
+    keep(over(drawn, QColor("#d8c7a0")), "full-421");
+    const QRect box = capsule(drawn);
+    EXPECT_GT(box.height(), 2 * 100);
+    EXPECT_TRUE(QRect(QPoint(), drawn.size()).adjusted(20, 20, -20, -20).contains(box));
+}
+
+TEST_F(FullMode, showsTheEndOfATextThatIsTallerThanThePanel)
+{
+    listen();
+    std::string text;
+    for (int i = 0; i < 420; ++i) {
+        text += "WM";
+    }
+    hear(text);
+    const auto drawn = picture();
+    keep(over(drawn, QColor("#d8c7a0")), "full-overflow");
+    EXPECT_TRUE(QRect(QPoint(), drawn.size()).contains(capsule(drawn)));
+}
+
+TEST_F(FullMode, alignsTextThatRunsFromRightToLeftAtTheRight)
+{
+    listen();
+    speak();
+    hear("قررت اللجنة تأجيل الاجتماع حتى الشهر المقبل بسبب سوء الأحوال الجوية في المدينة");
+    keep(over(picture(2), QColor("#5a7fa8")), "full-arabic");
+}
+
+} // namespace
+} // namespace vorlin

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "HUDModel.h"
+#include "UI/OverlayScene.h"
+#include "fakes/FakeAudioInput.h"
+#include "fakes/FakeDesktop.h"
+#include "fakes/FakeTranscriber.h"
+#include "simulation/SimulatedLoop.h"
+
+#include <gtest/gtest.h>
+
+#include <QColor>
+#include <QImage>
+
+#include <memory>
+#include <string>
+
+namespace vorlin {
+
+/// The overlay's view of a dictation that the test plays.
+class SceneFixture : public testing::Test {
+protected:
+    SimulatedLoop loop;
+    FakeAudioInput microphone;
+    FakeDefaults defaults;
+    FakeLocale locale;
+    Preferences preferences{defaults, locale};
+    Dictation dictation{loop, microphone};
+    std::shared_ptr<FakeTranscriber> engine = std::make_shared<FakeTranscriber>();
+    HUDModel model{loop, dictation, preferences};
+    std::unique_ptr<OverlayScene> scene = std::make_unique<OverlayScene>(model);
+
+    SceneFixture() { scene->setAppearance(false, true); }
+
+    void listen();
+    void hear(const std::string& text);
+    /// Levels like those of speech.
+    void speak();
+
+    /// The panel's picture as it is now, `scale` pixels to a point.
+    QImage picture(double scale = 1);
+
+    /// What a person sees: the panel over one colour.
+    static QImage over(const QImage& picture, const QColor& background);
+
+    /// Keeps a picture for people to look at.
+    static void keep(const QImage& picture, const std::string& name);
+};
+
+/// Where the capsule is in a picture: its pixels that are more than half there.
+QRect capsule(const QImage& picture);
+
+} // namespace vorlin
