@@ -6,6 +6,7 @@ import signal
 
 from editors import GTKEditor, Terminal
 from local_model import LocalModel, engine_processes
+from overlay import Overlay
 from program import assert_arrived, wrong_words
 from waiting import stays, wait_until
 
@@ -34,6 +35,32 @@ def test_its_sentences_arrive_word_for_word(desktop, launch):
         wait_until(lambda: len(terminal.text()) >= len(expected), "the dictated text", 60)
         assert terminal.text() == expected
     assert len(engine_processes(program)) == 1
+
+
+def capsule_width(overlay):
+    """How much of the overlay's middle row is not what lies behind it."""
+    if not overlay.is_shown():
+        return 0
+    rows = overlay.pixels()
+    row = rows[len(rows) // 2]
+    return sum(pixel != row[0] for pixel in row)
+
+
+def test_drafts_are_shown_while_the_key_is_still_held(desktop, launch):
+    model = LocalModel(desktop)
+    program = launch(settings=model.settings())
+    terminal = Terminal(desktop)
+    overlay = Overlay(desktop)
+    utterance = model.utterances[5]  # a long sentence
+    with desktop.keyboard.held("Alt_R"):
+        program.await_recording()
+        overlay.await_shown()
+        desktop.sound.play(model.recording([utterance], "one"))
+        # A sentence is wider than the waveform, and nothing has been typed.
+        wait_until(lambda: capsule_width(overlay) > 320, "a draft in the overlay")
+        overlay.picture("draft")
+        assert terminal.text() == ""
+    assert terminal.await_text(60) == utterance["text"]
 
 
 def test_a_long_dictation_is_cut_at_its_pauses_and_keeps_every_word(desktop, launch):
