@@ -8,8 +8,6 @@
 #include "Platform/Linux/Engine/Wire/Startup.h"
 
 #include <fcntl.h>
-#include <linux/landlock.h>
-#include <linux/memfd.h>
 #include <netinet/in.h>
 #include <sched.h>
 #include <seccomp.h>
@@ -75,6 +73,16 @@ bool makesProcess(const std::function<pid_t()>& make)
         ::_exit(0);
     }
     return child > 0 && ::waitpid(child, nullptr, 0) == child;
+}
+
+/// The oldest way, where the processor's table of calls still has it.
+pid_t plainFork()
+{
+#if defined(SYS_fork)
+    return static_cast<pid_t>(::syscall(SYS_fork));
+#else
+    return ::fork();
+#endif
 }
 
 bool runs(const char* program)
@@ -216,8 +224,7 @@ Attempts processAttempts(long parentsAddress)
         {"executes-own-file", [] { return runs("program"); }},
         {"executes-on-thread", [] { return onThread([] { return runs("/bin/true"); }); }},
         {"forks", [] { return makesProcess([] { return ::fork(); }); }},
-        {"forks-plainly",
-         [] { return makesProcess([] { return static_cast<pid_t>(::syscall(SYS_fork)); }); }},
+        {"forks-plainly", [] { return makesProcess([] { return plainFork(); }); }},
         {"clones",
          [] {
              return makesProcess(
