@@ -122,6 +122,7 @@ bool reads(pid_t process, long from, bool write)
 {
     std::array<char, 8> ours{};
     const iovec local{.iov_base = ours.data(), .iov_len = ours.size()};
+    // The address came as text. NOLINTNEXTLINE(performance-no-int-to-ptr)
     const iovec remote{.iov_base = reinterpret_cast<void*>(from), .iov_len = ours.size()};
     return write ? done(::process_vm_writev(process, &local, 0, &remote, 0, 0))
                  : done(::process_vm_readv(process, &local, 1, &remote, 1, 0));
@@ -312,7 +313,7 @@ Attempts kernelAttempts()
 /// As on a kernel without Landlock.
 bool hideFileRules()
 {
-    const scmp_filter_ctx filter = seccomp_init(SCMP_ACT_ALLOW);
+    void* const filter = seccomp_init(SCMP_ACT_ALLOW);
     return filter != nullptr &&
            seccomp_rule_add(filter, SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(landlock_create_ruleset), 0) ==
                0 &&
