@@ -107,7 +107,7 @@ T waitFor(Completion<T> completion)
 
 fs::path writeTrivialModel(const fs::path& folder)
 {
-    const auto bundle = folder / "Trivial.mlmodelc";
+    auto bundle = folder / "Trivial.mlmodelc";
     fs::create_directories(bundle);
     std::ofstream(bundle / "model.mil")
         << "program(1.3)\n{\n    func main<ios18>(tensor<fp32, [1, 2]> x) {\n"

@@ -28,7 +28,7 @@ protected:
                 std::string soft;
                 std::string hard;
                 values >> soft >> hard;
-                return soft + " " + hard;
+                return soft.append(" ").append(hard);
             }
         }
         return "none";

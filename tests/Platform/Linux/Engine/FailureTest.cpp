@@ -31,7 +31,7 @@ protected:
     void writeWeighty(const std::string& name)
     {
         mil::test::WeightBytes weights;
-        const auto offset = weights.add(1, std::vector<std::uint16_t>(2048 * 1024, 0));
+        const auto offset = weights.add(1, std::vector<std::uint16_t>(std::size_t{2048} * 1024, 0));
         mil::test::writeBundle(
             folder.path / name,
             mil::test::programOf(

@@ -9,7 +9,7 @@ class ImpostorTest : public EngineTest {
 protected:
     ImpostorTest()
     {
-        useEngine(VORLIN_IMPOSTOR, {.silence = 400ms, .stopping = 100ms, .longest = 60s});
+        useEngine(VORLIN_IMPOSTOR, {.silence = 3s, .stopping = 100ms, .longest = 60s});
     }
 
     /// What a prediction says that the engine answers in that way.

@@ -43,10 +43,12 @@ void halt(pid_t process)
 /// A program with an engine of its own, and that engine.
 class OtherProgram {
 public:
-    explicit OtherProgram(const fs::path& bundle, const std::string& user = {})
+    explicit OtherProgram(const fs::path& bundle, const std::string& user = {},
+                          const fs::path& path = VORLIN_PARENT,
+                          const std::string& engineArgument = builtEngine())
     {
-        const auto command = std::string("exec ") + VORLIN_PARENT + " " + builtEngine().string() +
-                             " " + bundle.string() + " " + user;
+        const auto command =
+            "exec " + path.string() + " " + engineArgument + " " + bundle.string() + " " + user;
         std::array<int, 2> ends{};
         EXPECT_EQ(::pipe(ends.data()), 0);
         program = ::fork();
@@ -244,7 +246,7 @@ TEST_F(LifetimeTest, aHaltedProcessHoldsUpNobodyWhoStops)
 
 TEST_F(LifetimeTest, aHaltedProcessIsGivenUpAndReplaced)
 {
-    useEngine(builtEngine(), {.silence = 500ms, .stopping = 100ms, .longest = 60s});
+    useEngine(builtEngine(), {.silence = 2s, .stopping = 100ms, .longest = 60s});
     writeDouble();
     auto model = load("Double.mlmodelc");
     halt(engine());
@@ -259,12 +261,12 @@ TEST_F(LifetimeTest, aHaltedProcessIsGivenUpAndReplaced)
 
 TEST_F(LifetimeTest, hardWorkIsNoHanging)
 {
-    useEngine(builtEngine(), {.silence = 300ms, .stopping = 100ms, .longest = 60s});
+    useEngine(builtEngine(), {.silence = 1s, .stopping = 60s, .longest = 60s});
     writeEndless();
     const auto model = load("Endless.mlmodelc");
     std::stop_source stop;
     auto outcome = predictAside(*model, {{"x", largeInput()}}, stop.get_token());
-    EXPECT_EQ(outcome.wait_for(2s), std::future_status::timeout);
+    EXPECT_EQ(outcome.wait_for(4s), std::future_status::timeout);
     stop.request_stop();
     EXPECT_EQ(outcome.get(), "stopped");
 }
@@ -296,6 +298,24 @@ TEST_F(LifetimeTest, haltedItDiesWithTheProgramToo)
     halt(other.engine);
     other.kill();
     EXPECT_TRUE(eventually([&] { return isGone(other.engine); }));
+}
+
+TEST_F(LifetimeTest, itIsFoundBesideTheProgramAndWhereItIsInstalled)
+{
+    writeDouble();
+    const auto program = folder.path / "bin" / "program";
+    fs::create_directories(program.parent_path());
+    fs::create_directories(folder.path / "libexec" / "vorlin");
+    fs::copy_file(VORLIN_PARENT, program);
+    for (const auto* place : {"libexec/vorlin/vorlin-engine", "bin/vorlin-engine"}) {
+        fs::copy_file(builtEngine(), folder.path / place);
+        const OtherProgram other(folder.path / "Double.mlmodelc", "", program, "-");
+        ASSERT_GT(other.engine, 0) << place;
+        if (::getuid() == 0) { // others may not look into it
+            EXPECT_EQ(fs::read_symlink("/proc/" + std::to_string(other.engine) + "/exe"),
+                      fs::canonical(folder.path / place));
+        }
+    }
 }
 
 TEST_F(LifetimeTest, withoutTheProgramThereIsAClearLine)

@@ -1,7 +1,7 @@
 // A program that has an engine process: loads a bundle, predicts once, writes the engine's number
 // to standard output, and waits to be killed. As another user, if one is given.
 //
-//     engine_parent ENGINE BUNDLE [USER]
+//     engine_parent ENGINE BUNDLE [USER]        ENGINE may be `-`: where it finds it by itself
 #include "EngineFixture.h"
 
 #include <sys/prctl.h>
@@ -20,7 +20,8 @@ int main(int argc, char** argv)
         return 1;
     }
     ThreadPool workers([] {});
-    EngineModels models(workers, argv[1]);
+    const std::filesystem::path engine = argv[1];
+    EngineModels models(workers, engine == "-" ? engineProgram() : engine);
     const auto model = waitFor(models.load(argv[2], ComputeUnits::cpuOnly));
     waitFor(model->predict({{"x", floats({1, 2}, {2})}}, WorkPriority::normal, {}));
     std::printf("%d\n", children().front());
