@@ -39,12 +39,11 @@ struct ParakeetTranscriber::State {
         if (cancelled.stop_requested()) {
             return;
         }
-        std::stop_source draft;
-        {
+        const auto draft = [this] {
             const std::scoped_lock guard(lock);
             ++queued;
-            draft = runningDraft;
-        }
+            return runningDraft;
+        }();
         draft.request_stop();
         stream.yield(std::move(utterance));
     }
@@ -52,14 +51,13 @@ struct ParakeetTranscriber::State {
     /// The dictation has ended: no more drafts, and the running one gives way at once.
     void stop()
     {
-        std::stop_source draft;
         std::optional<Completer<Done>> sleeper;
-        {
+        const auto draft = [&] {
             const std::scoped_lock guard(lock);
             stopped = true;
-            draft = runningDraft;
             sleeper = std::exchange(drafter, std::nullopt);
-        }
+            return runningDraft;
+        }();
         draft.request_stop();
         if (sleeper) {
             sleeper->complete({});
