@@ -74,13 +74,19 @@ double memory(const std::string& process, const std::string& line)
     return 0;
 }
 
+/// The process that this one started; empty when there is none.
 std::string engineProcess()
 {
-    std::ifstream children("/proc/self/task/" + std::to_string(QCoreApplication::applicationPid()) +
-                           "/children");
-    std::string process;
-    children >> process;
-    return process;
+    const auto self = std::to_string(QCoreApplication::applicationPid());
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        std::ifstream status(entry.path() / "status");
+        for (std::string line; std::getline(status, line);) {
+            if (line == "PPid:\t" + self) {
+                return entry.path().filename().string();
+            }
+        }
+    }
+    return {};
 }
 
 void printMemory(const char* when)
