@@ -69,6 +69,7 @@ void GraphBuilder::build(const syntax::Function& function)
 {
     graph.opset = opsetOf(function.opset);
     loading.scratch = &scratch;
+    loading.loadBudget = &storedBudget;
     refuseUnknownOperations(function);
     declareParameters(function);
     declareFlexibleShapes(function);

@@ -68,7 +68,7 @@ def differs(case, expected, got):
         bad = got != wanted
     else:
         unit = 2.0 ** -10 if expected.element == "fp16" else 2.0 ** -22
-        least = 2.0 ** -24 if expected.element == "fp16" else 2.0 ** -149
+        least = 2.0 ** -24 if expected.element == "fp16" else 2.0 ** -140
         x, y = got.astype(np.float64), np.asarray(wanted, np.float64)
         with np.errstate(all="ignore"):
             near = np.abs(x - y) <= case.slack * unit * np.maximum(np.abs(y), case.scale) + least

@@ -296,7 +296,7 @@ def linear(rng):
         arguments["bias"] = values(element, (weight.shape[0],), 1)
         bias = wide(arguments["bias"])
     return Case("linear", arguments, [back(wide(x) @ wide(weight).T + bias, element)],
-                constants=("weight", "bias"), opset=17, scale=6)
+                constants=("weight", "bias"), opset=17, scale=6 + x.shape[-1])
 
 
 @maker("matmul")
@@ -320,7 +320,8 @@ def matmul(rng):
             arguments[flag] = np.bool_(True)
         elif rng.random() < 0.5:
             arguments[flag] = np.bool_(False)
-    return Case("matmul", arguments, [result], constants=("transpose_x", "transpose_y"), scale=6)
+    return Case("matmul", arguments, [result], constants=("transpose_x", "transpose_y"),
+                scale=6 + k)
 
 
 @maker("einsum")

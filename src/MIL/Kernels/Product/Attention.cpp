@@ -190,12 +190,14 @@ void runBand(const Call& call)
     const std::int64_t upper = call.integer("upper", -1);
     const std::int64_t columns = x.extent(x.rank() - 1);
     const std::int64_t rows = x.extent(x.rank() - 2);
-    for (std::int64_t i = 0; i < x.elements(); ++i) {
-        const std::int64_t n = i % columns;
-        const std::int64_t m = i / columns % rows;
-        const bool keep = (lower < 0 || m - n <= lower) && (upper < 0 || n - m <= upper);
-        call.output().set(i, keep ? x.number(i) : 0);
-    }
+    call.parallel(x.elements(), 8192, [&](std::int64_t begin, std::int64_t end) {
+        for (std::int64_t i = begin; i < end; ++i) {
+            const std::int64_t n = i % columns;
+            const std::int64_t m = i / columns % rows;
+            const bool keep = (lower < 0 || m - n <= lower) && (upper < 0 || n - m <= upper);
+            call.output().set(i, keep ? x.number(i) : 0);
+        }
+    });
 }
 
 } // namespace

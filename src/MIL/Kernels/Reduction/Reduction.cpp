@@ -226,6 +226,7 @@ void runArg(const Call& call)
     const AxisSplit split(x.shape(), {static_cast<std::int64_t>(axis)});
     const auto find = call.referenceKernels() ? reference::firstLargest : firstLargest;
     for (std::int64_t row = 0; row < split.rows(); ++row) {
+        call.checkStop();
         std::int64_t best = 0;
         if (isComputed(x.type.element)) {
             float* const values = rowBuffer(split.width());
