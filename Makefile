@@ -10,7 +10,8 @@ PRESETS := dev release asan tsan asan-all tsan-all fuzz nightly
 # How long each fuzz target runs at night.
 FUZZ_SECONDS := 180
 
-.PHONY: build run test nightly lint sanitizers slow-tests fuzz bench format packages $(PRESETS:%=build-%)
+.PHONY: build run test nightly lint sanitizers slow-tests fuzz bench format packages
+.PHONY: $(PRESETS:%=build-%)
 .NOTPARALLEL:
 
 build: packages build-release

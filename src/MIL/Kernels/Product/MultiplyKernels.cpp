@@ -1,5 +1,7 @@
 #include "MIL/Kernels/Product/MultiplyKernels.h"
 
+#include <hwy/cache_control.h>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "MIL/Kernels/Product/MultiplyKernels.cpp"
 #include <hwy/foreach_target.h>
@@ -159,6 +161,11 @@ void dotRowsOfHalves(const Half* x, std::int64_t rowStride, const float* y, std:
     std::int64_t i = 0;
     for (; i + 2 * lanes <= count; i += 2 * lanes) {
         const std::int64_t j = i + lanes;
+        // The next rows follow these; asked for now, they are there in time.
+        hwy::Prefetch(r0 + i + rowsOfHalves * rowStride);
+        hwy::Prefetch(r1 + i + rowsOfHalves * rowStride);
+        hwy::Prefetch(r2 + i + rowsOfHalves * rowStride);
+        hwy::Prefetch(r3 + i + rowsOfHalves * rowStride);
         const Vector u = hn::LoadU(tag, y + i);
         const Vector v = hn::LoadU(tag, y + j);
         a0 = hn::MulAdd(hn::PromoteTo(tag, hn::LoadU(half, r0 + i)), u, a0);
