@@ -246,7 +246,8 @@ def through(name, form, opsets):
 
         def case(operation, arguments, made, **more):
             return Case(operation, arguments, [back(made, element)], opset=opset, fixed=True,
-                        remark=f"{name} {extents}", scale=12 + np.prod(extents[1:]), **more)
+                        remark=f"{name} {extents}", scale=1 + np.abs(w).sum() / w.shape[0],
+                        **{"slack": 8, **more})
         if reader == "add":
             x = values(element, extents[1:], 1)
             return case("add", {"x": x, "y": stored}, wide(x) + w)
