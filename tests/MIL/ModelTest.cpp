@@ -158,6 +158,26 @@ TEST(ModelTest, aSecondPredictionAllocatesOnlyItsOutputs)
     EXPECT_LE(spent, outputs.size() + 3);
 }
 
+TEST(ModelTest, aVeryLongProgramIsPlannedAndComputed)
+{
+    constexpr int steps = 12000;
+    std::string body = "tensor<fp32, [2]> a0 = add(x = x, y = fp32(1));\n";
+    for (int i = 1; i < steps; ++i) {
+        // Every third value lives on to the end of its hundred.
+        const int other = i - (i % 3 == 0 && i % 100 != 0 ? i % 100 : 1);
+        body += "tensor<fp32, [2]> a" + std::to_string(i) + " = maximum(x = a" +
+                std::to_string(i - 1) + ", y = a" + std::to_string(other) + ");\n";
+    }
+    body += "tensor<fp32, [2]> y = add(x = a" + std::to_string(steps - 1) + ", y = fp32(1));";
+    const TemporaryFolder folder;
+    writeBundle(folder.path, programOf("tensor<fp32, [2]>", body));
+    Model model = Model::load(folder.path, {});
+    const std::vector<float> x{1, -5};
+    const std::vector<NamedInput> inputs{{"x", viewOf(x, {2})}};
+    EXPECT_EQ(floatsOf(model.predict(inputs).front()), (std::vector<float>{3, -3}));
+    EXPECT_LT(model.statistics().plannedBufferBytes, std::size_t{64} * steps / 10);
+}
+
 TEST(ModelTest, aStoppedPredictionSaysSo)
 {
     const TemporaryFolder folder;
