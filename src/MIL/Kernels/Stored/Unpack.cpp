@@ -7,6 +7,8 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "MIL/Kernels/Elementwise/HalfVectors-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace vorlin::mil {
 namespace HWY_NAMESPACE {
@@ -44,7 +46,6 @@ std::int64_t shiftAndScale(float* values, std::int64_t count, float offset, floa
                            bool toHalf)
 {
     const Floats floats;
-    const hn::Rebind<hwy::float16_t, Floats> halves;
     const auto lanes = static_cast<std::int64_t>(hn::Lanes(floats));
     const auto shift = hn::Set(floats, offset);
     const auto factor = hn::Set(floats, scale);
@@ -52,7 +53,7 @@ std::int64_t shiftAndScale(float* values, std::int64_t count, float offset, floa
     for (; i + lanes <= count; i += lanes) {
         auto value = hn::Mul(hn::Sub(hn::LoadU(floats, values + i), shift), factor);
         if (toHalf) {
-            value = hn::PromoteTo(floats, hn::DemoteTo(halves, value));
+            value = widenHalves(floats, narrowToHalves(floats, value));
         }
         hn::StoreU(value, floats, values + i);
     }
@@ -63,7 +64,6 @@ std::int64_t shiftAndScaleEach(float* values, std::int64_t count, const float* o
                                const float* scales, bool toHalf)
 {
     const Floats floats;
-    const hn::Rebind<hwy::float16_t, Floats> halves;
     const auto lanes = static_cast<std::int64_t>(hn::Lanes(floats));
     std::int64_t i = 0;
     for (; i + lanes <= count; i += lanes) {
@@ -71,7 +71,7 @@ std::int64_t shiftAndScaleEach(float* values, std::int64_t count, const float* o
         value = offsets == nullptr ? value : hn::Sub(value, hn::LoadU(floats, offsets + i));
         value = hn::Mul(value, hn::LoadU(floats, scales + i));
         if (toHalf) {
-            value = hn::PromoteTo(floats, hn::DemoteTo(halves, value));
+            value = widenHalves(floats, narrowToHalves(floats, value));
         }
         hn::StoreU(value, floats, values + i);
     }
