@@ -103,6 +103,33 @@ TEST(ModelTest, statesStartAtZeroAndAreKept)
     EXPECT_EQ(floatsOf(model.predict(inputs).front()), std::vector<float>{2});
 }
 
+TEST(ModelTest, aReadSeesTheWritesInFrontOfItAndNoOtherState)
+{
+    const TemporaryFolder folder;
+    writeBundle(folder.path,
+                "program(1.3){func main<ios18>(tensor<fp32,[1]>x,state<tensor<fp32,[1]>>s,"
+                "state<tensor<fp32,[1]>>t){"
+                "tensor<fp32,[1]>a=read_state(input=s);write_state(data=x,input=s);"
+                "tensor<fp32,[1]>b=read_state(input=s);tensor<fp32,[1]>c=read_state(input=t);"
+                "tensor<fp32,[3]>y=concat(axis=int32(0),values=(a,b,c));"
+                "tensor<fp32,[1]>d=add(x=c,y=b);write_state(data=d,input=t);}->(y);"
+                "func idle<ios18>(tensor<fp32,[1]>x,state<tensor<fp32,[1]>>s){}->(x);}");
+    Model model = Model::load(folder.path, {});
+    Model other = Model::load(folder.path, {});
+    const auto predict = [](Model& which, float value) {
+        const std::vector<float> x{value};
+        const std::vector<NamedInput> inputs{{"x", viewOf(x, {1})}};
+        return floatsOf(which.predict(inputs).front());
+    };
+    EXPECT_EQ(predict(model, 2), (std::vector<float>{0, 2, 0}));
+    EXPECT_EQ(predict(model, 5), (std::vector<float>{2, 5, 2}));
+    EXPECT_EQ(predict(other, 1), (std::vector<float>{0, 1, 0}));
+    EXPECT_EQ(predict(model, 7), (std::vector<float>{5, 7, 7}));
+    EXPECT_EQ(model.states().size(), 2u);
+    Model idle = Model::load(folder.path, {.function = "idle"});
+    EXPECT_EQ(predict(idle, 3), std::vector<float>{3});
+}
+
 TEST(ModelTest, anInputOrAConstantCanBeAnOutput)
 {
     const std::string text =
