@@ -67,6 +67,8 @@ def grouped(rng, extents):
     counts = [rng.choice([n for n in range(1, e + 1) if e % n == 0]) for e in extents]
     if rng.random() < 0.4:
         counts = [c if i == 0 else 1 for i, c in enumerate(counts)]
+    elif rng.random() < 0.4:
+        counts[-1] = extents[-1]
     places = np.indices(extents)
     return counts, tuple(p * c // e for p, c, e in zip(places, counts, extents))
 
@@ -234,10 +236,10 @@ def through(name, form, opsets):
     """The form as weights of something, by turns."""
     def make(rng):
         opset = rng.choice(opsets)
-        reader = rng.choice(("add", "linear", "matmul", "matmul_left", "conv", "gather", "lstm"))
+        reader = rng.choice(("add", "add", "linear", "matmul", "matmul_left", "conv", "gather", "lstm"))
         rows, inner = rng.choice((1, 3, 6, 40)), rng.choice((2, 5, 12, 530))
         extents = {"conv": (rows, rng.choice((1, 3)), rng.choice((1, 3))),
-                   "add": (rows, 3, rng.choice((1, 7)))}.get(reader, (rows, inner))
+                   "add": (rng.choice((1, 6, 150)), 3, rng.choice((1, 7)))}.get(reader, (rows, inner))
         if reader == "lstm":
             extents = (4 * rng.choice((1, 3)), inner)
         stored = form(rng, extents, opset)
