@@ -341,15 +341,24 @@ def gather(rng):
     axis = rng.randrange(x.ndim)
     batch = rng.randint(0, axis) if opset >= 16 and rng.random() < 0.4 else 0
     indices = random_indices(rng, opset, x.shape[axis], x.shape[:batch] + shape(rng, 0, 2))
+    validated = opset >= 17 and rng.random() < 0.5
     arguments = {"x": x, "indices": indices, "axis": i32(negative(rng, axis, x.ndim))}
+    if opset >= 17 and not validated and indices.dtype != np.uint16 and indices.size:
+        # Out of range, which takes the nearest there is: negative ones do not count from the end.
+        arguments["indices"] = indices = indices.copy()
+        indices.reshape(-1)[0] = rng.choice((-1, x.shape[axis]))
+        wanted = np.clip(indices, 0, x.shape[axis] - 1)
+    else:
+        wanted = indices
+    indices = wanted
     if batch:
         arguments["batch_dims"] = i32(batch)
         outer = [np.take(x[at], indices[at], axis - batch) for at in np.ndindex(x.shape[:batch])]
         made = np.stack(outer).reshape(x.shape[:batch] + outer[0].shape)
     else:
         made = np.take(x, indices, axis)
-    if opset >= 17 and rng.random() < 0.5:
-        arguments["validate_indices"] = np.bool_(rng.random() < 0.5)
+    if validated:
+        arguments["validate_indices"] = np.bool_(True)
     return Case("gather", arguments, result(made), opset=opset,
                 constants=("axis", "batch_dims", "validate_indices"))
 

@@ -187,7 +187,8 @@ def gelu(rng):
              "SIGMOID_APPROXIMATION": lambda v: v * sigmoid(1.702 * v)}
     mode = rng.choice((None, *modes))
     arguments = {"x": x} if mode is None else {"x": x, "mode": mode}
-    return Case("gelu", arguments, [back(modes[mode or "EXACT"](wide(x)), element)], slack=4, scale=0.01)
+    return Case("gelu", arguments, [back(modes[mode or "EXACT"](wide(x)), element)], slack=4,
+                scale=0.01)
 
 
 def by_channel(name, function, count):
@@ -436,7 +437,15 @@ def conv_transpose(rng):
                 "io,ni...->no...", wide(weight)[(rows, slice(None), *tap)], wide(x)[:, rows])
     arguments = {"x": x, "weight": weight, "strides": i32([a[2] for a in axes]),
                  "dilations": i32([a[3] for a in axes]), "groups": i32(groups)}
-    if rng.random() < 0.5:
+    kind = rng.choice(("valid", "custom", "same", "same_lower"))
+    if kind.startswith("same"):
+        arguments["pad_type"] = kind
+        for i, (extent, kernel, stride, dilation) in enumerate(axes):
+            total = max(0, (kernel - 1) * dilation + 1 - stride)
+            before = total // 2 if kind == "same" else total - total // 2
+            longer = np.pad(full, [(0, stride if j == i + 2 else 0) for j in range(full.ndim)])
+            full = np.take(longer, range(before, before + extent * stride), i + 2)
+    elif kind == "custom":
         crops = [(min(1, s - 1), 0) if s > 1 else (0, 0) for s in sizes]
         arguments |= {"pad_type": "custom", "pad": i32([c for pair in crops for c in pair])}
         full = full[(slice(None), slice(None), *(slice(b, s - a)

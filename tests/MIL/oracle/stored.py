@@ -236,10 +236,12 @@ def through(name, form, opsets):
     """The form as weights of something, by turns."""
     def make(rng):
         opset = rng.choice(opsets)
-        reader = rng.choice(("add", "add", "linear", "matmul", "matmul_left", "conv", "gather", "lstm"))
+        reader = rng.choice(("add", "add", "linear", "matmul", "matmul_left", "conv", "gather",
+                             "lstm"))
         rows, inner = rng.choice((1, 3, 6, 40)), rng.choice((2, 5, 12, 530))
         extents = {"conv": (rows, rng.choice((1, 3)), rng.choice((1, 3))),
-                   "add": (rng.choice((1, 6, 150)), 3, rng.choice((1, 7)))}.get(reader, (rows, inner))
+                   "add": (rng.choice((1, 6, 150)), 3, rng.choice((1, 7)))}
+        extents = extents.get(reader, (rows, inner))
         if reader == "lstm":
             extents = (4 * rng.choice((1, 3)), inner)
         stored = form(rng, extents, opset)
