@@ -239,12 +239,12 @@ TEST(ModelTest, severalModelsPredictSideBySide)
     const auto cases = nlohmann::json::parse(std::ifstream(folder / "cases.json"));
     std::vector<std::thread> threads;
     std::vector<std::string> results(4);
-    for (std::size_t i = 0; i < results.size(); ++i) {
-        threads.emplace_back([&, i] {
+    for (std::string& result : results) {
+        threads.emplace_back([&] {
             for (const nlohmann::json& entry : cases) {
                 const auto name = entry.at("case").get<std::string>();
                 if (name.starts_with("decoder") || name.starts_with("joint")) {
-                    results[i] += runCase(folder, entry, {.threads = 2});
+                    result += runCase(folder, entry, {.threads = 2});
                 }
             }
         });
