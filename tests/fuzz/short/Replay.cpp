@@ -109,7 +109,7 @@ private:
                                             "\xef\xbe\xad\xde"};
 
     const std::vector<Input>& inputs;
-    std::mt19937_64 random{20260101};
+    std::mt19937_64 random{20260101}; // NOLINT(cert-msc32-c, cert-msc51-cpp): on purpose
 };
 
 void run(const Input& input, const char* current)
