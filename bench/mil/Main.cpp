@@ -199,12 +199,13 @@ int main(int count, char** arguments)
             return checkMemory(std::filesystem::path(arguments[2]) / "Encoder.mlmodelc") ? 0 : 1;
         }
         const std::filesystem::path folder = arguments[1];
-        const int rounds = count > 2 ? std::max(1, std::atoi(arguments[2])) : 5;
+        const int rounds =
+            count > 2 ? std::max(1, static_cast<int>(std::strtol(arguments[2], nullptr, 10))) : 5;
         // oneDNN takes its threads from here.
-        setenv("OMP_NUM_THREADS", "2", 0);
+        setenv("OMP_NUM_THREADS", "2", 0); // NOLINT(concurrency-mt-unsafe): one thread so far
         std::printf("%s, %zu threads, %d rounds\n", processorName().c_str(), threads, rounds);
         constexpr std::size_t hidden = 640;
-        benchStep("decoder step", folder / "Decoder.mlmodelc", 2 * 2 * 2 * 4 * hidden * hidden,
+        benchStep("decoder step", folder / "Decoder.mlmodelc", std::size_t{32} * hidden * hidden,
                   rounds);
         benchStep("joint step", folder / "JointDecisionv3.mlmodelc",
                   2 * (hidden * 1024 + hidden * hidden + 8198 * hidden), rounds);

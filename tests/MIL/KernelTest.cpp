@@ -190,6 +190,20 @@ TEST(RowTest, softmaxStaysWithinItsBoundOfTheReference)
     }
 }
 
+TEST(RowTest, softmaxFindsTheLargestAnywhere)
+{
+    for (std::size_t width = 1; width < 70; ++width) {
+        for (std::size_t place = 0; place < width; ++place) {
+            std::vector<float> row(width, -100.0f);
+            row[place] = 100.0f;
+            softmaxRow(row.data(), static_cast<std::int64_t>(width));
+            for (std::size_t i = 0; i < width; ++i) {
+                ASSERT_NEAR(row[i], i == place ? 1.0f : 0.0f, 1e-30f) << width << ", " << place;
+            }
+        }
+    }
+}
+
 TEST(RowTest, theFirstLargestIsTheReferences)
 {
     for (std::size_t width = 1; width < 130; ++width) {
