@@ -6,11 +6,12 @@ export PATH := /usr/sbin:/usr/bin:/sbin:/bin:$(PATH)
 
 PYTHON := /usr/bin/python3
 PROGRAM := build/release/src/App/Linux/vorlin
-PRESETS := dev release asan tsan asan-all tsan-all fuzz
+PRESETS := dev release asan tsan asan-all tsan-all fuzz nightly
 # How long each fuzz target runs at night.
 FUZZ_SECONDS := 180
 
-.PHONY: build run test nightly lint sanitizers fuzz bench format packages $(PRESETS:%=build-%)
+.PHONY: build run test nightly lint sanitizers slow-tests fuzz bench format packages
+.PHONY: $(PRESETS:%=build-%)
 .NOTPARALLEL:
 
 build: packages build-release
@@ -26,13 +27,18 @@ test: packages build-release build-asan build-tsan
 	@$(PYTHON) scripts/run-tests release asan tsan
 
 nightly: packages
-	@$(MAKE) --keep-going lint sanitizers fuzz bench
+	@scripts/install-packages --nightly
+	@$(MAKE) --keep-going lint sanitizers slow-tests fuzz bench
 
 lint: build-release
 	run-clang-tidy-16 -quiet -p build/release '^$(CURDIR)/(src|tests|bench)/'
 
 sanitizers: build-asan-all build-tsan-all
 	@$(PYTHON) scripts/run-tests asan-all tsan-all
+
+slow-tests: build/nightly/build.ninja
+	cmake --build build/nightly --target nightly
+	@$(PYTHON) scripts/run-tests --label nightly nightly
 
 fuzz: build/fuzz/build.ninja
 	cmake --build build/fuzz --target fuzzers

@@ -1,6 +1,8 @@
-// bench_mil FOLDER [ROUNDS]: measures a model folder made by full_size_model.py. Everything that
-// is compared runs in turns, round by round, so that ratios come from one run. Both the wall
-// clock and the processor time are given: on a busy machine only the latter means anything.
+// bench_mil --memory FOLDER: loads and runs the encoder and holds its resident memory against the
+// limit; exit 1 beyond it. bench_mil FOLDER [ROUNDS]: measures a model folder made by
+// full_size_model.py. Everything that is compared runs in turns, round by round, so that ratios
+// come from one run. Both the wall clock and the processor time are given: on a busy machine only
+// the latter means anything.
 #include "MIL/Model.h"
 #include "Yardstick.h"
 
@@ -13,6 +15,7 @@
 #include <fstream>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vorlin::mil::bench {
@@ -79,6 +82,7 @@ public:
     void run() { model.predict(inputs); }
     std::size_t weightBytes() const { return model.statistics().weightFileBytes; }
     std::size_t bufferBytes() const { return model.statistics().heldBytes; }
+    std::size_t plannedBytes() const { return model.statistics().plannedBufferBytes; }
 
 private:
     Model model;
@@ -146,6 +150,39 @@ void benchEncoder(const std::filesystem::path& bundle, int rounds)
                 encoder.weightBytes() >> 20, encoder.bufferBytes() >> 20);
 }
 
+/// What this process holds in memory right now, mapped files included.
+std::size_t residentBytes()
+{
+    std::ifstream status("/proc/self/status");
+    std::string word;
+    while (status >> word) {
+        if (word == "VmRSS:") {
+            std::size_t kilobytes = 0;
+            status >> kilobytes;
+            return kilobytes << 10;
+        }
+    }
+    return 0;
+}
+
+/// Whether the loaded encoder, after a prediction, holds at most 1.15 times its weight file beside
+/// the planned buffers. The process itself counts in.
+bool checkMemory(const std::filesystem::path& bundle)
+{
+    constexpr double limit = 1.15;
+    Subject encoder(bundle, threads);
+    encoder.run();
+    const std::size_t resident = residentBytes();
+    const double ratio =
+        (static_cast<double>(resident) - static_cast<double>(encoder.plannedBytes())) /
+        static_cast<double>(encoder.weightBytes());
+    std::printf("resident %zu MiB, planned buffers %zu MiB, weight file %zu MiB: %.3f x the file "
+                "beside the buffers (at most %.2f)\n",
+                resident >> 20, encoder.plannedBytes() >> 20, encoder.weightBytes() >> 20, ratio,
+                limit);
+    return resident != 0 && ratio <= limit;
+}
+
 } // namespace
 
 } // namespace vorlin::mil::bench
@@ -154,17 +191,21 @@ int main(int count, char** arguments)
 {
     using namespace vorlin::mil::bench;
     if (count < 2) {
-        std::fprintf(stderr, "usage: bench_mil FOLDER [ROUNDS]\n");
+        std::fprintf(stderr, "usage: bench_mil [--memory] FOLDER [ROUNDS]\n");
         return 1;
     }
     try {
+        if (std::string_view(arguments[1]) == "--memory" && count > 2) {
+            return checkMemory(std::filesystem::path(arguments[2]) / "Encoder.mlmodelc") ? 0 : 1;
+        }
         const std::filesystem::path folder = arguments[1];
-        const int rounds = count > 2 ? std::max(1, std::atoi(arguments[2])) : 5;
+        const int rounds =
+            count > 2 ? std::max(1, static_cast<int>(std::strtol(arguments[2], nullptr, 10))) : 5;
         // oneDNN takes its threads from here.
-        setenv("OMP_NUM_THREADS", "2", 0);
+        setenv("OMP_NUM_THREADS", "2", 0); // NOLINT(concurrency-mt-unsafe): one thread so far
         std::printf("%s, %zu threads, %d rounds\n", processorName().c_str(), threads, rounds);
         constexpr std::size_t hidden = 640;
-        benchStep("decoder step", folder / "Decoder.mlmodelc", 2 * 2 * 2 * 4 * hidden * hidden,
+        benchStep("decoder step", folder / "Decoder.mlmodelc", std::size_t{32} * hidden * hidden,
                   rounds);
         benchStep("joint step", folder / "JointDecisionv3.mlmodelc",
                   2 * (hidden * 1024 + hidden * hidden + 8198 * hidden), rounds);

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 namespace vorlin::mil {
 
@@ -8,7 +10,18 @@ namespace vorlin::mil {
 /// place ("model.mil:12:34: ...") and says what was expected.
 class Error : public std::runtime_error {
 public:
-    using std::runtime_error::runtime_error;
+    explicit Error(std::string what) : std::runtime_error(oneLine(std::move(what))) {}
+
+private:
+    /// A message may quote a text that holds line ends and worse.
+    static std::string oneLine(std::string text)
+    {
+        for (char& c : text) {
+            const auto byte = static_cast<unsigned char>(c);
+            c = byte < 0x20 || byte == 0x7f ? '?' : c;
+        }
+        return text;
+    }
 };
 
 /// A prediction ended early because its stop token asked for it.

@@ -59,8 +59,9 @@ void onBackgroundThreadStart(std::function<void()> hook);
 
 /// A compiled ML program, ready to predict on the CPU.
 ///
-/// Loading maps the bundle's weight files and leaves them as they lie; it allocates the program
-/// itself, a small multiple of its text. The bundle must not change while it is loaded.
+/// Loading maps the bundle's weight files and leaves them as they lie; beside them it allocates at
+/// most 4 MiB + 256 x the text + 64 x the weight files, whatever they say (a real program takes
+/// some 20 x its text). The bundle must not change while it is loaded.
 /// Predicting allocates its buffers the first time and only the outputs after that; programs
 /// with varying shapes grow their buffers to the largest shapes seen.
 ///

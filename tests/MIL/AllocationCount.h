@@ -4,7 +4,12 @@
 
 namespace vorlin::mil::test {
 
-/// How often the calling thread has asked for memory since it started.
+/// How often this thread has asked for memory with `new`.
 std::size_t allocationCount();
+
+/// The most memory from `new` that this thread has held at one time since the count began, beyond
+/// what it held then. Memory that other threads free is not seen.
+void beginPeak();
+std::size_t peakBytes();
 
 } // namespace vorlin::mil::test

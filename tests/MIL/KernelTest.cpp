@@ -190,6 +190,20 @@ TEST(RowTest, softmaxStaysWithinItsBoundOfTheReference)
     }
 }
 
+TEST(RowTest, softmaxFindsTheLargestAnywhere)
+{
+    for (std::size_t width = 1; width < 70; ++width) {
+        for (std::size_t place = 0; place < width; ++place) {
+            std::vector<float> row(width, -100.0f);
+            row[place] = 100.0f;
+            softmaxRow(row.data(), static_cast<std::int64_t>(width));
+            for (std::size_t i = 0; i < width; ++i) {
+                ASSERT_NEAR(row[i], i == place ? 1.0f : 0.0f, 1e-30f) << width << ", " << place;
+            }
+        }
+    }
+}
+
 TEST(RowTest, theFirstLargestIsTheReferences)
 {
     for (std::size_t width = 1; width < 130; ++width) {
@@ -234,6 +248,22 @@ TEST(RowTest, normalisingStaysCloseToTheReference)
             // The mean is off by a few units of the row's largest element, relative to its spread.
             ASSERT_NEAR(fast[i], plain[i], 1e-5f + 1e-5f * std::abs(plain[i])) << width;
         }
+    }
+}
+
+TEST(RowTest, aRowFarFromZeroIsNormalisedAroundItsExactMean)
+{
+    // In single precision the mean itself is off by a good part of the row's spread.
+    std::vector<float> fast(1003);
+    for (std::size_t i = 0; i < fast.size(); ++i) {
+        fast[i] = 4000.0f + 0.005f * static_cast<float>(i % 3);
+    }
+    std::vector<float> plain = fast;
+    const auto width = static_cast<std::int64_t>(fast.size());
+    normaliseRow(fast.data(), width, 1e-12, nullptr, nullptr);
+    reference::normaliseRow(plain.data(), width, 1e-12, nullptr, nullptr);
+    for (std::size_t i = 0; i < fast.size(); ++i) {
+        ASSERT_NEAR(fast[i], plain[i], 1e-5f) << i;
     }
 }
 

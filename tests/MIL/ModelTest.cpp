@@ -103,6 +103,33 @@ TEST(ModelTest, statesStartAtZeroAndAreKept)
     EXPECT_EQ(floatsOf(model.predict(inputs).front()), std::vector<float>{2});
 }
 
+TEST(ModelTest, aReadSeesTheWritesInFrontOfItAndNoOtherState)
+{
+    const TemporaryFolder folder;
+    writeBundle(folder.path,
+                "program(1.3){func main<ios18>(tensor<fp32,[1]>x,state<tensor<fp32,[1]>>s,"
+                "state<tensor<fp32,[1]>>t){"
+                "tensor<fp32,[1]>a=read_state(input=s);write_state(data=x,input=s);"
+                "tensor<fp32,[1]>b=read_state(input=s);tensor<fp32,[1]>c=read_state(input=t);"
+                "tensor<fp32,[3]>y=concat(axis=int32(0),values=(a,b,c));"
+                "tensor<fp32,[1]>d=add(x=c,y=b);write_state(data=d,input=t);}->(y);"
+                "func idle<ios18>(tensor<fp32,[1]>x,state<tensor<fp32,[1]>>s){}->(x);}");
+    Model model = Model::load(folder.path, {});
+    Model other = Model::load(folder.path, {});
+    const auto predict = [](Model& which, float value) {
+        const std::vector<float> x{value};
+        const std::vector<NamedInput> inputs{{"x", viewOf(x, {1})}};
+        return floatsOf(which.predict(inputs).front());
+    };
+    EXPECT_EQ(predict(model, 2), (std::vector<float>{0, 2, 0}));
+    EXPECT_EQ(predict(model, 5), (std::vector<float>{2, 5, 2}));
+    EXPECT_EQ(predict(other, 1), (std::vector<float>{0, 1, 0}));
+    EXPECT_EQ(predict(model, 7), (std::vector<float>{5, 7, 7}));
+    EXPECT_EQ(model.states().size(), 2u);
+    Model idle = Model::load(folder.path, {.function = "idle"});
+    EXPECT_EQ(predict(idle, 3), std::vector<float>{3});
+}
+
 TEST(ModelTest, anInputOrAConstantCanBeAnOutput)
 {
     const std::string text =
@@ -158,6 +185,26 @@ TEST(ModelTest, aSecondPredictionAllocatesOnlyItsOutputs)
     EXPECT_LE(spent, outputs.size() + 3);
 }
 
+TEST(ModelTest, aVeryLongProgramIsPlannedAndComputed)
+{
+    constexpr int steps = 12000;
+    std::string body = "tensor<fp32, [2]> a0 = add(x = x, y = fp32(1));\n";
+    for (int i = 1; i < steps; ++i) {
+        // Every third value lives on to the end of its hundred.
+        const int other = i - (i % 3 == 0 && i % 100 != 0 ? i % 100 : 1);
+        body += "tensor<fp32, [2]> a" + std::to_string(i) + " = maximum(x = a" +
+                std::to_string(i - 1) + ", y = a" + std::to_string(other) + ");\n";
+    }
+    body += "tensor<fp32, [2]> y = add(x = a" + std::to_string(steps - 1) + ", y = fp32(1));";
+    const TemporaryFolder folder;
+    writeBundle(folder.path, programOf("tensor<fp32, [2]>", body));
+    Model model = Model::load(folder.path, {});
+    const std::vector<float> x{1, -5};
+    const std::vector<NamedInput> inputs{{"x", viewOf(x, {2})}};
+    EXPECT_EQ(floatsOf(model.predict(inputs).front()), (std::vector<float>{3, -3}));
+    EXPECT_LT(model.statistics().plannedBufferBytes, std::size_t{64} * steps / 10);
+}
+
 TEST(ModelTest, aStoppedPredictionSaysSo)
 {
     const TemporaryFolder folder;
@@ -192,12 +239,12 @@ TEST(ModelTest, severalModelsPredictSideBySide)
     const auto cases = nlohmann::json::parse(std::ifstream(folder / "cases.json"));
     std::vector<std::thread> threads;
     std::vector<std::string> results(4);
-    for (std::size_t i = 0; i < results.size(); ++i) {
-        threads.emplace_back([&, i] {
+    for (std::string& result : results) {
+        threads.emplace_back([&] {
             for (const nlohmann::json& entry : cases) {
                 const auto name = entry.at("case").get<std::string>();
                 if (name.starts_with("decoder") || name.starts_with("joint")) {
-                    results[i] += runCase(folder, entry, {.threads = 2});
+                    result += runCase(folder, entry, {.threads = 2});
                 }
             }
         });

@@ -80,7 +80,8 @@ void loadAndPredict()
         std::vector<NamedInput> inputs;
         std::size_t total = 0;
         for (const FeatureDescription& feature : model.inputs()) {
-            TensorType type = feature.type;
+            TensorType type{feature.type.element,
+                            feature.defaultShape.value_or(feature.type.shape)};
             for (std::int64_t& extent : type.shape) {
                 extent = extent == Extents::unknown ? 2 : extent;
             }

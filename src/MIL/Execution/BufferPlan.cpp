@@ -2,13 +2,18 @@
 
 #include <algorithm>
 #include <limits>
+#include <map>
 #include <numeric>
+#include <utility>
 
 namespace vorlin::mil {
 
 namespace {
 
 constexpr std::size_t alignment = 64;
+
+/// As many blocks are held against each other; no real program has more of them.
+constexpr std::size_t mostCompared = 4096;
 
 struct Lifetime {
     std::size_t first = 0;
@@ -83,6 +88,10 @@ private:
         }
         std::stable_sort(blocks.begin(), blocks.end(),
                          [](const Block& a, const Block& b) { return a.bytes > b.bytes; });
+        const std::vector<Block> rest(
+            blocks.begin() + static_cast<std::ptrdiff_t>(std::min(blocks.size(), mostCompared)),
+            blocks.end());
+        blocks.resize(blocks.size() - rest.size());
         std::vector<Block> placed; // by offset
         for (const Block& block : blocks) {
             std::size_t offset = 0;
@@ -100,6 +109,35 @@ private:
             plan.arenaBytes = std::max(plan.arenaBytes, offset + block.bytes);
             const auto after = [&](const Block& b) { return plan.homes[b.value].index > offset; };
             placed.insert(std::find_if(placed.begin(), placed.end(), after), block);
+        }
+        placeInTurn(rest);
+    }
+
+    /// Behind the others, in the order of their births, each in the smallest place that has
+    /// become free: quick for any number of blocks.
+    void placeInTurn(std::vector<Block> blocks)
+    {
+        std::sort(blocks.begin(), blocks.end(), [&](const Block& a, const Block& b) {
+            return lifetimes[a.value].first < lifetimes[b.value].first;
+        });
+        std::multimap<std::size_t, std::size_t> vacant;                        // bytes, offset
+        std::multimap<std::size_t, std::pair<std::size_t, std::size_t>> taken; // by last use
+        for (const Block& block : blocks) {
+            const Lifetime& life = lifetimes[block.value];
+            while (!taken.empty() && taken.begin()->first < life.first) {
+                vacant.insert(taken.begin()->second);
+                taken.erase(taken.begin());
+            }
+            const auto found = vacant.lower_bound(block.bytes);
+            std::pair<std::size_t, std::size_t> place{block.bytes, plan.arenaBytes};
+            if (found != vacant.end()) {
+                place = *found;
+                vacant.erase(found);
+            } else {
+                plan.arenaBytes += block.bytes;
+            }
+            plan.homes[block.value].index = place.second;
+            taken.emplace(life.last, place);
         }
     }
 

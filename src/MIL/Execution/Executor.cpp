@@ -54,19 +54,16 @@ Executor::Executor(const Graph& graph, const Settings& settings)
     }
     slots.resize(plan.slots);
     for (const Feature& state : graph.states) {
-        const std::size_t bytes = byteCount(state.type);
-        if (bytes > settings.largestBuffers) {
+        if (byteCount(state.type) > settings.largestBuffers) {
             throw Error("the state '" + state.name + "' is too large");
         }
-        states.emplace_back(std::max<std::size_t>(bytes, 1));
     }
-    for (std::size_t i = 0; i < states.size(); ++i) {
-        values.views[graph.stateIds[i]].data = states[i].data();
-    }
+    states.resize(graph.states.size());
     execution = {.pool = foreground.get(),
                  .threads = std::max<std::size_t>(settings.threads, 1),
                  .stop = {},
                  .referenceKernels = settings.referenceKernels,
+                 .largestScratch = settings.largestBuffers,
                  .scratch = &scratch};
 }
 
@@ -77,8 +74,8 @@ const TensorView& Executor::output(std::size_t position) const
 
 void Executor::resetStates()
 {
-    for (std::vector<std::byte>& state : states) {
-        std::fill(state.begin(), state.end(), std::byte{0});
+    for (ZeroedBytes& state : states) {
+        state.release();
     }
 }
 
@@ -88,7 +85,7 @@ std::size_t Executor::heldBytes() const
     for (const ZeroedBytes& slot : slots) {
         sum += slot.size();
     }
-    for (const std::vector<std::byte>& state : states) {
+    for (const ZeroedBytes& state : states) {
         sum += state.size();
     }
     return sum;
@@ -100,6 +97,10 @@ void Executor::run(std::span<const TensorView> inputs, const std::stop_token& st
     execution.stop = stop;
     execution.pool = (urgency == WorkerPool::Kind::background ? background : foreground).get();
     arena.ensure(plan.arenaBytes + alignment);
+    for (std::size_t i = 0; i < states.size(); ++i) {
+        const std::size_t bytes = std::max<std::size_t>(byteCount(graph.states[i].type), 1);
+        values.views[graph.stateIds[i]].data = states[i].ensure(bytes);
+    }
     static constexpr std::byte nothing[alignment] = {};
     for (std::size_t i = 0; i < inputs.size(); ++i) {
         TensorView& view = values.views[graph.inputIds[i]];
@@ -194,10 +195,10 @@ void Executor::transferState(const Node& node)
     const ValueId id = node.operands.front().front();
     const auto position = static_cast<std::size_t>(
         std::find(graph.stateIds.begin(), graph.stateIds.end(), id) - graph.stateIds.begin());
-    std::vector<std::byte>& state = states[position];
     const std::size_t bytes = byteCount(graph.states[position].type);
+    std::byte* const state = states[position].ensure(bytes);
     if (node.kind->nature == OperationKind::Nature::readsState) {
-        std::memcpy(outputs.front().data, state.data(), bytes);
+        std::memcpy(outputs.front().data, state, bytes);
         return;
     }
     const TensorView& data = values.views[node.operands[1].front()];
@@ -205,7 +206,7 @@ void Executor::transferState(const Node& node)
         throw Error("operation 'write_state' gets " + describe(data.type) + " for a state of " +
                     describe(graph.states[position].type));
     }
-    std::memcpy(state.data(), data.data, bytes);
+    std::memcpy(state, data.data, bytes);
 }
 
 } // namespace vorlin::mil

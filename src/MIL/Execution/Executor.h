@@ -22,6 +22,12 @@ public:
     /// At least `bytes`, 64-byte aligned; forgets what was there if it has to grow.
     std::byte* ensure(std::size_t bytes);
     std::size_t size() const { return capacity; }
+    /// Gives the memory back.
+    void release()
+    {
+        data.reset();
+        capacity = 0;
+    }
 
 private:
     struct Release {
@@ -80,7 +86,7 @@ private:
     ValueTable values;
     ZeroedBytes arena;
     std::vector<ZeroedBytes> slots;
-    std::vector<std::vector<std::byte>> states;
+    std::vector<ZeroedBytes> states; // empty until the first prediction
     std::vector<std::byte> scratch;
     std::shared_ptr<WorkerPool> foreground;
     std::shared_ptr<WorkerPool> background;

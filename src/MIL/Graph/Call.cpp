@@ -206,8 +206,27 @@ void Call::checkStop() const
     }
 }
 
+void Call::checkScratch(std::size_t bytes) const
+{
+    if (bytes > execution.largestScratch) {
+        fail("needs " + std::to_string(bytes >> 20) + " MiB to work in, more than allowed");
+    }
+}
+
+void Call::spend(std::size_t bytes) const
+{
+    if (execution.loadBudget == nullptr) {
+        return;
+    }
+    if (bytes > *execution.loadBudget) {
+        fail("expands to far more than the files hold");
+    }
+    *execution.loadBudget -= bytes;
+}
+
 std::byte* Call::scratch(std::size_t bytes) const
 {
+    checkScratch(bytes);
     constexpr std::size_t alignment = 64;
     if (execution.scratch->size() < bytes + alignment) {
         execution.scratch->clear(); // nothing to carry over when it moves

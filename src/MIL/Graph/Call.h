@@ -38,6 +38,10 @@ struct Execution {
     std::size_t threads = 1;
     std::stop_token stop{};
     bool referenceKernels = false;
+    /// Kernels refuse to work in more memory of their own than this.
+    std::size_t largestScratch = std::size_t{1} << 30;
+    /// Bytes that stored constants may still take while a program is loaded; null afterwards.
+    std::size_t* loadBudget = nullptr;
     /// Memory that kernels share between their tasks; grows to the largest need and stays.
     std::vector<std::byte>* scratch = nullptr;
 };
@@ -106,6 +110,10 @@ public:
     /// Memory for this call only, 64-byte aligned, uninitialised. One call's requests replace
     /// each other.
     std::byte* scratch(std::size_t bytes) const;
+    /// Refuses to take that much memory where a prediction may not.
+    void checkScratch(std::size_t bytes) const;
+    /// Accounts for memory that loading takes beside the files; throws Error beyond the budget.
+    void spend(std::size_t bytes) const;
 
 private:
     /// Refuses numbers that no extent or index has, so that sums and products fit.

@@ -46,6 +46,12 @@ Graph buildGraph(std::string_view text, const std::filesystem::path& bundle,
         return std::find_if(program.functions.begin(), program.functions.end(),
                             [&](const syntax::Function& f) { return f.name == name; });
     };
+    for (const syntax::Function& one : program.functions) {
+        if (&*named(one.name) != &one) {
+            failAt(text, one.position,
+                   "the function '" + std::string(one.name) + "' is defined twice");
+        }
+    }
     auto chosen = named(function.empty() ? "main" : function);
     if (chosen == program.functions.end() && function.empty() && program.functions.size() == 1) {
         chosen = program.functions.begin();
@@ -63,6 +69,7 @@ void GraphBuilder::build(const syntax::Function& function)
 {
     graph.opset = opsetOf(function.opset);
     loading.scratch = &scratch;
+    loading.loadBudget = &storedBudget;
     refuseUnknownOperations(function);
     declareParameters(function);
     declareFlexibleShapes(function);

@@ -16,7 +16,7 @@ class GraphBuilder {
 public:
     GraphBuilder(std::string_view text, syntax::Program& program, Graph& graph)
         : text(text), program(program), graph(graph),
-          foldingBudget((std::size_t{1} << 20) + 16 * text.size())
+          foldingBudget((std::size_t{1} << 20) + 16 * text.size()), storedBudget(foldingBudget)
     {
     }
 
@@ -39,6 +39,7 @@ private:
     void refuseStates(const OperationKind& kind, const Call::Operands& operands,
                       const syntax::Statement& statement) const;
     ValueId materialise(const syntax::Value& value);
+    void growBudget();
     ValueId resolve(std::string_view name, syntax::Position position) const;
     /// A value of the same numbers that operations which know only dense tensors can read.
     ValueId dense(ValueId id, std::size_t line);
@@ -59,6 +60,8 @@ private:
     syntax::Program& program;
     Graph& graph;
     std::size_t foldingBudget;
+    std::size_t storedBudget = 0; // grows with every weight file
+    std::size_t countedFileBytes = 0;
     std::unordered_map<std::string_view, ValueId> names;
     std::unordered_map<std::size_t, ValueId> materialised; // by index of the syntax value
     std::unordered_map<ValueId, ValueId> denseForms;

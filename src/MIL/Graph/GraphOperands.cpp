@@ -141,6 +141,7 @@ ValueId GraphBuilder::materialise(const syntax::Value& value)
     } else if (const auto* blob = std::get_if<syntax::BlobReference>(&value.content)) {
         try {
             const auto bytes = graph.files.record(blob->path, blob->offset, type);
+            growBudget();
             view.data =
                 bytes.empty() ? graph.owned.emplace_back(emptyBytes()).data() : bytes.data();
             graph.constantBytes[std::string(nameOf(type.element))] += bytes.size();
@@ -150,6 +151,15 @@ ValueId GraphBuilder::materialise(const syntax::Value& value)
     }
     graph.values.constants[id] = true;
     return id;
+}
+
+/// What stored constants take beside their file (scales as floats, counts of mask bits) is at
+/// most 64 times the file, however often the text names a record.
+void GraphBuilder::growBudget()
+{
+    const std::size_t mapped = graph.files.mappedBytes();
+    storedBudget += 64 * (mapped - countedFileBytes);
+    countedFileBytes = mapped;
 }
 
 ValueId GraphBuilder::dense(ValueId id, std::size_t line)

@@ -89,10 +89,12 @@ void addTap(const WindowAxis& axis, std::int64_t tap, float weight, const float*
 }
 
 /// One filter over one channel.
-void convolvePlane(const Windows& w, const float* in, const float* weights, float bias, float* out)
+void convolvePlane(const Call& call, const Windows& w, const float* in, const float* weights,
+                   float bias, float* out)
 {
     for (std::int64_t o0 = 0; o0 < w[0].out; ++o0) {
         for (std::int64_t o1 = 0; o1 < w[1].out; ++o1) {
+            call.checkStop();
             float* const row = out + (o0 * w[1].out + o1) * w[2].out;
             std::fill_n(row, w[2].out, bias);
             for (std::int64_t tap = 0; tap < w[0].kernel * w[1].kernel; ++tap) {
@@ -135,7 +137,7 @@ void runDepthwise(const Call& call, const Convolution& c)
                           weights.expand(filter, 0, c.taps, taps);
                           const double bias =
                               call.has("bias") ? call.input("bias").number(filter) : 0;
-                          convolvePlane(c.windows, in, taps, static_cast<float>(bias), out);
+                          convolvePlane(call, c.windows, in, taps, static_cast<float>(bias), out);
                           storeFloats(call.output(), i * c.outPlane(), c.outPlane(), out);
                       }
                   });

@@ -56,7 +56,7 @@ double poolWindow(Pool pool, const TensorView& x, std::int64_t plane, const Wind
             for (std::int64_t i2 = c2.begin; i2 < c2.end; ++i2) {
                 const double value =
                     x.number(((plane * w[0].in + i0) * w[1].in + i1) * w[2].in + i2);
-                most = std::max(most, value);
+                most = value > most || std::isnan(value) ? value : most;
                 sum += pool == Pool::root ? value * value : value;
             }
         }

@@ -43,6 +43,8 @@ struct Spread {
         const Extents strides = call.integers("strides", ones);
         const Extents dilations = call.integers("dilations", ones);
         const std::string_view padType = call.text("pad_type", "valid");
+        const bool same = padType == "same" || padType == "same_lower";
+        call.require(same || padType == "custom" || padType == "valid", "has an unknown pad_type");
         const Extents pad = padType == "custom" ? call.integers("pad", none) : none;
         call.require(strides.size() == spatial && dilations.size() == spatial &&
                          pad.size() == 2 * spatial,
@@ -56,10 +58,12 @@ struct Spread {
                              w.before < largest && w.after >= 0 && w.after < largest &&
                              w.in < largest,
                          "has a kernel, stride, dilation or padding out of range");
-            if (padType == "same" || padType == "same_lower") {
+            if (same) {
                 const std::int64_t total = std::max<std::int64_t>(0, w.reach() - w.stride);
                 w.before = padType == "same" ? total / 2 : total - total / 2;
                 w.after = total - w.before;
+                w.out = w.in * w.stride;
+                continue;
             }
             w.out =
                 std::max<std::int64_t>(0, (w.in - 1) * w.stride + w.reach() - w.before - w.after);

@@ -12,7 +12,7 @@ enum class BinaryFunction : std::uint8_t {
     floorDivide, // toward minus infinity, floating numbers too
     modulo,      // takes the sign of y
     power,
-    maximum,
+    maximum, // not-a-number wins
     minimum,
     equal,
     notEqual,

@@ -20,8 +20,8 @@ double binary(BinaryFunction function, double x, double y)
         return rest != 0 && (rest < 0) != (y < 0) ? rest + y : rest;
     }
     case power: return std::pow(x, y);
-    case maximum: return x < y ? y : x;
-    case minimum: return y < x ? y : x;
+    case maximum: return x < y || std::isnan(y) ? y : x;
+    case minimum: return y < x || std::isnan(y) ? y : x;
     default: return 0;
     }
 }

@@ -5,6 +5,8 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "MIL/Kernels/Elementwise/HalfVectors-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace vorlin::mil {
 namespace HWY_NAMESPACE {
@@ -19,7 +21,7 @@ void widenAll(const Half* in, std::int64_t count, float* out)
     const auto* const source = reinterpret_cast<const hwy::float16_t*>(in);
     std::int64_t i = 0;
     for (; i + lanes <= count; i += lanes) {
-        hn::StoreU(hn::PromoteTo(single, hn::LoadU(half, source + i)), single, out + i);
+        hn::StoreU(widenHalves(single, hn::LoadU(half, source + i)), single, out + i);
     }
     for (; i < count; ++i) {
         out[i] = widen(in[i]);
@@ -34,7 +36,7 @@ void narrowAll(const float* in, std::int64_t count, Half* out)
     auto* const target = reinterpret_cast<hwy::float16_t*>(out);
     std::int64_t i = 0;
     for (; i + lanes <= count; i += lanes) {
-        hn::StoreU(hn::DemoteTo(half, hn::LoadU(single, in + i)), half, target + i);
+        hn::StoreU(narrowToHalves(single, hn::LoadU(single, in + i)), half, target + i);
     }
     for (; i < count; ++i) {
         out[i] = narrow(in[i]);

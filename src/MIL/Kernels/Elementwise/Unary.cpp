@@ -77,7 +77,19 @@ const Unary& entryOf(const Call& call)
 
 bool takesIntegers(UnaryFunction function)
 {
-    return function == absolute || function == sign || function == square || function == relu;
+    switch (function) {
+    case absolute:
+    case sign:
+    case square:
+    case ceiling:
+    case floor:
+    case round:
+    case clip:
+    case threshold:
+    case relu:
+    case relu6: return true;
+    default: return false;
+    }
 }
 
 void inferUnary(const Call& call, std::vector<TensorType>& outputs)
@@ -103,7 +115,8 @@ UnaryFunction geluOf(const Call& call)
     return geluSigmoid;
 }
 
-void runIntegers(const Call& call, UnaryFunction function)
+/// Exact: numbers of up to 32 bits fit the reference's double precision; squares wrap.
+void runIntegers(const Call& call, UnaryFunction function, double alpha, double beta)
 {
     const TensorView& x = call.input("x");
     call.parallel(x.elements(), grain, [&](std::int64_t begin, std::int64_t end) {
@@ -114,10 +127,10 @@ void runIntegers(const Call& call, UnaryFunction function)
             const std::int64_t* const in = chunk.load(x, i, count, true);
             for (std::int64_t k = 0; k < count; ++k) {
                 const std::int64_t v = in[k];
-                results[k] = function == absolute ? std::abs(v)
-                             : function == sign   ? (v > 0) - (v < 0)
-                             : function == square ? v * v
-                                                  : std::max<std::int64_t>(v, 0);
+                results[k] = function == square
+                                 ? v * v
+                                 : static_cast<std::int64_t>(reference::unary(
+                                       function, static_cast<double>(v), alpha, beta));
             }
             storeIntegers(call.output(), i, count, results);
         }
@@ -128,13 +141,13 @@ void runUnary(const Call& call)
 {
     const Unary& entry = entryOf(call);
     const TensorView& x = call.input("x");
+    const double alpha = entry.alpha.empty() ? 0 : call.number(entry.alpha, entry.defaultAlpha);
+    const double beta = entry.beta.empty() ? 0 : call.number(entry.beta, entry.defaultBeta);
     if (!isComputed(x.type.element)) {
-        runIntegers(call, entry.function);
+        runIntegers(call, entry.function, alpha, beta);
         return;
     }
     const UnaryFunction function = entry.function == gelu ? geluOf(call) : entry.function;
-    const double alpha = entry.alpha.empty() ? 0 : call.number(entry.alpha, entry.defaultAlpha);
-    const double beta = entry.beta.empty() ? 0 : call.number(entry.beta, entry.defaultBeta);
     const auto apply = call.referenceKernels() ? reference::applyUnary : applyUnary;
     call.parallel(x.elements(), grain, [&](std::int64_t begin, std::int64_t end) {
         FloatChunk chunk;

@@ -58,7 +58,10 @@ double unary(UnaryFunction function, double x, double a, double b)
     case linearActivation: return a * x + b;
     case scaledTanh: return a * std::tanh(b * x);
     case hardSigmoid: return std::min(std::max(a * x + b, 0.0), 1.0);
-    case clampedRelu: return x >= 0 ? std::min(b, x) : std::min(b, a * x);
+    case clampedRelu: {
+        const double bent = x >= 0 ? x : a * x;
+        return bent > b ? b : bent;
+    }
     case thresholdedRelu: return x >= a ? x : 0;
     }
     return x;

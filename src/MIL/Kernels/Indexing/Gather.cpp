@@ -135,11 +135,13 @@ void runAlongAxis(const Call& call)
     const std::size_t axis = call.axis("axis", 0, x.rank());
     const std::int64_t picks = call.output().extent(axis);
     const std::int64_t inner = product(x.shape(), axis + 1, x.rank());
-    for (std::int64_t i = 0; i < call.output().elements(); ++i) {
-        const std::int64_t outer = i / inner / picks;
-        const std::int64_t place = indices.at(i, x.extent(axis));
-        copier.copy((outer * x.extent(axis) + place) * inner + i % inner, i, 1);
-    }
+    call.parallel(call.output().elements(), 8192, [&](std::int64_t begin, std::int64_t end) {
+        for (std::int64_t i = begin; i < end; ++i) {
+            const std::int64_t outer = i / inner / picks;
+            const std::int64_t place = indices.at(i, x.extent(axis));
+            copier.copy((outer * x.extent(axis) + place) * inner + i % inner, i, 1);
+        }
+    });
 }
 
 void inferGatherNd(const Call& call, std::vector<TensorType>& outputs)
@@ -178,6 +180,7 @@ void runGatherNd(const Call& call)
     const std::int64_t picks = product(indexTensor.shape(), batch, indexTensor.rank() - 1);
     const std::int64_t rows = inner == 0 ? 0 : call.output().elements() / inner;
     for (std::int64_t row = 0; row < rows; ++row) {
+        call.checkStop();
         std::int64_t place = row / picks; // the batch
         for (std::size_t i = 0; i < depth; ++i) {
             const std::int64_t extent = x.extent(batch + i);

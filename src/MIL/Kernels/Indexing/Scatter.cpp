@@ -97,6 +97,7 @@ void runScatter(const Call& call)
     const std::int64_t count = call.type("indices").elements();
     for (std::int64_t o = 0; o < outer; ++o) {
         for (std::int64_t k = 0; k < count; ++k) {
+            call.checkStop();
             if (indices.valid(k, data[axis])) {
                 const std::int64_t place = indices.at(k, data[axis]);
                 apply(call, mode, (o * data[axis] + place) * inner, (o * count + k) * inner, inner);
@@ -127,7 +128,9 @@ void runAlongAxis(const Call& call)
     const Mode mode = modeOf(call);
     const std::size_t axis = call.axis("axis", 0, data.size());
     const std::int64_t inner = product(data, axis + 1, data.size());
-    for (std::int64_t i = 0; i < elementCount(shape); ++i) {
+    const std::int64_t count = elementCount(shape);
+    for (std::int64_t i = 0; i < count; ++i) {
+        call.checkStop();
         if (indices.valid(i, data[axis])) {
             const std::int64_t outer = i / inner / shape[axis];
             const std::int64_t place = indices.at(i, data[axis]);
@@ -163,6 +166,7 @@ void runScatterNd(const Call& call)
     const std::int64_t rows = product(shape, 0, shape.size() - 1);
     const std::int64_t inner = product(data, static_cast<std::size_t>(depth), data.size());
     for (std::int64_t row = 0; row < rows; ++row) {
+        call.checkStop();
         std::int64_t place = 0;
         bool valid = true;
         for (std::int64_t i = 0; i < depth && valid; ++i) {

@@ -124,7 +124,8 @@ void inferConcat(const Call& call, std::vector<TensorType>& outputs)
     if (result.shape.empty()) { // scalars become a vector
         result.shape = {1};
     }
-    const std::size_t axis = call.axis("axis", 0, result.shape.size());
+    const Shape first = result.shape;
+    const std::size_t axis = call.axis("axis", 0, first.size());
     const bool interleave = call.flag("interleave", false);
     for (std::size_t i = 1; i < count; ++i) {
         TensorType next = call.type("values", i).type;
@@ -133,7 +134,7 @@ void inferConcat(const Call& call, std::vector<TensorType>& outputs)
         }
         bool fits = next.element == result.element && next.shape.size() == result.shape.size();
         for (std::size_t k = 0; fits && k < next.shape.size(); ++k) {
-            fits = (k == axis && !interleave) || next.shape[k] == call.type("values").shape()[k];
+            fits = (k == axis && !interleave) || next.shape[k] == first[k];
         }
         if (!fits) {
             call.fail("cannot join " + describe(call.type("values").type) + " and " +
@@ -224,7 +225,8 @@ void inferSplit(const Call& call, std::vector<TensorType>& outputs)
         return;
     }
     const std::int64_t parts = call.integer("num_splits");
-    call.require(parts > 0 && parts <= x.shape[axis] && x.shape[axis] % parts == 0,
+    constexpr std::int64_t mostParts = 1 << 14; // of which a text names every one
+    call.require(parts > 0 && parts <= mostParts && x.shape[axis] % parts == 0,
                  "cannot cut the axis into equal parts");
     part.shape[axis] /= parts;
     outputs.assign(static_cast<std::size_t>(parts), part);

@@ -181,6 +181,7 @@ void runL2Norm(const Call& call)
     const std::int64_t inner = product(x.shape(), x.rank() - 3, x.rank());
     const double epsilon = call.number("epsilon", 1e-6);
     for (std::int64_t start = 0; start < x.elements(); start += inner) {
+        call.checkStop();
         double squares = 0;
         for (std::int64_t i = start; i < start + inner; ++i) {
             squares += x.number(i) * x.number(i);

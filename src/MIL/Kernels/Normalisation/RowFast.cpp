@@ -7,6 +7,7 @@
 
 #include "MIL/Kernels/Elementwise/VectorMath-inl.h"
 
+#include <algorithm>
 #include <cmath>
 
 HWY_BEFORE_NAMESPACE();
@@ -101,27 +102,35 @@ void normaliseRow(float* row, std::int64_t width, double epsilon, const float* g
     const auto mean = static_cast<float>(sum / static_cast<double>(width));
     const Vector shift = hn::Set(d, mean);
     Vector squares = hn::Zero(d);
+    Vector rests = squares;
     for (std::int64_t i = 0; i < whole; i += lanes) {
         const Vector distance = hn::Sub(hn::LoadU(d, row + i), shift);
         squares = hn::MulAdd(distance, distance, squares);
+        rests = hn::Add(rests, distance);
         hn::StoreU(distance, d, row + i);
     }
     auto square = static_cast<double>(hn::GetLane(hn::SumOfLanes(d, squares)));
+    auto rest = static_cast<double>(hn::GetLane(hn::SumOfLanes(d, rests)));
     for (std::int64_t i = whole; i < width; ++i) {
         row[i] -= mean;
         square += static_cast<double>(row[i]) * static_cast<double>(row[i]);
+        rest += static_cast<double>(row[i]);
     }
-    const auto scale =
-        static_cast<float>(1 / std::sqrt(square / static_cast<double>(width) + epsilon));
+    // What the mean in single precision left over: it counts where the row is far from zero.
+    rest /= static_cast<double>(width);
+    const double variance = std::max(0.0, square / static_cast<double>(width) - rest * rest);
+    const auto scale = static_cast<float>(1 / std::sqrt(variance + epsilon));
+    const auto correction = static_cast<float>(rest);
+    const Vector back = hn::Set(d, correction);
     const Vector factor = hn::Set(d, scale);
     for (std::int64_t i = 0; i < whole; i += lanes) {
-        Vector value = hn::Mul(hn::LoadU(d, row + i), factor);
+        Vector value = hn::Mul(hn::Sub(hn::LoadU(d, row + i), back), factor);
         value = gamma == nullptr ? value : hn::Mul(value, hn::LoadU(d, gamma + i));
         value = beta == nullptr ? value : hn::Add(value, hn::LoadU(d, beta + i));
         hn::StoreU(value, d, row + i);
     }
     for (std::int64_t i = whole; i < width; ++i) {
-        row[i] *= scale;
+        row[i] = (row[i] - correction) * scale;
         row[i] = gamma == nullptr ? row[i] : row[i] * gamma[i];
         row[i] = beta == nullptr ? row[i] : row[i] + beta[i];
     }

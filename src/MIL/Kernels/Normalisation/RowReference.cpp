@@ -21,8 +21,8 @@ void softmaxRow(float* row, std::int64_t width)
 std::int64_t firstLargest(const float* row, std::int64_t width)
 {
     std::int64_t best = 0;
-    for (std::int64_t i = 1; i < width; ++i) {
-        best = row[i] > row[best] ? i : best;
+    for (std::int64_t i = 1; i < width && !std::isnan(row[best]); ++i) {
+        best = row[i] > row[best] || std::isnan(row[i]) ? i : best;
     }
     return best;
 }

@@ -6,6 +6,7 @@
 
 #include "MIL/Error.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -100,19 +101,22 @@ struct Starts {
     std::int64_t value = 0;
 };
 
-void attend(const Call& call, const Attention& a, const Starts& starts, std::int64_t index)
+/// The queries [first, first + count) of one batch entry.
+void attend(const Call& call, const Attention& a, const Starts& starts, std::int64_t index,
+            std::int64_t first, std::int64_t count)
 {
     thread_local std::vector<float> memory;
-    memory.resize(static_cast<std::size_t>(a.queries * a.keys));
-    const TensorBuffer scores{{ElementType::fp32, {a.queries, a.keys}},
+    memory.resize(static_cast<std::size_t>(count * a.keys));
+    const TensorBuffer scores{{ElementType::fp32, {count, a.keys}},
                               reinterpret_cast<std::byte*>(memory.data())};
-    multiplyHere(call, {a.queries, a.width, a.keys},
-                 MatrixRows({call.input("query"), nullptr, starts.query, a.width, 1}),
-                 MatrixColumns({call.input("key"), nullptr, starts.key, 1, a.width}),
-                 MatrixSink({scores, 0, a.keys, 1}, nullptr));
+    multiplyHere(
+        call, {count, a.width, a.keys},
+        MatrixRows({call.input("query"), nullptr, starts.query + first * a.width, a.width, 1}),
+        MatrixColumns({call.input("key"), nullptr, starts.key, 1, a.width}),
+        MatrixSink({scores, 0, a.keys, 1}, nullptr));
     const float scale = 1.0f / std::sqrt(static_cast<float>(a.width));
     const auto softmax = call.referenceKernels() ? reference::softmaxRow : softmaxRow;
-    for (std::int64_t row = 0; row < a.queries && a.keys > 0; ++row) {
+    for (std::int64_t row = 0; row < count && a.keys > 0; ++row) {
         float* const line = memory.data() + row * a.keys;
         for (std::int64_t i = 0; i < a.keys; ++i) {
             line[i] *= scale;
@@ -128,7 +132,7 @@ void attend(const Call& call, const Attention& a, const Starts& starts, std::int
             }
             const std::array<Shape, 1> shapes{perLine};
             const Broadcast walk(lines, shapes);
-            const std::int64_t place = index * a.queries + row;
+            const std::int64_t place = index * a.queries + first + row;
             walk.forEach(place / walk.length(), place / walk.length() + 1,
                          [&](std::int64_t, const auto& offsets) {
                              const std::int64_t step = walk.advances(0) ? place % walk.length() : 0;
@@ -138,10 +142,10 @@ void attend(const Call& call, const Attention& a, const Starts& starts, std::int
         }
         softmax(line, a.keys);
     }
-    multiplyHere(call, {a.queries, a.keys, a.values},
-                 MatrixRows({scores.view(), nullptr, 0, a.keys, 1}),
-                 MatrixColumns({call.input("value"), nullptr, starts.value, a.values, 1}),
-                 MatrixSink({call.output(), index * a.queries * a.values, a.values, 1}, nullptr));
+    multiplyHere(
+        call, {count, a.keys, a.values}, MatrixRows({scores.view(), nullptr, 0, a.keys, 1}),
+        MatrixColumns({call.input("value"), nullptr, starts.value, a.values, 1}),
+        MatrixSink({call.output(), (index * a.queries + first) * a.values, a.values, 1}, nullptr));
 }
 
 void runAttention(const Call& call)
@@ -151,7 +155,11 @@ void runAttention(const Call& call)
                                       batchOf(call.input("key").shape()),
                                       batchOf(call.input("value").shape())};
     const Broadcast walk(a.batch, shapes);
-    call.parallel(elementCount(a.batch), 1, [&](std::int64_t index, std::int64_t) {
+    constexpr std::int64_t together = 128; // queries
+    const std::int64_t blocks = (a.queries + together - 1) / together;
+    call.parallel(elementCount(a.batch) * blocks, 1, [&](std::int64_t task, std::int64_t) {
+        const std::int64_t index = task / blocks;
+        const std::int64_t first = task % blocks * together;
         walk.forEach(index / walk.length(), index / walk.length() + 1,
                      [&](std::int64_t, const auto& offsets) {
                          const std::int64_t step = index % walk.length();
@@ -161,7 +169,7 @@ void runAttention(const Call& call)
                          attend(call, a,
                                 {at(0) * a.queries * a.width, at(1) * a.keys * a.width,
                                  at(2) * a.keys * a.values},
-                                index);
+                                index, first, std::min(together, a.queries - first));
                      });
     });
 }
@@ -182,12 +190,14 @@ void runBand(const Call& call)
     const std::int64_t upper = call.integer("upper", -1);
     const std::int64_t columns = x.extent(x.rank() - 1);
     const std::int64_t rows = x.extent(x.rank() - 2);
-    for (std::int64_t i = 0; i < x.elements(); ++i) {
-        const std::int64_t n = i % columns;
-        const std::int64_t m = i / columns % rows;
-        const bool keep = (lower < 0 || m - n <= lower) && (upper < 0 || n - m <= upper);
-        call.output().set(i, keep ? x.number(i) : 0);
-    }
+    call.parallel(x.elements(), 8192, [&](std::int64_t begin, std::int64_t end) {
+        for (std::int64_t i = begin; i < end; ++i) {
+            const std::int64_t n = i % columns;
+            const std::int64_t m = i / columns % rows;
+            const bool keep = (lower < 0 || m - n <= lower) && (upper < 0 || n - m <= upper);
+            call.output().set(i, keep ? x.number(i) : 0);
+        }
+    });
 }
 
 } // namespace

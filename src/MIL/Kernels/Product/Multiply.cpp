@@ -47,9 +47,9 @@ struct Packed {
 
 class Product {
 public:
-    Product(const ProductSize& size, const LeftRows& left, const RightColumns& right,
-            const ResultSink& sink)
-        : size(size), left(left), right(right), sink(sink), width(panelWidth()),
+    Product(const Call& call, const ProductSize& size, const LeftRows& left,
+            const RightColumns& right, const ResultSink& sink)
+        : call(call), size(size), left(left), right(right), sink(sink), width(panelWidth()),
           rowsAtOnce(panelRows())
     {
     }
@@ -97,6 +97,7 @@ public:
             std::fill_n(c, tileRows * stride, 0.0f);
         }
         for (std::int64_t k = 0; k < size.inner; k += tileInner) {
+            call.checkStop();
             const std::int64_t inner = std::min(tileInner, size.inner - k);
             for (std::int64_t i = 0; i < rows; ++i) {
                 left.expand(firstRow + i, k, inner, a + i * tileInner);
@@ -143,6 +144,7 @@ private:
         return (panels(columns) + mostPanels - 1) / mostPanels;
     }
 
+    const Call& call;
     const ProductSize& size;
     const LeftRows& left;
     const RightColumns& right;
@@ -178,7 +180,7 @@ void multiply(const Call& call, const ProductSize& size, const LeftRows& left,
         reference::multiply(call, size, left, right, sink);
         return;
     }
-    const Product product(size, left, right, sink);
+    const Product product(call, size, left, right, sink);
     if (size.columns <= fewColumns) {
         auto* const columns = reinterpret_cast<float*>(
             call.scratch(static_cast<std::size_t>(size.columns * size.inner) * sizeof(float)));
@@ -216,12 +218,13 @@ void multiplyHere(const Call& call, const ProductSize& size, const LeftRows& lef
         return;
     }
     thread_local std::vector<float> memory;
-    const Product product(size, left, right, sink);
+    const Product product(call, size, left, right, sink);
     const std::int64_t stretch = std::min(product.stretch(), size.columns);
     const bool few = size.columns <= fewColumns;
     const auto needed =
         static_cast<std::size_t>(few ? size.columns * size.inner : product.packedFloats(stretch));
     if (memory.size() < needed) {
+        call.checkScratch(needed * sizeof(float));
         memory.resize(needed);
     }
     if (few) {
@@ -235,7 +238,6 @@ void multiplyHere(const Call& call, const ProductSize& size, const LeftRows& lef
             product.packPanel(packed, i, memory.data());
         }
         for (std::int64_t i = 0; i < product.tiles(packed); ++i) {
-            call.checkStop();
             product.multiplyTile(packed, i);
         }
     }

@@ -1,9 +1,13 @@
 #include "MIL/Kernels/Product/MultiplyKernels.h"
 
+#include <hwy/cache_control.h>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "MIL/Kernels/Product/MultiplyKernels.cpp"
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
+
+#include "MIL/Kernels/Elementwise/HalfVectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace vorlin::mil {
@@ -120,15 +124,15 @@ float dotHalves(const Half* x, const float* y, std::int64_t count)
     std::int64_t i = 0;
     for (; i + 4 * lanes <= count; i += 4 * lanes) {
         const std::int64_t j = i + 2 * lanes;
-        s0 = hn::MulAdd(hn::PromoteTo(tag, hn::LoadU(half, in + i)), hn::LoadU(tag, y + i), s0);
-        s1 = hn::MulAdd(hn::PromoteTo(tag, hn::LoadU(half, in + i + lanes)),
+        s0 = hn::MulAdd(widenHalves(tag, hn::LoadU(half, in + i)), hn::LoadU(tag, y + i), s0);
+        s1 = hn::MulAdd(widenHalves(tag, hn::LoadU(half, in + i + lanes)),
                         hn::LoadU(tag, y + i + lanes), s1);
-        s2 = hn::MulAdd(hn::PromoteTo(tag, hn::LoadU(half, in + j)), hn::LoadU(tag, y + j), s2);
-        s3 = hn::MulAdd(hn::PromoteTo(tag, hn::LoadU(half, in + j + lanes)),
+        s2 = hn::MulAdd(widenHalves(tag, hn::LoadU(half, in + j)), hn::LoadU(tag, y + j), s2);
+        s3 = hn::MulAdd(widenHalves(tag, hn::LoadU(half, in + j + lanes)),
                         hn::LoadU(tag, y + j + lanes), s3);
     }
     for (; i + lanes <= count; i += lanes) {
-        s0 = hn::MulAdd(hn::PromoteTo(tag, hn::LoadU(half, in + i)), hn::LoadU(tag, y + i), s0);
+        s0 = hn::MulAdd(widenHalves(tag, hn::LoadU(half, in + i)), hn::LoadU(tag, y + i), s0);
     }
     float sum = hn::GetLane(hn::SumOfLanes(tag, hn::Add(hn::Add(s0, s1), hn::Add(s2, s3))));
     for (; i < count; ++i) {
@@ -159,16 +163,21 @@ void dotRowsOfHalves(const Half* x, std::int64_t rowStride, const float* y, std:
     std::int64_t i = 0;
     for (; i + 2 * lanes <= count; i += 2 * lanes) {
         const std::int64_t j = i + lanes;
+        // The next rows follow these; asked for now, they are there in time.
+        hwy::Prefetch(r0 + i + rowsOfHalves * rowStride);
+        hwy::Prefetch(r1 + i + rowsOfHalves * rowStride);
+        hwy::Prefetch(r2 + i + rowsOfHalves * rowStride);
+        hwy::Prefetch(r3 + i + rowsOfHalves * rowStride);
         const Vector u = hn::LoadU(tag, y + i);
         const Vector v = hn::LoadU(tag, y + j);
-        a0 = hn::MulAdd(hn::PromoteTo(tag, hn::LoadU(half, r0 + i)), u, a0);
-        a1 = hn::MulAdd(hn::PromoteTo(tag, hn::LoadU(half, r1 + i)), u, a1);
-        a2 = hn::MulAdd(hn::PromoteTo(tag, hn::LoadU(half, r2 + i)), u, a2);
-        a3 = hn::MulAdd(hn::PromoteTo(tag, hn::LoadU(half, r3 + i)), u, a3);
-        b0 = hn::MulAdd(hn::PromoteTo(tag, hn::LoadU(half, r0 + j)), v, b0);
-        b1 = hn::MulAdd(hn::PromoteTo(tag, hn::LoadU(half, r1 + j)), v, b1);
-        b2 = hn::MulAdd(hn::PromoteTo(tag, hn::LoadU(half, r2 + j)), v, b2);
-        b3 = hn::MulAdd(hn::PromoteTo(tag, hn::LoadU(half, r3 + j)), v, b3);
+        a0 = hn::MulAdd(widenHalves(tag, hn::LoadU(half, r0 + i)), u, a0);
+        a1 = hn::MulAdd(widenHalves(tag, hn::LoadU(half, r1 + i)), u, a1);
+        a2 = hn::MulAdd(widenHalves(tag, hn::LoadU(half, r2 + i)), u, a2);
+        a3 = hn::MulAdd(widenHalves(tag, hn::LoadU(half, r3 + i)), u, a3);
+        b0 = hn::MulAdd(widenHalves(tag, hn::LoadU(half, r0 + j)), v, b0);
+        b1 = hn::MulAdd(widenHalves(tag, hn::LoadU(half, r1 + j)), v, b1);
+        b2 = hn::MulAdd(widenHalves(tag, hn::LoadU(half, r2 + j)), v, b2);
+        b3 = hn::MulAdd(widenHalves(tag, hn::LoadU(half, r3 + j)), v, b3);
     }
     float rest[rowsOfHalves] = {};
     for (; i < count; ++i) {

@@ -97,17 +97,30 @@ void MatrixColumns::pack(std::int64_t firstRow, std::int64_t rows, std::int64_t 
     }
 }
 
+void MatrixSink::addBias(std::int64_t firstRow, std::int64_t rows, std::int64_t columns,
+                         float* tile, std::int64_t stride) const
+{
+    constexpr std::int64_t together = 64;
+    const bool single = bias->elements() == 1;
+    float values[together];
+    for (std::int64_t first = 0; first < rows; first += together) {
+        const std::int64_t count = std::min(together, rows - first);
+        loadFloats(*bias, single ? 0 : firstRow + first, single ? 1 : count, values);
+        for (std::int64_t i = 0; i < count; ++i) {
+            float* const line = tile + (first + i) * stride;
+            const float value = values[single ? 0 : i];
+            for (std::int64_t j = 0; j < columns; ++j) {
+                line[j] += value;
+            }
+        }
+    }
+}
+
 void MatrixSink::store(std::int64_t firstRow, std::int64_t rows, std::int64_t firstColumn,
                        std::int64_t columns, float* tile, std::int64_t stride) const
 {
     if (bias != nullptr) {
-        const bool single = bias->elements() == 1;
-        for (std::int64_t i = 0; i < rows; ++i) {
-            const auto value = static_cast<float>(bias->number(single ? 0 : firstRow + i));
-            for (std::int64_t j = 0; j < columns; ++j) {
-                tile[i * stride + j] += value;
-            }
-        }
+        addBias(firstRow, rows, columns, tile, stride);
     }
     const std::int64_t base =
         target.base + firstRow * target.rowStride + firstColumn * target.columnStride;

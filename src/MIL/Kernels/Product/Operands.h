@@ -52,6 +52,9 @@ public:
                std::int64_t columns, float* tile, std::int64_t stride) const override;
 
 private:
+    void addBias(std::int64_t firstRow, std::int64_t rows, std::int64_t columns, float* tile,
+                 std::int64_t stride) const;
+
     const Target target;
     const TensorView* bias;
 };

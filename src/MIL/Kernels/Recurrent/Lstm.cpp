@@ -93,7 +93,7 @@ Activation activationOf(const Call& call, std::string_view parameter, std::strin
 /// What a direction works with, in single precision. Belongs to the calling thread and keeps
 /// its memory from call to call.
 struct Workspace {
-    std::vector<float> projected; // x W' + b of every step: [S, B, 4H]
+    std::vector<float> projected; // x W' + b of some steps: [steps, B, 4H]
     std::vector<float> recurrent; // h R' of one step: [B, 4H]
     std::vector<float> hidden;    // [B, H]
     std::vector<float> cell;      // [B, H]
@@ -122,11 +122,18 @@ public:
     void run(bool backwards, bool wholeSequence)
     {
         loadStates();
-        project();
         const std::int64_t area = sizes.batch * sizes.cells;
         work.results.resize(static_cast<std::size_t>(wholeSequence ? sizes.steps * area : area));
+        // Projected together as long as it takes little memory.
+        constexpr std::int64_t mostFloats = std::int64_t{1} << 20;
+        const std::int64_t block =
+            std::max<std::int64_t>(1, mostFloats / std::max<std::int64_t>(4 * area, 1));
         for (std::int64_t i = 0; i < sizes.steps; ++i) {
             call.checkStop();
+            if (i % block == 0) {
+                const std::int64_t count = std::min(block, sizes.steps - i);
+                project(backwards ? sizes.steps - i - count : i, count);
+            }
             step(backwards ? sizes.steps - 1 - i : i);
             if (wholeSequence) {
                 std::copy_n(work.hidden.data(), area, work.results.data() + i * area);
@@ -162,14 +169,16 @@ private:
             {stored != nullptr ? call.type(name) : call.input(name), stored, 0, inner, 1});
     }
 
-    /// x W' + b for all steps at once.
-    void project()
+    /// x W' + b for the steps [first, first + count).
+    void project(std::int64_t first, std::int64_t count)
     {
+        firstProjected = first;
         const std::int64_t gates = 4 * sizes.cells;
-        const std::int64_t columns = sizes.steps * sizes.batch;
+        const std::int64_t columns = count * sizes.batch;
         const TensorBuffer target = floats(work.projected, {columns, gates});
         multiply(call, {gates, sizes.inputs, columns}, weights("weight_ih" + suffix, sizes.inputs),
-                 MatrixColumns({call.input("x"), nullptr, 0, 1, sizes.inputs}),
+                 MatrixColumns({call.input("x"), nullptr, first * sizes.batch * sizes.inputs, 1,
+                                sizes.inputs}),
                  MatrixSink({target, 0, 1, gates},
                             call.has("bias" + suffix) ? &call.input("bias" + suffix) : nullptr));
     }
@@ -185,7 +194,8 @@ private:
                  MatrixSink({target, 0, 1, 4 * h}, nullptr));
         for (std::int64_t b = 0; b < sizes.batch; ++b) {
             float* const gates = work.recurrent.data() + b * 4 * h;
-            const float* const projected = work.projected.data() + (time * sizes.batch + b) * 4 * h;
+            const float* const projected =
+                work.projected.data() + ((time - firstProjected) * sizes.batch + b) * 4 * h;
             for (std::int64_t i = 0; i < 4 * h; ++i) {
                 gates[i] += projected[i];
             }
@@ -228,6 +238,7 @@ private:
     const std::int64_t index;
     const std::string suffix;
     Workspace& work;
+    std::int64_t firstProjected = 0;
     const Activation recurrent;
     const Activation candidate;
     const Activation output;

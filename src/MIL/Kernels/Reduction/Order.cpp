@@ -27,6 +27,7 @@ void runCumulative(const Call& call)
     const bool reverse = call.flag("reverse", false);
     const AxisSplit split(x.shape(), {static_cast<std::int64_t>(axis)});
     for (std::int64_t row = 0; row < split.rows(); ++row) {
+        call.checkStop();
         const std::int64_t start = split.start(row);
         double sum = 0;
         for (std::int64_t i = 0; i < split.width(); ++i) {
@@ -94,6 +95,7 @@ void runTop(const Call& call)
     const AxisSplit from(x.shape(), axes);
     const AxisSplit to(call.output().shape(), axes);
     for (std::int64_t row = 0; row < from.rows(); ++row) {
+        call.checkStop();
         const auto& places = sortedPlaces(x, from, row, call.flag("ascending", false));
         for (std::int64_t i = 0; i < to.width(); ++i) {
             const std::int64_t place = places[static_cast<std::size_t>(i)];
@@ -120,6 +122,7 @@ void runSort(const Call& call)
     const std::size_t axis = call.axis("axis", -1, x.rank());
     const AxisSplit split(x.shape(), {static_cast<std::int64_t>(axis)});
     for (std::int64_t row = 0; row < split.rows(); ++row) {
+        call.checkStop();
         const auto& places = sortedPlaces(x, split, row, call.flag("ascending", false));
         for (std::int64_t i = 0; i < split.width(); ++i) {
             call.output().set(split.start(row) + split.offset(i),

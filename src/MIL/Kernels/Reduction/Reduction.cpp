@@ -125,7 +125,8 @@ double reduceRow(Reduction reduction, const float* row, std::int64_t width)
         for (std::int64_t i = 0; i < width; ++i) {
             const auto value = static_cast<double>(row[i]);
             sum *= value;
-            most = reduction == Reduction::minimum ? std::min(most, value) : std::max(most, value);
+            const bool better = reduction == Reduction::minimum ? value < most : value > most;
+            most = better || std::isnan(value) ? value : most;
         }
         break;
     }
@@ -225,6 +226,7 @@ void runArg(const Call& call)
     const AxisSplit split(x.shape(), {static_cast<std::int64_t>(axis)});
     const auto find = call.referenceKernels() ? reference::firstLargest : firstLargest;
     for (std::int64_t row = 0; row < split.rows(); ++row) {
+        call.checkStop();
         std::int64_t best = 0;
         if (isComputed(x.type.element)) {
             float* const values = rowBuffer(split.width());

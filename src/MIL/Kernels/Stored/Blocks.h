@@ -45,6 +45,14 @@ public:
         return block;
     }
 
+    /// The extent of the last axis where every place along it is a block of its own, so that
+    /// neighbours have consecutive blocks; else 0.
+    std::int64_t finest() const
+    {
+        const bool fine = cutCount > 0 && cuts[0].inner == 1 && cuts[0].size == 1;
+        return fine ? cuts[0].extent : 0;
+    }
+
     /// Calls `body(offset, length, block)` for the pieces of [first, first + count) that lie in
     /// one block each.
     template <class Body>

@@ -40,10 +40,40 @@ void DenseValues::expand(std::int64_t first, std::int64_t count, float* out) con
     }
 }
 
+ScaledValues::ScaledValues(Parts given) : parts(std::move(given))
+{
+    period = parts.scaleBlocks.finest();
+    if (period != 0 && parts.offsets.size() == 1) {
+        parts.offsets.resize(parts.scales.size(), parts.offsets.front());
+        parts.offsetBlocks = parts.scaleBlocks;
+    }
+    if (!parts.offsets.empty() && parts.offsetBlocks.finest() != period) {
+        period = 0;
+    }
+}
+
+void ScaledValues::expandFine(std::int64_t first, std::int64_t count, float* out) const
+{
+    const bool toHalf = parts.result == ElementType::fp16;
+    for (std::int64_t done = 0; done < count;) {
+        const std::int64_t place = first + done;
+        const std::int64_t length = std::min(period - place % period, count - done);
+        const float* const scales = parts.scales.data() + parts.scaleBlocks.at(place);
+        const float* const offsets =
+            parts.offsets.empty() ? nullptr : parts.offsets.data() + parts.offsetBlocks.at(place);
+        shiftAndScaleEach(out + done, length, offsets, scales, toHalf);
+        done += length;
+    }
+}
+
 void ScaledValues::expand(std::int64_t first, std::int64_t count, float* out) const
 {
     const bool toHalf = parts.result == ElementType::fp16;
     parts.data->expand(first, count, out);
+    if (period != 0) {
+        expandFine(first, count, out);
+        return;
+    }
     parts.scaleBlocks.forEach(
         first, count, [&](std::int64_t at, std::int64_t length, std::int64_t block) {
             const float scale = parts.scales[static_cast<std::size_t>(block)];

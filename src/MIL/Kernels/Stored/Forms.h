@@ -34,13 +34,17 @@ public:
         std::vector<float> offsets; // may be empty
         ElementType result = ElementType::fp32;
     };
-    explicit ScaledValues(Parts parts) : parts(std::move(parts)) {}
+    explicit ScaledValues(Parts given);
     void expand(std::int64_t first, std::int64_t count, float* out) const override;
     void expandAt(std::int64_t first, std::span<const std::int64_t> positions,
                   float* out) const override;
 
 private:
-    const Parts parts;
+    void expandFine(std::int64_t first, std::int64_t count, float* out) const;
+
+    Parts parts;
+    /// The last axis where scales, and offsets if there are any, belong to single elements.
+    std::int64_t period = 0;
 };
 
 /// Palettes: element i is entry indices[i] of its block's palette.

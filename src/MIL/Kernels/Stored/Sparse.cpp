@@ -9,6 +9,7 @@ namespace {
 
 std::shared_ptr<const Mask> maskOf(const Call& call, std::string_view name, std::int64_t count)
 {
+    call.spend(static_cast<std::size_t>(count) / 64 + 64);
     return std::make_shared<Mask>(call.input(name).data, count);
 }
 
@@ -63,10 +64,12 @@ void inferPaletteSparse(const Call& call, std::vector<TensorType>& outputs)
 }
 
 /// The mask with every bit repeated along the vector axis.
-std::vector<std::byte> repeatedMask(const TensorView& mask, const Palette& palette)
+std::vector<std::byte> repeatedMask(const Call& call, const TensorView& mask,
+                                    const Palette& palette)
 {
     const std::int64_t inner = product(mask.shape(), palette.vectorAxis + 1, mask.rank());
     const std::int64_t count = elementCount(palette.shape);
+    call.spend(static_cast<std::size_t>(count) / 8 + static_cast<std::size_t>(count) / 64 + 64);
     std::vector<std::byte> bytes(static_cast<std::size_t>(count) / 8 + 1);
     for (std::int64_t i = 0; i < count; ++i) {
         const std::int64_t place = i / inner / palette.vector * inner + i % inner;
@@ -91,7 +94,7 @@ void storePaletteSparse(const Call& call, std::span<StoredOutput> outputs)
     if (palette.vector == 1) {
         outputs[0].operand = maskTensor.data;
     } else {
-        outputs[0].bytes = repeatedMask(maskTensor, palette);
+        outputs[0].bytes = repeatedMask(call, maskTensor, palette);
         places = std::make_shared<Mask>(outputs[0].bytes.data(), elementCount(palette.shape));
     }
     outputs[1].values = std::make_shared<PlacedValues>(std::move(values), places);

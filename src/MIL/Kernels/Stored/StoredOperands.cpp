@@ -18,7 +18,9 @@ std::vector<float> numbersOf(const Call& call, std::string_view name)
 {
     std::vector<float> numbers;
     if (call.has(name)) {
-        numbers.resize(static_cast<std::size_t>(call.type(name).elements()));
+        const auto count = static_cast<std::size_t>(call.type(name).elements());
+        call.spend(2 * count * sizeof(float)); // palettes keep them twice
+        numbers.resize(count);
         valuesOf(call, name)->expand(0, call.type(name).elements(), numbers.data());
     }
     return numbers;

@@ -7,6 +7,8 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "MIL/Kernels/Elementwise/HalfVectors-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace vorlin::mil {
 namespace HWY_NAMESPACE {
@@ -44,7 +46,6 @@ std::int64_t shiftAndScale(float* values, std::int64_t count, float offset, floa
                            bool toHalf)
 {
     const Floats floats;
-    const hn::Rebind<hwy::float16_t, Floats> halves;
     const auto lanes = static_cast<std::int64_t>(hn::Lanes(floats));
     const auto shift = hn::Set(floats, offset);
     const auto factor = hn::Set(floats, scale);
@@ -52,7 +53,25 @@ std::int64_t shiftAndScale(float* values, std::int64_t count, float offset, floa
     for (; i + lanes <= count; i += lanes) {
         auto value = hn::Mul(hn::Sub(hn::LoadU(floats, values + i), shift), factor);
         if (toHalf) {
-            value = hn::PromoteTo(floats, hn::DemoteTo(halves, value));
+            value = widenHalves(floats, narrowToHalves(floats, value));
+        }
+        hn::StoreU(value, floats, values + i);
+    }
+    return i;
+}
+
+std::int64_t shiftAndScaleEach(float* values, std::int64_t count, const float* offsets,
+                               const float* scales, bool toHalf)
+{
+    const Floats floats;
+    const auto lanes = static_cast<std::int64_t>(hn::Lanes(floats));
+    std::int64_t i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        auto value = hn::LoadU(floats, values + i);
+        value = offsets == nullptr ? value : hn::Sub(value, hn::LoadU(floats, offsets + i));
+        value = hn::Mul(value, hn::LoadU(floats, scales + i));
+        if (toHalf) {
+            value = widenHalves(floats, narrowToHalves(floats, value));
         }
         hn::StoreU(value, floats, values + i);
     }
@@ -183,6 +202,7 @@ HWY_EXPORT(lookUpHalves);
 HWY_EXPORT(widenSigned);
 HWY_EXPORT(widenUnsigned);
 HWY_EXPORT(shiftAndScale);
+HWY_EXPORT(shiftAndScaleEach);
 
 /// Unsigned numbers of `bits` bits from a stream.
 void unpackIndices(const std::byte* stream, std::size_t bits, std::int64_t first,
@@ -244,6 +264,17 @@ void shiftAndScale(float* values, std::int64_t count, float offset, float scale,
     for (std::int64_t i = HWY_DYNAMIC_DISPATCH(shiftAndScale)(values, count, offset, scale, toHalf);
          i < count; ++i) {
         const float value = (values[i] - offset) * scale;
+        values[i] = toHalf ? widen(narrow(value)) : value;
+    }
+}
+
+void shiftAndScaleEach(float* values, std::int64_t count, const float* offsets, const float* scales,
+                       bool toHalf)
+{
+    for (std::int64_t i =
+             HWY_DYNAMIC_DISPATCH(shiftAndScaleEach)(values, count, offsets, scales, toHalf);
+         i < count; ++i) {
+        const float value = (values[i] - (offsets == nullptr ? 0 : offsets[i])) * scales[i];
         values[i] = toHalf ? widen(narrow(value)) : value;
     }
 }

@@ -13,6 +13,9 @@ void unpackNumbers(const TensorView& tensor, std::int64_t first, std::int64_t co
 
 /// values[i] = (values[i] - offset) * scale, rounded to half precision if `toHalf`.
 void shiftAndScale(float* values, std::int64_t count, float offset, float scale, bool toHalf);
+/// The same with an offset (unless null) and a scale for each element.
+void shiftAndScaleEach(float* values, std::int64_t count, const float* offsets, const float* scales,
+                       bool toHalf);
 
 /// A palette of up to 256 numbers, also in the form that vector lookups take: the low and the
 /// high bytes of its entries in half precision, if all of them have one.
