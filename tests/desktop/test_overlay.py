@@ -151,6 +151,16 @@ def test_it_takes_no_focus_and_no_click_and_stays_above_full_screen_windows(star
     desktop.output(["xdotool", "windowactivate", str(full.window.id)])
     assert stays(seen, 0.5)
     desktop.screenshot(f"above-full-screen-{manager}")
+
+    # It is on every workspace.
+    if manager != "i3":  # which makes a workspace only where something is put on it
+        desktop.output(["xdotool", "set_num_desktops", "2"])
+        desktop.output(["xdotool", "set_desktop", "1"])
+        wait_until(lambda: desktop.output(["xdotool", "get_desktop"]).strip() == "1",
+                   "the other workspace")
+        wait_until(lambda: overlay.pixels((5, 5, 1, 1))[0][0] != (0xd0, 0x20, 0x20),
+                   "the full-screen window to stay behind")
+        assert stays(lambda: min(overlay.pixels((x, y - 18, 1, 1))[0][0]) > 0xd0, 0.3)
     full.close()
     below.close()
     desktop.keyboard.tap("Escape")
