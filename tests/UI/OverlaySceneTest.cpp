@@ -91,12 +91,15 @@ TEST_F(OverlaySceneTest, hugsTheEdgesThatThePositionNames)
 TEST_F(OverlaySceneTest, theCapsuleOfTheWaveformHasTheSpecifiedMeasures)
 {
     listen();
+    speak();
     for (const double scale : {0.85, 1.0, 1.3}) {
         defaults.set("hud.scale", scale);
         defaults.set("hud.showEsc", false);
         loop.runReady();
         const auto& layout = model.view.get().layout;
-        const QRect box = capsule(picture(2));
+        const QImage drawn = picture(2);
+        keep(over(drawn, QColor("#5a7fa8")), "scale-" + std::to_string(std::lround(100 * scale)));
+        const QRect box = capsule(drawn);
         const double width = 2 * layout.horizontalPadding + layout.leadingWidth + layout.spacing +
                              layout.waveform.width;
         const double height = 2 * layout.verticalPadding + layout.waveform.height;

@@ -151,6 +151,16 @@ def test_it_takes_no_focus_and_no_click_and_stays_above_full_screen_windows(star
     desktop.output(["xdotool", "windowactivate", str(full.window.id)])
     assert stays(seen, 0.5)
     desktop.screenshot(f"above-full-screen-{manager}")
+
+    # It is on every workspace.
+    if manager != "i3":  # which makes a workspace only where something is put on it
+        desktop.output(["xdotool", "set_num_desktops", "2"])
+        desktop.output(["xdotool", "set_desktop", "1"])
+        wait_until(lambda: desktop.output(["xdotool", "get_desktop"]).strip() == "1",
+                   "the other workspace")
+        wait_until(lambda: overlay.pixels((5, 5, 1, 1))[0][0] != (0xd0, 0x20, 0x20),
+                   "the full-screen window to stay behind")
+        assert stays(lambda: min(overlay.pixels((x, y - 18, 1, 1))[0][0]) > 0xd0, 0.3)
     full.close()
     below.close()
     desktop.keyboard.tap("Escape")
@@ -315,11 +325,12 @@ def test_a_dictation_is_shown_and_announced_from_press_to_text(start, theme):
         talking = hear(program, desktop)
         desktop.screenshot(f"{mode}-waveform")
         assert talking.wait(30) == 0
-        overlay.picture(f"{mode}-text")
+        desktop.screenshot(f"{mode}-text")
         if mode == "clip":
             desktop.keyboard.tap("Escape")
             wait_until(lambda: reader.heard("Cancelled"), '"Cancelled" to be said')
-            overlay.picture("cancelled")
+            stays(overlay.is_shown, 0.25)  # at rest by then, and there for 0.7 s
+            desktop.screenshot("cancelled")
             overlay.await_hidden()
     desktop.keyboard.tap("Alt_R")
     wait_until(lambda: reader.heard("Transcribing…"), "the end to be said")

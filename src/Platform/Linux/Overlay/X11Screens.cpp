@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <chrono>
 #include <cmath>
 #include <string>
 #include <string_view>
@@ -17,6 +18,8 @@ namespace vorlin {
 namespace {
 
 constexpr double usualDpi = 96;
+/// A dictation starts meanwhile: where the server is kept busy, the main screen has to do.
+constexpr std::chrono::milliseconds pointerLimit{50};
 /// Properties of the root window that tell of panels, workspaces and the scale.
 constexpr std::array watchedProperties = {"_NET_WORKAREA", "_NET_CLIENT_LIST",
                                           "_NET_CURRENT_DESKTOP", "RESOURCE_MANAGER"};
@@ -113,8 +116,8 @@ std::optional<Point> X11Screens::pointer() const
     if (!server.isAlive()) {
         return std::nullopt;
     }
-    const auto reply =
-        server.reply<xcb_query_pointer_reply_t>(xcb_query_pointer(server.get(), server.root()));
+    const auto reply = server.reply<xcb_query_pointer_reply_t>(
+        xcb_query_pointer(server.get(), server.root()), pointerLimit);
     if (!reply || reply->same_screen == 0) {
         return std::nullopt;
     }
