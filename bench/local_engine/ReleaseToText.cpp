@@ -213,6 +213,8 @@ void measure(const std::filesystem::path& folder)
     printMemory("at rest");
     there.dictate(2, false);
     printMemory("loaded");
+    there.unload();
+    printMemory("unloaded");
 
     std::chrono::nanoseconds perCall{0};
     {
@@ -235,8 +237,6 @@ void measure(const std::filesystem::path& folder)
             printSplit(*std::ranges::min_element(results, {}, &Bench::Result::total), perCall);
         }
     }
-    there.unload();
-    printMemory("unloaded");
 }
 
 } // namespace
