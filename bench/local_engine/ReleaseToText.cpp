@@ -220,7 +220,8 @@ void measure(const std::filesystem::path& folder)
     {
         Bench here(folder, local, loop, workers);
         here.dictate(2, false);
-        perCall = boundaryPerCall(there.dictate(14, false).times, here.dictate(14, false).times);
+        perCall =
+            boundaryPerCall(there.dictate(13.9, false).times, here.dictate(13.9, false).times);
         here.unload();
     }
     fmt::print("process boundary: {:.1f} µs a call\n", milliseconds(perCall) * 1000);
