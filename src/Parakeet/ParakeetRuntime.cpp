@@ -40,8 +40,8 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
     {
         const auto scheduled = ++idle;
         loop.postAfter(idleTime, [weak = weak_from_this(), scheduled] {
-            if (const auto state = weak.lock()) {
-                state->executor.post([weak, scheduled] {
+            if (const auto alive = weak.lock()) {
+                alive->executor.post([weak, scheduled] {
                     const auto same = weak.lock();
                     if (same && same->idle == scheduled) {
                         same->loaded.reset();
@@ -100,23 +100,22 @@ Task<std::string> ParakeetRuntime::transcribe(std::vector<float> utterance,
 
 void ParakeetRuntime::warm(const std::filesystem::path& directory)
 {
-    spawn(state->executor,
-          [](std::shared_ptr<State> state, std::filesystem::path at) -> Task<void> {
-              const auto hold = co_await state->oneAtATime.lock();
-              try {
-                  co_await state->modelsAt(std::move(at));
-                  state->scheduleUnload();
-              } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): see the header
-              }
-          }(state, directory));
+    spawn(state->executor, [](std::shared_ptr<State> held, std::filesystem::path at) -> Task<void> {
+        const auto hold = co_await held->oneAtATime.lock();
+        try {
+            co_await held->modelsAt(std::move(at));
+            held->scheduleUnload();
+        } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): see the header
+        }
+    }(state, directory));
 }
 
 void ParakeetRuntime::unload()
 {
-    spawn(state->executor, [](std::shared_ptr<State> state) -> Task<void> {
+    spawn(state->executor, [](std::shared_ptr<State> held) -> Task<void> {
         // After a load that is under way, so that it does not bring back what is to go.
-        const auto hold = co_await state->oneAtATime.lock();
-        state->loaded.reset();
+        const auto hold = co_await held->oneAtATime.lock();
+        held->loaded.reset();
     }(state));
 }
 
