@@ -11,3 +11,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 else()
     target_compile_options(vorlin_warnings INTERFACE -Wshadow)
 endif()
+
+# Under a sanitizer GCC takes code that it has instrumented for reads of uninitialised variables.
+if(VORLIN_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(vorlin_warnings INTERFACE -Wno-maybe-uninitialized)
+endif()
