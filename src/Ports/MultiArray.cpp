@@ -27,6 +27,7 @@ std::int64_t product(const MultiArray::Extents& shape)
 
 MultiArray::Extents denseStrides(const MultiArray::Extents& shape)
 {
+    product(shape); // which refuses what the steps could not hold
     MultiArray::Extents strides(shape.size());
     std::int64_t step = 1;
     for (std::size_t axis = shape.size(); axis-- > 0;) {
