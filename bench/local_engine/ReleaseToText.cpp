@@ -8,6 +8,7 @@
 #include "Parakeet/ParakeetTranscriber.h"
 #include "Platform/Linux/Desktop/XDGFolders.h"
 #include "Platform/Linux/Engine/EngineModels.h"
+#include "Platform/RunUntil.h"
 #include "Platform/Shared/QtMainLoop.h"
 #include "Platform/Shared/ThreadPool.h"
 #include "TimedModels.h"
@@ -162,8 +163,9 @@ private:
     template <class Condition>
     static void waitFor(const Condition& condition)
     {
-        while (!condition()) {
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
+        if (!runUntil(condition, 5min)) {
+            fmt::print(stderr, "nothing came\n");
+            std::exit(1);
         }
     }
 
