@@ -157,13 +157,9 @@ def dock(desktop, **struts):
     return window.show()
 
 
-class FocusWatch:
-    """Notes, as often as it can, which windows have the focus and are active.
-
-        with FocusWatch(desktop) as watch:
-            ...
-        watch.seen    # {(focused, active), ...}
-    """
+class Watch:
+    """Looks at a display, as often as it can, from a thread of its own for the length of a block;
+    a subclass's `_watch` adds to `seen` until `ending` is set."""
 
     def __init__(self, desktop):
         self.display = desktop.display
@@ -178,6 +174,18 @@ class FocusWatch:
     def __exit__(self, *unused):
         self.ending.set()
         self.thread.join(20)
+
+    def _watch(self):
+        raise NotImplementedError
+
+
+class FocusWatch(Watch):
+    """Notes which windows have the focus and are active.
+
+        with FocusWatch(desktop) as watch:
+            ...
+        watch.seen    # {(focused, active), ...}
+    """
 
     def _watch(self):
         x = xdisplay.Display(self.display)

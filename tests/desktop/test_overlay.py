@@ -4,15 +4,14 @@ import itertools
 import json
 import os
 import subprocess
-import threading
 
 import pytest
 from gi.repository import GLib
 from Xlib import X, Xatom, display as xdisplay
 
 from editors import GTKEditor
-from overlay import (POSITIONS, FocusWatch, OtherWindow, Overlay, Portal, ScreenReader, dock,
-                     expected_frame)
+from overlay import (POSITIONS, FocusWatch, OtherWindow, Overlay, Portal, ScreenReader, Watch,
+                     dock, expected_frame)
 from program import Program
 from sound_server import speech
 from virtual_desktop import VirtualDesktop
@@ -197,23 +196,12 @@ def _middle(overlay):
     return overlay.pixels((x + width // 2, y + height - 12 - 5, 1, 1))[0][0]
 
 
-class Brightnesses:
+class Brightnesses(Watch):
     """Notes how bright the capsule is, until the end of the block and a little longer."""
 
     def __init__(self, overlay):
+        super().__init__(overlay.desktop)
         self.frame = overlay.frame()
-        self.display = overlay.desktop.display
-        self.seen = set()
-        self.ending = threading.Event()
-
-    def __enter__(self):
-        self.thread = threading.Thread(target=self._watch, daemon=True)
-        self.thread.start()
-        return self
-
-    def __exit__(self, *unused):
-        self.ending.set()
-        self.thread.join(20)
 
     def _watch(self):
         display = xdisplay.Display(self.display)
