@@ -1,8 +1,9 @@
 // bench_mil --memory FOLDER: loads and runs the encoder and holds its resident memory against the
 // limit; exit 1 beyond it. bench_mil FOLDER [ROUNDS]: measures a model folder made by
-// full_size_model.py. Everything that is compared runs in turns, round by round, so that ratios
-// come from one run. Both the wall clock and the processor time are given: on a busy machine only
-// the latter means anything.
+// full_size_model.py. bench_mil --encoders ROUNDS FOLDER...: the encoders of several such folders
+// against the first one's. Everything that is compared runs in turns, round by round, so that
+// ratios come from one run. Both the wall clock and the processor time are given: on a busy machine
+// only the latter means anything.
 #include "MIL/Model.h"
 #include "Yardstick.h"
 
@@ -14,6 +15,7 @@
 #include <exception>
 #include <fstream>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -150,6 +152,28 @@ void benchEncoder(const std::filesystem::path& bundle, int rounds)
                 encoder.weightBytes() >> 20, encoder.bufferBytes() >> 20);
 }
 
+/// The encoders of several folders, in turns, against the first one.
+void benchEncoders(const std::vector<std::filesystem::path>& folders, int rounds)
+{
+    std::vector<std::unique_ptr<Subject>> encoders;
+    for (const std::filesystem::path& folder : folders) {
+        encoders.push_back(std::make_unique<Subject>(folder / "Encoder.mlmodelc", threads));
+    }
+    std::vector<Series> times(folders.size());
+    for (int i = 0; i < rounds; ++i) {
+        for (std::size_t k = 0; k < folders.size(); ++k) {
+            times[k].measure([&] { encoders[k]->run(); });
+        }
+    }
+    for (std::size_t k = 0; k < folders.size(); ++k) {
+        const std::string name = "encoder, " + folders[k].filename().string();
+        print(name.c_str(), times[k], 1);
+        if (k > 0) {
+            compare("  ratio to the first", times[k], times[0], 1.0);
+        }
+    }
+}
+
 /// What this process holds in memory right now, mapped files included.
 std::size_t residentBytes()
 {
@@ -183,6 +207,11 @@ bool checkMemory(const std::filesystem::path& bundle)
     return resident != 0 && ratio <= limit;
 }
 
+int roundsFrom(const char* word)
+{
+    return std::max(1, static_cast<int>(std::strtol(word, nullptr, 10)));
+}
+
 } // namespace
 
 } // namespace vorlin::mil::bench
@@ -191,16 +220,20 @@ int main(int count, char** arguments)
 {
     using namespace vorlin::mil::bench;
     if (count < 2) {
-        std::fprintf(stderr, "usage: bench_mil [--memory] FOLDER [ROUNDS]\n");
+        std::fprintf(stderr, "usage: bench_mil FOLDER [ROUNDS] | --memory FOLDER | "
+                             "--encoders ROUNDS FOLDER...\n");
         return 1;
     }
     try {
         if (std::string_view(arguments[1]) == "--memory" && count > 2) {
             return checkMemory(std::filesystem::path(arguments[2]) / "Encoder.mlmodelc") ? 0 : 1;
         }
+        if (std::string_view(arguments[1]) == "--encoders" && count > 3) {
+            benchEncoders({arguments + 3, arguments + count}, roundsFrom(arguments[2]));
+            return 0;
+        }
         const std::filesystem::path folder = arguments[1];
-        const int rounds =
-            count > 2 ? std::max(1, static_cast<int>(std::strtol(arguments[2], nullptr, 10))) : 5;
+        const int rounds = count > 2 ? roundsFrom(arguments[2]) : 5;
         // oneDNN takes its threads from here.
         setenv("OMP_NUM_THREADS", "2", 0); // NOLINT(concurrency-mt-unsafe): one thread so far
         std::printf("%s, %zu threads, %d rounds\n", processorName().c_str(), threads, rounds);

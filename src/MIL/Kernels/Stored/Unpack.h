@@ -17,24 +17,31 @@ void shiftAndScale(float* values, std::int64_t count, float offset, float scale,
 void shiftAndScaleEach(float* values, std::int64_t count, const float* offsets, const float* scales,
                        bool toHalf);
 
-/// A palette of up to 256 numbers, also in the form that vector lookups take: the low and the
-/// high bytes of its entries in half precision, if all of them have one.
+/// Indices looked up together: as many as the widest vector has bytes.
+constexpr std::int64_t mostTogether = 64;
+
+/// A palette of at most 64 numbers that half precision holds exactly, in the forms that vector
+/// lookups take.
+struct HalfPalette {
+    std::array<std::uint16_t, 64> whole{};
+    std::array<std::uint8_t, 64> low{}; // its low bytes
+    std::array<std::uint8_t, 64> high{};
+};
+
+/// A palette of up to 256 numbers.
 class PaletteTable {
 public:
     /// `count` entries; the rest is never looked up.
     PaletteTable(const float* entries, std::int64_t count);
 
     const float* entries() const { return numbers.data(); }
-    bool asHalves() const { return halves; }
-    const std::uint8_t* lowBytes() const { return low.data(); }
-    const std::uint8_t* highBytes() const { return high.data(); }
+    /// Null if the palette has no such form.
+    const HalfPalette* asHalves() const { return exact ? &palette : nullptr; }
 
 private:
     std::vector<float> numbers;
-    static constexpr std::size_t mostHalves = 64;
-    std::array<std::uint8_t, mostHalves> low{};
-    std::array<std::uint8_t, mostHalves> high{};
-    bool halves = false;
+    HalfPalette palette;
+    bool exact = false;
 };
 
 /// out[i] = entry index[first + i], where the indices are a little-endian stream of `bits`-wide
