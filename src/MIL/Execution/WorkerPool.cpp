@@ -1,8 +1,11 @@
 #include "MIL/Execution/WorkerPool.h"
 
+#include <hwy/cache_control.h>
+
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <exception>
 #include <utility>
 
@@ -11,6 +14,20 @@ namespace vorlin::mil {
 namespace {
 
 constexpr std::size_t mostWorkers = 255;
+
+/// How long a thread looks out for what is about to happen before it sleeps: about what waking it
+/// up again costs. Operations of a program follow each other within less.
+constexpr std::chrono::microseconds lookOut{50};
+
+/// Waits, awake, until `happened` holds or the time is up.
+template <class Condition>
+void lookOutFor(const Condition& happened)
+{
+    const auto end = std::chrono::steady_clock::now() + lookOut;
+    while (!happened() && std::chrono::steady_clock::now() < end) {
+        hwy::Pause();
+    }
+}
 
 /// What the pools of a process have in common.
 struct Process {
@@ -32,7 +49,7 @@ struct WorkerPool::Job {
     std::size_t mostHelpers;
     FunctionRef<void(std::size_t)> task;
     std::atomic<std::size_t> next{0};
-    std::size_t helpers = 0;      // guarded by the pool's mutex
+    std::atomic<std::size_t> helpers{0}; // changed under the pool's mutex
     std::exception_ptr failure{}; // guarded by failureLock
     std::mutex failureLock{};
 };
@@ -83,6 +100,7 @@ void WorkerPool::run(std::size_t tasks, std::size_t threads, FunctionRef<void(st
         const std::lock_guard guard(mutex);
         addWorkers(helpers);
         jobs.push_back(&job);
+        posted.fetch_add(1);
     }
     for (std::size_t i = 0; i < helpers; ++i) {
         wake.notify_one();
@@ -90,6 +108,11 @@ void WorkerPool::run(std::size_t tasks, std::size_t threads, FunctionRef<void(st
     help(job);
     std::unique_lock guard(mutex);
     jobs.erase(std::find(jobs.begin(), jobs.end(), &job));
+    if (job.helpers != 0 && kind == Kind::foreground) {
+        guard.unlock();
+        lookOutFor([&] { return job.helpers == 0; });
+        guard.lock();
+    }
     done.wait(guard, [&] { return job.helpers == 0; });
     if (job.failure) {
         std::rethrow_exception(job.failure);
@@ -127,7 +150,13 @@ void WorkerPool::work()
     }
     std::unique_lock guard(mutex);
     while (true) {
-        Job* job = nullptr;
+        Job* job = openJob();
+        if (job == nullptr && kind == Kind::foreground) {
+            const std::size_t before = posted;
+            guard.unlock();
+            lookOutFor([&] { return posted != before; });
+            guard.lock();
+        }
         wake.wait(guard, [&] { return closing || (job = openJob()) != nullptr; });
         if (job == nullptr) {
             return;

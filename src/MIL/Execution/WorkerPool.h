@@ -2,6 +2,7 @@
 
 #include "MIL/Execution/FunctionRef.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -50,6 +51,7 @@ private:
     std::condition_variable wake;
     std::condition_variable done;
     std::vector<Job*> jobs;
+    std::atomic<std::size_t> posted{0}; // jobs so far
     std::vector<std::thread> workers;
     bool closing = false;
 };
