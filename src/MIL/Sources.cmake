@@ -6,6 +6,7 @@ set(VORLIN_MIL_SOURCES
     Model.cpp
     Tensor.cpp
     Execution/BufferPlan.cpp
+    Execution/Chains.cpp
     Execution/Executor.cpp
     Execution/WorkerPool.cpp
     Graph/Call.cpp

@@ -22,20 +22,27 @@ struct Lifetime {
 
 class Planner {
 public:
-    explicit Planner(const Graph& graph) : graph(graph)
+    Planner(const Graph& graph, const std::vector<std::size_t>& steps) : graph(graph), steps(steps)
     {
         const std::size_t count = graph.values.views.size();
         plan.homes.resize(count);
         root.resize(count);
         std::iota(root.begin(), root.end(), std::size_t{0});
+        owner = root;
         lifetimes.resize(count);
+        lastReader.resize(count);
     }
 
     BufferPlan run()
     {
+        findLastReaders();
         findLifetimes();
         placeInArena();
         placeInSlots();
+        for (std::size_t id = 0; id < owner.size(); ++id) {
+            plan.homes[id].index =
+                owner[id] == id ? plan.homes[id].index : plan.homes[owner[id]].index;
+        }
         return std::move(plan);
     }
 
@@ -45,29 +52,77 @@ private:
         std::size_t bytes;
     };
 
+    static bool isAlias(const Node& node)
+    {
+        return node.kind->nature == OperationKind::Nature::alias;
+    }
+
+    /// The last node that reads a value, itself or as an alias; outputs are read in the end.
+    void findLastReaders()
+    {
+        for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
+            const Node& node = graph.nodes[i];
+            for (const auto& ids : node.operands) {
+                for (ValueId id : ids) {
+                    lastReader[root[id]] = i;
+                }
+            }
+            if (isAlias(node)) {
+                root[node.outputs.front()] = root[node.operands.front().front()];
+            }
+        }
+        for (ValueId id : graph.outputIds) {
+            lastReader[root[id]] = graph.nodes.size();
+        }
+    }
+
+    /// The value whose bytes an output of a node can write over: an operand of as many elements of
+    /// as many bits, in the arena, that no later node reads. The output itself if there is none.
+    std::size_t inheritedFrom(std::size_t index, std::size_t output) const
+    {
+        const Node& node = graph.nodes[index];
+        if (node.kind->part == nullptr || !node.known) {
+            return output;
+        }
+        const TensorType& type = graph.values.views[output].type;
+        for (const auto& ids : node.operands) {
+            for (ValueId id : ids) {
+                const TensorType& read = graph.values.views[id].type;
+                if (plan.homes[root[id]].place == BufferPlan::Place::arena &&
+                    lastReader[root[id]] == index && read.shape == type.shape &&
+                    bitsOf(read.element) == bitsOf(type.element)) {
+                    return owner[root[id]];
+                }
+            }
+        }
+        return output;
+    }
+
     void findLifetimes()
     {
         for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
             const Node& node = graph.nodes[i];
             for (const auto& ids : node.operands) {
                 for (ValueId id : ids) {
-                    lifetimes[root[id]].last = i;
+                    lifetimes[owner[root[id]]].last = steps[i];
                 }
             }
+            if (isAlias(node)) {
+                plan.homes[node.outputs.front()] = {BufferPlan::Place::alias,
+                                                    node.operands.front().front()};
+                continue;
+            }
             for (ValueId id : node.outputs) {
-                lifetimes[id] = {i, i};
-                if (node.kind->nature == OperationKind::Nature::alias) {
-                    const ValueId source = node.operands.front().front();
-                    plan.homes[id] = {BufferPlan::Place::alias, source};
-                    root[id] = root[source];
-                    continue;
+                owner[id] = inheritedFrom(i, id);
+                if (owner[id] == id) {
+                    lifetimes[id] = {steps[i], steps[i]};
                 }
                 plan.homes[id].place =
                     node.known ? BufferPlan::Place::arena : BufferPlan::Place::slot;
             }
         }
         for (ValueId id : graph.outputIds) {
-            lifetimes[root[id]].last = graph.nodes.size();
+            lifetimes[owner[root[id]]].last = graph.nodes.size();
         }
     }
 
@@ -81,7 +136,7 @@ private:
     {
         std::vector<Block> blocks;
         for (std::size_t id = 0; id < plan.homes.size(); ++id) {
-            if (plan.homes[id].place == BufferPlan::Place::arena) {
+            if (plan.homes[id].place == BufferPlan::Place::arena && owner[id] == id) {
                 const std::size_t bytes = byteCount(graph.values.views[id].type);
                 blocks.push_back({id, (bytes + alignment - 1) / alignment * alignment});
             }
@@ -143,14 +198,14 @@ private:
 
     void placeInSlots()
     {
-        std::vector<std::size_t> freeFrom; // by slot, the first node that may take it
+        std::vector<std::size_t> freeFrom; // by slot, the first step that may take it
         for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
             for (ValueId id : graph.nodes[i].outputs) {
                 if (plan.homes[id].place != BufferPlan::Place::slot) {
                     continue;
                 }
                 const auto slot = std::find_if(freeFrom.begin(), freeFrom.end(),
-                                               [&](std::size_t from) { return from <= i; });
+                                               [&](std::size_t from) { return from <= steps[i]; });
                 plan.homes[id].index = static_cast<std::size_t>(slot - freeFrom.begin());
                 if (slot == freeFrom.end()) {
                     freeFrom.push_back(0);
@@ -162,16 +217,19 @@ private:
     }
 
     const Graph& graph;
+    const std::vector<std::size_t>& steps;
     BufferPlan plan;
-    std::vector<std::size_t> root; // the value whose bytes an alias shows
-    std::vector<Lifetime> lifetimes;
+    std::vector<std::size_t> root;       // the value whose bytes an alias shows
+    std::vector<std::size_t> owner;      // the value whose bytes an output writes over
+    std::vector<std::size_t> lastReader; // node, by root
+    std::vector<Lifetime> lifetimes;     // steps, by owner
 };
 
 } // namespace
 
-BufferPlan planBuffers(const Graph& graph)
+BufferPlan planBuffers(const Graph& graph, const std::vector<std::size_t>& steps)
 {
-    return Planner(graph).run();
+    return Planner(graph, steps).run();
 }
 
 } // namespace vorlin::mil

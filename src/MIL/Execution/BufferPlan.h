@@ -21,8 +21,9 @@ struct BufferPlan {
     std::size_t slots = 0;
 };
 
-/// Plans by lifetime: from the node that writes a value to the last that reads it, aliases
-/// included.
-BufferPlan planBuffers(const Graph& graph);
+/// Plans by lifetime: from the step that writes a value to the last that reads it, aliases
+/// included. `steps` is what `stepsOf` says of the graph. An element-wise operation writes over an
+/// operand of its size that nobody reads afterwards.
+BufferPlan planBuffers(const Graph& graph, const std::vector<std::size_t>& steps);
 
 } // namespace vorlin::mil

@@ -1,5 +1,7 @@
 #include "MIL/Execution/Executor.h"
 
+#include "MIL/Execution/Chains.h"
+
 #include "MIL/Error.h"
 
 #include <algorithm>
@@ -44,8 +46,8 @@ void ZeroedBytes::Release::operator()(std::byte* aligned) const
 }
 
 Executor::Executor(const Graph& graph, const Settings& settings)
-    : graph(graph), settings(settings), plan(planBuffers(graph)), values(graph.values),
-      foreground(WorkerPool::shared(WorkerPool::Kind::foreground)),
+    : graph(graph), settings(settings), steps(stepsOf(graph)), plan(planBuffers(graph, steps)),
+      values(graph.values), foreground(WorkerPool::shared(WorkerPool::Kind::foreground)),
       background(WorkerPool::shared(WorkerPool::Kind::background))
 {
     if (plan.arenaBytes > settings.largestBuffers) {
@@ -109,23 +111,62 @@ void Executor::run(std::span<const TensorView> inputs, const std::stop_token& st
             view.data = nothing; // an empty tensor is known, too
         }
     }
-    for (const Node& node : graph.nodes) {
-        if (stop.stop_requested()) {
-            throw Stopped();
-        }
-        const auto start =
-            timing ? std::chrono::steady_clock::now() : std::chrono::steady_clock::time_point();
-        try {
-            runNode(node);
-        } catch (const Error& error) {
-            throw Error("model.mil:" + std::to_string(node.line) + ": " + error.what());
-        }
-        if (timing) {
-            OperationTime& entry = timeByKind[std::string(node.kind->name)];
-            ++entry.calls;
-            entry.time += std::chrono::steady_clock::now() - start;
-        }
+    for (std::size_t first = 0; first < graph.nodes.size();) {
+        const auto end =
+            std::find_if(steps.begin() + static_cast<std::ptrdiff_t>(first), steps.end(),
+                         [&](std::size_t step) { return step != steps[first]; });
+        const auto last = static_cast<std::size_t>(end - steps.begin());
+        runStep(first, last);
+        first = last;
     }
+}
+
+/// Runs the nodes [first, last).
+void Executor::runStep(std::size_t first, std::size_t last)
+{
+    if (execution.stop.stop_requested()) {
+        throw Stopped();
+    }
+    const Node& node = graph.nodes[first];
+    const auto start =
+        timing ? std::chrono::steady_clock::now() : std::chrono::steady_clock::time_point();
+    outputs.clear();
+    try {
+        if (last - first == 1) {
+            runNode(node);
+        } else {
+            runChain(first, last);
+        }
+    } catch (const Error& error) {
+        throw Error("model.mil:" + std::to_string(node.line) + ": " + error.what());
+    }
+    if (timing) {
+        std::string name(node.kind->name);
+        for (std::size_t i = first + 1; i < last; ++i) {
+            name += " " + std::string(graph.nodes[i].kind->name);
+        }
+        OperationTime& entry = timeByKind[name];
+        ++entry.calls;
+        entry.time += std::chrono::steady_clock::now() - start;
+    }
+}
+
+void Executor::runChain(std::size_t first, std::size_t last)
+{
+    for (std::size_t i = first; i < last; ++i) {
+        place(graph.nodes[i]);
+    }
+    const auto callOf = [&](std::size_t i) {
+        const Node& node = graph.nodes[i];
+        return Call(*node.kind, node.operands, graph.opset, values,
+                    std::span(outputs).subspan(i - first, 1), execution);
+    };
+    const auto task = [&](std::int64_t begin, std::int64_t end) {
+        for (std::size_t i = first; i < last; ++i) {
+            graph.nodes[i].kind->part(callOf(i), begin, end);
+        }
+    };
+    callOf(first).parallel(elementCount(outputs.front().shape()), partLength, task);
 }
 
 void Executor::runNode(const Node& node)
@@ -143,7 +184,7 @@ void Executor::runNode(const Node& node)
         transferState(node);
         return;
     }
-    node.kind->run({*node.kind, node.operands, graph.opset, values, outputs, execution});
+    node.kind->compute({*node.kind, node.operands, graph.opset, values, outputs, execution});
 }
 
 /// Shapes that only this prediction knows.
@@ -168,7 +209,6 @@ void Executor::inferOutputs(const Node& node)
 
 void Executor::place(const Node& node)
 {
-    outputs.clear();
     for (ValueId id : node.outputs) {
         TensorView& view = values.views[id];
         std::byte* const data = home(id, byteCount(view.type));

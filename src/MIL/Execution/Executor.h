@@ -37,7 +37,7 @@ private:
     std::size_t capacity = 0;
 };
 
-/// Time spent in the operations of one kind.
+/// Time spent in the operations of one kind; chains of operations are kinds of their own.
 struct OperationTime {
     std::size_t calls = 0;
     std::chrono::nanoseconds time{0};
@@ -76,12 +76,15 @@ public:
 private:
     void place(const Node& node);
     void inferOutputs(const Node& node);
+    void runStep(std::size_t first, std::size_t last);
     void runNode(const Node& node);
+    void runChain(std::size_t first, std::size_t last);
     void transferState(const Node& node);
     std::byte* home(ValueId id, std::size_t bytes);
 
     const Graph& graph;
     Settings settings;
+    std::vector<std::size_t> steps;
     BufferPlan plan;
     ValueTable values;
     ZeroedBytes arena;
@@ -91,7 +94,7 @@ private:
     std::shared_ptr<WorkerPool> foreground;
     std::shared_ptr<WorkerPool> background;
     Execution execution;
-    std::vector<TensorBuffer> outputs; // of the node that runs
+    std::vector<TensorBuffer> outputs; // of the nodes that run
     std::vector<TensorType> inferred;  // of the node that runs
     bool timing = false;
     std::map<std::string, OperationTime> timeByKind;

@@ -50,7 +50,7 @@ struct WorkerPool::Job {
     FunctionRef<void(std::size_t)> task;
     std::atomic<std::size_t> next{0};
     std::atomic<std::size_t> helpers{0}; // changed under the pool's mutex
-    std::exception_ptr failure{}; // guarded by failureLock
+    std::exception_ptr failure{};        // guarded by failureLock
     std::mutex failureLock{};
 };
 

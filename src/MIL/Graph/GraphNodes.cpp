@@ -140,7 +140,7 @@ bool GraphBuilder::fold(const Node& node, const syntax::Statement& statement)
         buffers.push_back({type, own(byteCount(type)).data()});
     }
     try {
-        node.kind->run(call(node, buffers));
+        node.kind->compute(call(node, buffers));
     } catch (const Error& error) {
         fail(statement.position, error.what());
     }

@@ -184,7 +184,7 @@ ValueId GraphBuilder::dense(ValueId id, std::size_t line)
     if (bytes <= largestExpanded && bytes <= foldingBudget) {
         foldingBudget -= bytes;
         TensorBuffer buffer{type, own(bytes).data()};
-        node.kind->run(call(node, {&buffer, 1}));
+        node.kind->compute(call(node, {&buffer, 1}));
         graph.values.views[expanded].data = buffer.data;
     } else {
         graph.nodes.push_back(std::move(node));

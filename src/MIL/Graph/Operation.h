@@ -23,6 +23,13 @@ using Infer = void (*)(const Call& call, std::vector<TensorType>& outputs);
 /// Computes the outputs into the buffers of the call, whose types are what Infer said.
 using Run = void (*)(const Call& call);
 
+/// The same for the elements [begin, end) of the only output, which depend on the same elements of
+/// operands of its shape, and of smaller ones on those that stretch there. The output may lie where
+/// an operand of its size does. Any thread, several parts at once.
+using RunPart = void (*)(const Call& call, std::int64_t begin, std::int64_t end);
+/// Elements of a part: a few of them stay in the first-level cache.
+constexpr std::int64_t partLength = 8192;
+
 /// For operations on stored constants: what an output is. Exactly one of the three is set.
 struct StoredOutput {
     StoredValuesPointer values;         // numbers that are expanded where they are used
@@ -52,7 +59,12 @@ struct OperationKind {
     Run run = nullptr;
     Nature nature = Nature::pure;
     Store store = nullptr;
+    /// Instead of `run`, for element-wise operations.
+    RunPart part = nullptr;
     std::vector<Parameter> parameters{}; // filled from the signature
+
+    /// Computes the call's outputs on its threads.
+    void compute(const Call& call) const;
 };
 
 /// The operation of that name, or null. Kinds live as long as the program.

@@ -50,6 +50,16 @@ std::unordered_map<std::string_view, OperationKind> collect()
 
 } // namespace
 
+void OperationKind::compute(const Call& call) const
+{
+    if (part == nullptr) {
+        run(call);
+        return;
+    }
+    call.parallel(elementCount(call.output().shape()), partLength,
+                  [&](std::int64_t begin, std::int64_t end) { part(call, begin, end); });
+}
+
 const OperationKind* findOperation(std::string_view name)
 {
     static const auto kinds = collect();

@@ -72,32 +72,20 @@ void inferBinary(const Call& call, std::vector<TensorType>& outputs)
     }
 }
 
-/// Calls `body(first, count, x, y)` for pieces of the output of at most a chunk, where x and y
-/// are the flat places the operands start at.
+/// Calls `body(first, count, x, y)` for pieces of the elements [begin, end) of at most a chunk,
+/// where x and y are the flat places the operands start at.
 template <class Body>
-void forEachPiece(const Call& call, const Broadcast& walk, Body&& body)
+void forEachChunk(const Broadcast& walk, std::int64_t begin, std::int64_t end, Body&& body)
 {
-    const std::int64_t runsPerTask = std::max<std::int64_t>(1, grain / walk.length());
-    // Long runs are cut so that all threads get some.
-    const std::int64_t cuts = (walk.length() + grain - 1) / grain;
-    const std::int64_t cutLength = cuts <= 1 ? walk.length() : grain;
-    call.parallel(cuts <= 1 ? walk.runs() : walk.runs() * cuts, cuts <= 1 ? runsPerTask : 1,
-                  [&](std::int64_t begin, std::int64_t end) {
-                      const std::int64_t firstRun = cuts <= 1 ? begin : begin / cuts;
-                      const std::int64_t lastRun = cuts <= 1 ? end : firstRun + 1;
-                      const std::int64_t from = cuts <= 1 ? 0 : begin % cuts * cutLength;
-                      const std::int64_t to = std::min(walk.length(), from + cutLength);
-                      walk.forEach(firstRun, lastRun, [&](std::int64_t run, const auto& offsets) {
-                          for (std::int64_t i = from; i < to; i += chunkLength) {
-                              body(run * walk.length() + i, std::min(chunkLength, to - i),
-                                   offsets[0] + (walk.advances(0) ? i : 0),
-                                   offsets[1] + (walk.advances(1) ? i : 0));
-                          }
-                      });
-                  });
+    walk.forEachIn(begin, end, [&](std::int64_t first, std::int64_t count, const auto& offsets) {
+        for (std::int64_t i = 0; i < count; i += chunkLength) {
+            body(first + i, std::min(chunkLength, count - i),
+                 offsets[0] + (walk.advances(0) ? i : 0), offsets[1] + (walk.advances(1) ? i : 0));
+        }
+    });
 }
 
-void runBinary(const Call& call)
+void computeBinary(const Call& call, std::int64_t begin, std::int64_t end)
 {
     const BinaryFunction function = functionOf(call);
     const TensorView& x = call.input("x");
@@ -106,24 +94,22 @@ void runBinary(const Call& call)
     const std::array<Shape, 2> shapes{x.shape(), y.shape()};
     const Broadcast walk(out.shape(), shapes);
     const auto apply = call.referenceKernels() ? reference::applyBinary : applyBinary;
-    if (walk.runs() == 0) {
-        return;
-    }
     // The square of a single is exact in double, so a product rounds to the same.
     const bool squares =
         function == power && isComputed(y.type.element) && y.elements() == 1 && y.number(0) == 2;
     if (!isComputed(x.type.element)) {
-        forEachPiece(call, walk, [&](std::int64_t first, std::int64_t count, auto xAt, auto yAt) {
-            IntegerChunk a;
-            IntegerChunk b;
-            std::array<std::int64_t, chunkLength> results;
-            applyIntegers(function, a.load(x, xAt, count, walk.advances(0)),
-                          b.load(y, yAt, count, walk.advances(1)), count, results.data());
-            storeIntegers(out, first, count, results.data());
-        });
+        forEachChunk(
+            walk, begin, end, [&](std::int64_t first, std::int64_t count, auto xAt, auto yAt) {
+                IntegerChunk a;
+                IntegerChunk b;
+                std::array<std::int64_t, chunkLength> results;
+                applyIntegers(function, a.load(x, xAt, count, walk.advances(0)),
+                              b.load(y, yAt, count, walk.advances(1)), count, results.data());
+                storeIntegers(out, first, count, results.data());
+            });
         return;
     }
-    forEachPiece(call, walk, [&](std::int64_t first, std::int64_t count, auto xAt, auto yAt) {
+    forEachChunk(walk, begin, end, [&](std::int64_t first, std::int64_t count, auto xAt, auto yAt) {
         FloatChunk a;
         FloatChunk b;
         const float* const left = a.load(x, xAt, count, walk.advances(0));
@@ -192,12 +178,11 @@ void inferNot(const Call& call, std::vector<TensorType>& outputs)
     outputs.push_back(x);
 }
 
-void runNot(const Call& call)
+void computeNot(const Call& call, std::int64_t begin, std::int64_t end)
 {
     const TensorView& x = call.input("x");
     std::byte* const out = call.output().data;
-    const std::int64_t count = x.elements();
-    for (std::int64_t i = 0; i < count; ++i) {
+    for (std::int64_t i = begin; i < end; ++i) {
         out[i] = x.data[i] == std::byte{0} ? std::byte{1} : std::byte{0};
     }
 }
@@ -208,9 +193,11 @@ std::vector<OperationKind> binaryOperations()
 {
     std::vector<OperationKind> kinds;
     for (const Binary& entry : table) {
-        kinds.push_back({entry.name, "x y", inferBinary, runBinary});
+        kinds.push_back(
+            {.name = entry.name, .signature = "x y", .infer = inferBinary, .part = computeBinary});
     }
-    kinds.push_back({"logical_not", "x", inferNot, runNot});
+    kinds.push_back(
+        {.name = "logical_not", .signature = "x", .infer = inferNot, .part = computeNot});
     kinds.push_back({"prelu", "x alpha", inferByChannel, runByChannel});
     kinds.push_back({"softplus_parametric", "x alpha beta", inferByChannel, runByChannel});
     return kinds;

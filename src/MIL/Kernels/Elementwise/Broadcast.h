@@ -2,6 +2,7 @@
 
 #include "MIL/Extents.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -56,6 +57,27 @@ public:
                 counter[i] = 0;
             }
         }
+    }
+
+    /// Calls `body(first, count, offsets)` for the runs, or parts of runs, that the elements
+    /// [begin, end) are made of, where `first` is a flat element of the output.
+    template <class Body>
+    void forEachIn(std::int64_t begin, std::int64_t end, Body&& body) const
+    {
+        if (begin >= end) {
+            return;
+        }
+        forEach(begin / runLength, (end - 1) / runLength + 1,
+                [&](std::int64_t run, const Offsets& offsets) {
+                    const std::int64_t start = run * runLength;
+                    const std::int64_t from = std::max<std::int64_t>(begin - start, 0);
+                    const std::int64_t to = std::min(end - start, runLength);
+                    Offsets moved = offsets;
+                    for (std::size_t k = 0; k < mostOperands; ++k) {
+                        moved[k] += advancing[k] ? from : 0;
+                    }
+                    body(start + from, to - from, static_cast<const Offsets&>(moved));
+                });
     }
 
 private:

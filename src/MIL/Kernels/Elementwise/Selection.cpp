@@ -14,8 +14,6 @@ namespace vorlin::mil {
 
 namespace {
 
-constexpr std::int64_t grain = 16 * chunkLength;
-
 void inferSelect(const Call& call, std::vector<TensorType>& outputs)
 {
     const TensorType& condition = call.type("cond").type;
@@ -34,40 +32,61 @@ void inferSelect(const Call& call, std::vector<TensorType>& outputs)
     }
 }
 
+/// One run. Which operands advance is known to the compiler, so that it can use vectors.
+template <class T, bool conditionMoves, bool aMoves, bool bMoves>
+void selectRun(const std::uint8_t* condition, const T* a, const T* b, std::int64_t count, T* out)
+{
+    for (std::int64_t i = 0; i < count; ++i) {
+        const T left = a[aMoves ? i : 0];
+        const T right = b[bMoves ? i : 0];
+        out[i] = condition[conditionMoves ? i : 0] != 0 ? left : right;
+    }
+}
+
 template <class T>
-void select(const Call& call, const Broadcast& walk)
+auto* selectRunOf(const Broadcast& walk)
+{
+    static constexpr decltype(&selectRun<T, true, true, true>) forms[] = {
+        selectRun<T, false, false, false>, selectRun<T, false, false, true>,
+        selectRun<T, false, true, false>,  selectRun<T, false, true, true>,
+        selectRun<T, true, false, false>,  selectRun<T, true, false, true>,
+        selectRun<T, true, true, false>,   selectRun<T, true, true, true>};
+    return forms[(walk.advances(0) ? 4 : 0) + (walk.advances(1) ? 2 : 0) +
+                 (walk.advances(2) ? 1 : 0)];
+}
+
+template <class T>
+void select(const Call& call, const Broadcast& walk, std::int64_t begin, std::int64_t end)
 {
     const auto* const condition = call.input("cond").as<std::uint8_t>();
     const T* const a = call.input("a").as<T>();
     const T* const b = call.input("b").as<T>();
     T* const out = call.output().as<T>();
-    const std::int64_t step[] = {walk.advances(0), walk.advances(1), walk.advances(2)};
-    call.parallel(walk.runs(), std::max<std::int64_t>(1, grain / walk.length()),
-                  [&](std::int64_t begin, std::int64_t end) {
-                      walk.forEach(begin, end, [&](std::int64_t run, const auto& offsets) {
-                          T* const target = out + run * walk.length();
-                          for (std::int64_t i = 0; i < walk.length(); ++i) {
-                              target[i] = condition[offsets[0] + i * step[0]] != 0
-                                              ? a[offsets[1] + i * step[1]]
-                                              : b[offsets[2] + i * step[2]];
-                          }
-                      });
-                  });
+    const auto run = selectRunOf<T>(walk);
+    walk.forEachIn(begin, end, [&](std::int64_t first, std::int64_t count, const auto& offsets) {
+        for (std::int64_t i = 0; i < count; i += chunkLength) {
+            const auto at = [&](std::size_t operand) {
+                return offsets[operand] + (walk.advances(operand) ? i : 0);
+            };
+            // The output may lie where an operand does.
+            std::array<T, chunkLength> chosen;
+            const std::int64_t piece = std::min(chunkLength, count - i);
+            run(condition + at(0), a + at(1), b + at(2), piece, chosen.data());
+            std::copy_n(chosen.data(), piece, out + first + i);
+        }
+    });
 }
 
-void runSelect(const Call& call)
+void computeSelect(const Call& call, std::int64_t begin, std::int64_t end)
 {
     const std::array<Shape, 3> shapes{call.input("cond").shape(), call.input("a").shape(),
                                       call.input("b").shape()};
     const Broadcast walk(call.output().shape(), shapes);
-    if (walk.runs() == 0) {
-        return;
-    }
     switch (bitsOf(call.output().type.element)) {
-    case 8: select<std::uint8_t>(call, walk); break;
-    case 16: select<std::uint16_t>(call, walk); break;
-    case 32: select<std::uint32_t>(call, walk); break;
-    default: select<std::uint64_t>(call, walk); break;
+    case 8: select<std::uint8_t>(call, walk, begin, end); break;
+    case 16: select<std::uint16_t>(call, walk, begin, end); break;
+    case 32: select<std::uint32_t>(call, walk, begin, end); break;
+    default: select<std::uint64_t>(call, walk, begin, end); break;
     }
 }
 
@@ -124,22 +143,20 @@ void castChunk(const TensorView& x, const TensorBuffer& out, std::int64_t first,
     storeIntegers(out, first, count, integers.data());
 }
 
-void runCast(const Call& call)
+void computeCast(const Call& call, std::int64_t begin, std::int64_t end)
 {
-    const TensorView& x = call.input("x");
-    call.parallel(x.elements(), grain, [&](std::int64_t begin, std::int64_t end) {
-        for (std::int64_t i = begin; i < end; i += chunkLength) {
-            castChunk(x, call.output(), i, std::min(chunkLength, end - i));
-        }
-    });
+    for (std::int64_t i = begin; i < end; i += chunkLength) {
+        castChunk(call.input("x"), call.output(), i, std::min(chunkLength, end - i));
+    }
 }
 
 } // namespace
 
 std::vector<OperationKind> selectionOperations()
 {
-    return {{"select", "cond a b", inferSelect, runSelect},
-            {"cast", "x dtype", inferCast, runCast}};
+    return {
+        {.name = "select", .signature = "cond a b", .infer = inferSelect, .part = computeSelect},
+        {.name = "cast", .signature = "x dtype", .infer = inferCast, .part = computeCast}};
 }
 
 } // namespace vorlin::mil

@@ -8,8 +8,6 @@ namespace vorlin::mil {
 
 namespace {
 
-constexpr std::int64_t grain = 16 * chunkLength;
-
 struct Unary {
     std::string_view name;
     UnaryFunction function;
@@ -116,48 +114,44 @@ UnaryFunction geluOf(const Call& call)
 }
 
 /// Exact: numbers of up to 32 bits fit the reference's double precision; squares wrap.
-void runIntegers(const Call& call, UnaryFunction function, double alpha, double beta)
+void computeIntegers(const Call& call, UnaryFunction function, double alpha, double beta,
+                     std::int64_t begin, std::int64_t end)
 {
     const TensorView& x = call.input("x");
-    call.parallel(x.elements(), grain, [&](std::int64_t begin, std::int64_t end) {
-        IntegerChunk chunk;
-        std::int64_t results[chunkLength];
-        for (std::int64_t i = begin; i < end; i += chunkLength) {
-            const std::int64_t count = std::min(chunkLength, end - i);
-            const std::int64_t* const in = chunk.load(x, i, count, true);
-            for (std::int64_t k = 0; k < count; ++k) {
-                const std::int64_t v = in[k];
-                results[k] = function == square
-                                 ? v * v
-                                 : static_cast<std::int64_t>(reference::unary(
-                                       function, static_cast<double>(v), alpha, beta));
-            }
-            storeIntegers(call.output(), i, count, results);
+    IntegerChunk chunk;
+    std::int64_t results[chunkLength];
+    for (std::int64_t i = begin; i < end; i += chunkLength) {
+        const std::int64_t count = std::min(chunkLength, end - i);
+        const std::int64_t* const in = chunk.load(x, i, count, true);
+        for (std::int64_t k = 0; k < count; ++k) {
+            const std::int64_t v = in[k];
+            results[k] = function == square ? v * v
+                                            : static_cast<std::int64_t>(reference::unary(
+                                                  function, static_cast<double>(v), alpha, beta));
         }
-    });
+        storeIntegers(call.output(), i, count, results);
+    }
 }
 
-void runUnary(const Call& call)
+void computeUnary(const Call& call, std::int64_t begin, std::int64_t end)
 {
     const Unary& entry = entryOf(call);
     const TensorView& x = call.input("x");
     const double alpha = entry.alpha.empty() ? 0 : call.number(entry.alpha, entry.defaultAlpha);
     const double beta = entry.beta.empty() ? 0 : call.number(entry.beta, entry.defaultBeta);
     if (!isComputed(x.type.element)) {
-        runIntegers(call, entry.function, alpha, beta);
+        computeIntegers(call, entry.function, alpha, beta, begin, end);
         return;
     }
     const UnaryFunction function = entry.function == gelu ? geluOf(call) : entry.function;
     const auto apply = call.referenceKernels() ? reference::applyUnary : applyUnary;
-    call.parallel(x.elements(), grain, [&](std::int64_t begin, std::int64_t end) {
-        FloatChunk chunk;
-        alignas(64) float results[chunkLength];
-        for (std::int64_t i = begin; i < end; i += chunkLength) {
-            const std::int64_t count = std::min(chunkLength, end - i);
-            apply(function, alpha, beta, chunk.load(x, i, count, true), count, results);
-            storeFloats(call.output(), i, count, results);
-        }
-    });
+    FloatChunk chunk;
+    alignas(64) float results[chunkLength];
+    for (std::int64_t i = begin; i < end; i += chunkLength) {
+        const std::int64_t count = std::min(chunkLength, end - i);
+        apply(function, alpha, beta, chunk.load(x, i, count, true), count, results);
+        storeFloats(call.output(), i, count, results);
+    }
 }
 
 void inferSame(const Call& call, std::vector<TensorType>& outputs)
@@ -171,7 +165,10 @@ std::vector<OperationKind> unaryOperations()
 {
     std::vector<OperationKind> kinds;
     for (const Unary& entry : table) {
-        kinds.push_back({entry.name, entry.signature, inferUnary, runUnary});
+        kinds.push_back({.name = entry.name,
+                         .signature = entry.signature,
+                         .infer = inferUnary,
+                         .part = computeUnary});
     }
     kinds.push_back({"identity", "x", inferSame, nullptr, OperationKind::Nature::alias});
     return kinds;
