@@ -121,7 +121,8 @@ public:
 
     Statistics statistics() const;
 
-    /// From now on, predictions add up the time they spend by kind of operation.
+    /// From now on, predictions add up the time they spend by kind of operation. A chain of
+    /// element-wise operations is a kind, named after all of them.
     void collectTimes(bool collect);
     std::map<std::string, KindTime> times() const;
 
