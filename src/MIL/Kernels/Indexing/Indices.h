@@ -8,7 +8,7 @@ namespace vorlin::mil {
 /// count from the end; from then on they are out of range.
 class Indices {
 public:
-    Indices(const Call& call, std::string_view parameter = "indices");
+    explicit Indices(const Call& call, std::string_view parameter = "indices");
 
     /// The place in an axis of `extent`. Out of range it fails if the program asked for
     /// validation, else takes the nearest place there is; `extent` is above 0.
