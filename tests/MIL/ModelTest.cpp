@@ -68,6 +68,23 @@ TEST(ModelTest, emptyTensorsGoThrough)
     EXPECT_EQ(run(text, {}, {0, 3}), std::vector<float>(9));
 }
 
+TEST(ModelTest, aValueReturnedTwiceIsOneOutput)
+{
+    const TemporaryFolder folder;
+    writeBundle(folder.path, "program(1.3){func main<ios18>(tensor<fp32,[1]>x){tensor<fp32,[1]>y="
+                             "mul(x=x,y=fp32(2));}->(y,x,y);}");
+    Model model = Model::load(folder.path, {});
+    const std::vector<float> x{5};
+    const std::vector<NamedInput> inputs{{"x", viewOf(x, {1})}};
+    ASSERT_EQ(model.outputs().size(), 2u);
+    const std::vector<NamedOutput> results = model.predict(inputs);
+    ASSERT_EQ(results.size(), 2u);
+    EXPECT_EQ(results[0].name, "y");
+    EXPECT_EQ(floatsOf(results[0]), std::vector<float>{10});
+    EXPECT_EQ(results[1].name, "x");
+    EXPECT_EQ(floatsOf(results[1]), x);
+}
+
 TEST(ModelTest, theDefaultFunctionIsTheOneTheMetadataNames)
 {
     const TemporaryFolder folder;

@@ -155,9 +155,10 @@ void GraphBuilder::declareOutputs(const syntax::Function& function)
             fail(output.position,
                  "the output '" + std::string(output.name) + "' must be a tensor of numbers");
         }
+        // A network that returns one value twice is exported with its name twice: one output.
         const auto same = [&](const Feature& f) { return f.name == output.name; };
         if (std::any_of(graph.outputs.begin(), graph.outputs.end(), same)) {
-            fail(output.position, "the output '" + std::string(output.name) + "' is named twice");
+            continue;
         }
         graph.outputs.push_back({std::string(output.name), type});
         graph.outputIds.push_back(id);

@@ -91,8 +91,9 @@ void inferTile(const Call& call, std::vector<TensorType>& outputs)
     call.require(repeats.size() == x.shape.size(), "needs one repeat for each axis");
     Shape shape;
     for (std::size_t i = 0; i < repeats.size(); ++i) {
-        call.require(repeats[i] > 0 && repeats[i] < (std::int64_t{1} << 31),
-                     "needs repeats above zero");
+        // None at all comes from counts that a prediction finds, of elements that are not zero.
+        call.require(repeats[i] >= 0 && repeats[i] < (std::int64_t{1} << 31),
+                     "needs repeats of zero or more");
         const Shape grown{x.shape[i], repeats[i]};
         shape.push(elementCount(grown));
     }
