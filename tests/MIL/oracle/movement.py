@@ -143,13 +143,16 @@ def fill_like(rng):
 @maker("range_1d")
 def range_1d(rng):
     element = rng.choice(("int32", "fp32", "fp16"))
-    step = rng.choice((1, 2, 3, -1, -2)) if element == "int32" else rng.choice((0.5, 2, -0.25))
-    start, end = rng.randint(-5, 5), rng.randint(-9, 9)
     kind = NUMPY[element]
+    choices = (1, 2, 3, -1, -2) if element == "int32" else (0.5, 2, -0.25, 0.1, 0.3)
+    step = kind(rng.choice(choices))
+    start, end = kind(rng.randint(-5, 5)), kind(rng.randint(-9, 9))
+    if element != "int32" and rng.random() < 0.3:
+        start, end = kind(0), step * kind(rng.randint(1, 60))  # the count is as exact as the type
     count = max(0, int(np.ceil((end - start) / step)))
-    got = (start + step * np.arange(count)).astype(kind)
-    return Case("range_1d", {"start": kind(start), "end": kind(end), "step": kind(step)},
-                result(got), open_result=True)
+    got = (wide(start) + wide(step) * np.arange(count)).astype(kind)
+    return Case("range_1d", {"start": start, "end": end, "step": step}, result(got),
+                open_result=True, slack=1)
 
 
 @maker("shape")
