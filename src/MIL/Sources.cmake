@@ -36,6 +36,7 @@ set(VORLIN_MIL_SOURCES
     Kernels/Movement/Movement.cpp
     Kernels/Movement/Shapes.cpp
     Kernels/Movement/StridedCopy.cpp
+    Kernels/Movement/Upsample.cpp
     Kernels/Normalisation/Normalisation.cpp
     Kernels/Normalisation/RowFast.cpp
     Kernels/Normalisation/RowReference.cpp

@@ -42,6 +42,10 @@ const std::vector<Case> textCases{
      "model.mil:4:34: expected '[' or ';', found the end of the text"},
     {"truncated string", head + "string y = const()[val = string(\"abc",
      "model.mil:4:33: the string that starts here does not end"},
+    {"a letter of another alphabet", head + "tensor<fp32, [2]> \xC3\xA9 = relu(x = x);",
+     "model.mil:4:19: expected the name of a value, found the byte 0xC3"},
+    {"a zero byte", head + "tensor<fp32, [2]>" + std::string(1, '\0') + " y = relu(x = x);",
+     "model.mil:4:18: expected the name of a value, found the byte 0x00"},
     {"deep nesting of types",
      head +
          [] {

@@ -191,7 +191,12 @@ void Executor::runNode(const Node& node)
 void Executor::inferOutputs(const Node& node)
 {
     inferred.clear();
-    node.kind->infer({*node.kind, node.operands, graph.opset, values, {}, execution}, inferred);
+    outputs.clear();
+    for (ValueId id : node.outputs) {
+        outputs.push_back({graph.values.views[id].type, nullptr});
+    }
+    node.kind->infer({*node.kind, node.operands, graph.opset, values, outputs, execution},
+                     inferred);
     if (inferred.size() != node.outputs.size()) {
         throw Error("operation '" + std::string(node.kind->name) + "' has " +
                     std::to_string(inferred.size()) + " outputs");

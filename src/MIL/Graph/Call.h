@@ -26,6 +26,7 @@ struct ValueTable {
     std::vector<const StoredValues*> stored; // set for constants kept in their stored form
     std::vector<const std::string*> texts;   // set for string constants
     std::vector<bool> constants;             // whether it is the same in every prediction
+    std::vector<Shape> declared;             // as the text writes them, with every `?`
 };
 
 /// Thrown while shapes are inferred at load, when a shape depends on a value that only a
@@ -87,6 +88,13 @@ public:
     /// Several axes, in ascending order, none twice. All of them when the operand is absent.
     Extents axes(std::string_view parameter, std::size_t rank) const;
 
+    /// An operand's shape as the text declares it.
+    const Shape& declaredShape(std::string_view parameter) const
+    {
+        return values.declared[only(parameter, 0)];
+    }
+
+    /// While shapes are inferred, the outputs have the types the text declares, and no data.
     const TensorBuffer& output(std::size_t position = 0) const { return outputBuffers[position]; }
     std::size_t outputs() const { return outputBuffers.size(); }
 

@@ -253,6 +253,7 @@ ValueId GraphBuilder::addValue(const TensorType& type)
     graph.values.stored.push_back(nullptr);
     graph.values.texts.push_back(nullptr);
     graph.values.constants.push_back(false);
+    graph.values.declared.push_back(type.shape);
     graph.slipped.push_back(false);
     return static_cast<ValueId>(graph.values.views.size() - 1);
 }

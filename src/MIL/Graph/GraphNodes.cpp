@@ -17,6 +17,15 @@ bool mayDeclareTooSmall(const OperationKind& kind)
     return kind.name == "select" || kind.name == "matmul";
 }
 
+/// Where a reshape copies an extent of an open shape, the exporter declares the 0 that asks for
+/// the copy. Returns whether there was one.
+bool openZeros(Shape& declared)
+{
+    const bool any = std::find(declared.begin(), declared.end(), 0) != declared.end();
+    std::replace(declared.begin(), declared.end(), std::int64_t{0}, Extents::unknown);
+    return any;
+}
+
 } // namespace
 
 void GraphBuilder::addNode(Node node, const syntax::Statement& statement)
@@ -43,8 +52,11 @@ void GraphBuilder::addNode(Node node, const syntax::Statement& statement)
             }
             slip = slip || !wrong.empty();
             type = (*inferred)[i];
+        } else if (node.kind->name == "reshape") {
+            slip = openZeros(type.shape) || slip;
         }
         const ValueId id = addValue(type);
+        graph.values.declared[id] = output.type.tensor.shape;
         graph.slipped[id] = slip;
         name(output.name, id, output.position);
         node.outputs.push_back(id);
@@ -65,9 +77,13 @@ std::optional<std::vector<TensorType>> GraphBuilder::infer(const Node& node,
             }
         }
     }
+    std::vector<TensorBuffer> declared;
+    for (const syntax::Declaration& output : statement.outputs) {
+        declared.push_back({output.type.tensor, nullptr});
+    }
     std::vector<TensorType> types;
     try {
-        node.kind->infer(call(node, {}), types);
+        node.kind->infer(call(node, declared), types);
         for (const TensorType& type : types) {
             byteCount(type); // refuses what no memory holds
         }

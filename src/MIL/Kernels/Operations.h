@@ -20,6 +20,7 @@ std::vector<OperationKind> reductionOperations();
 std::vector<OperationKind> orderOperations();
 std::vector<OperationKind> shapeOperations();
 std::vector<OperationKind> movementOperations();
+OperationKind upsampleOperation();
 std::vector<OperationKind> constructionOperations();
 std::vector<OperationKind> sliceOperations();
 OperationKind padOperation();

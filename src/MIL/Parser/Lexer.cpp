@@ -25,6 +25,17 @@ bool isAtomPart(char c)
 {
     return isNamePart(c) || c == '.' || c == '+' || c == '-';
 }
+bool isPrintable(char c)
+{
+    return c >= ' ' && c <= '~';
+}
+/// "the byte 0xC3".
+std::string nameOfByte(char c)
+{
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    const auto value = static_cast<unsigned char>(c);
+    return std::string("the byte 0x") + digits[value / 16] + digits[value % 16];
+}
 bool isSpace(char c)
 {
     return c == ' ' || c == '\n' || c == '\t' || c == '\r';
@@ -174,7 +185,8 @@ void Lexer::failExpected(std::string_view what)
                isAtomPart(text[end])) {
             ++end;
         }
-        found = "'" + std::string(text.substr(at, end - at)) + "'";
+        found = isPrintable(next) ? "'" + std::string(text.substr(at, end - at)) + "'"
+                                  : nameOfByte(next);
     }
     fail("expected " + std::string(what) + ", found " + found);
 }

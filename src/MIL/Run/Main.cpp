@@ -1,5 +1,6 @@
 #include "MIL/Run/Commands.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -12,7 +13,10 @@ int main(int count, char** values)
         vorlin::mil::runCommand(arguments);
         return 0;
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "milrun: %s\n", error.what());
+        std::string line = error.what(); // may quote a text that goes over several lines
+        std::replace_if(
+            line.begin(), line.end(), [](unsigned char c) { return c < ' '; }, ' ');
+        std::fprintf(stderr, "milrun: %s\n", line.c_str());
         return 1;
     }
 }

@@ -143,13 +143,16 @@ def fill_like(rng):
 @maker("range_1d")
 def range_1d(rng):
     element = rng.choice(("int32", "fp32", "fp16"))
-    step = rng.choice((1, 2, 3, -1, -2)) if element == "int32" else rng.choice((0.5, 2, -0.25))
-    start, end = rng.randint(-5, 5), rng.randint(-9, 9)
     kind = NUMPY[element]
+    choices = (1, 2, 3, -1, -2) if element == "int32" else (0.5, 2, -0.25, 0.1, 0.3)
+    step = kind(rng.choice(choices))
+    start, end = kind(rng.randint(-5, 5)), kind(rng.randint(-9, 9))
+    if element != "int32" and rng.random() < 0.3:
+        start, end = kind(0), step * kind(rng.randint(1, 60))  # the count is as exact as the type
     count = max(0, int(np.ceil((end - start) / step)))
-    got = (start + step * np.arange(count)).astype(kind)
-    return Case("range_1d", {"start": kind(start), "end": kind(end), "step": kind(step)},
-                result(got), open_result=True)
+    got = (wide(start) + wide(step) * np.arange(count)).astype(kind)
+    return Case("range_1d", {"start": start, "end": end, "step": step}, result(got),
+                open_result=True, slack=1)
 
 
 @maker("shape")
@@ -181,11 +184,32 @@ def non_zero(rng):
     return Case("non_zero", {"x": x}, result(i32(np.argwhere(x))), open_result=True)
 
 
+def shown(rng, extent):
+    """The places that an axis shows when it grows by a factor, and that factor."""
+    if rng.random() < 0.5:  # made from the extents, with a little more than asked for
+        length = rng.randint(1, 3 * extent + 1)
+        whole = extent and length % extent == 0
+        factor = length / extent if whole else (length + 1e-4) / max(extent, 1)
+        length = length if extent else 0
+        return np.arange(length) * extent // max(length, 1), np.float32(factor)
+    factor = rng.choice((0.5, 1.5, 2.25, 0.75, 1.25))
+    length = int(extent * factor)
+    if length == 2 * extent or length == extent:
+        return np.arange(length) // (length // max(extent, 1) or 1), np.float32(factor)
+    return np.floor(np.arange(length) / factor).astype(int), np.float32(factor)
+
+
 @maker("upsample_nearest_neighbor")
 def upsample(rng):
     x = values(rng.choice(FLOATS), shape(rng, 3, 5))
     high, across = rng.randint(1, 3), rng.randint(1, 3)
     kind = rng.choice((np.int32, np.float32))
+    if rng.random() < 0.5:
+        places, factors = zip(*(shown(rng, extent) for extent in x.shape[-2:]))
+        return Case("upsample_nearest_neighbor",
+                    {"x": x, "scale_factor_height": factors[0], "scale_factor_width": factors[1]},
+                    result(x[..., places[0][:, None], places[1]]),
+                    constants=("scale_factor_height", "scale_factor_width"))
     return Case("upsample_nearest_neighbor",
                 {"x": x, "scale_factor_height": kind(high), "scale_factor_width": kind(across)},
                 result(x.repeat(high, -2).repeat(across, -1)),

@@ -220,6 +220,28 @@ def sparse_blockwise(rng, extents, opset):
                 {"nonzero_data": Result(first, 1), "mask": Result(first, 0)}, [Tensor(made)])
 
 
+def sparse_list(rng, extents, opset):
+    """The nonzero values are a list in a dense stored form, whose blocks are those of the list."""
+    mask = operations.numbers.random(extents) < rng.choice((0.1, 0.5, 0.9))
+    mask.reshape(-1)[rng.randrange(mask.size)] = True
+    inner = rng.choice((palette, blockwise, joint))(rng, (int(mask.sum()),), opset)
+    kept = inner.results[0]
+    made = np.zeros(extents, kept.values.dtype)
+    made[mask] = kept.values
+    marked = Tensor(mask.astype(np.uint8), "uint1")
+    if rng.random() < 0.5:
+        return Form("constexpr_sparse_to_dense", {"nonzero_data": inner, "mask": marked},
+                    [Tensor(made)])
+    counts, group = grouped(rng, extents)
+    scale = (values(kept.element, counts, 0.1) + made.dtype.type(0.2)).astype(made.dtype)
+    scaled = back(wide(scale)[group] * wide(made), kept.element)
+    second = Form("constexpr_sparse_blockwise_shift_scale",
+                  {"data_mask": marked, "nonzero_data": inner, "scale": scale},
+                  [marked, Tensor(scaled.values[mask])])
+    return Form("constexpr_sparse_to_dense",
+                {"nonzero_data": Result(second, 1), "mask": Result(second, 0)}, [scaled])
+
+
 def widened(rng, extents, opset):
     source = values("fp16", extents, 1)
     return Form("constexpr_cast", {"source_val": source, "output_dtype": "fp32"},
@@ -229,7 +251,8 @@ def widened(rng, extents, opset):
 FORMS = {"affine": (affine, (16, 17, 18)), "old_palette": (old_palette, (16, 17)),
          "palette": (palette, (18,)), "blockwise": (blockwise, (18,)), "joint": (joint, (18,)),
          "sparse": (sparse, (16, 17, 18)), "sparse_palette": (sparse_palette, (18,)),
-         "sparse_blockwise": (sparse_blockwise, (18,)), "widened": (widened, (18,))}
+         "sparse_blockwise": (sparse_blockwise, (18,)),
+         "sparse_list": (sparse_list, (18,)), "widened": (widened, (18,))}
 
 
 def through(name, form, opsets):

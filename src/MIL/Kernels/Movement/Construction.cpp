@@ -47,6 +47,16 @@ void runFill(const Call& call)
     fillOutput(call, call.output(), call.has("value") ? &call.input("value") : nullptr);
 }
 
+/// The exporter counts the elements of a range in their own type.
+double roundedTo(ElementType element, double value)
+{
+    switch (element) {
+    case ElementType::fp16: return static_cast<double>(widen(narrowOnce(value)));
+    case ElementType::fp32: return static_cast<double>(static_cast<float>(value));
+    default: return value;
+    }
+}
+
 void inferRange(const Call& call, std::vector<TensorType>& outputs)
 {
     const ElementType element = call.type("start").type.element;
@@ -57,7 +67,8 @@ void inferRange(const Call& call, std::vector<TensorType>& outputs)
     }
     const double start = call.input("start").number(0);
     const double step = call.input("step").number(0);
-    const double count = std::ceil((call.input("end").number(0) - start) / step);
+    const double distance = roundedTo(element, call.input("end").number(0) - start);
+    const double count = std::ceil(roundedTo(element, distance / step));
     call.require(step != 0 && !(count > 0x1p31) && !std::isnan(count), "is endless");
     outputs.push_back({element, {static_cast<std::int64_t>(std::max(count, 0.0))}});
 }

@@ -273,33 +273,6 @@ void runPixelShuffle(const Call& call)
                   {s[0], s[1] / (r * r), s[2], r, s[3], r});
 }
 
-void inferUpsample(const Call& call, std::vector<TensorType>& outputs)
-{
-    const TensorType& x = call.type("x").type;
-    requireWholeBytes(call, x);
-    const double high = call.number("scale_factor_height", 1);
-    const double wide = call.number("scale_factor_width", 1);
-    const auto isFactor = [](double f) {
-        return f >= 1 && f < 65536 && f == static_cast<double>(static_cast<std::int64_t>(f));
-    };
-    call.require(x.shape.size() >= 3 && isFactor(high) && isFactor(wide),
-                 "needs rank 3 or more and whole factors");
-    Shape shape = x.shape;
-    shape[shape.size() - 2] *= static_cast<std::int64_t>(high);
-    shape[shape.size() - 1] *= static_cast<std::int64_t>(wide);
-    outputs.push_back({x.element, shape});
-}
-
-void runUpsample(const Call& call)
-{
-    const TensorView& x = call.input("x");
-    const auto high = static_cast<std::int64_t>(call.number("scale_factor_height", 1));
-    const auto wide = static_cast<std::int64_t>(call.number("scale_factor_width", 1));
-    const std::int64_t columns = x.extent(x.rank() - 1);
-    const std::int64_t rows = product(x.shape(), 0, x.rank() - 1);
-    gatherStrided(call, x.data, {columns, 0, 1, 0}, {rows, high, columns, wide});
-}
-
 void inferSlidingWindows(const Call& call, std::vector<TensorType>& outputs)
 {
     const TensorType& x = call.type("x").type;
@@ -330,15 +303,14 @@ void runSlidingWindows(const Call& call)
 
 std::vector<OperationKind> movementOperations()
 {
-    return {{"transpose", "x perm", inferTranspose, runTranspose},
+    return {upsampleOperation(),
+            {"transpose", "x perm", inferTranspose, runTranspose},
             {"reverse", "x axes?", inferReverse, runReverse},
             {"tile", "x reps", inferTile, runTile},
             {"concat", "values* axis interleave?", inferConcat, runConcat},
             {"stack", "values* axis", inferStack, runStack},
             {"split", "x axis num_splits? split_sizes?", inferSplit, runSplit},
             {"pixel_shuffle", "x upscale_factor", inferPixelShuffle, runPixelShuffle},
-            {"upsample_nearest_neighbor", "x scale_factor_height? scale_factor_width?",
-             inferUpsample, runUpsample},
             {"sliding_windows", "x axis size stride?", inferSlidingWindows, runSlidingWindows}};
 }
 

@@ -69,19 +69,31 @@ void inferExpand(const Call& call, std::vector<TensorType>& outputs)
     outputs.push_back({x.element, shape});
 }
 
+/// The axes `axes` go where `extents` has a 1.
+Shape withoutOnes(const Shape& x, const Extents& axes, const Shape& extents)
+{
+    Shape shape;
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        const bool named =
+            std::find(axes.begin(), axes.end(), static_cast<std::int64_t>(i)) != axes.end();
+        if (!named || extents[i] != 1) {
+            shape.push(x[i]);
+        }
+    }
+    return shape;
+}
+
+/// The exporter keeps an axis whose extent it does not know, also where a prediction makes it 1:
+/// the declared rank tells.
 void inferSqueeze(const Call& call, std::vector<TensorType>& outputs)
 {
     const TensorType& x = call.type("x").type;
     const Extents axes = call.axes("axes", x.shape.size());
-    Shape shape;
-    for (std::size_t i = 0; i < x.shape.size(); ++i) {
-        const bool named =
-            std::find(axes.begin(), axes.end(), static_cast<std::int64_t>(i)) != axes.end();
-        if (!named || x.shape[i] != 1) {
-            shape.push(x.shape[i]);
-        }
-    }
-    outputs.push_back({x.element, shape});
+    const Shape shape = withoutOnes(x.shape, axes, x.shape);
+    const Shape& declared = call.declaredShape("x");
+    const bool keepsOpen = call.outputs() == 1 && declared.size() == x.shape.size() &&
+                           call.output().rank() > shape.size();
+    outputs.push_back({x.element, keepsOpen ? withoutOnes(x.shape, axes, declared) : shape});
 }
 
 void inferFlatten(const Call& call, std::vector<TensorType>& outputs)

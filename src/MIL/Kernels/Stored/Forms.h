@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace vorlin::mil {
@@ -109,10 +110,26 @@ public:
     {
         values->expandAt(first, positions, out);
     }
+    /// Whether the places of that mask are the places of these values.
+    bool liesAt(const Mask& other) const { return mask->sameBits(other); }
 
 private:
     const StoredValuesPointer values;
     const std::shared_ptr<const Mask> mask;
+};
+
+/// Values of a list that became those of a sparse tensor: a block of the list says nothing of
+/// places in the tensor.
+class ListedValues final : public StoredValues {
+public:
+    explicit ListedValues(StoredValuesPointer values) : values(std::move(values)) {}
+    void expand(std::int64_t first, std::int64_t count, float* out) const override
+    {
+        values->expand(first, count, out);
+    }
+
+private:
+    const StoredValuesPointer values;
 };
 
 } // namespace vorlin::mil

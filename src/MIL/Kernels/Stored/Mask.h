@@ -15,6 +15,8 @@ public:
     Mask(const std::byte* bits, std::int64_t count);
 
     std::int64_t size() const { return count; }
+    /// Whether the other one reads the same memory.
+    bool sameBits(const Mask& other) const { return bits == other.bits && count == other.count; }
     /// Bits set in all, and before a place.
     std::int64_t ones() const { return static_cast<std::int64_t>(total); }
     std::int64_t onesBefore(std::int64_t place) const;

@@ -2,6 +2,7 @@
 #include "MIL/Kernels/Stored/StoredOperands.h"
 
 #include <memory>
+#include <utility>
 
 namespace vorlin::mil {
 
@@ -27,6 +28,17 @@ void requireOnes(const Call& call, const Mask& mask, std::string_view data)
     }
 }
 
+/// The operand `nonzero_data`, to be read with the places that the mask gives it.
+StoredValuesPointer nonzeroValues(const Call& call, const Mask& mask)
+{
+    StoredValuesPointer values = valuesOf(call, "nonzero_data");
+    const auto* placed = dynamic_cast<const PlacedValues*>(values.get());
+    if (placed != nullptr && placed->liesAt(mask)) {
+        return values;
+    }
+    return std::make_shared<ListedValues>(std::move(values));
+}
+
 Shape sparseShape(const Call& call)
 {
     const TensorType& mask = call.type("mask").type;
@@ -50,7 +62,7 @@ void storeSparse(const Call& call, std::span<StoredOutput> outputs)
 {
     const auto mask = maskOf(call, "mask", elementCount(sparseShape(call)));
     requireOnes(call, *mask, "nonzero_data");
-    outputs[0].values = std::make_shared<SparseValues>(valuesOf(call, "nonzero_data"), mask);
+    outputs[0].values = std::make_shared<SparseValues>(nonzeroValues(call, *mask), mask);
 }
 
 void inferPaletteSparse(const Call& call, std::vector<TensorType>& outputs)
@@ -116,9 +128,10 @@ void storeScaledSparse(const Call& call, std::span<StoredOutput> outputs)
     const auto mask = maskOf(call, "data_mask", maskTensor.elements());
     requireOnes(call, *mask, "nonzero_data");
     outputs[0].operand = maskTensor.data;
-    outputs[1].values = std::make_shared<PlacedValues>(
-        std::make_shared<ScaledValues>(scaledParts(call, "nonzero_data", maskTensor.shape())),
-        mask);
+    auto parts = scaledParts(call, "nonzero_data", maskTensor.shape());
+    parts.data = nonzeroValues(call, *mask);
+    outputs[1].values =
+        std::make_shared<PlacedValues>(std::make_shared<ScaledValues>(std::move(parts)), mask);
 }
 
 } // namespace
