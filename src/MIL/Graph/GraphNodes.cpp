@@ -17,6 +17,24 @@ bool mayDeclareTooSmall(const OperationKind& kind)
     return kind.name == "select" || kind.name == "matmul";
 }
 
+/// Whether such an operation may turn out larger than declared once open extents are known: a
+/// `select` whose condition is the wider operand, a `matmul` of a vector and a stack of matrices.
+bool mayTurnOutLarger(const Node& node, const ValueTable& values, const Shape& declared)
+{
+    const auto shapeOf = [&](std::size_t parameter) -> const Shape& {
+        return values.views[node.operands[parameter].front()].type.shape;
+    };
+    if (node.kind->name == "matmul") {
+        return shapeOf(0).size() == 1 && shapeOf(1).size() > 2;
+    }
+    const Shape& condition = shapeOf(0);
+    bool larger = condition.size() > declared.size();
+    for (std::size_t i = 0; !larger && i < condition.size(); ++i) {
+        larger = condition[condition.size() - 1 - i] != 1 && declared[declared.size() - 1 - i] == 1;
+    }
+    return larger;
+}
+
 } // namespace
 
 void GraphBuilder::addNode(Node node, const syntax::Statement& statement)
@@ -43,6 +61,12 @@ void GraphBuilder::addNode(Node node, const syntax::Statement& statement)
             }
             slip = slip || !wrong.empty();
             type = (*inferred)[i];
+        } else {
+            slip = slip || (mayDeclareTooSmall(*node.kind) &&
+                            mayTurnOutLarger(node, graph.values, type.shape));
+            if (slip) { // nothing may rely on what is declared
+                type.shape = Extents::filled(type.shape.size(), Extents::unknown);
+            }
         }
         const ValueId id = addValue(type);
         graph.slipped[id] = slip;
