@@ -344,21 +344,51 @@ TEST(NpyTest, whatIsWrittenIsReadBack)
     }
 }
 
-TEST(NpyTest, fortranOrderIsTurned)
+/// Reads a file of the version with that header and the numbers 1, 4, 2, 5, 3 and 6.
+NpyTensor readWritten(int version, std::string header)
 {
     const TemporaryFolder folder;
-    std::string header = "{'descr': '<i4', 'fortran_order': True, 'shape': (2, 3), }";
     header.resize(117, ' ');
     header += '\n';
     std::ofstream file(folder.path / "f.npy", std::ios::binary);
-    file.write("\x93NUMPY\x01\x00\x76\x00", 10);
+    file.write("\x93NUMPY", 6);
+    file.put(static_cast<char>(version));
+    file.write("\x00\x76\x00", 3);
+    if (version > 1) {
+        file.write("\x00\x00", 2);
+    }
     file << header;
     const std::vector<std::int32_t> columns{1, 4, 2, 5, 3, 6};
     file.write(reinterpret_cast<const char*>(columns.data()), 24);
     file.close();
-    const NpyTensor read = readNpy(folder.path / "f.npy");
-    for (std::int64_t i = 0; i < 6; ++i) {
-        EXPECT_EQ(read.view().integer(i), i + 1);
+    return readNpy(folder.path / "f.npy");
+}
+
+TEST(NpyTest, fortranOrderIsTurned)
+{
+    for (const int version : {1, 2, 3}) {
+        const NpyTensor read =
+            readWritten(version, "{'descr': '<i4', 'fortran_order': True, 'shape': (2, 3), }");
+        for (std::int64_t i = 0; i < 6; ++i) {
+            EXPECT_EQ(read.view().integer(i), i + 1);
+        }
+    }
+}
+
+TEST(NpyTest, whatTheHeaderDoesNotSayIsNotGuessed)
+{
+    EXPECT_NO_THROW(readWritten(1, "{'descr': '<i4', 'fortran_order': False, 'shape': (2, 3), }"));
+    for (const char* header : {"{'descr': '<i4', 'shape': (2, 3), }",
+                               "{'descr': '<i4', 'fortran_order': Maybe, 'shape': (2, 3), }",
+                               "{'descr': '>i4', 'fortran_order': False, 'shape': (2, 3), }",
+                               "{'descr': '<i4', 'fortran_order': False, 'shape': (2, -3), }",
+                               "{'fortran_order': False, 'shape': (2, 3), }"}) {
+        EXPECT_THROW(readWritten(1, header), Error) << header;
+    }
+    for (const int version : {0, 4, 255}) {
+        EXPECT_THROW(readWritten(version, "{'descr': '<i4', 'fortran_order': False, "
+                                          "'shape': (2, 3), }"),
+                     Error);
     }
 }
 

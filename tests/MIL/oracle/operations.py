@@ -113,7 +113,8 @@ UNARY = {
     "sigmoid": sigmoid, "silu": lambda x: x * sigmoid(x), "softplus": softplus,
     "softsign": lambda x: x / (1 + np.abs(x)), "identity": lambda x: x,
 }
-WHOLE_UNARY = ("abs", "sign", "square", "relu", "relu6", "ceil", "floor", "round", "exp2", "identity")
+WHOLE_UNARY = ("abs", "sign", "square", "relu", "relu6", "ceil", "floor", "round", "exp2",
+               "identity")
 
 
 def unary(name, function):
