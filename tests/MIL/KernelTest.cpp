@@ -128,6 +128,17 @@ TEST(UnaryTest, fastFunctionsStayWithinFourUnitsOfTheReference)
     }
 }
 
+TEST(UnaryTest, siluKeepsItsDigitsWhereTheExponentialHasFewLeft)
+{
+    constexpr double smallest = 0x1p-149;
+    for (float x = -112; x < -70; x += 0.0078125f) {
+        float fast = 0;
+        applyUnary(UnaryFunction::silu, 0, 0, &x, 1, &fast);
+        const double exact = reference::unary(UnaryFunction::silu, static_cast<double>(x), 0, 0);
+        ASSERT_NEAR(static_cast<double>(fast), exact, smallest + std::abs(exact) * 0x1p-21) << x;
+    }
+}
+
 TEST(UnaryTest, everyLengthIsComputedWholeAndNothingBehindIt)
 {
     for (std::int64_t count = 0; count < 70; ++count) {

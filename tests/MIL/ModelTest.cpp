@@ -175,6 +175,57 @@ TEST(ModelTest, varyingShapesGrowAndShrink)
     }
 }
 
+// The exporter takes the shape of a select from its values alone, and drops the wrong axis of a
+// vector times a stack of matrices. What follows must not rely on such a declaration.
+TEST(ModelTest, aSelectOfOpenExtentsMayBeWiderThanDeclared)
+{
+    const TemporaryFolder folder;
+    writeBundle(folder.path, programOf("tensor<fp32, [?]>",
+                                       "tensor<bool, [?]> c = greater(x = x, y = fp32(0));\n"
+                                       "tensor<fp32, [1]> s = select(a = tensor<fp32, [1]>([2]), "
+                                       "b = tensor<fp32, [1]>([-3]), cond = c);\n"
+                                       "tensor<fp32, [1]> t = square(x = s);\n"
+                                       "tensor<fp32, [1]> y = add(x = t, y = x);"));
+    Model model = Model::load(folder.path, {});
+    for (const std::int64_t count : {1, 5000, 3}) {
+        const std::vector<float> x(static_cast<std::size_t>(count), 1.0f);
+        const std::vector<NamedInput> inputs{{"x", viewOf(x, {count})}};
+        const std::vector<NamedOutput> outputs = model.predict(inputs);
+        EXPECT_EQ(outputs.front().type.shape, Shape{count});
+        EXPECT_EQ(floatsOf(outputs.front()),
+                  std::vector<float>(static_cast<std::size_t>(count), 5.0f));
+    }
+}
+
+TEST(ModelTest, aVectorTimesAStackOfOpenExtentsMayBeLargerThanDeclared)
+{
+    const TemporaryFolder folder;
+    writeBundle(folder.path,
+                programOf("tensor<fp32, [?, 2, 3, 1]>",
+                          "tensor<fp32, [2, 1, 1]> p = matmul(x = tensor<fp32, [3]>([1, 2, 3]), "
+                          "y = x);\n"
+                          "tensor<fp32, [2, 1, 1]> y = relu(x = p);"));
+    Model model = Model::load(folder.path, {});
+    const std::vector<float> x(std::size_t{4} * 6, 1.0f);
+    const std::vector<NamedInput> inputs{{"x", viewOf(x, {4, 2, 3, 1})}};
+    const std::vector<NamedOutput> outputs = model.predict(inputs);
+    EXPECT_EQ(outputs.front().type.shape, (Shape{4, 2, 1}));
+    EXPECT_EQ(floatsOf(outputs.front()), std::vector<float>(8, 6.0f));
+}
+
+TEST(ModelTest, aDeclarationThatIsTooSmallOtherwiseIsRefusedWhenTheExtentsAreKnown)
+{
+    const TemporaryFolder folder;
+    writeBundle(folder.path,
+                programOf("tensor<fp32, [?, 3]>", "tensor<fp32, [1, 1]> p = matmul(x = x, y = x, "
+                                                  "transpose_y = bool(true));\n"
+                                                  "tensor<fp32, [1, 1]> y = relu(x = p);"));
+    Model model = Model::load(folder.path, {});
+    const std::vector<float> x(12);
+    const std::vector<NamedInput> inputs{{"x", viewOf(x, {4, 3})}};
+    EXPECT_THROW(model.predict(inputs), Error);
+}
+
 TEST(ModelTest, aSecondPredictionAllocatesOnlyItsOutputs)
 {
     Model model = Model::load(fixtures() / "parts/encoder-lut6/model.mlmodelc", {});
@@ -310,21 +361,51 @@ TEST(NpyTest, whatIsWrittenIsReadBack)
     }
 }
 
-TEST(NpyTest, fortranOrderIsTurned)
+/// Reads a file of the version with that header and the numbers 1, 4, 2, 5, 3 and 6.
+NpyTensor readWritten(int version, std::string header)
 {
     const TemporaryFolder folder;
-    std::string header = "{'descr': '<i4', 'fortran_order': True, 'shape': (2, 3), }";
     header.resize(117, ' ');
     header += '\n';
     std::ofstream file(folder.path / "f.npy", std::ios::binary);
-    file.write("\x93NUMPY\x01\x00\x76\x00", 10);
+    file.write("\x93NUMPY", 6);
+    file.put(static_cast<char>(version));
+    file.write("\x00\x76\x00", 3);
+    if (version > 1) {
+        file.write("\x00\x00", 2);
+    }
     file << header;
     const std::vector<std::int32_t> columns{1, 4, 2, 5, 3, 6};
     file.write(reinterpret_cast<const char*>(columns.data()), 24);
     file.close();
-    const NpyTensor read = readNpy(folder.path / "f.npy");
-    for (std::int64_t i = 0; i < 6; ++i) {
-        EXPECT_EQ(read.view().integer(i), i + 1);
+    return readNpy(folder.path / "f.npy");
+}
+
+TEST(NpyTest, fortranOrderIsTurned)
+{
+    for (const int version : {1, 2, 3}) {
+        const NpyTensor read =
+            readWritten(version, "{'descr': '<i4', 'fortran_order': True, 'shape': (2, 3), }");
+        for (std::int64_t i = 0; i < 6; ++i) {
+            EXPECT_EQ(read.view().integer(i), i + 1);
+        }
+    }
+}
+
+TEST(NpyTest, whatTheHeaderDoesNotSayIsNotGuessed)
+{
+    EXPECT_NO_THROW(readWritten(1, "{'descr': '<i4', 'fortran_order': False, 'shape': (2, 3), }"));
+    for (const char* header : {"{'descr': '<i4', 'shape': (2, 3), }",
+                               "{'descr': '<i4', 'fortran_order': Maybe, 'shape': (2, 3), }",
+                               "{'descr': '>i4', 'fortran_order': False, 'shape': (2, 3), }",
+                               "{'descr': '<i4', 'fortran_order': False, 'shape': (2, -3), }",
+                               "{'fortran_order': False, 'shape': (2, 3), }"}) {
+        EXPECT_THROW(readWritten(1, header), Error) << header;
+    }
+    for (const int version : {0, 4, 255}) {
+        EXPECT_THROW(readWritten(version, "{'descr': '<i4', 'fortran_order': False, "
+                                          "'shape': (2, 3), }"),
+                     Error);
     }
 }
 

@@ -119,6 +119,15 @@ std::string_view Call::text(std::string_view parameter, std::string_view otherwi
     return *text;
 }
 
+std::string Call::word(std::string_view parameter, std::string_view otherwise) const
+{
+    std::string word(text(parameter, otherwise));
+    for (char& c : word) {
+        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    }
+    return word;
+}
+
 Extents Call::integers(std::string_view parameter, std::size_t position) const
 {
     const TensorView& view = input(parameter, position);

@@ -80,6 +80,8 @@ public:
     double number(std::string_view parameter, double otherwise) const;
     bool flag(std::string_view parameter, bool otherwise) const;
     std::string_view text(std::string_view parameter, std::string_view otherwise) const;
+    /// The same in lower case, for the parameters that may be written in either.
+    std::string word(std::string_view parameter, std::string_view otherwise) const;
     /// The numbers of a tensor of rank 0 or 1.
     Extents integers(std::string_view parameter, std::size_t position = 0) const;
     Extents integers(std::string_view parameter, const Extents& otherwise) const;

@@ -35,7 +35,8 @@ struct Node {
 struct Graph {
     /// By value. A node's outputs have their declared type, `?` and all, until they are inferred.
     ValueTable values;
-    /// The declared type was too small by a known slip of the exporter; the inferred one holds.
+    /// The declared type is too small, or may be, by a known slip of the exporter: the inferred
+    /// one holds. Until it is inferred all extents are open.
     std::vector<bool> slipped;
     std::vector<Node> nodes;
     int opset = 0;

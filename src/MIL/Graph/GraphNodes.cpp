@@ -26,6 +26,24 @@ bool openZeros(Shape& declared)
     return any;
 }
 
+/// Whether such an operation may turn out larger than declared once open extents are known: a
+/// `select` whose condition is the wider operand, a `matmul` of a vector and a stack of matrices.
+bool mayTurnOutLarger(const Node& node, const ValueTable& values, const Shape& declared)
+{
+    const auto shapeOf = [&](std::size_t parameter) -> const Shape& {
+        return values.views[node.operands[parameter].front()].type.shape;
+    };
+    if (node.kind->name == "matmul") {
+        return shapeOf(0).size() == 1 && shapeOf(1).size() > 2;
+    }
+    const Shape& condition = shapeOf(0);
+    bool larger = condition.size() > declared.size();
+    for (std::size_t i = 0; !larger && i < condition.size(); ++i) {
+        larger = condition[condition.size() - 1 - i] != 1 && declared[declared.size() - 1 - i] == 1;
+    }
+    return larger;
+}
+
 } // namespace
 
 void GraphBuilder::addNode(Node node, const syntax::Statement& statement)
@@ -52,8 +70,14 @@ void GraphBuilder::addNode(Node node, const syntax::Statement& statement)
             }
             slip = slip || !wrong.empty();
             type = (*inferred)[i];
-        } else if (node.kind->name == "reshape") {
-            slip = openZeros(type.shape) || slip;
+        } else {
+            slip = slip || (mayDeclareTooSmall(*node.kind) &&
+                            mayTurnOutLarger(node, graph.values, type.shape));
+            if (slip) { // nothing may rely on what is declared
+                type.shape = Extents::filled(type.shape.size(), Extents::unknown);
+            } else if (node.kind->name == "reshape") {
+                slip = openZeros(type.shape);
+            }
         }
         const ValueId id = addValue(type);
         graph.values.declared[id] = output.type.tensor.shape;

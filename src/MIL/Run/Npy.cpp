@@ -97,6 +97,9 @@ NpyTensor readNpy(const std::filesystem::path& path)
     const auto byteAt = [&](std::size_t i) {
         return static_cast<std::size_t>(static_cast<unsigned char>(text[i]));
     };
+    if (byteAt(6) < 1 || byteAt(6) > 3) {
+        refuse(path, "is of a version of .npy that is not known");
+    }
     const bool longLength = text[6] != 1;
     std::size_t length = byteAt(8) | byteAt(9) << 8;
     if (longLength) {
@@ -108,6 +111,7 @@ NpyTensor readNpy(const std::filesystem::path& path)
     }
     const std::string_view header = text.substr(start, length);
     const std::string_view description = field(header, "descr");
+    const std::string_view order = field(header, "fortran_order");
     const auto shape = parseShape(field(header, "shape"));
     NpyTensor tensor;
     bool known = false;
@@ -117,8 +121,8 @@ NpyTensor readNpy(const std::filesystem::path& path)
             known = true;
         }
     }
-    if (!known || !shape) {
-        refuse(path, "has a type or shape that is not supported");
+    if (!known || !shape || !(order.starts_with("True") || order.starts_with("False"))) {
+        refuse(path, "has a type, byte order or shape that is not supported");
     }
     tensor.type.shape = *shape;
     const std::size_t bytes = byteCount(tensor.type);
@@ -126,7 +130,7 @@ NpyTensor readNpy(const std::filesystem::path& path)
     if (bytes > payload.size()) {
         refuse(path, "is cut short");
     }
-    const bool fortran = field(header, "fortran_order").starts_with("True");
+    const bool fortran = order.starts_with("True");
     const auto data = payload.first(bytes);
     tensor.bytes =
         fortran ? reordered(tensor.type, data) : std::vector<std::byte>(data.begin(), data.end());

@@ -27,12 +27,13 @@ def add_case(program, case, rng):
     attributes = {}
     dynamic = rng.random() < 0.25 and not case.fixed
     for key, value in case.arguments.items():
+        form = "constant" if key in case.constants else "input" if key in case.inputs else "any"
         if isinstance(value, tuple):  # several values
-            parts = [operand(program, part, dynamic, rng, key in case.constants) for part in value]
+            parts = [operand(program, part, dynamic, rng, form) for part in value]
             alone = len(parts) == 1 and rng.random() < 0.5
             arguments[key] = parts[0] if alone else f"({', '.join(parts)})"
         else:
-            arguments[key] = operand(program, value, dynamic, rng, key in case.constants)
+            arguments[key] = operand(program, value, dynamic, rng, form)
     for key, value in case.attributes.items():
         attributes[key] = (program.text(value) if isinstance(value, str) else
                            program.blob(value) if value.element in ("uint8", "int8", "fp16") and
@@ -47,13 +48,13 @@ def add_case(program, case, rng):
     return [name for name, _ in results]
 
 
-def operand(program, value, dynamic, rng, constant):
+def operand(program, value, dynamic, rng, form):
     if isinstance(value, stored.Form):
         return value.write(program)
-    if isinstance(value, str) or constant:
+    if isinstance(value, str) or form == "constant":
         return program.constant(value)
     tensor = value if isinstance(value, Tensor) else Tensor(value)
-    if tensor.element not in NAMES.values() or rng.random() < 0.25:
+    if tensor.element not in NAMES.values() or (form == "any" and rng.random() < 0.25):
         return program.constant(tensor)
     axes = [i for i in range(tensor.values.ndim) if dynamic and rng.random() < 0.7]
     return program.parameter(tensor, axes)

@@ -509,7 +509,8 @@ def lstm(rng):
     if rng.random() < 0.3:
         names = [rng.choice(("sigmoid", "hard_sigmoid")), rng.choice(("tanh", "linear")),
                  rng.choice(("tanh", "relu"))]
-        arguments |= dict(zip(("recurrent_activation", "cell_activation", "activation"), names))
+        written = [rng.choice((n, n.upper(), n.title())) for n in names]
+        arguments |= dict(zip(("recurrent_activation", "cell_activation", "activation"), written))
     options = {"functions": [ACTIVATIONS[n] for n in names], "clip": np.inf}
     if rng.random() < 0.3:
         options["clip"] = 0.5

@@ -30,6 +30,7 @@ class Case:
     scale: float = 0
     opset: int = 18
     fixed: bool = False    # no extent may be left open
+    inputs: tuple = ()     # arguments that must not be known at load
     open_result: bool = False
     remark: str = ""
 
@@ -112,7 +113,8 @@ UNARY = {
     "sigmoid": sigmoid, "silu": lambda x: x * sigmoid(x), "softplus": softplus,
     "softsign": lambda x: x / (1 + np.abs(x)), "identity": lambda x: x,
 }
-WHOLE_UNARY = ("abs", "sign", "square", "relu", "relu6", "ceil", "floor", "round", "identity")
+WHOLE_UNARY = ("abs", "sign", "square", "relu", "relu6", "ceil", "floor", "round", "exp2",
+               "identity")
 
 
 def unary(name, function):
@@ -121,8 +123,11 @@ def unary(name, function):
         if name in WHOLE_UNARY and rng.random() < 0.3:
             element = rng.choice(("int32", "int16", "int8"))
         x = values(element, shape(rng), 3 if rng.random() < 0.8 else 30, True)
-        return Case(name, {"x": x}, [back(function(wide(x)) if element in FLOATS else function(x),
-                                          element)],
+        if name == "exp2" and element not in FLOATS:
+            x = x % 7 - 2  # stays in range; negative powers are cut off
+        exact = element in FLOATS or name == "exp2"
+        result = function(wide(x) if exact else x)
+        return Case(name, {"x": x}, [back(result, element)],
                     opset=rng.choice((15, 16, 17, 18)), slack=4)
     MAKERS[name] = make
 
@@ -154,6 +159,8 @@ def with_constants(name, function, names):
         element = rng.choice(FLOATS)
         opset = rng.choice((15, 16, 17, 18))
         x = values(element, shape(rng), 3, name not in ("clamped_relu",))
+        if name == "log" and x.size:
+            x.reshape(-1)[0] = 0
         # From iOS 17 on, constants may have another floating type.
         other = rng.choice(FLOATS) if opset >= 17 else element
         arguments, used = {"x": x}, []
@@ -166,8 +173,11 @@ def with_constants(name, function, names):
                     value = np.asarray(-0.75 if key == "alpha" else 1.5, NUMPY[other])
                 arguments[key] = value
                 used.append(wide(value))
-            else:
-                used.append(default)
+            else:  # a default is a number of x's type
+                used.append(wide(NUMPY[element](default)))
+        if name == "clip" and opset < 17 and rng.random() < 0.3:  # the upper bound wins
+            arguments["alpha"], arguments["beta"] = arguments["beta"], arguments["alpha"]
+            used.reverse()
         return Case(name, arguments, [back(function(wide(x), *used), element)], opset=opset,
                     constants=tuple(names), slack=4, scale=1)
     MAKERS[name] = make
@@ -288,16 +298,19 @@ def cast(rng):
 
 @maker("linear")
 def linear(rng):
-    element = rng.choice(FLOATS)
+    element = rng.choice((*FLOATS, *FLOATS, "int32"))
     x = values(element, shape(rng, 1, 3, False), 1)
-    weight = values(rng.choice(FLOATS), (rng.choice((1, 3, 8, 65)), x.shape[-1]), 1)
+    # The constants may be of another type, even an integer one; the result has that of x.
+    other = rng.choice((*FLOATS, *FLOATS, "int32"))
+    weight = values(other, (rng.choice((1, 3, 8, 65)), x.shape[-1]), 1)
     arguments = {"x": x, "weight": weight}
     bias = 0.0
     if rng.random() < 0.6:
-        arguments["bias"] = values(element, (weight.shape[0],), 1)
+        arguments["bias"] = values(rng.choice((element, other)), (weight.shape[0],), 1)
         bias = wide(arguments["bias"])
-    return Case("linear", arguments, [back(wide(x) @ wide(weight).T + bias, element)],
-                constants=("weight", "bias"), opset=17, scale=6 + x.shape[-1])
+    result = wide(x) @ wide(weight).T + bias
+    return Case("linear", arguments, [back(result, element)], constants=("weight", "bias"),
+                opset=17, scale=6 + x.shape[-1] * (12 if "int32" in (element, other) else 1))
 
 
 @maker("matmul")
@@ -313,6 +326,12 @@ def matmul(rng):
     if rng.random() < 0.15:
         y = values(element, (k,), 1)
     result = back(np.matmul(wide(x), wide(y)), element)
+    known = ()
+    if rng.random() < 0.25:  # the constant side may be of another type
+        alone = rng.choice("xy")
+        other = values(rng.choice((*FLOATS, "int32")), (x if alone == "x" else y).shape, 1)
+        x, y = (other, y) if alone == "x" else (x, other)
+        result, known = back(np.matmul(wide(x), wide(y)), element), (alone,)
     arguments = {"x": x, "y": y}
     for key in ("x", "y"):
         flag = "transpose_" + key
@@ -321,13 +340,13 @@ def matmul(rng):
             arguments[flag] = np.bool_(True)
         elif rng.random() < 0.5:
             arguments[flag] = np.bool_(False)
-    return Case("matmul", arguments, [result], constants=("transpose_x", "transpose_y"),
-                scale=6 + k)
+    return Case("matmul", arguments, [result], constants=("transpose_x", "transpose_y", *known),
+                scale=6 + k * (1 if not known else 12), inputs=tuple({"x", "y"} - set(known)))
 
 
 @maker("einsum")
 def einsum(rng):
-    element = rng.choice(FLOATS)
+    element = rng.choice((*FLOATS, *FLOATS, "int32"))
     n, c, h, w, u = (rng.choice((1, 2, 3, 6)) for _ in range(5))
     if rng.random() < 0.5:
         a = values(element, (rng.choice((1, n)), c, rng.choice((1, h)), w), 1)
@@ -440,11 +459,15 @@ def conv_transpose(rng):
     kind = rng.choice(("valid", "custom", "same", "same_lower"))
     if kind.startswith("same"):
         arguments["pad_type"] = kind
-        for i, (extent, kernel, stride, dilation) in enumerate(axes):
-            total = max(0, (kernel - 1) * dilation + 1 - stride)
+        outs = [extent * stride for extent, _, stride, _ in axes]
+        if rng.random() < 0.5:  # other shapes that a convolution brings back to x's
+            outs = [out - rng.randrange(stride) for out, (_, _, stride, _) in zip(outs, axes)]
+            arguments["output_shape"] = i32([2, groups * per_out, *outs])
+        for i, (size, out, (_, _, stride, _)) in enumerate(zip(sizes, outs, axes)):
+            total = max(0, size - out)
             before = total // 2 if kind == "same" else total - total // 2
             longer = np.pad(full, [(0, stride if j == i + 2 else 0) for j in range(full.ndim)])
-            full = np.take(longer, range(before, before + extent * stride), i + 2)
+            full = np.take(longer, range(before, before + out), i + 2)
     elif kind == "custom":
         crops = [(min(1, s - 1), 0) if s > 1 else (0, 0) for s in sizes]
         arguments |= {"pad_type": "custom", "pad": i32([c for pair in crops for c in pair])}
@@ -454,16 +477,37 @@ def conv_transpose(rng):
                 constants=tuple(k for k in arguments if k != "x"), scale=6, opset=16)
 
 
+def rounded_up(rng, parameters, kind):
+    """A window axis whose last window may reach beyond the end, but not start there."""
+    _, kernel, stride, dilation, *_ = parameters
+    before = rng.randint(0, kernel // 2) if kind == "custom" else 0
+    while True:
+        extent = rng.choice((1, 2, 3, 8, 9))
+        room = extent + 2 * before - kernel + stride - 1
+        out = room // stride + 1
+        out -= 1 if before > 0 and (out - 1) * stride >= extent + before else 0
+        if room >= 0 and (out - 1) * stride < extent + before:
+            return extent, kernel, stride, dilation, before, before, out
+
+
 def pool(name, function, fill):
     def make(rng):
         element = rng.choice(FLOATS)
         spatial = rng.choice((1, 2, 3))
         kind, parameters = windows(rng, spatial, False)
+        upward = kind in (None, "valid", "custom") and rng.random() < 0.4
+        if upward:
+            parameters = [rounded_up(rng, w, kind) for w in parameters]
         x = values(element, (rng.choice((1, 2)), 3, *(w[0] for w in parameters)), 1)
-        padded = np.pad(wide(x), [(0, 0), (0, 0)] + [(w[4], w[5]) for w in parameters],
-                        constant_values=fill)
-        inside = np.pad(np.ones(x.shape), [(0, 0), (0, 0)] + [(w[4], w[5]) for w in parameters])
         outs = [w[6] for w in parameters]
+        whole, ends = [(0, 0), (0, 0)], [(0, 0), (0, 0)]
+        for extent, kernel, stride, _, before, after, out in parameters:
+            beyond = max(0, (out - 1) * stride + kernel - extent - before - after)
+            whole.append((before, after + beyond))
+            ends.append((before, after))
+        padded = np.pad(wide(x), whole, constant_values=fill)
+        inside = np.pad(np.ones(x.shape), whole)
+        counted = np.pad(np.ones(x.shape), ends, constant_values=1)
         exclude = name == "avg_pool" and rng.random() < 0.5
         result = np.zeros((*x.shape[:2], *outs))
         for place in itertools.product(*(range(o) for o in outs)):
@@ -471,10 +515,14 @@ def pool(name, function, fill):
             area = padded[(slice(None), slice(None), *cut)]
             count = inside[(slice(None), slice(None), *cut)]
             axes = tuple(range(2, 2 + spatial))
-            total = np.prod(area.shape[2:]) if not exclude else count.sum(axes)
+            total = (count if exclude else counted[(slice(None), slice(None), *cut)]).sum(axes)
             result[(slice(None), slice(None), *place)] = function(area, axes, total)
         arguments = {"x": x, "kernel_sizes": i32([w[1] for w in parameters]),
                      **window_arguments(rng, kind, parameters, False)}
+        if upward or rng.random() < 0.3:
+            arguments["ceil_mode"] = np.bool_(upward)
+        if kind:  # in either case
+            arguments["pad_type"] = rng.choice((kind, kind, kind.upper()))
         if name == "avg_pool" and (exclude or rng.random() < 0.5):
             arguments["exclude_padding_from_average"] = np.bool_(exclude)
         return Case(name, arguments, [back(result, element)],
@@ -634,12 +682,12 @@ REDUCTIONS = {
 
 def reduction(name, function):
     def make(rng):
-        whole = name in ("reduce_sum", "reduce_max", "reduce_min", "reduce_mean",
-                         "reduce_sum_square", "reduce_l1_norm")
-        element = "int32" if whole and rng.random() < 0.3 else rng.choice(FLOATS)
+        element = "int32" if rng.random() < 0.3 else rng.choice(FLOATS)
         x = values(element, shape(rng, 0, 5, False), 1)
         if name == "reduce_log_sum":
-            x = np.abs(x) + NUMPY[element](0.1)
+            x = np.abs(x) + NUMPY[element](0.1 if element in FLOATS else 2)
+        if name == "reduce_prod" and element == "int32":
+            x = np.sign(x)  # stays in range
         arguments = {"x": x}
         axes = some_axes(rng, x.ndim, arguments)
         keep = rng.random() < 0.5
@@ -666,7 +714,7 @@ def argument(name, function):
         kind = rng.choice(("int32", "uint16"))
         arguments = {"x": x, "axis": i32(axis), "keep_dims": np.bool_(keep)}
         if kind != "int32" or rng.random() < 0.5:
-            arguments["output_dtype"] = kind
+            arguments["output_dtype"] = rng.choice((kind, kind.upper()))
         result = function(x, axis)
         return Case(name, arguments, [back(np.expand_dims(result, axis) if keep else result,
                                            kind)], constants=("axis", "keep_dims"), opset=17)

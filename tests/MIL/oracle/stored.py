@@ -19,13 +19,15 @@ class Form:
         self.which = which
         self.attributes = attributes
         self.names = None
+        self.program = None  # the names belong to
 
     @property
     def shape(self):
         return self.results[self.which].shape
 
     def write(self, program):
-        if self.names is None:
+        if self.program is not program:
+            self.program = program
             given = {}
             for key, value in self.arguments.items():
                 if isinstance(value, (Form, Result)):

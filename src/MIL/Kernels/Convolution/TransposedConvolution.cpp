@@ -3,6 +3,7 @@
 #include "MIL/Kernels/Operations.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace vorlin::mil {
 
@@ -36,6 +37,9 @@ struct Spread {
         placeWindows(call, x.shape, weight.shape);
     }
 
+    /// How far the spread input reaches before anything is cropped.
+    static std::int64_t reachOf(const WindowAxis& w) { return (w.in - 1) * w.stride + w.reach(); }
+
     void placeWindows(const Call& call, const Shape& x, const Shape& weight)
     {
         const Extents ones = Extents::filled(spatial, 1);
@@ -49,6 +53,11 @@ struct Spread {
         call.require(strides.size() == spatial && dilations.size() == spatial &&
                          pad.size() == 2 * spatial,
                      "needs one stride and dilation for each axis, and two paddings");
+        std::optional<Extents> given;
+        if (call.has("output_shape")) {
+            given = call.integers("output_shape");
+            call.require(given->size() == spatial + 2, "has an output shape of another rank");
+        }
         constexpr std::int64_t largest = std::int64_t{1} << 20;
         for (std::size_t i = 0; i < spatial; ++i) {
             WindowAxis& w = windows[3 - spatial + i];
@@ -58,25 +67,18 @@ struct Spread {
                              w.before < largest && w.after >= 0 && w.after < largest &&
                              w.in < largest,
                          "has a kernel, stride, dilation or padding out of range");
-            if (same) {
-                const std::int64_t total = std::max<std::int64_t>(0, w.reach() - w.stride);
+            w.out =
+                same ? w.in * w.stride : std::max<std::int64_t>(0, reachOf(w) - w.before - w.after);
+            if (given) {
+                const std::int64_t extent = (*given)[2 + i];
+                call.require(extent >= 0 && extent <= reachOf(w) + w.stride,
+                             "has an output shape it cannot make");
+                w.out = extent;
+            }
+            if (same) { // what a convolution of the result would pad is cropped
+                const std::int64_t total = std::max<std::int64_t>(0, reachOf(w) - w.out);
                 w.before = padType == "same" ? total / 2 : total - total / 2;
                 w.after = total - w.before;
-                w.out = w.in * w.stride;
-                continue;
-            }
-            w.out =
-                std::max<std::int64_t>(0, (w.in - 1) * w.stride + w.reach() - w.before - w.after);
-        }
-        if (call.has("output_shape")) {
-            const Extents given = call.integers("output_shape");
-            call.require(given.size() == spatial + 2, "has an output shape of another rank");
-            for (std::size_t i = 0; i < spatial; ++i) {
-                WindowAxis& w = windows[3 - spatial + i];
-                call.require(given[2 + i] >= 0 &&
-                                 given[2 + i] <= w.out + w.before + w.after + w.stride,
-                             "has an output shape it cannot make");
-                w.out = given[2 + i];
             }
         }
     }

@@ -20,11 +20,11 @@ void padSame(const Call& call, WindowAxis& axis, bool lower)
 
 void countWindows(const Call& call, WindowAxis& axis, bool ceilMode)
 {
-    const std::int64_t room = axis.in + axis.before + axis.after - axis.reach();
+    std::int64_t room = axis.in + axis.before + axis.after - axis.reach();
+    room += ceilMode ? axis.stride - 1 : 0; // the last window may reach beyond the end
     call.require(room >= 0, "has a kernel larger than its padded input");
     axis.out = room / axis.stride + 1;
     if (ceilMode) {
-        axis.out = (room + axis.stride - 1) / axis.stride + 1;
         const bool padded = axis.before + axis.after > 0;
         if (padded && (axis.out - 1) * axis.stride >= axis.in + axis.before) {
             --axis.out;
@@ -41,7 +41,7 @@ Windows windowsOf(const Call& call, const Shape& x, const Extents& kernel, bool 
     const Extents ones = Extents::filled(spatial, 1);
     const Extents strides = call.integers("strides", ones);
     const Extents dilations = dilates ? call.integers("dilations", ones) : ones;
-    const std::string_view padType = call.text("pad_type", "valid");
+    const std::string padType = call.word("pad_type", "valid");
     const bool custom = padType == "custom";
     const bool same = padType == "same" || padType == "same_lower";
     call.require(custom || same || padType == "valid", "has an unknown pad_type");

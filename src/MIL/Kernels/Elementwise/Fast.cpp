@@ -53,7 +53,18 @@ struct Sigmoid {
     HWY_INLINE Vector operator()(Vector x) const { return sigmoidOf(x); }
 };
 struct Silu {
-    HWY_INLINE Vector operator()(Vector x) const { return hn::Mul(x, sigmoidOf(x)); }
+    HWY_INLINE Vector operator()(Vector x) const
+    {
+        const Floats d;
+        const Vector usual = hn::Mul(x, sigmoidOf(x));
+        const auto far = hn::Lt(x, hn::Set(d, -80.0f));
+        if (hn::AllFalse(d, far)) {
+            return usual;
+        }
+        // There x e^x is meant, and e^x alone has few digits left.
+        const Vector root = exponential(hn::Mul(x, hn::Set(d, 0.5f)));
+        return hn::IfThenElse(far, hn::Mul(hn::Mul(x, root), root), usual);
+    }
 };
 /// min(max(x, low), high), where not-a-number stays.
 struct Bound {

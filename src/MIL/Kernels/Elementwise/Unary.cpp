@@ -79,6 +79,7 @@ bool takesIntegers(UnaryFunction function)
     case absolute:
     case sign:
     case square:
+    case exponential2:
     case ceiling:
     case floor:
     case round:
@@ -113,23 +114,25 @@ UnaryFunction geluOf(const Call& call)
     return geluSigmoid;
 }
 
-/// Exact: numbers of up to 32 bits fit the reference's double precision; squares wrap.
+/// Exact: numbers of up to 32 bits fit the reference's double precision; squares wrap, fractions
+/// are cut off.
 void computeIntegers(const Call& call, UnaryFunction function, double alpha, double beta,
                      std::int64_t begin, std::int64_t end)
 {
     const TensorView& x = call.input("x");
     IntegerChunk chunk;
-    std::int64_t results[chunkLength];
     for (std::int64_t i = begin; i < end; i += chunkLength) {
         const std::int64_t count = std::min(chunkLength, end - i);
         const std::int64_t* const in = chunk.load(x, i, count, true);
         for (std::int64_t k = 0; k < count; ++k) {
-            const std::int64_t v = in[k];
-            results[k] = function == square ? v * v
-                                            : static_cast<std::int64_t>(reference::unary(
-                                                  function, static_cast<double>(v), alpha, beta));
+            if (function == square) {
+                const std::int64_t result = in[k] * in[k];
+                storeIntegers(call.output(), i + k, 1, &result);
+            } else {
+                call.output().set(
+                    i + k, reference::unary(function, static_cast<double>(in[k]), alpha, beta));
+            }
         }
-        storeIntegers(call.output(), i, count, results);
     }
 }
 
@@ -137,8 +140,17 @@ void computeUnary(const Call& call, std::int64_t begin, std::int64_t end)
 {
     const Unary& entry = entryOf(call);
     const TensorView& x = call.input("x");
-    const double alpha = entry.alpha.empty() ? 0 : call.number(entry.alpha, entry.defaultAlpha);
-    const double beta = entry.beta.empty() ? 0 : call.number(entry.beta, entry.defaultBeta);
+    const auto constant = [&](std::string_view name, double otherwise) {
+        // A default is a number of x's type: the epsilon of a logarithm of halves is zero.
+        if (name.empty() || !call.has(name)) {
+            const auto single = static_cast<float>(otherwise);
+            const bool halves = x.type.element == ElementType::fp16;
+            return static_cast<double>(halves ? widen(narrow(single)) : single);
+        }
+        return call.number(name, otherwise);
+    };
+    const double alpha = constant(entry.alpha, entry.defaultAlpha);
+    const double beta = constant(entry.beta, entry.defaultBeta);
     if (!isComputed(x.type.element)) {
         computeIntegers(call, entry.function, alpha, beta, begin, end);
         return;

@@ -40,7 +40,10 @@ double unary(UnaryFunction function, double x, double a, double b)
     case logarithm: return std::log(x + a);
     case reciprocalRoot: return 1 / std::sqrt(x + a);
     case inverse: return 1 / (x + a);
-    case clip: return x < a ? a : x > b ? b : x;
+    case clip: {
+        const double raised = x < a ? a : x;
+        return raised > b ? b : raised;
+    }
     case threshold: return x < a ? a : x;
     case relu: return x < 0 ? 0 : x;
     case relu6: return x < 0 ? 0 : x > 6 ? 6 : x;

@@ -106,7 +106,7 @@ void runLayerNorm(const Call& call)
 void inferByChannel(const Call& call, std::vector<TensorType>& outputs)
 {
     const TensorType& x = floating(call);
-    call.require(x.shape.size() >= 3 && x.shape.size() <= 5, "takes x of rank 3 to 5");
+    call.require(x.shape.size() >= 2, "takes x of rank 2 or more");
     const Shape channels{x.shape[1]};
     requireParameter(call, "gamma", channels);
     requireParameter(call, "beta", channels);

@@ -12,19 +12,21 @@ namespace vorlin::mil {
 
 namespace {
 
+/// Numbers that products take. Constants may be of another type than what they meet.
+bool multiplies(ElementType element)
+{
+    return isComputed(element) || (isWhole(element) && element != ElementType::boolean);
+}
+
 void inferLinear(const Call& call, std::vector<TensorType>& outputs)
 {
     const TensorType& x = call.type("x").type;
     const TensorType& weight = call.type("weight").type;
-    const auto fitsX = [&](ElementType element) {
-        return isComputed(x.element) ? isComputed(element)
-                                     : isWhole(x.element) && element == x.element;
-    };
-    bool fits = fitsX(weight.element) && !x.shape.empty() && weight.shape.size() == 2 &&
-                weight.shape[1] == x.shape.back();
+    bool fits = multiplies(x.element) && multiplies(weight.element) && !x.shape.empty() &&
+                weight.shape.size() == 2 && weight.shape[1] == x.shape.back();
     if (call.has("bias")) {
         const TensorType& bias = call.type("bias").type;
-        fits = fits && fitsX(bias.element) && bias.shape.size() <= 1 &&
+        fits = fits && multiplies(bias.element) && bias.shape.size() <= 1 &&
                (elementCount(bias.shape) == 1 || bias.shape[0] == weight.shape[0]);
     }
     if (!fits) {
@@ -43,27 +45,51 @@ struct Factors {
     MatrixSink::Target target;
 };
 
-/// C = P Q + bias, exact; the bias, where there is one, belongs to the columns.
-void multiplyIntegers(const Call& call, const Factors& f)
+/// An element of a dense or stored matrix.
+double numberAt(const MatrixView& matrix, std::int64_t place)
+{
+    if (matrix.stored == nullptr) {
+        return matrix.tensor.number(place);
+    }
+    float value = 0;
+    matrix.stored->expand(place, 1, &value);
+    return static_cast<double>(value);
+}
+
+/// C = P Q + bias where integers take part: exact among themselves, in double precision when they
+/// meet floating numbers. The bias, where there is one, belongs to the columns.
+void multiplyPlain(const Call& call, const Factors& f)
 {
     const TensorView* const bias =
         call.operation() == "linear" && call.has("bias") ? &call.input("bias") : nullptr;
+    const bool exact = isWhole(f.p.tensor.type.element) && isWhole(f.q.tensor.type.element) &&
+                       (bias == nullptr || isWhole(bias->type.element));
+    const bool singleBias = bias != nullptr && bias->elements() == 1;
     for (std::int64_t i = 0; i < f.size.rows; ++i) {
         call.checkStop();
         for (std::int64_t j = 0; j < f.size.columns; ++j) {
             std::uint64_t sum = 0;
-            if (bias != nullptr) {
-                sum = static_cast<std::uint64_t>(bias->integer(bias->elements() == 1 ? 0 : j));
-            }
+            double fraction = 0;
             for (std::int64_t k = 0; k < f.size.inner; ++k) {
-                const auto x = static_cast<std::uint64_t>(
-                    f.p.tensor.integer(f.p.base + i * f.p.rowStride + k * f.p.columnStride));
-                const auto y = static_cast<std::uint64_t>(
-                    f.q.tensor.integer(f.q.base + k * f.q.rowStride + j * f.q.columnStride));
-                sum += x * y;
+                const std::int64_t x = f.p.base + i * f.p.rowStride + k * f.p.columnStride;
+                const std::int64_t y = f.q.base + k * f.q.rowStride + j * f.q.columnStride;
+                if (exact) {
+                    sum += static_cast<std::uint64_t>(f.p.tensor.integer(x)) *
+                           static_cast<std::uint64_t>(f.q.tensor.integer(y));
+                } else {
+                    fraction += numberAt(f.p, x) * numberAt(f.q, y);
+                }
             }
-            const auto value = static_cast<std::int64_t>(sum);
-            storeIntegers(call.output(), f.target.base + i * f.target.rowStride + j, 1, &value);
+            const std::int64_t place = f.target.base + i * f.target.rowStride + j;
+            if (exact) {
+                sum += static_cast<std::uint64_t>(
+                    bias != nullptr ? bias->integer(singleBias ? 0 : j) : 0);
+                const auto value = static_cast<std::int64_t>(sum);
+                storeIntegers(call.output(), place, 1, &value);
+            } else {
+                fraction += bias != nullptr ? bias->number(singleBias ? 0 : j) : 0;
+                call.output().set(place, fraction);
+            }
         }
     }
 }
@@ -77,11 +103,13 @@ void runLinear(const Call& call)
     const std::int64_t inner = weight.extent(1);
     const std::int64_t rows = weight.extent(0);
     const std::int64_t columns = product(x.shape(), 0, x.rank() - 1);
-    if (!isComputed(x.type.element)) {
-        multiplyIntegers(call, {{columns, inner, rows},
-                                {x, nullptr, 0, inner, 1},
-                                {weight, nullptr, 0, 1, inner},
-                                {call.output(), 0, rows, 1}});
+    const bool floats = isComputed(x.type.element) && isComputed(weight.type.element) &&
+                        (!call.has("bias") || isComputed(call.input("bias").type.element));
+    if (!floats) {
+        multiplyPlain(call, {{columns, inner, rows},
+                             {x, nullptr, 0, inner, 1},
+                             {weight, stored, 0, 1, inner},
+                             {call.output(), 0, rows, 1}});
         return;
     }
     const MatrixRows left({weight, stored, 0, inner, 1});
@@ -152,12 +180,13 @@ void inferMatmul(const Call& call, std::vector<TensorType>& outputs)
 {
     const TensorType& x = call.type("x").type;
     const TensorType& y = call.type("y").type;
-    const bool floats = isComputed(x.element) && isComputed(y.element);
-    const bool integers = x.element == y.element && isWhole(x.element);
-    if (!floats && !integers) {
+    const bool xAlone = call.isConstant("x") && !call.isConstant("y");
+    const bool oneAlone = call.isConstant("x") != call.isConstant("y");
+    const bool together =
+        x.element == y.element || oneAlone || (isComputed(x.element) && isComputed(y.element));
+    if (!multiplies(x.element) || !multiplies(y.element) || !together) {
         call.fail("does not take " + describe(x) + " and " + describe(y));
     }
-    const bool xAlone = call.isConstant("x") && !call.isConstant("y");
     outputs.push_back({xAlone ? y.element : x.element, Matmul(call).shape});
 }
 
@@ -180,6 +209,15 @@ void multiplyFactors(const Call& call, const Factors& f, bool alone)
     std::swap(target.rowStride, target.columnStride);
     compute(call, {f.size.columns, f.size.inner, f.size.rows}, MatrixRows(left),
             MatrixColumns(right), MatrixSink(target, nullptr));
+}
+
+void multiplyAny(const Call& call, const Factors& f, bool alone)
+{
+    if (isComputed(f.p.tensor.type.element) && isComputed(f.q.tensor.type.element)) {
+        multiplyFactors(call, f, alone);
+    } else {
+        multiplyPlain(call, f);
+    }
 }
 
 void runMatmul(const Call& call)
@@ -213,11 +251,7 @@ void runMatmul(const Call& call)
                          f.q.base =
                              (offsets[1] + (walk.advances(1) ? step : 0)) * m.inner * m.columns;
                          f.target.base = index * m.rows * m.columns;
-                         if (isFloat(call.output().type.element)) {
-                             multiplyFactors(call, f, alone);
-                         } else {
-                             multiplyIntegers(call, f);
-                         }
+                         multiplyAny(call, f, alone);
                      });
     };
     if (batches == 1) {
@@ -280,8 +314,8 @@ void inferEinsum(const Call& call, std::vector<TensorType>& outputs)
 {
     const Einsum e(call);
     const TensorType& x = call.type("values", 0).type;
-    call.require(isComputed(x.element) && call.type("values", 1).type.element == x.element,
-                 "takes floating numbers of one type");
+    call.require(multiplies(x.element) && call.type("values", 1).type.element == x.element,
+                 "takes numbers of one type");
     Shape shape = e.result;
     if (x.shape.size() == 3) {
         shape.erase(0);
@@ -308,7 +342,7 @@ void runEinsum(const Call& call)
                            1};
         const MatrixSink::Target target{call.output(), n * r[1] * r[2] * r[3] + h * r[3],
                                         r[2] * r[3], 1};
-        multiplyFactors(call, {{r[1], e.a[3], r[3]}, p, q, target}, false);
+        multiplyAny(call, {{r[1], e.a[3], r[3]}, p, q, target}, false);
     });
 }
 

@@ -70,7 +70,7 @@ struct Activation {
 
 Activation activationOf(const Call& call, std::string_view parameter, std::string_view otherwise)
 {
-    const std::string_view name = call.text(parameter, otherwise);
+    const std::string name = call.word(parameter, otherwise);
     if (name == "sigmoid") {
         return {UnaryFunction::sigmoid};
     }

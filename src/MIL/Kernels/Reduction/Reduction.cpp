@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <variant>
 
 namespace vorlin::mil {
 
@@ -70,8 +71,7 @@ Shape reducedShape(const Shape& x, const Extents& axes, bool keep)
 void inferReduce(const Call& call, std::vector<TensorType>& outputs)
 {
     const TensorType& x = call.type("x").type;
-    const bool integers = isWhole(x.element) && x.element != ElementType::boolean &&
-                          reductionOf(call) < Reduction::root;
+    const bool integers = isWhole(x.element) && x.element != ElementType::boolean;
     if (!isComputed(x.element) && !integers) {
         call.fail("does not take " + describe(x));
     }
@@ -141,21 +141,42 @@ double reduceRow(Reduction reduction, const float* row, std::int64_t width)
     }
 }
 
-std::int64_t reduceIntegers(Reduction reduction, const TensorView& x, const AxisSplit& split,
-                            std::int64_t row)
+/// ln of the sum of exponentials of integers.
+double logSumExp(const TensorView& x, const AxisSplit& split, std::int64_t start)
+{
+    auto most = static_cast<double>(lowestOf(x.type.element));
+    for (std::int64_t i = 0; i < split.width(); ++i) {
+        most = std::max(most, x.number(start + split.offset(i)));
+    }
+    double sum = 0;
+    for (std::int64_t i = 0; i < split.width(); ++i) {
+        sum += std::exp(x.number(start + split.offset(i)) - most);
+    }
+    return std::log(sum) + most;
+}
+
+/// Exact; where the result is a fraction, it is in double precision.
+std::variant<std::int64_t, double> reduceIntegers(Reduction reduction, const TensorView& x,
+                                                  const AxisSplit& split, std::int64_t row)
 {
     std::uint64_t sum = reduction == Reduction::product ? 1 : 0;
+    double squares = 0;
     std::int64_t most =
         reduction == Reduction::minimum ? highestOf(x.type.element) : lowestOf(x.type.element);
     const std::int64_t start = split.start(row);
+    if (reduction == Reduction::logSumExp) {
+        return logSumExp(x, split, start);
+    }
     for (std::int64_t i = 0; i < split.width(); ++i) {
-        const std::int64_t value = x.integer(start + split.offset(i));
+        const std::int64_t place = start + split.offset(i);
+        const std::int64_t value = x.integer(place);
         const auto bits = static_cast<std::uint64_t>(value);
         switch (reduction) {
         case Reduction::maximum: most = std::max(most, value); break;
         case Reduction::minimum: most = std::min(most, value); break;
         case Reduction::product: sum *= bits; break;
         case Reduction::sumOfSquares: sum += bits * bits; break;
+        case Reduction::root: squares += x.number(place) * x.number(place); break;
         case Reduction::sumOfMagnitudes: sum += value < 0 ? -bits : bits; break;
         default: sum += bits; break;
         }
@@ -164,7 +185,12 @@ std::int64_t reduceIntegers(Reduction reduction, const TensorView& x, const Axis
         return most;
     }
     const auto total = static_cast<std::int64_t>(sum);
-    return reduction == Reduction::mean && split.width() != 0 ? total / split.width() : total;
+    switch (reduction) {
+    case Reduction::root: return std::sqrt(squares);
+    case Reduction::logSum: return std::log(static_cast<double>(total));
+    case Reduction::mean: return split.width() != 0 ? total / split.width() : total;
+    default: return total;
+    }
 }
 
 void runReduce(const Call& call)
@@ -177,8 +203,12 @@ void runReduce(const Call& call)
     call.parallel(split.rows(), rowGrain(split.width()), [&](std::int64_t begin, std::int64_t end) {
         for (std::int64_t row = begin; row < end; ++row) {
             if (!floats) {
-                const std::int64_t value = reduceIntegers(reduction, x, split, row);
-                storeIntegers(out, row, 1, &value);
+                const auto value = reduceIntegers(reduction, x, split, row);
+                if (const auto* const whole = std::get_if<std::int64_t>(&value)) {
+                    storeIntegers(out, row, 1, whole);
+                } else {
+                    out.set(row, std::get<double>(value)); // cut off
+                }
                 continue;
             }
             float* const values = rowBuffer(split.width());
@@ -192,7 +222,7 @@ void runReduce(const Call& call)
 void inferArg(const Call& call, std::vector<TensorType>& outputs)
 {
     const TensorType& x = call.type("x").type;
-    const auto type = elementTypeNamed(call.text("output_dtype", "int32"));
+    const auto type = elementTypeNamed(call.word("output_dtype", "int32"));
     call.require(type && isWhole(*type) && *type != ElementType::boolean,
                  "has an output type it cannot make");
     call.require(isComputed(x.element) || isWhole(x.element), "takes numbers");
