@@ -63,7 +63,8 @@ void multiplyIntegers(const Call& call, const Factors& f, const TensorView* bias
 {
     const auto* const p = f.p.tensor.as<std::uint32_t>() + f.p.base;
     const auto* const q = f.q.tensor.as<std::uint32_t>() + f.q.base;
-    std::vector<std::uint32_t> sums(static_cast<std::size_t>(f.size.columns));
+    thread_local std::vector<std::uint32_t> sums;
+    sums.resize(static_cast<std::size_t>(f.size.columns));
     for (std::int64_t i = 0; i < f.size.rows; ++i) {
         call.checkStop();
         const std::uint32_t* const row = p + i * f.p.rowStride;
