@@ -1,9 +1,11 @@
 #include "MIL/Kernels/Convolution/Windows.h"
 #include "MIL/Kernels/Elementwise/Elements.h"
 #include "MIL/Kernels/Operations.h"
+#include "MIL/Kernels/Product/Operands.h"
 
 #include <algorithm>
 #include <optional>
+#include <vector>
 
 namespace vorlin::mil {
 
@@ -128,10 +130,101 @@ double gatherTaps(const Call& call, const Spread& s, std::int64_t plane, std::in
     return sum;
 }
 
+/// Adds a row of products to a row of the output, along the last axis.
+void addRow(const WindowAxis& w, std::int64_t tap, const float* products, float* out)
+{
+    const std::int64_t shift = tap * w.dilation - w.before;
+    const std::int64_t first = shift >= 0 ? 0 : (-shift + w.stride - 1) / w.stride;
+    const std::int64_t room = w.out - shift;
+    const std::int64_t last = room <= 0 ? 0 : std::min(w.in, (room - 1) / w.stride + 1);
+    for (std::int64_t i = first; i < last; ++i) {
+        out[i * w.stride + shift] += products[i];
+    }
+}
+
+/// Adds what one tap makes of every place of the input.
+void addTap(const Windows& windows, std::int64_t tap, const float* products, float* out)
+{
+    const auto& [a, b, c] = windows;
+    const std::int64_t shift0 = tap / c.kernel / b.kernel * a.dilation - a.before;
+    const std::int64_t shift1 = tap / c.kernel % b.kernel * b.dilation - b.before;
+    for (std::int64_t i0 = 0; i0 < a.in; ++i0) {
+        const std::int64_t o0 = i0 * a.stride + shift0;
+        for (std::int64_t i1 = 0; i1 < b.in; ++i1) {
+            const std::int64_t o1 = i1 * b.stride + shift1;
+            if (o0 >= 0 && o0 < a.out && o1 >= 0 && o1 < b.out) {
+                addRow(c, tap % c.kernel, products + (i0 * b.in + i1) * c.in,
+                       out + (o0 * b.out + o1) * c.out);
+            }
+        }
+    }
+}
+
+/// Some filters of one group over one batch entry.
+struct Piece {
+    std::int64_t entry = 0;
+    std::int64_t group = 0;
+    std::int64_t first = 0; // filter of the group
+    std::int64_t count = 0;
+};
+
+/// All taps of the filters as one product with the input, added up where they meet.
+void spreadPiece(const Call& call, const Spread& s, const Piece& piece)
+{
+    const TensorView& x = call.input("x");
+    const auto& [a, b, c] = s.windows;
+    const std::int64_t taps = a.kernel * b.kernel * c.kernel;
+    const std::int64_t inPlane = a.in * b.in * c.in;
+    const std::int64_t outPlane = a.out * b.out * c.out;
+    const std::int64_t perInput = x.extent(1) / s.groups;
+    const std::int64_t firstChannel = piece.group * perInput;
+    const std::int64_t rows = piece.count * taps;
+    thread_local std::vector<float> products;
+    thread_local std::vector<float> sums;
+    call.checkScratch(static_cast<std::size_t>(rows * inPlane + outPlane) * sizeof(float));
+    products.resize(static_cast<std::size_t>(rows * inPlane));
+    sums.resize(static_cast<std::size_t>(outPlane));
+    const TensorBuffer target{{ElementType::fp32, {rows, inPlane}},
+                              reinterpret_cast<std::byte*>(products.data())};
+    multiplyHere(
+        call, {rows, perInput, inPlane},
+        MatrixRows({call.input("weight"), nullptr, (firstChannel * s.perGroup + piece.first) * taps,
+                    1, s.perGroup * taps}),
+        MatrixColumns(
+            {x, nullptr, (piece.entry * x.extent(1) + firstChannel) * inPlane, inPlane, 1}),
+        MatrixSink({target, 0, inPlane, 1}, nullptr));
+    for (std::int64_t i = 0; i < piece.count; ++i) {
+        call.checkStop();
+        const std::int64_t filter = piece.group * s.perGroup + piece.first + i;
+        const double bias = call.has("bias") ? call.input("bias").number(filter) : 0;
+        std::fill(sums.begin(), sums.end(), static_cast<float>(bias));
+        for (std::int64_t tap = 0; tap < taps; ++tap) {
+            addTap(s.windows, tap, products.data() + (i * taps + tap) * inPlane, sums.data());
+        }
+        storeFloats(call.output(), (piece.entry * s.perGroup * s.groups + filter) * outPlane,
+                    outPlane, sums.data());
+    }
+}
+
 void runSpread(const Call& call)
 {
     const Spread s(call);
     const TensorBuffer& out = call.output();
+    if (!call.referenceKernels() && out.elements() > 0) {
+        constexpr std::int64_t mostFloats = std::int64_t{1} << 18; // of products at a time
+        const std::int64_t perFilter = product(call.input("weight").shape(), 2, out.rank()) *
+                                       product(call.input("x").shape(), 2, out.rank());
+        const std::int64_t together = std::clamp<std::int64_t>(
+            mostFloats / std::max<std::int64_t>(perFilter, 1), 1, s.perGroup);
+        const std::int64_t pieces = (s.perGroup + together - 1) / together;
+        call.parallel(out.extent(0) * s.groups * pieces, 1, [&](std::int64_t i, std::int64_t) {
+            const std::int64_t first = i % pieces * together;
+            spreadPiece(call, s,
+                        {i / pieces / s.groups, i / pieces % s.groups, first,
+                         std::min(together, s.perGroup - first)});
+        });
+        return;
+    }
     const std::int64_t filters = s.perGroup * s.groups;
     const std::int64_t plane = product(out.shape(), 2, out.rank());
     call.parallel(out.elements(), 256, [&](std::int64_t begin, std::int64_t end) {

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <vector>
 
 namespace vorlin::mil {
 
@@ -56,6 +57,39 @@ double numberAt(const MatrixView& matrix, std::int64_t place)
     return static_cast<double>(value);
 }
 
+/// C = P Q + bias in 32-bit integers, which wrap. Goes along the rows of Q in memory, whichever
+/// way they run.
+void multiplyIntegers(const Call& call, const Factors& f, const TensorView* bias)
+{
+    const auto* const p = f.p.tensor.as<std::uint32_t>() + f.p.base;
+    const auto* const q = f.q.tensor.as<std::uint32_t>() + f.q.base;
+    thread_local std::vector<std::uint32_t> sums;
+    sums.resize(static_cast<std::size_t>(f.size.columns));
+    for (std::int64_t i = 0; i < f.size.rows; ++i) {
+        call.checkStop();
+        const std::uint32_t* const row = p + i * f.p.rowStride;
+        for (std::int64_t j = 0; j < f.size.columns; ++j) {
+            const std::int64_t place = bias == nullptr || bias->elements() == 1 ? 0 : j;
+            std::uint32_t sum =
+                bias == nullptr ? 0 : static_cast<std::uint32_t>(bias->integer(place));
+            if (f.q.columnStride != 1) {
+                for (std::int64_t k = 0; k < f.size.inner; ++k) {
+                    sum += row[k * f.p.columnStride] * q[k * f.q.rowStride + j * f.q.columnStride];
+                }
+            }
+            sums[static_cast<std::size_t>(j)] = sum;
+        }
+        for (std::int64_t k = 0; f.q.columnStride == 1 && k < f.size.inner; ++k) {
+            const std::uint32_t factor = row[k * f.p.columnStride];
+            for (std::int64_t j = 0; j < f.size.columns; ++j) {
+                sums[static_cast<std::size_t>(j)] += factor * q[k * f.q.rowStride + j];
+            }
+        }
+        std::copy(sums.begin(), sums.end(),
+                  call.output().as<std::uint32_t>() + f.target.base + i * f.target.rowStride);
+    }
+}
+
 /// C = P Q + bias where integers take part: exact among themselves, in double precision when they
 /// meet floating numbers. The bias, where there is one, belongs to the columns.
 void multiplyPlain(const Call& call, const Factors& f)
@@ -64,6 +98,11 @@ void multiplyPlain(const Call& call, const Factors& f)
         call.operation() == "linear" && call.has("bias") ? &call.input("bias") : nullptr;
     const bool exact = isWhole(f.p.tensor.type.element) && isWhole(f.q.tensor.type.element) &&
                        (bias == nullptr || isWhole(bias->type.element));
+    const auto usual = [](const TensorView* t) { return t->type.element == ElementType::int32; };
+    if (usual(&f.p.tensor) && usual(&f.q.tensor) && (bias == nullptr || usual(bias))) {
+        multiplyIntegers(call, f, bias);
+        return;
+    }
     const bool singleBias = bias != nullptr && bias->elements() == 1;
     for (std::int64_t i = 0; i < f.size.rows; ++i) {
         call.checkStop();
