@@ -63,6 +63,14 @@ TEST(OpenShapesTest, reshapeMayDeclareTheZeroThatCopiesAnOpenExtent)
                   "tensor<fp32, [0, ?, 1]> y = relu(x = a);",
                   "ios16");
     EXPECT_EQ(shapeOf(copied, {5, 2, 3}), (Shape{5, 6, 1}));
+    const std::string passedOn =
+        programOf("tensor<fp32, [?, 2, 3]>",
+                  "tensor<fp32, [0, 3, 2]> a = reshape(shape = tensor<int32, [3]>([0, 3, 2]), "
+                  "x = x);\n"
+                  "tensor<fp32, [0, 3, 2]> b = relu(x = a);\n"
+                  "tensor<fp32, [0, 3, 2]> y = add(x = a, y = b);",
+                  "ios16");
+    EXPECT_EQ(shapeOf(passedOn, {5, 2, 3}), (Shape{5, 3, 2}));
 }
 
 } // namespace vorlin::mil::test

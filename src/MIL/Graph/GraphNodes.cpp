@@ -18,12 +18,11 @@ bool mayDeclareTooSmall(const OperationKind& kind)
 }
 
 /// Where a reshape copies an extent of an open shape, the exporter declares the 0 that asks for
-/// the copy. Returns whether there was one.
-bool openZeros(Shape& declared)
+/// the copy.
+bool declaresZeros(const OperationKind& kind, const Shape& declared)
 {
-    const bool any = std::find(declared.begin(), declared.end(), 0) != declared.end();
-    std::replace(declared.begin(), declared.end(), std::int64_t{0}, Extents::unknown);
-    return any;
+    return kind.name == "reshape" &&
+           std::find(declared.begin(), declared.end(), 0) != declared.end();
 }
 
 /// Whether such an operation may turn out larger than declared once open extents are known: a
@@ -71,12 +70,11 @@ void GraphBuilder::addNode(Node node, const syntax::Statement& statement)
             slip = slip || !wrong.empty();
             type = (*inferred)[i];
         } else {
-            slip = slip || (mayDeclareTooSmall(*node.kind) &&
-                            mayTurnOutLarger(node, graph.values, type.shape));
+            slip = slip || declaresZeros(*node.kind, type.shape) ||
+                   (mayDeclareTooSmall(*node.kind) &&
+                    mayTurnOutLarger(node, graph.values, type.shape));
             if (slip) { // nothing may rely on what is declared
                 type.shape = Extents::filled(type.shape.size(), Extents::unknown);
-            } else if (node.kind->name == "reshape") {
-                slip = openZeros(type.shape);
             }
         }
         const ValueId id = addValue(type);
