@@ -105,6 +105,7 @@ public:
     ~Model();
 
     const std::vector<FeatureDescription>& inputs() const;
+    /// In the program's order; a value that it returns twice is one output.
     const std::vector<FeatureDescription>& outputs() const;
     const std::vector<FeatureDescription>& states() const;
 
