@@ -129,6 +129,21 @@ def test_a_killed_engine_costs_its_utterance_only(desktop, launch):
     assert engine not in engine_processes(program)
 
 
+def test_an_engine_killed_while_somebody_speaks_costs_nothing(desktop, launch):
+    model = LocalModel(desktop)
+    program = launch(settings=model.settings())
+    terminal = Terminal(desktop)
+    first, second = model.utterances[0], model.utterances[4]
+    dictate(desktop, program, model.recording([first], "first"))
+    assert terminal.await_text(60) == first["text"]
+    with desktop.keyboard.held("Alt_R"):
+        program.await_recording()
+        desktop.sound.play(model.recording([second], "second"))
+        os.kill(engine_processes(program)[0], signal.SIGKILL)
+    wait_until(lambda: len(terminal.text()) > len(first["text"]), "the next text", 60)
+    assert terminal.text() == first["text"] + second["text"]
+
+
 def test_an_engine_killed_between_dictations_costs_nothing(desktop, launch):
     model = LocalModel(desktop)
     program = launch(settings=model.settings())
