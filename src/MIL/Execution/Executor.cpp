@@ -98,6 +98,7 @@ void Executor::run(std::span<const TensorView> inputs, const std::stop_token& st
 {
     execution.stop = stop;
     execution.pool = (urgency == WorkerPool::Kind::background ? background : foreground).get();
+    const WorkerPool::Expectation expectation(*execution.pool);
     arena.ensure(plan.arenaBytes + alignment);
     for (std::size_t i = 0; i < states.size(); ++i) {
         const std::size_t bytes = std::max<std::size_t>(byteCount(graph.states[i].type), 1);

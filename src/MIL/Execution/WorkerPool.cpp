@@ -16,7 +16,8 @@ namespace {
 constexpr std::size_t mostWorkers = 255;
 
 /// How long a thread looks out for what is about to happen before it sleeps: about what waking it
-/// up again costs. Operations of a program follow each other within less.
+/// up again costs. Operations of a program follow each other within less; predictions do not, and
+/// whoever waits for one may need the processor.
 constexpr std::chrono::microseconds lookOut{50};
 
 /// Waits, awake, until `happened` holds or the time is up.
@@ -154,7 +155,7 @@ void WorkerPool::work()
         if (job == nullptr && kind == Kind::foreground) {
             const std::size_t before = posted;
             guard.unlock();
-            lookOutFor([&] { return posted != before; });
+            lookOutFor([&] { return posted != before || expectations == 0; });
             guard.lock();
         }
         wake.wait(guard, [&] { return closing || (job = openJob()) != nullptr; });

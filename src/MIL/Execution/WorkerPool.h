@@ -32,6 +32,19 @@ public:
     WorkerPool& operator=(const WorkerPool&) = delete;
     ~WorkerPool();
 
+    /// While one of these lives, more work may follow soon: the threads look out for it for a
+    /// moment before they sleep. Without one they sleep at once. Any thread.
+    class Expectation {
+    public:
+        explicit Expectation(WorkerPool& pool) : pool(pool) { pool.expectations.fetch_add(1); }
+        Expectation(const Expectation&) = delete;
+        Expectation& operator=(const Expectation&) = delete;
+        ~Expectation() { pool.expectations.fetch_sub(1); }
+
+    private:
+        WorkerPool& pool;
+    };
+
     /// Calls `task(0)` to `task(tasks - 1)`, each once, on the calling thread and on at most
     /// `threads - 1` workers, and returns when all have returned. Tasks start in order. The first
     /// exception a task throws is thrown here; tasks not started by then are left out. Any
@@ -52,6 +65,7 @@ private:
     std::condition_variable done;
     std::vector<Job*> jobs;
     std::atomic<std::size_t> posted{0}; // jobs so far
+    std::atomic<std::size_t> expectations{0};
     std::vector<std::thread> workers;
     bool closing = false;
 };
