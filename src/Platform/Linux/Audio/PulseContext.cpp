@@ -15,6 +15,10 @@ namespace {
 constexpr Duration firstPause = std::chrono::milliseconds(200);
 constexpr Duration longestPause = std::chrono::seconds(5);
 
+/// How often a server is asked again for a default source that it names but does not have.
+constexpr int mostAsks = 5;
+constexpr Duration askPause = std::chrono::milliseconds(100);
+
 /// Lets the operation go on by itself.
 void detach(pa_operation* operation)
 {
@@ -59,6 +63,10 @@ pa_context* PulseContext::connection() const
 void PulseContext::connectNow()
 {
     if (context) {
+        if (source.get().state == DefaultSource::State::absent) {
+            source.set({});
+            askForSource();
+        }
         return;
     }
     ++attempt;
@@ -92,6 +100,7 @@ void PulseContext::connectionChanged()
     case PA_CONTEXT_READY:
         pause = firstPause;
         asking = false;
+        asksLeft = mostAsks;
         detach(pa_context_subscribe(context.get(),
                                     static_cast<pa_subscription_mask_t>(
                                         PA_SUBSCRIPTION_MASK_SERVER | PA_SUBSCRIPTION_MASK_SOURCE),
@@ -173,6 +182,17 @@ void PulseContext::serverAnswered(const pa_server_info* info)
 
 void PulseContext::sourceAnswered(const pa_source_info* info, int endOfList)
 {
+    if (endOfList < 0 && asksLeft > 0) {
+        // A PipeWire server whose devices are still coming names a default that is not there.
+        --asksLeft;
+        soundThread.postAfter(askPause, [this, asked = attempt] {
+            if (attempt == asked && context) {
+                asking = false;
+                askForSource();
+            }
+        });
+        return;
+    }
     if (endOfList != 0) {
         settle(std::move(answer));
         return;
@@ -191,6 +211,7 @@ void PulseContext::sourceAnswered(const pa_source_info* info, int endOfList)
 void PulseContext::settle(DefaultSource found)
 {
     asking = false;
+    asksLeft = mostAsks;
     if (askAgain) {
         askForSource();
         return;

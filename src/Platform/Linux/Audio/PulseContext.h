@@ -57,8 +57,9 @@ public:
     /// Kept by the server's events. Observers are called on the sound thread.
     const Published<DefaultSource, PulseContext>& defaultSource() const { return source; }
 
-    /// Tries at once to connect, instead of at the next of the regular attempts. Until that has
-    /// an answer the default source is unknown.
+    /// Tries at once to connect, instead of at the next of the regular attempts; if there was no
+    /// microphone, asks for one again, because the server's event may be on its way. Until that
+    /// has an answer the default source is unknown.
     void connectNow();
 
     /// While the result is kept, work given to `afterCaptureStarts` waits.
@@ -91,6 +92,7 @@ private:
     std::uint32_t sourceIndex;
     std::string defaultSink;
     DefaultSource answer;
+    int asksLeft = 0; // before a default source that is not there means none
     bool asking = false;
     bool askAgain = false;
 
