@@ -212,7 +212,7 @@ void bench(const Arguments& arguments)
     std::printf("peak memory: %zu kB resident\n", peakResidentKilobytes());
     std::vector<std::pair<std::string, Model::KindTime>> kinds;
     for (const auto& entry : model.times()) {
-        kinds.push_back(entry);
+        kinds.emplace_back(entry);
     }
     std::sort(kinds.begin(), kinds.end(),
               [](const auto& a, const auto& b) { return a.second.time > b.second.time; });

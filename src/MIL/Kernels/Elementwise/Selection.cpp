@@ -33,13 +33,13 @@ void inferSelect(const Call& call, std::vector<TensorType>& outputs)
 }
 
 /// One run. Which operands advance is known to the compiler, so that it can use vectors.
-template <class T, bool conditionMoves, bool aMoves, bool bMoves>
+template <class T, bool ConditionMoves, bool AMoves, bool BMoves>
 void selectRun(const std::uint8_t* condition, const T* a, const T* b, std::int64_t count, T* out)
 {
     for (std::int64_t i = 0; i < count; ++i) {
-        const T left = a[aMoves ? i : 0];
-        const T right = b[bMoves ? i : 0];
-        out[i] = condition[conditionMoves ? i : 0] != 0 ? left : right;
+        const T left = a[AMoves ? i : 0];
+        const T right = b[BMoves ? i : 0];
+        out[i] = condition[ConditionMoves ? i : 0] != 0 ? left : right;
     }
 }
 
