@@ -102,13 +102,27 @@ def test_escape_drops_everything(desktop, launch):
     assert terminal.await_text(60) == model.utterances[0]["text"]
 
 
-def test_a_killed_engine_costs_its_utterance_only(desktop, launch):
+def with_one_text_dictated(desktop, launch):
+    """The model, the program, a terminal and the utterance that already stands in it."""
     model = LocalModel(desktop)
     program = launch(settings=model.settings())
     terminal = Terminal(desktop)
-    first, second, third = model.utterances[0], model.utterances[4], model.utterances[8]
+    first = model.utterances[0]
     dictate(desktop, program, model.recording([first], "first"))
     assert terminal.await_text(60) == first["text"]
+    return model, program, terminal, first
+
+
+def next_text(terminal, first):
+    """What arrives behind the first utterance, which must still stand there."""
+    wait_until(lambda: len(terminal.text()) > len(first["text"]), "the next text", 60)
+    assert terminal.text().startswith(first["text"])
+    return terminal.text()[len(first["text"]):]
+
+
+def test_a_killed_engine_costs_its_utterance_only(desktop, launch):
+    model, program, terminal, first = with_one_text_dictated(desktop, launch)
+    second, third = model.utterances[4], model.utterances[8]
 
     # Held up, so that the final transcription cannot be over before the kill.
     engine = engine_processes(program)[0]
@@ -124,37 +138,26 @@ def test_a_killed_engine_costs_its_utterance_only(desktop, launch):
     assert stays(lambda: terminal.text() == first["text"], 2)
 
     dictate(desktop, program, model.recording([third], "third"))
-    wait_until(lambda: len(terminal.text()) > len(first["text"]), "the next text", 60)
-    assert terminal.text() == first["text"] + third["text"]
+    assert next_text(terminal, first) == third["text"]
     assert engine not in engine_processes(program)
 
 
 def test_an_engine_killed_while_somebody_speaks_costs_nothing(desktop, launch):
-    model = LocalModel(desktop)
-    program = launch(settings=model.settings())
-    terminal = Terminal(desktop)
-    first, second = model.utterances[0], model.utterances[4]
-    dictate(desktop, program, model.recording([first], "first"))
-    assert terminal.await_text(60) == first["text"]
+    model, program, terminal, first = with_one_text_dictated(desktop, launch)
+    second = model.utterances[4]
     with desktop.keyboard.held("Alt_R"):
         program.await_recording()
         desktop.sound.play(model.recording([second], "second"))
         os.kill(engine_processes(program)[0], signal.SIGKILL)
-    wait_until(lambda: len(terminal.text()) > len(first["text"]), "the next text", 60)
-    assert terminal.text() == first["text"] + second["text"]
+    assert next_text(terminal, first) == second["text"]
 
 
 def test_an_engine_killed_between_dictations_costs_nothing(desktop, launch):
-    model = LocalModel(desktop)
-    program = launch(settings=model.settings())
-    terminal = Terminal(desktop)
-    first, second = model.utterances[0], model.utterances[4]
-    dictate(desktop, program, model.recording([first], "first"))
-    assert terminal.await_text(60) == first["text"]
+    model, program, terminal, first = with_one_text_dictated(desktop, launch)
+    second = model.utterances[4]
     os.kill(engine_processes(program)[0], signal.SIGKILL)
     dictate(desktop, program, model.recording([second], "second"))
-    wait_until(lambda: len(terminal.text()) > len(first["text"]), "the next text", 60)
-    assert terminal.text() == first["text"] + second["text"]
+    assert next_text(terminal, first) == second["text"]
 
 
 def test_a_folder_that_vanishes_is_dictated_with_until_the_end_and_then_given_up(desktop, launch):
