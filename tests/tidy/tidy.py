@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Checks the code's own rules: floors, files, layout. Prints FILE:LINE: MESSAGE for each breach.
+"""Checks our own rules: floors, files, layout, documents. Prints FILE:LINE: MESSAGE for each breach.
 
     tidy.py [ROOT]
 """
@@ -9,63 +9,11 @@ import re
 import shutil
 import subprocess
 import sys
-import unicodedata
-from typing import NamedTuple
 
-CPP = {".h", ".cpp", ".mm"}
-CODE = CPP | {".py", ".qml", ".cmake", ".sh"}
-TEXT = CODE | {".md", ".txt", ".json", ".yml", ".yaml", ".in", ".desktop", ".conf", ".xml"}
-# What is no text of ours: build results, and inputs that are strange on purpose.
-SKIPPED_FOLDERS = {".git", ".cache", "__pycache__", ".pytest_cache", "build", "artefacts", "corpus"}
-COLUMNS = 100
+import documents
+from tree import CODE, COLUMNS, CPP, TEXT, Finding, Tree, width
+
 FUNCTION_LINES = 70
-
-
-class Finding(NamedTuple):
-    """One breach of a rule."""
-    path: str
-    line: int
-    message: str
-
-    def __str__(self):
-        return f"{self.path}:{self.line}: {self.message}"
-
-
-class Tree:
-    """The files of a source tree, by path from its root."""
-
-    def __init__(self, root):
-        self.root = pathlib.Path(root)
-        self.paths = sorted(
-            path.relative_to(self.root) for path in self.root.rglob("*")
-            if path.is_file() and not SKIPPED_FOLDERS & set(path.relative_to(self.root).parts))
-        self.texts = {}
-
-    def files(self, suffixes, *folders):
-        """The files with one of the suffixes, in one of the folders if any are given."""
-        for path in self.paths:
-            if kind(path) in suffixes and (not folders or path.parts[0] in folders):
-                yield path
-
-    def text(self, path):
-        """A file's text; bytes that are not UTF-8 become surrogates."""
-        if path not in self.texts:
-            raw = (self.root / path).read_bytes()
-            self.texts[path] = raw.decode("utf-8", "surrogateescape")
-        return self.texts[path]
-
-    def lines(self, path):
-        """A file's numbered lines."""
-        return enumerate(self.text(path).split("\n"), 1)
-
-
-def kind(path):
-    """A file's suffix; a script without one, and a build file, count as what they are."""
-    if path.name in ("CMakeLists.txt", "Makefile"):
-        return ".cmake"
-    if path.suffix == "" and path.parts[0] in ("scripts", ".ci"):
-        return ".sh"
-    return path.suffix
 
 
 # --- Floors: who may include what -----------------------------------------------------------------
@@ -182,34 +130,6 @@ def unlisted_files(tree):
             yield Finding(path, 1, "no CMakeLists.txt lists this file")
 
 
-TABLE_HEADER = re.compile(r"^\|.*behaviou?r.*\|.*file.*\|.*test.*\|", re.IGNORECASE)
-
-
-def architecture_paths(tree):
-    """The table "behaviour, file, test" of docs/ARCHITECTURE.md names what exists."""
-    document = pathlib.Path("docs/ARCHITECTURE.md")
-    if document not in tree.paths:
-        yield Finding(document, 1, "the table of behaviours, files and tests is missing")
-        return
-    rows = 0
-    inside = False
-    for number, line in tree.lines(document):
-        if TABLE_HEADER.match(line):
-            inside = True
-        elif not line.startswith("|"):
-            inside = False
-        elif inside and not re.fullmatch(r"[|\s:-]+", line):
-            rows += 1
-            named = re.findall(r"`([^`]+)`", line)
-            for name in named:
-                if not list(tree.root.glob(name)):
-                    yield Finding(document, number, f"{name} does not exist")
-            if len(named) < 2:
-                yield Finding(document, number, "a behaviour names its file and its test")
-    if rows == 0:
-        yield Finding(document, 1, "the table of behaviours, files and tests is missing")
-
-
 # --- Text -----------------------------------------------------------------------------------------
 
 MARKER = re.compile(r"\b(?:TO" r"DO|FIX" r"ME|XX" r"X)\b(?P<rest>.*)")
@@ -222,11 +142,6 @@ def markers_without_reason(tree):
             found = MARKER.search(line)
             if found and not re.match(r":(?:\s+\S+){3,}", found["rest"]):
                 yield Finding(path, number, "a reminder without a reason")
-
-
-def width(line):
-    """Columns of a line: characters, without those that combine with the one before."""
-    return sum(1 for character in line if not unicodedata.combining(character))
 
 
 def long_lines(tree):
@@ -296,7 +211,7 @@ RULES = (
     includes_on_the_wrong_floor,
     platform_conditions,
     unlisted_files,
-    architecture_paths,
+    *documents.RULES,
     markers_without_reason,
     long_lines,
     machine_paths,

@@ -1,0 +1,191 @@
+"""Rules for documents: each thing is said once, links lead somewhere, prose is laid out alike."""
+
+import pathlib
+import re
+
+from tree import COLUMNS, CPP, Finding, width
+
+TABLE_HEADER = re.compile(r"^\|.*behaviou?r.*\|.*file.*\|.*test.*\|", re.IGNORECASE)
+
+
+def architecture_paths(tree):
+    """The table "behaviour, file, test" of docs/ARCHITECTURE.md names what exists."""
+    document = pathlib.Path("docs/ARCHITECTURE.md")
+    if document not in tree.paths:
+        yield Finding(document, 1, "the table of behaviours, files and tests is missing")
+        return
+    rows = 0
+    inside = False
+    for number, line in tree.lines(document):
+        if TABLE_HEADER.match(line):
+            inside = True
+        elif not line.startswith("|"):
+            inside = False
+        elif inside and not re.fullmatch(r"[|\s:-]+", line):
+            rows += 1
+            named = re.findall(r"`([^`]+)`", line)
+            for name in named:
+                if not list(tree.root.glob(name)):
+                    yield Finding(document, number, f"{name} does not exist")
+            if len(named) < 2:
+                yield Finding(document, number, "a behaviour names its file and its test")
+    if rows == 0:
+        yield Finding(document, 1, "the table of behaviours, files and tests is missing")
+
+
+# --- Markdown -------------------------------------------------------------------------------------
+
+LIST_ITEM = re.compile(r"\s*(?:[-*+]|\d+\.)\s+")
+HEADING = re.compile(r"(#+)\s+(.*)")
+LEAD = re.compile(r"\*\*(.+?)\*\*")
+LINK = re.compile(r"\]\(([^)\s]+)\)")
+# A piece of code may hold blanks; no line is broken there.
+WORD = re.compile(r"(?:`[^`]*`|[^\s`])+")
+# A line of a paragraph is at least as long, if the next word allows.
+SHORTEST_LINE = 80
+
+
+def markdown(tree):
+    """The documents."""
+    return tree.files({".md"})
+
+
+def blocks(tree, path):
+    """The paragraphs, list items, headings and tables of a document, as lists of its numbered
+    lines, without its code."""
+    block, fenced, after_blank, in_list = [], False, True, False
+    for number, line in tree.lines(path):
+        fence = line.lstrip().startswith("```")
+        code = fence or fenced or (line.startswith("    ") and after_blank and not in_list)
+        fenced ^= fence
+        starts = LIST_ITEM.match(line) or HEADING.match(line)
+        if code or not line.strip() or starts or (block and HEADING.match(block[0][1])):
+            if block:
+                yield block
+            block = []
+        if line.strip() and not code:
+            block.append((number, line))
+            in_list = bool(LIST_ITEM.match(line)) or (in_list and line.startswith(" "))
+        after_blank = not line.strip() or code
+    if block:
+        yield block
+
+
+def said_twice(tree):
+    """A document has no paragraph and no lead ("**Lead** says …") twice, a section no heading."""
+    for path in markdown(tree):
+        section, seen = {}, set()
+        for block in blocks(tree, path):
+            subjects = [(number, "lead", LEAD.match(line)[1])
+                        for number, line in block if LEAD.match(line)]
+            number, line = block[0]
+            heading = HEADING.match(line)
+            if heading:
+                level = len(heading[1])
+                section = {**{outer: section[outer] for outer in section if outer < level},
+                           level: heading[2]}
+                subjects.append((number, "heading", *section.values()))
+            elif len(block) > 1:
+                subjects.append((number, "text", " ".join(text.strip() for _, text in block)))
+            for number, *subject in subjects:
+                if tuple(subject) in seen:
+                    yield Finding(path, number, f"{subject[-1][:40]!r} stands here twice")
+                seen.add(tuple(subject))
+
+
+def prose_layout(tree):
+    """Prose fits a hundred columns and fills them, within a word or two."""
+    for path in markdown(tree):
+        for block in blocks(tree, path):
+            if block[0][1].startswith("|"):
+                continue
+            for (number, line), following in zip(block, block[1:] + [(0, "")]):
+                if width(line) > COLUMNS and len(WORD.findall(line)) > 1:
+                    yield Finding(path, number, f"{width(line)} columns, at most {COLUMNS}")
+                word = WORD.search(following[1])
+                if word and width(line) + 1 + width(word[0]) <= SHORTEST_LINE:
+                    yield Finding(path, number, "the next word fits on this line")
+
+
+# --- What documents name --------------------------------------------------------------------------
+
+
+def anchor(heading):
+    """What a link to a heading ends in."""
+    return re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-")
+
+
+def broken_links(tree):
+    """Links within the tree lead to a file, and to a heading of it."""
+    for path in markdown(tree):
+        for block in blocks(tree, path):
+            for number, line in block:
+                for target in LINK.findall(line):
+                    if re.match(r"\w+:", target):
+                        continue
+                    name, _, part = target.partition("#")
+                    file = (tree.root / path.parent / name).resolve() if name else tree.root / path
+                    found = file.exists()
+                    if found and part:
+                        headings = HEADING.finditer(file.read_text(encoding="utf-8"))
+                        found = part in {anchor(heading[2]) for heading in headings}
+                    if not found:
+                        yield Finding(path, number, f"{target} does not exist")
+
+
+NOTES = pathlib.PurePath("docs/decisions")
+NOTE = re.compile(r"(\d{4})-[a-z0-9-]+\.md")
+
+
+def decision_notes(tree):
+    """A decision note is NNNN-name.md, is titled "# NNNN: Title", has a number of its own, and
+    docs/ARCHITECTURE.md leads to it."""
+    overview = tree.root / "docs/ARCHITECTURE.md"
+    linked = overview.read_text(encoding="utf-8") if overview.exists() else ""
+    numbers = set()
+    for path in markdown(tree):
+        if path.parent != NOTES:
+            continue
+        name = NOTE.fullmatch(path.name)
+        if not name:
+            yield Finding(path, 1, "a decision note is named NNNN-name.md")
+            continue
+        if not re.match(f"# {name[1]}: \\S", tree.text(path)):
+            yield Finding(path, 1, f'the title has the form "# {name[1]}: Title"')
+        if name[1] in numbers:
+            yield Finding(path, 1, f"{name[1]} is the number of another note, too")
+        if f"(decisions/{path.name})" not in linked:
+            yield Finding(path, 1, "docs/ARCHITECTURE.md does not lead here")
+        numbers.add(name[1])
+
+
+FOLDER_ROW = re.compile(r"\|\s*`(src/[\w/]+)`")
+
+
+def folder_list(tree):
+    """docs/HACKING.md lists the folders of src, down to the first that holds code."""
+    document = pathlib.Path("docs/HACKING.md")
+    listed = {}
+    if document in tree.paths:
+        for number, line in tree.lines(document):
+            row = FOLDER_ROW.match(line)
+            if row:
+                listed[row[1]] = number
+    rooms = {path.parent for path in tree.files(CPP, "src") if len(path.parts) > 2}
+    outer = {room for room in rooms if not rooms & set(room.parents)}
+    for room in sorted(str(room) for room in outer):
+        if room not in listed:
+            yield Finding(document, 1, f"the list of folders lacks {room}")
+    for room, number in listed.items():
+        if not (tree.root / room).is_dir():
+            yield Finding(document, number, f"{room} does not exist")
+
+
+RULES = (
+    architecture_paths,
+    said_twice,
+    prose_layout,
+    broken_links,
+    decision_notes,
+    folder_list,
+)
