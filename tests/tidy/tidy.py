@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Checks our own rules: floors, files, layout, documents. Prints FILE:LINE: MESSAGE for each breach.
+"""Checks our own rules: floors, files, layout, documents. Prints FILE:LINE: MESSAGE for a breach.
 
     tidy.py [ROOT]
 """
