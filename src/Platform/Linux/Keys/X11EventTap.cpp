@@ -263,7 +263,9 @@ void X11EventTap::judge(Session& current, bool posted)
         current.told[key.key] = true;
         current.judging = true;
         try {
-            swallow = current.tell(KeyEventType::keyDown, key.key, current.flags, key.autorepeat);
+            swallow = current.tell(KeyEventType::keyDown, key.key,
+                                   keyboard.typedLayout().joinedFlags(current.flags, key.modifiers),
+                                   key.autorepeat);
         } catch (...) {
             failure = std::current_exception();
         }

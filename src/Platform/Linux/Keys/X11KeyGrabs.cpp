@@ -88,7 +88,8 @@ void X11KeyGrabs::read()
         const auto& key = reinterpret_cast<const xcb_input_key_press_event_t&>(*event);
         arrived.push_back({static_cast<HardwareKey>(key.detail),
                            generic.event_type == XCB_INPUT_KEY_PRESS,
-                           (key.flags & XCB_INPUT_KEY_EVENT_FLAGS_KEY_REPEAT) != 0, key.time});
+                           (key.flags & XCB_INPUT_KEY_EVENT_FLAGS_KEY_REPEAT) != 0,
+                           key.mods.effective, key.time});
     }
 }
 

@@ -24,6 +24,8 @@ public:
         HardwareKey key = 0;
         bool down = false;
         bool autorepeat = false;
+        /// Those in effect, held, latched or locked.
+        XModifiers modifiers = 0;
         /// The server's time stamp, ms; it wraps around.
         std::uint32_t time = 0;
     };

@@ -173,11 +173,16 @@ std::vector<XModifiers> X11Keymap::statesFor(std::uint64_t eventFlags) const
         if ((eventFlags & modifier.flag) == 0) {
             continue;
         }
+        std::set<XModifiers> ways = {modifier.modifiers};
+        for (const auto key : modifier.positions) {
+            ways.insert(keys[key].byGroup.begin(), keys[key].byGroup.end());
+        }
+        ways.erase(0);
         std::set<XModifiers> extended;
-        for (const auto left : keys[modifier.positions.front()].byGroup) {
-            for (const auto right : keys[modifier.positions.back()].byGroup) {
+        for (const auto one : ways) {
+            for (const auto other : ways) {
                 for (const auto state : states) {
-                    extended.insert({state | left, state | right, state | left | right});
+                    extended.insert(state | one | other);
                 }
             }
         }
@@ -191,6 +196,24 @@ std::vector<XModifiers> X11Keymap::statesFor(std::uint64_t eventFlags) const
         states = std::move(extended);
     }
     return {states.begin(), states.end()};
+}
+
+std::uint64_t X11Keymap::joinedFlags(std::uint64_t heldFlags, XModifiers effective) const
+{
+    // A held key counts for what it is, not for what the layout makes of it.
+    for (const auto& modifier : modifiers) {
+        if ((heldFlags & modifier.flag) != 0) {
+            effective &=
+                ~(modifiersOf(modifier.positions.front()) | modifiersOf(modifier.positions.back()));
+        }
+    }
+    auto result = heldFlags;
+    for (const auto& modifier : modifiers) {
+        if ((effective & modifier.modifiers) != 0) {
+            result |= modifier.flag;
+        }
+    }
+    return result;
 }
 
 std::optional<HardwareKey> X11Keymap::keyTyping(char letter, unsigned group) const

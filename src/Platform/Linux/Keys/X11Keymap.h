@@ -37,9 +37,15 @@ public:
     /// The modifiers that event flags stand for.
     XModifiers modifiersFor(std::uint64_t eventFlags) const;
 
-    /// Every state in which the server may see a hotkey's modifiers: either side's key, or both,
-    /// and whatever is locked besides. A server can only be told exact states to watch for.
+    /// Every state in which the server may see a hotkey's modifiers: either side's key, both, or
+    /// another key that is such a modifier, and whatever is locked besides. A side whose key is no
+    /// modifier in this layout takes no part. A server can only be told exact states to watch for.
     std::vector<XModifiers> statesFor(std::uint64_t eventFlags) const;
+
+    /// `heldFlags`, those of the modifier keys that are held, by position, joined with those of
+    /// the modifiers in effect that come from elsewhere: from another key that the layout makes
+    /// a modifier, or latched.
+    std::uint64_t joinedFlags(std::uint64_t heldFlags, XModifiers effective) const;
 
     /// The key that types a lower-case letter (a-z) without modifiers: in layout group `group`
     /// if there is one, else in another group, where programs look for shortcuts next.

@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/Keys/PrivateDisplay.h"
 #include "Platform/Linux/Keys/X11Connection.h"
+#include "Platform/Linux/Keys/XkbProtocol.h"
 
 #include <gtest/gtest.h>
 
@@ -118,6 +119,18 @@ unsigned TestClient::modifiers()
     const auto pointer = owned(
         xcb_query_pointer_reply(connection, xcb_query_pointer(connection, rootWindow), nullptr));
     return pointer->mask & 0xFFU;
+}
+
+void TestClient::useStickyKeys()
+{
+    owned(
+        xcb_xkb_use_extension_reply(connection, xcb_xkb_use_extension(connection, 1, 0), nullptr));
+    constexpr std::uint32_t sticky = XCB_XKB_BOOL_CTRL_STICKY_KEYS;
+    const std::uint8_t noRepeats[32] = {};
+    xcb_xkb_set_controls(connection, XCB_XKB_ID_USE_CORE_KBD, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+                         sticky, sticky, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+                         static_cast<const std::uint8_t*>(noRepeats));
+    sync();
 }
 
 bool TestClient::grabKey(HardwareKey key, std::uint32_t modifiers)

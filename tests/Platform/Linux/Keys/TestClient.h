@@ -76,10 +76,15 @@ public:
     /// The effective modifiers, as X modifier bits.
     unsigned modifiers();
 
+    /// Lets a modifier that is pressed and released count for the next key (Sticky Keys).
+    void useStickyKeys();
+
     /// Whether nobody else has a grab on the key with these modifiers; takes none.
     bool couldGrabKey(HardwareKey key, std::uint32_t modifiers);
     /// Takes such a grab.
     bool grabKey(HardwareKey key, std::uint32_t modifiers);
+    /// How many key presses such grabs have brought.
+    int grabbedPresses();
 
     /// Whether nobody else has the keyboard to itself; takes nothing.
     bool couldGrabKeyboard();

@@ -71,6 +71,42 @@ TEST(X11Keymap, statesOfAHotkeyIncludeBothSidesAndLocks)
     EXPECT_FALSE(contains(none, XCB_MOD_MASK_CONTROL));
 }
 
+TEST(X11Keymap, aSideThatIsNoModifierTakesNoPart)
+{
+    for (const auto* options :
+         {"grp:toggle", "grp:lalt_toggle", "grp:alts_toggle", "grp:win_space_toggle"}) {
+        const auto states = layout("us,ru", "", options).statesFor(maskAlternate);
+        EXPECT_TRUE(contains(states, XCB_MOD_MASK_1)) << options;
+        EXPECT_FALSE(contains(states, 0)) << options;
+    }
+    for (const auto* options : {"grp:rctrl_toggle", "grp:lctrl_toggle", "ctrl:swapcaps"}) {
+        const auto states = layout("us,ru", "", options).statesFor(maskControl);
+        EXPECT_TRUE(contains(states, XCB_MOD_MASK_CONTROL)) << options;
+        EXPECT_FALSE(contains(states, 0)) << options;
+    }
+    EXPECT_FALSE(contains(layout("us", "", "compose:ralt").statesFor(maskAlternate), 0));
+}
+
+TEST(X11Keymap, anUnknownLayoutStillHasStates)
+{
+    EXPECT_TRUE(contains(X11Keymap().statesFor(maskAlternate), XCB_MOD_MASK_1));
+}
+
+TEST(X11Keymap, heldKeysCountByPositionAndTheRestByEffect)
+{
+    const auto us = layout("us");
+    EXPECT_EQ(us.joinedFlags(0, 0), 0U);
+    EXPECT_EQ(us.joinedFlags(0, XCB_MOD_MASK_1), maskAlternate);
+    EXPECT_EQ(us.joinedFlags(maskControl, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT),
+              maskControl | maskShift);
+    EXPECT_EQ(us.joinedFlags(maskCommand, 0), maskCommand);
+    EXPECT_EQ(us.joinedFlags(0, XCB_MOD_MASK_LOCK | XCB_MOD_MASK_2 | XCB_MOD_MASK_5), 0U);
+    EXPECT_EQ(layout("de").joinedFlags(maskAlternate, XCB_MOD_MASK_5), maskAlternate);
+    EXPECT_EQ(layout("us", "", "altwin:swap_alt_win").joinedFlags(maskAlternate, XCB_MOD_MASK_4),
+              maskAlternate);
+    EXPECT_EQ(layout("us", "", "ctrl:nocaps").joinedFlags(0, XCB_MOD_MASK_CONTROL), maskControl);
+}
+
 TEST(X11Keymap, controlIsFoundByPositionFirst)
 {
     EXPECT_EQ(layout("us").keysFor(maskControl).front(), keys::leftControl);
