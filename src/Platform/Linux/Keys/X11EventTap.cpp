@@ -147,16 +147,20 @@ void X11EventTap::applyInterest()
 
 std::string X11EventTap::conflict() const
 {
-    if (!session || session->grabs.refused().empty()) {
+    if (!session) {
         return {};
     }
+    const auto& refused = session->grabs.refused();
     if (interest.hotkey && !interest.hotkey->modifierOnly) {
-        if (const auto key = hardwareKey(interest.hotkey->keyCode);
-            key && session->grabs.refused().contains(*key)) {
+        const auto key = hardwareKey(interest.hotkey->keyCode);
+        if (!key) {
+            return "This keyboard has no key for " + interest.hotkey->label() + ".";
+        }
+        if (refused.contains(*key)) {
             return "Another program uses " + interest.hotkey->label() + ".";
         }
     }
-    return "Another program uses Escape.";
+    return refused.empty() ? "" : "Another program uses Escape.";
 }
 
 void X11EventTap::pump()

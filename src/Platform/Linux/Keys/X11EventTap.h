@@ -32,7 +32,8 @@ public:
     void enable() override {}
     void setInterest(const KeyInterest& interest) override;
 
-    /// One line about keys of interest that another program has taken; empty when there are none.
+    /// One line about a key of interest that cannot be had, because another program has taken it
+    /// or no key is it; empty when there is none.
     std::string conflict() const;
 
 private:

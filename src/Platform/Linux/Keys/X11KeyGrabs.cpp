@@ -1,5 +1,6 @@
 #include "Platform/Linux/Keys/X11KeyGrabs.h"
 
+#include <numeric>
 #include <utility>
 
 namespace vorlin {
@@ -8,6 +9,13 @@ namespace {
 
 constexpr std::uint32_t keyEvents =
     XCB_INPUT_XI_EVENT_MASK_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_KEY_RELEASE;
+
+std::vector<XModifiers> everyState()
+{
+    std::vector<XModifiers> states(256);
+    std::iota(states.begin(), states.end(), XModifiers{0});
+    return states;
+}
 
 } // namespace
 
@@ -65,15 +73,35 @@ void X11KeyGrabs::ungrab(HardwareKey key)
 
 void X11KeyGrabs::grab(HardwareKey key, const std::vector<XModifiers>& states)
 {
+    auto taken = request(key, states);
+    if (!taken.empty() && states.front() == anyState) {
+        // The server refuses any state as a whole where somebody has one of them.
+        taken = request(key, everyState());
+        std::erase_if(taken, [](XModifiers state) { return state != 0; });
+    }
+    if (!taken.empty() || states.empty()) {
+        refusedKeys.insert(key);
+    }
+}
+
+/// Asks for a key and says in which of the states it cannot be had.
+std::vector<XModifiers> X11KeyGrabs::request(HardwareKey key, const std::vector<XModifiers>& states)
+{
     const auto reply =
         connection.reply<xcb_input_xi_passive_grab_device_reply_t>(xcb_input_xi_passive_grab_device(
             connection.get(), XCB_CURRENT_TIME, connection.root(), XCB_NONE, key, keyboard,
             static_cast<std::uint16_t>(states.size()), 1, XCB_INPUT_GRAB_TYPE_KEYCODE,
             XCB_INPUT_GRAB_MODE_22_SYNC, XCB_INPUT_GRAB_MODE_22_ASYNC,
             XCB_INPUT_GRAB_OWNER_NO_OWNER, &keyEvents, states.data()));
-    if (!reply || reply->num_modifiers > 0) {
-        refusedKeys.insert(key);
+    if (!reply) {
+        return states;
     }
+    std::vector<XModifiers> taken;
+    auto each = xcb_input_xi_passive_grab_device_modifiers_iterator(reply.get());
+    for (; each.rem > 0; xcb_input_grab_modifier_info_next(&each)) {
+        taken.push_back(each.data->modifiers);
+    }
+    return taken;
 }
 
 void X11KeyGrabs::read()

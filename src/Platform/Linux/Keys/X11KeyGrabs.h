@@ -43,13 +43,14 @@ public:
     /// Whose keys are brought from now on.
     void setKeyboard(xcb_input_device_id_t next);
 
-    /// Asks for exactly these keys; in force when it returns. What another program has asked for
-    /// is not brought.
+    /// Asks for exactly these keys; in force when it returns. A key is not brought in the states
+    /// for which another program has asked already.
     void want(const Wanted& next);
 
     bool wants(HardwareKey key) const { return granted.contains(key); }
 
-    /// The keys of which another program has at least one of the wanted states.
+    /// The keys of which another program has at least one of the wanted states, or, where any
+    /// state is wanted, the one without modifiers; and those wanted in no state at all.
     const std::set<HardwareKey>& refused() const { return refusedKeys; }
 
     /// The oldest key not yet answered, of those that have arrived.
@@ -72,6 +73,7 @@ private:
     void answer(std::uint8_t mode);
     void ungrab(HardwareKey key);
     void grab(HardwareKey key, const std::vector<XModifiers>& states);
+    std::vector<XModifiers> request(HardwareKey key, const std::vector<XModifiers>& states);
     void read();
 
     X11Connection connection;

@@ -147,6 +147,19 @@ bool TestClient::grabKey(HardwareKey key, std::uint32_t modifiers)
     return reply && reply->num_modifiers == 0;
 }
 
+int TestClient::grabbedPresses()
+{
+    sync();
+    while (const auto event = owned(xcb_poll_for_event(connection))) {
+        const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(*event);
+        if ((event->response_type & 0x7F) == XCB_GE_GENERIC &&
+            generic.event_type == XCB_INPUT_KEY_PRESS) {
+            ++presses;
+        }
+    }
+    return presses;
+}
+
 bool TestClient::couldGrabKey(HardwareKey key, std::uint32_t modifiers)
 {
     const bool granted = grabKey(key, modifiers);

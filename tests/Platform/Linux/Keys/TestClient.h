@@ -100,6 +100,7 @@ private:
     std::uint16_t hardware = 0;
     std::uint8_t firstDeviceEvent = 0;
     bool usesHardware = false;
+    int presses = 0;
 };
 
 /// A program's window, which has the focus and notes the keys it sees.

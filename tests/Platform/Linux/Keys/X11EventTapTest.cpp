@@ -306,21 +306,5 @@ TEST_F(X11EventTapTest, keysOfTheHardwareKeyboardAreWatchedLikePostedOnes)
     EXPECT_EQ(monitor->releases, 1);
 }
 
-TEST_F(X11EventTapTest, aKeyTakenByAnotherProgramIsNamedAndTheRestWorks)
-{
-    TestClient rival;
-    ASSERT_TRUE(rival.grabKey(keys::f8, 0));
-    start(f8);
-    setEscapeActive(true);
-    EXPECT_EQ(eventTap.conflict(), "Another program uses F8.");
-    tap(keys::escape);
-    tap(keys::f8);
-    EXPECT_THAT(seen(), IsEmpty());
-    EXPECT_EQ(monitor->escapes, 1);
-    EXPECT_EQ(monitor->presses, 0);
-    eventTap.setInterest({rightOption, false});
-    EXPECT_EQ(eventTap.conflict(), "");
-}
-
 } // namespace
 } // namespace vorlin

@@ -1,0 +1,128 @@
+#include "Platform/Linux/Keys/TapFixture.h"
+
+namespace vorlin {
+namespace {
+
+using namespace eventFlags;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// Another program has asked the server for keys before us.
+class X11TapRivalsTest : public TapFixture {
+protected:
+    void expectNoEscapeSeen()
+    {
+        for (const auto& each : seen()) {
+            EXPECT_NE(each.key, keys::escape) << each;
+        }
+    }
+
+    TestClient rival;
+};
+
+TEST_F(X11TapRivalsTest, aKeyTakenByAnotherProgramIsNamedAndTheRestWorks)
+{
+    ASSERT_TRUE(rival.grabKey(keys::f8, 0));
+    start(f8);
+    setEscapeActive(true);
+    EXPECT_EQ(eventTap.conflict(), "Another program uses F8.");
+    tap(keys::escape);
+    tap(keys::f8);
+    EXPECT_THAT(seen(), IsEmpty());
+    EXPECT_EQ(monitor->escapes, 1);
+    EXPECT_EQ(monitor->presses, 0);
+    eventTap.setInterest({rightOption, false});
+    EXPECT_EQ(eventTap.conflict(), "");
+}
+
+TEST_F(X11TapRivalsTest, escapeIsSwallowedWhereAnotherProgramHasACombinationOfIt)
+{
+    ASSERT_TRUE(rival.grabKey(keys::escape, alt));
+    start(f8);
+    setEscapeActive(true);
+    tap(keys::escape);
+    press(keys::leftShift);
+    press(keys::leftControl);
+    tap(keys::escape);
+    release(keys::leftControl);
+    release(keys::leftShift);
+    tap(keys::capsLock);
+    tap(keys::numLock);
+    tap(keys::escape);
+    expectNoEscapeSeen();
+    EXPECT_EQ(monitor->escapes, 3);
+    EXPECT_EQ(eventTap.conflict(), "");
+}
+
+TEST_F(X11TapRivalsTest, theCombinationItselfCancelsAndGoesToTheProgramThatHasIt)
+{
+    ASSERT_TRUE(rival.grabKey(keys::escape, alt));
+    start(rightOption);
+    press(keys::rightAlt);
+    setEscapeActive(true);
+    tap(keys::escape);
+    ASSERT_TRUE(waitUntil([&] { return monitor->escapes == 1; }));
+    release(keys::rightAlt);
+    expectNoEscapeSeen();
+    EXPECT_EQ(rival.grabbedPresses(), 1);
+}
+
+TEST_F(X11TapRivalsTest, whatWasGrabbedCombinationByCombinationIsGivenBack)
+{
+    ASSERT_TRUE(rival.grabKey(keys::escape, alt));
+    start(f8);
+    setEscapeActive(true);
+    TestClient third;
+    EXPECT_FALSE(third.couldGrabKey(keys::escape, 0));
+    EXPECT_FALSE(third.couldGrabKey(keys::escape, shift | numLock));
+    setEscapeActive(false);
+    tap(keys::escape);
+    EXPECT_THAT(seen(), ElementsAre(down(keys::escape), up(keys::escape)));
+    EXPECT_TRUE(third.couldGrabKey(keys::escape, 0));
+    EXPECT_TRUE(third.couldGrabKey(keys::escape, shift | numLock));
+}
+
+TEST_F(X11TapRivalsTest, escapeAloneTakenByAnotherProgramIsNamed)
+{
+    ASSERT_TRUE(rival.grabKey(keys::escape, 0));
+    start(f8);
+    setEscapeActive(true);
+    EXPECT_EQ(eventTap.conflict(), "Another program uses Escape.");
+    press(keys::leftShift);
+    tap(keys::escape);
+    release(keys::leftShift);
+    expectNoEscapeSeen();
+    EXPECT_EQ(monitor->escapes, 1);
+}
+
+TEST_F(X11TapRivalsTest, aHotkeyWorksWithTheSideThatNobodyElseHas)
+{
+    PrivateDisplay::setLayout("de");
+    ASSERT_TRUE(rival.grabKey(keys::space, level3));
+    start(optionSpace);
+    EXPECT_EQ(eventTap.conflict(), "Another program uses ⌥ Space.");
+    press(keys::leftAlt);
+    tap(keys::space);
+    release(keys::leftAlt);
+    EXPECT_THAT(seen(), ElementsAre(down(keys::leftAlt), up(keys::leftAlt, alt)));
+    EXPECT_EQ(monitor->presses, 1);
+}
+
+TEST_F(X11TapRivalsTest, aHotkeyThatNoKeyHasIsNamed)
+{
+    start({200, maskControl, false});
+    EXPECT_EQ(eventTap.conflict(), "This keyboard has no key for ⌃ Key 200.");
+}
+
+TEST_F(X11TapRivalsTest, aKeyWantedInNoStateIsRefused)
+{
+    X11KeyGrabs grabs({.readable = [] {}, .lost = [] {}}, keyboard.devices().master);
+    grabs.want({{keys::f8, {}}});
+    EXPECT_THAT(grabs.refused(), ElementsAre(keys::f8));
+    grabs.want({{keys::f8, {0}}});
+    EXPECT_THAT(grabs.refused(), IsEmpty());
+}
+
+} // namespace
+} // namespace vorlin
