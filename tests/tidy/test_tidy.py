@@ -1,9 +1,11 @@
 """Each rule of tidy.py catches a bad example and lets its good neighbour pass."""
 
+import io
 import pathlib
 import sys
 import tempfile
 import unittest
+from unittest import mock
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
@@ -203,7 +205,20 @@ class RuleTest(unittest.TestCase):
         style = {".clang-format": "BasedOnStyle: LLVM\n"}
         self.assertEqual(self.found(tidy.unformatted, {**style, "src/A.cpp": "int a;\n"}), [])
         self.assertEqual(self.found(tidy.unformatted, {**style, "src/A.cpp": "\nint  a ;\n"}),
-                         ["src/A.cpp:2"])
+                         [] if tidy.formatter_is_elsewhere() else ["src/A.cpp:2"])
+
+    def test_a_missing_formatter_is_a_finding_where_it_can_be_had(self):
+        for suite, findings, words in (("bookworm", [".clang-format:1"], "not installed"),
+                                       ("trixie", [], "Not looked at here")):
+            with mock.patch.object(tidy.shutil, "which", lambda program: None), \
+                    mock.patch.object(tidy.platform, "freedesktop_os_release",
+                                      lambda suite=suite: {"VERSION_CODENAME": suite}):
+                self.assertEqual(self.found(tidy.unformatted, {"src/A.cpp": "int a;\n"}), findings)
+                with mock.patch.object(tidy, "RULES", (tidy.unformatted,)), \
+                        mock.patch("sys.stdout", io.StringIO()) as output, \
+                        mock.patch("sys.argv", ["tidy.py"]), self.assertRaises(SystemExit):
+                    tidy.main()
+                self.assertIn(words, output.getvalue())
 
     def test_build_results_and_corpora_are_not_looked_at(self):
         bad = "a" * 200
