@@ -1,5 +1,5 @@
 # The commands of this house. docs/HACKING.md has the table; each target does all the set-up it
-# needs on a fresh Debian 12 machine, and none of it twice.
+# needs on a fresh Debian 12 or 13 machine, and none of it twice.
 
 # Debian's own tools, whatever else a machine has put before them.
 export PATH := /usr/sbin:/usr/bin:/sbin:/bin:$(PATH)
@@ -9,54 +9,77 @@ PROGRAM := build/release/src/App/Linux/vorlin
 PRESETS := dev release asan tsan asan-all tsan-all fuzz nightly
 # How long each fuzz target runs at night.
 FUZZ_SECONDS := 180
+# The Debians that everything must work on, without this machine's.
+OTHER_SUITES := $(filter-out $(shell . /etc/os-release; echo $$VERSION_CODENAME),bookworm trixie)
 
-.PHONY: build run test nightly lint sanitizers slow-tests fuzz bench format packages
+.PHONY: build program run test nightly lint sanitizers slow-tests fuzz bench other-suites format
 .PHONY: $(PRESETS:%=build-%)
 .NOTPARALLEL:
 
-build: packages build-release
-
-run: build
+run:
 	@if [ -n "$$DISPLAY$$WAYLAND_DISPLAY" ]; then \
-	    exec $(PROGRAM); \
+	    scripts/install-packages run && $(MAKE) --no-print-directory program && \
+	    echo "== Starting Vorlin" && exec $(PROGRAM); \
 	else \
+	    scripts/install-packages demonstration && $(MAKE) --no-print-directory program && \
 	    exec $(PYTHON) tests/desktop/demonstrate.py --program $(PROGRAM); \
 	fi
 
-test: packages build-release build-asan build-tsan
+# What runs, and nothing else: where the tests are not configured yet, they are left out.
+program: build/release/build.ninja
+	@echo "== Building Vorlin"
+	@cmake --build build/release --target vorlin
+
+build/release/build.ninja: CMakePresets.json
+	@echo "== Configuring"
+	cmake --log-level=NOTICE --preset program
+
+build:
+	@scripts/install-packages tests
+	@$(MAKE) --no-print-directory build-release
+
+test:
+	@scripts/install-packages tests
+	@$(MAKE) --no-print-directory build-release build-asan build-tsan
 	@$(PYTHON) scripts/run-tests release asan tsan
 
-nightly: packages
-	@scripts/install-packages --nightly
-	@$(MAKE) --keep-going lint sanitizers slow-tests fuzz bench
+nightly:
+	@scripts/install-packages nightly
+	@$(MAKE) --keep-going lint sanitizers slow-tests fuzz bench other-suites
 
+# By the clang-tidy that this Debian has.
 lint: build-release
-	run-clang-tidy-16 -quiet -p build/release '^$(CURDIR)/(src|tests|bench)/'
+	$(firstword $(notdir $(wildcard /usr/bin/run-clang-tidy-1[69]))) -quiet -p build/release \
+	    '^$(CURDIR)/(src|tests|bench)/'
 
 sanitizers: build-asan-all build-tsan-all
 	@$(PYTHON) scripts/run-tests asan-all tsan-all
 
-slow-tests: build/nightly/build.ninja
+slow-tests: build/nightly/CTestTestfile.cmake
 	cmake --build build/nightly --target nightly
 	@$(PYTHON) scripts/run-tests --label nightly nightly
 
-fuzz: build/fuzz/build.ninja
+fuzz: build/fuzz/CTestTestfile.cmake
 	cmake --build build/fuzz --target fuzzers
 	@$(PYTHON) scripts/run-fuzzers --seconds $(FUZZ_SECONDS)
 
 bench: build-release
 	@$(PYTHON) scripts/run-benches
 
+other-suites:
+	@for suite in $(OTHER_SUITES); do scripts/fresh-machine --suite $$suite make test || exit; done
+
+# One version's layout is the layout: tests/tidy asks no other.
 format:
 	@find src tests bench \( -name '*.h' -o -name '*.cpp' -o -name '*.mm' \) -print0 | \
 	    xargs -0 clang-format-16 -i
 
-packages:
-	@scripts/install-packages
-
-# Once configured, the build notices by itself what changes; except for the presets.
-$(PRESETS:%=build/%/build.ninja): build/%/build.ninja: CMakePresets.json
+# Once configured, the build notices by itself what changes; except for the presets. This file
+# stands where tests are configured.
+$(PRESETS:%=build/%/CTestTestfile.cmake): build/%/CTestTestfile.cmake: CMakePresets.json
 	cmake --log-level=NOTICE --preset $*
+	@touch $@
 
-$(PRESETS:%=build-%): build-%: build/%/build.ninja
+$(PRESETS:%=build-%): build-%: build/%/CTestTestfile.cmake
+	@echo "== Building the preset $*"
 	@cmake --build build/$*
