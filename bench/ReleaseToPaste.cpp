@@ -1,7 +1,7 @@
 // How long from letting the key go to the paste chord, the recogniser's own time apart: the whole
 // program on the desktop it runs in, with a recogniser that answers at once, driven by keys.
 
-#include "App/Linux/LinuxDesktop.h"
+#include "App/Linux/X11Desktop.h"
 #include "VorlinApp.h"
 #include "fakes/FakeSpeechAnalyzers.h"
 
@@ -103,15 +103,32 @@ void dictate(std::vector<double>& results)
 int main(int argc, char** argv)
 {
     const QCoreApplication qt(argc, argv);
-    vorlin::LinuxDesktop desktop(vorlin::processEnvironment());
+    const auto environment = vorlin::processEnvironment();
+    vorlin::LinuxServices services(environment);
+    vorlin::X11Desktop desktop(services, environment);
     vorlin::FakeSpeechAnalyzers recogniser;
     recogniser.spoken = "hello world";
     const auto real = desktop.ports();
-    vorlin::VorlinApp app({real.loop, real.audioInput, real.audioConverters, recogniser,
-                           real.eventTap, real.keyPoster, real.focusedProgram, real.pasteboard,
-                           real.defaults, real.permissions, real.sounds, real.locale, real.mlModels,
-                           real.folders, real.random, real.workers, real.screens,
-                           real.overlayPanel});
+    vorlin::VorlinApp app({
+        .loop = real.loop,
+        .audioInput = real.audioInput,
+        .audioConverters = real.audioConverters,
+        .speechAnalyzers = recogniser,
+        .eventTap = real.eventTap,
+        .keyPoster = real.keyPoster,
+        .focusedProgram = real.focusedProgram,
+        .pasteboard = real.pasteboard,
+        .defaults = real.defaults,
+        .permissions = real.permissions,
+        .sounds = real.sounds,
+        .locale = real.locale,
+        .mlModels = real.mlModels,
+        .folders = real.folders,
+        .random = real.random,
+        .workers = real.workers,
+        .screens = real.screens,
+        .overlayPanel = real.overlayPanel,
+    });
     app.model();
 
     std::vector<double> results;

@@ -39,9 +39,26 @@ struct FakePorts {
 
     Ports ports()
     {
-        return {loop,     microphone, converters, analyzers,   tap,     keys,
-                focus,    pasteboard, defaults,   permissions, sounds,  locale,
-                mlModels, folders,    random,     loop,        screens, panel};
+        return {
+            .loop = loop,
+            .audioInput = microphone,
+            .audioConverters = converters,
+            .speechAnalyzers = analyzers,
+            .eventTap = tap,
+            .keyPoster = keys,
+            .focusedProgram = focus,
+            .pasteboard = pasteboard,
+            .defaults = defaults,
+            .permissions = permissions,
+            .sounds = sounds,
+            .locale = locale,
+            .mlModels = mlModels,
+            .folders = folders,
+            .random = random,
+            .workers = loop,
+            .screens = screens,
+            .overlayPanel = panel,
+        };
     }
 };
 

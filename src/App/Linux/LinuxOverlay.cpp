@@ -2,14 +2,14 @@
 
 namespace vorlin {
 
-LinuxOverlay::LinuxOverlay(LinuxDesktop& desktop, const HUDModel& model)
-    : desktop(desktop), scene(model)
+LinuxOverlay::LinuxOverlay(X11OverlayPanel& panel, DesktopAppearance& look, const HUDModel& model)
+    : panel(panel), look(look), scene(model)
 {
-    desktop.look().onChanged = [this] { followAppearance(); };
+    look.onChanged = [this] { followAppearance(); };
     followAppearance();
     scene.draw(QSize(430, 76), 1);
-    scene.onChanged = [this] { this->desktop.panel().contentChanged(); };
-    desktop.panel().setContent([this](const QSize& size, double scale) -> const QImage& {
+    scene.onChanged = [this] { this->panel.contentChanged(); };
+    panel.setContent([this](const QSize& size, double scale) -> const QImage& {
         return scene.draw(size, scale);
     });
     announcements = model.announcement.observe([this](const HUDAnnouncement& latest) {
@@ -19,15 +19,14 @@ LinuxOverlay::LinuxOverlay(LinuxDesktop& desktop, const HUDModel& model)
 
 LinuxOverlay::~LinuxOverlay()
 {
-    desktop.panel().setContent({});
-    desktop.look().onChanged = {};
+    panel.setContent({});
+    look.onChanged = {};
 }
 
 void LinuxOverlay::followAppearance()
 {
-    const auto& look = desktop.look();
     scene.setAppearance(look.isDark(), look.hasReducedMotion());
-    desktop.panel().setReducedMotion(look.hasReducedMotion());
+    panel.setReducedMotion(look.hasReducedMotion());
 }
 
 } // namespace vorlin

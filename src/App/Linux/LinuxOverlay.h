@@ -1,7 +1,8 @@
 #pragma once
 
-#include "App/Linux/LinuxDesktop.h"
 #include "HUDModel.h"
+#include "Platform/Linux/Overlay/DesktopAppearance.h"
+#include "Platform/Linux/Overlay/X11OverlayPanel.h"
 #include "UI/Announcer.h"
 #include "UI/OverlayScene.h"
 
@@ -11,8 +12,8 @@ namespace vorlin {
 /// dictation: it loads the view and draws it once, so that later pictures are quick. Main thread.
 class LinuxOverlay {
 public:
-    /// Both must outlive this object.
-    LinuxOverlay(LinuxDesktop& desktop, const HUDModel& model);
+    /// All must outlive this object.
+    LinuxOverlay(X11OverlayPanel& panel, DesktopAppearance& look, const HUDModel& model);
     LinuxOverlay(const LinuxOverlay&) = delete;
     LinuxOverlay& operator=(const LinuxOverlay&) = delete;
     ~LinuxOverlay();
@@ -20,7 +21,8 @@ public:
 private:
     void followAppearance();
 
-    LinuxDesktop& desktop;
+    X11OverlayPanel& panel;
+    DesktopAppearance& look;
     OverlayScene scene;
     Announcer announcer;
     Subscription announcements;

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "Platform/Linux/Audio/PulseMicrophoneAccess.h"
-#include "Platform/Linux/Keys/X11KeyAccess.h"
 #include "Ports/Permissions.h"
+
+#include <functional>
+#include <utility>
 
 namespace vorlin {
 
@@ -10,19 +12,20 @@ namespace vorlin {
 /// There is nobody to ask: what they offer needs no consent, what they lack nobody can grant.
 class LinuxPermissions final : public Permissions {
 public:
-    /// Both must outlive this object.
-    LinuxPermissions(const X11KeyAccess& keys, const PulseMicrophoneAccess& microphone)
-        : keys(keys), microphone(microphone)
+    /// `hasKeys`: whether the display lets this process watch and post keys; called on the main
+    /// loop and must cost nothing. `microphone` must outlive this object.
+    LinuxPermissions(std::function<bool()> hasKeys, const PulseMicrophoneAccess& microphone)
+        : hasKeys(std::move(hasKeys)), microphone(microphone)
     {
     }
 
-    bool isTrusted() const override { return keys.granted().get(); }
+    bool isTrusted() const override { return hasKeys(); }
     bool microphoneGranted() const override { return microphone.granted().get(); }
     void promptForTrust() override {}
     void requestMicrophone() override {}
 
 private:
-    const X11KeyAccess& keys;
+    std::function<bool()> hasKeys;
     const PulseMicrophoneAccess& microphone;
 };
 

@@ -1,5 +1,6 @@
-#include "App/Linux/LinuxDesktop.h"
 #include "App/Linux/LinuxOverlay.h"
+#include "App/Linux/LinuxServices.h"
+#include "App/Linux/X11Desktop.h"
 #include "Platform/Linux/Desktop/DBusApplication.h"
 #include "Platform/Linux/Desktop/QuitSignals.h"
 #include "VorlinApp.h"
@@ -64,7 +65,8 @@ int main(int /*argc*/, char* argv[])
     }
     const QuitSignals quitSignals([&application] { application.quit(); });
 
-    LinuxDesktop desktop(environment);
+    LinuxServices services(environment);
+    X11Desktop desktop(services, environment);
     if (!desktop.hasDisplay().get()) {
         std::fputs(noDisplay, stderr);
         return 1;
@@ -76,6 +78,7 @@ int main(int /*argc*/, char* argv[])
     AppModel& model = app.model();
     std::optional<LinuxOverlay> overlay;
     // The keys work first; the view is ready soon after.
-    QTimer::singleShot(0, &qt, [&] { overlay.emplace(desktop, *model.hud.model()); });
+    QTimer::singleShot(
+        0, &qt, [&] { overlay.emplace(desktop.panel(), services.appearance, *model.hud.model()); });
     return QGuiApplication::exec();
 }

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Platform/Linux/Audio/PulseAudioInput.h"
+#include "Platform/Linux/Audio/PulseContext.h"
+#include "Platform/Linux/Audio/PulseMicrophoneAccess.h"
+#include "Platform/Linux/Audio/PulseSounds.h"
+#include "Platform/Linux/Desktop/Environment.h"
+#include "Platform/Linux/Desktop/EnvironmentLocale.h"
+#include "Platform/Linux/Desktop/JsonDefaults.h"
+#include "Platform/Linux/Desktop/XDGFolders.h"
+#include "Platform/Linux/Engine/EngineModels.h"
+#include "Platform/Linux/Overlay/DesktopAppearance.h"
+#include "Platform/Linux/Speech/SphinxAnalyzers.h"
+#include "Platform/Shared/QtMainLoop.h"
+#include "Platform/Shared/Soxr/SoxrConverter.h"
+#include "Platform/Shared/SystemRandom.h"
+#include "Platform/Shared/ThreadPool.h"
+
+namespace vorlin {
+
+/// The adapters that are the same on every Linux desktop, whatever shows its windows: loop,
+/// workers, settings, sound, speech, engine. In the order in which one needs the other. Create
+/// them on the main thread, after the Qt application.
+class LinuxServices {
+public:
+    explicit LinuxServices(const Environment& environment);
+    LinuxServices(const LinuxServices&) = delete;
+    LinuxServices& operator=(const LinuxServices&) = delete;
+    /// Ends the work of the workers first, which uses all the others.
+    ~LinuxServices();
+
+    QtMainLoop loop;
+    SystemRandom random;
+    ThreadPool workers;
+    XDGFolders folders;
+    EngineModels mlModels;
+    JsonDefaults defaults;
+    EnvironmentLocale locale;
+    PulseContext pulse;
+    PulseMicrophoneAccess microphoneAccess;
+    PulseAudioInput audioInput;
+    PulseSounds sounds;
+    SoxrConverters audioConverters;
+    SphinxAnalyzers speechAnalyzers;
+    DesktopAppearance appearance;
+};
+
+} // namespace vorlin

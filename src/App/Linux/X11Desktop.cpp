@@ -1,0 +1,37 @@
+#include "App/Linux/X11Desktop.h"
+
+namespace vorlin {
+
+X11Desktop::X11Desktop(LinuxServices& services, const Environment& environment)
+    : services(services), keyAccess(keyboard), eventTap(keyboard), keyPoster(keyboard),
+      focusedProgram(keyboard.server()), pasteboard(services.loop),
+      permissions([this] { return keyAccess.granted().get(); }, services.microphoneAccess),
+      screens(environment), overlayPanel(screens)
+{
+}
+
+Ports X11Desktop::ports()
+{
+    return {
+        .loop = services.loop,
+        .audioInput = services.audioInput,
+        .audioConverters = services.audioConverters,
+        .speechAnalyzers = services.speechAnalyzers,
+        .eventTap = eventTap,
+        .keyPoster = keyPoster,
+        .focusedProgram = focusedProgram,
+        .pasteboard = pasteboard,
+        .defaults = services.defaults,
+        .permissions = permissions,
+        .sounds = services.sounds,
+        .locale = services.locale,
+        .mlModels = services.mlModels,
+        .folders = services.folders,
+        .random = services.random,
+        .workers = services.workers,
+        .screens = screens,
+        .overlayPanel = overlayPanel,
+    };
+}
+
+} // namespace vorlin
