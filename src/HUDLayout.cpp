@@ -24,15 +24,17 @@ HUDBars bars(std::span<const float> levels, double barWidth, double gap, double 
 
 } // namespace
 
-HUDLayout hudLayout(double scale, HUDTextMode textMode)
+HUDLayout hudLayout(double scale, HUDTextMode textMode, HUDKept kept)
 {
     const bool full = textMode == HUDTextMode::full;
+    const bool mayTakeASecondLine = !full && kept == HUDKept::beginning;
     HUDLayout layout;
     layout.scale = scale;
     layout.panel = panelSize(scale, textMode);
     layout.outerPadding = 12 * scale;
     layout.horizontalPadding = 20 * scale;
     layout.verticalPadding = 14 * scale;
+    layout.wrappedPadding = (mayTakeASecondLine ? 8 : 14) * scale;
     layout.cornerRadius = 27 * scale;
     layout.spacing = 10 * scale;
     layout.leadingWidth = 20 * scale;
@@ -40,8 +42,9 @@ HUDLayout hudLayout(double scale, HUDTextMode textMode)
     layout.textSize = 14 * scale;
     layout.escSize = 11 * scale;
     layout.maxTextWidth = (full ? 340 : 260) * scale;
-    layout.maxTextHeight = layout.panel.height - 2 * (layout.outerPadding + layout.verticalPadding);
-    layout.oneLine = !full;
+    layout.maxTextHeight = layout.panel.height - 2 * (layout.outerPadding + layout.wrappedPadding);
+    layout.mostLines = full ? 0 : mayTakeASecondLine ? 2 : 1;
+    layout.kept = kept;
     layout.rowAlignment = full ? VerticalAlignment::top : VerticalAlignment::center;
     layout.waveform = {150 * scale, 26 * scale};
     layout.meterHeight = 18 * scale;

@@ -9,6 +9,10 @@
 
 namespace vorlin {
 
+/// What stays in view of a text that is too long: a notice or a warning keeps its beginning, live
+/// text its end.
+enum class HUDKept { beginning, end };
+
 /// The overlay's measures in points, times the scale where nothing else is said.
 ///
 /// The panel holds one row (leading slot, middle slot, "esc" hint) inside a rounded rectangle with
@@ -20,6 +24,8 @@ struct HUDLayout {
     double outerPadding = 0;
     double horizontalPadding = 0;
     double verticalPadding = 0;
+    /// The vertical padding where the text has taken more than one line.
+    double wrappedPadding = 0;
     double cornerRadius = 0;
     /// Between the slots of the row.
     double spacing = 0;
@@ -29,13 +35,17 @@ struct HUDLayout {
     double symbolSize = 0;
     double textSize = 0;
     double escSize = 0;
-    /// The text is as wide as it is, up to this; in full mode it wraps there, within words too.
+    /// The text is as wide as it is, up to this; then it wraps, within words too, if it may have
+    /// more than one line.
     double maxTextWidth = 0;
-    /// The room for the text in the panel; where it is taller, its end stays in view.
+    /// The room for the text in the panel.
     double maxTextHeight = 0;
-    /// One line, whose front is lost where it is too long; otherwise as many as needed.
-    bool oneLine = true;
-    /// How the slots of the row stand beside each other: centred, or at the top beside many lines.
+    /// How many lines the text has at most; 0: as many as there is room for.
+    int mostLines = 1;
+    /// What is shown of a text that is too long for its lines. The end of a text in one line, and
+    /// the beginning of any, has a "…" in place of the rest.
+    HUDKept kept = HUDKept::end;
+    /// How the slots of the row stand beside each other: centred, or on the first of many lines.
     VerticalAlignment rowAlignment = VerticalAlignment::center;
     /// The waveform's frame.
     Size waveform;
@@ -45,7 +55,7 @@ struct HUDLayout {
     bool operator==(const HUDLayout&) const = default;
 };
 
-HUDLayout hudLayout(double scale, HUDTextMode textMode);
+HUDLayout hudLayout(double scale, HUDTextMode textMode, HUDKept kept);
 
 /// A row of bars of one width, side by side from the left, vertically centred; in points.
 struct HUDBars {

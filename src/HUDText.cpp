@@ -187,6 +187,16 @@ std::optional<std::vector<std::size_t>> lastCharacters(std::string_view text, st
     }
 }
 
+/// At most the first `bytesLookedAt` bytes, up to the end of a code point.
+std::string_view beginningOf(std::string_view line)
+{
+    std::size_t end = std::min(line.size(), bytesLookedAt);
+    while (end > 0 && end < line.size() && isContinuation(line[end])) {
+        --end;
+    }
+    return line.substr(0, end);
+}
+
 /// At most the last `bytesLookedAt` bytes, from the beginning of a code point.
 std::string_view endOf(std::string_view line)
 {
@@ -249,6 +259,16 @@ std::string drawnText(const std::string& line, HUDTextMode textMode)
     }
     const auto cut = startOfLastCharacters(drawn, charactersInView);
     return std::string(full ? ellipsis : "") + drawn.substr(*cut);
+}
+
+std::string drawnNotice(const std::string& notice)
+{
+    std::string drawn = paragraph(beginningOf(notice));
+    const auto starts = characterStarts(drawn, 0);
+    if (starts.size() > charactersInView) {
+        drawn.replace(starts[charactersInView], std::string::npos, ellipsis);
+    }
+    return drawn;
 }
 
 bool runsRightToLeft(std::string_view text)

@@ -32,6 +32,11 @@ std::string transcriptLine(const std::string& transcript, HUDTextMode textMode);
 /// are looked at.
 std::string drawnText(const std::string& line, HUDTextMode textMode);
 
+/// A notice or a warning ready to be drawn, by the same rules, but for its beginning: at most
+/// `charactersInView` characters, and a "…" where there are more. Only its first 64 KiB are looked
+/// at.
+std::string drawnNotice(const std::string& notice);
+
 /// Whether the paragraph runs from right to left: its first letter with a direction does.
 /// Only the first 64 KiB are looked at.
 bool runsRightToLeft(std::string_view text);

@@ -18,15 +18,22 @@ constexpr auto gettingReady = "Getting ready…";
 constexpr auto transcribing = "Transcribing…";
 constexpr auto noSound = "No sound from the microphone. Check Microphone access.";
 
-std::string labelOf(const HUDSession& session, const HUDSettings& settings)
+/// The notice or warning that stands in place of everything else.
+std::optional<std::string> noticeOf(const HUDSession& session)
 {
-    const Phase phase = session.phase;
-    if (session.notice && phase == Phase::idle) {
-        return *session.notice;
+    if (session.notice && session.phase == Phase::idle) {
+        return session.notice;
     }
-    if (session.micSilent && phase == Phase::listening) {
+    if (session.micSilent && session.phase == Phase::listening) {
         return noSound;
     }
+    return std::nullopt;
+}
+
+/// The status or the live text.
+std::string lineOf(const HUDSession& session, const HUDSettings& settings)
+{
+    const Phase phase = session.phase;
     if (phase == Phase::finishing && (session.transcript.empty() || !settings.showText)) {
         return transcribing;
     }
@@ -79,9 +86,10 @@ HUDSettings HUDSettings::read(const Preferences& preferences)
 HUDView HUDView::of(const HUDSession& session, const HUDSettings& settings)
 {
     const bool listening = session.phase == Phase::listening;
+    const auto notice = noticeOf(session);
     HUDView view;
-    view.label = labelOf(session, settings);
-    view.text = drawnText(view.label, settings.textMode);
+    view.label = notice ? *notice : lineOf(session, settings);
+    view.text = notice ? drawnNotice(view.label) : drawnText(view.label, settings.textMode);
     view.rightToLeft = runsRightToLeft(view.label);
     view.showWaveform =
         listening && !session.micSilent && (session.transcript.empty() || !settings.showText);
@@ -91,7 +99,8 @@ HUDView HUDView::of(const HUDSession& session, const HUDSettings& settings)
     view.tint = tintOf(session.phase);
     view.horizontal = horizontalAlignment(settings.position);
     view.vertical = verticalAlignment(settings.position);
-    view.layout = hudLayout(settings.scale, settings.textMode);
+    view.layout =
+        hudLayout(settings.scale, settings.textMode, notice ? HUDKept::beginning : HUDKept::end);
     return view;
 }
 
@@ -103,7 +112,7 @@ std::string hudAnnouncement(const HUDSession& session)
     case Phase::finishing: return transcribing;
     case Phase::idle: break;
     }
-    return drawnText(session.notice.value_or(""), HUDTextMode::full);
+    return drawnNotice(session.notice.value_or(""));
 }
 
 } // namespace vorlin

@@ -44,8 +44,9 @@ enum class HUDTint { red, orange, secondary };
 struct HUDView {
     /// The text line by its rules, as it came.
     std::string label;
-    /// `label` as it is drawn: valid UTF-8, one paragraph without line breaks and controls, and in
-    /// one-line mode only as much of its end as can ever be seen.
+    /// `label` as it is drawn: valid UTF-8, one paragraph without line breaks and controls, and
+    /// only as much of it as can ever be seen: of a notice or warning its beginning, of live text
+    /// its end.
     std::string text;
     /// The paragraph's direction, by its first letter that has one.
     bool rightToLeft = false;

@@ -32,6 +32,7 @@ class HUDBridge final : public QObject {
     Q_PROPERTY(double outerPadding READ outerPadding NOTIFY viewChanged)
     Q_PROPERTY(double horizontalPadding READ horizontalPadding NOTIFY viewChanged)
     Q_PROPERTY(double verticalPadding READ verticalPadding NOTIFY viewChanged)
+    Q_PROPERTY(double wrappedPadding READ wrappedPadding NOTIFY viewChanged)
     Q_PROPERTY(double cornerRadius READ cornerRadius NOTIFY viewChanged)
     Q_PROPERTY(double spacing READ spacing NOTIFY viewChanged)
     Q_PROPERTY(double leadingWidth READ leadingWidth NOTIFY viewChanged)
@@ -40,7 +41,9 @@ class HUDBridge final : public QObject {
     Q_PROPERTY(double escSize READ escSize NOTIFY viewChanged)
     Q_PROPERTY(double maxTextWidth READ maxTextWidth NOTIFY viewChanged)
     Q_PROPERTY(double maxTextHeight READ maxTextHeight NOTIFY viewChanged)
-    Q_PROPERTY(bool oneLine READ oneLine NOTIFY viewChanged)
+    Q_PROPERTY(int mostLines READ mostLines NOTIFY viewChanged)
+    Q_PROPERTY(bool keepsBeginning READ keepsBeginning NOTIFY viewChanged)
+    Q_PROPERTY(bool centersRow READ centersRow NOTIFY viewChanged)
     Q_PROPERTY(double waveformWidth READ waveformWidth NOTIFY viewChanged)
     Q_PROPERTY(double waveformHeight READ waveformHeight NOTIFY viewChanged)
     Q_PROPERTY(double meterHeight READ meterHeight NOTIFY viewChanged)
@@ -83,6 +86,7 @@ public:
     double outerPadding() const { return layout().outerPadding; }
     double horizontalPadding() const { return layout().horizontalPadding; }
     double verticalPadding() const { return layout().verticalPadding; }
+    double wrappedPadding() const { return layout().wrappedPadding; }
     double cornerRadius() const { return layout().cornerRadius; }
     double spacing() const { return layout().spacing; }
     double leadingWidth() const { return layout().leadingWidth; }
@@ -91,7 +95,10 @@ public:
     double escSize() const { return layout().escSize; }
     double maxTextWidth() const { return layout().maxTextWidth; }
     double maxTextHeight() const { return layout().maxTextHeight; }
-    bool oneLine() const { return layout().oneLine; }
+    int mostLines() const { return layout().mostLines; }
+    bool keepsBeginning() const { return layout().kept == HUDKept::beginning; }
+    /// Otherwise its slots stand beside the first line.
+    bool centersRow() const { return layout().rowAlignment == VerticalAlignment::center; }
     double waveformWidth() const { return layout().waveform.width; }
     double waveformHeight() const { return layout().waveform.height; }
     double meterHeight() const { return layout().meterHeight; }

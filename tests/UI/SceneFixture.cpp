@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cmath>
+#include <cstdlib>
 
 namespace vorlin {
 
@@ -19,6 +20,17 @@ void SceneFixture::hear(const std::string& text)
 {
     engine->onText(text);
     loop.runReady();
+}
+
+void SceneFixture::fail(const std::string& notice)
+{
+    engine = std::make_shared<FakeTranscriber>();
+    engine->preparesAtOnce = false;
+    dictation.keyDown([this] { return engine; });
+    loop.runReady();
+    engine->failPrepare(notice);
+    loop.runReady();
+    ASSERT_EQ(dictation.notice.get(), notice);
 }
 
 void SceneFixture::speak()
@@ -37,6 +49,26 @@ QImage SceneFixture::picture(double scale)
                        static_cast<int>(std::lround(size.height * scale)));
     scene->draw(pixels, scale); // values that depend on each other settle with the first picture
     return scene->draw(pixels, scale).copy();
+}
+
+QRect SceneFixture::symbolSlot(const QImage& picture) const
+{
+    const auto& layout = model.view.get().layout;
+    const double ratio = picture.devicePixelRatio();
+    const QRect box = capsule(picture).adjusted(0, 3, 0, -3); // without its border
+    return {box.left() + static_cast<int>(layout.horizontalPadding * ratio), box.top(),
+            static_cast<int>(layout.leadingWidth * ratio), box.height()};
+}
+
+QRect SceneFixture::textSlot(const QImage& picture) const
+{
+    const auto& layout = model.view.get().layout;
+    const double ratio = picture.devicePixelRatio();
+    const QRect symbol = symbolSlot(picture);
+    const int right = capsule(picture).right();
+    return {
+        QPoint(symbol.right() + static_cast<int>(layout.spacing / 2 * ratio), symbol.top()),
+        QPoint(right - static_cast<int>((layout.horizontalPadding - 1) * ratio), symbol.bottom())};
 }
 
 QImage SceneFixture::over(const QImage& picture, const QColor& background)
@@ -59,17 +91,45 @@ void SceneFixture::keep(const QImage& picture, const std::string& name)
     plain.save(folder + '/' + QString::fromStdString(name) + ".png");
 }
 
-QRect capsule(const QImage& picture)
+namespace {
+
+/// What holds the pixels of a picture's size for which `counts` holds.
+template <class Counts>
+QRect bounds(const QImage& picture, const Counts& counts)
 {
     QRect found;
     for (int y = 0; y < picture.height(); ++y) {
         for (int x = 0; x < picture.width(); ++x) {
-            if (qAlpha(picture.pixel(x, y)) >= 128) {
+            if (counts(x, y)) {
                 found |= QRect(x, y, 1, 1);
             }
         }
     }
     return found;
+}
+
+} // namespace
+
+QRect capsule(const QImage& picture)
+{
+    return bounds(picture, [&](int x, int y) { return qAlpha(picture.pixel(x, y)) >= 128; });
+}
+
+QRect ink(const QImage& picture, const QRect& area)
+{
+    const QRect box = capsule(picture);
+    // Within the padding nothing is ever drawn.
+    const int inside = static_cast<int>(5 * picture.devicePixelRatio());
+    const QRgb plain = picture.pixel(box.center().x(), box.bottom() - inside);
+    return bounds(picture, [&](int x, int y) {
+        return area.contains(x, y) && std::abs(qGray(picture.pixel(x, y)) - qGray(plain)) > 32;
+    });
+}
+
+QRect difference(const QImage& one, const QImage& other)
+{
+    EXPECT_EQ(one.size(), other.size());
+    return bounds(one, [&](int x, int y) { return one.pixel(x, y) != other.pixel(x, y); });
 }
 
 } // namespace vorlin

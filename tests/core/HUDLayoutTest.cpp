@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <utility>
 #include <vector>
 
 namespace vorlin {
@@ -26,7 +27,7 @@ double widthOf(const HUDBars& bars)
 
 TEST(HUDLayout, hasTheMeasuresOfBothTextModes)
 {
-    const HUDLayout one = hudLayout(1, clip);
+    const HUDLayout one = hudLayout(1, clip, HUDKept::end);
     EXPECT_EQ(one.panel, (Size{430, 76}));
     EXPECT_EQ(one.outerPadding, 12);
     EXPECT_EQ(one.horizontalPadding, 20);
@@ -37,34 +38,65 @@ TEST(HUDLayout, hasTheMeasuresOfBothTextModes)
     EXPECT_EQ(one.textSize, 14);
     EXPECT_EQ(one.maxTextWidth, 260);
     EXPECT_EQ(one.maxTextHeight, 24);
-    EXPECT_TRUE(one.oneLine);
+    EXPECT_EQ(one.mostLines, 1);
+    EXPECT_EQ(one.wrappedPadding, 14);
     EXPECT_EQ(one.rowAlignment, VerticalAlignment::center);
     EXPECT_EQ(one.waveform, (Size{150, 26}));
     EXPECT_EQ(one.meterHeight, 18);
     EXPECT_EQ(one.meterBarWidth, 3);
-    const HUDLayout many = hudLayout(1, full);
+    const HUDLayout many = hudLayout(1, full, HUDKept::end);
     EXPECT_EQ(many.panel, (Size{520, 300}));
     EXPECT_EQ(many.maxTextWidth, 340);
     EXPECT_EQ(many.maxTextHeight, 248);
-    EXPECT_FALSE(many.oneLine);
+    EXPECT_EQ(many.mostLines, 0);
+    EXPECT_EQ(many.wrappedPadding, 14);
     EXPECT_EQ(many.rowAlignment, VerticalAlignment::top);
     EXPECT_EQ(many.waveform, one.waveform);
 }
 
+TEST(HUDLayout, givesANoticeASecondLineAtTheCostOfThePadding)
+{
+    const HUDLayout live = hudLayout(1, clip, HUDKept::end);
+    HUDLayout notice = hudLayout(1, clip, HUDKept::beginning);
+    EXPECT_EQ(notice.kept, HUDKept::beginning);
+    EXPECT_EQ(notice.mostLines, 2);
+    EXPECT_EQ(notice.verticalPadding, 14);
+    EXPECT_EQ(notice.wrappedPadding, 8);
+    EXPECT_EQ(notice.maxTextHeight, 36);
+    EXPECT_EQ(notice.panel.height,
+              notice.maxTextHeight + 2 * (notice.wrappedPadding + notice.outerPadding));
+    // All else is as it is for live text.
+    notice.kept = live.kept;
+    notice.mostLines = live.mostLines;
+    notice.wrappedPadding = live.wrappedPadding;
+    notice.maxTextHeight = live.maxTextHeight;
+    EXPECT_EQ(notice, live);
+}
+
+TEST(HUDLayout, hasRoomForANoticeInFullModeAsForLiveText)
+{
+    HUDLayout notice = hudLayout(1, full, HUDKept::beginning);
+    notice.kept = HUDKept::end;
+    EXPECT_EQ(notice, hudLayout(1, full, HUDKept::end));
+}
+
 TEST(HUDLayout, scalesEveryMeasureFontsAndTextWidthsToo)
 {
-    for (const auto mode : {clip, full}) {
-        const HUDLayout one = hudLayout(1, mode);
+    for (const auto& [mode, kept] : {std::pair{clip, HUDKept::end},
+                                     {clip, HUDKept::beginning},
+                                     {full, HUDKept::end},
+                                     {full, HUDKept::beginning}}) {
+        const HUDLayout one = hudLayout(1, mode, kept);
         for (const double scale : {0.85, 1.3, 2.0}) {
-            const HUDLayout scaled = hudLayout(scale, mode);
+            const HUDLayout scaled = hudLayout(scale, mode, kept);
             EXPECT_EQ(scaled.scale, scale);
-            EXPECT_EQ(scaled.oneLine, one.oneLine);
+            EXPECT_EQ(scaled.mostLines, one.mostLines);
             for (const auto measure :
                  {&HUDLayout::outerPadding, &HUDLayout::horizontalPadding,
-                  &HUDLayout::verticalPadding, &HUDLayout::cornerRadius, &HUDLayout::spacing,
-                  &HUDLayout::leadingWidth, &HUDLayout::symbolSize, &HUDLayout::textSize,
-                  &HUDLayout::escSize, &HUDLayout::maxTextWidth, &HUDLayout::maxTextHeight,
-                  &HUDLayout::meterHeight, &HUDLayout::meterBarWidth}) {
+                  &HUDLayout::verticalPadding, &HUDLayout::wrappedPadding, &HUDLayout::cornerRadius,
+                  &HUDLayout::spacing, &HUDLayout::leadingWidth, &HUDLayout::symbolSize,
+                  &HUDLayout::textSize, &HUDLayout::escSize, &HUDLayout::maxTextWidth,
+                  &HUDLayout::maxTextHeight, &HUDLayout::meterHeight, &HUDLayout::meterBarWidth}) {
                 EXPECT_NEAR(scaled.*measure, scale * one.*measure, 1e-9);
             }
             for (const auto size : {&HUDLayout::panel, &HUDLayout::waveform}) {
@@ -78,7 +110,7 @@ TEST(HUDLayout, scalesEveryMeasureFontsAndTextWidthsToo)
 TEST(HUDLayout, hasRoomForAWholeRow)
 {
     for (const auto mode : {clip, full}) {
-        const HUDLayout layout = hudLayout(1, mode);
+        const HUDLayout layout = hudLayout(1, mode, HUDKept::end);
         const double row =
             layout.leadingWidth + layout.maxTextWidth + 2 * layout.spacing + 3 * layout.escSize;
         EXPECT_LE(row + 2 * (layout.outerPadding + layout.horizontalPadding), layout.panel.width);
@@ -88,7 +120,7 @@ TEST(HUDLayout, hasRoomForAWholeRow)
 TEST(HUDWaveform, fillsItsWidthWithBarsThreePointsApart)
 {
     for (const double scale : {0.85, 1.0, 1.3}) {
-        const Size size = hudLayout(scale, clip).waveform;
+        const Size size = hudLayout(scale, clip, HUDKept::end).waveform;
         const HUDBars bars = waveformBars(std::vector<float>(28, 0.5F), size);
         EXPECT_EQ(bars.gap, 3);
         EXPECT_DOUBLE_EQ(bars.barWidth, (150 * scale - 81) / 28);
@@ -145,7 +177,7 @@ TEST(HUDMeter, showsTheNewestFourLevelsWhichFitItsSlot)
         levels[i] = static_cast<float>(i) / 32;
     }
     for (const double scale : {0.85, 1.0, 1.3}) {
-        const HUDLayout layout = hudLayout(scale, clip);
+        const HUDLayout layout = hudLayout(scale, clip, HUDKept::end);
         const HUDBars bars =
             meterBars(meterLevels(levels), layout.meterHeight, layout.meterBarWidth);
         EXPECT_THAT(bars.heights,

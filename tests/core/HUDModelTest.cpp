@@ -170,10 +170,10 @@ TEST_F(HUDModelTest, aChangedSettingReachesTheViewAtOnce)
     listen();
     hear("hello");
     defaults.set("hud.scale", 1.3);
-    EXPECT_EQ(view().layout, hudLayout(1.3, HUDTextMode::clip));
+    EXPECT_EQ(view().layout, hudLayout(1.3, HUDTextMode::clip, HUDKept::end));
     EXPECT_DOUBLE_EQ(model->meter.get().barWidth, 3 * 1.3);
     defaults.set("hud.textMode", "full");
-    EXPECT_FALSE(view().layout.oneLine);
+    EXPECT_EQ(view().layout.mostLines, 0);
     defaults.set("hud.position", "topLeft");
     EXPECT_EQ(view().horizontal, HorizontalAlignment::leading);
     EXPECT_EQ(view().vertical, VerticalAlignment::top);

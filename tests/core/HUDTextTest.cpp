@@ -272,6 +272,9 @@ TEST(HUDDrawnText, isShortWhateverComes)
         for (char& byte : noise) {
             byte = static_cast<char>(random());
         }
+        const std::string notice = drawnNotice(noise);
+        ASSERT_LE(characters(notice), 421U);
+        ASSERT_EQ(notice.find_first_of("\n\r\t\x1B\x7F"), std::string::npos);
         for (const auto mode : {clip, full}) {
             const std::string drawn = drawnText(noise, mode);
             ASSERT_LE(characters(drawn), 421U);
@@ -279,6 +282,39 @@ TEST(HUDDrawnText, isShortWhateverComes)
             ASSERT_TRUE(drawnText("x" + drawn, mode).ends_with(drawn.substr(drawn.size() / 2)));
         }
     }
+}
+
+TEST(HUDDrawnNotice, isOneParagraphToo)
+{
+    EXPECT_EQ(drawnNotice(" The model\nis\u202E\x1B[31m damaged.\xFF\n"),
+              "The model is[31m damaged.\uFFFD");
+}
+
+TEST(HUDDrawnNotice, keepsTheBeginningOfALongLine)
+{
+    const std::string drawn = drawnNotice("the beginning " + repeated("0123456789", 100'000));
+    EXPECT_EQ(characters(drawn), 421U);
+    EXPECT_TRUE(drawn.starts_with("the beginning 01"));
+    EXPECT_TRUE(drawn.ends_with("45" + ellipsis));
+}
+
+TEST(HUDDrawnNotice, isCutBetweenCharactersAndOnlyWhereItIsLonger)
+{
+    const std::string notice = repeated(family, 420);
+    EXPECT_EQ(drawnNotice(notice), notice);
+    EXPECT_EQ(drawnNotice(notice + "a"), notice + ellipsis);
+    EXPECT_EQ(drawnNotice(notice + "\n"), notice);
+}
+
+TEST(HUDDrawnNotice, findsTheWordsAfterAnInvisibleBeginning)
+{
+    EXPECT_EQ(drawnNotice(repeated("\u200B", 20'000) + "hello"), "hello");
+    EXPECT_EQ(drawnNotice("hello" + repeated("\n", 100'000)), "hello");
+}
+
+TEST(HUDDrawnNotice, isNotCutWithinACodePoint)
+{
+    EXPECT_EQ(drawnNotice(std::string((1 << 16) - 1, ' ') + "é"), "");
 }
 
 TEST(HUDDirection, isThatOfTheFirstLetter)

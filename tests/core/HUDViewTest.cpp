@@ -182,9 +182,9 @@ TEST_F(HUDViewTest, theLayoutIsThatOfScaleAndTextMode)
 {
     settings.scale = 1.3;
     settings.textMode = HUDTextMode::full;
-    EXPECT_EQ(view().layout, hudLayout(1.3, HUDTextMode::full));
+    EXPECT_EQ(view().layout, hudLayout(1.3, HUDTextMode::full, HUDKept::end));
     settings.textMode = HUDTextMode::clip;
-    EXPECT_EQ(view().layout, hudLayout(1.3, HUDTextMode::clip));
+    EXPECT_EQ(view().layout, hudLayout(1.3, HUDTextMode::clip, HUDKept::end));
 }
 
 TEST_F(HUDViewTest, hostileTextStaysOneParagraph)
@@ -201,6 +201,39 @@ TEST_F(HUDViewTest, hostileTextStaysOneParagraph)
     session.phase = Phase::idle;
     session.notice = session.transcript;
     EXPECT_LT(view().text.size(), 500U);
+}
+
+TEST_F(HUDViewTest, noticesAndWarningsKeepTheirBeginningLiveTextItsEnd)
+{
+    session.phase = Phase::listening;
+    session.transcript = "hello";
+    for (const auto mode : {HUDTextMode::clip, HUDTextMode::full}) {
+        settings.textMode = mode;
+        session.micSilent = false;
+        session.phase = Phase::listening;
+        EXPECT_EQ(view().layout, hudLayout(1, mode, HUDKept::end));
+        session.phase = Phase::finishing;
+        EXPECT_EQ(view().layout, hudLayout(1, mode, HUDKept::end));
+        session.phase = Phase::listening;
+        session.micSilent = true;
+        EXPECT_EQ(view().layout, hudLayout(1, mode, HUDKept::beginning));
+        session.phase = Phase::idle;
+        session.notice = "The recogniser failed.";
+        EXPECT_EQ(view().layout, hudLayout(1, mode, HUDKept::beginning));
+        session.notice.reset();
+    }
+}
+
+TEST_F(HUDViewTest, aNoticeThatIsFarTooLongIsCutAtItsEnd)
+{
+    session.notice = "The beginning " + std::string(1'000'000, 'c');
+    for (const auto mode : {HUDTextMode::clip, HUDTextMode::full}) {
+        settings.textMode = mode;
+        EXPECT_TRUE(view().text.starts_with("The beginning c"));
+        EXPECT_TRUE(view().text.ends_with("c…"));
+        EXPECT_LT(view().text.size(), 500U);
+    }
+    EXPECT_TRUE(hudAnnouncement(session).starts_with("The beginning c"));
 }
 
 TEST_F(HUDViewTest, aCutTextKeepsTheDirectionItBeganWith)

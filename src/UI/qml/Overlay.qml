@@ -22,7 +22,7 @@ Item {
 
         margin: overlay.snapped(overlay.hud.outerPadding)
         width: overlay.snapped(row.width + 2 * overlay.hud.horizontalPadding) + 2 * margin
-        height: overlay.snapped(row.height + 2 * overlay.hud.verticalPadding) + 2 * margin
+        height: overlay.snapped(row.height + 2 * row.verticalPadding) + 2 * margin
         x: overlay.snapped((overlay.width - width) * overlay.hud.horizontal)
         y: overlay.snapped((overlay.height - height) * overlay.hud.vertical)
         radius: overlay.hud.cornerRadius

@@ -1,8 +1,8 @@
 import QtQuick
 import Vorlin
 
-// Leading slot, middle slot, hint: side by side, centred on the first line. What takes another's
-// place appears when that has faded: one through the other could not be read.
+// Leading slot, middle slot, hint: side by side, centred on the row or on its first line. What
+// takes another's place appears when that has faded: one through the other could not be read.
 Item {
     id: row
 
@@ -10,8 +10,11 @@ Item {
     required property OverlayColors colors
 
     readonly property int levelDuration: hud.reducedMotion ? 0 : 80
-    // As high as one line, or the waveform, of that row.
-    readonly property real lineHeight: Math.max(leading.height, hint.height, middle.firstHeight)
+    // What the slots are centred on: all of the row, or as much as one line of it takes.
+    readonly property real lineHeight: Math.max(leading.height, hint.height, middle.centredHeight)
+    // Above the row and below it.
+    readonly property real verticalPadding:
+        middle.mixed(hud.verticalPadding, line.wrapped ? hud.wrappedPadding : hud.verticalPadding)
 
     width: hud.showEsc ? hint.x + hint.width : middle.x + middle.width
     height: Math.max(lineHeight, middle.y + middle.height)
@@ -69,12 +72,16 @@ Item {
         x: leading.width + row.hud.spacing
         // Whoever comes or goes is cut where the slot is still narrow.
         clip: waveformShare > 0 && waveformShare < 1
-        width: waveform.width * waveformShare + line.width * (1 - waveformShare)
-        height: waveform.height * waveformShare + line.height * (1 - waveformShare)
-        y: (row.lineHeight - firstHeight) / 2
+        width: mixed(waveform.width, line.width)
+        height: mixed(waveform.height, line.height)
+        y: (row.lineHeight - centredHeight) / 2
 
-        readonly property real firstHeight: waveform.height * waveformShare
-                                            + line.firstHeight * (1 - waveformShare)
+        readonly property real centredHeight:
+            mixed(waveform.height, row.hud.centersRow ? line.height : line.firstHeight)
+
+        function mixed(ofWaveform: real, ofText: real): real {
+            return ofWaveform * waveformShare + ofText * (1 - waveformShare);
+        }
 
         LevelBars {
             id: waveform
