@@ -20,7 +20,7 @@ class SphinxWorker;
 /// An analysis gives volatile results while someone speaks, a final one at each pause of half a
 /// second and at the end; a result is its words, without capitals (but the English "I") and
 /// without punctuation. Results are those of the current utterance; one with nothing to say is
-/// not delivered, except that an empty final one takes back volatile words. Analyses are decoded
+/// not delivered, except that an empty volatile one takes back volatile words. Analyses are decoded
 /// one after the other, in the order they were started, and their audio queues meanwhile.
 ///
 /// The model is loaded by `start`, on a worker, and stays in memory until ten minutes after the

@@ -2,6 +2,7 @@
 
 #include "Async/Fatal.h"
 #include "Platform/Linux/Speech/SphinxDecoder.h"
+#include "Platform/Linux/Speech/UtteranceResults.h"
 
 #include <malloc.h>
 
@@ -31,6 +32,14 @@ struct SphinxWorker::Stream {
     {
     }
 
+    void deliver(const std::string& text, bool isFinal)
+    {
+        const std::scoped_lock guard(delivery);
+        if (!cancelled) {
+            onResult(text, isFinal);
+        }
+    }
+
     const SpeechModel model;
     const SpeechAnalyzers::OnResult onResult;
     std::atomic<bool> cancelled = false;
@@ -51,7 +60,8 @@ struct SphinxWorker::Stream {
     bool begun = false;
     bool heardSpeech = false;
     std::size_t samplesOfUtterance = 0;
-    std::string shown;
+    UtteranceResults results{
+        [this](const std::string& text, bool isFinal) { deliver(text, isFinal); }};
 };
 
 SphinxWorker::SphinxWorker(Executor& executor, MainLoop& loop, Duration unloadDelay)
@@ -281,30 +291,13 @@ void SphinxWorker::decode(Stream& stream, const Samples& samples)
         endUtterance(stream);
         return;
     }
-    const std::string text = decoder->hypothesis();
-    if (!text.empty() && text != stream.shown) {
-        stream.shown = text;
-        deliver(stream, text, false);
-    }
+    stream.results.heard(decoder->hypothesis());
 }
 
 void SphinxWorker::endUtterance(Stream& stream)
 {
     stream.samplesOfUtterance = 0;
-    const std::string text = decoder->endUtterance();
-    // An empty final result takes back a volatile one that turned out to be no words.
-    if (!text.empty() || !stream.shown.empty()) {
-        stream.shown.clear();
-        deliver(stream, text, true);
-    }
-}
-
-void SphinxWorker::deliver(Stream& stream, const std::string& text, bool isFinal)
-{
-    const std::scoped_lock guard(stream.delivery);
-    if (!stream.cancelled) {
-        stream.onResult(text, isFinal);
-    }
+    stream.results.ended(decoder->endUtterance());
 }
 
 void SphinxWorker::retire(const StreamHandle& stream, std::exception_ptr failure)

@@ -80,7 +80,6 @@ private:
     void endUtterance(Stream& stream);
     void retire(const StreamHandle& stream, std::exception_ptr failure);
     Samples take(Stream& stream);
-    static void deliver(Stream& stream, const std::string& text, bool isFinal);
     void dropDecoder();
 
     void scheduleUnload();
