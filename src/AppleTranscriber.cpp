@@ -1,5 +1,8 @@
 #include "AppleTranscriber.h"
 
+#include "Preferences.h"
+
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -8,6 +11,31 @@ namespace vorlin {
 namespace {
 
 constexpr const char* unavailableLanguage = "Speech recognition is unavailable for this language.";
+
+/// Whether a recogniser's locale, "en-GB" or a bare "en", is that of `language`.
+bool fits(const std::string& locale, const DictationLanguage& language)
+{
+    const auto& identifier = language.identifier;
+    return locale == identifier || locale == identifier.substr(0, identifier.find('-'));
+}
+
+/// Says which language there is instead: US English, else the first of the settings' list.
+std::string unavailable(const std::vector<std::string>& offered)
+{
+    const auto isOffered = [&](const DictationLanguage& language) {
+        return std::ranges::any_of(
+            offered, [&](const std::string& locale) { return fits(locale, language); });
+    };
+    auto found = std::ranges::find(dictationLanguages, "en-US", &DictationLanguage::identifier);
+    if (!isOffered(*found)) {
+        found = std::ranges::find_if(dictationLanguages, isOffered);
+    }
+    if (found == dictationLanguages.end()) {
+        return unavailableLanguage;
+    }
+    return "No speech recognition for this language. " + std::string(found->displayName) +
+           " is available.";
+}
 
 } // namespace
 
@@ -26,7 +54,7 @@ Task<void> AppleTranscriber::prepare()
 {
     const auto supported = analyzers.supportedLocale(locale);
     if (!supported) {
-        throw std::runtime_error(unavailableLanguage);
+        throw std::runtime_error(unavailable(analyzers.localesToOffer()));
     }
     co_await analyzers.installAssets(*supported);
     const auto format = analyzers.bestAudioFormat(*supported);

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace vorlin {
 
@@ -39,6 +40,10 @@ public:
     /// The recogniser's own locale for a locale identifier such as "en-GB", or nothing when it
     /// has none for that language.
     virtual std::optional<std::string> supportedLocale(const std::string& equivalentTo) = 0;
+
+    /// The recogniser's locales to tell a person of whose language it has none; empty where the
+    /// platform tells of none.
+    virtual std::vector<std::string> localesToOffer() = 0;
 
     /// Makes the data of a supported locale available; fails with a `std::runtime_error`.
     virtual Completion<Done> installAssets(const std::string& locale) = 0;

@@ -169,7 +169,7 @@ TEST_F(AppModelTest, theOldPasteboardComesBack)
 
 TEST_F(AppModelTest, theStoredLanguageIsDictated)
 {
-    desktop.analyzers.locales = {"en-US", "de-DE"};
+    desktop.analyzers.locales = {{"de-DE", "de-DE"}};
     desktop.defaults.values["language"] = "de-DE";
     start();
     press();

@@ -50,10 +50,43 @@ protected:
 
 TEST_F(AppleTranscriberTest, anUnsupportedLanguageFailsWithItsText)
 {
-    analyzers.locales = {"de-DE"};
+    analyzers.locales.clear();
     prepare();
     EXPECT_EQ(error, "Speech recognition is unavailable for this language.");
     EXPECT_FALSE(prepared);
+}
+
+TEST_F(AppleTranscriberTest, anUnsupportedLanguageIsToldWhichOneThereIsInstead)
+{
+    analyzers.locales.clear();
+    const auto told = [this](std::vector<std::string> offered) {
+        analyzers.offered = std::move(offered);
+        prepare();
+        return error;
+    };
+    const std::string none = "No speech recognition for this language. ";
+    EXPECT_EQ(told({"en-US"}), none + "English (US) is available.");
+    EXPECT_EQ(told({"fr-FR", "en-GB", "en-US"}), none + "English (US) is available.");
+    EXPECT_EQ(told({"en"}), none + "English (US) is available.");
+    EXPECT_EQ(told({"pt-PT", "en-GB"}), none + "English (UK) is available.");
+    EXPECT_EQ(told({"de-DE", "fr-FR"}), none + "Français is available.");
+    EXPECT_EQ(told({"ru-RU", "eng"}), "Speech recognition is unavailable for this language.");
+    EXPECT_FALSE(prepared);
+}
+
+TEST_F(AppleTranscriberTest, theLocaleFoundIsTheOneUsed)
+{
+    analyzers.locales = {{"en-US", "en-ZA"}};
+    prepare();
+    EXPECT_EQ(analyzers.used, (std::vector<std::string>(3, "en-ZA")));
+    EXPECT_EQ(stream().locale, "en-ZA");
+}
+
+TEST_F(AppleTranscriberTest, finishingWithoutHavingBeenPreparedGivesNothing)
+{
+    finish();
+    EXPECT_EQ(result, "");
+    EXPECT_EQ(transcriber->failure(), std::nullopt);
 }
 
 TEST_F(AppleTranscriberTest, aLanguageWithoutAFormatFailsWithTheSameText)

@@ -2,8 +2,8 @@
 
 #include "Ports/SpeechAnalyzer.h"
 
+#include <map>
 #include <optional>
-#include <set>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -23,7 +23,9 @@ public:
         std::optional<Completer<Done>> finish;
     };
 
-    std::set<std::string> locales = {"en-US"};
+    /// What is asked for, and the recogniser's own locale for it.
+    std::map<std::string, std::string> locales = {{"en-US", "en-US"}};
+    std::vector<std::string> offered;
     std::optional<AudioFormat> format = AudioFormat{SampleType::int16, 16000, 1, false};
     bool assetsInstalled = true;
     std::string assetFailure;
@@ -33,18 +35,21 @@ public:
     std::string finishFailure;
     std::vector<std::shared_ptr<Stream>> streams;
     int installations = 0;
+    /// The locales of all that was installed, asked for its format and started.
+    std::vector<std::string> used;
 
     std::optional<std::string> supportedLocale(const std::string& equivalentTo) override
     {
-        if (locales.contains(equivalentTo)) {
-            return equivalentTo;
-        }
-        return std::nullopt;
+        const auto found = locales.find(equivalentTo);
+        return found == locales.end() ? std::nullopt : std::optional(found->second);
     }
 
-    Completion<Done> installAssets(const std::string&) override
+    std::vector<std::string> localesToOffer() override { return offered; }
+
+    Completion<Done> installAssets(const std::string& locale) override
     {
         Completion<Done> installed;
+        used.push_back(locale);
         const auto completer = installed.completer();
         ++installations;
         if (!assetFailure.empty()) {
@@ -64,10 +69,15 @@ public:
         }
     }
 
-    std::optional<AudioFormat> bestAudioFormat(const std::string&) override { return format; }
+    std::optional<AudioFormat> bestAudioFormat(const std::string& locale) override
+    {
+        used.push_back(locale);
+        return format;
+    }
 
     std::unique_ptr<SpeechAnalyzer> start(const std::string& locale, OnResult onResult) override
     {
+        used.push_back(locale);
         auto stream = std::make_shared<Stream>();
         stream->locale = locale;
         stream->onResult = std::move(onResult);

@@ -45,9 +45,10 @@ public:
     /// of any region of the language (earlier root, then name order), else none.
     std::optional<SpeechModel> nearest(const std::string& locale) const;
 
-private:
+    /// All of them, the earlier root's first, each root's in name order.
     std::vector<SpeechModel> installed() const;
 
+private:
     std::vector<std::filesystem::path> roots;
 };
 

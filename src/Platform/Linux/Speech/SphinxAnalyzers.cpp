@@ -69,6 +69,15 @@ std::optional<std::string> SphinxAnalyzers::supportedLocale(const std::string& e
     return model ? std::optional(model->locale) : std::nullopt;
 }
 
+std::vector<std::string> SphinxAnalyzers::localesToOffer()
+{
+    std::vector<std::string> locales;
+    for (auto& model : models.installed()) {
+        locales.push_back(std::move(model.locale));
+    }
+    return locales;
+}
+
 Completion<Done> SphinxAnalyzers::installAssets(const std::string& locale)
 {
     Completion<Done> installed;

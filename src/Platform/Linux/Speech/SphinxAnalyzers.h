@@ -37,6 +37,8 @@ public:
     ~SphinxAnalyzers() override;
 
     std::optional<std::string> supportedLocale(const std::string& equivalentTo) override;
+    /// All that is installed.
+    std::vector<std::string> localesToOffer() override;
     /// Completes at once: the model is installed or it is not.
     Completion<Done> installAssets(const std::string& locale) override;
     /// 16 kHz, one channel, 16 bits, not interleaved, for every locale that has a model.

@@ -324,6 +324,7 @@ TEST_F(SphinxAnalyzersTest, knowsItsLocalesAndTheirFormat)
 {
     EXPECT_EQ(analyzers.supportedLocale("en-GB"), "en-US");
     EXPECT_EQ(analyzers.supportedLocale("xx-XX"), std::nullopt);
+    EXPECT_THAT(analyzers.localesToOffer(), testing::Contains("en-US"));
     EXPECT_EQ(analyzers.bestAudioFormat("en-US"),
               (AudioFormat{SampleType::int16, 16000, 1, false}));
     EXPECT_EQ(analyzers.bestAudioFormat("xx-XX"), std::nullopt);
