@@ -1,9 +1,12 @@
 #include "PulseAudioInputFixture.h"
 
 #include "Platform/Shared/Soxr/SoxrConverter.h"
+#include "SecondRecorder.h"
 
 #include <algorithm>
 #include <atomic>
+#include <iostream>
+#include <optional>
 #include <utility>
 
 namespace vorlin {
@@ -25,6 +28,21 @@ std::vector<float> ramp(std::size_t frames, std::uint32_t channels)
     return samples;
 }
 
+/// The first of the samples played that is not where it should be among those heard, if any.
+std::optional<std::size_t> firstLost(const std::vector<float>& played,
+                                     const std::vector<float>& heard)
+{
+    const auto isSound = [](float sample) { return sample != 0; };
+    const auto first = std::find_if(heard.begin(), heard.end(), isSound);
+    const auto last = std::find_if(heard.rbegin(), heard.rend(), isSound).base();
+    const auto [wrong, wanted] =
+        std::mismatch(std::min(first, last), last, played.begin(), played.end());
+    if (wrong == last && wanted == played.end()) {
+        return std::nullopt;
+    }
+    return static_cast<std::size_t>(wanted - played.begin());
+}
+
 struct MicrophoneFormat {
     PrivateSoundServer::Kind server;
     std::uint32_t rate;
@@ -32,37 +50,59 @@ struct MicrophoneFormat {
 };
 
 class CaptureCompleteness : public PulseAudioInputTest,
-                            public testing::WithParamInterface<MicrophoneFormat> {};
+                            public testing::WithParamInterface<MicrophoneFormat> {
+protected:
+    struct Take {
+        std::vector<float> ours;
+        std::vector<float> second;
+    };
+
+    /// Plays `samples` while our capture runs from before the first to past the last, a second
+    /// recorder beside it.
+    void record(const std::vector<float>& samples, Take& take)
+    {
+        const auto [kind, rate, channels] = GetParam();
+        Recorder ours(loop);
+        const auto started = follow(loop, input->start(ours.tap(), [this](const auto& reason) {
+            failures.push_back(reason);
+        }));
+        ASSERT_TRUE(loop.runUntil([&] { return started->settled && ours.buffers() > 0; }));
+        ASSERT_TRUE(started->done());
+        SecondRecorder second(rate, channels);
+        {
+            MicrophonePlayer player(samples, rate, channels);
+            player.drain(); // returns when the last sample has been heard
+        }
+        ASSERT_TRUE(stop());
+        EXPECT_TRUE(failures.empty());
+        for (const auto& format : ours.formats()) {
+            ASSERT_EQ(format, (AudioFormat{SampleType::float32, static_cast<double>(rate), channels,
+                                           true}));
+        }
+        take = {ours.samples(), second.untilSilence()};
+    }
+};
 
 TEST_P(CaptureCompleteness, everySampleFromTheFirstBufferToTheReleaseArrivesInOrder)
 {
     const auto [kind, rate, channels] = GetParam();
     ASSERT_TRUE(PrivateSoundServer::isInstalled(kind)) << "scripts/install-packages brings it";
     begin({.kind = kind, .rate = rate, .channels = channels});
-    ASSERT_TRUE(startAndRun());
-    ASSERT_TRUE(runUntilBuffers(1));
-    const std::size_t frames = rate * 6 / 5;
-    {
-        MicrophonePlayer player(ramp(frames, channels), rate, channels);
-        player.drain(); // returns when the last sample has been heard
+    const auto played = ramp(rate * 6 / 5, channels);
+    // On a busy machine a server loses audio itself; such a take says nothing about us.
+    constexpr int takes = 20;
+    for (int i = 0; i < takes; ++i) {
+        Take take;
+        ASSERT_NO_FATAL_FAILURE(record(played, take));
+        const auto lost = firstLost(played, take.ours);
+        if (!lost) {
+            return;
+        }
+        ASSERT_TRUE(firstLost(played, take.second))
+            << "sample " << *lost << " of " << played.size() << " was lost, not by the server";
+        std::cout << "the sound server lost a part of take " << i + 1 << '\n';
     }
-    ASSERT_TRUE(stop());
-    EXPECT_TRUE(failures.empty());
-
-    for (const auto& format : recorder.formats()) {
-        ASSERT_EQ(format,
-                  (AudioFormat{SampleType::float32, static_cast<double>(rate), channels, true}));
-    }
-    const auto samples = recorder.samples();
-    const auto expected = ramp(frames, channels);
-    const auto first = std::find_if(samples.begin(), samples.end(), [](float s) { return s != 0; });
-    ASSERT_GE(static_cast<std::size_t>(samples.end() - first), expected.size());
-    const auto [wrong, wanted] =
-        std::mismatch(first, samples.end(), expected.begin(), expected.end());
-    EXPECT_EQ(wanted, expected.end())
-        << "differs at sample " << (wrong - first) << " of " << expected.size();
-    EXPECT_TRUE(std::all_of(first + static_cast<std::ptrdiff_t>(expected.size()), samples.end(),
-                            [](float s) { return s == 0; }));
+    FAIL() << "the sound server loses audio every time";
 }
 
 TEST_P(CaptureCompleteness, theConverterGivesTheLengthThatTheRatesImply)
