@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Linux/Desktop/Environment.h"
+#include "Platform/Linux/Environment.h"
 #include "Ports/Locale.h"
 
 namespace vorlin {

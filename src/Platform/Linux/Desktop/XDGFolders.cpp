@@ -1,6 +1,5 @@
 #include "Platform/Linux/Desktop/XDGFolders.h"
 
-#include "Models/ModelFolder.h"
 #include "Platform/Linux/Desktop/FolderTree.h"
 
 #include <fcntl.h>
@@ -23,6 +22,13 @@ constexpr std::uint64_t blockSize = 512; // what st_blocks counts, whatever the 
 bool isPath(const std::filesystem::path& path)
 {
     return !path.empty() && path.native().find('\0') == std::string::npos;
+}
+
+/// Whether a name stays directly inside the folder in which it is looked for.
+bool isSingleName(const std::string& name)
+{
+    const std::filesystem::path path(name);
+    return isPath(path) && path == path.filename() && path != "." && path != "..";
 }
 
 Descriptor openFolder(const std::filesystem::path& folder)

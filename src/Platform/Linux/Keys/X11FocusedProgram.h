@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Linux/Keys/X11Connection.h"
+#include "Platform/Linux/X11/X11Connection.h"
 #include "Ports/FocusedProgram.h"
 
 #include <chrono>

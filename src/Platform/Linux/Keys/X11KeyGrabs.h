@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Platform/Linux/Keys/X11Connection.h"
 #include "Platform/Linux/Keys/X11Keymap.h"
+#include "Platform/Linux/X11/X11Connection.h"
 
 #include <cstdint>
 #include <deque>

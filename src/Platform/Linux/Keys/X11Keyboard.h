@@ -2,8 +2,8 @@
 
 #include "Async/Published.h"
 #include "Platform/Linux/Keys/PostedKeys.h"
-#include "Platform/Linux/Keys/X11Connection.h"
 #include "Platform/Linux/Keys/X11KeyboardDevices.h"
+#include "Platform/Linux/X11/X11Connection.h"
 
 #include <bitset>
 #include <deque>

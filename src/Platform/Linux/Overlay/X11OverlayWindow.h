@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Platform/Linux/Keys/X11Connection.h"
 #include "Platform/Linux/Overlay/VisibleArea.h"
-#include "Platform/Linux/Overlay/X11Atoms.h"
+#include "Platform/Linux/X11/X11Atoms.h"
+#include "Platform/Linux/X11/X11Connection.h"
 
 #include <QImage>
 

@@ -2,10 +2,10 @@
 
 #include "Async/Lifetime.h"
 #include "HUDPlacement.h"
-#include "Platform/Linux/Desktop/Environment.h"
-#include "Platform/Linux/Keys/X11Connection.h"
+#include "Platform/Linux/Environment.h"
 #include "Platform/Linux/Overlay/VisibleArea.h"
-#include "Platform/Linux/Overlay/X11Atoms.h"
+#include "Platform/Linux/X11/X11Atoms.h"
+#include "Platform/Linux/X11/X11Connection.h"
 #include "Ports/Screens.h"
 
 #include <memory>

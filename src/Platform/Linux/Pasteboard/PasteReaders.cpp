@@ -49,7 +49,7 @@ void PasteReaders::rememberFocus()
 
 xcb_window_t PasteReaders::focus() const
 {
-    const XReply<xcb_get_input_focus_reply_t> reply(xcb_get_input_focus_reply(
+    const XcbPointer<xcb_get_input_focus_reply_t> reply(xcb_get_input_focus_reply(
         connection.get(), xcb_get_input_focus(connection.get()), nullptr));
     const bool window = reply && reply->focus > XCB_INPUT_FOCUS_FOLLOW_KEYBOARD &&
                         reply->focus != connection.root();
@@ -62,7 +62,7 @@ std::uint32_t PasteReaders::process(xcb_window_t window) const
         return 0;
     }
     const xcb_res_client_id_spec_t question{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
-    const XReply<xcb_res_query_client_ids_reply_t> reply(xcb_res_query_client_ids_reply(
+    const XcbPointer<xcb_res_query_client_ids_reply_t> reply(xcb_res_query_client_ids_reply(
         connection.get(), xcb_res_query_client_ids(connection.get(), 1, &question), nullptr));
     if (!reply) {
         return 0;
@@ -76,7 +76,7 @@ std::uint32_t PasteReaders::process(xcb_window_t window) const
 
 bool PasteReaders::isManager(xcb_window_t window) const
 {
-    const XReply<xcb_get_selection_owner_reply_t> manager(xcb_get_selection_owner_reply(
+    const XcbPointer<xcb_get_selection_owner_reply_t> manager(xcb_get_selection_owner_reply(
         connection.get(), xcb_get_selection_owner(connection.get(), managerSelection), nullptr));
     if (manager && manager->owner != XCB_NONE &&
         connection.clientOf(manager->owner) == connection.clientOf(window)) {

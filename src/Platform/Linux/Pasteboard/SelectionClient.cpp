@@ -84,7 +84,7 @@ void SelectionClient::read(std::size_t selection, std::shared_ptr<SnapshotCollec
         job->snapshot().addWaiter(waiter);
         return;
     }
-    const XReply<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
+    const XcbPointer<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
         connection.get(), xcb_get_selection_owner(connection.get(), selections[selection]),
         nullptr));
     if (!owner || owner->owner == XCB_NONE) {
@@ -109,7 +109,8 @@ void SelectionClient::write(std::size_t selection, Offering contents, std::uint6
 
 void SelectionClient::settle()
 {
-    while (const XReply<xcb_generic_event_t> event{xcb_poll_for_queued_event(connection.get())}) {
+    while (
+        const XcbPointer<xcb_generic_event_t> event{xcb_poll_for_queued_event(connection.get())}) {
         handle(*event);
     }
 }
@@ -120,7 +121,7 @@ void SelectionClient::beginHandover()
         return;
     }
     const Offering* own = owners[selectionIndex(PasteSource::clipboard)]->contents();
-    const XReply<xcb_get_selection_owner_reply_t> manager(xcb_get_selection_owner_reply(
+    const XcbPointer<xcb_get_selection_owner_reply_t> manager(xcb_get_selection_owner_reply(
         connection.get(), xcb_get_selection_owner(connection.get(), managerSelection), nullptr));
     if (own == nullptr || own->secret() || !manager || manager->owner == XCB_NONE) {
         return;
@@ -145,7 +146,7 @@ bool SelectionClient::handleEvents()
     for (int i = 0; i < eventsAtOnce; ++i) {
         // Flushing may read; so nothing is done between looking for events and waiting for them.
         xcb_flush(connection.get());
-        const XReply<xcb_generic_event_t> event(xcb_poll_for_event(connection.get()));
+        const XcbPointer<xcb_generic_event_t> event(xcb_poll_for_event(connection.get()));
         if (!event) {
             return false;
         }

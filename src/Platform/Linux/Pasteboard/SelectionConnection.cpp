@@ -37,7 +37,7 @@ SelectionConnection::SelectionConnection(const std::string& display)
     fixes = startFixes();
     const auto* resources = xcb_get_extension_data(connection, &xcb_res_id);
     if (resources != nullptr && resources->present != 0) {
-        const XReply<xcb_res_query_version_reply_t> version(xcb_res_query_version_reply(
+        const XcbPointer<xcb_res_query_version_reply_t> version(xcb_res_query_version_reply(
             connection, xcb_res_query_version(connection, 1, 2), nullptr));
         processes = version && (version->server_major > 1 || version->server_minor >= 2);
     }
@@ -56,7 +56,7 @@ bool SelectionConnection::startFixes()
     if (extension == nullptr || extension->present == 0) {
         return false;
     }
-    const XReply<xcb_xfixes_query_version_reply_t> version(xcb_xfixes_query_version_reply(
+    const XcbPointer<xcb_xfixes_query_version_reply_t> version(xcb_xfixes_query_version_reply(
         connection, xcb_xfixes_query_version(connection, 5, 0), nullptr));
     fixesEvent = extension->first_event;
     return version && version->major_version >= 1;
@@ -82,7 +82,7 @@ std::vector<xcb_atom_t> SelectionConnection::atoms(std::span<const std::string> 
     }
     std::vector<xcb_atom_t> atoms;
     for (const auto cookie : cookies) {
-        const XReply<xcb_intern_atom_reply_t> reply(
+        const XcbPointer<xcb_intern_atom_reply_t> reply(
             xcb_intern_atom_reply(connection, cookie, nullptr));
         atoms.push_back(reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE});
     }
@@ -102,7 +102,7 @@ std::vector<std::string> SelectionConnection::names(std::span<const xcb_atom_t> 
             cookies.push_back(xcb_get_atom_name(connection, atom));
         }
         for (const auto cookie : cookies) {
-            const XReply<xcb_get_atom_name_reply_t> reply(
+            const XcbPointer<xcb_get_atom_name_reply_t> reply(
                 xcb_get_atom_name_reply(connection, cookie, nullptr));
             names.emplace_back();
             if (reply) {
@@ -132,7 +132,7 @@ SelectionConnection::Outcome SelectionConnection::readProperty(xcb_window_t wind
 {
     value = {};
     for (bool first = true;; first = false) {
-        const XReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+        const XcbPointer<xcb_get_property_reply_t> reply(xcb_get_property_reply(
             connection,
             xcb_get_property(connection, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY,
                              static_cast<std::uint32_t>(value.bytes.size() / 4), readAtOnce / 4),
@@ -172,7 +172,7 @@ bool SelectionConnection::setProperty(xcb_window_t window, xcb_atom_t property, 
     const auto elements = static_cast<std::uint32_t>(bytes.size() / (format / 8U));
     const auto cookie = xcb_change_property_checked(connection, XCB_PROP_MODE_REPLACE, window,
                                                     property, type, format, elements, bytes.data());
-    const XReply<xcb_generic_error_t> error(xcb_request_check(connection, cookie));
+    const XcbPointer<xcb_generic_error_t> error(xcb_request_check(connection, cookie));
     return !error && xcb_connection_has_error(connection) == 0;
 }
 

@@ -1,10 +1,9 @@
 #pragma once
 
 #include "Platform/Linux/Pasteboard/PropertyPieces.h"
+#include "Platform/Linux/X11/XcbPointer.h"
 
 #include <chrono>
-#include <cstdlib>
-#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -14,14 +13,6 @@
 #include <xcb/xcb.h>
 
 namespace vorlin {
-
-struct FreeReply {
-    void operator()(void* reply) const { std::free(reply); }
-};
-
-/// What the display server sends: the client library allocates it with `malloc`.
-template <class T>
-using XReply = std::unique_ptr<T, FreeReply>;
 
 /// The moment a waiting ends; a steady clock, so that setting the time of day changes nothing.
 using Deadline = std::chrono::steady_clock::time_point;

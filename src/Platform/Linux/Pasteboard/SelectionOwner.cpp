@@ -78,7 +78,7 @@ void SelectionOwner::write(Offering contents, std::uint64_t contentsNumber, Disp
     written = true;
     readers.rememberFocus();
     owned = any ? prepare(std::move(contents)) : nullptr;
-    const XReply<xcb_get_selection_owner_reply_t> now(xcb_get_selection_owner_reply(
+    const XcbPointer<xcb_get_selection_owner_reply_t> now(xcb_get_selection_owner_reply(
         connection.get(), xcb_get_selection_owner(connection.get(), selection), nullptr));
     if (!now) {
         owned = nullptr;

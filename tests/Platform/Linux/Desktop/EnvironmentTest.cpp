@@ -1,4 +1,4 @@
-#include "Platform/Linux/Desktop/Environment.h"
+#include "Platform/Linux/Environment.h"
 
 #include "Platform/Linux/Desktop/EnvironmentLocale.h"
 #include "Platform/Linux/Desktop/InstanceLock.h"

@@ -1,8 +1,8 @@
 #include "Platform/Linux/Keys/TestClient.h"
 
 #include "Platform/Linux/Keys/PrivateDisplay.h"
-#include "Platform/Linux/Keys/X11Connection.h"
 #include "Platform/Linux/Keys/XkbProtocol.h"
+#include "Platform/Linux/X11/XcbPointer.h"
 
 #include <gtest/gtest.h>
 

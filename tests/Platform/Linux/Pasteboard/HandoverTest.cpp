@@ -32,7 +32,7 @@ TEST_F(Handover, theManagerIsToldWhatToTakeAndServedUntilItIsThrough)
     const ScriptedOwner manager(
         [&](ScriptedOwner& self, const ScriptedOwner::Request& request) {
             EXPECT_EQ(self.name(request.target), "SAVE_TARGETS");
-            const std::unique_ptr<xcb_get_property_reply_t, FreeMemory> list(
+            const XcbPointer<xcb_get_property_reply_t> list(
                 xcb_get_property_reply(self.connection,
                                        xcb_get_property(self.connection, 0, request.requestor,
                                                         request.property, XCB_ATOM_ATOM, 0, 100),

@@ -136,7 +136,7 @@ TEST_F(OfferedText, canBeAskedForSeveralTypesAtOnce)
     EXPECT_EQ(number(answer->bytes, 3), XCB_ATOM_NONE);
     EXPECT_EQ(number(answer->bytes, 5), XCB_ATOM_NONE);
     EXPECT_EQ(number(answer->bytes, 7), pairs[7]);
-    const std::unique_ptr<xcb_get_property_reply_t, FreeMemory> data(
+    const XcbPointer<xcb_get_property_reply_t> data(
         xcb_get_property_reply(reader.connection,
                                xcb_get_property(reader.connection, 0, reader.window, pairs[1],
                                                 XCB_GET_PROPERTY_TYPE_ANY, 0, 100),

@@ -25,7 +25,7 @@ bool ScriptedReader::awaitAnswer()
 
 Typed ScriptedReader::take()
 {
-    const std::unique_ptr<xcb_get_property_reply_t, FreeMemory> reply(
+    const XcbPointer<xcb_get_property_reply_t> reply(
         xcb_get_property_reply(connection,
                                xcb_get_property(connection, 1, window, atom("READ"),
                                                 XCB_GET_PROPERTY_TYPE_ANY, 0, 0x10000000),

@@ -54,7 +54,7 @@ TEST_F(Use, whoeverHadTheFocusWhenTheTextWasWrittenCounts)
     // Another program, in another process, gets the focus before the paste is done.
     Process other({"xterm", "-e", "cat"});
     ASSERT_TRUE(eventually([&] {
-        const std::unique_ptr<xcb_query_tree_reply_t, FreeMemory> tree(xcb_query_tree_reply(
+        const XcbPointer<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(
             reader.connection, xcb_query_tree(reader.connection, reader.root), nullptr));
         for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
             const auto window = xcb_query_tree_children(tree.get())[i];
@@ -63,9 +63,8 @@ TEST_F(Use, whoeverHadTheFocusWhenTheTextWasWrittenCounts)
                                     XCB_CURRENT_TIME);
             }
         }
-        const std::unique_ptr<xcb_get_input_focus_reply_t, FreeMemory> focus(
-            xcb_get_input_focus_reply(reader.connection, xcb_get_input_focus(reader.connection),
-                                      nullptr));
+        const XcbPointer<xcb_get_input_focus_reply_t> focus(xcb_get_input_focus_reply(
+            reader.connection, xcb_get_input_focus(reader.connection), nullptr));
         return focus->focus > 1 && focus->focus != reader.window && focus->focus != reader.root;
     }));
     EXPECT_EQ(reader.text(), "dictated");

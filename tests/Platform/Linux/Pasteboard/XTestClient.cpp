@@ -32,7 +32,7 @@ XTestClient::~XTestClient()
 
 xcb_atom_t XTestClient::atom(const std::string& name) const
 {
-    const std::unique_ptr<xcb_intern_atom_reply_t, FreeMemory> reply(xcb_intern_atom_reply(
+    const XcbPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
         connection,
         xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data()),
         nullptr));
@@ -41,7 +41,7 @@ xcb_atom_t XTestClient::atom(const std::string& name) const
 
 std::string XTestClient::name(xcb_atom_t atom) const
 {
-    const std::unique_ptr<xcb_get_atom_name_reply_t, FreeMemory> reply(
+    const XcbPointer<xcb_get_atom_name_reply_t> reply(
         xcb_get_atom_name_reply(connection, xcb_get_atom_name(connection, atom), nullptr));
     if (!reply) {
         return {};
@@ -62,9 +62,8 @@ xcb_window_t XTestClient::makeWindow() const
 
 xcb_window_t XTestClient::owner(const std::string& selection) const
 {
-    const std::unique_ptr<xcb_get_selection_owner_reply_t, FreeMemory> reply(
-        xcb_get_selection_owner_reply(
-            connection, xcb_get_selection_owner(connection, atom(selection)), nullptr));
+    const XcbPointer<xcb_get_selection_owner_reply_t> reply(xcb_get_selection_owner_reply(
+        connection, xcb_get_selection_owner(connection, atom(selection)), nullptr));
     return reply ? reply->owner : xcb_window_t{XCB_NONE};
 }
 
@@ -81,7 +80,7 @@ xcb_timestamp_t XTestClient::serverTime() const
 
 void XTestClient::sync() const
 {
-    const std::unique_ptr<xcb_get_input_focus_reply_t, FreeMemory> reply(
+    const XcbPointer<xcb_get_input_focus_reply_t> reply(
         xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
 }
 

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "Platform/Linux/X11/XcbPointer.h"
+
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <string>
@@ -39,10 +40,7 @@ Bytes noise(std::size_t size, std::uint32_t seed = 1);
 /// No test waits longer for what must come.
 inline constexpr std::chrono::seconds generously{20};
 
-struct FreeMemory {
-    void operator()(void* memory) const { std::free(memory); }
-};
-using XEvent = std::unique_ptr<xcb_generic_event_t, FreeMemory>;
+using XEvent = XcbPointer<xcb_generic_event_t>;
 
 /// An X11 client of the test's own: another program, seen from the pasteboard.
 class XTestClient {

@@ -1,4 +1,4 @@
-#include "Platform/Linux/Overlay/X11Atoms.h"
+#include "Platform/Linux/X11/X11Atoms.h"
 
 namespace vorlin {
 

@@ -1,4 +1,4 @@
-#include "Platform/Linux/Desktop/Environment.h"
+#include "Platform/Linux/Environment.h"
 
 #include <pwd.h>
 #include <unistd.h>

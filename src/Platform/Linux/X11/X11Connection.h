@@ -1,11 +1,12 @@
 #pragma once
 
+#include "Platform/Linux/X11/XcbPointer.h"
+
 #include <QObject>
 #include <QSocketNotifier>
 
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -14,13 +15,6 @@
 #include <xcb/xcb.h>
 
 namespace vorlin {
-
-/// What xcb hands out and wants freed.
-struct XcbFree {
-    void operator()(void* memory) const { std::free(memory); }
-};
-template <class T>
-using XcbPointer = std::unique_ptr<T, XcbFree>;
 
 /// One connection to the display server that `DISPLAY` names, served by the main loop. Neither
 /// a protocol error nor the server's death ends the process. Main loop; create it after the Qt

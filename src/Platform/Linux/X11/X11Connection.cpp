@@ -1,5 +1,6 @@
-#include "Platform/Linux/Keys/X11Connection.h"
+#include "Platform/Linux/X11/X11Connection.h"
 
+#include <cstdlib>
 #include <utility>
 
 #include <poll.h>
