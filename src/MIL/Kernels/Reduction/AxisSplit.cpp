@@ -28,7 +28,6 @@ AxisSplit::AxisSplit(const Shape& shape, const Extents& axes)
             strides.erase(i);
         }
     }
-    isContiguous = extents.empty() || (extents.size() == 1 && strides[0] == 1);
 }
 
 std::int64_t AxisSplit::start(std::int64_t row) const

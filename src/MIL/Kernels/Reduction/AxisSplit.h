@@ -16,8 +16,6 @@ public:
     std::int64_t rows() const { return rowCount; }
     /// Elements of a row.
     std::int64_t width() const { return rowWidth; }
-    /// Rows lie one after the other without gaps.
-    bool contiguous() const { return isContiguous; }
 
     /// The flat place where a row starts.
     std::int64_t start(std::int64_t row) const;
@@ -39,7 +37,6 @@ private:
     Extents strides;
     std::int64_t rowCount = 1;
     std::int64_t rowWidth = 1;
-    bool isContiguous = false;
 };
 
 /// Memory of the calling thread for one row of `width` floats; `slot` tells up to four apart.
