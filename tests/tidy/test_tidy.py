@@ -9,6 +9,7 @@ from unittest import mock
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
+import declarations  # pylint: disable=wrong-import-position
 import documents  # pylint: disable=wrong-import-position
 import tidy  # pylint: disable=wrong-import-position
 
@@ -170,6 +171,30 @@ class RuleTest(unittest.TestCase):
         self.assertEqual(found(rows[:2]), [])
         self.assertEqual(found(rows[1:]), [f"{document}:1"])
         self.assertEqual(found(rows + ["| `src/X` | gone |"]), [f"{document}:4"])
+
+    def test_what_a_header_declares_is_used(self):
+        def found(header, kept=(), **others):
+            files = {"src/A.h": header + "\n"}
+            files |= {"src/" + name.replace("_", "."): text for name, text in others.items()}
+            return self.found(
+                lambda tree: declarations.unused_declarations(tree, dict.fromkeys(kept)), files)
+
+        definition = "void A::go(int speed)\n{\n}\n"
+        for header in ("void go(int speed);", "    static int go(int speed) const;",
+                       "    bool go() const { }", "template <class T>\nList<T> go(const T& it)",
+                       "struct go {", "enum class go {", "using go = int;",
+                       "inline constexpr int go = 1;", "constexpr std::array go{1};",
+                       "/// Calls go() twice.\nTask<void> go();", "char* go(); // \"go\""):
+            line = len(header.split("\n"))
+            self.assertEqual(found(header, A_cpp=definition), [f"src/A.h:{line}"], header)
+            self.assertEqual(found(header, A_cpp=definition + "    go(1);\n"), [], header)
+            self.assertEqual(found(header, B_qml="a: go\n"), [], header)
+            self.assertEqual(found(header, kept=["go"]), [], header)
+        for harmless in ("void paint() override;", "bool await_ready() const;", "class go;",
+                         "    return go(1);", "    int speed = go;"):
+            self.assertEqual(found(harmless), [], harmless)
+        self.assertEqual(found("int go();", kept=["go", "gone"]),
+                         ["tests/tidy/declarations.py:1"])
 
     def test_a_reminder_has_a_reason(self):
         for marker in ("TO" "DO", "FIX" "ME", "XX" "X"):

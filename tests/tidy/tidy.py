@@ -11,6 +11,7 @@ import shutil
 import subprocess
 import sys
 
+import declarations
 import documents
 from tree import CODE, COLUMNS, CPP, TEXT, Finding, Tree, width
 
@@ -230,6 +231,7 @@ RULES = (
     platform_conditions,
     unlisted_files,
     *documents.RULES,
+    declarations.unused_declarations,
     markers_without_reason,
     long_lines,
     machine_paths,
