@@ -151,6 +151,15 @@ std::vector<Engine> Preferences::customEngines() const
     }
 }
 
+std::vector<Engine> Preferences::adoptCustomEngines()
+{
+    auto engines = customEngines();
+    if (!engines.empty()) {
+        defaults.set("customEngines", defaults.value("customEngines"));
+    }
+    return engines;
+}
+
 void Preferences::setCustomEngines(const std::vector<Engine>& engines)
 {
     if (const auto json = Engine::encoded(engines)) {

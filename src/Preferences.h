@@ -95,6 +95,9 @@ public:
     void setEngine(const std::string& id);
     /// The engines that the person added; none when the stored list is damaged in any place.
     std::vector<Engine> customEngines() const;
+    /// The same, at the start. A list that was understood is stored again as it is: the person
+    /// may have written it in a form that is not this desktop's own.
+    std::vector<Engine> adoptCustomEngines();
     /// Stores the list; leaves the stored one when a text in it is not UTF-8.
     void setCustomEngines(const std::vector<Engine>& engines);
 

@@ -283,6 +283,22 @@ TEST_F(StoredEngines, oneBadEngineCostsTheWholeList)
     EXPECT_TRUE(preferences.customEngines().empty());
 }
 
+TEST_F(StoredEngines, atTheStartAListThatIsUnderstoodIsStoredAgainAsItIsAndNoOther)
+{
+    int stored = 0;
+    const auto observer = defaults.observe([&](const std::string&) { ++stored; });
+    const std::string spaced = " " + listWith(hubSource) + "\n";
+    store(spaced);
+    EXPECT_EQ(preferences.adoptCustomEngines().size(), 1U);
+    EXPECT_EQ(stored, 1);
+    EXPECT_EQ(defaults.values["customEngines"], DefaultsValue(Bytes(spaced.begin(), spaced.end())));
+    for (const auto& other : {std::string("[]"), listWith("{}"), std::string("{")}) {
+        store(other);
+        EXPECT_TRUE(preferences.adoptCustomEngines().empty());
+    }
+    EXPECT_EQ(stored, 1);
+}
+
 TEST_F(StoredEngines, aListThatCannotBeStoredLeavesTheStoredOne)
 {
     preferences.setCustomEngines({Engine::added("a", "A", "", Engine::Hub{"o/m"})});

@@ -33,7 +33,12 @@ void checkSettings(std::string_view text)
     for (const auto* key : keys) {
         const auto value = settings->value(key);
         if (value) {
-            require(!settings->set(key, value), "storing the value held changes nothing");
+            auto same = *settings;
+            const bool changed = same.set(key, value);
+            require(same.value(key) == value, "the value held is stored as it was read");
+            require(!changed || std::holds_alternative<Bytes>(*value),
+                    "storing the value held changes nothing but a list's form");
+            require(!same.set(key, value), "storing it once more changes nothing");
             if (const auto* bytes = std::get_if<Bytes>(&*value)) {
                 Hotkey::decode({reinterpret_cast<const char*>(bytes->data()), bytes->size()});
             }

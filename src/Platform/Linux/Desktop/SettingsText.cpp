@@ -35,6 +35,11 @@ std::optional<Bytes> bytesIn(const std::string& base64)
     return Bytes((*decoded).begin(), (*decoded).end());
 }
 
+bool isList(std::string_view json)
+{
+    return json.starts_with('[');
+}
+
 std::optional<DefaultsValue> typed(const json& value)
 {
     if (value.is_boolean()) {
@@ -199,7 +204,11 @@ const SettingsText::Member* SettingsText::find(std::string_view key) const
 std::optional<DefaultsValue> SettingsText::value(std::string_view key) const
 {
     const auto* member = find(key);
-    return member == nullptr ? std::nullopt : typed(parsed(member->json));
+    if (member == nullptr) {
+        return std::nullopt;
+    }
+    return isList(member->json) ? Bytes(member->json.begin(), member->json.end())
+                                : typed(parsed(member->json));
 }
 
 bool SettingsText::set(const std::string& key, const std::optional<DefaultsValue>& value)
@@ -217,7 +226,7 @@ bool SettingsText::set(const std::string& key, const std::optional<DefaultsValue
         members.push_back({key, std::move(json)});
         return true;
     }
-    if (found->json == json || this->value(key) == value) {
+    if (found->json == json || (!isList(found->json) && this->value(key) == value)) {
         return false;
     }
     found->json = std::move(json);

@@ -26,13 +26,14 @@ public:
     /// The whole file, one key a line.
     std::string text() const;
 
-    /// A number, boolean or string, or the bytes of {"data": "<base64>"}; nothing when the key is
-    /// absent or holds anything else.
+    /// A number, boolean or string, or the bytes of {"data": "<base64>"}, or those of a list as it
+    /// stands there, for a person who writes one; nothing when the key is absent or holds
+    /// anything else.
     std::optional<DefaultsValue> value(std::string_view key) const;
 
     /// Stores `value`, or removes the key when given nothing. Returns false when that changes
-    /// nothing. Text that is not UTF-8 has the wrong bytes replaced; a number that is not finite
-    /// reads as nothing.
+    /// nothing; a list that is stored as the bytes it was read as becomes data. Text that is not
+    /// UTF-8 has the wrong bytes replaced; a number that is not finite reads as nothing.
     bool set(const std::string& key, const std::optional<DefaultsValue>& value);
 
     /// The keys whose values differ in `other`, absent ones included.

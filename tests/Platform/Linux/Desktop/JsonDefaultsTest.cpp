@@ -3,7 +3,9 @@
 #include "Platform/RunUntil.h"
 #include "Platform/Shared/QtMainLoop.h"
 #include "Platform/Shared/ThreadPool.h"
+#include "Preferences.h"
 #include "TemporaryFolder.h"
+#include "fakes/FakeDesktop.h"
 
 #include <gtest/gtest.h>
 
@@ -81,6 +83,37 @@ TEST_F(JsonDefaultsTest, settingsLastFromProgramToProgram)
 {
     open()->set("hotkey.v2", Bytes{1, 2, 3}); // its destructor writes it
     EXPECT_EQ(open()->value("hotkey.v2"), DefaultsValue(Bytes{1, 2, 3}));
+}
+
+TEST_F(JsonDefaultsTest, enginesThatAPersonWroteAsAListAreUnderstoodAndStoredAsData)
+{
+    FakeLocale locale;
+    fs::create_directories(file.parent_path());
+    write(file, R"({
+    "customEngines": [{"id": "custom-00000001", "name": "Mine", "summary": "",
+                       "sizeLabel": "Custom", "source": {"local": {"_0": "/models/mine"}},
+                       "custom": true}]
+})");
+    const Engine expected{
+        "custom-00000001", "Mine", "", "Custom", Engine::Local{"/models/mine"}, true, {}};
+    auto defaults = open();
+    EXPECT_EQ(Preferences(*defaults, locale).adoptCustomEngines(), std::vector{expected});
+    runAll();
+    EXPECT_NE(stored().find("\"customEngines\": {\"data\":\"W3si"), std::string::npos) << stored();
+    defaults = open();
+    EXPECT_EQ(Preferences(*defaults, locale).customEngines(), std::vector{expected});
+}
+
+TEST_F(JsonDefaultsTest, enginesThatAreNotUnderstoodStayAsTheyAreToBePutRight)
+{
+    FakeLocale locale;
+    fs::create_directories(file.parent_path());
+    const std::string text = "{\n    \"customEngines\": [{\"id\": \"x\"}]\n}\n";
+    write(file, text);
+    const auto defaults = open();
+    EXPECT_TRUE(Preferences(*defaults, locale).adoptCustomEngines().empty());
+    runAll();
+    EXPECT_EQ(stored(), text);
 }
 
 TEST_F(JsonDefaultsTest, twoWritesInARowNeverLoseTheFirst)

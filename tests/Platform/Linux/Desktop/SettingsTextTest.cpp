@@ -49,10 +49,25 @@ TEST(SettingsText, bytesAreAnObjectWithExactlyTheMemberData)
 
 TEST(SettingsText, valuesOfUnknownShapesReadAsNothing)
 {
-    const auto settings = parsed(R"({"null": null, "list": [1], "object": {"a": {"b": []}}})");
-    for (const auto* key : {"null", "list", "object", "absent"}) {
+    const auto settings = parsed(R"({"null": null, "object": {"a": {"b": []}}})");
+    for (const auto* key : {"null", "object", "absent"}) {
         EXPECT_EQ(settings.value(key), std::nullopt) << key;
     }
+}
+
+TEST(SettingsText, aListReadsAsTheBytesThatStandThereAndIsStoredAsData)
+{
+    const std::string list = "[ {\"a\": 1},\n  2 ]";
+    auto settings = parsed(R"({"first": 1, "list": )" + list + R"(, "last": []})");
+    const DefaultsValue bytes = Bytes(list.begin(), list.end());
+    EXPECT_EQ(settings.value("list"), bytes);
+    const auto before = settings;
+    EXPECT_TRUE(settings.set("list", bytes));
+    EXPECT_EQ(settings.value("list"), bytes);
+    EXPECT_FALSE(settings.set("list", bytes));
+    EXPECT_EQ(settings.text(), "{\n    \"first\": 1,\n    \"list\": "
+                               "{\"data\":\"WyB7ImEiOiAxfSwKICAyIF0=\"},\n    \"last\": []\n}\n");
+    EXPECT_TRUE(before.keysThatDiffer(settings).empty());
 }
 
 TEST(SettingsText, everyTypeSurvivesStoringAndParsing)
