@@ -2,6 +2,7 @@
 #include "App/Linux/LinuxServices.h"
 #include "App/Linux/X11Desktop.h"
 #include "Platform/Linux/Desktop/DBusApplication.h"
+#include "Platform/Linux/Desktop/QuitDeadline.h"
 #include "Platform/Linux/Desktop/QuitSignals.h"
 #include "VorlinApp.h"
 
@@ -11,6 +12,7 @@
 
 #include <xcb/xcb.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
@@ -19,6 +21,9 @@ namespace {
 
 constexpr const char* noDisplay =
     "vorlin: no X11 display with XInput 2.2 and XTEST can be reached.\n";
+
+/// The end takes two seconds at most, the last of them included.
+constexpr std::chrono::milliseconds quitLimit{1800};
 
 /// Qt ends the program by itself, with many words, when it finds no display.
 bool reachesDisplay()
@@ -49,6 +54,7 @@ int main(int /*argc*/, char* argv[])
         std::fputs(noDisplay, stderr);
         return 1;
     }
+    const QuitDeadline deadline(quitLimit);
     // One renderer everywhere: the overlay is small, and a GPU's driver would cost more memory
     // than the whole program.
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
@@ -80,5 +86,7 @@ int main(int /*argc*/, char* argv[])
     // The keys work first; the view is ready soon after.
     QTimer::singleShot(
         0, &qt, [&] { overlay.emplace(desktop.panel(), services.appearance, *model.hud.model()); });
-    return QGuiApplication::exec();
+    const int status = QGuiApplication::exec();
+    QuitDeadline::begin(); // whoever asked for the end
+    return status;
 }

@@ -1,6 +1,7 @@
 #include "Platform/Linux/Desktop/QuitSignals.h"
 
 #include "Async/Fatal.h"
+#include "Platform/Linux/Desktop/QuitDeadline.h"
 
 #include <QSocketNotifier>
 
@@ -23,6 +24,7 @@ static_assert(std::atomic<int>::is_always_lock_free, "a signal handler may not w
 void wake(int /*signal*/)
 {
     const int code = errno;
+    QuitDeadline::begin(); // here: the main loop may be what hangs
     const std::uint64_t one = 1;
     [[maybe_unused]] const auto written = ::write(wakeDescriptor.load(), &one, sizeof one);
     errno = code;

@@ -11,10 +11,10 @@ namespace vorlin {
 
 /// Turns the signals that ask a process to end (SIGTERM, SIGINT, SIGHUP) into a call on the main
 /// loop, so that it can leave the keyboard and the clipboard in order. A second signal never cuts
-/// that short: session managers and terminals send several. SIGINT and SIGHUP stay ignored where
-/// the process was started with them ignored. SIGPIPE is ignored: a terminal that went away must
-/// not end a dictation. One object at a time, on the main loop; the destructor puts the signals
-/// back as they were.
+/// that short: session managers and terminals send several; it begins the `QuitDeadline`. SIGINT
+/// and SIGHUP stay ignored where the process was started with them ignored. SIGPIPE is ignored: a
+/// terminal that went away must not end a dictation. One object at a time, on the main loop; the
+/// destructor puts the signals back as they were.
 class QuitSignals {
 public:
     /// `onSignal` is called on the main loop after each signal; signals in a row may be one call.
