@@ -122,7 +122,7 @@ bool measureCalls(const fs::path& folder)
     const Echo echo; // before there are threads
     ThreadPool workers([] {});
     EngineModels models(workers, VORLIN_ENGINE);
-    const auto model = waitFor(models.load(bundle, ComputeUnits::cpuOnly));
+    const auto model = waitFor(models.load(bundle, {ComputeUnits::cpuOnly}));
     auto inProcess = mil::Model::load(bundle, {});
     const MLFeatures inputs{{"x", MultiArray(MLElementType::float32, {1, 2})}};
     const std::array<float, 2> values{};
@@ -203,7 +203,7 @@ void measureMemory(const fs::path& bundle)
                    engine.empty() ? "none" : fmt::format("{:7.1f} MiB", residentMiB(engine)));
     };
     show("before loading");
-    auto model = waitFor(models.load(bundle, ComputeUnits::cpuAndGPU));
+    auto model = waitFor(models.load(bundle, {ComputeUnits::cpuAndGPU}));
     show("loaded");
     waitFor(model->predict(zeros(model->signature()), WorkPriority::normal, {}));
     show("after a prediction");

@@ -71,11 +71,11 @@ private:
 } // namespace
 
 Completion<std::unique_ptr<MLModel>> InProcessModels::load(const std::filesystem::path& bundle,
-                                                           ComputeUnits units)
+                                                           const LoadOptions& options)
 {
     Completion<std::unique_ptr<MLModel>> loaded;
-    loaded.completer().complete(std::make_unique<InProcessModel>(
-        mil::Model::load(bundle, {.threads = units == ComputeUnits::cpuAndGPU ? threads : 1})));
+    loaded.completer().complete(std::make_unique<InProcessModel>(mil::Model::load(
+        bundle, {.threads = options.units == ComputeUnits::cpuAndGPU ? threads : 1})));
     return loaded;
 }
 

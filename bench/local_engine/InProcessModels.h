@@ -14,7 +14,7 @@ public:
     explicit InProcessModels(std::size_t threads) : threads(threads) {}
 
     Completion<std::unique_ptr<MLModel>> load(const std::filesystem::path& bundle,
-                                              ComputeUnits units) override;
+                                              const LoadOptions& options) override;
 
 private:
     const std::size_t threads;

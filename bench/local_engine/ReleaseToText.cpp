@@ -172,7 +172,7 @@ private:
     const std::filesystem::path folder;
     TimedModels timed;
     MainLoop& loop;
-    XDGFolders folders{"/nowhere"};
+    std::shared_ptr<XDGFolders> folders = std::make_shared<XDGFolders>("/nowhere");
     FakeAudioConverters converters;
     std::shared_ptr<ParakeetRuntime> runtime;
 };

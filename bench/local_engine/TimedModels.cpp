@@ -35,9 +35,9 @@ private:
 };
 
 Completion<std::unique_ptr<MLModel>> TimedModels::load(const std::filesystem::path& bundle,
-                                                       ComputeUnits units)
+                                                       const LoadOptions& options)
 {
-    auto loading = models.load(bundle, units);
+    auto loading = models.load(bundle, options);
     while (!loading.await_ready()) {
         std::this_thread::yield();
     }

@@ -19,7 +19,7 @@ public:
     explicit TimedModels(MLModels& models) : models(models) {}
 
     Completion<std::unique_ptr<MLModel>> load(const std::filesystem::path& bundle,
-                                              ComputeUnits units) override;
+                                              const LoadOptions& options) override;
 
     /// The time of each prediction since the last call, by bundle name, in order; those that
     /// failed or were stopped left out.

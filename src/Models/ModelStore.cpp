@@ -23,17 +23,10 @@ ModelStore::ModelStore(const Needs& needs) : needs(needs)
     }
 }
 
-ModelStore::~ModelStore()
-{
-    for (auto& [id, stop] : jobs) {
-        stop.request_stop();
-    }
-}
-
 void ModelStore::loadEngines()
 {
     std::vector<Engine> list = Engine::builtIn();
-    for (Engine& engine : needs.preferences.customEngines()) {
+    for (Engine& engine : needs.preferences.adoptCustomEngines()) {
         // Ids are unique: what a damaged or edited list says twice counts once.
         if (std::ranges::find(list, engine.id, &Engine::id) == list.end()) {
             list.push_back(std::move(engine));
@@ -59,10 +52,10 @@ void ModelStore::checkAtStart(const Engine& engine)
         setState(engine.id, Installed{});
         return;
     }
-    const Ticket ticket = newTicket(engine.id);
+    const Ticket ticket = operations.begin(engine.id);
     const auto modelFolder = folder(engine);
     const auto answered = [this, id = engine.id, ticket, modelFolder](const auto& missing) {
-        if (!isCurrent(id, ticket)) {
+        if (!operations.isCurrent(id, ticket)) {
             return;
         }
         if (missing.empty()) {
@@ -89,8 +82,8 @@ void ModelStore::check(const std::filesystem::path& modelFolder, Checked checked
     const auto missing = std::make_shared<std::vector<std::string>>();
     needs.workers.runPatiently(
         WorkPriority::normal,
-        [&folders = needs.folders, modelFolder, missing] {
-            *missing = missingFiles(folders, modelFolder);
+        [folders = needs.folders, modelFolder, missing] {
+            *missing = missingFiles(*folders, modelFolder);
         },
         needs.loop, lifetime.guard([checked = std::move(checked), missing] { checked(*missing); }));
 }
@@ -107,11 +100,11 @@ void ModelStore::measure(const std::string& id, const std::filesystem::path& mod
     const auto size = std::make_shared<std::uint64_t>();
     needs.workers.runPatiently(
         WorkPriority::background,
-        [&folders = needs.folders, modelFolder, size] {
-            *size = folders.allocatedSize(modelFolder);
+        [folders = needs.folders, modelFolder, size] {
+            *size = folders->allocatedSize(modelFolder);
         },
-        needs.loop, lifetime.guard([this, id, ticket = newTicket(id), size] {
-            if (isCurrent(id, ticket)) {
+        needs.loop, lifetime.guard([this, id, ticket = operations.begin(id), size] {
+            if (operations.isCurrent(id, ticket)) {
                 setSize(id, byteCount(*size));
             }
         }));
@@ -162,7 +155,7 @@ std::optional<std::filesystem::path> ModelStore::folder(const Engine& engine) co
         return local->folder;
     }
     if (std::holds_alternative<Engine::Hub>(engine.source) && isSingleName(engine.id)) {
-        return needs.folders.modelsRoot() / engine.id;
+        return needs.folders->modelsRoot() / engine.id;
     }
     return std::nullopt;
 }
@@ -178,18 +171,6 @@ bool ModelStore::isInstalled(const std::string& id) const
 {
     const auto state = states.get().find(id);
     return state != states.get().end() && std::holds_alternative<Installed>(state->second);
-}
-
-bool ModelStore::isCurrent(const std::string& id, Ticket ticket) const
-{
-    const auto current = tickets.find(id);
-    return current != tickets.end() && current->second == ticket;
-}
-
-ModelStore::Ticket ModelStore::newTicket(const std::string& id)
-{
-    tickets[id] = ++lastTicket;
-    return lastTicket;
 }
 
 void ModelStore::setState(const std::string& id, std::optional<State> state)

@@ -5,7 +5,7 @@
 #include "Async/Task.h"
 #include "Models/Downloads.h"
 #include "Models/Engine.h"
-#include "Models/FolderTurns.h"
+#include "Models/EngineOperations.h"
 #include "Models/SpeechEngines.h"
 #include "Ports/Folders.h"
 #include "Ports/MainLoop.h"
@@ -13,7 +13,6 @@
 #include "Ports/Workers.h"
 #include "Preferences.h"
 
-#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -48,7 +47,7 @@ public:
     struct Needs {
         MainLoop& loop;
         Workers& workers;
-        Folders& folders;
+        std::shared_ptr<Folders> folders;
         Random& random;
         Preferences& preferences;
         SpeechEngines& speech;
@@ -62,7 +61,7 @@ public:
     ModelStore(const ModelStore&) = delete;
     ModelStore& operator=(const ModelStore&) = delete;
     /// Cancels what is being downloaded.
-    ~ModelStore();
+    ~ModelStore() = default;
 
     /// The built-in engines, then the custom ones in the order in which they were added.
     Published<std::vector<Engine>, ModelStore> engines;
@@ -107,8 +106,7 @@ public:
     std::optional<std::filesystem::path> folder(const Engine& engine) const;
 
 private:
-    /// Tells the answers of the last thing that was begun for an engine from older ones.
-    using Ticket = std::uint64_t;
+    using Ticket = EngineOperations::Ticket;
     using Checked = std::function<void(const std::vector<std::string>& missing)>;
 
     void loadEngines();
@@ -136,17 +134,12 @@ private:
     std::string newId();
     std::optional<Engine> listed(const std::string& id) const;
     bool isInstalled(const std::string& id) const;
-    bool isCurrent(const std::string& id, Ticket ticket) const;
-    Ticket newTicket(const std::string& id);
     void setState(const std::string& id, std::optional<State> state);
     void setSize(const std::string& id, std::optional<std::string> size);
     void setSelected(const std::string& id);
 
     const Needs needs;
-    FolderTurns turns;
-    std::map<std::string, std::stop_source> jobs;
-    std::map<std::string, Ticket> tickets;
-    Ticket lastTicket = 0;
+    EngineOperations operations;
     /// The selected model is to be warmed as soon as its state is known.
     bool warmWhenKnown = false;
     Lifetime lifetime;

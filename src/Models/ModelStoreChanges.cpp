@@ -61,7 +61,7 @@ std::string plainPath(const std::filesystem::path& folder)
 void ModelStore::install(const Engine& engine)
 {
     const auto wanted = listed(engine.id);
-    if (!wanted || jobs.contains(wanted->id)) {
+    if (!wanted || operations.isDownloading(wanted->id)) {
         return;
     }
     const auto* hub = std::get_if<Engine::Hub>(&wanted->source);
@@ -78,9 +78,8 @@ void ModelStore::install(const Engine& engine)
 void ModelStore::beginInstall(const std::string& id, const std::string& repository,
                               const std::filesystem::path& modelFolder)
 {
-    std::stop_source stop;
-    jobs.emplace(id, stop);
-    const Ticket ticket = newTicket(id);
+    const std::stop_token stop = operations.beginDownload(id);
+    const Ticket ticket = operations.begin(id);
     const bool wasUnknown = !states.get().contains(id);
     lastError.set(std::nullopt);
     setState(id, Downloading{});
@@ -89,8 +88,8 @@ void ModelStore::beginInstall(const std::string& id, const std::string& reposito
         setSelected(
             appleEngineId); // the answer that decides whether the selection holds no longer comes
     }
-    turns.take(id, lifetime.guard([=, this, token = stop.get_token()] {
-        spawn(needs.loop, transfer(lifetime.token(), id, repository, modelFolder, ticket, token));
+    operations.turns.take(id, lifetime.guard([=, this] {
+        spawn(needs.loop, transfer(lifetime.token(), id, repository, modelFolder, ticket, stop));
     }));
 }
 
@@ -118,8 +117,8 @@ Task<void> ModelStore::transfer(std::weak_ptr<const void> alive, std::string id,
     if (alive.expired()) {
         co_return;
     }
-    turns.end(id);
-    if (!isCurrent(id, ticket)) {
+    operations.turns.end(id);
+    if (!operations.isCurrent(id, ticket)) {
         co_return; // cancelled by a removal, which says what is so now
     }
     if (complete) {
@@ -140,7 +139,7 @@ Downloads::OnProgress ModelStore::progressFor(const std::string& id, Ticket tick
 
 void ModelStore::progressed(const std::string& id, Ticket ticket, double fraction)
 {
-    if (isCurrent(id, ticket) && !std::isnan(fraction)) {
+    if (operations.isCurrent(id, ticket) && !std::isnan(fraction)) {
         setState(id, Downloading{std::clamp(fraction, 0.0, 1.0)});
     }
 }
@@ -149,23 +148,24 @@ void ModelStore::transferred(const std::string& id, const std::filesystem::path&
                              Ticket ticket)
 {
     check(modelFolder, [this, id, modelFolder, ticket](const auto& missing) {
-        if (!isCurrent(id, ticket)) {
+        if (!operations.isCurrent(id, ticket)) {
             return;
         }
-        jobs.erase(id);
+        operations.endDownload(id);
         if (missing.empty()) {
             installed(id, modelFolder);
             setSelected(id);
         } else {
-            transferFailed(id, std::nullopt);
+            transferFailed(id, "The downloaded model is not complete. Missing: " + joined(missing) +
+                                   ".");
         }
     });
 }
 
 void ModelStore::transferFailed(const std::string& id, const std::optional<std::string>& failure)
 {
-    jobs.erase(id);
-    newTicket(id); // late progress is dropped
+    operations.endDownload(id);
+    operations.begin(id); // late progress is dropped
     setState(id, NotInstalled{});
     setSize(id, std::nullopt);
     if (failure) {
@@ -180,10 +180,8 @@ void ModelStore::remove(const Engine& engine)
         return;
     }
     const std::string& id = wanted->id;
-    newTicket(id);
-    if (auto job = jobs.extract(id)) {
-        job.mapped().request_stop();
-    }
+    operations.begin(id);
+    operations.cancelDownload(id);
     if (id == selected.get()) {
         setSelected(appleEngineId);
     }
@@ -198,18 +196,18 @@ void ModelStore::remove(const Engine& engine)
         std::erase_if(rest, [&id](const Engine& each) { return each.id == id; });
         storeEngines(std::move(rest));
         setState(id, std::nullopt);
-        tickets.erase(id);
+        operations.forget(id);
     }
     needs.speech.unload();
 }
 
 void ModelStore::removeFolder(const std::string& id, const std::filesystem::path& modelFolder)
 {
-    turns.take(id, lifetime.guard([this, id, modelFolder] {
+    operations.turns.take(id, lifetime.guard([this, id, modelFolder] {
         needs.workers.runPatiently(
             WorkPriority::normal,
-            [&folders = needs.folders, modelFolder] { folders.removeModel(modelFolder); },
-            needs.loop, lifetime.guard([this, id] { turns.end(id); }));
+            [folders = needs.folders, modelFolder] { folders->removeModel(modelFolder); },
+            needs.loop, lifetime.guard([this, id] { operations.turns.end(id); }));
     }));
 }
 

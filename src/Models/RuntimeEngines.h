@@ -19,7 +19,10 @@ public:
 
     std::shared_ptr<Transcriber> local(const std::filesystem::path& folder) override;
     std::shared_ptr<Transcriber> platform(const std::string& locale) override;
-    void warm(const std::filesystem::path& folder) override { runtime->warm(folder); }
+    void warm(const std::filesystem::path& folder) override
+    {
+        runtime->warm(folder, WorkPriority::background, {});
+    }
     void unload() override { runtime->unload(); }
 
 private:

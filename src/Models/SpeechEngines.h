@@ -19,7 +19,8 @@ public:
     /// An engine for one dictation with the platform's recogniser in the language `locale`.
     virtual std::shared_ptr<Transcriber> platform(const std::string& locale) = 0;
 
-    /// Loads the model in `folder` ahead of its first use, ignoring failures.
+    /// Loads the model in `folder` ahead of its first use, yielding the processor to all other
+    /// work until a dictation waits for it; ignores failures.
     virtual void warm(const std::filesystem::path& folder) = 0;
 
     /// Drops whatever model is loaded once nothing uses it.

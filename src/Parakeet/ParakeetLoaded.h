@@ -4,8 +4,10 @@
 #include "Parakeet/ParakeetRuntime.h"
 #include "Ports/Folders.h"
 #include "Ports/MLModel.h"
+#include "Ports/Workers.h"
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -28,10 +30,20 @@ struct ParakeetRuntime::Loaded {
     bool isLost() const;
 };
 
+/// From where a speech model is loaded, and how.
+struct ParakeetSource {
+    MLModels& models;
+    std::shared_ptr<Folders> folders;
+    Workers& workers;
+    std::filesystem::path directory;
+    WorkPriority priority = WorkPriority::normal;
+    /// Called from any thread whenever the load has got on.
+    std::function<void()> onProgress;
+};
+
 /// Loads the four models side by side, and the vocabulary meanwhile. Fails with the loader's own
-/// error, or with one line about what does not fit.
-Task<std::shared_ptr<ParakeetRuntime::Loaded>> loadParakeet(MLModels& models, Folders& folders,
-                                                            std::filesystem::path directory);
+/// error, or with one line about what does not fit; never ends while a disk does not answer.
+Task<std::shared_ptr<ParakeetRuntime::Loaded>> loadParakeet(ParakeetSource source);
 
 /// The token texts in a vocabulary file: a JSON object from decimal ids to texts. It has as many
 /// entries as the object; ids that are no number below that are left out, and their entries stay

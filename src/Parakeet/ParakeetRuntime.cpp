@@ -3,9 +3,12 @@
 #include "Async/Mutex.h"
 #include "Async/SerialExecutor.h"
 #include "Parakeet/ParakeetDecoding.h"
+#include "Parakeet/ParakeetLoad.h"
 #include "Parakeet/ParakeetLoaded.h"
 
+#include <chrono>
 #include <cstdint>
+#include <map>
 #include <utility>
 
 namespace vorlin {
@@ -18,20 +21,112 @@ constexpr auto idleTime = std::chrono::seconds(600);
 
 /// All but the ports and the executor is touched on the executor only.
 struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
-    State(MLModels& models, Folders& folders, MainLoop& loop, Workers& workers)
-        : models(models), folders(folders), loop(loop),
+    State(MLModels& models, std::shared_ptr<Folders> folders, MainLoop& loop, Workers& workers)
+        : models(models), folders(std::move(folders)), loop(loop), workers(workers),
           executor(workers.executor(WorkPriority::normal))
     {
     }
 
-    /// The loaded models of `directory`. Under the hold of `oneAtATime`.
-    Task<std::shared_ptr<Loaded>> modelsAt(std::filesystem::path directory)
+    /// Somebody wants the models of `directory`. A load of them under way hurries for a
+    /// dictation; one of another folder makes room, unless a dictation waits for it.
+    void want(const std::filesystem::path& directory, WorkPriority priority,
+              const std::stop_token& stop)
     {
-        if (!loaded || loaded->directory != directory || loaded->isLost()) {
-            auto fresh = co_await loadParakeet(models, folders, std::move(directory));
-            loaded = std::move(fresh);
+        if (!loading) {
+            return;
         }
+        if (loading->directory != directory) {
+            giveUpUnwanted();
+        } else if (priority == WorkPriority::normal) {
+            loading->addDictation(stop);
+            begin(loading, priority);
+        }
+    }
+
+    void giveUpUnwanted()
+    {
+        if (loading && !loading->hasDictation()) {
+            loading->fail(failure("Another model is wanted now."));
+        }
+    }
+
+    /// The loaded models of `directory`. Under the hold of `oneAtATime`.
+    Task<std::shared_ptr<Loaded>> modelsAt(std::filesystem::path directory, WorkPriority priority,
+                                           std::stop_token stop)
+    {
+        if (loaded && loaded->directory == directory && !loaded->isLost()) {
+            co_return loaded;
+        }
+        loading = loadOf(directory);
+        if (priority == WorkPriority::normal) {
+            loading->addDictation(std::move(stop));
+        }
+        const auto arrival = loading->await();
+        begin(loading, priority);
+        watch();
+        const Ended ended{*this};
+        auto fresh = co_await arrival;
+        loaded = std::move(fresh);
         co_return loaded;
+    }
+
+    /// A new load of `directory`, or one that was given up and may still come to an end: a disk
+    /// that does not answer is not asked again and again.
+    std::shared_ptr<ParakeetLoad> loadOf(const std::filesystem::path& directory)
+    {
+        std::erase_if(loads, [](const auto& each) { return each.second.expired(); });
+        auto& known = loads[directory];
+        auto load = known.lock();
+        if (!load) {
+            load = std::make_shared<ParakeetLoad>(directory);
+            known = load;
+        }
+        return load;
+    }
+
+    void begin(const std::shared_ptr<ParakeetLoad>& load, WorkPriority priority)
+    {
+        if (!load->hurriesTo(priority)) {
+            return;
+        }
+        spawn(executor,
+              [](std::shared_ptr<State> held, std::shared_ptr<ParakeetLoad> into,
+                 WorkPriority at) -> Task<void> {
+                  // Named, since GCC 12 destroys an aggregate twice that is made in an awaited
+                  // call.
+                  ParakeetSource source{
+                      held->models, held->folders,     held->workers, into->directory,
+                      at,           into->onProgress()};
+                  try {
+                      into->arrive(co_await loadParakeet(std::move(source)));
+                  } catch (...) {
+                      into->fail(std::current_exception());
+                  }
+              }(shared_from_this(), load, priority));
+    }
+
+    /// Looks after the load under way, tick by tick.
+    void watch()
+    {
+        loop.postAfter(ParakeetLoad::tick,
+                       [weak = weak_from_this(), watched = std::weak_ptr(loading)] {
+                           if (const auto alive = weak.lock()) {
+                               alive->executor.post([weak, watched] { look(weak, watched); });
+                           }
+                       });
+    }
+
+    static void look(const std::weak_ptr<State>& weak, const std::weak_ptr<ParakeetLoad>& watched)
+    {
+        const auto alive = weak.lock();
+        if (!alive || !alive->loading || alive->loading != watched.lock()) {
+            return;
+        }
+        if (alive->loading->hangsAfterTick()) {
+            alive->loading->fail(failure("The model's folder does not answer."));
+        } else {
+            alive->watch();
+        }
     }
 
     void cancelUnload() { ++idle; }
@@ -51,20 +146,38 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
         });
     }
 
+    /// Nobody waits for the load any more.
+    struct Ended {
+        State& state;
+        ~Ended() { state.loading.reset(); }
+    };
+
+    static std::exception_ptr failure(const char* message)
+    {
+        return std::make_exception_ptr(std::runtime_error(message));
+    }
+
     MLModels& models;
-    Folders& folders;
+    const std::shared_ptr<Folders> folders;
     MainLoop& loop;
+    Workers& workers;
     SerialExecutor executor;
     /// Held while models load or an utterance is decoded, across all awaits in between.
     Mutex oneAtATime;
     std::shared_ptr<Loaded> loaded;
+    /// The load that somebody waits for.
+    std::shared_ptr<ParakeetLoad> loading;
+    /// Those that may still come to an end.
+    std::map<std::filesystem::path, std::weak_ptr<ParakeetLoad>> loads;
+    /// Counts the warm-ups asked for.
+    std::int64_t warmUps = 0;
     /// Names the idle timer that counts; an older one does nothing.
     std::int64_t idle = 0;
 };
 
-ParakeetRuntime::ParakeetRuntime(MLModels& models, Folders& folders, MainLoop& loop,
+ParakeetRuntime::ParakeetRuntime(MLModels& models, std::shared_ptr<Folders> folders, MainLoop& loop,
                                  Workers& workers)
-    : state(std::make_shared<State>(models, folders, loop, workers))
+    : state(std::make_shared<State>(models, std::move(folders), loop, workers))
 {
 }
 
@@ -80,11 +193,12 @@ Task<std::string> ParakeetRuntime::transcribe(std::vector<float> utterance,
                                               WorkPriority priority, std::stop_token stop)
 {
     const auto held = state;
+    held->want(directory, priority, stop);
     const auto hold = co_await held->oneAtATime.lock();
     if (stop.stop_requested()) {
         throw MLStopped();
     }
-    const auto models = co_await held->modelsAt(std::move(directory));
+    const auto models = co_await held->modelsAt(std::move(directory), priority, stop);
     held->cancelUnload();
     // Named, since GCC 12 destroys an aggregate twice that is made inside an awaited call.
     const PredictOptions options{priority, stop};
@@ -98,21 +212,30 @@ Task<std::string> ParakeetRuntime::transcribe(std::vector<float> utterance,
     }
 }
 
-void ParakeetRuntime::warm(const std::filesystem::path& directory)
+void ParakeetRuntime::warm(const std::filesystem::path& directory, WorkPriority priority,
+                           std::stop_token stop)
 {
-    spawn(state->executor, [](std::shared_ptr<State> held, std::filesystem::path at) -> Task<void> {
-        const auto hold = co_await held->oneAtATime.lock();
-        try {
-            co_await held->modelsAt(std::move(at));
-            held->scheduleUnload();
-        } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): see the header
-        }
-    }(state, directory));
+    spawn(state->executor,
+          [](std::shared_ptr<State> held, std::filesystem::path at, WorkPriority wanted,
+             std::stop_token until) -> Task<void> {
+              const auto number = ++held->warmUps;
+              held->want(at, wanted, until);
+              const auto hold = co_await held->oneAtATime.lock();
+              if (number != held->warmUps) {
+                  co_return;
+              }
+              try {
+                  co_await held->modelsAt(std::move(at), wanted, std::move(until));
+                  held->scheduleUnload();
+              } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): see the header
+              }
+          }(state, directory, priority, std::move(stop)));
 }
 
 void ParakeetRuntime::unload()
 {
     spawn(state->executor, [](std::shared_ptr<State> held) -> Task<void> {
+        held->giveUpUnwanted();
         // After a load that is under way, so that it does not bring back what is to go.
         const auto hold = co_await held->oneAtATime.lock();
         held->loaded.reset();

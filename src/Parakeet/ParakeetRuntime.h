@@ -33,13 +33,18 @@ private:
 /// follow one another, and drops it after 600 s without use. One utterance is decoded at a time,
 /// drafts included.
 ///
+/// A load that gets on by nothing at all for half a minute fails, whatever hangs; a slow one does
+/// not. One for which no dictation waits runs in the background, hurries as soon as one does, and
+/// gives way as soon as another folder is wanted.
+///
 /// An actor: its coroutines run on `executor()`, and must be awaited from tasks that run there.
 class ParakeetRuntime {
 public:
     struct Loaded;
 
     /// The ports must outlive this object and its executor's work.
-    ParakeetRuntime(MLModels& models, Folders& folders, MainLoop& loop, Workers& workers);
+    ParakeetRuntime(MLModels& models, std::shared_ptr<Folders> folders, MainLoop& loop,
+                    Workers& workers);
     ParakeetRuntime(const ParakeetRuntime&) = delete;
     ParakeetRuntime& operator=(const ParakeetRuntime&) = delete;
     ~ParakeetRuntime();
@@ -49,15 +54,18 @@ public:
 
     /// The text of one utterance: mono samples at 16 kHz, −1 to 1; what lies beyond 240000 is
     /// dropped. Loads the models of `directory` if they are not the loaded ones. Fails with
-    /// `MLStopped` soon after `stop`, else with what is wrong in one line.
+    /// `MLStopped` soon after `stop`, but lets a load go on; else with what is wrong in one line.
     Task<std::string> transcribe(std::vector<float> utterance, std::filesystem::path directory,
                                  WorkPriority priority, std::stop_token stop);
 
-    /// Loads the models of `directory` ahead of their first use; failures are ignored, since the
-    /// first use will meet them again. Any thread; returns at once.
-    void warm(const std::filesystem::path& directory);
+    /// Loads the models of `directory` ahead of their first use, unless another folder is warmed
+    /// before its turn has come; failures are ignored, since the first use will meet them again.
+    /// `priority` is normal when a dictation waits for them until `stop` is requested. Any
+    /// thread; returns at once.
+    void warm(const std::filesystem::path& directory, WorkPriority priority, std::stop_token stop);
 
-    /// Drops the loaded models once nothing uses them. Any thread; returns at once.
+    /// Drops the loaded models once nothing uses them, and those being loaded if nobody waits for
+    /// them. Any thread; returns at once.
     void unload();
 
 private:

@@ -231,7 +231,7 @@ std::optional<std::string> ParakeetTranscriber::failure() const
 Task<void> ParakeetTranscriber::prepare()
 {
     state->prepared = true;
-    state->runtime->warm(state->directory);
+    state->runtime->warm(state->directory, WorkPriority::normal, state->cancelled.get_token());
     spawn(state->runtime->executor(), consume(state, state->result.completer()));
     spawn(state->runtime->executor(), runDrafts(state));
     co_return;

@@ -5,12 +5,14 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <string>
 
 namespace vorlin {
 
-/// The folders in which models lie. All but `modelsRoot` may wait for a slow disk: never on the
-/// main loop, else any thread.
+/// The folders in which models lie. All but `modelsRoot` may wait without end for a disk that does
+/// not answer: only in what `Workers::runPatiently` runs, which holds a share of this object. Any
+/// such thread.
 class Folders {
 public:
     virtual ~Folders() = default;
@@ -29,9 +31,11 @@ public:
     /// Links are deleted, not followed. A failure is ignored.
     virtual void removeModel(const std::filesystem::path& folder) = 0;
 
-    /// The bytes of a file. Fails with a `std::runtime_error` of one line: not there, not
-    /// readable, no plain file, larger than `most` bytes.
-    virtual Bytes read(const std::filesystem::path& file, std::size_t most) = 0;
+    /// The bytes of a file; `onProgress` is called each time some have come. Fails with a
+    /// `std::runtime_error` of one line: not there, not readable, no plain file, larger than
+    /// `most` bytes.
+    virtual Bytes read(const std::filesystem::path& file, std::size_t most,
+                       const std::function<void()>& onProgress) = 0;
 };
 
 } // namespace vorlin

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -79,6 +80,15 @@ public:
                                            std::stop_token stop) = 0;
 };
 
+/// How a model is loaded.
+struct LoadOptions {
+    ComputeUnits units = ComputeUnits::cpuOnly;
+    /// A load of `background` priority yields the processor to all other work.
+    WorkPriority priority = WorkPriority::normal;
+    /// Called from any thread whenever the load has got on, however little.
+    std::function<void()> onProgress = [] {};
+};
+
 /// Loads compiled models.
 class MLModels {
 public:
@@ -86,10 +96,10 @@ public:
 
     /// Loads the compiled bundle at `bundle`, a folder. Several at once load side by side, and
     /// bundles of one folder share what they can. Returns at once; fails with a
-    /// `std::runtime_error` that says what is wrong in one line. The models must be gone before
-    /// this object. Any thread.
+    /// `std::runtime_error` that says what is wrong in one line, and may never end while a disk
+    /// does not answer. The models must be gone before this object. Any thread.
     virtual Completion<std::unique_ptr<MLModel>> load(const std::filesystem::path& bundle,
-                                                      ComputeUnits units) = 0;
+                                                      const LoadOptions& options) = 0;
 };
 
 } // namespace vorlin

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 namespace vorlin {
 
 class AudioConverters;
@@ -21,7 +23,8 @@ class Sounds;
 class SpeechAnalyzers;
 class Workers;
 
-/// Everything the program asks of its desktop. The adapters outlive whoever is given this.
+/// Everything the program asks of its desktop. The adapters outlive whoever is given this; the
+/// folders also outlive every thread that still waits in them for a disk.
 struct Ports {
     MainLoop& loop;
     AudioInput& audioInput;
@@ -36,7 +39,7 @@ struct Ports {
     Sounds& sounds;
     const Locale& locale;
     MLModels& mlModels;
-    Folders& folders;
+    std::shared_ptr<Folders> folders;
     Random& random;
     Workers& workers;
     Screens& screens;

@@ -289,6 +289,21 @@ TEST_F(AppModelWithLocalEngine, theSelectedModelIsLoadedAtTheStart)
     EXPECT_EQ(desktop.mlModels.loads.front().parent_path(), folder);
 }
 
+TEST_F(AppModelWithLocalEngine, theSelectedModelIsLoadedInTheBackgroundUntilADictationWaitsForIt)
+{
+    for (auto& [name, script] : desktop.mlModels.scripts) {
+        script.loadTakes = 5s;
+    }
+    start();
+    desktop.loop.runReady();
+    using enum WorkPriority;
+    EXPECT_EQ(desktop.mlModels.priorities, std::vector(4, background));
+    press();
+    desktop.mlModels.priorities.erase(desktop.mlModels.priorities.begin(),
+                                      desktop.mlModels.priorities.begin() + 4);
+    EXPECT_EQ(desktop.mlModels.priorities, std::vector(4, normal));
+}
+
 TEST_F(AppModelWithLocalEngine, dictationUsesTheSelectedEngine)
 {
     start();

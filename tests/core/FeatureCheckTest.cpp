@@ -37,7 +37,8 @@ protected:
     /// The failure of loading the folder; empty when it fits.
     std::string failure()
     {
-        const auto outcome = outcomeOf(loop, loadParakeet(models, folders, a));
+        const auto outcome = outcomeOf(
+            loop, loadParakeet({models, heldFolders, loop, a, WorkPriority::normal, [] {}}));
         loop.runReady();
         EXPECT_TRUE(outcome->done());
         return outcome->error;

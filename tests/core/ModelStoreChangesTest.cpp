@@ -74,14 +74,21 @@ TEST_F(ModelStoreInstall, selectsMeasuresAndWarmsWhatIsComplete)
     EXPECT_THAT(speech.asked, ElementsAre("warm " + root("parakeetUltra").string()));
 }
 
-TEST_F(ModelStoreInstall, aDownloadThatLeftAnIncompleteFolderIsNotSelected)
+TEST_F(ModelStoreInstall, aDownloadThatLeftAnIncompleteFolderIsNotSelectedAndSaysSo)
 {
-    FakeDownloads::complete(download());
+    auto& running = download();
+    folders.putModel(running.folder);
+    folders.contents[running.folder].erase("Encoder.mlmodelc");
+    folders.contents[running.folder].erase("parakeet_v3_vocab.json");
+    FakeDownloads::complete(running);
     loop.runReady();
     EXPECT_EQ(state("parakeetUltra"), "notInstalled");
     EXPECT_EQ(store->selected.get(), "apple");
+    EXPECT_EQ(error(), "The downloaded model is not complete. Missing: Encoder.mlmodelc, "
+                       "parakeet_v3_vocab.json.");
     download();
     EXPECT_EQ(downloads.all.size(), 2U); // it can be tried again
+    EXPECT_EQ(error(), "(none)");
 }
 
 TEST_F(ModelStoreInstall, aFailureIsShownAndTheNextInstallClearsIt)
@@ -171,7 +178,7 @@ TEST_F(ModelStoreInstall, whereNothingCanBeDownloadedOneLineSaysSo)
 {
     NoDownloads none;
     store = std::make_unique<ModelStore>(
-        ModelStore::Needs{loop, workers, folders, random, preferences, speech, none});
+        ModelStore::Needs{loop, workers, heldFolders, random, preferences, speech, none});
     loop.runReady();
     store->install(engine("parakeetUltra"));
     EXPECT_EQ(state("parakeetUltra"), "downloading 0.0");

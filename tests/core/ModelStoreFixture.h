@@ -6,6 +6,7 @@
 #include "fakes/FakeFolders.h"
 #include "fakes/FakeRandom.h"
 #include "fakes/FakeSpeechEngines.h"
+#include "fakes/HangingWorkers.h"
 #include "simulation/SimulatedLoop.h"
 
 #include <gtest/gtest.h>
@@ -16,38 +17,6 @@
 #include <vector>
 
 namespace vorlin {
-
-/// Workers on the simulated loop that can let disk work hang.
-class HangingWorkers final : public Workers {
-public:
-    explicit HangingWorkers(SimulatedLoop& loop) : loop(loop) {}
-
-    bool hanging = false;
-    std::vector<Work> hung;
-
-    Executor& executor(WorkPriority priority) override { return loop.executor(priority); }
-    void runPatiently(WorkPriority priority, Work slow, Executor& to, Work done) override
-    {
-        auto run = [this, priority, slow = std::move(slow), &to, done = std::move(done)] {
-            Workers::runPatiently(priority, slow, to, done);
-        };
-        if (hanging) {
-            hung.emplace_back(std::move(run));
-        } else {
-            run();
-        }
-    }
-    /// Lets the disk answer everything that waits for it.
-    void answer()
-    {
-        for (const auto& run : std::exchange(hung, {})) {
-            run();
-        }
-    }
-
-private:
-    SimulatedLoop& loop;
-};
 
 /// A model store among fakes.
 class ModelStoreFixture : public testing::Test {
@@ -64,7 +33,7 @@ protected:
     {
         store.reset();
         store = std::make_unique<ModelStore>(
-            ModelStore::Needs{loop, workers, folders, random, preferences, speech, downloads});
+            ModelStore::Needs{loop, workers, heldFolders, random, preferences, speech, downloads});
     }
     void start()
     {
@@ -144,7 +113,8 @@ protected:
 
     SimulatedLoop loop;
     HangingWorkers workers{loop};
-    FakeFolders folders;
+    const std::shared_ptr<FakeFolders> heldFolders = std::make_shared<FakeFolders>();
+    FakeFolders& folders = *heldFolders;
     FakeRandom random;
     FakeDefaults defaults;
     FakeLocale locale;

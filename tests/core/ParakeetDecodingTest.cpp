@@ -58,7 +58,7 @@ protected:
 
     std::unique_ptr<MLModel> model(const char* name)
     {
-        return models.load(name, ComputeUnits::cpuOnly).await_resume();
+        return models.load(name, {ComputeUnits::cpuOnly}).await_resume();
     }
 
     std::vector<std::int64_t> tokens(std::int64_t valid = 1000)

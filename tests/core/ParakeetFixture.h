@@ -47,6 +47,13 @@ protected:
         for (const auto& folder : {a, b}) {
             folders.files[folder / "parakeet_v3_vocab.json"] = FakeParakeet::vocabularyJson();
         }
+        folders.onMain = [this] { return loop.onMain(); };
+    }
+    ~ParakeetFixture() override
+    {
+        models.answer();
+        loop.runReady();
+        EXPECT_EQ(folders.asksOnMain, 0);
     }
 
     /// Audio of one word: half a second of its amplitude.
@@ -68,10 +75,11 @@ protected:
     const std::filesystem::path b = "/models/b";
     // They outlive the loop, whose tasks may hold models to the end.
     FakeMLModels models{loop};
-    FakeFolders folders;
+    const std::shared_ptr<FakeFolders> heldFolders = std::make_shared<FakeFolders>();
+    FakeFolders& folders = *heldFolders;
     SimulatedLoop loop;
     std::shared_ptr<ParakeetRuntime> runtime =
-        std::make_shared<ParakeetRuntime>(models, folders, loop, loop);
+        std::make_shared<ParakeetRuntime>(models, heldFolders, loop, loop);
 };
 
 } // namespace vorlin

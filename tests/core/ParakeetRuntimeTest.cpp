@@ -64,7 +64,7 @@ TEST_F(ParakeetRuntimeTest, eachUseStartsTheTenMinutesAnew)
     loop.advance(seconds(599));
     EXPECT_EQ(models.alive(), 4U);
     EXPECT_EQ(models.loads.size(), 4U);
-    runtime->warm(a);
+    runtime->warm(a, WorkPriority::normal, {});
     loop.runReady();
     loop.advance(seconds(599));
     EXPECT_EQ(models.alive(), 4U);
@@ -146,11 +146,11 @@ TEST_F(ParakeetRuntimeTest, aFailedLoadOfAnotherFolderKeepsTheLoadedOne)
 
 TEST_F(ParakeetRuntimeTest, warmingLoadsAheadAndItsFailureMeetsTheFirstUse)
 {
-    runtime->warm(a);
+    runtime->warm(a, WorkPriority::normal, {});
     loop.runReady();
     EXPECT_EQ(models.alive(), 4U);
     folders.files.erase(b / "parakeet_v3_vocab.json");
-    runtime->warm(b);
+    runtime->warm(b, WorkPriority::normal, {});
     loop.runReady();
     EXPECT_EQ(text(20, b), "failed: parakeet_v3_vocab.json cannot be read.");
 }
@@ -163,7 +163,7 @@ TEST_F(ParakeetRuntimeTest, unloadingDropsTheModelsAlsoThoseStillLoading)
     EXPECT_EQ(models.alive(), 0U);
 
     models.scripts["Encoder.mlmodelc"].loadTakes = seconds(5);
-    runtime->warm(a);
+    runtime->warm(a, WorkPriority::normal, {});
     loop.runReady();
     runtime->unload();
     loop.advance(seconds(10));

@@ -50,7 +50,8 @@ public:
         contents.erase(folder);
         sizes.erase(folder);
     }
-    Bytes read(const std::filesystem::path& file, std::size_t most) override
+    Bytes read(const std::filesystem::path& file, std::size_t most,
+               const std::function<void()>& /*onProgress*/) override
     {
         note();
         const auto found = files.find(file);

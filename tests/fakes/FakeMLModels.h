@@ -30,6 +30,11 @@ public:
     /// The folders and names of every load asked for, in order.
     std::vector<std::filesystem::path> loads;
     std::vector<ComputeUnits> units;
+    std::vector<WorkPriority> priorities;
+    /// Folders whose disk does not answer.
+    std::set<std::filesystem::path> hanging;
+    /// A load tells so often that it has got on.
+    Duration progressEvery{0};
     /// The names of the predictions asked for, in order.
     std::vector<std::string> predictions;
     /// What the predictions were given, by name.
@@ -53,12 +58,20 @@ public:
     }
 
     Completion<std::unique_ptr<MLModel>> load(const std::filesystem::path& bundle,
-                                              ComputeUnits computeUnits) override
+                                              const LoadOptions& options) override
     {
         loads.push_back(bundle);
-        units.push_back(computeUnits);
+        units.push_back(options.units);
+        priorities.push_back(options.priority);
         const auto name = bundle.filename().string();
         Completion<std::unique_ptr<MLModel>> loaded;
+        if (hanging.contains(bundle.parent_path())) {
+            hung.push_back(loaded.completer());
+            return loaded;
+        }
+        if (progressEvery > Duration::zero()) {
+            getOn(options.onProgress, scripts[name].loadTakes);
+        }
         later(scripts[name].loadTakes, [this, name, completer = loaded.completer()] {
             const auto& failure = scripts[name].loadFailure;
             if (failure.empty()) {
@@ -68,6 +81,15 @@ public:
             }
         });
         return loaded;
+    }
+
+    /// The disk of the hanging folders answers after all.
+    void answer()
+    {
+        hanging.clear();
+        for (const auto& completer : std::exchange(hung, {})) {
+            completer.failWith("Too late.");
+        }
     }
 
 private:
@@ -134,6 +156,16 @@ private:
         return done;
     }
 
+    void getOn(const std::function<void()>& onProgress, Duration left)
+    {
+        if (left > progressEvery) {
+            loop.postAfter(progressEvery, [this, onProgress, left] {
+                onProgress();
+                getOn(onProgress, left - progressEvery);
+            });
+        }
+    }
+
     /// The inputs as they are now; the program goes on using their memory.
     static MLFeatures copied(const MLFeatures& inputs)
     {
@@ -158,6 +190,7 @@ private:
 
     MainLoop& loop;
     std::set<Model*> models;
+    std::vector<Completer<std::unique_ptr<MLModel>>> hung;
     std::map<int, Completer<MLFeatures>> pending;
     int nextId = 0;
 };

@@ -32,7 +32,8 @@ struct FakePorts {
     FakeSounds sounds;
     FakeLocale locale;
     FakeMLModels mlModels{loop};
-    FakeFolders folders;
+    const std::shared_ptr<FakeFolders> heldFolders = std::make_shared<FakeFolders>();
+    FakeFolders& folders = *heldFolders;
     FakeRandom random;
     FakeScreens screens;
     FakeOverlayPanel panel{loop};
@@ -53,7 +54,7 @@ struct FakePorts {
             .sounds = sounds,
             .locale = locale,
             .mlModels = mlModels,
-            .folders = folders,
+            .folders = heldFolders,
             .random = random,
             .workers = loop,
             .screens = screens,

@@ -211,11 +211,12 @@ private:
     std::mt19937 random;
     FakeAudioConverters converters;
     FakeAudioInput input;
-    FakeFolders folders;
+    const std::shared_ptr<FakeFolders> heldFolders = std::make_shared<FakeFolders>();
+    FakeFolders& folders = *heldFolders;
     FakeMLModels models{loop};
     SimulatedLoop loop;
     std::shared_ptr<ParakeetRuntime> runtime =
-        std::make_shared<ParakeetRuntime>(models, folders, loop, loop);
+        std::make_shared<ParakeetRuntime>(models, heldFolders, loop, loop);
     std::shared_ptr<ParakeetTranscriber> transcriber;
     Dictation dictation{loop, input};
     Subscription transcripts;

@@ -5,7 +5,8 @@
 namespace vorlin {
 
 LinuxServices::LinuxServices(const Environment& environment)
-    : workers(lowerThreadPriority), folders(modelsFolder(environment)), mlModels(workers),
+    : workers(lowerThreadPriority),
+      folders(std::make_shared<XDGFolders>(modelsFolder(environment))), mlModels(workers),
       defaults(settingsPath(environment), loop, workers.executor(WorkPriority::normal)),
       locale(environment), microphoneAccess(pulse, loop), audioInput(pulse, loop), sounds(pulse),
       speechAnalyzers(speechModelFolders(environment), workers, loop), appearance(environment)
@@ -14,6 +15,7 @@ LinuxServices::LinuxServices(const Environment& environment)
 
 LinuxServices::~LinuxServices()
 {
+    mlModels.close(); // first, so that no worker waits for an engine process
     workers.close();
 }
 

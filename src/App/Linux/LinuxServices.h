@@ -16,6 +16,8 @@
 #include "Platform/Shared/SystemRandom.h"
 #include "Platform/Shared/ThreadPool.h"
 
+#include <memory>
+
 namespace vorlin {
 
 /// The adapters that are the same on every Linux desktop, whatever shows its windows: loop,
@@ -32,7 +34,7 @@ public:
     QtMainLoop loop;
     SystemRandom random;
     ThreadPool workers;
-    XDGFolders folders;
+    const std::shared_ptr<XDGFolders> folders;
     EngineModels mlModels;
     JsonDefaults defaults;
     EnvironmentLocale locale;

@@ -89,21 +89,31 @@ public:
     void run(WorkPriority priority, Work slow, Executor& to, Work done)
     {
         const std::scoped_lock guard(lock);
+        if (closed) {
+            return;
+        }
         queue.push_back({priority, std::move(slow), &to, std::move(done)});
-        if (threads < mostThreads) {
-            ++threads;
+        if (running.size() < mostThreads) {
             startNext();
         }
     }
 
-    /// Drops what is queued, and what hangs. Afterwards no `done` is posted.
+    /// Drops what is queued, and what hangs. Afterwards no `done` is posted, nor is there one: what
+    /// it holds may not stand to be let go of when everything else is gone.
     void close()
     {
-        std::unique_lock guard(lock);
-        closed = true;
-        const auto dropped = std::exchange(queue, {});
-        ended.wait_for(guard, std::chrono::seconds(1), [this] { return threads == 0; });
-        guard.unlock();
+        std::deque<Job> dropped;
+        std::vector<Work> left;
+        {
+            std::unique_lock guard(lock);
+            closed = true;
+            dropped.swap(queue);
+            ended.wait_for(guard, atTheEnd, [this] { return running.empty(); });
+            for (const auto& job : running) {
+                left.push_back(std::move(job->done));
+                job->done = nullptr;
+            }
+        }
     }
 
 private:
@@ -115,28 +125,31 @@ private:
     };
 
     /// Only where very many folders hang do others wait.
-    static constexpr int mostThreads = 32;
+    static constexpr std::size_t mostThreads = 128;
+    /// How long the end waits for what may hang.
+    static constexpr std::chrono::milliseconds atTheEnd{500};
 
     /// With the lock held.
     void startNext()
     {
-        auto job = std::make_shared<Job>(std::move(queue.front()));
+        const auto job = std::make_shared<Job>(std::move(queue.front()));
         queue.pop_front();
-        std::thread([self = shared_from_this(), job] { self->run(*job); }).detach();
+        running.push_back(job);
+        std::thread([self = shared_from_this(), job] { self->run(job); }).detach();
     }
 
-    void run(Job& job)
+    void run(const std::shared_ptr<Job>& job)
     {
-        if (job.priority == WorkPriority::background) {
+        if (job->priority == WorkPriority::background) {
             lowerPriority();
         }
-        job.slow();
+        job->slow();
         const std::scoped_lock guard(lock);
         if (!closed) {
-            job.to->post(std::move(job.done)); // under the lock: `to` may be gone after `close`
+            job->to->post(std::move(job->done)); // under the lock: `to` may be gone after `close`
         }
+        std::erase(running, job);
         if (queue.empty()) {
-            --threads;
             ended.notify_all();
         } else {
             startNext();
@@ -147,7 +160,7 @@ private:
     std::mutex lock;
     std::condition_variable ended;
     std::deque<Job> queue;
-    int threads = 0;
+    std::vector<std::shared_ptr<Job>> running;
     bool closed = false;
 };
 

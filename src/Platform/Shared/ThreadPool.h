@@ -17,7 +17,7 @@ public:
     /// Closes it.
     ~ThreadPool() override;
 
-    /// Waits for the work that runs, but for what runs patiently only a second; drops what is
+    /// Waits for the work that runs, but for what runs patiently only half a second; drops what is
     /// queued and whatever is posted from then on.
     void close();
 

@@ -252,7 +252,7 @@ TEST(ThreadPool, destructionDropsThePatientWorkThatIsQueued)
     {
         ThreadPool pool([] {});
         const auto gate = std::make_shared<std::latch>(1);
-        for (int i = 0; i < 40; ++i) {
+        for (int i = 0; i < 140; ++i) {
             pool.runPatiently(
                 WorkPriority::normal,
                 [runs, gate] {
@@ -262,12 +262,45 @@ TEST(ThreadPool, destructionDropsThePatientWorkThatIsQueued)
                 },
                 to, [] {});
         }
-        for (int seen = *runs; seen < 32; seen = *runs) {
+        for (int seen = *runs; seen < 128; seen = *runs) {
             runs->wait(seen);
         }
         gate->count_down();
     }
-    EXPECT_GE(*runs, 32);
+    EXPECT_GE(*runs, 128);
+}
+
+/// Tells when it is let go of, and whether that was in time.
+struct Held {
+    std::atomic<bool>& gone;
+    explicit Held(std::atomic<bool>& gone) : gone(gone) {}
+    Held(const Held&) = delete;
+    Held& operator=(const Held&) = delete;
+    ~Held() { gone = true; }
+};
+
+TEST(ThreadPool, theEndLetsGoOfWhatHangingWorkWouldHaveBeenDoneWith)
+{
+    const auto over = std::make_shared<std::latch>(1);
+    const auto begun = std::make_shared<std::latch>(1);
+    const auto left = std::make_shared<std::latch>(1);
+    std::atomic<bool> gone = false;
+    Counting to;
+    {
+        ThreadPool pool([] {});
+        pool.runPatiently(
+            WorkPriority::normal,
+            [over, begun, left] {
+                begun->count_down();
+                over->wait();
+                left->count_down();
+            },
+            to, [held = std::make_shared<Held>(gone)] {});
+        begun->wait();
+    }
+    EXPECT_TRUE(gone);
+    over->count_down();
+    left->wait();
 }
 
 } // namespace

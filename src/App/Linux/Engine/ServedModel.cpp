@@ -7,6 +7,7 @@
 #include <exception>
 #include <new>
 #include <span>
+#include <thread>
 #include <utility>
 
 namespace vorlin::engine {
@@ -44,7 +45,17 @@ ServedModel::ServedModel(Descriptor channel, LoadRequest request, BackgroundLane
 
 void ServedModel::serve()
 {
-    if (!load()) {
+    bool loaded = false;
+    if (request.background) {
+        // Not on this thread, whose priority could never be raised again.
+        std::thread([&] {
+            lowerOwnPriority();
+            loaded = load();
+        }).join();
+    } else {
+        loaded = load();
+    }
+    if (!loaded) {
         return;
     }
     std::vector<std::byte> buffer(largestMessage);

@@ -16,6 +16,12 @@ namespace vorlin {
 
 namespace {
 
+/// What a download's working folder has behind the model folder's name.
+constexpr const char* partialEnding = ".partial";
+
+/// What is asked of a disk at once, so that a slow one can be seen to get on.
+constexpr std::size_t largestPiece = 256 << 10;
+
 constexpr std::uint64_t blockSize = 512; // what st_blocks counts, whatever the file system's own
 
 /// Whether the path can be handed to the system as it is.
@@ -78,11 +84,14 @@ void XDGFolders::removeModel(const std::filesystem::path& folder)
 {
     const std::string name = folder.filename();
     if (isPath(folder) && isSingleName(name) && folder == root / name) {
-        removeTree(openFolder(root), name);
+        const Descriptor models = openFolder(root);
+        removeTree(models, name);
+        removeTree(models, name + partialEnding);
     }
 }
 
-Bytes XDGFolders::read(const std::filesystem::path& file, std::size_t most)
+Bytes XDGFolders::read(const std::filesystem::path& file, std::size_t most,
+                       const std::function<void()>& onProgress)
 {
     if (!isPath(file)) {
         cannotRead(file, "its name holds a NUL byte");
@@ -109,10 +118,12 @@ Bytes XDGFolders::read(const std::filesystem::path& file, std::size_t most)
     Bytes bytes(static_cast<std::size_t>(item.st_size) + 1);
     std::size_t filled = 0;
     while (true) {
-        const auto got = ::read(opened.get(), bytes.data() + filled, bytes.size() - filled);
+        const std::size_t wanted = std::min(bytes.size() - filled, largestPiece);
+        const auto got = ::read(opened.get(), bytes.data() + filled, wanted);
         if (got < 0 && errno != EINTR) {
             cannotReadNow(file);
         }
+        onProgress();
         if (got == 0) {
             break;
         }

@@ -7,8 +7,7 @@
 
 namespace vorlin {
 
-/// The model folders of a Linux desktop. Every call but `modelsRoot` looks at nothing of this
-/// object once it waits for a disk, which may outlast it.
+/// The model folders of a Linux desktop.
 class XDGFolders final : public Folders {
 public:
     /// `root` is the folder of the downloaded models.
@@ -22,10 +21,12 @@ public:
     /// What has several names below `folder` counts once. `folder` itself may be a link.
     std::uint64_t allocatedSize(const std::filesystem::path& folder) override;
 
+    /// Takes along what a download that ended in a crash has left beside it, "NAME.partial".
     /// Neither a link below `folder` nor one put there meanwhile leads out of it.
     void removeModel(const std::filesystem::path& folder) override;
 
-    Bytes read(const std::filesystem::path& file, std::size_t most) override;
+    Bytes read(const std::filesystem::path& file, std::size_t most,
+               const std::function<void()>& onProgress) override;
 
 private:
     const std::filesystem::path root;

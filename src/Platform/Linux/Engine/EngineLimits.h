@@ -12,6 +12,10 @@ struct EngineLimits {
     std::chrono::milliseconds stopping{500};
     /// One request never takes longer, whatever the engine does: it is ended.
     std::chrono::milliseconds longest{300'000};
+    /// The same two for a load, which also waits for a disk: one that was asleep takes ten seconds,
+    /// one far away may be slow for long.
+    std::chrono::milliseconds loadSilence{40'000};
+    std::chrono::milliseconds longestLoad{1'800'000};
 };
 
 } // namespace vorlin

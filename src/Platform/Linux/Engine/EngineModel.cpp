@@ -129,7 +129,7 @@ MLFeatures EngineModel::await(std::uint64_t outputs, const std::stop_token& stop
 /// Waits for the answer to the last request.
 Reply EngineModel::nextReply(const std::stop_token& stop)
 {
-    EnginePatience patience(process->limits);
+    EnginePatience patience(process->limits.silence, process->limits.longest);
     std::chrono::milliseconds sinceStop{0};
     while (true) {
         const auto received = engine::receive(channel, buffer);
@@ -145,6 +145,9 @@ Reply EngineModel::nextReply(const std::stop_token& stop)
         }
         if (received.what == engine::Received::What::end) {
             lost();
+        }
+        if (process->ended()) {
+            lost(); // the kernel may not let go of it yet
         }
         if (patience.endsAfterTick(process->processorTime())) {
             fail("The speech engine stopped responding.");

@@ -23,6 +23,8 @@ using engine::Descriptor;
 
 namespace {
 
+constexpr const char* programEnds = "The program ends.";
+
 using ModelCompleter = Completer<std::unique_ptr<MLModel>>;
 
 /// A folder as the file system knows it: another one put in its place is another one.
@@ -57,6 +59,27 @@ void complete(const ModelCompleter& completer, const std::shared_ptr<EngineProce
     }
 }
 
+/// A model folder as it was found.
+struct FoundFolder {
+    Descriptor opened;
+    FolderIdentity identity;
+    std::string failure;
+};
+
+/// May wait without end for a disk that does not answer.
+FoundFolder find(const std::filesystem::path& folder)
+{
+    const auto& place = folder.empty() ? std::filesystem::path(".") : folder;
+    FoundFolder found{Descriptor(::open(place.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)), {}, {}};
+    struct stat status = {};
+    if (!found.opened || ::fstat(found.opened.number(), &status) != 0) {
+        found.failure =
+            "cannot read " + folder.string() + ": " + std::generic_category().message(errno);
+    }
+    found.identity = {status.st_dev, status.st_ino};
+    return found;
+}
+
 } // namespace
 
 struct EngineModels::State {
@@ -65,51 +88,71 @@ struct EngineModels::State {
     {
     }
 
-    void load(const std::filesystem::path& bundle, ComputeUnits units,
+    void load(FoundFolder folder, const std::string& bundle, const LoadOptions& options,
               const ModelCompleter& completer);
-    std::shared_ptr<EngineProcess> processOf(const std::filesystem::path& folder);
+    std::shared_ptr<EngineProcess> processOf(FoundFolder folder);
+    std::vector<std::shared_ptr<EngineProcess>> running();
 
     const std::filesystem::path program;
     const EngineLimits limits;
     std::mutex lock;
     std::map<FolderIdentity, std::weak_ptr<EngineProcess>> processes; // guarded by lock
+    bool closed = false;                                              // guarded by lock
+    /// Shared by every load whose answer is still to come.
+    const std::shared_ptr<const char> unanswered = std::make_shared<const char>();
 };
 
-void EngineModels::State::load(const std::filesystem::path& bundle, ComputeUnits units,
-                               const ModelCompleter& completer)
+void EngineModels::State::load(FoundFolder folder, const std::string& bundle,
+                               const LoadOptions& options, const ModelCompleter& completer)
 {
-    const auto path = bundle.has_filename() ? bundle : bundle.parent_path();
-    const auto process = processOf(path.parent_path());
+    if (!folder.failure.empty()) {
+        completer.failWith(folder.failure);
+        return;
+    }
+    const auto process = processOf(std::move(folder));
     const engine::LoadRequest request{.version = engine::protocolVersion,
                                       .model = process->nextModel(),
-                                      .threads = threadsFor(units),
-                                      .bundle = path.filename().string()};
-    process->load(request, [=](Descriptor channel, const std::optional<engine::Reply>& reply) {
-        complete(completer, process, request, std::move(channel), reply);
-    });
+                                      .threads = threadsFor(options.units),
+                                      .background = options.priority == WorkPriority::background,
+                                      .bundle = bundle};
+    process->load(
+        request,
+        [=, unanswered = unanswered](Descriptor channel,
+                                     const std::optional<engine::Reply>& reply) {
+            complete(completer, process, request, std::move(channel), reply);
+        },
+        options.onProgress);
 }
 
 /// The running process of a folder, or a new one.
-std::shared_ptr<EngineProcess> EngineModels::State::processOf(const std::filesystem::path& folder)
+std::shared_ptr<EngineProcess> EngineModels::State::processOf(FoundFolder folder)
 {
-    const auto& place = folder.empty() ? std::filesystem::path(".") : folder;
-    Descriptor opened(::open(place.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    struct stat status = {};
-    if (!opened || ::fstat(opened.number(), &status) != 0) {
-        throw std::runtime_error("cannot read " + folder.string() + ": " +
-                                 std::generic_category().message(errno));
-    }
     std::shared_ptr<EngineProcess> process; // let go of, if it has ended, without the lock
     const std::scoped_lock guard(lock);
     std::erase_if(processes, [](const auto& entry) { return entry.second.expired(); });
-    auto& known = processes[{status.st_dev, status.st_ino}];
+    auto& known = processes[folder.identity];
     process = known.lock();
     if (process && !process->ended()) {
         return process;
     }
-    auto fresh = std::make_shared<EngineProcess>(program, std::move(opened), limits);
+    auto fresh = std::make_shared<EngineProcess>(program, std::move(folder.opened), limits);
     known = fresh;
+    if (closed) {
+        fresh->end(programEnds);
+    }
     return fresh;
+}
+
+std::vector<std::shared_ptr<EngineProcess>> EngineModels::State::running()
+{
+    std::vector<std::shared_ptr<EngineProcess>> all;
+    const std::scoped_lock guard(lock);
+    for (const auto& [identity, weak] : processes) {
+        if (auto process = weak.lock()) {
+            all.push_back(std::move(process));
+        }
+    }
+    return all;
 }
 
 EngineModels::EngineModels(Workers& workers, std::filesystem::path program,
@@ -120,34 +163,40 @@ EngineModels::EngineModels(Workers& workers, std::filesystem::path program,
 
 EngineModels::~EngineModels()
 {
-    std::vector<std::weak_ptr<EngineProcess>> running;
-    {
-        const std::scoped_lock guard(state->lock);
-        for (const auto& [identity, process] : state->processes) {
-            running.push_back(process);
-        }
-    }
-    for (const auto& each : running) {
-        if (const auto process = each.lock()) {
-            process->end("The program ends.");
-        }
-    }
-    // Loads under way answer from the processes' own threads, to executors that go after this.
+    close();
+    // Loads are answered from the processes' own threads, to executors that go after this.
     const auto patience = std::chrono::steady_clock::now() + std::chrono::seconds(1);
-    while (!std::ranges::all_of(running, [](const auto& each) { return each.expired(); }) &&
-           std::chrono::steady_clock::now() < patience) {
+    while (state->unanswered.use_count() > 1 && std::chrono::steady_clock::now() < patience) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 }
 
+void EngineModels::close()
+{
+    {
+        const std::scoped_lock guard(state->lock);
+        state->closed = true;
+    }
+    for (const auto& process : state->running()) {
+        process->end(programEnds);
+    }
+}
+
 Completion<std::unique_ptr<MLModel>> EngineModels::load(const std::filesystem::path& bundle,
-                                                        ComputeUnits units)
+                                                        const LoadOptions& options)
 {
     Completion<std::unique_ptr<MLModel>> completion;
-    workers.executor(WorkPriority::normal)
-        .post([state = state, bundle, units, completer = completion.completer()] {
+    const auto path = bundle.has_filename() ? bundle : bundle.parent_path();
+    const auto found = std::make_shared<FoundFolder>();
+    // At normal priority in any case: the process inherits it from the thread that starts it.
+    workers.runPatiently(
+        WorkPriority::normal, [found, folder = path.parent_path()] { *found = find(folder); },
+        workers.executor(WorkPriority::normal),
+        [state = state, found, name = path.filename().string(), options,
+         completer = completion.completer()] {
             try {
-                state->load(bundle, units, completer);
+                options.onProgress();
+                state->load(std::move(*found), name, options, completer);
             } catch (...) {
                 completer.fail(std::current_exception());
             }

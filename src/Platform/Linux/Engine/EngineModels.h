@@ -15,16 +15,20 @@ namespace vorlin {
 /// ends with the last of them, and is started anew if it died. Any thread.
 class EngineModels final : public MLModels {
 public:
-    /// `workers` must outlive this object.
+    /// `workers` must outlive this object, and be closed before it goes.
     explicit EngineModels(Workers& workers, std::filesystem::path program = engineProgram(),
                           const EngineLimits& limits = {});
     EngineModels(const EngineModels&) = delete;
     EngineModels& operator=(const EngineModels&) = delete;
+    /// Ends the processes.
     ~EngineModels() override;
+
+    /// Ends the processes, so that nobody waits for a prediction or a load any more. Never waits.
+    void close();
 
     /// The graphics processor is not used: `cpuAndGPU` means all processors, `cpuOnly` one.
     Completion<std::unique_ptr<MLModel>> load(const std::filesystem::path& bundle,
-                                              ComputeUnits units) override;
+                                              const LoadOptions& options) override;
 
 private:
     struct State;

@@ -7,7 +7,7 @@ bool EnginePatience::endsAfterTick(std::optional<std::chrono::nanoseconds> proce
     waited += engineTick;
     silent = processorTime == lastSpent ? silent + engineTick : std::chrono::milliseconds(0);
     lastSpent = processorTime;
-    return silent >= limits.silence || waited >= limits.longest;
+    return silent >= mostSilence || waited >= longest;
 }
 
 } // namespace vorlin

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "Platform/Linux/Engine/EngineLimits.h"
-
 #include <chrono>
 #include <optional>
 
@@ -14,14 +12,21 @@ inline constexpr std::chrono::milliseconds engineTick{100};
 /// told from hanging by the processor time that the engine spends.
 class EnginePatience {
 public:
-    explicit EnginePatience(const EngineLimits& limits) : limits(limits) {}
+    EnginePatience(std::chrono::milliseconds silence, std::chrono::milliseconds longest)
+        : mostSilence(silence), longest(longest)
+    {
+    }
 
     /// Tells of one more tick without an answer, and of the engine's processor time by now.
     /// Returns whether to give up.
     bool endsAfterTick(std::optional<std::chrono::nanoseconds> processorTime);
 
+    /// Whether the engine spent processor time in the last tick.
+    bool sawWork() const { return silent == std::chrono::milliseconds(0); }
+
 private:
-    EngineLimits limits;
+    std::chrono::milliseconds mostSilence;
+    std::chrono::milliseconds longest;
     std::optional<std::chrono::nanoseconds> lastSpent;
     // Ticks and no clock: if this very process is halted meanwhile, that is not held against
     // the engine.

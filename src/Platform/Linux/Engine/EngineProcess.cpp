@@ -23,8 +23,12 @@ using engine::Descriptor;
 
 namespace {
 
-/// Between the end of a process's channels and its own, and between SIGKILL and the end.
+/// Between the end of a process's channels and its own.
 constexpr std::chrono::milliseconds dying{2000};
+
+/// Between SIGKILL and the end. One that waits in the kernel for a disk takes longer; nobody waits
+/// for that.
+constexpr std::chrono::milliseconds killed{500};
 
 constexpr const char* stoppedUnexpectedly = "The speech engine stopped unexpectedly";
 
@@ -42,8 +46,19 @@ std::string describe(const siginfo_t& status)
 struct PendingLoad {
     Descriptor channel;
     EngineProcess::Loaded loaded;
+    std::function<void()> onProgress;
     EnginePatience patience;
 };
+
+/// Tells those who wait for loads that the process ends.
+void answerAll(std::vector<PendingLoad> loads)
+{
+    for (auto& load : loads) {
+        if (load.loaded) {
+            load.loaded(std::move(load.channel), std::nullopt);
+        }
+    }
+}
 
 } // namespace
 
@@ -93,9 +108,14 @@ void EngineProcess::State::follow()
 {
     std::vector<PendingLoad> loads;
     while (wait(loads)) {
-        const std::scoped_lock guard(lock);
+        std::unique_lock guard(lock);
         std::move(arriving.begin(), arriving.end(), std::back_inserter(loads));
         arriving.clear();
+        const bool ends = closing;
+        guard.unlock();
+        if (ends) {
+            answerAll(std::exchange(loads, {}));
+        }
     }
     siginfo_t status{};
     std::string cause;
@@ -129,6 +149,8 @@ bool EngineProcess::State::wait(std::vector<PendingLoad>& loads)
             collect(loads[i]);
         } else if (ready == 0 && loads[i].patience.endsAfterTick(child->processorTime())) {
             end("The speech engine stopped responding.");
+        } else if (ready == 0 && loads[i].patience.sawWork()) {
+            loads[i].onProgress();
         }
     }
     std::erase_if(loads, [](const PendingLoad& load) { return load.loaded == nullptr; });
@@ -163,9 +185,7 @@ void EngineProcess::State::finish(const std::string& cause)
         loads = std::exchange(arriving, {});
     }
     changed.notify_all();
-    for (auto& load : loads) {
-        load.loaded(std::move(load.channel), std::nullopt);
-    }
+    answerAll(std::move(loads));
 }
 
 void EngineProcess::State::end(const std::string& why)
@@ -178,6 +198,7 @@ void EngineProcess::State::end(const std::string& why)
     if (child) {
         child->kill();
     }
+    ::eventfd_write(wake.number(), 1); // for the loads under way
 }
 
 EngineProcess::EngineProcess(const std::filesystem::path& program, Descriptor folder,
@@ -205,7 +226,7 @@ EngineProcess::~EngineProcess()
     state->end(stoppedUnexpectedly);
     std::unique_lock guard(state->lock);
     const bool gone = watcher.get_id() != std::this_thread::get_id() &&
-                      state->changed.wait_for(guard, dying, [this] { return state->gone; });
+                      state->changed.wait_for(guard, killed, [this] { return state->gone; });
     guard.unlock();
     if (gone) {
         watcher.join();
@@ -214,7 +235,8 @@ EngineProcess::~EngineProcess()
     }
 }
 
-void EngineProcess::load(const engine::LoadRequest& request, Loaded loaded)
+void EngineProcess::load(const engine::LoadRequest& request, Loaded loaded,
+                         std::function<void()> onProgress)
 {
     auto [ours, theirs] = engine::channel();
     engine::setPatience(ours, engineTick);
@@ -227,8 +249,9 @@ void EngineProcess::load(const engine::LoadRequest& request, Loaded loaded)
     theirs.close();
     {
         const std::scoped_lock guard(state->lock);
-        if (!state->gone) {
-            state->arriving.push_back({std::move(ours), std::move(loaded), EnginePatience(limits)});
+        if (!state->gone && !state->closing) {
+            state->arriving.push_back({std::move(ours), std::move(loaded), std::move(onProgress),
+                                       EnginePatience(limits.loadSilence, limits.longestLoad)});
             ::eventfd_write(state->wake.number(), 1);
             return;
         }

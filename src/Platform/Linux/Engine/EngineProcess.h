@@ -35,8 +35,9 @@ public:
     using Loaded = std::function<void(engine::Descriptor, std::optional<engine::Reply>)>;
 
     /// Loads a bundle; `request.model` tells models apart. `loaded` is called once, on this
-    /// object's thread or, when the process has already ended, on the calling one.
-    void load(const engine::LoadRequest& request, Loaded loaded);
+    /// object's thread or, when the process has already ended, on the calling one; `onProgress`
+    /// before that, on this object's thread, whenever the process was seen to work.
+    void load(const engine::LoadRequest& request, Loaded loaded, std::function<void()> onProgress);
 
     /// Asks for the end of a prediction. Never waits.
     void stop(std::uint32_t model, std::uint64_t sequence);
@@ -46,7 +47,8 @@ public:
 
     bool ended() const;
 
-    /// Ends the process for a reason, which `lastWords` then tells.
+    /// Ends the process for a reason, which `lastWords` then tells. Loads under way are answered
+    /// at once, even when the kernel does not let go of the process yet. Never waits.
     void end(const std::string& reason);
 
     /// Why it ended, in one line for a person. Waits a moment for an end that has just come.

@@ -31,7 +31,7 @@ protected:
     std::string failureOf(const fs::path& file, std::size_t most = 1000)
     {
         try {
-            folders.read(file, most);
+            read(file, most);
         } catch (const std::runtime_error& error) {
             return error.what();
         }
@@ -72,6 +72,11 @@ protected:
     const fs::path root = temporary / "Models";
     const fs::path model = root / "model";
     const fs::path outside = temporary / "outside";
+    Bytes read(const fs::path& file, std::size_t most)
+    {
+        return folders.read(file, most, [] {});
+    }
+
     XDGFolders folders{root};
 };
 
@@ -186,6 +191,27 @@ TEST_F(XDGFoldersTest, aTreeDeeperThanAnyPathIsMeasuredAndRemoved)
     EXPECT_TRUE(fs::is_empty(root));
 }
 
+TEST_F(XDGFoldersTest, removalTakesWhatACrashedDownloadLeftAndNothingElse)
+{
+    const fs::path partial = root / "model.partial";
+    for (const bool hasModel : {true, false}) {
+        for (const auto& folder :
+             {partial, root / "model.partial.partial", root / "other.partial"}) {
+            fs::create_directories(folder / "Encoder.mlmodelc");
+            write(folder / "Encoder.mlmodelc" / "weight.bin", "x");
+        }
+        folders.removeModel(model);
+        EXPECT_FALSE(fs::exists(model));
+        EXPECT_FALSE(fs::exists(partial)) << hasModel;
+        EXPECT_TRUE(fs::exists(root / "model.partial.partial" / "Encoder.mlmodelc" / "weight.bin"));
+        EXPECT_TRUE(fs::exists(root / "other.partial" / "Encoder.mlmodelc" / "weight.bin"));
+    }
+    fs::create_symlink(outside, partial);
+    folders.removeModel(model);
+    EXPECT_FALSE(fs::is_symlink(partial));
+    EXPECT_EQ(textOf(outside / "kept"), "kept");
+}
+
 TEST_F(XDGFoldersTest, removalDeletesLinksNotWhatTheyLeadTo)
 {
     fs::create_symlink(outside, model / "folder");
@@ -257,19 +283,19 @@ TEST_F(XDGFoldersTest, readsAFilesBytes)
     using namespace std::string_literals;
     const std::string text = "a\0\xff\n"s;
     write(model / "file", text);
-    EXPECT_EQ(folders.read(model / "file", 1000), Bytes(text.begin(), text.end()));
-    EXPECT_EQ(folders.read(model / "file", 4), Bytes(text.begin(), text.end()));
+    EXPECT_EQ(read(model / "file", 1000), Bytes(text.begin(), text.end()));
+    EXPECT_EQ(read(model / "file", 4), Bytes(text.begin(), text.end()));
     fs::create_symlink("file", model / "link");
-    EXPECT_EQ(folders.read(model / "link", 1000).size(), 4U);
+    EXPECT_EQ(read(model / "link", 1000).size(), 4U);
     write(model / "empty", "");
-    EXPECT_TRUE(folders.read(model / "empty", 0).empty());
+    EXPECT_TRUE(read(model / "empty", 0).empty());
     write(model / "large", std::string(3'000'000, 'x'));
-    EXPECT_EQ(folders.read(model / "large", 3'000'000).size(), 3'000'000U);
+    EXPECT_EQ(read(model / "large", 3'000'000).size(), 3'000'000U);
 }
 
 TEST_F(XDGFoldersTest, readsAFileThatDoesNotTellItsSize)
 {
-    EXPECT_GT(folders.read("/proc/self/status", 100'000).size(), 100U);
+    EXPECT_GT(read("/proc/self/status", 100'000).size(), 100U);
     EXPECT_EQ(failureOf("/proc/self/status", 100), "Cannot read status: it is too large.");
 }
 

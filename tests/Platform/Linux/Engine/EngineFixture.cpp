@@ -147,7 +147,7 @@ std::unique_ptr<MLModel> EngineTest::load(const std::string& name, ComputeUnits 
 
 std::unique_ptr<MLModel> EngineTest::loadFrom(const fs::path& bundle, ComputeUnits units)
 {
-    return waitFor(models->load(bundle, units));
+    return waitFor(models->load(bundle, {units}));
 }
 
 MLFeatures EngineTest::predict(MLModel& model, const MLFeatures& inputs, std::stop_token stop,

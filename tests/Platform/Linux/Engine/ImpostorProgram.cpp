@@ -100,6 +100,14 @@ void serve(const LoadRequest& load, const Descriptor& channel)
     if (load.bundle == "leaves") {
         return;
     }
+    if (load.bundle == "never") {
+        ::pause();
+    }
+    if (load.bundle == "fitting-after-five-seconds-of-trickling") {
+        for (int i = 0; i < 100; ++i) { // as one does who is woken by each page of a slow disk
+            ::usleep(50'000);
+        }
+    }
     send(channel, encode(Reply(signature())), -1, Waiting::yes);
     std::array<std::byte, largestMessage> buffer{};
     while (true) {

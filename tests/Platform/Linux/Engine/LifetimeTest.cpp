@@ -107,7 +107,7 @@ TEST_F(LifetimeTest, theFourModelsOfASpeechModelLoadSideBySide)
     std::vector<Completion<std::unique_ptr<MLModel>>> loads;
     for (const auto* name : {"Preprocessor", "Encoder", "Decoder", "JointDecisionv3"}) {
         loads.push_back(
-            models->load(speech / (std::string(name) + ".mlmodelc"), ComputeUnits::cpuAndGPU));
+            models->load(speech / (std::string(name) + ".mlmodelc"), {ComputeUnits::cpuAndGPU}));
     }
     std::vector<std::unique_ptr<MLModel>> loaded;
     for (auto& pending : loads) {
@@ -246,7 +246,7 @@ TEST_F(LifetimeTest, aHaltedProcessHoldsUpNobodyWhoStops)
 
 TEST_F(LifetimeTest, aHaltedProcessIsGivenUpAndReplaced)
 {
-    useEngine(builtEngine(), {.silence = 2s, .stopping = 100ms, .longest = 60s});
+    useEngine(builtEngine(), {.silence = 2s, .stopping = 100ms, .longest = 60s, .loadSilence = 2s});
     writeDouble();
     auto model = load("Double.mlmodelc");
     halt(engine());

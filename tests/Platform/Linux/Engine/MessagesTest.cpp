@@ -41,7 +41,7 @@ TEST(MessagesTest, everyMessageReadsBackAsItWas)
     EXPECT_EQ(parseModelRequest(encode(predict)), predict);
     const ModelRequest resume = ResumeRequest{5, 8192, 64};
     EXPECT_EQ(parseModelRequest(encode(resume)), resume);
-    const ControlRequest load = LoadRequest{protocolVersion, 2, 4, "Encoder.mlmodelc"};
+    const ControlRequest load = LoadRequest{protocolVersion, 2, 4, true, "Encoder.mlmodelc"};
     EXPECT_EQ(parseControlRequest(encode(load)), load);
     const ControlRequest stop = StopRequest{2, 5};
     EXPECT_EQ(parseControlRequest(encode(stop)), stop);

@@ -22,7 +22,7 @@ int main(int argc, char** argv)
     ThreadPool workers([] {});
     const std::filesystem::path engine = argv[1];
     EngineModels models(workers, engine == "-" ? engineProgram() : engine);
-    const auto model = waitFor(models.load(argv[2], ComputeUnits::cpuOnly));
+    const auto model = waitFor(models.load(argv[2], {ComputeUnits::cpuOnly}));
     waitFor(model->predict({{"x", floats({1, 2}, {2})}}, WorkPriority::normal, {}));
     std::printf("%d\n", children().front());
     std::fflush(stdout);

@@ -36,7 +36,7 @@ TEST(ParakeetThreads, dictationsEndedAtAnyMomentAreWholeOrSilent)
 {
     QtMainLoop loop;
     ThreadPool workers([] {});
-    XDGFolders folders("/nowhere");
+    const auto folders = std::make_shared<XDGFolders>("/nowhere");
     EngineModels models(workers, builtEngine());
     auto runtime = std::make_shared<ParakeetRuntime>(models, folders, loop, workers);
     FakeAudioConverters converters;

@@ -26,11 +26,11 @@ public:
     explicit LoadedAtOnce(MLModels& models) : models(models) {}
 
     Completion<std::unique_ptr<MLModel>> load(const std::filesystem::path& bundle,
-                                              ComputeUnits units) override
+                                              const LoadOptions& options) override
     {
         Completion<std::unique_ptr<MLModel>> loaded;
         try {
-            loaded.completer().complete(waitFor(models.load(bundle, units)));
+            loaded.completer().complete(waitFor(models.load(bundle, options)));
         } catch (...) {
             loaded.completer().fail(std::current_exception());
         }
@@ -81,7 +81,7 @@ protected:
     ThreadPool workers{[] {}};
     EngineModels models{workers, builtEngine()};
     LoadedAtOnce loadedAtOnce{models};
-    XDGFolders folders{"/nowhere"};
+    std::shared_ptr<XDGFolders> folders = std::make_shared<XDGFolders>("/nowhere");
     FakeAudioConverters converters;
     SimulatedLoop loop;
     std::shared_ptr<ParakeetRuntime> runtime =
@@ -94,10 +94,9 @@ TEST_F(TinySpeechTest, everyUtteranceGivesItsTokens)
 {
     std::shared_ptr<ParakeetRuntime::Loaded> loaded;
     spawn(loop,
-          [](MLModels& from, Folders& reading,
-             std::shared_ptr<ParakeetRuntime::Loaded>& into) -> Task<void> {
-              into = co_await loadParakeet(from, reading, tinyModel());
-          }(loadedAtOnce, folders, loaded));
+          [](ParakeetSource source, std::shared_ptr<ParakeetRuntime::Loaded>& into) -> Task<void> {
+              into = co_await loadParakeet(std::move(source));
+          }({loadedAtOnce, folders, loop, tinyModel(), WorkPriority::normal, [] {}}, loaded));
     loop.runReady();
     const auto utterances = spokenUtterances();
     ASSERT_EQ(utterances.size(), 22U);

@@ -222,6 +222,7 @@ Packet encode(const ControlRequest& message)
         out.put(load->version);
         out.put(load->model);
         out.put(load->threads);
+        out.put(static_cast<std::uint8_t>(load->background));
         out.put(std::string_view(load->bundle));
         return out.take();
     }
@@ -308,6 +309,7 @@ std::optional<ControlRequest> parseControlRequest(std::span<const std::byte> pac
         load.version = in.number<std::uint32_t>();
         load.model = in.number<std::uint32_t>();
         load.threads = in.number<std::uint32_t>();
+        load.background = in.flag();
         load.bundle = in.text();
         return in.finish<ControlRequest>(std::move(load));
     }

@@ -14,7 +14,7 @@
 namespace vorlin::engine {
 
 /// Both programs come from one build; this tells when they do not.
-inline constexpr std::uint32_t protocolVersion = 1;
+inline constexpr std::uint32_t protocolVersion = 2;
 /// No packet is larger.
 inline constexpr std::size_t largestMessage = std::size_t{64} << 10;
 inline constexpr std::size_t mostAxes = 12;
@@ -62,6 +62,7 @@ struct LoadRequest {
     std::uint32_t version = protocolVersion;
     std::uint32_t model = 0;
     std::uint32_t threads = 1;
+    bool background = false;
     std::string bundle;
 
     bool operator==(const LoadRequest&) const = default;

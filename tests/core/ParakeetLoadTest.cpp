@@ -1,0 +1,201 @@
+#include "ParakeetFixture.h"
+#include "fakes/HangingWorkers.h"
+
+namespace vorlin {
+namespace {
+
+using std::chrono::seconds;
+
+/// Loads that take time: five seconds each.
+class ParakeetLoadTest : public ParakeetFixture {
+protected:
+    ParakeetLoadTest()
+    {
+        for (auto& [name, script] : models.scripts) {
+            script.loadTakes = seconds(5);
+        }
+    }
+
+    void warm(const std::filesystem::path& folder, WorkPriority priority = WorkPriority::background,
+              std::stop_token stop = {})
+    {
+        runtime->warm(folder, priority, std::move(stop));
+        loop.runReady();
+    }
+    /// The priorities of the loads asked for, each set of four as one letter.
+    std::string priorities() const
+    {
+        std::string text;
+        for (std::size_t i = 0; i < models.priorities.size(); i += 4) {
+            text += models.priorities[i] == WorkPriority::normal ? 'n' : 'b';
+        }
+        return text;
+    }
+
+    static constexpr const char* unanswered = "The model's folder does not answer.";
+};
+
+TEST_F(ParakeetLoadTest, aDiskThatDoesNotAnswerFailsTheLoadAndLetsTheNextIn)
+{
+    models.hanging = {a};
+    const auto hung = transcribe(spoken(20), a);
+    const auto other = transcribe(spoken(21), b);
+    loop.advance(seconds(29));
+    EXPECT_FALSE(hung->done());
+    loop.advance(seconds(6));
+    EXPECT_EQ(hung->error, unanswered);
+    loop.advance(seconds(5));
+    EXPECT_EQ(other->value, "w21");
+}
+
+TEST_F(ParakeetLoadTest, aVocabularyThatDoesNotAnswerFailsTheLoadToo)
+{
+    HangingWorkers slow(loop);
+    slow.hanging = true;
+    runtime = std::make_shared<ParakeetRuntime>(models, heldFolders, loop, slow);
+    const auto hung = transcribe(spoken(20), a);
+    loop.advance(seconds(35));
+    EXPECT_EQ(hung->error, unanswered);
+    slow.hanging = false;
+    const auto other = transcribe(spoken(21), b);
+    loop.advance(seconds(5));
+    EXPECT_EQ(other->value, "w21");
+    slow.answer();
+    loop.runReady();
+    EXPECT_EQ(models.alive(), 4U);
+}
+
+TEST_F(ParakeetLoadTest, aLoadThatGetsOnHoweverSlowlyIsWaitedFor)
+{
+    models.scripts["Encoder.mlmodelc"].loadTakes = seconds(3600);
+    models.progressEvery = seconds(20);
+    const auto slow = transcribe(spoken(20), a);
+    loop.advance(seconds(3599));
+    EXPECT_FALSE(slow->done());
+    loop.advance(seconds(1));
+    EXPECT_EQ(slow->value, "w20");
+}
+
+TEST_F(ParakeetLoadTest, aHangingFolderIsNotAskedAgainAndAgain)
+{
+    models.hanging = {a};
+    for (int i = 0; i < 10; ++i) {
+        const auto hung = transcribe(spoken(20), a);
+        loop.advance(seconds(40));
+        EXPECT_EQ(hung->error, unanswered);
+    }
+    EXPECT_EQ(models.loads.size(), 4U);
+    models.answer();
+    loop.runReady();
+    const auto outcome = transcribe(spoken(20), a);
+    loop.advance(seconds(5));
+    EXPECT_EQ(outcome->value, "w20");
+}
+
+TEST_F(ParakeetLoadTest, whatIsGivenUpMayStillComeForWhoeverAsksThen)
+{
+    models.scripts["Encoder.mlmodelc"].loadTakes = seconds(70); // without a sign until then
+    const auto first = transcribe(spoken(20), a);
+    loop.advance(seconds(40));
+    EXPECT_EQ(first->error, unanswered);
+    const auto second = transcribe(spoken(20), a);
+    loop.advance(seconds(30));
+    EXPECT_EQ(second->value, "w20");
+    EXPECT_EQ(models.loads.size(), 4U);
+}
+
+TEST_F(ParakeetLoadTest, warmedAheadItLoadsInTheBackgroundUntilADictationWaits)
+{
+    warm(a);
+    EXPECT_EQ(priorities(), "b");
+    const auto outcome = transcribe(spoken(20), a);
+    loop.runReady();
+    EXPECT_EQ(priorities(), "bn");
+    const auto again = transcribe(spoken(21), a);
+    warm(a, WorkPriority::normal);
+    EXPECT_EQ(priorities(), "bn");
+    loop.advance(seconds(5));
+    EXPECT_EQ(outcome->value, "w20");
+    EXPECT_EQ(again->value, "w21");
+    EXPECT_EQ(models.alive(), 4U);
+}
+
+TEST_F(ParakeetLoadTest, theHurriedLoadIsTakenAsSoonAsItIsThere)
+{
+    for (auto& [name, script] : models.scripts) {
+        script.loadTakes = seconds(500);
+    }
+    models.progressEvery = seconds(10);
+    warm(a);
+    for (auto& [name, script] : models.scripts) {
+        script.loadTakes = seconds(5);
+    }
+    const auto outcome = transcribe(spoken(20), a);
+    loop.advance(seconds(5));
+    EXPECT_EQ(outcome->value, "w20");
+    loop.advance(seconds(500));
+    EXPECT_EQ(models.alive(), 4U);
+}
+
+TEST_F(ParakeetLoadTest, aWarmUpGivesWayToAnotherFolderAtOnce)
+{
+    models.hanging = {a};
+    warm(a);
+    const auto outcome = transcribe(spoken(21), b);
+    loop.advance(seconds(5));
+    EXPECT_EQ(outcome->value, "w21");
+}
+
+TEST_F(ParakeetLoadTest, aCancelledDictationsLoadGivesWayToAnotherFolderAtOnce)
+{
+    models.hanging = {a};
+    std::stop_source dictation;
+    warm(a, WorkPriority::normal, dictation.get_token());
+    const auto cancelled = transcribe(spoken(20), a, dictation.get_token());
+    loop.advance(seconds(1));
+    dictation.request_stop();
+    const auto outcome = transcribe(spoken(21), b);
+    loop.advance(seconds(5));
+    EXPECT_EQ(outcome->value, "w21");
+    EXPECT_EQ(cancelled->error, MLStopped().what());
+}
+
+TEST_F(ParakeetLoadTest, aLoadThatADictationWaitsForGivesWayToNobody)
+{
+    const auto first = transcribe(spoken(20), a);
+    loop.runReady();
+    warm(b);
+    runtime->unload();
+    loop.advance(seconds(5));
+    EXPECT_EQ(first->value, "w20");
+}
+
+TEST_F(ParakeetLoadTest, ofWarmUpsThatWaitOnlyTheLastIsDone)
+{
+    models.scripts["Encoder.mlmodelc"].takes = seconds(5);
+    const auto first = transcribe(spoken(20), a);
+    loop.advance(seconds(6));
+    for (const auto* folder : {"/models/c", "/models/d"}) {
+        warm(folder);
+    }
+    warm(b);
+    loop.advance(seconds(20));
+    EXPECT_EQ(first->value, "w20");
+    ASSERT_EQ(models.loads.size(), 8U);
+    EXPECT_EQ(models.loads.back().parent_path(), b);
+}
+
+TEST_F(ParakeetLoadTest, unloadingDoesNotWaitForAWarmUpThatHangs)
+{
+    const auto first = transcribe(spoken(20), a);
+    loop.advance(seconds(5));
+    EXPECT_EQ(first->value, "w20");
+    models.hanging = {b};
+    warm(b);
+    runtime->unload();
+    loop.runReady();
+    EXPECT_EQ(models.alive(), 0U);
+}
+
+} // namespace
+} // namespace vorlin
