@@ -13,6 +13,12 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 def pytest_addoption(parser):
     parser.addoption("--program", default=ROOT / "build" / "release" / "src/App/Linux/vorlin",
                      type=pathlib.Path, help="the program under test")
+    parser.addoption("--hanging-disk", type=pathlib.Path,
+                     default=ROOT / "build" / "release" / "tests/desktop/libhanging_disk.so",
+                     help="what makes a disk hang for the program it is preloaded into")
+    parser.addoption("--switching", type=pathlib.Path,
+                     default=ROOT / "build" / "release" / "src/App/Linux/switching_program",
+                     help="the program with a hand on its engine catalog")
 
 
 @pytest.fixture(name="artefacts")

@@ -1,0 +1,159 @@
+"""Things that stop answering: dictation with others goes on, and the program still ends by itself,
+without the deadline that would cut its end short, wherever nothing but a thread of its own waits.
+
+How long each end took is printed, and kept as `quit.txt` among the test's artefacts."""
+
+import json
+import os
+import pathlib
+import signal
+import time
+
+import pytest
+
+from editors import GTKEditor
+from local_model import LocalModel, engine_processes
+from program import Program, assert_arrived
+from waiting import stays, wait_until
+
+SENTENCE = "the committee decided to postpone the meeting until next month"
+CUT_SHORT = "something hangs"
+
+
+@pytest.fixture(name="start")
+def _start(desktop, request):
+    """Starts the program with things of its own replaced or preloaded."""
+    binary = pathlib.Path(request.config.getoption("--program"))
+
+    def script(name, text):
+        path = desktop.folder / "bin" / name
+        path.parent.mkdir(exist_ok=True)
+        path.write_text(f"#!/bin/sh\n{text}\n")
+        path.chmod(0o755)
+        return path
+
+    def start(settings, hanging_folder=None, hanging_looks=False, engine=None):
+        if engine is not None:
+            script("vorlin-engine", engine)
+            binary_here = desktop.folder / "bin" / "vorlin"
+            binary_here.write_bytes(binary.read_bytes())
+            binary_here.chmod(0o755)
+            return Program(desktop, binary_here, settings)
+        variables = [f"LD_PRELOAD={request.config.getoption('--hanging-disk')}",
+                     f"HANGING_FOLDER={hanging_folder}"]
+        if hanging_looks:
+            variables.append("HANGING_LOOKS=yes")
+        return Program(desktop, script("started", f"exec env {' '.join(variables)} {binary}"),
+                       settings)
+
+    return start
+
+
+def end(program, artefacts):
+    """Ends it; returns its status and what it said. Notes how long that took."""
+    log = artefacts / "vorlin.log"
+    earlier = len(log.read_text())
+    before = time.monotonic()
+    status = program.quit()
+    seconds = time.monotonic() - before
+    (artefacts / "quit.txt").write_text(f"{seconds:.3f} s\n")
+    print(f"ended after {seconds:.3f} s")
+    return status, log.read_text()[earlier:]
+
+
+def assert_ends_by_itself(program, artefacts):
+    status, said = end(program, artefacts)
+    assert status == 0, said
+    assert CUT_SHORT not in said
+
+
+def records_after_a_tap(desktop, program):
+    desktop.keyboard.tap("Alt_R")
+    return not stays(lambda: not program.is_recording(), 1) and stays(program.is_recording, 1)
+
+
+def state_of(process):
+    with open(f"/proc/{process}/stat", encoding="ascii") as stat:
+        return stat.read().rpartition(")")[2].split()[0]
+
+
+def test_a_disk_that_never_answers_costs_the_engine_on_it_and_nothing_else(desktop, start,
+                                                                         artefacts):
+    model = LocalModel(desktop)
+    program = start(model.settings(), hanging_folder=model.folder, hanging_looks=True)
+    editor = GTKEditor(desktop)
+    program.dictate(SENTENCE)
+    assert_arrived(SENTENCE, editor.await_text())
+    program.settings_file.write_text(json.dumps({"recordMode": "toggle"}))
+    wait_until(lambda: records_after_a_tap(desktop, program), "the setting to be seen")
+    assert_ends_by_itself(program, artefacts)
+
+
+def test_a_disk_that_stops_answering_before_the_load_does_not_hold_up_the_end(desktop, start,
+                                                                            artefacts):
+    model = LocalModel(desktop)
+    program = start(model.settings(), hanging_folder=model.folder)
+    with desktop.keyboard.held("Alt_R"):
+        program.await_recording()
+        program.say(SENTENCE)
+    program.await_silence()  # the words wait for the model now
+    assert not engine_processes(program)
+    assert program.answers()
+    assert_ends_by_itself(program, artefacts)
+
+
+def test_an_engine_that_never_answers_does_not_hold_up_the_end(desktop, start, artefacts):
+    model = LocalModel(desktop)
+    program = start(model.settings(), engine="kill -STOP $$")
+    engine = wait_until(lambda: engine_processes(program), "the engine to be started")[0]
+    wait_until(lambda: state_of(engine) == "T", "the engine to halt")
+    with desktop.keyboard.held("Alt_R"):
+        program.await_recording()
+        program.say(SENTENCE)
+    program.await_silence()
+    assert_ends_by_itself(program, artefacts)
+    wait_until(lambda: not os.path.exists(f"/proc/{engine}"), "the engine to end")
+
+
+def test_an_engine_halted_in_a_dictation_does_not_hold_up_the_end(desktop, launch, artefacts):
+    model = LocalModel(desktop)
+    program = launch(settings=model.settings())
+    engine = wait_until(lambda: engine_processes(program), "the engine to be warmed")[0]
+    with desktop.keyboard.held("Alt_R"):
+        program.await_recording()
+        desktop.sound.play(model.recording(model.utterances[:1], "one"))
+        os.kill(engine, signal.SIGSTOP)
+    program.await_silence()
+    assert_ends_by_itself(program, artefacts)
+    wait_until(lambda: not os.path.exists(f"/proc/{engine}"), "the engine to end")
+
+
+@pytest.mark.parametrize("dictating", [False, True])
+def test_a_halted_sound_server_does_not_hold_up_the_end(desktop, launch, artefacts, dictating):
+    program = launch()
+    server = desktop.sound.process.pid
+    if dictating:
+        editor = GTKEditor(desktop)
+        program.dictate(SENTENCE)
+        editor.await_text()  # the recogniser has its model now
+        with desktop.keyboard.held("Alt_R"):
+            program.await_recording()
+            os.kill(server, signal.SIGSTOP)
+    else:
+        os.kill(server, signal.SIGSTOP)
+    try:
+        assert_ends_by_itself(program, artefacts)
+    finally:
+        os.kill(server, signal.SIGCONT)
+
+
+def test_where_the_display_server_is_halted_the_end_is_cut_short(desktop, launch, artefacts):
+    program = launch()
+    display = next(each for each in desktop.processes if each.args[0] == "Xvfb")
+    display.send_signal(signal.SIGSTOP)
+    try:
+        status, said = end(program, artefacts)
+    finally:
+        display.send_signal(signal.SIGCONT)
+    assert status == 1
+    assert said.count("\n") == 1 and CUT_SHORT in said
