@@ -110,7 +110,7 @@ def decoder(folder, rng):
     p.const("int32", "", "zero", "0")
     p.const("int32", "", "two", "2")
     p.const("bool", "", "sequence", "true")
-    for name, text in (("forward", "forward"), ("sigmoid", "sigmoid"), ("tangent", "tanh")):
+    for name, text in (("forward", "forward"), ("sigmoid", "sigmoid"), ("tanh", "tanh")):
         p.const("string", "", name, f'"{text}"')
     p.const("int32", "3", "time_major", "[1, 0, 2]")
     p.const("int32", "3", "channels_first", "[1, 2, 0]")
@@ -127,9 +127,9 @@ def decoder(folder, rng):
             p.op([(f"fp16, [1, {HIDDEN}]", f"{state}_flat_{layer}")], "squeeze", axes="first_axis",
                  x=f"{state}_{layer}")
         p.op([(f"fp16, [{one}]", f"x_{layer + 1}"), (f"fp16, [1, {HIDDEN}]", f"h_new_{layer}"),
-              (f"fp16, [1, {HIDDEN}]", f"c_new_{layer}")], "lstm", activation="tangent",
+              (f"fp16, [1, {HIDDEN}]", f"c_new_{layer}")], "lstm", activation="tanh",
              bias=p.stored(f"bias_{layer}", uniform(rng, 4 * HIDDEN, 0.04)),
-             cell_activation="tangent", direction="forward", initial_c=f"c_flat_{layer}",
+             cell_activation="tanh", direction="forward", initial_c=f"c_flat_{layer}",
              initial_h=f"h_flat_{layer}", output_sequence="sequence",
              recurrent_activation="sigmoid",
              weight_hh=p.stored(f"hh_{layer}", uniform(rng, (4 * HIDDEN, HIDDEN), 0.04)),

@@ -46,8 +46,8 @@ struct Root {
 struct Exponential {
     HWY_INLINE Vector operator()(Vector x) const { return exponential(x); }
 };
-struct Tangent {
-    HWY_INLINE Vector operator()(Vector x) const { return tangentOf(x); }
+struct HyperbolicTangent {
+    HWY_INLINE Vector operator()(Vector x) const { return hyperbolicTangentOf(x); }
 };
 struct Sigmoid {
     HWY_INLINE Vector operator()(Vector x) const { return sigmoidOf(x); }
@@ -89,7 +89,9 @@ bool mapUnary(UnaryFunction function, float alpha, float beta, const float* in, 
     case UnaryFunction::square: mapVectors(Square(), in, count, out); return true;
     case UnaryFunction::squareRoot: mapVectors(Root(), in, count, out); return true;
     case UnaryFunction::exponential: mapVectors(Exponential(), in, count, out); return true;
-    case UnaryFunction::hyperbolicTangent: mapVectors(Tangent(), in, count, out); return true;
+    case UnaryFunction::hyperbolicTangent:
+        mapVectors(HyperbolicTangent(), in, count, out);
+        return true;
     case UnaryFunction::sigmoid: mapVectors(Sigmoid(), in, count, out); return true;
     case UnaryFunction::silu: mapVectors(Silu(), in, count, out); return true;
     case UnaryFunction::relu: mapVectors(Bound{0, infinity}, in, count, out); return true;

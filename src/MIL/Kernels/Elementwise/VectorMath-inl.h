@@ -7,6 +7,7 @@
 #define VORLIN_MIL_VECTORMATH_INL_H
 #endif
 
+#include <hwy/contrib/math/math-inl.h>
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
@@ -17,31 +18,13 @@ namespace hn = hwy::HWY_NAMESPACE;
 using Floats = hn::ScalableTag<float>;
 using Vector = hn::Vec<Floats>;
 
-/// e^x within 2 units in the last place, subnormal results and infinities included.
+/// e^x within 1 unit in the last place, subnormal results and infinities included. Highway's own
+/// leaves its range above the largest finite result, and makes not-a-number 0.
 HWY_INLINE Vector exponential(Vector x)
 {
     const Floats d;
-    const hn::RebindToSigned<Floats> di;
-    // Beyond these the result is zero or infinite anyway.
-    const Vector bounded = hn::Min(hn::Max(x, hn::Set(d, -105.0f)), hn::Set(d, 90.0f));
-    const Vector n = hn::Round(hn::Mul(bounded, hn::Set(d, 1.44269504088896341f)));
-    Vector r = hn::NegMulAdd(n, hn::Set(d, 0.693359375f), bounded);
-    r = hn::NegMulAdd(n, hn::Set(d, -2.12194440e-4f), r);
-    Vector p = hn::Set(d, 1.9875691500e-4f);
-    p = hn::MulAdd(p, r, hn::Set(d, 1.3981999507e-3f));
-    p = hn::MulAdd(p, r, hn::Set(d, 8.3334519073e-3f));
-    p = hn::MulAdd(p, r, hn::Set(d, 4.1665795894e-2f));
-    p = hn::MulAdd(p, r, hn::Set(d, 1.6666665459e-1f));
-    p = hn::MulAdd(p, r, hn::Set(d, 5.0000001201e-1f));
-    p = hn::Add(hn::MulAdd(hn::Mul(r, r), p, r), hn::Set(d, 1.0f));
-    // 2^n in two steps, so that neither factor leaves the range.
-    const auto whole = hn::ConvertTo(di, n);
-    const auto half = hn::ShiftRight<1>(whole);
-    const auto bias = hn::Set(di, 127);
-    const Vector first = hn::BitCast(d, hn::ShiftLeft<23>(hn::Add(half, bias)));
-    const Vector second = hn::BitCast(d, hn::ShiftLeft<23>(hn::Add(hn::Sub(whole, half), bias)));
-    const Vector result = hn::Mul(hn::Mul(p, first), second);
-    return hn::IfThenElse(hn::IsNaN(x), x, result);
+    const Vector bounded = hn::Min(x, hn::Set(d, 89.0f));
+    return hn::IfThenElse(hn::IsNaN(x), x, hn::Exp(d, bounded));
 }
 
 /// 1 / (1 + e^-x).
@@ -54,12 +37,13 @@ HWY_INLINE Vector sigmoidOf(Vector x)
     return hn::Div(top, hn::Add(one, z));
 }
 
-HWY_INLINE Vector tangentOf(Vector x)
+/// tanh x within 1.5 units in the last place, where Highway's own is 2.6 off.
+HWY_INLINE Vector hyperbolicTangentOf(Vector x)
 {
     const Floats d;
     const Vector one = hn::Set(d, 1.0f);
     const Vector magnitude = hn::Abs(x);
-    // Near zero a polynomial, where the quotient would cancel.
+    // Near zero, where the quotient would cancel, the polynomial of Cephes' tanhf.
     const Vector s = hn::Mul(x, x);
     Vector p = hn::Set(d, -5.70498872745e-3f);
     p = hn::MulAdd(p, s, hn::Set(d, 2.06390887954e-2f));
