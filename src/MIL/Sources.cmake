@@ -46,9 +46,10 @@ set(VORLIN_MIL_SOURCES
     Kernels/Product/Operands.cpp
     Kernels/Product/Product.cpp
     Kernels/Recurrent/Lstm.cpp
-    Kernels/Reduction/AxisSplit.cpp
+    Kernels/Reduction/FirstLargest.cpp
     Kernels/Reduction/Order.cpp
     Kernels/Reduction/Reduction.cpp
+    Kernels/Rows/AxisSplit.cpp
     Kernels/State/State.cpp
     Kernels/Stored/Forms.cpp
     Kernels/Stored/Mask.cpp
@@ -71,6 +72,7 @@ set(VORLIN_MIL_VECTOR_SOURCES
     Kernels/Elementwise/Fast.cpp
     Kernels/Normalisation/RowFast.cpp
     Kernels/Product/MultiplyKernels.cpp
+    Kernels/Reduction/FirstLargest.cpp
     Kernels/Stored/Unpack.cpp
 )
 

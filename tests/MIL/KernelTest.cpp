@@ -6,6 +6,7 @@
 #include "MIL/Kernels/Elementwise/UnaryFunctions.h"
 #include "MIL/Kernels/Normalisation/RowFunctions.h"
 #include "MIL/Kernels/Product/MultiplyKernels.h"
+#include "MIL/Kernels/Reduction/FirstLargest.h"
 #include "MIL/Kernels/Stored/Unpack.h"
 
 #include <gtest/gtest.h>

@@ -3,7 +3,7 @@
 #include "MIL/Kernels/Elementwise/Elements.h"
 #include "MIL/Kernels/Operations.h"
 #include "MIL/Kernels/Product/Operands.h"
-#include "MIL/Kernels/Reduction/AxisSplit.h"
+#include "MIL/Kernels/Rows/AxisSplit.h"
 
 #include <algorithm>
 

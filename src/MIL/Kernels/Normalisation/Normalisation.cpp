@@ -1,7 +1,7 @@
 #include "MIL/Kernels/Elementwise/Elements.h"
 #include "MIL/Kernels/Normalisation/RowFunctions.h"
 #include "MIL/Kernels/Operations.h"
-#include "MIL/Kernels/Reduction/AxisSplit.h"
+#include "MIL/Kernels/Rows/AxisSplit.h"
 
 #include <algorithm>
 #include <cmath>
@@ -117,54 +117,53 @@ void inferByChannel(const Call& call, std::vector<TensorType>& outputs)
     outputs.push_back(x);
 }
 
-/// gamma (x - mean) / sqrt(variance + epsilon) + beta, one channel after the other.
-void runBatchNorm(const Call& call)
+/// Calls `body(row, width, c, gamma, beta)` for each channel c of each image: the row holds its
+/// elements in single precision, and is then stored.
+template <class Body>
+void changeChannels(const Call& call, Body&& body)
 {
     const TensorView& x = call.input("x");
     const std::int64_t channels = x.extent(1);
     const std::int64_t inner = product(x.shape(), 2, x.rank());
-    const TensorView& mean = call.input("mean");
-    const TensorView& variance = call.input("variance");
+    call.parallel(x.extent(0) * channels, rowGrain(inner),
+                  [&](std::int64_t begin, std::int64_t end) {
+                      float* const row = rowBuffer(inner);
+                      for (std::int64_t i = begin; i < end; ++i) {
+                          const std::int64_t c = i % channels;
+                          loadFloats(x, i * inner, inner, row);
+                          body(row, inner, c, call.has("gamma") ? call.input("gamma").number(c) : 1,
+                               call.has("beta") ? call.input("beta").number(c) : 0);
+                          storeFloats(call.output(), i * inner, inner, row);
+                      }
+                  });
+}
+
+/// gamma (x - mean) / sqrt(variance + epsilon) + beta, one channel after the other.
+void runBatchNorm(const Call& call)
+{
+    const TensorView& means = call.input("mean");
+    const TensorView& variances = call.input("variance");
     const double epsilon = call.number("epsilon", 1e-5);
-    call.parallel(
-        x.extent(0) * channels, rowGrain(inner), [&](std::int64_t begin, std::int64_t end) {
-            float* const row = rowBuffer(inner);
-            for (std::int64_t i = begin; i < end; ++i) {
-                const std::int64_t c = i % channels;
-                const double gamma = call.has("gamma") ? call.input("gamma").number(c) : 1;
-                const double beta = call.has("beta") ? call.input("beta").number(c) : 0;
-                const double scale = gamma / std::sqrt(variance.number(c) + epsilon);
-                loadFloats(x, i * inner, inner, row);
-                for (std::int64_t k = 0; k < inner; ++k) {
-                    row[k] = static_cast<float>(
-                        (static_cast<double>(row[k]) - mean.number(c)) * scale + beta);
-                }
-                storeFloats(call.output(), i * inner, inner, row);
+    changeChannels(
+        call, [&](float* row, std::int64_t width, std::int64_t c, double gamma, double beta) {
+            const double mean = means.number(c);
+            const double scale = gamma / std::sqrt(variances.number(c) + epsilon);
+            for (std::int64_t k = 0; k < width; ++k) {
+                row[k] = static_cast<float>((static_cast<double>(row[k]) - mean) * scale + beta);
             }
         });
 }
 
 void runInstanceNorm(const Call& call)
 {
-    const TensorView& x = call.input("x");
-    const std::int64_t channels = x.extent(1);
-    const std::int64_t inner = product(x.shape(), 2, x.rank());
     const double epsilon = call.number("epsilon", 1e-5);
-    call.parallel(
-        x.extent(0) * channels, rowGrain(inner), [&](std::int64_t begin, std::int64_t end) {
-            float* const row = rowBuffer(inner);
-            for (std::int64_t i = begin; i < end; ++i) {
-                const std::int64_t c = i % channels;
-                const double gamma = call.has("gamma") ? call.input("gamma").number(c) : 1;
-                const double beta = call.has("beta") ? call.input("beta").number(c) : 0;
-                loadFloats(x, i * inner, inner, row);
-                reference::normaliseRow(row, inner, epsilon, nullptr, nullptr);
-                for (std::int64_t k = 0; k < inner; ++k) {
-                    row[k] = static_cast<float>(static_cast<double>(row[k]) * gamma + beta);
-                }
-                storeFloats(call.output(), i * inner, inner, row);
-            }
-        });
+    changeChannels(call,
+                   [&](float* row, std::int64_t width, std::int64_t, double gamma, double beta) {
+                       reference::normaliseRow(row, width, epsilon, nullptr, nullptr);
+                       for (std::int64_t k = 0; k < width; ++k) {
+                           row[k] = static_cast<float>(static_cast<double>(row[k]) * gamma + beta);
+                       }
+                   });
 }
 
 void inferL2Norm(const Call& call, std::vector<TensorType>& outputs)

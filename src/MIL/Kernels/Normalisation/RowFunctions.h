@@ -14,12 +14,7 @@ void softmaxRow(float* row, std::int64_t width);
 void normaliseRow(float* row, std::int64_t width, double epsilon, const float* gamma,
                   const float* beta);
 
-/// The place of the first of the row's largest numbers, found as the reference finds it.
-std::int64_t firstLargest(const float* row, std::int64_t width);
-
 namespace reference {
-/// Goes through the row and keeps the first number unless a later one is larger; width at least 1.
-std::int64_t firstLargest(const float* row, std::int64_t width);
 void softmaxRow(float* row, std::int64_t width);
 void normaliseRow(float* row, std::int64_t width, double epsilon, const float* gamma,
                   const float* beta);

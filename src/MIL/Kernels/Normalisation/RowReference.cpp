@@ -18,15 +18,6 @@ void softmaxRow(float* row, std::int64_t width)
     }
 }
 
-std::int64_t firstLargest(const float* row, std::int64_t width)
-{
-    std::int64_t best = 0;
-    for (std::int64_t i = 1; i < width && !std::isnan(row[best]); ++i) {
-        best = row[i] > row[best] || std::isnan(row[i]) ? i : best;
-    }
-    return best;
-}
-
 void normaliseRow(float* row, std::int64_t width, double epsilon, const float* gamma,
                   const float* beta)
 {

@@ -1,6 +1,6 @@
 #include "MIL/Kernels/Elementwise/Elements.h"
 #include "MIL/Kernels/Operations.h"
-#include "MIL/Kernels/Reduction/AxisSplit.h"
+#include "MIL/Kernels/Rows/AxisSplit.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 #include "MIL/Kernels/Elementwise/Elements.h"
-#include "MIL/Kernels/Normalisation/RowFunctions.h"
 #include "MIL/Kernels/Operations.h"
-#include "MIL/Kernels/Reduction/AxisSplit.h"
+#include "MIL/Kernels/Reduction/FirstLargest.h"
+#include "MIL/Kernels/Rows/AxisSplit.h"
 
 #include <algorithm>
 #include <cmath>

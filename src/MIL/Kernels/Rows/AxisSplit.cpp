@@ -1,4 +1,4 @@
-#include "MIL/Kernels/Reduction/AxisSplit.h"
+#include "MIL/Kernels/Rows/AxisSplit.h"
 
 #include "MIL/Kernels/Elementwise/Elements.h"
 #include "MIL/Kernels/Movement/StridedCopy.h"
