@@ -256,12 +256,6 @@ std::vector<NamedOutput> Model::predict(std::span<const NamedInput> inputs,
     return results;
 }
 
-void Model::resetStates()
-{
-    const std::lock_guard guard(implementation->turn);
-    implementation->executor.resetStates();
-}
-
 Model::Statistics Model::statistics() const
 {
     const std::lock_guard guard(implementation->turn);

@@ -117,9 +117,6 @@ public:
                                      const std::stop_token& stop = {},
                                      Urgency urgency = Urgency::foreground);
 
-    /// Zeros all states, as after loading.
-    void resetStates();
-
     Statistics statistics() const;
 
     /// From now on, predictions add up the time they spend by kind of operation. A chain of

@@ -74,13 +74,6 @@ const TensorView& Executor::output(std::size_t position) const
     return values.views[graph.outputIds[position]];
 }
 
-void Executor::resetStates()
-{
-    for (ZeroedBytes& state : states) {
-        state.release();
-    }
-}
-
 std::size_t Executor::heldBytes() const
 {
     std::size_t sum = arena.size() + scratch.size();

@@ -22,12 +22,6 @@ public:
     /// At least `bytes`, 64-byte aligned; forgets what was there if it has to grow.
     std::byte* ensure(std::size_t bytes);
     std::size_t size() const { return capacity; }
-    /// Gives the memory back.
-    void release()
-    {
-        data.reset();
-        capacity = 0;
-    }
 
 private:
     struct Release {
@@ -63,7 +57,6 @@ public:
              WorkerPool::Kind urgency = WorkerPool::Kind::foreground);
 
     const TensorView& output(std::size_t position) const;
-    void resetStates();
 
     /// Bytes the planned buffers take.
     std::size_t plannedBytes() const { return plan.arenaBytes; }

@@ -116,7 +116,6 @@ public:
     /// Throws Stopped once a stop was requested; for long work on one thread.
     void checkStop() const;
     bool referenceKernels() const { return execution.referenceKernels; }
-    std::size_t threads() const { return execution.threads; }
     /// Memory for this call only, 64-byte aligned, uninitialised. One call's requests replace
     /// each other.
     std::byte* scratch(std::size_t bytes) const;
