@@ -12,7 +12,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <random>
@@ -127,6 +129,29 @@ TEST(UnaryTest, fastFunctionsStayWithinFourUnitsOfTheReference)
                 << f << ": " << values[i] << " gives " << fast[i] << ", not " << plain[i];
         }
     }
+}
+
+TEST(UnaryTest, exponentialAndTanhStayWithinTheirUnitsInTheLastPlace)
+{
+    const auto check = [](UnaryFunction function, long double (*exact)(long double), double most) {
+        constexpr std::uint32_t step = 9973; // through all numbers, both signs
+        for (std::uint64_t bits = 0; bits <= UINT32_MAX; bits += step) {
+            const auto x = std::bit_cast<float>(static_cast<std::uint32_t>(bits));
+            float fast = 0;
+            applyUnary(function, 0, 0, &x, 1, &fast);
+            const long double wanted = exact(static_cast<long double>(x));
+            const auto rounded = static_cast<float>(wanted);
+            if (!std::isfinite(rounded)) {
+                ASSERT_TRUE(near(fast, rounded, 0)) << x;
+                continue;
+            }
+            const int exponent = rounded == 0 ? -149 : std::max(std::ilogb(rounded) - 23, -149);
+            const long double off = std::abs(static_cast<long double>(fast) - wanted);
+            ASSERT_LE(static_cast<double>(off), std::ldexp(most, exponent)) << x;
+        }
+    };
+    check(UnaryFunction::exponential, std::exp, 1);
+    check(UnaryFunction::hyperbolicTangent, std::tanh, 1.6);
 }
 
 TEST(UnaryTest, siluKeepsItsDigitsWhereTheExponentialHasFewLeft)
