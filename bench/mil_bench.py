@@ -11,6 +11,7 @@ import tempfile
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 PROGRAM = ROOT / "build" / "release" / "bench" / "mil" / "bench_mil"
 ROUNDS = "7"
+STEP_ROUNDS = "40"
 FORMS = ("fp16", "lut6", "int8")
 
 
@@ -25,7 +26,8 @@ def main():
             subprocess.run(["/usr/bin/python3", ROOT / "bench" / "mil" / "full_size_model.py",
                             folder, folder.name], check=True)
             print(f"== {folder.name}", flush=True)
-            for words in ([folder, ROUNDS], ["--memory", folder]):
+            for words in ([folder, ROUNDS], ["--steps", folder, STEP_ROUNDS],
+                          ["--memory", folder]):
                 failed |= subprocess.run([PROGRAM, *words], check=False).returncode != 0
         print("== forms of weights", flush=True)
         failed |= subprocess.run([PROGRAM, "--encoders", ROUNDS, *folders],

@@ -1,9 +1,13 @@
+// bench_mil FOLDER [ROUNDS [VECTORS]]: measures a model folder made by full_size_model.py.
+// bench_mil --steps FOLDER [ROUNDS [VECTORS]]: its decoder and joint steps only.
+// bench_mil --encoders ROUNDS FOLDER...: the encoders of several such folders against the first's.
 // bench_mil --memory FOLDER: loads and runs the encoder and holds its resident memory against the
-// limit; exit 1 beyond it. bench_mil FOLDER [ROUNDS]: measures a model folder made by
-// full_size_model.py. bench_mil --encoders ROUNDS FOLDER...: the encoders of several such folders
-// against the first one's. Everything that is compared runs in turns, round by round, so that
-// ratios come from one run. Both the wall clock and the processor time are given: on a busy machine
-// only the latter means anything.
+// limit; exit 1 beyond it.
+//
+// VECTORS are those that products with few columns are summed in: fitting, widest or narrow (at
+// most 256 bits). --steps without them measures the latter two. Everything that is compared runs
+// in turns, round by round, so that ratios come from one run. Both the wall clock and the processor
+// time are given: on a busy machine only the latter means anything.
 #include "MIL/Model.h"
 #include "Yardstick.h"
 
@@ -71,8 +75,9 @@ void compare(const char* name, const Series& series, const Series& yardstick, do
 /// A model with zeros for inputs.
 class Subject {
 public:
-    Subject(const std::filesystem::path& bundle, std::size_t threadCount)
-        : model(Model::load(bundle, {.threads = threadCount}))
+    Subject(const std::filesystem::path& bundle, std::size_t threadCount,
+            SumVectors vectors = SumVectors::fitting)
+        : model(Model::load(bundle, {.threads = threadCount, .sumVectors = vectors}))
     {
         for (const FeatureDescription& feature : model.inputs()) {
             memory.emplace_back(byteCount(feature.type));
@@ -104,13 +109,17 @@ std::string processorName()
     return "unknown processor";
 }
 
-/// A small step against a plain sum over as many bytes as its weights have.
-void benchStep(const char* name, const std::filesystem::path& bundle, std::size_t bytes, int rounds)
+/// A small step, in each of the forms, against a plain sum over as many bytes as its weights have.
+void benchStep(const char* name, const std::filesystem::path& bundle, std::size_t bytes,
+               const std::vector<SumVectors>& forms, int rounds)
 {
     constexpr int perRound = 20;
-    Subject step(bundle, 1);
+    std::vector<std::unique_ptr<Subject>> steps;
+    for (const SumVectors vectors : forms) {
+        steps.push_back(std::make_unique<Subject>(bundle, 1, vectors));
+    }
     const std::vector<std::uint64_t> words(bytes / 8, 3);
-    Series stepTimes;
+    std::vector<Series> stepTimes(forms.size());
     Series sumTimes;
     volatile std::uint64_t keep = 0;
     for (int i = 0; i < rounds; ++i) {
@@ -119,22 +128,37 @@ void benchStep(const char* name, const std::filesystem::path& bundle, std::size_
                 keep = sumOf(words);
             }
         });
-        stepTimes.measure([&] {
-            for (int k = 0; k < perRound; ++k) {
-                step.run();
-            }
-        });
+        for (std::size_t form = 0; form < forms.size(); ++form) {
+            stepTimes[form].measure([&] {
+                for (int k = 0; k < perRound; ++k) {
+                    steps[form]->run();
+                }
+            });
+        }
     }
     (void)keep;
-    print(name, stepTimes, perRound);
-    print("  sum over its weights", sumTimes, perRound);
-    compare("  ratio", stepTimes, sumTimes, 1.5);
+    print("sum over as many bytes", sumTimes, perRound);
+    for (std::size_t form = 0; form < forms.size(); ++form) {
+        std::printf("%s: %s\n", name, describeVectors(forms[form]).c_str());
+        print("  step", stepTimes[form], perRound);
+        compare("  ratio", stepTimes[form], sumTimes, 1.5);
+    }
 }
 
-void benchEncoder(const std::filesystem::path& bundle, int rounds)
+void benchSteps(const std::filesystem::path& folder, const std::vector<SumVectors>& forms,
+                int rounds)
+{
+    constexpr std::size_t hidden = 640;
+    benchStep("decoder step", folder / "Decoder.mlmodelc", std::size_t{32} * hidden * hidden, forms,
+              rounds);
+    benchStep("joint step", folder / "JointDecisionv3.mlmodelc",
+              2 * (hidden * 1024 + hidden * hidden + 8198 * hidden), forms, rounds);
+}
+
+void benchEncoder(const std::filesystem::path& bundle, SumVectors vectors, int rounds)
 {
     Series load;
-    Subject encoder(bundle, threads);
+    Subject encoder(bundle, threads, vectors);
     load.measure([&] { Model::load(bundle, {.threads = threads}); });
     print("load, warm", load, 1);
     EncoderProducts products;
@@ -212,38 +236,64 @@ int roundsFrom(const char* word)
     return std::max(1, static_cast<int>(std::strtol(word, nullptr, 10)));
 }
 
+SumVectors vectorsNamed(std::string_view word)
+{
+    if (word == "fitting") {
+        return SumVectors::fitting;
+    }
+    if (word == "widest") {
+        return SumVectors::widest;
+    }
+    if (word == "narrow") {
+        return SumVectors::narrow;
+    }
+    throw Error("'" + std::string(word) + "' is none of fitting, widest and narrow");
+}
+
+int run(const std::vector<std::string>& words)
+{
+    const auto rounds = [&](std::size_t place) {
+        return words.size() > place ? roundsFrom(words[place].c_str()) : 5;
+    };
+    if (words[0] == "--memory" && words.size() > 1) {
+        return checkMemory(std::filesystem::path(words[1]) / "Encoder.mlmodelc") ? 0 : 1;
+    }
+    if (words[0] == "--encoders" && words.size() > 2) {
+        benchEncoders({words.begin() + 2, words.end()}, rounds(1));
+        return 0;
+    }
+    const std::size_t first = words[0] == "--steps" && words.size() > 1 ? 1 : 0;
+    const std::filesystem::path folder = words[first];
+    const bool told = words.size() > first + 2;
+    const SumVectors vectors = told ? vectorsNamed(words[first + 2]) : SumVectors::fitting;
+    std::printf("%s, %zu threads, %d rounds; fitting: %s\n", processorName().c_str(), threads,
+                rounds(first + 1), describeVectors(SumVectors::fitting).c_str());
+    if (first == 1 && !told) {
+        benchSteps(folder, {SumVectors::widest, SumVectors::narrow}, rounds(2));
+        return 0;
+    }
+    benchSteps(folder, {vectors}, rounds(first + 1));
+    if (first == 0) {
+        benchEncoder(folder / "Encoder.mlmodelc", vectors, rounds(1));
+    }
+    return 0;
+}
+
 } // namespace
 
 } // namespace vorlin::mil::bench
 
 int main(int count, char** arguments)
 {
-    using namespace vorlin::mil::bench;
     if (count < 2) {
-        std::fprintf(stderr, "usage: bench_mil FOLDER [ROUNDS] | --memory FOLDER | "
-                             "--encoders ROUNDS FOLDER...\n");
+        std::fprintf(stderr, "usage: bench_mil FOLDER [ROUNDS [VECTORS]] | --memory FOLDER | "
+                             "--encoders ROUNDS FOLDER... | --steps FOLDER [ROUNDS [VECTORS]]\n");
         return 1;
     }
     try {
-        if (std::string_view(arguments[1]) == "--memory" && count > 2) {
-            return checkMemory(std::filesystem::path(arguments[2]) / "Encoder.mlmodelc") ? 0 : 1;
-        }
-        if (std::string_view(arguments[1]) == "--encoders" && count > 3) {
-            benchEncoders({arguments + 3, arguments + count}, roundsFrom(arguments[2]));
-            return 0;
-        }
-        const std::filesystem::path folder = arguments[1];
-        const int rounds = count > 2 ? roundsFrom(arguments[2]) : 5;
         // oneDNN takes its threads from here.
         setenv("OMP_NUM_THREADS", "2", 0); // NOLINT(concurrency-mt-unsafe): one thread so far
-        std::printf("%s, %zu threads, %d rounds\n", processorName().c_str(), threads, rounds);
-        constexpr std::size_t hidden = 640;
-        benchStep("decoder step", folder / "Decoder.mlmodelc", std::size_t{32} * hidden * hidden,
-                  rounds);
-        benchStep("joint step", folder / "JointDecisionv3.mlmodelc",
-                  2 * (hidden * 1024 + hidden * hidden + 8198 * hidden), rounds);
-        benchEncoder(folder / "Encoder.mlmodelc", rounds);
-        return 0;
+        return vorlin::mil::bench::run({arguments + 1, arguments + count});
     } catch (const std::exception& error) {
         std::fprintf(stderr, "bench_mil: %s\n", error.what());
         return 1;

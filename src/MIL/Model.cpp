@@ -102,6 +102,7 @@ struct Model::Implementation {
         : graph(loadGraph(bundle, options.function)),
           executor(graph, {.threads = options.threads,
                            .referenceKernels = options.referenceKernels,
+                           .sumVectors = options.sumVectors,
                            .largestBuffers = options.largestBuffers}),
           inputs(describeInputs(graph)), outputs(describeAll(graph.outputs)),
           states(describeAll(graph.states))

@@ -2,6 +2,7 @@
 
 #include "MIL/Error.h"
 #include "MIL/FlexibleShapes.h"
+#include "MIL/SumVectors.h"
 #include "MIL/Tensor.h"
 
 #include <chrono>
@@ -79,6 +80,8 @@ public:
         std::size_t largestBuffers = std::size_t{8} << 30;
         /// Compute with the plain kernels that the fast ones are checked against.
         bool referenceKernels = false;
+        /// What products with few columns are summed in.
+        SumVectors sumVectors = SumVectors::fitting;
     };
 
     /// What a model is made of, for people.

@@ -41,6 +41,7 @@ set(VORLIN_MIL_SOURCES
     Kernels/Normalisation/RowFast.cpp
     Kernels/Normalisation/RowReference.cpp
     Kernels/Product/Attention.cpp
+    Kernels/Product/DotKernels.cpp
     Kernels/Product/Multiply.cpp
     Kernels/Product/MultiplyKernels.cpp
     Kernels/Product/Operands.cpp
@@ -71,6 +72,7 @@ set(VORLIN_MIL_VECTOR_SOURCES
     Kernels/Elementwise/Conversion.cpp
     Kernels/Elementwise/Fast.cpp
     Kernels/Normalisation/RowFast.cpp
+    Kernels/Product/DotKernels.cpp
     Kernels/Product/MultiplyKernels.cpp
     Kernels/Reduction/FirstLargest.cpp
     Kernels/Stored/Unpack.cpp

@@ -5,6 +5,7 @@
 #include "MIL/Kernels/Elementwise/Elements.h"
 #include "MIL/Kernels/Elementwise/UnaryFunctions.h"
 #include "MIL/Kernels/Normalisation/RowFunctions.h"
+#include "MIL/Kernels/Product/DotKernels.h"
 #include "MIL/Kernels/Product/MultiplyKernels.h"
 #include "MIL/Kernels/Reduction/FirstLargest.h"
 #include "MIL/Kernels/Stored/Unpack.h"
@@ -18,6 +19,7 @@
 #include <cstring>
 #include <limits>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace vorlin::mil::test {
@@ -334,9 +336,12 @@ TEST(ProductTest, panelsStayWithinTheBoundOfSinglePrecisionSums)
     }
 }
 
-TEST(ProductTest, dotProductsStayWithinTheSameBound)
+class DotTest : public testing::TestWithParam<SumVectors> {};
+
+TEST_P(DotTest, sumsStayWithinTheBoundOfSinglePrecision)
 {
-    for (std::size_t count = 0; count < 400; count += 1 + count / 7) {
+    const DotKernels& dots = dotKernels(GetParam());
+    for (std::size_t count = 0; count < 700; count += 1 + count / 7) {
         const std::vector<float> x = randomFloats(count, 1);
         const std::vector<float> y = randomFloats(count, 1);
         std::vector<Half> half(count);
@@ -351,21 +356,65 @@ TEST(ProductTest, dotProductsStayWithinTheSameBound)
         }
         const auto n = static_cast<std::int64_t>(count);
         const double bound = static_cast<double>(count + 2) * 0x1p-24 * 1.001 * magnitudes;
-        EXPECT_LE(std::abs(static_cast<double>(dotFloats(x.data(), y.data(), n)) - sum), bound);
-        EXPECT_LE(std::abs(static_cast<double>(dotHalves(half.data(), y.data(), n)) - halfSum),
+        EXPECT_LE(std::abs(static_cast<double>(dots.floats(x.data(), y.data(), n)) - sum), bound);
+        EXPECT_LE(std::abs(static_cast<double>(dots.halves(half.data(), y.data(), n)) - halfSum),
                   bound);
-        // Four equal rows, one behind the other.
-        std::vector<Half> rows;
-        for (int row = 0; row < 4; ++row) {
-            rows.insert(rows.end(), half.begin(), half.end());
-        }
-        std::vector<float> sums(8, -1);
-        dotRowsOfHalves(rows.data(), n, y.data(), n, sums.data(), 2);
-        for (std::size_t i = 0; i < 8; i += 2) {
-            EXPECT_LE(std::abs(static_cast<double>(sums[i]) - halfSum), bound);
-            EXPECT_EQ(sums[i + 1], -1);
+    }
+}
+
+TEST_P(DotTest, rowsTogetherAreTheRowsOneByOne)
+{
+    const DotKernels& dots = dotKernels(GetParam());
+    for (std::size_t count = 0; count < 700; count += 1 + count / 7) {
+        const std::size_t stride = count + randomCount(5);
+        const std::vector<float> x = randomFloats(dotRows * stride + 1, 1);
+        const std::vector<float> y = randomFloats(count, 1);
+        std::vector<Half> rows(x.size());
+        narrowAll(x.data(), static_cast<std::int64_t>(x.size()), rows.data());
+        std::vector<float> sums(2 * dotRows, -1);
+        dots.rowsOfHalves(rows.data(), static_cast<std::int64_t>(stride), y.data(),
+                          static_cast<std::int64_t>(count), sums.data(), 2);
+        for (std::size_t row = 0; row < dotRows; ++row) {
+            double sum = 0;
+            double magnitudes = 0;
+            for (std::size_t i = 0; i < count; ++i) {
+                const double term =
+                    static_cast<double>(widen(rows[row * stride + i])) * static_cast<double>(y[i]);
+                sum += term;
+                magnitudes += std::abs(term);
+            }
+            const double bound = static_cast<double>(count + 2) * 0x1p-24 * 1.001 * magnitudes;
+            EXPECT_LE(std::abs(static_cast<double>(sums[2 * row]) - sum), bound) << count;
+            EXPECT_EQ(sums[2 * row + 1], -1);
         }
     }
+}
+
+std::string nameOf(const testing::TestParamInfo<SumVectors>& form)
+{
+    switch (form.param) {
+    case SumVectors::fitting: return "fitting";
+    case SumVectors::widest: return "widest";
+    case SumVectors::narrow: return "narrow";
+    }
+    return {};
+}
+
+INSTANTIATE_TEST_SUITE_P(Forms, DotTest,
+                         testing::Values(SumVectors::fitting, SumVectors::widest,
+                                         SumVectors::narrow),
+                         nameOf);
+
+TEST(DotVectorsTest, theNarrowFormHas256BitsAtMostAndTheFittingOneIsOneOfBoth)
+{
+    const std::int64_t widest = dotKernels(SumVectors::widest).bits;
+    const std::int64_t narrow = dotKernels(SumVectors::narrow).bits;
+    EXPECT_EQ(narrow, std::min<std::int64_t>(widest, 256));
+    const DotKernels* const fitting = &dotKernels(SumVectors::fitting);
+    EXPECT_TRUE(fitting == &dotKernels(SumVectors::widest) ||
+                fitting == &dotKernels(SumVectors::narrow));
+    EXPECT_TRUE(
+        describeVectors(SumVectors::narrow).ends_with(" in " + std::to_string(narrow) + " bits"));
 }
 
 TEST(UnpackTest, everyWidthAndStartGivesWhatTheStreamHolds)

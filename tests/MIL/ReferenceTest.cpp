@@ -51,4 +51,18 @@ TEST(ReferenceTest, everyPartAgreesOnOneThread)
     runAll("parts", {.threads = 1}, 45);
 }
 
+// Each form of narrow products that this processor has, whichever fits it.
+
+TEST(ReferenceTest, everyOperationAndPartAgreesInNarrowVectors)
+{
+    runAll("ops", {.threads = 1, .sumVectors = SumVectors::narrow}, 379);
+    runAll("parts", {.threads = 1, .sumVectors = SumVectors::narrow}, 45);
+}
+
+TEST(ReferenceTest, everyOperationAndPartAgreesInTheWidestVectors)
+{
+    runAll("ops", {.threads = 1, .sumVectors = SumVectors::widest}, 379);
+    runAll("parts", {.threads = 1, .sumVectors = SumVectors::widest}, 45);
+}
+
 } // namespace vorlin::mil::test

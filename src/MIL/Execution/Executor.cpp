@@ -65,6 +65,7 @@ Executor::Executor(const Graph& graph, const Settings& settings)
                  .threads = std::max<std::size_t>(settings.threads, 1),
                  .stop = {},
                  .referenceKernels = settings.referenceKernels,
+                 .sumVectors = settings.sumVectors,
                  .largestScratch = settings.largestBuffers,
                  .scratch = &scratch};
 }

@@ -44,6 +44,7 @@ public:
     struct Settings {
         std::size_t threads = 1;
         bool referenceKernels = false;
+        SumVectors sumVectors = SumVectors::fitting;
         /// No prediction takes more buffer memory than this; beyond it fails with Error.
         std::size_t largestBuffers = 0;
     };

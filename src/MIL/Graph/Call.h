@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MIL/Execution/FunctionRef.h"
+#include "MIL/SumVectors.h"
 #include "MIL/Tensor.h"
 #include "MIL/Weights/StoredValues.h"
 
@@ -39,6 +40,7 @@ struct Execution {
     std::size_t threads = 1;
     std::stop_token stop{};
     bool referenceKernels = false;
+    SumVectors sumVectors = SumVectors::fitting;
     /// Kernels refuse to work in more memory of their own than this.
     std::size_t largestScratch = std::size_t{1} << 30;
     /// Bytes that stored constants may still take while a program is loaded; null afterwards.
@@ -116,6 +118,7 @@ public:
     /// Throws Stopped once a stop was requested; for long work on one thread.
     void checkStop() const;
     bool referenceKernels() const { return execution.referenceKernels; }
+    SumVectors sumVectors() const { return execution.sumVectors; }
     /// Memory for this call only, 64-byte aligned, uninitialised. One call's requests replace
     /// each other.
     std::byte* scratch(std::size_t bytes) const;

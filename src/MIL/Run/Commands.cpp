@@ -95,6 +95,7 @@ void info(const Arguments& arguments)
         return;
     }
     const Model model = Model::load(arguments.bundle, {});
+    std::printf("vectors: %s\n", describeVectors(SumVectors::fitting).c_str());
     printFeatures("input", model.inputs());
     printFeatures("output", model.outputs());
     printFeatures("state", model.states());
@@ -188,6 +189,7 @@ void bench(const Arguments& arguments)
     const auto milliseconds = [](Clock::duration time) {
         return std::chrono::duration<double, std::milli>(time).count();
     };
+    std::printf("vectors: %s\n", describeVectors(SumVectors::fitting).c_str());
     const auto loadStart = Clock::now();
     Model model = Model::load(arguments.bundle, {.threads = arguments.threads});
     std::printf("load: %.3f ms\n", milliseconds(Clock::now() - loadStart));

@@ -50,7 +50,7 @@ public:
     Product(const Call& call, const ProductSize& size, const LeftRows& left,
             const RightColumns& right, const ResultSink& sink)
         : call(call), size(size), left(left), right(right), sink(sink), width(panelWidth()),
-          rowsAtOnce(panelRows())
+          rowsAtOnce(panelRows()), dots(dotKernels(call.sumVectors()))
     {
     }
 
@@ -124,7 +124,8 @@ public:
         for (std::int64_t i = begin; i < end; i += tileRows) {
             const std::int64_t rows = std::min(tileRows, end - i);
             for (std::int64_t j = 0; j < size.columns; ++j) {
-                left.dots(i, rows, size.inner, columns + j * size.inner, tile + j, fewColumns);
+                left.dots(dots, i, rows, size.inner, columns + j * size.inner, tile + j,
+                          fewColumns);
             }
             sink.store(i, rows, 0, size.columns, tile, fewColumns);
         }
@@ -151,12 +152,13 @@ private:
     const ResultSink& sink;
     const std::int64_t width;
     const std::int64_t rowsAtOnce;
+    const DotKernels& dots;
 };
 
 } // namespace
 
-void LeftRows::dots(std::int64_t firstRow, std::int64_t rows, std::int64_t count, const float* x,
-                    float* sums, std::int64_t stride) const
+void LeftRows::dots(const DotKernels& kernels, std::int64_t firstRow, std::int64_t rows,
+                    std::int64_t count, const float* x, float* sums, std::int64_t stride) const
 {
     float chunk[tileInner];
     for (std::int64_t i = 0; i < rows; ++i) {
@@ -164,7 +166,7 @@ void LeftRows::dots(std::int64_t firstRow, std::int64_t rows, std::int64_t count
         for (std::int64_t k = 0; k < count; k += tileInner) {
             const std::int64_t piece = std::min(tileInner, count - k);
             expand(firstRow + i, k, piece, chunk);
-            sum += dotFloats(chunk, x + k, piece);
+            sum += kernels.floats(chunk, x + k, piece);
         }
         sums[i * stride] = sum;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MIL/Graph/Call.h"
+#include "MIL/Kernels/Product/DotKernels.h"
 
 #include <cstdint>
 
@@ -20,8 +21,8 @@ public:
     virtual void expand(std::int64_t row, std::int64_t first, std::int64_t count,
                         float* out) const = 0;
     /// sums[i * stride] = the sum over k < count of A(firstRow + i, k) x[k], for i < rows.
-    virtual void dots(std::int64_t firstRow, std::int64_t rows, std::int64_t count, const float* x,
-                      float* sums, std::int64_t stride) const;
+    virtual void dots(const DotKernels& kernels, std::int64_t firstRow, std::int64_t rows,
+                      std::int64_t count, const float* x, float* sums, std::int64_t stride) const;
 };
 
 /// The columns of B.

@@ -44,24 +44,24 @@ void MatrixRows::expand(std::int64_t row, std::int64_t first, std::int64_t count
          matrix.columnStride, count, out);
 }
 
-void MatrixRows::dots(std::int64_t firstRow, std::int64_t rows, std::int64_t count, const float* x,
-                      float* sums, std::int64_t stride) const
+void MatrixRows::dots(const DotKernels& kernels, std::int64_t firstRow, std::int64_t rows,
+                      std::int64_t count, const float* x, float* sums, std::int64_t stride) const
 {
     if (matrix.stored != nullptr || matrix.columnStride != 1) {
-        LeftRows::dots(firstRow, rows, count, x, sums, stride);
+        LeftRows::dots(kernels, firstRow, rows, count, x, sums, stride);
         return;
     }
     const bool halves = matrix.tensor.type.element == ElementType::fp16;
     std::int64_t i = 0;
-    for (; halves && i + rowsOfHalves <= rows; i += rowsOfHalves) {
+    for (; halves && i + dotRows <= rows; i += dotRows) {
         const std::int64_t at = matrix.base + (firstRow + i) * matrix.rowStride;
-        dotRowsOfHalves(matrix.tensor.as<Half>() + at, matrix.rowStride, x, count,
-                        sums + i * stride, stride);
+        kernels.rowsOfHalves(matrix.tensor.as<Half>() + at, matrix.rowStride, x, count,
+                             sums + i * stride, stride);
     }
     for (; i < rows; ++i) {
         const std::int64_t at = matrix.base + (firstRow + i) * matrix.rowStride;
-        sums[i * stride] = halves ? dotHalves(matrix.tensor.as<Half>() + at, x, count)
-                                  : dotFloats(matrix.tensor.as<float>() + at, x, count);
+        sums[i * stride] = halves ? kernels.halves(matrix.tensor.as<Half>() + at, x, count)
+                                  : kernels.floats(matrix.tensor.as<float>() + at, x, count);
     }
 }
 

@@ -19,8 +19,8 @@ public:
     explicit MatrixRows(const MatrixView& matrix) : matrix(matrix) {}
     void expand(std::int64_t row, std::int64_t first, std::int64_t count,
                 float* out) const override;
-    void dots(std::int64_t firstRow, std::int64_t rows, std::int64_t count, const float* x,
-              float* sums, std::int64_t stride) const override;
+    void dots(const DotKernels& kernels, std::int64_t firstRow, std::int64_t rows,
+              std::int64_t count, const float* x, float* sums, std::int64_t stride) const override;
 
 private:
     const MatrixView matrix;

@@ -1,0 +1,159 @@
+#include "MIL/Kernels/Product/DotKernels.h"
+
+#include <hwy/cache_control.h>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "MIL/Kernels/Product/DotKernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+#include "MIL/Kernels/Elementwise/HalfVectors-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace vorlin::mil {
+namespace HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// The kernels in vectors of one width.
+template <class Tag>
+struct Dots {
+    using Vector = hn::Vec<Tag>;
+    using HalfVectors = hn::Rebind<hwy::float16_t, Tag>;
+    static constexpr auto lanes = static_cast<std::int64_t>(hn::MaxLanes(Tag()));
+
+    static HWY_INLINE Vector load(const float* x) { return hn::LoadU(Tag(), x); }
+    static HWY_INLINE Vector load(const Half* x)
+    {
+        const auto* const halves = reinterpret_cast<const hwy::float16_t*>(x);
+        return widenHalves(Tag(), hn::LoadU(HalfVectors(), halves));
+    }
+    static float single(float x) { return x; }
+    static float single(Half x) { return widen(x); }
+
+    /// Four partial sums: a sum is ready four cycles after its addition.
+    template <class Number>
+    static float dot(const Number* x, const float* y, std::int64_t count)
+    {
+        const Tag tag;
+        Vector s0 = hn::Zero(tag);
+        Vector s1 = s0;
+        Vector s2 = s0;
+        Vector s3 = s0;
+        std::int64_t i = 0;
+        for (; i + 4 * lanes <= count; i += 4 * lanes) {
+            const std::int64_t j = i + 2 * lanes;
+            s0 = hn::MulAdd(load(x + i), load(y + i), s0);
+            s1 = hn::MulAdd(load(x + i + lanes), load(y + i + lanes), s1);
+            s2 = hn::MulAdd(load(x + j), load(y + j), s2);
+            s3 = hn::MulAdd(load(x + j + lanes), load(y + j + lanes), s3);
+        }
+        for (; i + lanes <= count; i += lanes) {
+            s0 = hn::MulAdd(load(x + i), load(y + i), s0);
+        }
+        float sum = hn::GetLane(hn::SumOfLanes(tag, hn::Add(hn::Add(s0, s1), hn::Add(s2, s3))));
+        for (; i < count; ++i) {
+            sum += single(x[i]) * y[i];
+        }
+        return sum;
+    }
+
+    /// Two partial sums a row.
+    static void dotRowsOfHalves(const Half* x, std::int64_t rowStride, const float* y,
+                                std::int64_t count, float* sums, std::int64_t sumStride)
+    {
+        // Each round takes a cache line of every row.
+        constexpr std::int64_t line = 64 / sizeof(Half);
+        constexpr std::int64_t pieces = line / lanes < 2 ? 2 : line / lanes;
+        const Tag tag;
+        Vector partial[dotRows][2];
+        for (auto& row : partial) {
+            row[0] = hn::Zero(tag);
+            row[1] = hn::Zero(tag);
+        }
+        std::int64_t i = 0;
+        for (; i + pieces * lanes <= count; i += pieces * lanes) {
+            // The next rows follow these; asked for now, they are there in time.
+            for (std::int64_t row = 0; row < dotRows; ++row) {
+                hwy::Prefetch(x + i + (row + dotRows) * rowStride);
+            }
+            HWY_UNROLL(8)
+            for (std::int64_t k = 0; k < pieces; ++k) {
+                const Vector u = load(y + i + k * lanes);
+                HWY_UNROLL(dotRows)
+                for (std::int64_t row = 0; row < dotRows; ++row) {
+                    Vector& sum = partial[row][k & 1];
+                    sum = hn::MulAdd(load(x + row * rowStride + i + k * lanes), u, sum);
+                }
+            }
+        }
+        for (; i + lanes <= count; i += lanes) {
+            const Vector u = load(y + i);
+            for (std::int64_t row = 0; row < dotRows; ++row) {
+                partial[row][0] = hn::MulAdd(load(x + row * rowStride + i), u, partial[row][0]);
+            }
+        }
+        for (std::int64_t row = 0; row < dotRows; ++row) {
+            float rest = 0;
+            for (std::int64_t k = i; k < count; ++k) {
+                rest += widen(x[row * rowStride + k]) * y[k];
+            }
+            sums[row * sumStride] =
+                rest + hn::GetLane(hn::SumOfLanes(tag, hn::Add(partial[row][0], partial[row][1])));
+        }
+    }
+
+    static constexpr DotKernels kernels{lanes * 32, dot<float>, dot<Half>, dotRowsOfHalves};
+};
+
+const DotKernels* kernelsIn(SumVectors vectors)
+{
+    constexpr std::size_t most = 8;
+    return vectors == SumVectors::narrow ? &Dots<hn::CappedTag<float, most>>::kernels
+                                         : &Dots<hn::ScalableTag<float>>::kernels;
+}
+
+const char* targetName()
+{
+    return hwy::TargetName(HWY_TARGET);
+}
+
+} // namespace HWY_NAMESPACE
+} // namespace vorlin::mil
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace vorlin::mil {
+
+HWY_EXPORT(kernelsIn);
+HWY_EXPORT(targetName);
+
+namespace {
+
+/// AMD's family 19h with 512-bit vectors is Zen 4. Its units are 256 bits wide.
+bool splitsWidestVectors()
+{
+#if HWY_ARCH_X86
+    return __builtin_cpu_is("amdfam19h") != 0 && __builtin_cpu_supports("avx512f") != 0;
+#else
+    return false;
+#endif
+}
+
+} // namespace
+
+const DotKernels& dotKernels(SumVectors wanted)
+{
+    static const SumVectors fitting =
+        splitsWidestVectors() ? SumVectors::narrow : SumVectors::widest;
+    return *HWY_DYNAMIC_DISPATCH(kernelsIn)(wanted == SumVectors::fitting ? fitting : wanted);
+}
+
+std::string describeVectors(SumVectors wanted)
+{
+    return std::string(HWY_DYNAMIC_DISPATCH(targetName)()) + ", narrow products in " +
+           std::to_string(dotKernels(wanted).bits) + " bits";
+}
+
+} // namespace vorlin::mil
+#endif
