@@ -1,13 +1,14 @@
-// Usage: recogniser_bench FOLDER [VOICE]...
-// Decodes the sentences that speak.sh spoke into FOLDER (of the voices named, or all), as fast as
-// it can and one setting after the other, and prints for each setting
-//   WER       words wrong in a hundred, with a decoder that has heard other sentences before;
-//   first     the same, each sentence with a decoder just loaded (a morning's first dictation);
+// Usage: bench_recogniser FOLDER [--voice GROUP]... [--settings "-name value ..."]...
+// Decodes the recordings that recordings.sh made in FOLDER (of the groups named, or all), as fast
+// as it can, with each settings (or a list of them), and prints for each
+//   row       words wrong, one recording after the other with one decoder, from its first;
+//   first     the same, each with a decoder just loaded (a morning's first dictation);
 //   RTF       processor seconds for each second of audio;
-//   latency   milliseconds from the last sample to the final text, had the audio come in real
+//   wait      milliseconds from the last sample to the final text, had the audio come in real
 //             time: median and worst;
-//   partial   milliseconds from the begin of the file to the first volatile text: median.
-// Times are those of the processor, so that a busy machine measures the same.
+//   slow      the worst wait on a machine that needs thrice the processor time.
+// Times are those of the processor, so that a busy machine measures nearly the same; compare
+// those of one run.
 
 #include "Platform/Linux/Speech/SphinxDecoder.h"
 
@@ -19,6 +20,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <numeric>
 #include <sstream>
 
@@ -30,38 +32,27 @@ namespace fs = std::filesystem;
 
 using Words = std::vector<std::string>;
 
-struct Sentence {
+struct Recording {
     std::vector<std::int16_t> samples;
     Words words;
 };
 
-struct Setting {
-    std::string name;
-    DecoderSettings values;
-    float gain = 1;
-};
+/// By group: "kal16" of kal16-01.wav.
+using Recordings = std::map<std::string, std::vector<Recording>>;
 
-struct Measured {
+/// What decoding a recording took.
+struct Decoded {
     int wrong = 0;
-    double cost = 0;
-    std::vector<double> latencies;
-    std::vector<double> partials;
+    double audioSeconds = 0;
+    /// When the audio of each piece had arrived, and the processor's seconds for it.
+    std::vector<std::pair<double, double>> pieces;
+    /// For the end of the last utterance.
+    double ending = 0;
 };
 
 const SpeechModel model = {"en-US", "/usr/share/pocketsphinx/model/en-us/en-us",
                            "/usr/share/pocketsphinx/model/en-us/en-us.lm.bin",
                            "/usr/share/pocketsphinx/model/en-us/cmudict-en-us.dict"};
-
-const std::vector<Setting> settings = {
-    {"chosen", SphinxDecoder::measuredSettings()},
-    {"library's own", {}},
-    {"noise removed", {{"-fwdflat", "no"}}},
-    {"second pass", {{"-remove_noise", "no"}}},
-    {"no lattice", {{"-remove_noise", "no"}, {"-fwdflat", "no"}, {"-bestpath", "no"}}},
-    {"lw 8", {{"-remove_noise", "no"}, {"-fwdflat", "no"}, {"-lw", "8"}}},
-    {"chosen, voice at 10 %", SphinxDecoder::measuredSettings(), 0.1F},
-    {"chosen, voice at 3 %", SphinxDecoder::measuredSettings(), 0.03F},
-};
 
 double processorSeconds()
 {
@@ -99,106 +90,158 @@ std::string contentOf(const fs::path& file)
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-std::vector<Sentence> sentencesIn(const fs::path& folder, const std::vector<std::string>& voices)
+Recordings recordingsIn(const fs::path& folder, const std::vector<std::string>& groups)
 {
     std::vector<fs::path> files;
     for (const auto& each : fs::directory_iterator(folder)) {
-        const std::string name = each.path().filename();
-        const bool wanted = voices.empty() || std::ranges::any_of(voices, [&](const auto& voice) {
-                                return name.starts_with(voice + "-");
-                            });
-        if (wanted && name.ends_with(".wav")) {
+        if (each.path().extension() == ".wav") {
             files.push_back(each.path());
         }
     }
     std::ranges::sort(files);
-    std::vector<Sentence> sentences;
+    Recordings recordings;
     for (const auto& file : files) {
+        const std::string name = file.stem();
+        const std::string group = name.substr(0, name.rfind('-'));
+        if (!groups.empty() && std::ranges::find(groups, group) == groups.end()) {
+            continue;
+        }
         constexpr std::size_t headerBytes = 44;
         const std::string bytes = contentOf(file);
-        Sentence sentence;
-        sentence.samples.resize((bytes.size() - headerBytes) / sizeof(std::int16_t));
-        std::memcpy(sentence.samples.data(), bytes.data() + headerBytes,
-                    sentence.samples.size() * sizeof(std::int16_t));
-        sentence.words = wordsOf(contentOf(fs::path(file).replace_extension(".txt")));
-        sentences.push_back(std::move(sentence));
+        Recording recording;
+        recording.samples.resize((bytes.size() - headerBytes) / sizeof(std::int16_t));
+        std::memcpy(recording.samples.data(), bytes.data() + headerBytes,
+                    recording.samples.size() * sizeof(std::int16_t));
+        recording.words = wordsOf(contentOf(fs::path(file).replace_extension(".txt")));
+        recordings[group].push_back(std::move(recording));
     }
-    return sentences;
+    return recordings;
 }
 
-void measure(SphinxDecoder& decoder, const Sentence& sentence, float gain, Measured& measured)
+Decoded decode(SphinxDecoder& decoder, const Recording& recording)
 {
     constexpr std::size_t pieceSamples = 320;
     constexpr std::size_t bufferSamples = 683; // 2048 frames at 48 kHz
-    auto samples = sentence.samples;
-    for (auto& sample : samples) {
-        sample = static_cast<std::int16_t>(static_cast<float>(sample) * gain);
-    }
-    const auto secondsAt = [](std::size_t at) { return static_cast<double>(at) / 16000; };
-    double clock = 0;
-    const auto spend = [&](double since) {
-        const double spent = processorSeconds() - since;
-        measured.cost += spent;
-        clock += spent;
+    const auto& samples = recording.samples;
+    const auto secondsAt = [](std::size_t at) {
+        return static_cast<double>(at) / SphinxDecoder::sampleRate;
     };
+    Decoded decoded;
+    decoded.audioSeconds = secondsAt(samples.size());
     std::string text;
-    bool shown = false;
     bool inSpeech = false;
     decoder.beginStream();
     for (std::size_t at = 0; at < samples.size(); at += pieceSamples) {
         const std::size_t count = std::min(pieceSamples, samples.size() - at);
-        const std::size_t arrived = (at / bufferSamples + 1) * bufferSamples;
-        clock = std::max(clock, secondsAt(std::min(arrived, samples.size())));
+        const std::size_t arrived = ((at + count - 1) / bufferSamples + 1) * bufferSamples;
         const double begin = processorSeconds();
         decoder.decode({samples.data() + at, count});
         if (inSpeech && !decoder.inSpeech()) {
             text += decoder.endUtterance() + ' ';
         }
         inSpeech = decoder.inSpeech();
-        const bool first = !shown && !decoder.hypothesis().empty();
-        spend(begin);
-        if (first) {
-            shown = true;
-            measured.partials.push_back(clock);
-        }
+        decoder.hypothesis();
+        decoded.pieces.emplace_back(secondsAt(std::min(arrived, samples.size())),
+                                    processorSeconds() - begin);
     }
     const double begin = processorSeconds();
     text += decoder.endUtterance();
-    spend(begin);
-    measured.latencies.push_back(clock - secondsAt(samples.size()));
-    measured.wrong += wordErrors(sentence.words, wordsOf(text));
+    decoded.ending = processorSeconds() - begin;
+    decoded.wrong = wordErrors(recording.words, wordsOf(text));
     decoder.abandonStream();
+    return decoded;
 }
 
-double milliseconds(std::vector<double> seconds, double quantile)
+double cost(const Decoded& decoded)
 {
-    if (seconds.empty()) {
-        return 0;
+    return std::accumulate(decoded.pieces.begin(), decoded.pieces.end(), decoded.ending,
+                           [](double sum, const auto& piece) { return sum + piece.second; });
+}
+
+/// Milliseconds from the last sample to the text, on a machine `slowness` times as slow.
+double wait(const Decoded& decoded, double slowness)
+{
+    double clock = 0;
+    for (const auto& [arrived, spent] : decoded.pieces) {
+        clock = std::max(clock, arrived) + spent * slowness;
     }
-    std::ranges::sort(seconds);
-    const auto last = static_cast<double>(seconds.size() - 1);
-    return 1000 * seconds[static_cast<std::size_t>(last * quantile)];
+    return 1000 * (clock + decoded.ending * slowness - decoded.audioSeconds);
 }
 
-void report(const Setting& setting, const std::vector<Sentence>& sentences)
+void report(const std::string& group, const std::vector<Recording>& recordings,
+            const DecoderSettings& settings, SphinxDecoder& fresh,
+            const std::vector<float>& unlearnt)
 {
-    Measured warm;
-    Measured fresh;
+    int wrong = 0;
+    int wrongFirst = 0;
+    std::size_t words = 0;
     double audio = 0;
-    double words = 0;
-    SphinxDecoder decoder(model, setting.values);
-    for (const auto& sentence : sentences) {
-        measure(decoder, sentence, setting.gain, warm);
-        SphinxDecoder unused(model, setting.values);
-        measure(unused, sentence, setting.gain, fresh);
-        audio += static_cast<double>(sentence.samples.size()) / SphinxDecoder::sampleRate;
-        words += static_cast<double>(sentence.words.size());
+    double spent = 0;
+    std::vector<double> waits;
+    double slowest = 0;
+    SphinxDecoder row(model, settings);
+    for (const auto& recording : recordings) {
+        const auto decoded = decode(row, recording);
+        fresh.adopt(unlearnt);
+        wrongFirst += decode(fresh, recording).wrong;
+        wrong += decoded.wrong;
+        words += recording.words.size();
+        audio += decoded.audioSeconds;
+        spent += cost(decoded);
+        waits.push_back(wait(decoded, 1));
+        slowest = std::max(slowest, wait(decoded, 3));
     }
-    fmt::print("| {:24} | {:5.1f} | {:5.1f} | {:4.2f} | {:3.0f} | {:4.0f} | {:4.0f} |\n",
-               setting.name, 100 * warm.wrong / words, 100 * fresh.wrong / words, warm.cost / audio,
-               milliseconds(warm.latencies, 0.5), milliseconds(warm.latencies, 1),
-               milliseconds(warm.partials, 0.5));
+    std::ranges::sort(waits);
+    fmt::print("| {:12} | {:3} | {:3} | {:3} | {:4.2f} | {:3.0f} | {:4.0f} | {:4.0f} |\n", group,
+               words, wrong, wrongFirst, spent / audio, waits[waits.size() / 2], waits.back(),
+               slowest);
     std::fflush(stdout);
+}
+
+DecoderSettings parse(const std::string& text)
+{
+    std::istringstream stream(text);
+    DecoderSettings settings;
+    for (std::string name, value; stream >> name >> value;) {
+        settings.emplace_back(name, value);
+    }
+    return settings;
+}
+
+std::string textOf(const DecoderSettings& settings)
+{
+    std::string text;
+    for (const auto& [name, value] : settings) {
+        text += name + ' ' + value + ' ';
+    }
+    return text.empty() ? "the library's own" : text;
+}
+
+int run(const std::vector<std::string>& arguments)
+{
+    std::vector<std::string> groups;
+    std::vector<DecoderSettings> all;
+    for (std::size_t i = 1; i + 1 < arguments.size(); i += 2) {
+        if (arguments[i] == "--voice") {
+            groups.push_back(arguments[i + 1]);
+        } else {
+            all.push_back(parse(arguments[i + 1]));
+        }
+    }
+    if (all.empty()) {
+        all = {SphinxDecoder::measuredSettings(), {}};
+    }
+    const auto recordings = recordingsIn(arguments.front(), groups);
+    for (const auto& settings : all) {
+        fmt::print("{}\n| group | words | row | first | RTF | wait | worst | slow |\n",
+                   textOf(settings));
+        SphinxDecoder fresh(model, settings);
+        const auto unlearnt = fresh.learnt();
+        for (const auto& [group, ofGroup] : recordings) {
+            report(group, ofGroup, settings, fresh, unlearnt);
+        }
+    }
+    return 0;
 }
 
 } // namespace
@@ -208,13 +251,8 @@ void report(const Setting& setting, const std::vector<Sentence>& sentences)
 int main(int argc, char** argv)
 {
     if (argc < 2) {
-        fmt::print("usage: recogniser_bench FOLDER [VOICE]...\n");
+        fmt::print("usage: bench_recogniser FOLDER [--voice GROUP]... [--settings TEXT]...\n");
         return 2;
     }
-    const auto sentences = vorlin::sentencesIn(argv[1], {argv + 2, argv + argc});
-    fmt::print("| settings | WER | first | RTF | latency | worst | partial |\n");
-    for (const auto& setting : vorlin::settings) {
-        vorlin::report(setting, sentences);
-    }
-    return 0;
+    return vorlin::run({argv + 1, argv + argc});
 }
