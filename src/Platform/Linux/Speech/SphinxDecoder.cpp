@@ -94,7 +94,7 @@ void SphinxDecoder::Free::operator()(ps_decoder_s* decoder) const
 
 DecoderSettings SphinxDecoder::measuredSettings()
 {
-    return {{"-remove_noise", "no"}, {"-fwdflat", "no"}};
+    return {{"-remove_noise", "no"}, {"-fwdflat", "no"}, {"-maxhmmpf", "5000"}};
 }
 
 SphinxDecoder::SphinxDecoder(const SpeechModel& model, const DecoderSettings& settings)
