@@ -92,7 +92,9 @@ void syncFolder(const fs::path& folder)
     }
 }
 
-/// Writes the finished temporary file, or removes it and throws.
+/// Writes the finished temporary file, or removes it and throws. QSaveFile would do most of this,
+/// but it takes no path that is not UTF-8, makes a new file that others may read, and refuses to
+/// replace one that its owner made read-only.
 void writeTemporary(OpenFile& file, const std::string& name, std::string_view text, mode_t mode)
 {
     if (::fchmod(file.get(), mode) == 0 && writeAll(file.get(), text) && ::fsync(file.get()) == 0 &&
