@@ -1,9 +1,6 @@
 #include "HUDPlacement.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdint>
-#include <limits>
 
 namespace vorlin {
 
@@ -13,25 +10,6 @@ namespace {
 double usableMargin(double margin, double extent)
 {
     return margin > 0 ? std::min(margin, std::max(0.0, extent / 2)) : 0;
-}
-
-/// The nearest whole number, half up, that an int can hold.
-int nearestPixel(double value)
-{
-    constexpr double lowest = std::numeric_limits<int>::min();
-    constexpr double highest = std::numeric_limits<int>::max();
-    const double below = std::floor(value);
-    const double nearest = value - below >= 0.5 ? below + 1 : below;
-    if (!(nearest > lowest)) {
-        return std::isnan(nearest) ? 0 : std::numeric_limits<int>::min();
-    }
-    return static_cast<int>(std::min(nearest, highest));
-}
-
-int distance(int from, int to)
-{
-    const std::int64_t exact = std::int64_t{to} - from;
-    return static_cast<int>(std::min<std::int64_t>(exact, std::numeric_limits<int>::max()));
 }
 
 } // namespace
@@ -108,15 +86,6 @@ std::optional<Screen> chosenScreen(std::span<const Screen> screens, HUDDisplay d
     }
     const auto main = std::ranges::find_if(screens, &Screen::isMain);
     return main == screens.end() ? screens.front() : *main;
-}
-
-DeviceRect devicePixels(const Rect& frame, const DeviceSpace& space)
-{
-    const int left = nearestPixel(frame.minX() * space.scale);
-    const int right = nearestPixel(frame.maxX() * space.scale);
-    const int upper = nearestPixel((space.top - frame.maxY()) * space.scale);
-    const int lower = nearestPixel((space.top - frame.minY()) * space.scale);
-    return {left, upper, distance(left, right), distance(upper, lower)};
 }
 
 } // namespace vorlin

@@ -11,6 +11,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
 import declarations  # pylint: disable=wrong-import-position
 import documents  # pylint: disable=wrong-import-position
+import facilities  # pylint: disable=wrong-import-position
 import tidy  # pylint: disable=wrong-import-position
 
 
@@ -58,6 +59,34 @@ class RuleTest(unittest.TestCase):
                          "src/Platform/Shared/A.cpp"):
                 self.assert_catches(tidy.includes_on_the_wrong_floor, path,
                                     f'#include "{header}"\n', '#include "Ports/MainLoop.h"\n')
+
+    def test_a_facility_includes_what_all_share_and_itself(self):
+        good = "".join(f'#include "{header}"\n' for header in (
+            "Ports/Screens.h", "Async/Task.h", "Audio/PCMBuffer.h", "Hotkey.h",
+            "Platform/Shared/ThreadPool.h", "Platform/Linux/X11/X11Atoms.h",
+            "Platform/Linux/Environment.h", "Platform/Linux/Keys/Deep/B.h", "A.moc"))
+        for header in ("Platform/Linux/Overlay/B.h", "Platform/Linux/Keyboard/B.h",
+                       "Platform/macOS/Keys/B.h", "AppModel.h", "Models/Engine.h", "UI/View.h",
+                       "App/Linux/Main.h", "MIL/Model.h", "B.h"):
+            for path in ("src/Platform/Linux/Keys/A.h", "src/Platform/Linux/Keys/Deep/A.cpp"):
+                self.assert_catches(facilities.includes_between_facilities, path,
+                                    f'#include "{header}"\n', good)
+
+    def test_what_all_facilities_share_includes_none(self):
+        for path in ("src/Platform/Linux/X11/A.cpp", "src/Platform/Linux/A.cpp",
+                     "src/Platform/Shared/A.cpp", "src/Platform/Shared/Deep/A.cpp"):
+            own = path[len("src/"):-len("cpp")] + "h"
+            self.assert_catches(facilities.includes_between_facilities, path,
+                                '#include "Platform/Linux/Keys/B.h"\n',
+                                f'#include "{own}"\n#include "Ports/Screens.h"\n')
+
+    def test_a_facility_links_what_all_share(self):
+        path = "src/Platform/Linux/Keys/CMakeLists.txt"
+        head = "add_library(vorlin_linux_keys STATIC A.cpp)\ntarget_link_libraries("
+        self.assert_catches(facilities.links_between_facilities, path,
+                            f"{head}vorlin_linux_keys\n    PUBLIC vorlin_linux_overlay)\n",
+                            f"{head}vorlin_linux_keys PUBLIC vorlin_core vorlin_linux_x11\n"
+                            "    vorlin_linux_environment vorlin_platform_shared)\n")
 
     def test_one_desktop_includes_nothing_of_the_other(self):
         self.assert_catches(tidy.includes_on_the_wrong_floor, "src/Platform/Linux/A/A.cpp",

@@ -13,6 +13,7 @@ import sys
 
 import declarations
 import documents
+import facilities
 from tree import CODE, COLUMNS, CPP, TEXT, Finding, Tree, width
 
 FUNCTION_LINES = 70
@@ -232,6 +233,7 @@ RULES = (
     unlisted_files,
     *documents.RULES,
     declarations.unused_declarations,
+    *facilities.RULES,
     markers_without_reason,
     long_lines,
     machine_paths,

@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/Overlay/X11OverlayWindow.h"
 #include "Platform/Linux/Overlay/X11Screens.h"
+#include "Ports/DevicePixels.h"
 #include "Ports/OverlayPanel.h"
 
 #include <QElapsedTimer>

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "Async/Lifetime.h"
-#include "HUDPlacement.h"
 #include "Platform/Linux/Environment.h"
 #include "Platform/Linux/Overlay/VisibleArea.h"
 #include "Platform/Linux/X11/X11Atoms.h"
 #include "Platform/Linux/X11/X11Connection.h"
+#include "Ports/DevicePixels.h"
 #include "Ports/Screens.h"
 
 #include <memory>

@@ -1,0 +1,48 @@
+"""Rules for the adapters of a desktop: a folder a facility, and no arrow from one to another."""
+
+import re
+
+from tree import CPP, Finding
+
+# What every adapter may include besides its own facility.
+SHARED_HEADERS = ("Ports/", "Async/", "Audio/", "Hotkey.h", "Platform/Shared/",
+                  "Platform/Linux/X11/", "Platform/Linux/Environment.h")
+# What a facility's library may link of its desktop.
+SHARED_LIBRARIES = {"vorlin_linux_environment", "vorlin_linux_x11"}
+
+INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*"([^"]+)"')
+LIBRARY = re.compile(r"\bvorlin_(?:linux|macos)_\w+")
+OWN_LIBRARY = re.compile(r"add_library\(\s*(\w+)")
+
+
+def own_headers(path):
+    """How the headers of a file's facility begin; of a file in none, those of its own name."""
+    folder = "/".join(path.parts[1:-1])
+    return f"{folder}/{path.stem}." if len(path.parts) == 4 else "/".join(path.parts[1:4]) + "/"
+
+
+def includes_between_facilities(tree):
+    """An adapter includes what all share and its own facility: no other one, and not the core."""
+    for path in tree.files(CPP, "src"):
+        if path.parts[1] != "Platform":
+            continue
+        allowed = SHARED_HEADERS + (own_headers(path), f"{path.stem}.moc")
+        for number, line in tree.lines(path):
+            found = INCLUDE.match(line)
+            if found and not found[1].startswith(allowed):
+                yield Finding(path, number, f"an adapter may not include {found[1]}")
+
+
+def links_between_facilities(tree):
+    """What a facility's library links states what it may include."""
+    for path in tree.files({".cmake"}, "src"):
+        if path.parts[1] != "Platform" or len(path.parts) != 5:
+            continue
+        allowed = SHARED_LIBRARIES | set(OWN_LIBRARY.findall(tree.text(path)))
+        for number, line in tree.lines(path):
+            for name in LIBRARY.findall(line):
+                if name not in allowed:
+                    yield Finding(path, number, f"a facility may not link {name}")
+
+
+RULES = (includes_between_facilities, links_between_facilities)
