@@ -2,144 +2,162 @@
 
 #include <array>
 
+#include <linux/input-event-codes.h>
+
 namespace vorlin {
 
 namespace {
 
 struct Pair {
-    HardwareKey hardware;
+    /// The kernel's number.
+    int key;
     std::uint16_t virtualCode;
 };
 
-/// Each key of one side has exactly one partner on the other. By position: 52 is the key that a
-/// US keyboard labels Z.
+constexpr HardwareKey hardwareNumber(int key)
+{
+    return static_cast<HardwareKey>(key + 8);
+}
+
+static_assert(hardwareKeys::escape == hardwareNumber(KEY_ESC));
+static_assert(hardwareKeys::leftControl == hardwareNumber(KEY_LEFTCTRL));
+static_assert(hardwareKeys::leftShift == hardwareNumber(KEY_LEFTSHIFT));
+static_assert(hardwareKeys::rightShift == hardwareNumber(KEY_RIGHTSHIFT));
+static_assert(hardwareKeys::leftAlt == hardwareNumber(KEY_LEFTALT));
+static_assert(hardwareKeys::rightControl == hardwareNumber(KEY_RIGHTCTRL));
+static_assert(hardwareKeys::rightAlt == hardwareNumber(KEY_RIGHTALT));
+static_assert(hardwareKeys::leftSuper == hardwareNumber(KEY_LEFTMETA));
+static_assert(hardwareKeys::rightSuper == hardwareNumber(KEY_RIGHTMETA));
+
+/// Each key of one side has exactly one partner on the other. By position: the kernel's names are
+/// what a US keyboard has there.
 constexpr Pair pairs[] = {
     // letters
-    {38, 0},
-    {39, 1},
-    {40, 2},
-    {41, 3},
-    {43, 4},
-    {42, 5},
-    {52, 6},
-    {53, 7},
-    {54, 8},
-    {55, 9},
-    {56, 11},
-    {24, 12},
-    {25, 13},
-    {26, 14},
-    {27, 15},
-    {29, 16},
-    {28, 17},
-    {32, 31},
-    {30, 32},
-    {31, 34},
-    {33, 35},
-    {46, 37},
-    {44, 38},
-    {45, 40},
-    {57, 45},
-    {58, 46},
+    {KEY_A, 0},
+    {KEY_S, 1},
+    {KEY_D, 2},
+    {KEY_F, 3},
+    {KEY_H, 4},
+    {KEY_G, 5},
+    {KEY_Z, 6},
+    {KEY_X, 7},
+    {KEY_C, 8},
+    {KEY_V, 9},
+    {KEY_B, 11},
+    {KEY_Q, 12},
+    {KEY_W, 13},
+    {KEY_E, 14},
+    {KEY_R, 15},
+    {KEY_Y, 16},
+    {KEY_T, 17},
+    {KEY_O, 31},
+    {KEY_U, 32},
+    {KEY_I, 34},
+    {KEY_P, 35},
+    {KEY_L, 37},
+    {KEY_J, 38},
+    {KEY_K, 40},
+    {KEY_N, 45},
+    {KEY_M, 46},
     // digits
-    {10, 18},
-    {11, 19},
-    {12, 20},
-    {13, 21},
-    {15, 22},
-    {14, 23},
-    {18, 25},
-    {16, 26},
-    {17, 28},
-    {19, 29},
-    // punctuation; 94 is the key next to the left Shift key that US keyboards lack
-    {21, 24},
-    {20, 27},
-    {35, 30},
-    {34, 33},
-    {48, 39},
-    {47, 41},
-    {51, 42},
-    {59, 43},
-    {61, 44},
-    {60, 47},
-    {49, 50},
-    {94, 10},
-    // Return, Tab, Space, Delete (backspace), Escape, menu
-    {36, 36},
-    {23, 48},
-    {65, 49},
-    {22, 51},
-    {9, 53},
-    {135, 110},
-    // modifiers: Super, Shift, Caps Lock, Alt, Control; Fn where a keyboard reports it
-    {134, 54},
-    {133, 55},
-    {50, 56},
-    {66, 57},
-    {64, 58},
-    {37, 59},
-    {62, 60},
-    {108, 61},
-    {105, 62},
-    {151, 63},
-    // keypad; 77 is Num Lock, where other keyboards have Clear
-    {91, 65},
-    {63, 67},
-    {86, 69},
-    {77, 71},
-    {106, 75},
-    {104, 76},
-    {82, 78},
-    {125, 81},
-    {90, 82},
-    {87, 83},
-    {88, 84},
-    {89, 85},
-    {83, 86},
-    {84, 87},
-    {85, 88},
-    {79, 89},
-    {80, 91},
-    {81, 92},
+    {KEY_1, 18},
+    {KEY_2, 19},
+    {KEY_3, 20},
+    {KEY_4, 21},
+    {KEY_6, 22},
+    {KEY_5, 23},
+    {KEY_9, 25},
+    {KEY_7, 26},
+    {KEY_8, 28},
+    {KEY_0, 29},
+    // punctuation; the last is the key next to the left Shift key that US keyboards lack
+    {KEY_EQUAL, 24},
+    {KEY_MINUS, 27},
+    {KEY_RIGHTBRACE, 30},
+    {KEY_LEFTBRACE, 33},
+    {KEY_APOSTROPHE, 39},
+    {KEY_SEMICOLON, 41},
+    {KEY_BACKSLASH, 42},
+    {KEY_COMMA, 43},
+    {KEY_SLASH, 44},
+    {KEY_DOT, 47},
+    {KEY_GRAVE, 50},
+    {KEY_102ND, 10},
+    // named keys
+    {KEY_ENTER, 36},
+    {KEY_TAB, 48},
+    {KEY_SPACE, 49},
+    {KEY_BACKSPACE, 51},
+    {KEY_ESC, 53},
+    {KEY_COMPOSE, 110},
+    // modifiers; the last is what some laptops report for Fn
+    {KEY_RIGHTMETA, 54},
+    {KEY_LEFTMETA, 55},
+    {KEY_LEFTSHIFT, 56},
+    {KEY_CAPSLOCK, 57},
+    {KEY_LEFTALT, 58},
+    {KEY_LEFTCTRL, 59},
+    {KEY_RIGHTSHIFT, 60},
+    {KEY_RIGHTALT, 61},
+    {KEY_RIGHTCTRL, 62},
+    {KEY_WAKEUP, 63},
+    // keypad; other keyboards have Clear in the place of Num Lock
+    {KEY_KPDOT, 65},
+    {KEY_KPASTERISK, 67},
+    {KEY_KPPLUS, 69},
+    {KEY_NUMLOCK, 71},
+    {KEY_KPSLASH, 75},
+    {KEY_KPENTER, 76},
+    {KEY_KPMINUS, 78},
+    {KEY_KPEQUAL, 81},
+    {KEY_KP0, 82},
+    {KEY_KP1, 83},
+    {KEY_KP2, 84},
+    {KEY_KP3, 85},
+    {KEY_KP4, 86},
+    {KEY_KP5, 87},
+    {KEY_KP6, 88},
+    {KEY_KP7, 89},
+    {KEY_KP8, 91},
+    {KEY_KP9, 92},
     // Japanese keyboards: Yen, underscore, keypad comma, Eisu, Kana
-    {132, 93},
-    {97, 94},
-    {129, 95},
-    {102, 102},
-    {100, 104},
+    {KEY_YEN, 93},
+    {KEY_RO, 94},
+    {KEY_KPCOMMA, 95},
+    {KEY_MUHENKAN, 102},
+    {KEY_HENKAN, 104},
     // F1 to F20
-    {67, 122},
-    {68, 120},
-    {69, 99},
-    {70, 118},
-    {71, 96},
-    {72, 97},
-    {73, 98},
-    {74, 100},
-    {75, 101},
-    {76, 109},
-    {95, 103},
-    {96, 111},
-    {191, 105},
-    {192, 107},
-    {193, 113},
-    {194, 106},
-    {195, 64},
-    {196, 79},
-    {197, 80},
-    {198, 90},
-    // Insert, Home, Page Up, forward Delete, End, Page Down, arrows
-    {118, 114},
-    {110, 115},
-    {112, 116},
-    {119, 117},
-    {115, 119},
-    {117, 121},
-    {113, 123},
-    {114, 124},
-    {116, 125},
-    {111, 126},
+    {KEY_F1, 122},
+    {KEY_F2, 120},
+    {KEY_F3, 99},
+    {KEY_F4, 118},
+    {KEY_F5, 96},
+    {KEY_F6, 97},
+    {KEY_F7, 98},
+    {KEY_F8, 100},
+    {KEY_F9, 101},
+    {KEY_F10, 109},
+    {KEY_F11, 103},
+    {KEY_F12, 111},
+    {KEY_F13, 105},
+    {KEY_F14, 107},
+    {KEY_F15, 113},
+    {KEY_F16, 106},
+    {KEY_F17, 64},
+    {KEY_F18, 79},
+    {KEY_F19, 80},
+    {KEY_F20, 90},
+    // navigation
+    {KEY_INSERT, 114},
+    {KEY_HOME, 115},
+    {KEY_PAGEUP, 116},
+    {KEY_DELETE, 117},
+    {KEY_END, 119},
+    {KEY_PAGEDOWN, 121},
+    {KEY_LEFT, 123},
+    {KEY_RIGHT, 124},
+    {KEY_DOWN, 125},
+    {KEY_UP, 126},
 };
 
 struct Tables {
@@ -149,9 +167,9 @@ struct Tables {
 
 constexpr Tables tables = [] {
     Tables result;
-    for (const auto& [hardware, virtualCode] : pairs) {
-        result.toVirtual.at(hardware) = virtualCode;
-        result.toHardware.at(virtualCode) = hardware;
+    for (const auto& [key, virtualCode] : pairs) {
+        result.toVirtual.at(hardwareNumber(key)) = virtualCode;
+        result.toHardware.at(virtualCode) = hardwareNumber(key);
     }
     return result;
 }();
