@@ -263,6 +263,17 @@ TEST_F(TextInserterTest, onItsEndWhatIsPendingIsPutBackAtOnce)
     EXPECT_EQ(board(), "old");
 }
 
+TEST_F(TextInserterTest, onItsEndACopyOfAnotherProgramStays)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    programReadsAfter(10ms);
+    insert("hello");
+    loop.advance(100ms);
+    pasteboard.copy(FakePasteboard::text("copied meanwhile"));
+    inserter.reset();
+    EXPECT_EQ(board(), "copied meanwhile");
+}
+
 TEST_F(TextInserterTest, whereUseIsNotToldEachInsertionRestoresItsOwnSnapshot)
 {
     pasteboard.tracked = false;

@@ -104,3 +104,22 @@ def test_quitting_right_after_a_dictation_leaves_no_dictated_text(desktop, launc
     wait_until(editor.changed, "the text")
     assert program.quit() == 0
     assert clipboard.read(desktop) in (None, b"old contents")
+
+
+def test_quitting_after_another_program_copied_leaves_its_copy(desktop, launch):
+    clipboard.ClipboardOwner(desktop, {"UTF8_STRING": b"old contents"})
+    program = launch()
+    editor = GTKEditor(desktop)
+    watcher = clipboard.SelectionWatcher(desktop)
+    with desktop.keyboard.held("Alt_R"):
+        program.await_recording()
+        program.say(SENTENCE)
+        editor.hang()  # it reads nothing, so that the old contents still wait
+    watcher.await_changes(1)
+    copier = clipboard.ClipboardOwner(desktop, {"UTF8_STRING": b"copied meanwhile"})
+    watcher.await_changes(2)
+    assert program.quit() == 0
+    assert clipboard.read(desktop) == b"copied meanwhile"
+    assert not copier.lost.is_set()
+    assert len(watcher.changes) == 2
+    editor.recover()
