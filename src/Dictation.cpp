@@ -63,22 +63,21 @@ void Dictation::keyDown(const MakeTranscriber& makeTranscriber)
     transcript.set({});
     notice.set(std::nullopt);
     levels.set(Levels{});
-    transcriber->setOnText(
-        [&mainLoop = loop, alive = lifetime.token(), this, id](const std::string& text) {
-            mainLoop.post([alive, this, id, text] {
-                if (!alive.expired() && session == id) {
-                    transcript.set(text);
-                }
-            });
-        });
-    spawn(loop, begin(transcriber, id));
+    auto show = lifetime.guard([this, id](const std::string& text) {
+        if (session == id) {
+            transcript.set(text);
+        }
+    });
+    transcriber->setOnText([&mainLoop = loop, show](const std::string& text) {
+        mainLoop.post([show, text] { show(text); });
+    });
+    spawn(loop, lifetime.token(), begin(transcriber, id));
 }
 
 Task<void> Dictation::begin(std::shared_ptr<Transcriber> preparing, Session id)
 {
-    const auto alive = lifetime.token();
     const auto notPrepared = co_await failureOf(preparing->prepare());
-    if (alive.expired() || session != id) {
+    if (session != id) {
         co_return;
     }
     if (notPrepared || !wantsListening) {
@@ -86,7 +85,7 @@ Task<void> Dictation::begin(std::shared_ptr<Transcriber> preparing, Session id)
         co_return;
     }
     const auto notStarted = co_await failureOf(startEngine(preparing, id));
-    if (alive.expired() || session != id) {
+    if (session != id) {
         co_return;
     }
     if (notStarted || captureFailure) {
@@ -102,11 +101,7 @@ Task<void> Dictation::begin(std::shared_ptr<Transcriber> preparing, Session id)
 Task<void> Dictation::startEngine(std::shared_ptr<Transcriber> feeding, Session id)
 {
     tapInstalled = true; // before the start, so that a failed one is cleaned up too
-    auto showLevel = [alive = lifetime.token(), this](float newest) {
-        if (!alive.expired()) {
-            push(newest);
-        }
-    };
+    const auto showLevel = lifetime.guard([this](float newest) { push(newest); });
     auto tap = [&mainLoop = loop, feeding, showLevel](const PCMBuffer& buffer) {
         feeding->feed(buffer);
         mainLoop.post([showLevel, newest = level(buffer)] { showLevel(newest); });
@@ -152,13 +147,12 @@ void Dictation::keyUp()
 {
     wantsListening = false;
     if (phase.get() == Phase::listening) {
-        spawn(loop, end(session));
+        spawn(loop, lifetime.token(), end(session));
     }
 }
 
 Task<void> Dictation::end(Session id)
 {
-    const auto alive = lifetime.token();
     if (session != id || phase.get() != Phase::listening || !transcriber) {
         co_return;
     }
@@ -168,17 +162,17 @@ Task<void> Dictation::end(Session id)
         try {
             co_await engine.stop();
         } catch (const std::exception& error) {
-            if (!alive.expired() && session == id) {
+            if (session == id) {
                 captureFailure = error.what();
             }
         }
-        if (alive.expired() || session != id) {
+        if (session != id) {
             co_return;
         }
         tapInstalled = false;
     }
     const std::string text = co_await finishing->finish();
-    if (alive.expired() || session != id) {
+    if (session != id) {
         co_return;
     }
     notice.set(captureFailure ? captureFailure : finishing->failure());
@@ -209,7 +203,7 @@ void Dictation::captureFailed(const std::string& message, Session id)
     captureFailure = message;
     // What was heard until now is still wanted.
     if (phase.get() == Phase::listening) {
-        spawn(loop, end(id));
+        spawn(loop, lifetime.token(), end(id));
     }
 }
 
@@ -253,20 +247,16 @@ void Dictation::demo()
     phase.set(Phase::listening);
     transcript.set({});
     notice.set(std::nullopt);
-    spawn(loop, runDemo(id));
+    spawn(loop, lifetime.token(), runDemo(id));
 }
 
 Task<void> Dictation::runDemo(Session id)
 {
-    const auto alive = lifetime.token();
     const TimePoint start = loop.now();
     while (session == id && loop.now() < demoDeadline) {
         const float t = std::chrono::duration<float>(loop.now() - start).count();
         push(std::abs(std::sin(7 * t)) * 0.6F * std::abs(std::sin(2.3F * t)) + 0.2F);
         co_await sleepFor(loop, demoStep);
-        if (alive.expired()) {
-            co_return;
-        }
     }
     if (session == id) {
         endDemo();

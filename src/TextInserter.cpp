@@ -34,7 +34,7 @@ void TextInserter::anticipate()
 {
     watching = ++lastNumber;
     ahead.clear();
-    spawn(loop, watch(watching));
+    spawn(loop, lifetime.token(), watch(watching));
 }
 
 void TextInserter::dismiss()
@@ -45,7 +45,6 @@ void TextInserter::dismiss()
 
 Task<void> TextInserter::watch(std::int64_t number)
 {
-    const auto alive = lifetime.token();
     while (watching == number) {
         const PasteSource source = focus.pasteChord().source;
         const auto count = pasteboard.changeCount(source);
@@ -54,15 +53,12 @@ Task<void> TextInserter::watch(std::int64_t number)
         // While a restore is pending its snapshot serves the next text too.
         if (stale && !pending.contains(source)) {
             auto items = co_await pasteboard.snapshot(source);
-            if (alive.expired() || watching != number) {
+            if (watching != number) {
                 co_return;
             }
             ahead[source] = {count, std::move(items)};
         }
         co_await sleepFor(loop, watchEvery);
-        if (alive.expired()) {
-            co_return;
-        }
     }
 }
 
@@ -71,43 +67,32 @@ void TextInserter::insert(const std::string& text)
     watching = 0;
     waiting.push_back(text);
     if (!std::exchange(inserting, true)) {
-        spawn(loop, insertWaiting());
+        spawn(loop, lifetime.token(), insertWaiting());
     }
 }
 
 Task<void> TextInserter::insertWaiting()
 {
-    const auto alive = lifetime.token();
     while (!waiting.empty()) {
         std::string text = std::move(waiting.front());
         waiting.pop_front();
         co_await paste(std::move(text));
-        if (alive.expired()) {
-            co_return;
-        }
     }
     inserting = false;
 }
 
 Task<void> TextInserter::paste(std::string text)
 {
-    const auto alive = lifetime.token();
     co_await awaitReader(focus.pasteChord().source);
-    if (alive.expired()) {
-        co_return;
-    }
     const PasteChord chord = focus.pasteChord();
     auto items = co_await contentsBeneath(chord.source);
-    if (alive.expired()) {
-        co_return;
-    }
     pasteboard.setString(chord.source, text);
     pasteShortcut(chord);
     const auto number = ++lastNumber;
     const bool tracked = pasteboard.use(chord.source) != PasteboardUse::untracked;
     if (tracked) {
         pending[chord.source] = {std::move(items), loop.now(), number};
-        spawn(loop, restoreLater(chord.source, number));
+        spawn(loop, lifetime.token(), restoreLater(chord.source, number));
     } else {
         loop.postAfter(restoreAfter,
                        lifetime.guard([this, source = chord.source, items = std::move(items)] {
@@ -119,7 +104,6 @@ Task<void> TextInserter::paste(std::string text)
 /// Waits until the text pasted before was read, so that its reader does not get the next one.
 Task<void> TextInserter::awaitReader(PasteSource source)
 {
-    const auto alive = lifetime.token();
     while (true) {
         const auto before = pending.find(source);
         if (before == pending.end() || pasteboard.use(source) != PasteboardUse::unread ||
@@ -127,9 +111,6 @@ Task<void> TextInserter::awaitReader(PasteSource source)
             co_return;
         }
         co_await sleepFor(loop, lookEvery);
-        if (alive.expired()) {
-            co_return;
-        }
     }
 }
 
@@ -156,9 +137,8 @@ bool TextInserter::isPending(PasteSource source, std::int64_t number) const
 
 Task<void> TextInserter::restoreLater(PasteSource source, std::int64_t number)
 {
-    const auto alive = lifetime.token();
     co_await sleepFor(loop, restoreAfter);
-    while (!alive.expired() && isPending(source, number)) {
+    while (isPending(source, number)) {
         const auto use = pasteboard.use(source);
         const auto& restore = pending.at(source);
         if (use == PasteboardUse::unread && loop.now() - restore.pasted < restoreAtLatest) {

@@ -18,7 +18,15 @@ void Resumption::post(std::unique_ptr<Resumption> resumption)
     Executor& executor = *resumption->chain.executor;
     // std::function wants a copyable callable.
     std::shared_ptr<Resumption> shared = std::move(resumption);
-    executor.post([shared = std::move(shared)] { std::exchange(shared->suspended, {}).resume(); });
+    executor.post([shared = std::move(shared)] { shared->resume(); });
+}
+
+void Resumption::resume()
+{
+    if (chain.owner && chain.owner->expired()) {
+        return; // our end is the chain's
+    }
+    std::exchange(suspended, {}).resume();
 }
 
 Resumption::~Resumption()
@@ -62,13 +70,23 @@ Detached detach(Task<void> task)
     co_await std::move(task);
 }
 
+void start(Executor& executor, std::optional<std::weak_ptr<const void>> owner, Task<void> task)
+{
+    const auto root = detach(std::move(task)).handle;
+    root.promise().chain = {&executor, root, std::move(owner)};
+    detail::Resumption::post(std::make_unique<detail::Resumption>(root.promise().chain, root));
+}
+
 } // namespace
+
+void spawn(Executor& executor, std::weak_ptr<const void> owner, Task<void> task)
+{
+    start(executor, std::move(owner), std::move(task));
+}
 
 void spawn(Executor& executor, Task<void> task)
 {
-    const auto root = detach(std::move(task)).handle;
-    root.promise().chain = {&executor, root};
-    detail::Resumption::post(std::make_unique<detail::Resumption>(root.promise().chain, root));
+    start(executor, std::nullopt, std::move(task));
 }
 
 } // namespace vorlin

@@ -12,15 +12,16 @@ namespace vorlin {
 
 namespace detail {
 
-/// What every coroutine of a chain knows: the executor it runs on, and the outermost frame,
-/// which owns all others of the chain.
+/// What every coroutine of a chain knows: the executor it runs on, the outermost frame, which
+/// owns all others of the chain, and whose life the chain is bound to, if any.
 struct Chain {
     Executor* executor = nullptr;
     std::coroutine_handle<> root;
+    std::optional<std::weak_ptr<const void>> owner;
 };
 
 /// A suspended coroutine that waits to be resumed once. Destroyed without being resumed (its
-/// executor is gone), it destroys the whole chain, so that no frame leaks.
+/// executor or its owner is gone), it destroys the whole chain, so that no frame leaks.
 class Resumption {
 public:
     Resumption(const Chain& chain, std::coroutine_handle<> suspended);
@@ -36,6 +37,9 @@ public:
     ~Resumption();
 
 private:
+    /// The one place where a coroutine goes on after a wait.
+    void resume();
+
     Chain chain;
     std::coroutine_handle<> suspended;
 };
@@ -124,9 +128,17 @@ private:
     Handle handle;
 };
 
-/// Runs `task` on `executor`, starting from its queue. `executor` must outlive the task or be
-/// destroyed together with its queue. An exception that leaves `task` stops the program: a
-/// detached task handles its own failures. Any thread.
+/// Runs `task` on `executor`, starting from its queue, for as long as `owner` (the token of a
+/// `Lifetime`) lives: once the owner is gone neither the task nor what it awaits is resumed, and
+/// their frames are destroyed where they would have gone on. So after every wait the owner is
+/// there. A step that ends the owner itself must not touch it afterwards, as in any function.
+///
+/// The owner must be destroyed on `executor`: the look at it and the step are then one.
+/// `executor` must outlive the task or be destroyed together with its queue. An exception that
+/// leaves `task` stops the program: a detached task handles its own failures. Any thread.
+void spawn(Executor& executor, std::weak_ptr<const void> owner, Task<void> task);
+
+/// The same for a task without an owner, which runs to its end: it owns all it touches.
 void spawn(Executor& executor, Task<void> task);
 
 } // namespace vorlin

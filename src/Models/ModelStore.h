@@ -118,8 +118,8 @@ private:
 
     void beginInstall(const std::string& id, const std::string& repository,
                       const std::filesystem::path& modelFolder);
-    Task<void> transfer(std::weak_ptr<const void> alive, std::string id, std::string repository,
-                        std::filesystem::path modelFolder, Ticket ticket, std::stop_token stop);
+    Task<void> transfer(std::string id, std::string repository, std::filesystem::path modelFolder,
+                        Ticket ticket, std::stop_token stop);
     Downloads::OnProgress progressFor(const std::string& id, Ticket ticket);
     void progressed(const std::string& id, Ticket ticket, double fraction);
     void transferred(const std::string& id, const std::filesystem::path& modelFolder,

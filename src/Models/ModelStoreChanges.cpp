@@ -89,19 +89,16 @@ void ModelStore::beginInstall(const std::string& id, const std::string& reposito
             appleEngineId); // the answer that decides whether the selection holds no longer comes
     }
     operations.turns.take(id, lifetime.guard([=, this] {
-        spawn(needs.loop, transfer(lifetime.token(), id, repository, modelFolder, ticket, stop));
+        spawn(needs.loop, lifetime.token(), transfer(id, repository, modelFolder, ticket, stop));
     }));
 }
 
-Task<void> ModelStore::transfer(std::weak_ptr<const void> alive, std::string id,
-                                std::string repository, std::filesystem::path modelFolder,
-                                Ticket ticket, std::stop_token stop)
+Task<void> ModelStore::transfer(std::string id, std::string repository,
+                                std::filesystem::path modelFolder, Ticket ticket,
+                                std::stop_token stop)
 {
     std::optional<std::string> failure;
     bool complete = false;
-    if (alive.expired()) {
-        co_return;
-    }
     try {
         if (!stop.stop_requested()) {
             const auto arrival =
@@ -113,9 +110,6 @@ Task<void> ModelStore::transfer(std::weak_ptr<const void> alive, std::string id,
         complete = false;
     } catch (const std::exception& error) {
         failure = error.what();
-    }
-    if (alive.expired()) {
-        co_return;
     }
     operations.turns.end(id);
     if (!operations.isCurrent(id, ticket)) {
@@ -133,7 +127,7 @@ Downloads::OnProgress ModelStore::progressFor(const std::string& id, Ticket tick
     auto apply =
         lifetime.guard([this, id, ticket](double fraction) { progressed(id, ticket, fraction); });
     return [&loop = needs.loop, apply](double fraction) {
-        loop.post([apply, fraction]() mutable { apply(fraction); });
+        loop.post([apply, fraction] { apply(fraction); });
     };
 }
 

@@ -33,14 +33,12 @@ Completion<Done> PulseAudioInput::start(Tap tap, OnFailure onFailure)
     drop();
     Completion<Done> started;
     const std::uint64_t number = ++captures;
-    // Called on the sound thread; does nothing once this is gone.
-    auto tell = [&mainLoop = loop, token = lifetime.token(), this,
-                 number](Event event, const std::string& reason) {
-        mainLoop.post([token, this, number, event, reason] {
-            if (!token.expired()) {
-                happened(number, event, reason);
-            }
-        });
+    auto hear = lifetime.guard([this, number](Event event, const std::string& reason) {
+        happened(number, event, reason);
+    });
+    // Called on the sound thread.
+    auto tell = [&mainLoop = loop, hear](Event event, const std::string& reason) {
+        mainLoop.post([hear, event, reason] { hear(event, reason); });
     };
     auto gate = std::make_shared<TapGate>(std::move(tap));
     auto capture = std::make_shared<PulseCapture>(

@@ -7,16 +7,13 @@ namespace vorlin {
 PulseMicrophoneAccess::PulseMicrophoneAccess(PulseContext& context, MainLoop& loop)
     : context(context), sourceWatch(std::make_shared<Subscription>())
 {
-    auto tell = [&loop, token = lifetime.token(), this](const DefaultSource& source) {
+    auto hear = lifetime.guard([this](bool present) { isGranted.set(present); });
+    auto tell = [&loop, hear](const DefaultSource& source) {
         if (source.state == DefaultSource::State::unknown) {
             return; // an answer follows
         }
         const bool present = source.state == DefaultSource::State::present;
-        loop.post([token, this, present] {
-            if (!token.expired()) {
-                isGranted.set(present);
-            }
-        });
+        loop.post([hear, present] { hear(present); });
     };
     context.thread().post([&context, watch = sourceWatch, tell] {
         *watch = context.defaultSource().observe(tell);

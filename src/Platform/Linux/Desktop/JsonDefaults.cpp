@@ -176,8 +176,7 @@ void JsonDefaults::synchronise()
     worker.post([disk = disk, changes = changes, held = settings, &loop = loop,
                  finish = lifetime.guard(std::move(finish))]() mutable {
         auto onDisk = disk->synchronise(changes, held);
-        loop.post(
-            [finish = std::move(finish), onDisk = std::move(onDisk)]() mutable { finish(onDisk); });
+        loop.post([finish = std::move(finish), onDisk = std::move(onDisk)] { finish(onDisk); });
     });
 }
 
