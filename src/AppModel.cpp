@@ -119,10 +119,10 @@ void AppModel::refreshPermissions()
 
 void AppModel::pollPermissions()
 {
-    ports.loop.postAfter(permissionPoll, lifetime.guard([this] {
+    timer = ports.loop.startTimer(permissionPoll, [this] {
         refreshPermissions();
         pollPermissions();
-    }));
+    });
 }
 
 void AppModel::setRecordingHotkey(bool on)

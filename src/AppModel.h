@@ -9,6 +9,7 @@
 #include "Models/Downloads.h"
 #include "Models/ModelStore.h"
 #include "Models/RuntimeEngines.h"
+#include "Ports/MainLoop.h"
 #include "Ports/Ports.h"
 #include "Preferences.h"
 #include "TextInserter.h"
@@ -73,6 +74,8 @@ private:
     const Ports ports;
     TextInserter inserter;
     Subscription phaseChanges;
+    /// Until the permissions are read again.
+    Timer timer;
     Lifetime lifetime;
 };
 

@@ -1,7 +1,6 @@
 #include "Dictation.h"
 
 #include "Async/Fatal.h"
-#include "Async/Sleep.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,7 +14,7 @@ namespace {
 
 constexpr int silentBuffersToNotice = 35;
 constexpr auto demoLength = std::chrono::milliseconds(2500);
-constexpr auto demoStep = std::chrono::milliseconds(50);
+constexpr auto demoInterval = std::chrono::milliseconds(50);
 
 /// The text of an exception that left `task`, or nothing.
 Task<std::optional<std::string>> failureOf(Task<void> task)
@@ -45,6 +44,7 @@ Dictation::Session Dictation::nextSession()
     if (session == std::numeric_limits<Session>::max()) {
         fatal("the dictation sessions are used up");
     }
+    demoTimer.reset();
     return ++session;
 }
 
@@ -242,27 +242,28 @@ void Dictation::demo()
     if (isDemo.get() && phase.get() != Phase::idle) {
         return;
     }
-    const Session id = nextSession();
+    nextSession();
     isDemo.set(true);
     phase.set(Phase::listening);
     transcript.set({});
     notice.set(std::nullopt);
-    spawn(loop, lifetime.token(), runDemo(id));
+    demoTimer = loop.startTimer(Duration::zero(), [this] {
+        demoStart = loop.now();
+        stepDemo();
+    });
 }
 
-Task<void> Dictation::runDemo(Session id)
+void Dictation::stepDemo()
 {
-    const TimePoint start = loop.now();
-    while (session == id && loop.now() < demoDeadline) {
-        const float t = std::chrono::duration<float>(loop.now() - start).count();
+    if (loop.now() < demoDeadline) {
+        const float t = std::chrono::duration<float>(loop.now() - demoStart).count();
         push(std::abs(std::sin(7 * t)) * 0.6F * std::abs(std::sin(2.3F * t)) + 0.2F);
-        co_await sleepFor(loop, demoStep);
+        demoTimer = loop.startTimer(demoInterval, [this] { stepDemo(); });
+        return;
     }
-    if (session == id) {
-        endDemo();
-        if (onDemoEnded) {
-            onDemoEnded();
-        }
+    endDemo();
+    if (onDemoEnded) {
+        onDemoEnded();
     }
 }
 

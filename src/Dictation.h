@@ -76,7 +76,7 @@ private:
     void abort(Transcriber& abandoned, std::optional<std::string> reason);
     void captureFailed(const std::string& message, Session id);
     void dropCapture();
-    Task<void> runDemo(Session id);
+    void stepDemo();
     void push(float level);
 
     MainLoop& loop;
@@ -86,7 +86,10 @@ private:
     bool tapInstalled = false;
     /// The dictation key is logically held.
     bool wantsListening = false;
+    TimePoint demoStart;
     TimePoint demoDeadline;
+    /// Until the preview's next level; ends with the session.
+    Timer demoTimer;
     /// Buffers of digital silence in a row.
     int silentBuffers = 0;
     /// What broke the current capture.

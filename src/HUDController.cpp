@@ -36,6 +36,7 @@ void HUDController::attach(const Dictation& dictation)
 void HUDController::show()
 {
     ++token;
+    hideTimer.reset();
     if (content) {
         content->readSettings();
         fadeIn();
@@ -61,16 +62,16 @@ void HUDController::fadeIn()
 void HUDController::hide(Duration after)
 {
     ++token;
-    loop.postAfter(after, lifetime.guard([this, hide = token] { fadeOut(hide); }));
+    hideTimer = loop.startTimer(after, [this] { fadeOut(); });
 }
 
-void HUDController::fadeOut(std::int64_t hide)
+void HUDController::fadeOut()
 {
-    if (!content || token != hide) {
+    if (!content) {
         return;
     }
     waitsForScreen = false;
-    panel.animateAlpha(0, fadeOutTime, lifetime.guard([this, hide] {
+    panel.animateAlpha(0, fadeOutTime, lifetime.guard([this, hide = token] {
         if (token == hide) {
             panel.order(OverlayPanel::Order::out);
         }

@@ -45,7 +45,7 @@ public:
     /// The screen to show on, if there is one.
     std::optional<Screen> targetScreen() const;
 
-    /// Counts the calls of `show` and `hide`: what was scheduled under an older count is stale.
+    /// Counts the calls of `show` and `hide`: a fade that ends under an older count is stale.
     std::int64_t hideToken() const { return token; }
 
     /// What to draw; nothing before `attach`.
@@ -53,7 +53,7 @@ public:
 
 private:
     void fadeIn();
-    void fadeOut(std::int64_t hide);
+    void fadeOut();
     void place(const Screen& on);
     void placeAnew(const std::optional<Screen>& on);
     void screensChanged();
@@ -64,6 +64,8 @@ private:
     const Preferences& preferences;
     std::unique_ptr<HUDModel> content;
     std::int64_t token = 0;
+    /// Until the latest `hide` takes effect.
+    Timer hideTimer;
     /// `show` found no screen, and no `hide` has acted since.
     bool waitsForScreen = false;
     /// The id of the screen it was last placed on.

@@ -32,39 +32,51 @@ TextInserter::~TextInserter()
 
 void TextInserter::anticipate()
 {
-    watching = ++lastNumber;
+    watching = ++watches;
     ahead.clear();
-    spawn(loop, lifetime.token(), watch(watching));
+    watchIn(Duration::zero());
 }
 
 void TextInserter::dismiss()
 {
     watching = 0;
+    nextWatch.reset();
     ahead.clear();
 }
 
-Task<void> TextInserter::watch(std::int64_t number)
+void TextInserter::watchIn(Duration delay)
 {
-    while (watching == number) {
-        const PasteSource source = focus.pasteChord().source;
-        const auto count = pasteboard.changeCount(source);
-        const auto known = ahead.find(source);
-        const bool stale = known == ahead.end() || known->second.changeCount != count;
-        // While a restore is pending its snapshot serves the next text too.
-        if (stale && !pending.contains(source)) {
-            auto items = co_await pasteboard.snapshot(source);
-            if (watching != number) {
-                co_return;
-            }
-            ahead[source] = {count, std::move(items)};
-        }
-        co_await sleepFor(loop, watchEvery);
+    nextWatch = loop.startTimer(delay, [this] { watch(); });
+}
+
+void TextInserter::watch()
+{
+    const PasteSource source = focus.pasteChord().source;
+    const auto known = ahead.find(source);
+    const bool stale =
+        known == ahead.end() || known->second.changeCount != pasteboard.changeCount(source);
+    // While a restore is pending its snapshot serves the next text too.
+    if (stale && !pending.contains(source)) {
+        spawn(loop, lifetime.token(), readAhead(source, watching));
+    } else {
+        watchIn(watchEvery);
+    }
+}
+
+Task<void> TextInserter::readAhead(PasteSource source, std::int64_t number)
+{
+    const auto count = pasteboard.changeCount(source);
+    auto items = co_await pasteboard.snapshot(source);
+    if (watching == number) {
+        ahead[source] = {count, std::move(items)};
+        watchIn(watchEvery);
     }
 }
 
 void TextInserter::insert(const std::string& text)
 {
     watching = 0;
+    nextWatch.reset();
     waiting.push_back(text);
     if (!std::exchange(inserting, true)) {
         spawn(loop, lifetime.token(), insertWaiting());
@@ -88,16 +100,10 @@ Task<void> TextInserter::paste(std::string text)
     auto items = co_await contentsBeneath(chord.source);
     pasteboard.setString(chord.source, text);
     pasteShortcut(chord);
-    const auto number = ++lastNumber;
-    const bool tracked = pasteboard.use(chord.source) != PasteboardUse::untracked;
-    if (tracked) {
-        pending[chord.source] = {std::move(items), loop.now(), number};
-        spawn(loop, lifetime.token(), restoreLater(chord.source, number));
+    if (pasteboard.use(chord.source) == PasteboardUse::untracked) {
+        spawn(loop, lifetime.token(), restoreUntracked(chord.source, std::move(items)));
     } else {
-        loop.postAfter(restoreAfter,
-                       lifetime.guard([this, source = chord.source, items = std::move(items)] {
-                           pasteboard.replace(source, items);
-                       }));
+        pending[chord.source] = {std::move(items), loop.now(), lookIn(restoreAfter, chord.source)};
     }
 }
 
@@ -129,27 +135,30 @@ Task<PasteboardSnapshot> TextInserter::contentsBeneath(PasteSource source)
     co_return co_await pasteboard.snapshot(source);
 }
 
-bool TextInserter::isPending(PasteSource source, std::int64_t number) const
+Timer TextInserter::lookIn(Duration delay, PasteSource source)
 {
-    const auto found = pending.find(source);
-    return found != pending.end() && found->second.number == number;
+    return loop.startTimer(delay, [this, source] { look(source); });
 }
 
-Task<void> TextInserter::restoreLater(PasteSource source, std::int64_t number)
+/// Puts the contents back that are pending for `source`, unless its text is still to be read.
+void TextInserter::look(PasteSource source)
+{
+    const auto use = pasteboard.use(source);
+    Restore& restore = pending.at(source);
+    if (use == PasteboardUse::unread && loop.now() - restore.pasted < restoreAtLatest) {
+        restore.look = lookIn(lookEvery, source);
+        return;
+    }
+    if (use != PasteboardUse::replaced) {
+        pasteboard.replace(source, restore.items);
+    }
+    pending.erase(source);
+}
+
+Task<void> TextInserter::restoreUntracked(PasteSource source, PasteboardSnapshot items)
 {
     co_await sleepFor(loop, restoreAfter);
-    while (isPending(source, number)) {
-        const auto use = pasteboard.use(source);
-        const auto& restore = pending.at(source);
-        if (use == PasteboardUse::unread && loop.now() - restore.pasted < restoreAtLatest) {
-            co_await sleepFor(loop, lookEvery);
-            continue;
-        }
-        if (use != PasteboardUse::replaced) {
-            pasteboard.replace(source, restore.items);
-        }
-        pending.erase(source);
-    }
+    pasteboard.replace(source, items);
 }
 
 void TextInserter::pasteShortcut(const PasteChord& chord)

@@ -48,21 +48,25 @@ private:
         std::int64_t changeCount = 0;
         PasteboardSnapshot items;
     };
-    /// Contents to be put back, and when the text over them was pasted.
+    /// Contents to be put back, when the text over them was pasted, and the next look at whether
+    /// it was read.
     struct Restore {
         PasteboardSnapshot items;
         TimePoint pasted;
-        std::int64_t number = 0;
+        Timer look;
     };
 
-    Task<void> watch(std::int64_t number);
+    void watchIn(Duration delay);
+    void watch();
+    Task<void> readAhead(PasteSource source, std::int64_t number);
     Task<void> insertWaiting();
     Task<void> paste(std::string text);
     Task<void> awaitReader(PasteSource source);
     Task<PasteboardSnapshot> contentsBeneath(PasteSource source);
-    Task<void> restoreLater(PasteSource source, std::int64_t number);
+    Timer lookIn(Duration delay, PasteSource source);
+    void look(PasteSource source);
+    Task<void> restoreUntracked(PasteSource source, PasteboardSnapshot items);
     void pasteShortcut(const PasteChord& chord);
-    bool isPending(PasteSource source, std::int64_t number) const;
 
     MainLoop& loop;
     Pasteboard& pasteboard;
@@ -72,7 +76,9 @@ private:
     bool inserting = false;
     /// Names the current watch; 0 while none runs.
     std::int64_t watching = 0;
-    std::int64_t lastNumber = 0;
+    std::int64_t watches = 0;
+    /// Until the watch looks again.
+    Timer nextWatch;
     std::map<PasteSource, Contents> ahead;
     std::map<PasteSource, Restore> pending;
     Lifetime lifetime;

@@ -1,16 +1,18 @@
 #pragma once
 
 #include "Async/Completion.h"
+#include "Async/Task.h"
 #include "Ports/MainLoop.h"
 
 namespace vorlin {
 
-/// Suspends the awaiting task for `delay` on the loop's clock. Any thread.
-inline Completion<Done> sleepFor(MainLoop& loop, Duration delay)
+/// Lasts for `delay` on the loop's clock, from when it is awaited. Any thread.
+inline Task<void> sleepFor(MainLoop& loop, Duration delay)
 {
     Completion<Done> elapsed;
-    loop.postAfter(delay, [completer = elapsed.completer()] { completer.complete({}); });
-    return elapsed;
+    const Timer timer =
+        loop.startTimer(delay, [completer = elapsed.completer()] { completer.complete({}); });
+    co_await elapsed;
 }
 
 } // namespace vorlin

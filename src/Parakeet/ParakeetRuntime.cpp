@@ -108,12 +108,12 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
     /// Looks after the load under way, tick by tick.
     void watch()
     {
-        loop.postAfter(ParakeetLoad::tick,
-                       [weak = weak_from_this(), watched = std::weak_ptr(loading)] {
-                           if (const auto alive = weak.lock()) {
-                               alive->executor.post([weak, watched] { look(weak, watched); });
-                           }
-                       });
+        loadTimer = loop.startTimer(
+            ParakeetLoad::tick, [weak = weak_from_this(), watched = std::weak_ptr(loading)] {
+                if (const auto alive = weak.lock()) {
+                    alive->executor.post([weak, watched] { look(weak, watched); });
+                }
+            });
     }
 
     static void look(const std::weak_ptr<State>& weak, const std::weak_ptr<ParakeetLoad>& watched)
@@ -129,12 +129,16 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
         }
     }
 
-    void cancelUnload() { ++idle; }
+    void cancelUnload()
+    {
+        ++idle;
+        idleTimer.reset();
+    }
 
     void scheduleUnload()
     {
         const auto scheduled = ++idle;
-        loop.postAfter(idleTime, [weak = weak_from_this(), scheduled] {
+        idleTimer = loop.startTimer(idleTime, [weak = weak_from_this(), scheduled] {
             if (const auto alive = weak.lock()) {
                 alive->executor.post([weak, scheduled] {
                     const auto same = weak.lock();
@@ -149,7 +153,11 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
     /// Nobody waits for the load any more.
     struct Ended {
         State& state;
-        ~Ended() { state.loading.reset(); }
+        ~Ended()
+        {
+            state.loading.reset();
+            state.loadTimer.reset();
+        }
     };
 
     static std::exception_ptr failure(const char* message)
@@ -167,11 +175,14 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
     std::shared_ptr<Loaded> loaded;
     /// The load that somebody waits for.
     std::shared_ptr<ParakeetLoad> loading;
+    /// Until the next look after it.
+    Timer loadTimer;
     /// Those that may still come to an end.
     std::map<std::filesystem::path, std::weak_ptr<ParakeetLoad>> loads;
     /// Counts the warm-ups asked for.
     std::int64_t warmUps = 0;
-    /// Names the idle timer that counts; an older one does nothing.
+    Timer idleTimer;
+    /// Names the idle timer that counts; an older one that has just run out does nothing.
     std::int64_t idle = 0;
 };
 
@@ -238,6 +249,7 @@ void ParakeetRuntime::unload()
         held->giveUpUnwanted();
         // After a load that is under way, so that it does not bring back what is to go.
         const auto hold = co_await held->oneAtATime.lock();
+        held->cancelUnload();
         held->loaded.reset();
     }(state));
 }

@@ -48,10 +48,15 @@ struct ParakeetTranscriber::State {
         stream.yield(std::move(utterance));
     }
 
+    struct Sleeper {
+        Completer<Done> wakes;
+        Timer timer;
+    };
+
     /// The dictation has ended: no more drafts, and the running one gives way at once.
     void stop()
     {
-        std::optional<Completer<Done>> sleeper;
+        std::optional<Sleeper> sleeper;
         const auto draft = [&] {
             const std::scoped_lock guard(lock);
             stopped = true;
@@ -60,7 +65,7 @@ struct ParakeetTranscriber::State {
         }();
         draft.request_stop();
         if (sleeper) {
-            sleeper->complete({});
+            sleeper->wakes.complete({});
         }
     }
 
@@ -68,19 +73,13 @@ struct ParakeetTranscriber::State {
     Completion<Done> nextDraft()
     {
         Completion<Done> due;
-        const auto completer = due.completer();
-        bool ended = false;
-        {
-            const std::scoped_lock guard(lock);
-            ended = stopped;
-            if (!ended) {
-                drafter = completer;
-            }
-        }
-        if (ended) {
-            completer.complete({});
+        const auto wakes = due.completer();
+        const auto wake = [wakes] { wakes.complete({}); };
+        const std::scoped_lock guard(lock);
+        if (stopped) {
+            wake();
         } else {
-            loop.postAfter(draftInterval, [completer] { completer.complete({}); });
+            drafter = Sleeper{wakes, loop.startTimer(draftInterval, wake)};
         }
         return due;
     }
@@ -137,8 +136,8 @@ struct ParakeetTranscriber::State {
     /// Utterances cut and not yet transcribed.
     int queued = 0;
     bool stopped = false;
-    /// Wakes the drafter.
-    std::optional<Completer<Done>> drafter;
+    /// The drafter between two drafts.
+    std::optional<Sleeper> drafter;
     std::optional<std::string> failure;
     std::stop_source runningDraft{std::nostopstate};
 };

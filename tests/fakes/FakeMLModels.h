@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Ports/MLModel.h"
-#include "Ports/MainLoop.h"
+#include "simulation/SimulatedLoop.h"
 
 #include <functional>
 #include <map>
@@ -24,7 +24,7 @@ public:
         std::string loadFailure{};
     };
 
-    explicit FakeMLModels(MainLoop& loop) : loop(loop) {}
+    explicit FakeMLModels(SimulatedLoop& loop) : loop(loop) {}
 
     std::map<std::string, Script> scripts;
     /// The folders and names of every load asked for, in order.
@@ -188,7 +188,7 @@ private:
         }
     }
 
-    MainLoop& loop;
+    SimulatedLoop& loop;
     std::set<Model*> models;
     std::vector<Completer<std::unique_ptr<MLModel>>> hung;
     std::map<int, Completer<MLFeatures>> pending;

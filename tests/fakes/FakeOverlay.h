@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Ports/MainLoop.h"
 #include "Ports/OverlayPanel.h"
 #include "Ports/Screens.h"
+#include "simulation/SimulatedLoop.h"
 
 #include <algorithm>
 #include <functional>
@@ -50,7 +50,7 @@ private:
 /// A panel whose alpha moves evenly on the loop's clock.
 class FakeOverlayPanel final : public OverlayPanel {
 public:
-    explicit FakeOverlayPanel(MainLoop& loop) : loop(loop) {}
+    explicit FakeOverlayPanel(SimulatedLoop& loop) : loop(loop) {}
 
     /// Whether the end of an animation that was replaced is told too.
     bool tellsReplaced = true;
@@ -98,7 +98,7 @@ public:
     }
 
 private:
-    MainLoop& loop;
+    SimulatedLoop& loop;
     bool visible = false;
     double from = 0;
     double target = 0;

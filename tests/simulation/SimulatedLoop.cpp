@@ -7,32 +7,46 @@ namespace vorlin {
 
 SimulatedLoop::~SimulatedLoop()
 {
-    while (!mainQueue.empty() || !jobs.empty() || !timers.empty()) {
+    while (!mainQueue.empty() || !jobs.empty() || timers.next()) {
         std::exchange(mainQueue, {});
         std::exchange(jobs, {});
-        std::exchange(timers, {});
+        timers.clear();
     }
+}
+
+Timer SimulatedLoop::startTimer(Duration delay, Work work)
+{
+    return timers.add(time + std::max(delay, Duration::zero()), std::move(work));
 }
 
 void SimulatedLoop::postAfter(Duration delay, Work work)
 {
-    timers.emplace(time + std::max(delay, Duration::zero()), std::move(work));
+    ++worldEvents;
+    const auto held = std::make_shared<Timer>(); // by its own work
+    *held = startTimer(delay, [this, held, work = std::move(work)] {
+        --worldEvents;
+        work();
+    });
 }
 
 bool SimulatedLoop::runOne()
 {
-    if (mainQueue.empty() && jobs.empty()) {
+    const auto due = timers.next();
+    const bool mainReady = !mainQueue.empty() || (due && *due <= time);
+    if (!mainReady && jobs.empty()) {
         return false;
     }
-    const bool runMain = jobs.empty() || (!mainQueue.empty() && random() % 2 == 0);
+    const bool runMain = jobs.empty() || (mainReady && random() % 2 == 0);
     Work work;
-    if (runMain) {
-        work = std::move(mainQueue.front());
-        mainQueue.pop_front();
-    } else {
+    if (!runMain) {
         const auto chosen = jobs.begin() + static_cast<std::ptrdiff_t>(random() % jobs.size());
         work = std::move(*chosen);
         jobs.erase(chosen);
+    } else if (!mainQueue.empty()) {
+        work = std::move(mainQueue.front());
+        mainQueue.pop_front();
+    } else {
+        work = timers.takeDue(time);
     }
     runningMain = runMain;
     work();
@@ -42,14 +56,7 @@ bool SimulatedLoop::runOne()
 
 void SimulatedLoop::runReady()
 {
-    while (true) {
-        while (!timers.empty() && timers.begin()->first <= time) {
-            mainQueue.push_back(std::move(timers.begin()->second));
-            timers.erase(timers.begin());
-        }
-        if (!runOne()) {
-            return;
-        }
+    while (runOne()) {
     }
 }
 
@@ -57,8 +64,8 @@ void SimulatedLoop::advance(Duration duration)
 {
     const TimePoint until = time + duration;
     runReady();
-    while (!timers.empty() && timers.begin()->first <= until) {
-        time = timers.begin()->first;
+    for (auto due = timers.next(); due && *due <= until; due = timers.next()) {
+        time = *due;
         runReady();
     }
     time = until;

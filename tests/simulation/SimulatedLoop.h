@@ -1,11 +1,12 @@
 #pragma once
 
+#include "Async/TimerQueue.h"
 #include "Ports/MainLoop.h"
 #include "Ports/Workers.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <map>
 #include <random>
 #include <vector>
 
@@ -25,11 +26,17 @@ public:
 
     void post(Work work) override { mainQueue.push_back(std::move(work)); }
     TimePoint now() const override { return time; }
-    void postAfter(Duration delay, Work work) override;
+    [[nodiscard]] Timer startTimer(Duration delay, Work work) override;
     Executor& executor(WorkPriority priority) override
     {
         return priority == WorkPriority::normal ? normal : background;
     }
+
+    /// What the world around the program does later, whatever happens.
+    void postAfter(Duration delay, Work work);
+
+    /// How many timers of the program run.
+    std::size_t pendingTimers() const { return timers.size() - worldEvents; }
 
     /// Runs all work that is ready, and what it makes ready, without letting time pass.
     void runReady();
@@ -58,7 +65,8 @@ private:
     TimePoint time;
     std::deque<Work> mainQueue;
     std::vector<Work> jobs;
-    std::multimap<TimePoint, Work> timers;
+    TimerQueue timers;
+    std::size_t worldEvents = 0;
     bool runningMain = true;
 };
 

@@ -1,16 +1,22 @@
 #include "Platform/Shared/QtMainLoop.h"
 
-#include <QTimer>
-
 #include <algorithm>
 #include <utility>
 
 namespace vorlin {
 
+QtMainLoop::QtMainLoop()
+    : timers([this] { QMetaObject::invokeMethod(&context, [this] { arm(); }); })
+{
+    alarm.setSingleShot(true);
+    alarm.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&alarm, &QTimer::timeout, &context, [this] { runTimer(); });
+}
+
 QtMainLoop::~QtMainLoop()
 {
-    qDeleteAll(context.children()); // the timers, with their work
     while (true) {
+        timers.clear();
         std::deque<Work> dropped;
         {
             const std::scoped_lock guard(lock);
@@ -48,22 +54,29 @@ TimePoint QtMainLoop::now() const
     return std::chrono::steady_clock::now();
 }
 
-void QtMainLoop::postAfter(Duration delay, Work work)
+Timer QtMainLoop::startTimer(Duration delay, Work work)
 {
-    // A timer belongs to the thread that starts it, so start it on the main thread.
-    post([this, due = now() + delay, work = std::move(work)]() mutable {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(due - now());
-        // A child of the context, so that the work goes with it.
-        auto* timer = new QTimer(&context);
-        timer->setSingleShot(true);
-        timer->setTimerType(Qt::PreciseTimer);
-        QObject::connect(timer, &QTimer::timeout, timer, [timer, work = std::move(work)]() mutable {
-            const auto last = std::move(work);
-            timer->deleteLater();
-            last();
-        });
-        timer->start(std::max(left, std::chrono::milliseconds::zero()));
-    });
+    return timers.add(now() + delay, std::move(work));
+}
+
+void QtMainLoop::arm()
+{
+    const auto due = timers.next();
+    if (!due) {
+        alarm.stop();
+        return;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*due - now());
+    alarm.start(std::max(left, std::chrono::milliseconds::zero()));
+}
+
+void QtMainLoop::runTimer()
+{
+    const Work work = timers.takeDue(now());
+    arm(); // first, for the work may run an event loop of its own
+    if (work) {
+        work();
+    }
 }
 
 } // namespace vorlin

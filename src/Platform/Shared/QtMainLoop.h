@@ -1,8 +1,10 @@
 #pragma once
 
+#include "Async/TimerQueue.h"
 #include "Ports/MainLoop.h"
 
 #include <QObject>
+#include <QTimer>
 
 #include <deque>
 #include <mutex>
@@ -13,24 +15,29 @@ namespace vorlin {
 /// destroy it there, when no other thread posts any more.
 class QtMainLoop final : public MainLoop {
 public:
-    QtMainLoop() = default;
+    QtMainLoop();
     QtMainLoop(const QtMainLoop&) = delete;
     QtMainLoop& operator=(const QtMainLoop&) = delete;
     ~QtMainLoop() override;
 
     void post(Work work) override;
     TimePoint now() const override;
-    void postAfter(Duration delay, Work work) override;
+    [[nodiscard]] Timer startTimer(Duration delay, Work work) override;
 
 private:
     void runNext();
+    void runTimer();
+    /// Has Qt wake the loop when the next timer is due.
+    void arm();
 
     std::mutex lock;
     /// Qt only says when to take the next one: work that is dropped may post more, which Qt's own
     /// queue does not stand.
     std::deque<Work> queue;
-    /// Lives on the main thread; the timers are its children.
+    /// Lives on the main thread.
     QObject context;
+    QTimer alarm;
+    TimerQueue timers;
 };
 
 } // namespace vorlin

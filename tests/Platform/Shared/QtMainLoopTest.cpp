@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QEvent>
+#include <QEventLoop>
 #include <QThread>
 
 #include <algorithm>
@@ -84,7 +86,7 @@ TEST(QtMainLoop, aTimerNeverFiresEarly)
     for (int i = 0; i < 20; ++i) {
         const auto start = loop.now();
         std::optional<TimePoint> fired;
-        loop.postAfter(delay, [&] { fired = loop.now(); });
+        const Timer timer = loop.startTimer(delay, [&] { fired = loop.now(); });
         ASSERT_TRUE(runUntil([&] { return fired.has_value(); }));
         EXPECT_GE(fired.value_or(start) - start, delay);
     }
@@ -94,9 +96,11 @@ TEST(QtMainLoop, timersFireInTheOrderOfTheirMoments)
 {
     QtMainLoop loop;
     std::string fired;
-    loop.postAfter(milliseconds(60), [&] { fired += 'c'; });
-    loop.postAfter(milliseconds(30), [&] { fired += 'b'; });
-    loop.postAfter(milliseconds(0), [&] { fired += 'a'; });
+    const std::array timers = {
+        loop.startTimer(milliseconds(60), [&] { fired += 'c'; }),
+        loop.startTimer(milliseconds(30), [&] { fired += 'b'; }),
+        loop.startTimer(milliseconds(0), [&] { fired += 'a'; }),
+    };
     ASSERT_TRUE(runUntil([&] { return fired.size() == 3; }));
     EXPECT_EQ(fired, "abc");
 }
@@ -105,7 +109,7 @@ TEST(QtMainLoop, aTimerWithoutDelayNeverRunsInsideTheCall)
 {
     QtMainLoop loop;
     bool fired = false;
-    loop.postAfter(milliseconds(-5), [&] { fired = true; });
+    const Timer timer = loop.startTimer(milliseconds(-5), [&] { fired = true; });
     EXPECT_FALSE(fired);
     EXPECT_TRUE(runUntil([&] { return fired; }));
 }
@@ -114,8 +118,9 @@ TEST(QtMainLoop, aTimerMayBeSetFromAnyThreadAndFiresOnTheMainThread)
 {
     QtMainLoop loop;
     QThread* firedOn = nullptr;
+    Timer timer;
     std::jthread([&] {
-        loop.postAfter(milliseconds(1), [&] { firedOn = QThread::currentThread(); });
+        timer = loop.startTimer(milliseconds(1), [&] { firedOn = QThread::currentThread(); });
     }).join();
     ASSERT_TRUE(runUntil([&] { return firedOn != nullptr; }));
     EXPECT_EQ(firedOn, qApp->thread());
@@ -125,31 +130,77 @@ TEST(QtMainLoop, aDestroyedLoopDropsItsWorkAndItsTimersUnrun)
 {
     const auto held = std::make_shared<int>(0);
     bool ran = false;
+    std::array<Timer, 2> timers; // may outlive the loop
     {
         QtMainLoop loop;
         loop.post([&ran, held] { ran = true; });
-        loop.postAfter(milliseconds(0), [&ran, held] { ran = true; });
-        loop.postAfter(std::chrono::hours(1), [&ran, held] { ran = true; });
+        timers = {loop.startTimer(milliseconds(0), [&ran, held] { ran = true; }),
+                  loop.startTimer(std::chrono::hours(1), [&ran, held] { ran = true; })};
     }
     EXPECT_EQ(held.use_count(), 1);
     bool later = false;
     QtMainLoop other;
-    other.postAfter(milliseconds(5), [&] { later = true; });
+    const Timer timer = other.startTimer(milliseconds(5), [&] { later = true; });
     ASSERT_TRUE(runUntil([&] { return later; }));
     EXPECT_FALSE(ran);
 }
 
-TEST(QtMainLoop, aTimerThatIsAlreadyRunningGoesWithTheLoop)
+TEST(QtMainLoop, aTimerThatWasTakenBackDoesNotRunAndFreesItsWork)
 {
+    QtMainLoop loop;
     const auto held = std::make_shared<int>(0);
-    {
-        QtMainLoop loop;
-        loop.postAfter(std::chrono::hours(1), [held] { FAIL(); });
-        bool started = false;
-        loop.post([&] { started = true; }); // the timer is started by the post before it
-        ASSERT_TRUE(runUntil([&] { return started; }));
-    }
+    Timer timer = loop.startTimer(milliseconds(1), [held] { ADD_FAILURE(); });
+    timer.reset();
     EXPECT_EQ(held.use_count(), 1);
+    bool later = false;
+    const Timer after = loop.startTimer(milliseconds(5), [&] { later = true; });
+    EXPECT_TRUE(runUntil([&] { return later; }));
+}
+
+TEST(QtMainLoop, aTimerMayBeTakenBackByAnotherOfItsMomentAndReplacedByItsOwnWork)
+{
+    QtMainLoop loop;
+    std::string ran;
+    Timer second;
+    const Timer first = loop.startTimer(milliseconds(0), [&] {
+        ran += 'a';
+        second.reset();
+    });
+    second = loop.startTimer(milliseconds(0), [&] { ran += 'b'; });
+    Timer again;
+    std::function<void()> restart = [&] {
+        ran += 'c';
+        if (ran.size() < 4) {
+            again = loop.startTimer(milliseconds(1), restart);
+        }
+    };
+    again = loop.startTimer(milliseconds(10), restart);
+    ASSERT_TRUE(runUntil([&] { return ran.size() == 4; }));
+    EXPECT_EQ(ran, "accc");
+}
+
+/// Counts how often a timer of Qt's wakes the main thread.
+class WakeUps final : public QObject {
+public:
+    WakeUps() { qApp->installEventFilter(this); }
+    bool eventFilter(QObject* /*watched*/, QEvent* event) override
+    {
+        count += event->type() == QEvent::Timer ? 1 : 0;
+        return false;
+    }
+    int count = 0;
+};
+
+TEST(QtMainLoop, aTimerThatWasTakenBackWakesNobody)
+{
+    QtMainLoop loop;
+    QEventLoop events;
+    Timer timer = loop.startTimer(milliseconds(10), [] { ADD_FAILURE(); });
+    const Timer after = loop.startTimer(milliseconds(30), [&] { events.quit(); });
+    timer.reset();
+    const WakeUps wakeUps;
+    events.exec();
+    EXPECT_EQ(wakeUps.count, 1);
 }
 
 /// Posts to a loop when it is destroyed.
@@ -177,13 +228,13 @@ TEST(QtMainLoop, workThatPostsWhenItIsDroppedLeavesNothingBehind)
     {
         QtMainLoop loop;
         loop.post([dropped = std::make_shared<PostsWhenDropped>(loop, held)] { ADD_FAILURE(); });
-        loop.postAfter(std::chrono::hours(1),
-                       [dropped = std::make_shared<PostsWhenDropped>(loop, held)] {});
+        const Timer timer = loop.startTimer(
+            std::chrono::hours(1), [dropped = std::make_shared<PostsWhenDropped>(loop, held)] {});
     }
     EXPECT_EQ(held.use_count(), 1);
     bool later = false;
     QtMainLoop other;
-    other.postAfter(milliseconds(1), [&] { later = true; });
+    const Timer timer = other.startTimer(milliseconds(1), [&] { later = true; });
     EXPECT_TRUE(runUntil([&] { return later; }));
 }
 

@@ -70,7 +70,7 @@ void PulseCapture::begin()
     othersHeld = context.holdOtherWork();
     context.connectNow();
     sourceWatch = context.defaultSource().observe([this](const auto&) { sourceChanged(); });
-    failUnlessPast(Phase::waiting, answerLimit, "The sound server does not answer.");
+    failAfter(answerLimit, "The sound server does not answer.");
     sourceChanged();
 }
 
@@ -93,7 +93,7 @@ void PulseCapture::sourceChanged()
 void PulseCapture::open(const DefaultSource& source)
 {
     phase = Phase::opening;
-    failUnlessPast(Phase::opening, openLimit, "The microphone does not answer.");
+    failAfter(openLimit, "The microphone does not answer.");
     format = {.format = PA_SAMPLE_FLOAT32NE,
               .rate = std::clamp(source.rate, lowestRate, highestRate),
               .channels = source.channels.channels};
@@ -163,14 +163,14 @@ void PulseCapture::streamChanged()
 void PulseCapture::suspensionChanged()
 {
     if (pa_stream_is_suspended(stream.get()) != 1) {
+        suspended.reset();
         return;
     }
-    context.thread().postAfter(suspensionLimit, [weak = weak_from_this()] {
-        const auto capture = weak.lock();
-        if (capture && capture->stream && pa_stream_is_suspended(capture->stream.get()) == 1) {
-            capture->fail("The microphone was suspended.");
-        }
-    });
+    if (suspended) {
+        return;
+    }
+    suspended = context.thread().startTimer(suspensionLimit,
+                                            [this] { fail("The microphone was suspended."); });
 }
 
 void PulseCapture::read()
@@ -205,11 +205,10 @@ void PulseCapture::stop()
     const auto since = std::chrono::duration_cast<std::chrono::microseconds>(
         std::chrono::steady_clock::now() - lastRead + transport);
     leastTarget = bytesRead + pa_usec_to_bytes(static_cast<pa_usec_t>(since.count()), &format);
-    context.thread().postAfter(drainLimit, [weak = weak_from_this()] {
-        if (const auto capture = weak.lock(); capture && capture->phase == Phase::stopping) {
-            capture->read();
-            capture->finish();
-        }
+    limit = context.thread().startTimer(drainLimit, [this] {
+        const auto held = self;
+        read();
+        finish();
     });
     targetQuestion.reset(pa_stream_update_timing_info(
         stream.get(),
@@ -234,26 +233,18 @@ void PulseCapture::targetAnswered(bool success)
     read();
 }
 
-void PulseCapture::failUnlessPast(Phase stuck, Duration limit, const std::string& reason)
+void PulseCapture::failAfter(Duration time, const std::string& reason)
 {
-    context.thread().postAfter(limit, [weak = weak_from_this(), stuck, reason] {
-        if (const auto capture = weak.lock(); capture && capture->phase == stuck) {
-            capture->fail(reason);
-        }
-    });
+    limit = context.thread().startTimer(time, [this, reason] { fail(reason); });
 }
 
 void PulseCapture::watchForStall()
 {
-    context.thread().postAfter(stallLimit, [weak = weak_from_this(), before = bytesRead] {
-        const auto capture = weak.lock();
-        if (!capture || capture->phase != Phase::recording) {
-            return;
-        }
-        if (capture->bytesRead == before) {
-            capture->fail("The microphone delivers no sound.");
+    limit = context.thread().startTimer(stallLimit, [this, before = bytesRead] {
+        if (bytesRead == before) {
+            fail("The microphone delivers no sound.");
         } else {
-            capture->watchForStall();
+            watchForStall();
         }
     });
 }
@@ -302,6 +293,8 @@ void PulseCapture::end()
 void PulseCapture::close()
 {
     phase = Phase::ended;
+    limit.reset();
+    suspended.reset();
     sourceWatch.reset();
     othersHeld.reset();
     targetQuestion.reset();

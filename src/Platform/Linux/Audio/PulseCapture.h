@@ -69,8 +69,8 @@ private:
     void suspensionChanged();
     void read();
     void targetAnswered(bool success);
-    /// Fails after `limit` if it is still in the phase `stuck`.
-    void failUnlessPast(Phase stuck, Duration limit, const std::string& reason);
+    /// Fails after `time`, unless the phase ends before.
+    void failAfter(Duration time, const std::string& reason);
     void watchForStall();
     void fail(const std::string& reason);
     void finish();
@@ -83,6 +83,9 @@ private:
     Events events;
     std::shared_ptr<PulseCapture> self;
     Phase phase = Phase::waiting;
+    /// How long the phase may last.
+    Timer limit;
+    Timer suspended;
     Subscription sourceWatch;
     std::shared_ptr<const void> othersHeld;
     PulseStream stream;

@@ -44,7 +44,8 @@ PulseContext::PulseContext() : pause(firstPause), sourceIndex(PA_INVALID_INDEX)
 PulseContext::~PulseContext()
 {
     soundThread.post([this] {
-        ++attempt;
+        nextAttempt.reset();
+        nextAsk.reset();
         if (context) {
             pa_context_set_state_callback(context.get(), nullptr, nullptr);
             pa_context_set_subscribe_callback(context.get(), nullptr, nullptr);
@@ -69,7 +70,7 @@ void PulseContext::connectNow()
         }
         return;
     }
-    ++attempt;
+    nextAttempt.reset();
     source.set({});
     auto* connecting = pa_context_new(soundThread.events(), "Vorlin");
     context.reset(connecting);
@@ -121,11 +122,8 @@ void PulseContext::connectionLost()
         pa_context_set_subscribe_callback(context.get(), nullptr, nullptr);
         context.reset();
     }
-    soundThread.postAfter(pause, [this, failed = attempt] {
-        if (attempt == failed) {
-            connectNow();
-        }
-    });
+    nextAsk.reset();
+    nextAttempt = soundThread.startTimer(pause, [this] { connectNow(); });
     pause = std::min(2 * pause, longestPause);
 
     DefaultSource none;
@@ -185,11 +183,9 @@ void PulseContext::sourceAnswered(const pa_source_info* info, int endOfList)
     if (endOfList < 0 && asksLeft > 0) {
         // A PipeWire server whose devices are still coming names a default that is not there.
         --asksLeft;
-        soundThread.postAfter(askPause, [this, asked = attempt] {
-            if (attempt == asked && context) {
-                asking = false;
-                askForSource();
-            }
+        nextAsk = soundThread.startTimer(askPause, [this] {
+            asking = false;
+            askForSource();
         });
         return;
     }

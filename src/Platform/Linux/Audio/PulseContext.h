@@ -85,14 +85,14 @@ private:
     std::unique_ptr<pa_context, Unref> context;
     /// Until the next attempt to connect.
     Duration pause;
-    /// Counts the attempts, so that a late timer knows that it is.
-    int attempt = 0;
+    Timer nextAttempt;
 
     Published<DefaultSource, PulseContext> source;
     std::uint32_t sourceIndex;
     std::string defaultSink;
     DefaultSource answer;
     int asksLeft = 0; // before a default source that is not there means none
+    Timer nextAsk;
     bool asking = false;
     bool askAgain = false;
 

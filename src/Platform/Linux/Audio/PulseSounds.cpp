@@ -87,26 +87,32 @@ public:
 
     void play(std::span<const std::uint8_t> samples)
     {
-        const auto start = [weak = weak_from_this(), samples] {
+        const std::uint64_t number = ++sounds;
+        auto start = [weak = weak_from_this(), number, samples] {
             if (const auto player = weak.lock()) {
-                player->start(samples);
+                player->start(number, samples);
             }
         };
-        context.thread().postAfter(captureGoesFirst, [weak = weak_from_this(), start] {
-            if (const auto player = weak.lock()) {
-                player->context.afterCaptureStarts(start);
-            }
-        });
+        playing[number].timer =
+            context.thread().startTimer(captureGoesFirst, [this, start = std::move(start)] {
+                context.afterCaptureStarts(start);
+            });
     }
 
 private:
-    void start(std::span<const std::uint8_t> samples)
+    struct Sound {
+        /// Until it may start; then until it should have ended.
+        Timer timer;
+        std::unique_ptr<Playing> stream;
+    };
+
+    void start(std::uint64_t number, std::span<const std::uint8_t> samples)
     {
         auto* connection = context.connection();
         if (connection == nullptr) {
+            playing.erase(number);
             return;
         }
-        const std::uint64_t number = ++sounds;
         auto forget = [this, number] {
             // Not now: the sound is in a call of its own.
             context.thread().post([weak = weak_from_this(), number] {
@@ -115,15 +121,15 @@ private:
                 }
             });
         };
-        auto& sound = playing[number];
-        sound = std::make_unique<Playing>(samples, forget);
-        sound->start(connection);
-        context.thread().postAfter(playLimit, forget);
+        Sound& sound = playing[number];
+        sound.timer = context.thread().startTimer(playLimit, forget);
+        sound.stream = std::make_unique<Playing>(samples, forget);
+        sound.stream->start(connection);
     }
 
     PulseContext& context;
     std::uint64_t sounds = 0;
-    std::map<std::uint64_t, std::unique_ptr<Playing>> playing;
+    std::map<std::uint64_t, Sound> playing;
 };
 
 PulseSounds::PulseSounds(PulseContext& context)

@@ -61,9 +61,9 @@ void SoundThread::post(Work work)
     eventfd_write(wakeUp, 1);
 }
 
-void SoundThread::postAfter(Duration delay, Work work)
+Timer SoundThread::startTimer(Duration delay, Work work)
 {
-    timers.emplace(std::chrono::steady_clock::now() + delay, std::move(work));
+    return timers.add(std::chrono::steady_clock::now() + delay, std::move(work));
 }
 
 pa_mainloop_api* SoundThread::events()
@@ -94,21 +94,20 @@ void SoundThread::runReady()
         work();
     }
     const TimePoint now = std::chrono::steady_clock::now();
-    while (!timers.empty() && timers.begin()->first <= now) {
-        const Work work = std::move(timers.begin()->second);
-        timers.erase(timers.begin());
+    while (const Work work = timers.takeDue(now)) {
         work();
     }
 }
 
 int SoundThread::waitLimit() const
 {
-    if (timers.empty()) {
+    const auto due = timers.next();
+    if (!due) {
         return -1;
     }
     constexpr std::chrono::microseconds longest = std::chrono::minutes(1);
-    const auto left = std::chrono::ceil<std::chrono::microseconds>(
-        timers.begin()->first - std::chrono::steady_clock::now());
+    const auto left =
+        std::chrono::ceil<std::chrono::microseconds>(*due - std::chrono::steady_clock::now());
     return static_cast<int>(std::clamp(left, std::chrono::microseconds(0), longest).count());
 }
 

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "Async/Executor.h"
+#include "Async/TimerQueue.h"
 #include "Ports/MainLoop.h"
 
 #include <pulse/mainloop.h>
 
 #include <deque>
-#include <map>
 #include <mutex>
 #include <thread>
 
@@ -25,9 +25,9 @@ public:
     /// Runs `work` on the sound thread. Any thread.
     void post(Work work) override;
 
-    /// Runs `work` on the sound thread after `delay`, unless the thread ends first. It cannot be
-    /// taken back: what it does must check that it is still wanted. Sound thread.
-    void postAfter(Duration delay, Work work);
+    /// Runs `work` on the sound thread after `delay`, for as long as the result is kept and the
+    /// thread runs; `work` itself may let go of it. Sound thread.
+    [[nodiscard]] Timer startTimer(Duration delay, Work work);
 
     /// Where libpulse registers its events. Sound thread.
     pa_mainloop_api* events();
@@ -44,8 +44,8 @@ private:
     int wakeUp;
     std::mutex lock;
     std::deque<Work> posted;
-    /// Sound thread only, as is `ending`.
-    std::multimap<TimePoint, Work> timers;
+    TimerQueue timers;
+    /// Sound thread only.
     bool ending = false;
     std::thread thread;
 };

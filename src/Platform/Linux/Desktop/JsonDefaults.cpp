@@ -155,13 +155,13 @@ JsonDefaults::observe(std::function<void(const std::string& key)> observer)
 
 void JsonDefaults::fileChanged()
 {
-    if (std::exchange(lookScheduled, true)) {
+    if (settling) {
         return;
     }
-    loop.postAfter(settlingTime, lifetime.guard([this] {
-        lookScheduled = false;
+    settling = loop.startTimer(settlingTime, [this] {
+        settling.reset();
         synchronise();
-    }));
+    });
 }
 
 void JsonDefaults::synchronise()

@@ -68,7 +68,8 @@ private:
     std::uint64_t changeNumber = 0;
     bool synchronising = false;
     bool synchroniseAgain = false;
-    bool lookScheduled = false;
+    /// Until the file is read after a sign of change.
+    Timer settling;
     std::vector<Observer> observers;
     FileWatch watch;
     Lifetime lifetime;

@@ -16,6 +16,14 @@ void SnapshotCollector::addWaiter(Completer<PasteboardSnapshot> waiter)
     waiter.complete({});
 }
 
+void SnapshotCollector::keepUntilFinished(Timer kept)
+{
+    const std::scoped_lock guard(lock);
+    if (!done) {
+        limit = std::move(kept);
+    }
+}
+
 void SnapshotCollector::add(std::string type, std::vector<std::uint8_t> bytes)
 {
     const std::scoped_lock guard(lock);
@@ -38,9 +46,11 @@ void SnapshotCollector::finish()
 {
     std::vector<Completer<PasteboardSnapshot>> waiting;
     PasteboardSnapshot snapshot;
+    Timer over;
     {
         const std::scoped_lock guard(lock);
         done = true;
+        over = std::exchange(limit, nullptr);
         waiting = std::exchange(waiters, {});
         snapshot = std::exchange(gathered, {});
     }

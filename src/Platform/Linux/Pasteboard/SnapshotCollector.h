@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Ports/MainLoop.h"
 #include "Ports/Pasteboard.h"
 
 #include <mutex>
@@ -14,6 +15,9 @@ class SnapshotCollector {
 public:
     /// Another one who wants this snapshot. Answered at once when it is finished.
     void addWaiter(Completer<PasteboardSnapshot> waiter);
+
+    /// Lets go of `limit` once it is finished.
+    void keepUntilFinished(Timer limit);
 
     void add(std::string type, std::vector<std::uint8_t> bytes);
 
@@ -30,6 +34,7 @@ private:
     bool done = false;
     PasteboardSnapshot gathered;
     std::vector<Completer<PasteboardSnapshot>> waiters;
+    Timer limit;
 };
 
 } // namespace vorlin

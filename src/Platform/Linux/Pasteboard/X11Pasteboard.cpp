@@ -42,7 +42,8 @@ Completion<PasteboardSnapshot> X11Pasteboard::snapshot(PasteSource source)
     collector->addWaiter(waiter);
     // The thread ends it a little before its time; the loop, should the thread be held up.
     const Deadline deadline = std::chrono::steady_clock::now() + limits.time * 9 / 10;
-    loop.postAfter(limits.time, [collector] { collector->finish(); });
+    collector->keepUntilFinished(
+        loop.startTimer(limits.time, [collector] { collector->finish(); }));
     thread->post(
         [=, bytes = limits.bytes, selection = selectionIndex(source)](SelectionClient& client) {
             client.read(selection, collector, waiter, bytes, deadline);

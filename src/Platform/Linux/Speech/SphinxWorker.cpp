@@ -82,6 +82,7 @@ SphinxWorker::StreamHandle SphinxWorker::open(SpeechModel model, SpeechAnalyzers
     const std::scoped_lock guard(lock);
     ++uses;
     unloadWanted = false;
+    unloading.reset();
     streams.push_back(stream);
     wake();
     return stream;
@@ -336,17 +337,13 @@ void SphinxWorker::dropDecoder()
 
 void SphinxWorker::scheduleUnload()
 {
-    std::uint64_t usesNow = 0;
-    {
-        const std::scoped_lock guard(lock);
-        usesNow = uses;
-    }
-    loop.postAfter(unloadDelay, [weak = weak_from_this(), usesNow] {
+    const std::scoped_lock guard(lock);
+    unloading = loop.startTimer(unloadDelay, [weak = weak_from_this(), usesNow = uses] {
         const auto self = weak.lock();
         if (!self) {
             return;
         }
-        const std::scoped_lock guard(self->lock);
+        const std::scoped_lock locked(self->lock);
         if (self->uses == usesNow && self->streams.empty()) {
             self->unloadWanted = true;
             self->wake();

@@ -92,6 +92,8 @@ private:
     std::deque<StreamHandle> streams;
     bool stepQueued = false;
     bool unloadWanted = false;
+    /// Until the decoder goes.
+    Timer unloading;
     /// Counts the streams opened and ended: tells whether the decoder was used meanwhile.
     std::uint64_t uses = 0;
 

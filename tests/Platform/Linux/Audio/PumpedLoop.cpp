@@ -33,13 +33,9 @@ TimePoint PumpedLoop::now() const
     return std::chrono::steady_clock::now();
 }
 
-void PumpedLoop::postAfter(Duration delay, Work work)
+Timer PumpedLoop::startTimer(Duration delay, Work work)
 {
-    {
-        const std::scoped_lock guard(lock);
-        timers.emplace(now() + delay, std::move(work));
-    }
-    ready.notify_one();
+    return timers.add(now() + delay, std::move(work));
 }
 
 bool PumpedLoop::runUntil(const std::function<bool()>& condition, Duration limit)
@@ -50,16 +46,14 @@ bool PumpedLoop::runUntil(const std::function<bool()>& condition, Duration limit
         {
             std::unique_lock guard(lock);
             while (queue.empty()) {
-                if (!timers.empty() && timers.begin()->first <= now()) {
-                    queue.push_back(std::move(timers.begin()->second));
-                    timers.erase(timers.begin());
+                if (Work due = timers.takeDue(now())) {
+                    queue.push_back(std::move(due));
                     break;
                 }
                 if (now() >= deadline) {
                     return false;
                 }
-                ready.wait_until(guard, timers.empty() ? deadline
-                                                       : std::min(deadline, timers.begin()->first));
+                ready.wait_until(guard, std::min(deadline, timers.next().value_or(deadline)));
             }
             next = std::move(queue.front());
             queue.pop_front();
@@ -72,7 +66,7 @@ bool PumpedLoop::runUntil(const std::function<bool()>& condition, Duration limit
 void PumpedLoop::runFor(Duration span)
 {
     bool over = false;
-    postAfter(span, [&over] { over = true; });
+    const Timer timer = startTimer(span, [&over] { over = true; });
     runUntil([&over] { return over; });
 }
 

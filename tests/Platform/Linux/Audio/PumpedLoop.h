@@ -2,12 +2,12 @@
 
 #include "Async/Completion.h"
 #include "Async/Task.h"
+#include "Async/TimerQueue.h"
 #include "Ports/MainLoop.h"
 
 #include <condition_variable>
 #include <deque>
 #include <functional>
-#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -20,7 +20,7 @@ class PumpedLoop final : public MainLoop {
 public:
     void post(Work work) override;
     TimePoint now() const override;
-    void postAfter(Duration delay, Work work) override;
+    [[nodiscard]] Timer startTimer(Duration delay, Work work) override;
 
     /// Runs the loop until `condition` holds; false when it does not within `limit`. The
     /// condition is looked at after each piece of work.
@@ -34,7 +34,7 @@ private:
     std::mutex lock;
     std::condition_variable ready;
     std::deque<Work> queue;
-    std::multimap<TimePoint, Work> timers;
+    TimerQueue timers{[this] { post([] {}); }}; // wakes whoever waits for the earliest
 };
 
 /// What became of a completion: pending, done, or the text of its failure.

@@ -1,5 +1,6 @@
 #include "Platform/Linux/Desktop/JsonDefaults.h"
 
+#include "Async/TimerQueue.h"
 #include "Platform/RunUntil.h"
 #include "Platform/Shared/QtMainLoop.h"
 #include "Platform/Shared/ThreadPool.h"
@@ -24,10 +25,16 @@ class ByHand final : public MainLoop {
 public:
     void post(Work work) override { queue.push_back(std::move(work)); }
     TimePoint now() const override { return {}; }
-    void postAfter(Duration, Work work) override { post(std::move(work)); }
+    [[nodiscard]] Timer startTimer(Duration, Work work) override
+    {
+        return timers.add({}, std::move(work));
+    }
 
     bool runOne()
     {
+        if (Work due = timers.takeDue({})) {
+            queue.push_back(std::move(due));
+        }
         if (queue.empty()) {
             return false;
         }
@@ -38,6 +45,7 @@ public:
     }
 
     std::deque<Work> queue;
+    TimerQueue timers;
 };
 
 class JsonDefaultsTest : public testing::Test {
@@ -359,7 +367,7 @@ TEST_F(JsonDefaultsWatchTest, aTextHalfWrittenCostsNoSettingAndIsLeftToItsEditor
     write(file, R"({"a": 2, )");
     write(folder / "Vorlin/other", "");
     bool settled = false;
-    loop.postAfter(std::chrono::milliseconds(200), [&] { settled = true; });
+    const Timer timer = loop.startTimer(std::chrono::milliseconds(200), [&] { settled = true; });
     ASSERT_TRUE(runUntil([&] { return settled; }));
     EXPECT_EQ(defaults->value("a"), DefaultsValue(1.0));
     EXPECT_FALSE(fs::exists(file.string() + ".damaged"));

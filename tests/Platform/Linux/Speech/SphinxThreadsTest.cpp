@@ -30,7 +30,7 @@ public:
         ready.notify_one();
     }
     TimePoint now() const override { return {}; }
-    void postAfter(Duration, Work) override {}
+    [[nodiscard]] Timer startTimer(Duration, Work) override { return nullptr; }
 
     /// Runs what is posted until `condition` holds; false when nothing comes for minutes.
     bool runUntil(const std::function<bool()>& condition)
