@@ -95,9 +95,17 @@ Task<void> TextInserter::insertWaiting()
 
 Task<void> TextInserter::paste(std::string text)
 {
-    co_await awaitReader(focus.pasteChord().source);
-    const PasteChord chord = focus.pasteChord();
-    auto items = co_await contentsBeneath(chord.source);
+    PasteChord chord = focus.pasteChord();
+    while (true) {
+        co_await awaitReader(chord.source);
+        co_await readContents(chord.source);
+        // Either may have taken a second and more: the person may be in another program by now.
+        const PasteSource ready = std::exchange(chord, focus.pasteChord()).source;
+        if (chord.source == ready) {
+            break;
+        }
+    }
+    auto items = takeContents(chord.source);
     pasteboard.setString(chord.source, text);
     pasteShortcut(chord);
     if (pasteboard.use(chord.source) == PasteboardUse::untracked) {
@@ -120,19 +128,32 @@ Task<void> TextInserter::awaitReader(PasteSource source)
     }
 }
 
-/// What is to stand on the pasteboard again once the next text has been pasted.
-Task<PasteboardSnapshot> TextInserter::contentsBeneath(PasteSource source)
+/// Makes known what is to stand on the pasteboard again once the next text has been pasted.
+Task<void> TextInserter::readContents(PasteSource source)
 {
-    if (auto restore = pending.extract(source)) {
-        if (pasteboard.use(source) != PasteboardUse::replaced) {
-            co_return std::move(restore.mapped().items);
-        }
+    const bool beneathOurs =
+        pending.contains(source) && pasteboard.use(source) != PasteboardUse::replaced;
+    const auto count = pasteboard.changeCount(source);
+    const auto known = ahead.find(source);
+    if (beneathOurs || (known != ahead.end() && known->second.changeCount == count)) {
+        co_return;
     }
+    auto items = co_await pasteboard.snapshot(source);
+    ahead[source] = {count, std::move(items)};
+}
+
+/// What `readContents` made known; what it read for nothing is let go.
+PasteboardSnapshot TextInserter::takeContents(PasteSource source)
+{
+    auto restore = pending.extract(source);
     auto known = ahead.extract(source);
-    if (known && known.mapped().changeCount == pasteboard.changeCount(source)) {
-        co_return std::move(known.mapped().items);
+    if (watching == 0) {
+        ahead.clear();
     }
-    co_return co_await pasteboard.snapshot(source);
+    if (restore && (!known || pasteboard.use(source) != PasteboardUse::replaced)) {
+        return std::move(restore.mapped().items);
+    }
+    return std::move(known.mapped().items);
 }
 
 Timer TextInserter::lookIn(Duration delay, PasteSource source)

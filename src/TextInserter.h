@@ -62,7 +62,8 @@ private:
     Task<void> insertWaiting();
     Task<void> paste(std::string text);
     Task<void> awaitReader(PasteSource source);
-    Task<PasteboardSnapshot> contentsBeneath(PasteSource source);
+    Task<void> readContents(PasteSource source);
+    PasteboardSnapshot takeContents(PasteSource source);
     Timer lookIn(Duration delay, PasteSource source);
     void look(PasteSource source);
     Task<void> restoreUntracked(PasteSource source, PasteboardSnapshot items);

@@ -297,5 +297,53 @@ TEST_F(TextInserterTest, whereUseIsNotToldAForeignCopyIsOverwritten)
     EXPECT_EQ(board(), "old");
 }
 
+TEST_F(TextInserterTest, theChordIsThatOfTheProgramThatHasTheFocusAfterTheWait)
+{
+    pasteboard.snapshotsCompleteAtOnce = false;
+    insert("hello");
+    EXPECT_TRUE(keys.posted.empty());
+    focus.chord = {keyCodes::v, maskControl | maskShift, PasteSource::clipboard};
+    pasteboard.completeSnapshot();
+    loop.runReady();
+    EXPECT_EQ(keys.posted, (std::vector<PostedKey>{{9, true, maskControl | maskShift},
+                                                   {9, false, maskControl | maskShift}}));
+    EXPECT_EQ(pasteboard.snapshots, 1);
+}
+
+TEST_F(TextInserterTest, aFocusThatMovesToTheSelectionDuringTheWaitGetsTheTextThere)
+{
+    constexpr auto selection = PasteSource::primarySelection;
+    pasteboard.copy(FakePasteboard::text("copied"));
+    pasteboard.copy(FakePasteboard::text("selected"), selection);
+    pasteboard.snapshotsCompleteAtOnce = false;
+    insert("hello");
+    focus.chord = {keyCodes::insert, maskShift, selection};
+    pasteboard.completeSnapshot();
+    loop.runReady();
+    EXPECT_TRUE(keys.posted.empty()) << "the selection's own contents are read first";
+    pasteboard.completeSnapshot();
+    loop.runReady();
+    EXPECT_EQ(keys.posted.front(), (PostedKey{keyCodes::insert, true, maskShift}));
+    EXPECT_EQ(board(), "copied");
+    EXPECT_EQ(pasteboard.read(selection), "hello");
+    loop.advance(1s);
+    EXPECT_EQ(pasteboard.string(selection), "selected");
+}
+
+TEST_F(TextInserterTest, contentsReadAheadThatWereNotUsedAreLetGo)
+{
+    const PasteChord toSelection{keyCodes::insert, maskShift, PasteSource::primarySelection};
+    const PasteChord toClipboard = std::exchange(focus.chord, toSelection);
+    inserter->anticipate();
+    loop.runReady();
+    focus.chord = toClipboard;
+    loop.advance(200ms);
+    ASSERT_EQ(pasteboard.snapshots, 2);
+    insert("hello");
+    focus.chord = toSelection;
+    insert("again");
+    EXPECT_EQ(pasteboard.snapshots, 3) << "nothing was kept of the selection";
+}
+
 } // namespace
 } // namespace vorlin
