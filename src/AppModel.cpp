@@ -61,9 +61,11 @@ void AppModel::wireMonitor()
     };
     monitor.onEscape = lifetime.guard([this] { dictation.cancel(); });
     monitor.onPress = lifetime.guard([this] { pressed(); });
-    monitor.onRelease = lifetime.guard([this] {
-        if (preferences.recordMode() == RecordMode::hold) {
-            dictation.keyUp();
+    monitor.onRelease = lifetime.guard([this] { released(); });
+    // The file of the settings may be edited while the program runs.
+    settingChanges = preferences.observe([this] {
+        if (preferences.hotkey() != hotkey.get()) {
+            changeHotkey(preferences.hotkey());
         }
     });
 }
@@ -83,6 +85,13 @@ void AppModel::pressed()
         dictation.keyUp();
     } else {
         dictation.keyDown(make);
+    }
+}
+
+void AppModel::released()
+{
+    if (preferences.recordMode() == RecordMode::hold) {
+        dictation.keyUp();
     }
 }
 
@@ -137,9 +146,21 @@ void AppModel::setRecordingHotkey(bool on)
 
 void AppModel::setHotkey(const Hotkey& chosen)
 {
-    hotkey.set(chosen);
+    changeHotkey(chosen);
     preferences.setHotkey(chosen);
     monitor.start(chosen);
+}
+
+void AppModel::changeHotkey(const Hotkey& chosen)
+{
+    const bool lost = monitor.isHeld() && chosen != hotkey.get(); // its release will not be seen
+    hotkey.set(chosen);
+    if (monitor.isRunning()) {
+        monitor.start(chosen);
+    }
+    if (lost) {
+        released();
+    }
 }
 
 void AppModel::previewHUD()

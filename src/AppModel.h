@@ -56,7 +56,8 @@ public:
     /// The hotkey recorder starts (true) or stops (false) capturing keys.
     void setRecordingHotkey(bool on);
 
-    /// Stores a new dictation key, in effect at once.
+    /// Stores a new dictation key, in effect at once. One that is held ends the dictation as its
+    /// release would.
     void setHotkey(const Hotkey& hotkey);
 
     /// Shows the overlay with made-up levels until 2.5 s after the latest call. Ignored during a
@@ -67,6 +68,8 @@ private:
     void wireDictation();
     void wireMonitor();
     void pressed();
+    void released();
+    void changeHotkey(const Hotkey& chosen);
     void finished(const std::string& text);
     void play(const char* sound);
     void pollPermissions();
@@ -74,6 +77,7 @@ private:
     const Ports ports;
     TextInserter inserter;
     Subscription phaseChanges;
+    Subscription settingChanges;
     /// Until the permissions are read again.
     Timer timer;
     Lifetime lifetime;

@@ -22,7 +22,7 @@ public:
     std::function<void()> onPress;
     std::function<void()> onRelease;
     std::function<void()> onEscape;
-    /// Asked on every Escape whether to swallow it; must be set.
+    /// Asked on every Escape whether to swallow it; never empty.
     std::function<bool()> escapeActive = [] { return false; };
 
     /// Watches `hotkey` from now on. Returns false when the platform does not allow it.
@@ -32,6 +32,8 @@ public:
     void stop();
 
     bool isRunning() const { return running; }
+    /// The hotkey is down: its press was reported, its release was not.
+    bool isHeld() const { return isDown; }
 
     /// Tells the tap anew what it may swallow. Call when the answer of `escapeActive` changes.
     void updateInterest();

@@ -44,6 +44,12 @@ protected:
         desktop.loop.runReady();
         return swallowed;
     }
+    /// Somebody edits the settings file.
+    void editHotkey(const Hotkey& hotkey)
+    {
+        const std::string json = hotkey.encoded();
+        desktop.defaults.set("hotkey.v2", Bytes(json.begin(), json.end()));
+    }
     Phase phase() const { return model->dictation.phase.get(); }
     std::string pasteboard() { return desktop.pasteboard.string(); }
     std::size_t pastes() const { return desktop.keys.posted.size() / 2; }
@@ -90,6 +96,22 @@ TEST_F(AppModelTest, inToggleModeAPressWhileFinishingStartsNothing)
     desktop.loop.runReady();
     EXPECT_EQ(phase(), Phase::idle);
     EXPECT_EQ(pastes(), 1U);
+}
+
+TEST_F(AppModelTest, inToggleModeTheSecondPressWhilePreparingEndsItWithoutAWord)
+{
+    desktop.analyzers.assetsInstalled = false;
+    startInToggleMode();
+    press();
+    release();
+    ASSERT_EQ(phase(), Phase::preparing);
+    press();
+    release();
+    desktop.analyzers.completeInstallation();
+    desktop.loop.runReady();
+    EXPECT_EQ(phase(), Phase::idle);
+    EXPECT_EQ(desktop.microphone.starts, 0);
+    EXPECT_EQ(pastes(), 0U);
 }
 
 TEST_F(AppModelTest, inHoldModeAPressWhileListeningKeepsListening)
@@ -165,6 +187,22 @@ TEST_F(AppModelTest, theOldPasteboardComesBack)
     desktop.loop.advance(500ms);
     EXPECT_EQ(pasteboard(), "old");
     EXPECT_EQ(desktop.pasteboard.snapshots, 1);
+}
+
+TEST_F(AppModelTest, thePasteboardIsReadAheadNoMoreOnceThereIsNothingToPaste)
+{
+    desktop.analyzers.spoken.clear();
+    start();
+    for (const bool cancelled : {true, false}) {
+        press();
+        desktop.loop.advance(1s);
+        cancelled ? static_cast<void>(escape()) : release();
+        const int snapshots = desktop.pasteboard.snapshots;
+        desktop.pasteboard.copy(FakePasteboard::text("copied since"));
+        desktop.loop.advance(1s);
+        EXPECT_EQ(desktop.pasteboard.snapshots, snapshots) << "cancelled: " << cancelled;
+        release();
+    }
 }
 
 TEST_F(AppModelTest, theStoredLanguageIsDictated)
@@ -246,6 +284,96 @@ TEST_F(AppModelTest, aNewHotkeyIsStoredAndWorksAtOnce)
     EXPECT_NE(phase(), Phase::idle);
     EXPECT_EQ(model->preferences.hotkey(), f5);
     EXPECT_EQ(model->hotkey.get(), f5);
+}
+
+TEST_F(AppModelTest, aHotkeyEditedInTheSettingsWorksAtOnce)
+{
+    start();
+    editHotkey({96, 0, false});
+    EXPECT_EQ(model->hotkey.get(), (Hotkey{96, 0, false}));
+    EXPECT_EQ(desktop.tap.interest.hotkey, (Hotkey{96, 0, false}));
+    press();
+    EXPECT_EQ(phase(), Phase::idle);
+    EXPECT_TRUE(desktop.tap.keyDown(96));
+    EXPECT_EQ(phase(), Phase::preparing);
+    desktop.tap.keyUp(96);
+    desktop.defaults.set("hotkey.v2", std::nullopt);
+    EXPECT_EQ(desktop.tap.interest.hotkey, Hotkey()) << "without an entry it is the default";
+}
+
+TEST_F(AppModelTest, aHotkeyThatChangesWhileItIsHeldEndsTheDictationAsItsReleaseWould)
+{
+    start();
+    press();
+    ASSERT_EQ(phase(), Phase::listening);
+    editHotkey({96, 0, false});
+    desktop.loop.runReady();
+    EXPECT_EQ(phase(), Phase::idle);
+    EXPECT_EQ(pastes(), 1U);
+    EXPECT_EQ(pasteboard(), "hello world");
+    desktop.tap.keyDown(96);
+    desktop.loop.runReady();
+    ASSERT_EQ(phase(), Phase::listening);
+    model->setHotkey({49, 0x80000, false});
+    desktop.loop.runReady();
+    EXPECT_EQ(phase(), Phase::idle) << "also when the program itself changes it";
+}
+
+TEST_F(AppModelTest, anEditOfAnotherSettingWhileTheKeyIsHeldEndsNothing)
+{
+    start();
+    press();
+    const int starts = desktop.tap.starts;
+    desktop.defaults.set("sounds", false);
+    editHotkey({61, 0, true}); // the same key, written out
+    desktop.loop.runReady();
+    EXPECT_EQ(phase(), Phase::listening);
+    EXPECT_EQ(desktop.tap.starts, starts);
+}
+
+TEST_F(AppModelTest, inToggleModeAHotkeyThatChangesWhileItIsHeldLetsTheDictationGoOn)
+{
+    startInToggleMode();
+    press();
+    editHotkey({96, 0, false});
+    desktop.loop.runReady();
+    EXPECT_EQ(phase(), Phase::listening);
+    desktop.tap.keyDown(96);
+    desktop.loop.runReady();
+    EXPECT_EQ(phase(), Phase::idle);
+}
+
+TEST_F(AppModelTest, aHotkeyEditedWhileTheMonitorIsStoppedIsWatchedOnceItRuns)
+{
+    start();
+    model->setRecordingHotkey(true);
+    editHotkey({96, 0, false});
+    EXPECT_FALSE(desktop.tap.isRunning());
+    model->setRecordingHotkey(false);
+    EXPECT_EQ(desktop.tap.interest.hotkey, (Hotkey{96, 0, false}));
+}
+
+TEST_F(AppModelTest, aPreviewAskedForDuringADictationChangesNothing)
+{
+    desktop.analyzers.assetsInstalled = false;
+    desktop.analyzers.finishesAtOnce = false;
+    start();
+    const auto preview = [&](Phase during) {
+        ASSERT_EQ(phase(), during);
+        const auto token = model->hud.hideToken();
+        model->previewHUD();
+        desktop.loop.advance(5s);
+        EXPECT_EQ(phase(), during);
+        EXPECT_FALSE(model->dictation.isDemo.get());
+        EXPECT_EQ(model->hud.hideToken(), token);
+    };
+    press();
+    preview(Phase::preparing);
+    desktop.analyzers.completeInstallation();
+    desktop.loop.runReady();
+    preview(Phase::listening);
+    release();
+    preview(Phase::finishing);
 }
 
 TEST_F(AppModelTest, theStoredHotkeyIsWatchedFromTheStart)
