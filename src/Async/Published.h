@@ -10,7 +10,8 @@ namespace vorlin {
 /// Keeps an observer registered; the observer is removed when the subscription is destroyed.
 using Subscription = std::shared_ptr<const void>;
 
-/// A value with observers, which only `Writer` may set. Main loop only.
+/// A value with observers, which only `Writer` may set. Not synchronised: all that reads, observes
+/// or sets it is on its owner's thread, which for the core is the main loop.
 ///
 /// Writing the value already held notifies nobody. An observer may write other values, add and
 /// remove observers and destroy its own subscription; it is called after the value has changed.

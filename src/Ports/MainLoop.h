@@ -8,7 +8,8 @@
 namespace vorlin {
 
 using Duration = std::chrono::nanoseconds;
-/// A moment on the loop's own monotonic clock; only `MainLoop::now` reads a clock.
+/// A moment on a monotonic clock. The core asks `MainLoop::now` and reads no clock itself; an
+/// adapter whose threads have clocks to read uses the one that the type names.
 using TimePoint = std::chrono::time_point<std::chrono::steady_clock, Duration>;
 
 /// Keeps a timer running; the timer is taken back when this is destroyed.

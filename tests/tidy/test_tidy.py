@@ -94,6 +94,17 @@ class RuleTest(unittest.TestCase):
         self.assert_catches(tidy.includes_on_the_wrong_floor, "src/Platform/Shared/A.cpp",
                             '#include "Platform/Linux/B/B.h"\n', "#include <QObject>\n")
 
+    def test_the_environment_is_read_in_one_place(self):
+        for call in ('std::getenv("HOME")', 'qgetenv("HOME")', 'qEnvironmentVariableIsSet("A")'):
+            for path in ("src/Platform/Linux/A/A.cpp", "src/App/Linux/main.cpp"):
+                self.assert_catches(tidy.outside_world, path, f"auto home = {call};\n",
+                                    'auto home = environment("HOME");\n')
+
+    def test_the_core_reads_no_clock(self):
+        self.assert_catches(tidy.outside_world, "src/Dictation.cpp",
+                            "auto now = std::chrono::steady_clock::now();\n",
+                            "auto now = loop.now();\n")
+
     def test_views_reach_adapters_through_the_core_only(self):
         self.assert_catches(tidy.includes_on_the_wrong_floor, "src/UI/A.cpp",
                             '#include "Platform/Linux/B/B.h"\n', '#include "AppModel.h"\n')

@@ -114,6 +114,22 @@ def platform_conditions(tree):
                     yield Finding(path, number, "only src/Platform may ask for the system")
 
 
+ENVIRONMENT = pathlib.Path("src/Platform/Linux/Environment.cpp")
+ENVIRONMENT_CALL = re.compile(r"\b(?:secure_)?getenv\b|\bqgetenv\b|\bqEnvironmentVariable")
+CLOCK_CALL = re.compile(r"_clock::now\b|\bclock_gettime\b")
+
+
+def outside_world(tree):
+    """The environment is read in one place, and the core reads no clock."""
+    for path in tree.files(CPP, "src"):
+        core = floor_of(path) == "core"
+        for number, line in tree.lines(path):
+            if path != ENVIRONMENT and ENVIRONMENT_CALL.search(line):
+                yield Finding(path, number, "only Environment reads the environment")
+            if core and CLOCK_CALL.search(line):
+                yield Finding(path, number, "the core asks MainLoop for the time")
+
+
 # --- Files ----------------------------------------------------------------------------------------
 
 SOURCE_NAME = re.compile(r'[^\s()"]+\.(?:cpp|mm|qml)\b')
@@ -230,6 +246,7 @@ def unformatted(tree):
 RULES = (
     includes_on_the_wrong_floor,
     platform_conditions,
+    outside_world,
     unlisted_files,
     *documents.RULES,
     declarations.unused_declarations,

@@ -1,12 +1,11 @@
 #include "Platform/Linux/Pasteboard/X11Pasteboard.h"
 
+#include "Platform/Linux/Environment.h"
 #include "Platform/Linux/Pasteboard/Offering.h"
 #include "Platform/Linux/Pasteboard/PasteboardStatus.h"
 #include "Platform/Linux/Pasteboard/SelectionClient.h"
 #include "Platform/Linux/Pasteboard/SelectionThread.h"
 #include "Platform/Linux/Pasteboard/SnapshotCollector.h"
-
-#include <cstdlib>
 
 namespace vorlin {
 
@@ -18,8 +17,7 @@ constexpr auto writePatience = 500ms;
 
 std::string displayName()
 {
-    const char* name = std::getenv("DISPLAY");
-    return name == nullptr ? std::string() : std::string(name);
+    return processEnvironment()("DISPLAY").value_or("");
 }
 
 } // namespace
