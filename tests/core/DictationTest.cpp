@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -483,6 +484,39 @@ TEST_F(DictationTest, releasingTheKeyDuringAPreviewDoesNothing)
     loop.runReady();
     EXPECT_EQ(dictation->phase.get(), Phase::listening);
     EXPECT_TRUE(finished.empty());
+}
+
+TEST_F(DictationTest, aMicrophoneThatDoesNotStopKeepsTheWordsAndShowsItsText)
+{
+    next->finishesAtOnceWith = "the words";
+    pressAndListen();
+    microphone.stopFailure = "The microphone was disconnected.";
+    dictation->keyUp();
+    loop.runReady();
+    EXPECT_EQ(dictation->phase.get(), Phase::idle);
+    EXPECT_EQ(finished, (std::vector<std::string>{"the words"}));
+    EXPECT_EQ(dictation->notice.get(), "The microphone was disconnected.");
+    microphone.stopFailure.clear();
+    pressAndListen();
+    EXPECT_EQ(dictation->notice.get(), std::nullopt);
+}
+
+/// |sin 7t| · 0.6 · |sin 2.3t| + 0.2 every 50 ms, rising at once and falling by 28 in 100;
+/// computed elsewhere.
+TEST_F(DictationTest, aPreviewShowsTheseLevels)
+{
+    const std::array<float, 16> expected = {
+        0.200000F, 0.223608F, 0.288120F, 0.376016F, 0.462493F, 0.521075F, 0.529679F, 0.514602F,
+        0.471288F, 0.396542F, 0.395301F, 0.572265F, 0.713456F, 0.790406F, 0.790018F, 0.767402F};
+    std::vector<float> shown;
+    const auto watch = dictation->levels.observe(
+        [&](const Dictation::Levels& levels) { shown.push_back(levels.back()); });
+    dictation->demo();
+    loop.advance(750ms);
+    ASSERT_EQ(shown.size(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        EXPECT_NEAR(shown[i], expected.at(i), 1e-5F) << i;
+    }
 }
 
 } // namespace

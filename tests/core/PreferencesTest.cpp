@@ -3,6 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <utility>
+#include <vector>
+
 namespace vorlin {
 namespace {
 
@@ -141,6 +145,19 @@ TEST_F(PreferencesTest, everyChangeIsToldForAsLongAsTheObserverIsKept)
     observer.reset();
     defaults.set("sounds", true);
     EXPECT_EQ(told, 2);
+}
+
+TEST_F(PreferencesTest, theDictationLanguagesHaveTheirNamesAndTheirOrder)
+{
+    const std::vector<std::pair<std::string, std::string>> expected = {
+        {"fr-FR", "Français"}, {"en-US", "English (US)"}, {"en-GB", "English (UK)"},
+        {"es-ES", "Español"},  {"de-DE", "Deutsch"},      {"it-IT", "Italiano"},
+        {"pt-PT", "Português"}};
+    std::vector<std::pair<std::string, std::string>> listed;
+    for (const auto& language : dictationLanguages) {
+        listed.emplace_back(language.identifier, language.displayName);
+    }
+    EXPECT_EQ(listed, expected);
 }
 
 } // namespace

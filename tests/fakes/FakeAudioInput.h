@@ -13,6 +13,7 @@ class FakeAudioInput final : public AudioInput {
 public:
     bool completesAtOnce = true;
     std::string startFailure;
+    std::string stopFailure;
     int starts = 0;
     int stops = 0;
     int drops = 0;
@@ -67,7 +68,11 @@ public:
         }
         tap = nullptr;
         onFailure = nullptr;
-        take().complete({});
+        if (stopFailure.empty()) {
+            take().complete({});
+        } else {
+            take().failWith(stopFailure);
+        }
     }
 
     /// The capture breaks.
