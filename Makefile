@@ -12,7 +12,8 @@ FUZZ_SECONDS := 180
 # The Debians that everything must work on, without this machine's.
 OTHER_SUITES := $(filter-out $(shell . /etc/os-release; echo $$VERSION_CODENAME),bookworm trixie)
 
-.PHONY: build program run test nightly lint sanitizers slow-tests fuzz bench other-suites format
+.PHONY: build program run test nightly lint sanitizers simulations slow-tests fuzz bench
+.PHONY: other-suites format
 .PHONY: $(PRESETS:%=build-%)
 .NOTPARALLEL:
 
@@ -45,7 +46,7 @@ test:
 
 nightly:
 	@scripts/install-packages nightly
-	@$(MAKE) --keep-going lint sanitizers slow-tests fuzz bench other-suites
+	@$(MAKE) --keep-going lint sanitizers simulations slow-tests fuzz bench other-suites
 
 # By the clang-tidy that this Debian has.
 lint: build-release
@@ -54,6 +55,9 @@ lint: build-release
 
 sanitizers: build-asan-all build-tsan-all
 	@$(PYTHON) scripts/run-tests asan-all tsan-all
+
+simulations: build-release
+	@$(PYTHON) scripts/run-simulations
 
 slow-tests: build/nightly/CTestTestfile.cmake
 	cmake --build build/nightly --target nightly

@@ -1,5 +1,6 @@
 #include "AppModel.h"
 #include "fakes/FakePorts.h"
+#include "simulation/Seeds.h"
 
 #include <gtest/gtest.h>
 
@@ -49,7 +50,7 @@ public:
 
     void act()
     {
-        switch (below(16)) {
+        switch (below(17)) {
         case 0:
         case 1:
         case 2: held ? release() : press(); break;
@@ -63,6 +64,7 @@ public:
         case 10: model->previewHUD(); break;
         case 11: changeOverlaySetting(); break;
         case 12: changeScreens(); break;
+        case 13: editHotkey(); break;
         default: desktop.loop.advance(std::chrono::milliseconds(below(1200))); break;
         }
         if (chance(50)) {
@@ -148,6 +150,14 @@ private:
         desktop.microphone.completesAtOnce = desktop.microphone.idle() ? chance(70) : true;
         if (chance(20)) {
             desktop.microphone.fail("The microphone was disconnected.");
+        }
+    }
+    /// The key becomes another one and then the same again, held or not.
+    void editHotkey()
+    {
+        for (const Hotkey& key : {Hotkey{96, 0, false}, Hotkey()}) {
+            const std::string json = key.encoded();
+            desktop.defaults.set("hotkey.v2", Bytes(json.begin(), json.end()));
         }
     }
     void changeOverlaySetting()
@@ -250,15 +260,15 @@ private:
 
 TEST(DictationSimulation, everyDictationEndsOnceAndEveryTextArrivesInOrder)
 {
-    for (std::uint64_t seed = 1; seed <= 400; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
+    for (const auto seed : simulationSeeds(1, 400)) {
+        SCOPED_TRACE(replay(seed));
         Person person(seed);
         for (int step = 0; step < 300; ++step) {
             person.act();
         }
         person.rest();
         if (testing::Test::HasFailure()) {
-            return; // the seed above replays it
+            return;
         }
     }
 }

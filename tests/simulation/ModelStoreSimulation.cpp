@@ -40,7 +40,7 @@ struct PlainStore {
 };
 
 /// A person who changes the catalog at random, and a disk and a network that do as they like.
-class Changes : public ModelStoreFixture, public testing::WithParamInterface<unsigned> {
+class Changes : public ModelStoreFixture, public testing::WithParamInterface<std::uint64_t> {
 protected:
     Changes() : ModelStoreFixture(GetParam()), chance(GetParam()) { random.next = 1; }
 
@@ -325,11 +325,11 @@ TEST_P(Changes, inAnyOrderShowWhatAPlainStoreWould)
         EXPECT_FALSE(folders.contents.contains(folder)) << folder;
     }
     if (HasFailure()) {
-        ADD_FAILURE() << "seed " << GetParam();
+        ADD_FAILURE() << replay(GetParam());
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, Changes, testing::Range(0U, 60U));
+INSTANTIATE_TEST_SUITE_P(Seeds, Changes, testing::ValuesIn(simulationSeeds(0, 60)));
 
 /// The same person, in such a hurry that everything overlaps.
 class HurriedChanges : public Changes {
@@ -416,11 +416,11 @@ TEST_P(HurriedChanges, leaveACatalogThatFitsItself)
         checkSelf();
     }
     if (HasFailure()) {
-        ADD_FAILURE() << "seed " << GetParam();
+        ADD_FAILURE() << replay(GetParam());
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, HurriedChanges, testing::Range(0U, 100U));
+INSTANTIATE_TEST_SUITE_P(Seeds, HurriedChanges, testing::ValuesIn(simulationSeeds(0, 100)));
 
 } // namespace
 } // namespace vorlin

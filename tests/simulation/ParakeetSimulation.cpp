@@ -1,5 +1,5 @@
 // A day of dictation with the local engine on virtual time: random utterances, cancels,
-// re-presses, engine switches and failures. The seed in a failing test's name replays it.
+// re-presses, engine switches and failures. A failure says how to replay it.
 
 #include "Dictation.h"
 #include "Parakeet/ParakeetTranscriber.h"
@@ -43,7 +43,7 @@ bool isSubsequence(const Words& part, const Words& whole)
 
 class Day {
 public:
-    explicit Day(unsigned seed) : random(seed), loop(seed)
+    explicit Day(std::uint64_t seed) : random(seed), loop(seed)
     {
         FakeParakeet::install(models);
         for (const auto* folder : {"/models/a", "/models/b"}) {
@@ -232,14 +232,15 @@ private:
     int ends = 0;
 };
 
-class ParakeetDays : public testing::TestWithParam<unsigned> {};
+class ParakeetDays : public testing::TestWithParam<std::uint64_t> {};
 
 TEST_P(ParakeetDays, aDayOfDictationKeepsEveryPromise)
 {
+    SCOPED_TRACE(replay(GetParam()));
     Day(GetParam()).live();
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, ParakeetDays, testing::Range(0U, 3U));
+INSTANTIATE_TEST_SUITE_P(Seeds, ParakeetDays, testing::ValuesIn(simulationSeeds(0, 3)));
 
 } // namespace
 } // namespace vorlin
