@@ -2,6 +2,8 @@
 // older than the running kernel.
 #include "FileRules.h"
 
+#include "Platform/Shared/Descriptor.h"
+
 #include <linux/landlock.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -52,18 +54,17 @@ FileRules applyFileRules(int folder)
     }
     RuleSet attributes;
     const std::size_t size = describe(version, attributes);
-    const auto rules =
-        static_cast<int>(::syscall(SYS_landlock_create_ruleset, &attributes, size, 0));
-    if (rules < 0) {
+    const Descriptor rules(
+        static_cast<int>(::syscall(SYS_landlock_create_ruleset, &attributes, size, 0)));
+    if (!rules) {
         return FileRules::failed;
     }
     landlock_path_beneath_attr readable{};
     readable.allowed_access = LANDLOCK_ACCESS_FS_READ_FILE;
     readable.parent_fd = folder;
-    const bool done =
-        ::syscall(SYS_landlock_add_rule, rules, LANDLOCK_RULE_PATH_BENEATH, &readable, 0) == 0 &&
-        ::syscall(SYS_landlock_restrict_self, rules, 0) == 0;
-    ::close(rules);
+    const bool done = ::syscall(SYS_landlock_add_rule, rules.number(), LANDLOCK_RULE_PATH_BENEATH,
+                                &readable, 0) == 0 &&
+                      ::syscall(SYS_landlock_restrict_self, rules.number(), 0) == 0;
     return done ? FileRules::inForce : FileRules::failed;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Async/Executor.h"
+#include "Platform/Shared/Descriptor.h"
 #include "Ports/MainLoop.h"
 
 #include <pulse/mainloop.h>
@@ -41,7 +42,7 @@ private:
 
     pa_mainloop* loop;
     /// Readable while `posted` holds something new.
-    int wakeUp;
+    Descriptor wakeUp;
     std::mutex lock;
     std::deque<Work> posted;
     /// Sound thread only, as is `ending`.

@@ -105,7 +105,7 @@ Bytes XDGFolders::read(const std::filesystem::path& file, std::size_t most,
     }
     // Not blocking, should it be exchanged for a pipe just now.
     const Descriptor opened(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (opened.get() < 0 || ::fstat(opened.get(), &item) != 0) {
+    if (!opened || ::fstat(opened.number(), &item) != 0) {
         cannotReadNow(file);
     }
     if (!S_ISREG(item.st_mode)) {
@@ -119,7 +119,7 @@ Bytes XDGFolders::read(const std::filesystem::path& file, std::size_t most,
     std::size_t filled = 0;
     while (true) {
         const std::size_t wanted = std::min(bytes.size() - filled, largestPiece);
-        const auto got = ::read(opened.get(), bytes.data() + filled, wanted);
+        const auto got = ::read(opened.number(), bytes.data() + filled, wanted);
         if (got < 0 && errno != EINTR) {
             cannotReadNow(file);
         }

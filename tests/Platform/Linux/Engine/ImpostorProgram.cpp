@@ -18,6 +18,7 @@
 namespace {
 
 using namespace vorlin::engine;
+using vorlin::Descriptor;
 
 Feature twoNumbers(std::string name)
 {
