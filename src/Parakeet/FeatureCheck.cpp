@@ -120,7 +120,7 @@ Wanted from(const MLFeature& output, const std::string& name)
 
 } // namespace
 
-void checkFeatures(const ParakeetRuntime::Loaded& models)
+void checkFeatures(const ParakeetLoaded& models)
 {
     using enum MLElementType;
 

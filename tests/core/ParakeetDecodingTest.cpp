@@ -44,10 +44,10 @@ protected:
         return array;
     }
 
-    std::shared_ptr<ParakeetRuntime::Loaded> load()
+    std::shared_ptr<ParakeetLoaded> load()
     {
         // Widths and lengths of every kind, past what the check at load would let through.
-        auto made = std::make_shared<ParakeetRuntime::Loaded>();
+        auto made = std::make_shared<ParakeetLoaded>();
         made->vocabulary = vocabulary;
         made->preprocessor = model("Preprocessor.mlmodelc");
         made->encoder = model("Encoder.mlmodelc");
@@ -90,7 +90,7 @@ protected:
     Step otherwise;
     std::size_t at = 0;
     std::vector<std::string> vocabulary{"<unk>", "\xE2\x96\x81Hello", "\xE2\x96\x81world", "!"};
-    std::shared_ptr<ParakeetRuntime::Loaded> loaded = load();
+    std::shared_ptr<ParakeetLoaded> loaded = load();
     MultiArray encoder = encoderOutput();
 };
 
