@@ -1,6 +1,7 @@
 #include "Platform/Linux/Desktop/XDGFolders.h"
 
 #include "Platform/Linux/Desktop/FolderTree.h"
+#include "Platform/Shared/LinkedFiles.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -42,13 +43,18 @@ Descriptor openFolder(const std::filesystem::path& folder)
     return Descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
-/// Says in one line why a file cannot be read, whatever its name holds.
+/// The text without what would break its line: names may hold anything.
+std::string oneLine(std::string text)
+{
+    std::ranges::replace_if(
+        text, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, '?');
+    return text;
+}
+
 [[noreturn]] void cannotRead(const std::filesystem::path& file, const std::string& reason)
 {
-    std::string name = file.filename().string();
-    std::ranges::replace_if(
-        name, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, '?');
-    throw std::runtime_error("Cannot read " + name + ": " + reason + ".");
+    throw std::runtime_error("Cannot read " + oneLine(file.filename().string()) + ": " + reason +
+                             ".");
 }
 
 [[noreturn]] void cannotReadNow(const std::filesystem::path& file)
@@ -58,10 +64,15 @@ Descriptor openFolder(const std::filesystem::path& folder)
 
 } // namespace
 
-bool XDGFolders::contains(const std::filesystem::path& folder, const std::string& name)
+std::optional<std::string> XDGFolders::whyUnusable(const std::filesystem::path& folder,
+                                                   const std::string& name)
 {
     struct stat item = {};
-    return isPath(folder) && isSingleName(name) && ::stat((folder / name).c_str(), &item) == 0;
+    if (!isPath(folder) || !isSingleName(name) || ::lstat((folder / name).c_str(), &item) != 0) {
+        return "";
+    }
+    const auto refused = followLinks(folder / name, [](const Descriptor& /*file*/) {});
+    return refused ? std::optional(oneLine(*refused)) : std::nullopt;
 }
 
 std::uint64_t XDGFolders::allocatedSize(const std::filesystem::path& folder)
