@@ -240,6 +240,24 @@ TEST_F(ParakeetDecodingTest, framesAreReadThroughStridesAndFromHalfPrecision)
     }
 }
 
+TEST_F(ParakeetDecodingTest, framesOfSinglePrecisionAreReadThroughStridesToo)
+{
+    // Frame after frame, four numbers apart though a frame has three; what lies between is no
+    // part of the array.
+    const auto numbers = std::make_shared<std::array<float, 8>>(
+        std::array<float, 8>{1, 2, 3, -99, 4, 5, 6, -99});
+    encoder = MultiArray(
+        MLElementType::float32, {1, 3, 2}, {8, 1, 4},
+        std::shared_ptr<std::byte>(numbers, reinterpret_cast<std::byte*>(numbers->data())));
+    tokens();
+    const auto& given = models.given["JointDecisionv3.mlmodelc"];
+    ASSERT_EQ(given.size(), 2U);
+    for (int d = 0; d < 3; ++d) {
+        EXPECT_EQ(given[0].at("encoder_step").number(d), 1 + d);
+        EXPECT_EQ(given[1].at("encoder_step").number(d), 4 + d);
+    }
+}
+
 TEST_F(ParakeetDecodingTest, wordStartsBecomeSpacesButNotInFront)
 {
     EXPECT_EQ(detokenised({1, 2}, vocabulary), "Hello world");
