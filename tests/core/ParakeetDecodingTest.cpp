@@ -244,8 +244,8 @@ TEST_F(ParakeetDecodingTest, framesOfSinglePrecisionAreReadThroughStridesToo)
 {
     // Frame after frame, four numbers apart though a frame has three; what lies between is no
     // part of the array.
-    const auto numbers = std::make_shared<std::array<float, 8>>(
-        std::array<float, 8>{1, 2, 3, -99, 4, 5, 6, -99});
+    const auto numbers =
+        std::make_shared<std::array<float, 8>>(std::array<float, 8>{1, 2, 3, -99, 4, 5, 6, -99});
     encoder = MultiArray(
         MLElementType::float32, {1, 3, 2}, {8, 1, 4},
         std::shared_ptr<std::byte>(numbers, reinterpret_cast<std::byte*>(numbers->data())));
