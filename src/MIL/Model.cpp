@@ -48,10 +48,12 @@ std::string defaultFunction(const std::filesystem::path& bundle)
                                          : std::string(text.substr(at + 1, end - at - 1));
 }
 
-Graph loadGraph(const std::filesystem::path& bundle, const std::string& function)
+Graph loadGraph(const std::filesystem::path& bundle, const Model::Options& options)
 {
     const MappedFile file = openText(bundle);
-    return buildGraph(file.text(), bundle, function.empty() ? defaultFunction(bundle) : function);
+    const auto& function = options.function;
+    return buildGraph(file.text(), bundle, function.empty() ? defaultFunction(bundle) : function,
+                      options.linksOut);
 }
 
 std::vector<FeatureDescription> describeAll(const std::vector<Feature>& features)
@@ -99,7 +101,7 @@ std::string listOf(const std::vector<ShapeRange>& ranges)
 
 struct Model::Implementation {
     Implementation(const std::filesystem::path& bundle, const Options& options)
-        : graph(loadGraph(bundle, options.function)),
+        : graph(loadGraph(bundle, options)),
           executor(graph, {.threads = options.threads,
                            .referenceKernels = options.referenceKernels,
                            .sumVectors = options.sumVectors,

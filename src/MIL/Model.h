@@ -2,6 +2,7 @@
 
 #include "MIL/Error.h"
 #include "MIL/FlexibleShapes.h"
+#include "MIL/LinksOut.h"
 #include "MIL/SumVectors.h"
 #include "MIL/Tensor.h"
 
@@ -76,6 +77,8 @@ public:
         std::size_t threads = 1;
         /// The function to run; empty for the bundle's default one.
         std::string function{};
+        /// Weight files may be links that lead out of the folder.
+        LinksOut linksOut = LinksOut::refused;
         /// Loading or predicting fails with Error rather than take more buffer memory.
         std::size_t largestBuffers = std::size_t{8} << 30;
         /// Compute with the plain kernels that the fast ones are checked against.
@@ -99,8 +102,8 @@ public:
     };
 
     /// Loads the compiled folder `bundle`. Throws Error: what is wrong, with line and column
-    /// where the program text is. Every size and offset is checked before it is used; no file
-    /// outside the folder is read.
+    /// where the program text is. Every size and offset is checked before it is used. No path in
+    /// it leads out of the folder.
     static Model load(const std::filesystem::path& bundle, const Options& options);
 
     Model(Model&&) noexcept;

@@ -6,8 +6,10 @@ std::vector<std::string> missingFiles(Folders& folders, const std::filesystem::p
 {
     std::vector<std::string> missing;
     for (const auto name : modelFiles) {
-        if (!folder.is_absolute() || !folders.contains(folder, std::string(name))) {
-            missing.emplace_back(name);
+        const auto why = folder.is_absolute() ? folders.whyUnusable(folder, std::string(name))
+                                              : std::optional<std::string>("");
+        if (why) {
+            missing.push_back(std::string(name) + (why->empty() ? "" : " (" + *why + ")"));
         }
     }
     return missing;

@@ -15,8 +15,9 @@ inline constexpr std::array<std::string_view, 5> modelFiles = {
     "Preprocessor.mlmodelc", "Encoder.mlmodelc", "Decoder.mlmodelc", "JointDecisionv3.mlmodelc",
     "parakeet_v3_vocab.json"};
 
-/// The names of `modelFiles`, in their order, that do not exist in `folder`; none when it is
-/// complete, all when it is no absolute path. May wait for a slow disk: not on the main loop.
+/// The names of `modelFiles`, in their order, that do not exist in `folder`, or exist and cannot
+/// be used, with the reason in brackets behind the name. None when the folder is complete, all when
+/// it is no absolute path. May wait for a slow disk: not on the main loop.
 std::vector<std::string> missingFiles(Folders& folders, const std::filesystem::path& folder);
 
 /// Whether `name` names something directly inside a folder, wherever it comes from.

@@ -34,13 +34,24 @@ std::string described(const Wanted& wanted)
     return text + "]";
 }
 
-bool takes(const MLFeature& feature, const Shape& shape)
+bool fits(const std::vector<ExtentRange>& axes, const Shape& shape)
 {
-    return std::ranges::any_of(feature.shapes, [&](const std::vector<ExtentRange>& axes) {
-        return std::ranges::equal(axes, shape, [](const ExtentRange& range, std::int64_t extent) {
-            return extent == any || (range.least <= extent && extent <= range.most);
-        });
+    return std::ranges::equal(axes, shape, [](const ExtentRange& range, std::int64_t extent) {
+        return extent == any || (range.least <= extent && extent <= range.most);
     });
+}
+
+/// An input takes the shape if one of those it declares does.
+bool takes(const MLFeature& input, const Shape& shape)
+{
+    return std::ranges::any_of(input.shapes, [&](const auto& axes) { return fits(axes, shape); });
+}
+
+/// An output may come in any of the shapes it declares: each must do.
+bool gives(const MLFeature& output, const Shape& shape)
+{
+    return !output.shapes.empty() &&
+           std::ranges::all_of(output.shapes, [&](const auto& axes) { return fits(axes, shape); });
 }
 
 /// One of the four models, as its errors name it.
@@ -54,7 +65,8 @@ public:
     void inputs(const std::vector<Wanted>& given) const
     {
         for (const auto& wanted : given) {
-            check(find(signature.inputs, "input", wanted.name), "input", wanted);
+            const MLFeature& feature = find(signature.inputs, "input", wanted.name);
+            check(feature, "input", wanted, !wanted.shape || takes(feature, *wanted.shape));
         }
         for (const auto& feature : signature.inputs) {
             const bool isGiven = std::ranges::any_of(
@@ -69,7 +81,7 @@ public:
     const MLFeature& output(const Wanted& wanted) const
     {
         const MLFeature& feature = find(signature.outputs, "output", wanted.name);
-        check(feature, "output", wanted);
+        check(feature, "output", wanted, !wanted.shape || gives(feature, *wanted.shape));
         return feature;
     }
 
@@ -89,11 +101,12 @@ private:
         return *found;
     }
 
-    void check(const MLFeature& feature, const char* kind, const Wanted& wanted) const
+    void check(const MLFeature& feature, const char* kind, const Wanted& wanted,
+               bool shapeFits) const
     {
         const bool typeFits = feature.elementType &&
                               (!wanted.elementType || feature.elementType == wanted.elementType);
-        if (!typeFits || (wanted.shape && !takes(feature, *wanted.shape))) {
+        if (!typeFits || !shapeFits) {
             fail(std::string("has an ") + kind + " \"" + wanted.name + "\" that is not " +
                  described(wanted));
         }
@@ -120,7 +133,7 @@ Wanted from(const MLFeature& output, const std::string& name)
 
 } // namespace
 
-void checkFeatures(const ParakeetRuntime::Loaded& models)
+void checkFeatures(const ParakeetLoaded& models)
 {
     using enum MLElementType;
 

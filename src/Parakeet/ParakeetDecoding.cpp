@@ -1,6 +1,7 @@
 #include "Parakeet/ParakeetDecoding.h"
 
 #include "Async/Fatal.h"
+#include "Parakeet/RuntimeError.h"
 #include "Transcriber.h"
 
 #include <algorithm>
@@ -84,7 +85,7 @@ void copyFrame(const MultiArray& encoder, std::int64_t t, MultiArray& step)
 /// The prediction network with its state, and every array of the loop.
 class Decoder {
 public:
-    Decoder(ParakeetRuntime::Loaded& models, PredictOptions options, std::int64_t width)
+    Decoder(ParakeetLoaded& models, PredictOptions options, std::int64_t width)
         : models(models), options(std::move(options))
     {
         inputs["targets"] = MultiArray(MLElementType::int32, {1, 1});
@@ -114,7 +115,7 @@ public:
     MultiArray& step() { return jointInputs["encoder_step"]; }
 
 private:
-    ParakeetRuntime::Loaded& models;
+    ParakeetLoaded& models;
     const PredictOptions options;
     MLFeatures inputs;
     MLFeatures jointInputs;
@@ -124,7 +125,7 @@ private:
 } // namespace
 
 Task<std::vector<std::int64_t>> greedyTDT(const MultiArray& encoder, std::int64_t frames,
-                                          ParakeetRuntime::Loaded& models, PredictOptions options)
+                                          ParakeetLoaded& models, PredictOptions options)
 {
     if (encoder.rank() < 3) {
         fatal("the encoder's output has fewer than three dimensions");
@@ -187,7 +188,7 @@ std::string detokenised(const std::vector<std::int64_t>& tokens,
     return trimmedSpaces(text);
 }
 
-Task<std::string> decode(const std::vector<float>& utterance, ParakeetRuntime::Loaded& models,
+Task<std::string> decode(const std::vector<float>& utterance, ParakeetLoaded& models,
                          PredictOptions options)
 {
     if (utterance.empty()) {

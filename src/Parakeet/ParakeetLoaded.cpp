@@ -73,12 +73,12 @@ std::vector<std::string> parakeetVocabulary(const Bytes& json)
     return vocabulary;
 }
 
-bool ParakeetRuntime::Loaded::isLost() const
+bool ParakeetLoaded::isLost() const
 {
     return preprocessor->isLost() || encoder->isLost() || decoder->isLost() || joint->isLost();
 }
 
-Task<std::shared_ptr<ParakeetRuntime::Loaded>> loadParakeet(ParakeetSource source)
+Task<std::shared_ptr<ParakeetLoaded>> loadParakeet(ParakeetSource source)
 {
     const auto begin = [&source](const char* name, ComputeUnits units) {
         return source.models.load(source.directory / name,
@@ -92,7 +92,7 @@ Task<std::shared_ptr<ParakeetRuntime::Loaded>> loadParakeet(ParakeetSource sourc
     auto joint = begin("JointDecisionv3.mlmodelc", ComputeUnits::cpuOnly);
     auto vocabulary = readVocabulary(source);
 
-    auto loaded = std::make_shared<ParakeetRuntime::Loaded>();
+    auto loaded = std::make_shared<ParakeetLoaded>();
     loaded->vocabulary = co_await vocabulary;
     loaded->preprocessor = co_await preprocessor;
     loaded->encoder = co_await encoder;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Async/Task.h"
-#include "Parakeet/ParakeetRuntime.h"
 #include "Ports/Folders.h"
 #include "Ports/MLModel.h"
 #include "Ports/Workers.h"
@@ -16,7 +15,7 @@
 namespace vorlin {
 
 /// The models of one folder, ready to run.
-struct ParakeetRuntime::Loaded {
+struct ParakeetLoaded {
     /// The folder they came from.
     std::filesystem::path directory;
     std::unique_ptr<MLModel> preprocessor;
@@ -43,7 +42,7 @@ struct ParakeetSource {
 
 /// Loads the four models side by side, and the vocabulary meanwhile. Fails with the loader's own
 /// error, or with one line about what does not fit; never ends while a disk does not answer.
-Task<std::shared_ptr<ParakeetRuntime::Loaded>> loadParakeet(ParakeetSource source);
+Task<std::shared_ptr<ParakeetLoaded>> loadParakeet(ParakeetSource source);
 
 /// The token texts in a vocabulary file: a JSON object from decimal ids to texts. It has as many
 /// entries as the object; ids that are no number below that are left out, and their entries stay
@@ -52,6 +51,6 @@ std::vector<std::string> parakeetVocabulary(const Bytes& json);
 
 /// Throws `std::runtime_error` with one line that names the model and the feature, unless the
 /// four models take and give what the decoding needs.
-void checkFeatures(const ParakeetRuntime::Loaded& models);
+void checkFeatures(const ParakeetLoaded& models);
 
 } // namespace vorlin

@@ -9,25 +9,13 @@
 
 #include <filesystem>
 #include <memory>
-#include <stdexcept>
 #include <stop_token>
 #include <string>
 #include <vector>
 
 namespace vorlin {
 
-/// What is wrong with the models' answers.
-class RuntimeError : public std::runtime_error {
-public:
-    /// An output that is missing, or is not the array that was promised.
-    static RuntimeError badOutput()
-    {
-        return RuntimeError("The speech model returned an unexpected result.");
-    }
-
-private:
-    using std::runtime_error::runtime_error;
-};
+struct ParakeetLoaded;
 
 /// Owns the local speech model: loads it from its folder on first use, keeps it while dictations
 /// follow one another, and drops it after 600 s without use. One utterance is decoded at a time,
@@ -40,7 +28,7 @@ private:
 /// An actor: its coroutines run on `executor()`, and must be awaited from tasks that run there.
 class ParakeetRuntime {
 public:
-    struct Loaded;
+    using Loaded = ParakeetLoaded;
 
     /// The ports must outlive this object and its executor's work.
     ParakeetRuntime(MLModels& models, std::shared_ptr<Folders> folders, MainLoop& loop,

@@ -119,6 +119,11 @@ struct ParakeetTranscriber::State {
         return joined(parts);
     }
 
+    /// The tasks of a dictation. On the runtime's executor.
+    static Task<void> consume(std::shared_ptr<State> state, Completer<std::string> result);
+    static Task<void> runDrafts(std::shared_ptr<State> state);
+    Task<void> draftOnce();
+
     const std::filesystem::path directory;
     const std::shared_ptr<ParakeetRuntime> runtime;
     MainLoop& loop;
@@ -142,11 +147,9 @@ struct ParakeetTranscriber::State {
     std::stop_source runningDraft{std::nostopstate};
 };
 
-namespace {
-
 /// Transcribes the utterances in order.
-template <class State>
-Task<void> consume(std::shared_ptr<State> state, Completer<std::string> result)
+Task<void> ParakeetTranscriber::State::consume(std::shared_ptr<State> state,
+                                               Completer<std::string> result)
 {
     const auto cancelled = state->cancelled.get_token();
     while (auto utterance = co_await state->stream.next()) {
@@ -167,41 +170,37 @@ Task<void> consume(std::shared_ptr<State> state, Completer<std::string> result)
 }
 
 /// One draft of the utterance that is being spoken, if this is the moment for one.
-template <class State>
-Task<void> draftOnce(State& state)
+Task<void> ParakeetTranscriber::State::draftOnce()
 {
-    const auto stop = state.beginDraft();
+    const auto stop = beginDraft();
     if (!stop) {
         co_return;
     }
-    auto draft = state.segmenter.draft();
+    auto draft = segmenter.draft();
     if (!draft) {
         co_return;
     }
     std::string text;
     try {
-        text = co_await state.runtime->transcribe(std::move(draft->samples), state.directory,
-                                                  WorkPriority::background, *stop);
+        text = co_await runtime->transcribe(std::move(draft->samples), directory,
+                                            WorkPriority::background, *stop);
     } catch (const std::exception&) {
         co_return; // the final transcription will tell what is wrong
     }
-    if (state.isStopped() || state.segmenter.cuts() != draft->cuts || !state.onText) {
+    if (isStopped() || segmenter.cuts() != draft->cuts || !onText) {
         co_return;
     }
-    const std::string finished = state.finishedText();
-    state.onText(finished.empty() ? text : finished + " " + text);
+    const std::string finished = finishedText();
+    onText(finished.empty() ? text : finished + " " + text);
 }
 
-template <class State>
-Task<void> runDrafts(std::shared_ptr<State> state)
+Task<void> ParakeetTranscriber::State::runDrafts(std::shared_ptr<State> state)
 {
     while (!state->isStopped()) {
         co_await state->nextDraft();
-        co_await draftOnce(*state);
+        co_await state->draftOnce();
     }
 }
-
-} // namespace
 
 ParakeetTranscriber::ParakeetTranscriber(std::filesystem::path directory,
                                          std::shared_ptr<ParakeetRuntime> runtime,
@@ -231,8 +230,8 @@ Task<void> ParakeetTranscriber::prepare()
 {
     state->prepared = true;
     state->runtime->warm(state->directory, WorkPriority::normal, state->cancelled.get_token());
-    spawn(state->runtime->executor(), consume(state, state->result.completer()));
-    spawn(state->runtime->executor(), runDrafts(state));
+    spawn(state->runtime->executor(), State::consume(state, state->result.completer()));
+    spawn(state->runtime->executor(), State::runDrafts(state));
     co_return;
 }
 

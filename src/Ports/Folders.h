@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace vorlin {
@@ -20,8 +21,11 @@ public:
     /// The folder of the downloaded models, which need not exist yet.
     virtual std::filesystem::path modelsRoot() const = 0;
 
-    /// Whether a file or folder of this name exists directly inside `folder`.
-    virtual bool contains(const std::filesystem::path& folder, const std::string& name) = 0;
+    /// Why the file or folder of this name directly inside `folder` cannot be used, in a few
+    /// words: no words when it does not exist. Nothing when it can be used, as far as that is
+    /// known without reading it.
+    virtual std::optional<std::string> whyUnusable(const std::filesystem::path& folder,
+                                                   const std::string& name) = 0;
 
     /// Bytes allocated on disk by every item below `folder`; what cannot be read counts as 0.
     /// Links are counted as links, not followed.

@@ -120,6 +120,18 @@ TEST_F(FeatureCheckTest, anEncoderOutputOfTwoDimensionsDoesNotFit)
                          "[1, ?, ?].");
 }
 
+TEST_F(FeatureCheckTest, everyShapeThatAnOutputMayHaveMustFit)
+{
+    auto& frames = output(encoder, "encoder");
+    frames.shapes.push_back({{1, 1}, {144, 144}, {94, 94}});
+    EXPECT_EQ(failure(), "");
+    frames.shapes.push_back({{144, 144}, {188, 188}});
+    EXPECT_EQ(failure(), "The model Encoder.mlmodelc has an output \"encoder\" that is not array "
+                         "[1, ?, ?].");
+    frames.shapes.clear();
+    EXPECT_NE(failure(), "");
+}
+
 TEST_F(FeatureCheckTest, openExtentsRangesAndEnumerationsThatHoldTheExtentFit)
 {
     auto& signal = input(preprocessor, "audio_signal");

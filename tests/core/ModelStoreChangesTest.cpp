@@ -492,6 +492,18 @@ TEST_F(ModelStoreAdd, anIncompleteFolderIsRejectedWithWhatItLacks)
     EXPECT_EQ(store->engines.get(), Engine::builtIn());
 }
 
+TEST_F(ModelStoreAdd, aFileThatCannotBeUsedIsNamedWithTheReason)
+{
+    folders.putModel("/m");
+    folders.contents["/m"].erase("Decoder.mlmodelc");
+    folders.unusable["/m/Encoder.mlmodelc"] = "weights/weight.bin leads to a device";
+    store->addLocal("/m", "");
+    loop.runReady();
+    EXPECT_EQ(error(), "That folder isn't a compatible model. Missing: Encoder.mlmodelc "
+                       "(weights/weight.bin leads to a device), Decoder.mlmodelc.");
+    EXPECT_EQ(store->engines.get(), Engine::builtIn());
+}
+
 TEST_F(ModelStoreAdd, aFolderWhoseNameIsNoTextIsRejectedAndCostsNoOther)
 {
     folders.putModel("/m");

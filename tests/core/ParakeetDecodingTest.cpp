@@ -44,10 +44,10 @@ protected:
         return array;
     }
 
-    std::shared_ptr<ParakeetRuntime::Loaded> load()
+    std::shared_ptr<ParakeetLoaded> load()
     {
         // Widths and lengths of every kind, past what the check at load would let through.
-        auto made = std::make_shared<ParakeetRuntime::Loaded>();
+        auto made = std::make_shared<ParakeetLoaded>();
         made->vocabulary = vocabulary;
         made->preprocessor = model("Preprocessor.mlmodelc");
         made->encoder = model("Encoder.mlmodelc");
@@ -90,7 +90,7 @@ protected:
     Step otherwise;
     std::size_t at = 0;
     std::vector<std::string> vocabulary{"<unk>", "\xE2\x96\x81Hello", "\xE2\x96\x81world", "!"};
-    std::shared_ptr<ParakeetRuntime::Loaded> loaded = load();
+    std::shared_ptr<ParakeetLoaded> loaded = load();
     MultiArray encoder = encoderOutput();
 };
 
@@ -231,6 +231,24 @@ TEST_F(ParakeetDecodingTest, framesAreReadThroughStridesAndFromHalfPrecision)
     const std::array<std::uint16_t, 6> halves{0x3C00, 0x4000, 0x4200, 0x4400, 0x4500, 0x4600};
     std::memcpy(memory.get(), halves.data(), sizeof halves); // 1 2 3 4 5 6
     encoder = MultiArray(MLElementType::float16, {1, 3, 2}, {6, 1, 3}, memory);
+    tokens();
+    const auto& given = models.given["JointDecisionv3.mlmodelc"];
+    ASSERT_EQ(given.size(), 2U);
+    for (int d = 0; d < 3; ++d) {
+        EXPECT_EQ(given[0].at("encoder_step").number(d), 1 + d);
+        EXPECT_EQ(given[1].at("encoder_step").number(d), 4 + d);
+    }
+}
+
+TEST_F(ParakeetDecodingTest, framesOfSinglePrecisionAreReadThroughStridesToo)
+{
+    // Frame after frame, four numbers apart though a frame has three; what lies between is no
+    // part of the array.
+    const auto numbers =
+        std::make_shared<std::array<float, 8>>(std::array<float, 8>{1, 2, 3, -99, 4, 5, 6, -99});
+    encoder = MultiArray(
+        MLElementType::float32, {1, 3, 2}, {8, 1, 4},
+        std::shared_ptr<std::byte>(numbers, reinterpret_cast<std::byte*>(numbers->data())));
     tokens();
     const auto& given = models.given["JointDecisionv3.mlmodelc"];
     ASSERT_EQ(given.size(), 2U);

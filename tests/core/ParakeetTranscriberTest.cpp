@@ -78,6 +78,47 @@ TEST_F(ParakeetTranscriberTest, aDictationWithoutSpeechIsEmptyAndSaysNothing)
     EXPECT_EQ(transcriber->failure(), std::nullopt);
 }
 
+TEST_F(ParakeetTranscriberTest, preparingLoadsTheModelsBeforeAnybodySpeaks)
+{
+    start();
+    EXPECT_EQ(models.alive(), 4U);
+    EXPECT_TRUE(models.predictions.empty());
+    utter(11);
+    EXPECT_EQ(finished(), "w11");
+    EXPECT_EQ(models.loads.size(), 4U);
+}
+
+TEST_F(ParakeetTranscriberTest, preparingWaitsForNoLoad)
+{
+    models.scripts["Encoder.mlmodelc"].loadTakes = seconds(8);
+    transcriber = std::make_shared<ParakeetTranscriber>(a, runtime, converters, loop);
+    const auto prepared = outcomeOf(loop, [](ParakeetTranscriber& engine) -> Task<bool> {
+        co_await engine.prepare();
+        co_return true;
+    }(*transcriber));
+    loop.runReady();
+    EXPECT_TRUE(prepared->done());
+    EXPECT_LT(models.alive(), 4U);
+}
+
+TEST_F(ParakeetTranscriberTest, draftsGiveWayToAllOtherWorkAndFinalTextsToNone)
+{
+    start();
+    speak(21, 120000);
+    loop.advance(milliseconds(700));
+    EXPECT_EQ(models.predictionPriorities, std::set{WorkPriority::background});
+    models.predictionPriorities.clear();
+    speak(22);
+    pause();
+    loop.runReady();
+    EXPECT_EQ(texts.back(), "w21 w22");
+    EXPECT_EQ(models.predictionPriorities, std::set{WorkPriority::normal});
+    models.predictionPriorities.clear();
+    speak(23);
+    EXPECT_EQ(finished(), "w21 w22 w23");
+    EXPECT_EQ(models.predictionPriorities, std::set{WorkPriority::normal});
+}
+
 TEST_F(ParakeetTranscriberTest, utterancesFollowOneAnotherInTheRunningText)
 {
     start();
@@ -324,8 +365,11 @@ TEST_F(ParakeetTranscriberTest, theEngineLostInTheMiddleCostsThatUtteranceOnly)
 TEST_F(ParakeetTranscriberTest, finishingWhatWasNeverPreparedIsEmpty)
 {
     transcriber = std::make_shared<ParakeetTranscriber>(a, runtime, converters, loop);
+    utter(11);
     speak(21);
     EXPECT_EQ(finished(), "");
+    loop.advance(seconds(5));
+    EXPECT_TRUE(models.loads.empty());
 }
 
 TEST_F(ParakeetTranscriberTest, aBufferThatCannotBeConvertedIsDropped)
@@ -366,7 +410,7 @@ TEST_F(ParakeetTranscriberTest, twoDictationsOfTwoEnginesDoNotMix)
     EXPECT_EQ(models.mostAtOnce, 1);
 }
 
-TEST_F(ParakeetTranscriberTest, anHourOfSpeechArrivesWholeAndInOrderInFlatMemory)
+TEST_F(ParakeetTranscriberTest, anHourOfSpeechArrivesWholeAndInOrder)
 {
     start();
     std::string expected;

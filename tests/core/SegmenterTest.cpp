@@ -110,13 +110,29 @@ TEST_F(SegmenterTest, anUtteranceReachesTheSoftLimitWithinAPause)
     EXPECT_EQ(length(0), 124800U + 3200);
 }
 
-TEST_F(SegmenterTest, theHardLimitWithinASilenceTrimsIt)
+TEST_F(SegmenterTest, theHardLimitWithinAShortSilenceKeepsIt)
 {
-    // Silence keeps interrupting before it is a pause, until the last one crosses the limit.
     speech(222400);
     silence(1600);
     ASSERT_EQ(emitted.size(), 1U);
     EXPECT_EQ(length(0), 224000U);
+}
+
+TEST_F(SegmenterTest, theHardLimitWithinALongSilenceKeepsTheTailOnly)
+{
+    speech(218240);
+    silence(5440); // longer than the tail, and no pause yet
+    EXPECT_TRUE(emitted.empty());
+    silence(320);
+    ASSERT_EQ(emitted.size(), 1U);
+    EXPECT_EQ(length(0), 218240U + 3200);
+    EXPECT_EQ(segmenter.cuts(), 1);
+    // What remains of the silence belongs to nothing: the next utterance begins anew.
+    silence(9600);
+    speech(4000);
+    segmenter.flush();
+    ASSERT_EQ(emitted.size(), 2U);
+    EXPECT_EQ(length(1), 4800U + 4000);
 }
 
 /// The smallest amplitude whose frames are speech for a fresh segmenter, found by trying.

@@ -2,6 +2,7 @@
 
 import base64
 import json
+import os
 import pathlib
 import subprocess
 import tarfile
@@ -29,6 +30,22 @@ class LocalModel:
                   "custom": True}
         data = base64.b64encode(json.dumps([engine]).encode()).decode()
         return {"customEngines": {"data": data}, "engine": ENGINE_ID, **others}
+
+    def become_links(self):
+        """Lays the model out as a hub's cache does: every file a link into a store of files named
+        by number, and the encoder a link to the folder of another model that shares it."""
+        files = [path for path in sorted(self.folder.rglob("*")) if path.is_file()]
+        store = self.root / "blobs"
+        store.mkdir()
+        for number, path in enumerate(files):
+            blob = path.rename(store / f"{number:08x}")
+            path.symlink_to(os.path.relpath(blob, path.parent))
+        shared = self.root / "other" / "Encoder.mlmodelc"
+        shared.parent.mkdir()
+        encoder = self.folder / "Encoder.mlmodelc"
+        encoder.rename(shared)
+        # As deep as before, so that the links in it go on leading to the store.
+        encoder.symlink_to(os.path.relpath(shared, self.folder))
 
     def several_by(self, voice):
         """The utterances of several sentences in a voice."""

@@ -37,6 +37,34 @@ def test_its_sentences_arrive_word_for_word(desktop, launch):
     assert len(engine_processes(program)) == 1
 
 
+def test_a_model_made_of_links_into_a_store_is_dictated_with(desktop, launch):
+    model = LocalModel(desktop)
+    model.become_links()
+    assert not [path for path in model.folder.rglob("*")
+                if path.is_file() and not path.is_symlink()]
+    program = launch(settings=model.settings())
+    terminal = Terminal(desktop)
+    utterance = model.utterances[0]
+    dictate(desktop, program, model.recording([utterance], "one"))
+    assert terminal.await_text(60) == utterance["text"]
+    assert len(engine_processes(program)) == 1
+
+
+def test_a_model_whose_links_lead_to_a_device_is_not_taken_for_one(desktop, launch):
+    model = LocalModel(desktop)
+    model.become_links()
+    program_text = model.folder / "Decoder.mlmodelc" / "model.mil"
+    program_text.unlink()
+    program_text.symlink_to("/dev/zero")
+    program = launch(settings=model.settings())
+    # The built-in recogniser takes over, and stays chosen.
+    wait_until(lambda: '"apple"' in program.settings_file.read_text(), "the selection to fall back")
+    terminal = Terminal(desktop)
+    program.dictate(SENTENCE)
+    assert_arrived(SENTENCE, terminal.await_text())
+    assert not engine_processes(program)
+
+
 def capsule_width(overlay):
     """How much of the overlay's middle row is not what lies behind it."""
     if not overlay.is_shown():

@@ -17,6 +17,8 @@ public:
     std::filesystem::path root = "/models";
     /// The names directly inside each folder.
     std::map<std::filesystem::path, std::set<std::string>> contents;
+    /// What exists and cannot be used, and why.
+    std::map<std::filesystem::path, std::string> unusable;
     std::map<std::filesystem::path, std::uint64_t> sizes;
     std::map<std::filesystem::path, std::string> files;
     std::vector<std::filesystem::path> removed;
@@ -32,11 +34,16 @@ public:
     }
 
     std::filesystem::path modelsRoot() const override { return root; }
-    bool contains(const std::filesystem::path& folder, const std::string& name) override
+    std::optional<std::string> whyUnusable(const std::filesystem::path& folder,
+                                           const std::string& name) override
     {
         note();
+        if (const auto why = unusable.find(folder / name); why != unusable.end()) {
+            return why->second;
+        }
         const auto found = contents.find(folder);
-        return found != contents.end() && found->second.contains(name);
+        const bool there = found != contents.end() && found->second.contains(name);
+        return there ? std::nullopt : std::optional<std::string>("");
     }
     std::uint64_t allocatedSize(const std::filesystem::path& folder) override
     {

@@ -43,6 +43,8 @@ public:
     int stopped = 0;
     int mostAtOnce = 0;
     WorkPriority lastPriority = WorkPriority::normal;
+    /// Those at which predictions were asked for.
+    std::set<WorkPriority> predictionPriorities;
     /// Models that were handed out and still exist.
     std::size_t alive() const { return models.size(); }
 
@@ -124,6 +126,7 @@ private:
             given[model.name].push_back(copied(inputs));
         }
         lastPriority = priority;
+        predictionPriorities.insert(priority);
         Completion<MLFeatures> done;
         if (!model.lost.empty()) {
             done.completer().failWith<MLModelLost>(model.lost);

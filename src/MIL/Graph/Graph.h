@@ -59,7 +59,7 @@ struct Graph {
     std::deque<std::string> ownedTexts;
     std::vector<StoredValuesPointer> ownedStored;
 
-    explicit Graph(const std::filesystem::path& bundle) : files(bundle) {}
+    Graph(const std::filesystem::path& bundle, LinksOut linksOut) : files(bundle, linksOut) {}
 };
 
 /// Parses and resolves a program. `function` names the function to build, empty for `main` or
@@ -67,7 +67,7 @@ struct Graph {
 /// Memory is bounded: the constants written in the text, and folded ones of at most 1 MiB each
 /// and 1 MiB plus 16 times the text together.
 Graph buildGraph(std::string_view text, const std::filesystem::path& bundle,
-                 std::string_view function);
+                 std::string_view function, LinksOut linksOut = LinksOut::refused);
 
 /// Compares what was inferred with what the text declares and merges them. Returns the empty
 /// string if they agree, else what is wrong.

@@ -39,7 +39,7 @@ std::string disagreement(const TensorType& declared, const TensorType& inferred)
 }
 
 Graph buildGraph(std::string_view text, const std::filesystem::path& bundle,
-                 std::string_view function)
+                 std::string_view function, LinksOut linksOut)
 {
     syntax::Program program = parseProgram(text);
     const auto named = [&](std::string_view name) {
@@ -60,7 +60,7 @@ Graph buildGraph(std::string_view text, const std::filesystem::path& bundle,
         throw Error("model.mil: the program has no function '" +
                     std::string(function.empty() ? "main" : function) + "'");
     }
-    Graph graph(bundle);
+    Graph graph(bundle, linksOut);
     GraphBuilder(text, program, graph).build(*chosen);
     return graph;
 }

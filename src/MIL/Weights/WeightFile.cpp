@@ -102,7 +102,10 @@ std::span<const std::byte> findRecord(std::span<const std::byte> file, std::uint
     return file.subspan(static_cast<std::size_t>(start), static_cast<std::size_t>(size));
 }
 
-WeightFiles::WeightFiles(std::filesystem::path bundle) : bundle(std::move(bundle)) {}
+WeightFiles::WeightFiles(std::filesystem::path bundle, LinksOut linksOut)
+    : bundle(std::move(bundle)), linksOut(linksOut)
+{
+}
 
 std::span<const std::byte> WeightFiles::record(const std::string& path, std::uint64_t offset,
                                                const TensorType& type)
@@ -141,10 +144,13 @@ const MappedFile& WeightFiles::open(const std::string& path)
     }
     const auto [inRoot, inResolved] =
         std::mismatch(root.begin(), root.end(), resolved.begin(), resolved.end());
-    if (inRoot != root.end()) {
+    if (inRoot == root.end()) {
+        return files.emplace(path, MappedFile(resolved)).first->second;
+    }
+    if (linksOut == LinksOut::refused) {
         throw Error("the weight file path '" + path + "' leaves the bundle");
     }
-    return files.emplace(path, MappedFile(resolved)).first->second;
+    return files.emplace(path, MappedFile(bundle / relative)).first->second;
 }
 
 } // namespace vorlin::mil

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "MIL/LinksOut.h"
 #include "MIL/Tensor.h"
 #include "MIL/Weights/MappedFile.h"
 
@@ -21,11 +22,11 @@ std::span<const std::byte> findRecord(std::span<const std::byte> file, std::uint
 /// The weight files of one bundle, each mapped once.
 class WeightFiles {
 public:
-    explicit WeightFiles(std::filesystem::path bundle);
+    WeightFiles(std::filesystem::path bundle, LinksOut linksOut);
 
     /// The payload of a record. `path` is as the text writes it, `@model_path/` in front or not;
-    /// it must stay inside the bundle, also through symbolic links. The bytes live as long as
-    /// this object and are aligned as the file aligns them. Throws Error.
+    /// it must stay inside the bundle, through symbolic links only if those may lead out. The
+    /// bytes live as long as this object and are aligned as the file aligns them. Throws Error.
     std::span<const std::byte> record(const std::string& path, std::uint64_t offset,
                                       const TensorType& type);
 
@@ -35,7 +36,8 @@ public:
 private:
     const MappedFile& open(const std::string& path);
 
-    std::filesystem::path bundle;
+    const std::filesystem::path bundle;
+    const LinksOut linksOut;
     std::map<std::string, MappedFile> files;
 };
 

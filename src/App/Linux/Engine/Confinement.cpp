@@ -3,6 +3,7 @@
 #include "CallFilter.h"
 #include "FileRules.h"
 #include "Platform/Linux/Engine/Wire/Startup.h"
+#include "Platform/Shared/Descriptor.h"
 
 #include <fcntl.h>
 #include <linux/capability.h>
@@ -24,10 +25,9 @@ namespace {
 /// When memory runs out, the kernel shall end this process before any other of the desktop's.
 void volunteerForOutOfMemory()
 {
-    const int file = ::open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC);
-    if (file >= 0) {
-        [[maybe_unused]] const auto written = ::write(file, "500", 3); // a wish
-        ::close(file);
+    const Descriptor file(::open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC));
+    if (file) {
+        [[maybe_unused]] const auto written = ::write(file.number(), "500", 3); // a wish
     }
 }
 

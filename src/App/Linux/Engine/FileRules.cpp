@@ -2,6 +2,9 @@
 // older than the running kernel.
 #include "FileRules.h"
 
+#include "Platform/Shared/Descriptor.h"
+#include "Platform/Shared/LinkedFiles.h"
+
 #include <linux/landlock.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -9,6 +12,8 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
+#include <system_error>
 
 namespace vorlin::engine {
 
@@ -40,6 +45,30 @@ std::size_t describe(long version, RuleSet& rules)
                           : offsetof(RuleSet, network);
 }
 
+bool makeReadable(const Descriptor& rules, int path)
+{
+    landlock_path_beneath_attr readable{};
+    readable.allowed_access = LANDLOCK_ACCESS_FS_READ_FILE;
+    readable.parent_fd = path;
+    return ::syscall(SYS_landlock_add_rule, rules.number(), LANDLOCK_RULE_PATH_BENEATH, &readable,
+                     0) == 0;
+}
+
+/// Each file by itself, also those in folders that links lead to. What cannot be allowed cannot be
+/// read later, and the loading says so.
+void makeLinkedFilesReadable(const Descriptor& rules)
+{
+    std::error_code error;
+    std::filesystem::directory_iterator next(".", error);
+    while (!error && next != std::filesystem::directory_iterator()) {
+        if (next->path().extension() == ".mlmodelc") {
+            followLinks(next->path(),
+                        [&rules](const Descriptor& file) { makeReadable(rules, file.number()); });
+        }
+        next.increment(error);
+    }
+}
+
 } // namespace
 
 FileRules applyFileRules(int folder)
@@ -52,18 +81,16 @@ FileRules applyFileRules(int folder)
     }
     RuleSet attributes;
     const std::size_t size = describe(version, attributes);
-    const auto rules =
-        static_cast<int>(::syscall(SYS_landlock_create_ruleset, &attributes, size, 0));
-    if (rules < 0) {
+    const Descriptor rules(
+        static_cast<int>(::syscall(SYS_landlock_create_ruleset, &attributes, size, 0)));
+    if (!rules) {
         return FileRules::failed;
     }
-    landlock_path_beneath_attr readable{};
-    readable.allowed_access = LANDLOCK_ACCESS_FS_READ_FILE;
-    readable.parent_fd = folder;
-    const bool done =
-        ::syscall(SYS_landlock_add_rule, rules, LANDLOCK_RULE_PATH_BENEATH, &readable, 0) == 0 &&
-        ::syscall(SYS_landlock_restrict_self, rules, 0) == 0;
-    ::close(rules);
+    if (!makeReadable(rules, folder)) {
+        return FileRules::failed;
+    }
+    makeLinkedFilesReadable(rules);
+    const bool done = ::syscall(SYS_landlock_restrict_self, rules.number(), 0) == 0;
     return done ? FileRules::inForce : FileRules::failed;
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "BackgroundLane.h"
-#include "Platform/Linux/Engine/Wire/Descriptor.h"
 #include "Platform/Linux/Engine/Wire/Messages.h"
+#include "Platform/Shared/Descriptor.h"
 #include "ServedModel.h"
 
 #include <cstdint>

@@ -94,7 +94,9 @@ bool ServedModel::load()
         if (!isPlainName(request.bundle)) {
             throw mil::Error("the bundle's name leaves the model folder");
         }
-        model = mil::Model::load(request.bundle, {.threads = std::max(1U, request.threads)});
+        // Where links may lead was decided before the confinement, which holds now.
+        model = mil::Model::load(request.bundle, {.threads = std::max(1U, request.threads),
+                                                  .linksOut = mil::LinksOut::followed});
         const LoadedReply signature = signatureOf(*model);
         if (encode(Reply(signature)).empty()) {
             throw mil::Error("the model has more inputs, outputs or shapes than can be used");

@@ -25,6 +25,7 @@ bool isStartedByVorlin()
 int main()
 {
     using namespace vorlin::engine;
+    using vorlin::Descriptor;
 
     if (!isStartedByVorlin()) {
         std::fputs("vorlin-engine: Vorlin starts this program when it needs it.\n", stderr);

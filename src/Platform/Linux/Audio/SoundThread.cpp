@@ -28,11 +28,11 @@ void clearWakeUp(pa_mainloop_api*, pa_io_event*, int fd, pa_io_event_flags_t, vo
 
 SoundThread::SoundThread() : loop(pa_mainloop_new()), wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
-    if (loop == nullptr || wakeUp < 0) {
+    if (loop == nullptr || !wakeUp) {
         fatal("the sound thread cannot be made");
     }
     auto* api = events();
-    api->io_new(api, wakeUp, PA_IO_EVENT_INPUT, clearWakeUp, nullptr);
+    api->io_new(api, wakeUp.number(), PA_IO_EVENT_INPUT, clearWakeUp, nullptr);
 
     // Signals are the main thread's business.
     sigset_t all;
@@ -49,7 +49,6 @@ SoundThread::~SoundThread()
     post([this] { ending = true; });
     thread.join();
     pa_mainloop_free(loop);
-    close(wakeUp);
 }
 
 void SoundThread::post(Work work)
@@ -58,7 +57,7 @@ void SoundThread::post(Work work)
         const std::scoped_lock guard(lock);
         posted.push_back(std::move(work));
     }
-    eventfd_write(wakeUp, 1);
+    eventfd_write(wakeUp.number(), 1);
 }
 
 Timer SoundThread::startTimer(Duration delay, Work work)

@@ -2,6 +2,7 @@
 
 #include "Async/Executor.h"
 #include "Async/TimerQueue.h"
+#include "Platform/Shared/Descriptor.h"
 #include "Ports/MainLoop.h"
 
 #include <pulse/mainloop.h>
@@ -41,7 +42,7 @@ private:
 
     pa_mainloop* loop;
     /// Readable while `posted` holds something new.
-    int wakeUp;
+    Descriptor wakeUp;
     std::mutex lock;
     std::deque<Work> posted;
     TimerQueue timers;

@@ -12,26 +12,20 @@
 namespace vorlin {
 
 FileWatch::FileWatch(std::function<void()> changed)
-    : changed(std::move(changed)), descriptor(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
+    : changed(std::move(changed)), watches(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
 {
-    if (descriptor >= 0) {
-        notifier = std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read);
+    if (watches) {
+        notifier = std::make_unique<QSocketNotifier>(watches.number(), QSocketNotifier::Read);
         QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(),
                          [this] { readEvents(); });
     }
 }
 
-FileWatch::~FileWatch()
-{
-    notifier.reset();
-    if (descriptor >= 0) {
-        ::close(descriptor);
-    }
-}
+FileWatch::~FileWatch() = default;
 
 void FileWatch::watch(const std::filesystem::path& link, const std::filesystem::path& target)
 {
-    if (descriptor < 0) {
+    if (!watches) {
         return;
     }
     // The folder is watched, not the file: a file that is replaced is another file. Closing
@@ -40,14 +34,14 @@ void FileWatch::watch(const std::filesystem::path& link, const std::filesystem::
         IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_CREATE | IN_DELETE | IN_ONLYDIR;
     std::map<int, std::set<std::string>> watched;
     for (const auto* file : {&link, &target}) {
-        const auto id = ::inotify_add_watch(descriptor, file->parent_path().c_str(), events);
+        const auto id = ::inotify_add_watch(watches.number(), file->parent_path().c_str(), events);
         if (id >= 0) {
             watched[id].insert(file->filename().string());
         }
     }
     for (const auto& [id, files] : names) {
         if (!watched.contains(id)) {
-            ::inotify_rm_watch(descriptor, id); // fails where its folder is gone: no matter
+            ::inotify_rm_watch(watches.number(), id); // fails where its folder is gone: no matter
         }
     }
     names = std::move(watched);
@@ -58,7 +52,7 @@ void FileWatch::readEvents()
     alignas(inotify_event) std::array<char, 4096> buffer{};
     bool ours = false;
     while (true) {
-        const auto count = ::read(descriptor, buffer.data(), buffer.size());
+        const auto count = ::read(watches.number(), buffer.data(), buffer.size());
         if (count <= 0) {
             break;
         }

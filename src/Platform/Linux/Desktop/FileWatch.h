@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Shared/Descriptor.h"
+
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -29,7 +31,7 @@ private:
     void readEvents();
 
     std::function<void()> changed;
-    int descriptor;
+    Descriptor watches;
     /// The file names that count, by the watch of their folder.
     std::map<int, std::set<std::string>> names;
     std::unique_ptr<QSocketNotifier> notifier;

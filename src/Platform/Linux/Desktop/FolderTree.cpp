@@ -24,7 +24,7 @@ struct CloseDirectory {
 std::vector<std::string> namesIn(const Descriptor& folder)
 {
     // A descriptor of its own: reading moves its position.
-    const int opened = ::openat(folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const int opened = ::openat(folder.number(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const std::unique_ptr<DIR, CloseDirectory> directory(opened < 0 ? nullptr
                                                                     : ::fdopendir(opened));
     std::vector<std::string> names;
@@ -44,7 +44,7 @@ std::vector<std::string> namesIn(const Descriptor& folder)
 Descriptor openFolder(const Descriptor& parent, const std::string& name)
 {
     return Descriptor(
-        ::openat(parent.get(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        ::openat(parent.number(), name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
 void visitLevel(const Descriptor& folder, const std::function<void(const struct stat&)>& visit,
@@ -52,7 +52,7 @@ void visitLevel(const Descriptor& folder, const std::function<void(const struct 
 {
     for (const auto& name : namesIn(folder)) {
         struct stat item = {};
-        if (::fstatat(folder.get(), name.c_str(), &item, AT_SYMLINK_NOFOLLOW) != 0) {
+        if (::fstatat(folder.number(), name.c_str(), &item, AT_SYMLINK_NOFOLLOW) != 0) {
             continue;
         }
         visit(item);
@@ -80,18 +80,18 @@ public:
 private:
     void remove(const Descriptor& parent, const std::string& name, int level)
     {
-        if (::unlinkat(parent.get(), name.c_str(), 0) == 0) {
+        if (::unlinkat(parent.number(), name.c_str(), 0) == 0) {
             return;
         }
         if (level == deepestLevel) {
             const std::string free = ".deep-" + std::to_string(++number);
-            moved = ::renameat2(parent.get(), name.c_str(), top.get(), free.c_str(),
+            moved = ::renameat2(parent.number(), name.c_str(), top.number(), free.c_str(),
                                 RENAME_NOREPLACE) == 0 ||
                     moved;
             return;
         }
         removeBelow(openFolder(parent, name), level + 1);
-        ::unlinkat(parent.get(), name.c_str(), AT_REMOVEDIR);
+        ::unlinkat(parent.number(), name.c_str(), AT_REMOVEDIR);
     }
 
     const Descriptor& top;
@@ -101,13 +101,6 @@ private:
 
 } // namespace
 
-Descriptor::~Descriptor()
-{
-    if (number >= 0) {
-        ::close(number);
-    }
-}
-
 void visitTree(const Descriptor& folder, const std::function<void(const struct stat&)>& visit)
 {
     visitLevel(folder, visit, 0);
@@ -115,7 +108,7 @@ void visitTree(const Descriptor& folder, const std::function<void(const struct s
 
 void removeTree(const Descriptor& parent, const std::string& name)
 {
-    if (::unlinkat(parent.get(), name.c_str(), 0) == 0) {
+    if (::unlinkat(parent.number(), name.c_str(), 0) == 0) {
         return;
     }
     {
@@ -125,7 +118,7 @@ void removeTree(const Descriptor& parent, const std::string& name)
             removal.removeBelow(top, 0);
         } while (removal.takeMoved());
     }
-    ::unlinkat(parent.get(), name.c_str(), AT_REMOVEDIR);
+    ::unlinkat(parent.number(), name.c_str(), AT_REMOVEDIR);
 }
 
 } // namespace vorlin

@@ -1,26 +1,13 @@
 #pragma once
 
+#include "Platform/Shared/Descriptor.h"
+
 #include <sys/stat.h>
 
 #include <functional>
 #include <string>
 
 namespace vorlin {
-
-/// A file descriptor that is closed with this object.
-class Descriptor {
-public:
-    explicit Descriptor(int number) : number(number) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor();
-
-    /// Negative when opening failed.
-    int get() const { return number; }
-
-private:
-    const int number;
-};
 
 /// Calls `visit` for every item below `folder`, an open directory; what cannot be read is left
 /// out. Links are items, and never followed.

@@ -31,43 +31,29 @@ std::string displayName(const Environment& environment)
 
 InstanceLock::InstanceLock(std::filesystem::path path) : path(std::move(path)) {}
 
-InstanceLock::~InstanceLock()
-{
-    release();
-}
-
 InstanceLock::Outcome InstanceLock::take()
 {
-    if (descriptor >= 0) {
+    if (held) {
         return Outcome::taken;
     }
     // Anybody may have put something under a name in /tmp: no links, no files of others, no pipes.
-    const int opened = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK,
-                              S_IRUSR | S_IWUSR);
-    if (opened < 0) {
+    Descriptor opened(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK,
+                             S_IRUSR | S_IWUSR));
+    if (!opened) {
         return Outcome::unavailable;
     }
     struct stat status {};
-    if (::fstat(opened, &status) != 0 || status.st_uid != ::geteuid() || !S_ISREG(status.st_mode)) {
-        ::close(opened);
+    if (::fstat(opened.number(), &status) != 0 || status.st_uid != ::geteuid() ||
+        !S_ISREG(status.st_mode)) {
         return Outcome::unavailable;
     }
-    if (::flock(opened, LOCK_EX | LOCK_NB) != 0) {
-        const bool isHeld = errno == EWOULDBLOCK;
-        ::close(opened);
-        return isHeld ? Outcome::heldElsewhere : Outcome::unavailable;
+    if (::flock(opened.number(), LOCK_EX | LOCK_NB) != 0) {
+        return errno == EWOULDBLOCK ? Outcome::heldElsewhere : Outcome::unavailable;
     }
     // The sticky bit keeps it from being tidied away with old files of the runtime folder.
-    ::fchmod(opened, S_IRUSR | S_IWUSR | S_ISVTX);
-    descriptor = opened;
+    ::fchmod(opened.number(), S_IRUSR | S_IWUSR | S_ISVTX);
+    held = std::move(opened);
     return Outcome::taken;
-}
-
-void InstanceLock::release()
-{
-    if (descriptor >= 0) {
-        ::close(std::exchange(descriptor, -1));
-    }
 }
 
 std::filesystem::path InstanceLock::pathFor(const Environment& environment)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Linux/Environment.h"
+#include "Platform/Shared/Descriptor.h"
 
 #include <filesystem>
 
@@ -22,11 +23,11 @@ public:
     explicit InstanceLock(std::filesystem::path path);
     InstanceLock(const InstanceLock&) = delete;
     InstanceLock& operator=(const InstanceLock&) = delete;
-    ~InstanceLock();
+    ~InstanceLock() = default;
 
     /// Tries once, without waiting. Taken already: `taken`.
     Outcome take();
-    void release();
+    void release() { held.close(); }
 
     /// The lock file of the environment's display: in $XDG_RUNTIME_DIR, or in /tmp, named after
     /// the person, where there is none.
@@ -34,7 +35,7 @@ public:
 
 private:
     std::filesystem::path path;
-    int descriptor = -1;
+    Descriptor held;
 };
 
 } // namespace vorlin

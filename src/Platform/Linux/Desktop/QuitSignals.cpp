@@ -33,12 +33,12 @@ void wake(int /*signal*/)
 } // namespace
 
 QuitSignals::QuitSignals(std::function<void()> onSignal)
-    : onSignal(std::move(onSignal)), descriptor(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
+    : onSignal(std::move(onSignal)), arrivals(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
 {
-    if (descriptor < 0 || wakeDescriptor.exchange(descriptor) != -1) {
+    if (!arrivals || wakeDescriptor.exchange(arrivals.number()) != -1) {
         fatal("the signals that end the program cannot be watched");
     }
-    notifier = std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read);
+    notifier = std::make_unique<QSocketNotifier>(arrivals.number(), QSocketNotifier::Read);
     QObject::connect(notifier.get(), &QSocketNotifier::activated, notifier.get(),
                      [this] { received(); });
 
@@ -62,14 +62,12 @@ QuitSignals::~QuitSignals()
         ::sigaction(each.signal, &each.action, nullptr);
     }
     wakeDescriptor.store(-1);
-    notifier.reset();
-    ::close(descriptor);
 }
 
 void QuitSignals::received()
 {
     std::uint64_t count = 0;
-    if (::read(descriptor, &count, sizeof count) == sizeof count) {
+    if (::read(arrivals.number(), &count, sizeof count) == sizeof count) {
         onSignal();
     }
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/Shared/Descriptor.h"
+
 #include <array>
 #include <csignal>
 #include <functional>
@@ -32,7 +34,7 @@ private:
     void received();
 
     std::function<void()> onSignal;
-    int descriptor;
+    Descriptor arrivals;
     std::unique_ptr<QSocketNotifier> notifier;
     std::array<Saved, 4> saved{};
 };

@@ -1,5 +1,7 @@
 #include "Platform/Linux/Desktop/SettingsFile.h"
 
+#include "Platform/Shared/Descriptor.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -23,29 +25,6 @@ namespace {
     const auto code = errno;
     throw std::system_error(code, std::generic_category(), path.string());
 }
-
-/// An open file, closed at the end of its scope.
-class OpenFile {
-public:
-    explicit OpenFile(int descriptor) : descriptor(descriptor) {}
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-    ~OpenFile()
-    {
-        if (isOpen()) {
-            ::close(descriptor);
-        }
-    }
-
-    bool isOpen() const { return descriptor >= 0; }
-    int get() const { return descriptor; }
-
-    /// Closes it now, to learn of errors that some file systems report only then.
-    bool close() { return ::close(std::exchange(descriptor, -1)) == 0; }
-
-private:
-    int descriptor;
-};
 
 bool writeAll(int descriptor, std::string_view text)
 {
@@ -86,19 +65,19 @@ std::optional<std::string> readUpTo(int descriptor, std::size_t limit)
 /// Makes a rename in `folder` last through a power failure; not every file system can.
 void syncFolder(const fs::path& folder)
 {
-    const OpenFile opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (opened.isOpen()) {
-        ::fsync(opened.get());
+    const Descriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (opened) {
+        ::fsync(opened.number());
     }
 }
 
 /// Writes the finished temporary file, or removes it and throws. QSaveFile would do most of this,
 /// but it takes no path that is not UTF-8, makes a new file that others may read, and refuses to
 /// replace one that its owner made read-only.
-void writeTemporary(OpenFile& file, const std::string& name, std::string_view text, mode_t mode)
+void writeTemporary(Descriptor& file, const std::string& name, std::string_view text, mode_t mode)
 {
-    if (::fchmod(file.get(), mode) == 0 && writeAll(file.get(), text) && ::fsync(file.get()) == 0 &&
-        file.close()) {
+    if (::fchmod(file.number(), mode) == 0 && writeAll(file.number(), text) &&
+        ::fsync(file.number()) == 0 && file.close()) {
         return;
     }
     const auto code = errno;
@@ -127,15 +106,15 @@ fs::path SettingsFile::target() const
 SettingsFile::Contents SettingsFile::read() const
 {
     // Opening must not wait for the other end, should it be a pipe.
-    const OpenFile file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    if (!file.isOpen()) {
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!file) {
         return {errno == ENOENT ? State::absent : State::unreadable, {}};
     }
     struct stat status {};
-    if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (::fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return {State::unreadable, {}};
     }
-    const auto text = readUpTo(file.get(), SettingsText::maximumBytes);
+    const auto text = readUpTo(file.number(), SettingsText::maximumBytes);
     if (!text) {
         return {State::unreadable, {}};
     }
@@ -169,8 +148,8 @@ void SettingsFile::replace(const SettingsText& settings) const
     const mode_t mode = exists ? status.st_mode & permissionBits : S_IRUSR | S_IWUSR;
 
     std::string temporary = file.parent_path() / ("." + file.filename().string() + ".XXXXXX");
-    OpenFile opened(::mkostemp(temporary.data(), O_CLOEXEC));
-    if (!opened.isOpen()) {
+    Descriptor opened(::mkostemp(temporary.data(), O_CLOEXEC));
+    if (!opened) {
         fail(file);
     }
     writeTemporary(opened, temporary, settings.text(), mode);

@@ -1,6 +1,7 @@
 #include "Platform/Linux/Desktop/XDGFolders.h"
 
 #include "Platform/Linux/Desktop/FolderTree.h"
+#include "Platform/Shared/LinkedFiles.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -42,13 +43,18 @@ Descriptor openFolder(const std::filesystem::path& folder)
     return Descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
-/// Says in one line why a file cannot be read, whatever its name holds.
+/// The text without what would break its line: names may hold anything.
+std::string oneLine(std::string text)
+{
+    std::ranges::replace_if(
+        text, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, '?');
+    return text;
+}
+
 [[noreturn]] void cannotRead(const std::filesystem::path& file, const std::string& reason)
 {
-    std::string name = file.filename().string();
-    std::ranges::replace_if(
-        name, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, '?');
-    throw std::runtime_error("Cannot read " + name + ": " + reason + ".");
+    throw std::runtime_error("Cannot read " + oneLine(file.filename().string()) + ": " + reason +
+                             ".");
 }
 
 [[noreturn]] void cannotReadNow(const std::filesystem::path& file)
@@ -58,10 +64,15 @@ Descriptor openFolder(const std::filesystem::path& folder)
 
 } // namespace
 
-bool XDGFolders::contains(const std::filesystem::path& folder, const std::string& name)
+std::optional<std::string> XDGFolders::whyUnusable(const std::filesystem::path& folder,
+                                                   const std::string& name)
 {
     struct stat item = {};
-    return isPath(folder) && isSingleName(name) && ::stat((folder / name).c_str(), &item) == 0;
+    if (!isPath(folder) || !isSingleName(name) || ::lstat((folder / name).c_str(), &item) != 0) {
+        return "";
+    }
+    const auto refused = followLinks(folder / name, [](const Descriptor& /*file*/) {});
+    return refused ? std::optional(oneLine(*refused)) : std::nullopt;
 }
 
 std::uint64_t XDGFolders::allocatedSize(const std::filesystem::path& folder)
@@ -105,7 +116,7 @@ Bytes XDGFolders::read(const std::filesystem::path& file, std::size_t most,
     }
     // Not blocking, should it be exchanged for a pipe just now.
     const Descriptor opened(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (opened.get() < 0 || ::fstat(opened.get(), &item) != 0) {
+    if (!opened || ::fstat(opened.number(), &item) != 0) {
         cannotReadNow(file);
     }
     if (!S_ISREG(item.st_mode)) {
@@ -119,7 +130,7 @@ Bytes XDGFolders::read(const std::filesystem::path& file, std::size_t most,
     std::size_t filled = 0;
     while (true) {
         const std::size_t wanted = std::min(bytes.size() - filled, largestPiece);
-        const auto got = ::read(opened.get(), bytes.data() + filled, wanted);
+        const auto got = ::read(opened.number(), bytes.data() + filled, wanted);
         if (got < 0 && errno != EINTR) {
             cannotReadNow(file);
         }

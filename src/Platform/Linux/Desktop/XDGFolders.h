@@ -15,8 +15,10 @@ public:
 
     std::filesystem::path modelsRoot() const override { return root; }
 
-    /// A link counts as what it leads to; one that leads nowhere does not exist.
-    bool contains(const std::filesystem::path& folder, const std::string& name) override;
+    /// What exists can be used, unless a link leads from it to what is no plain file or folder
+    /// that the person may read.
+    std::optional<std::string> whyUnusable(const std::filesystem::path& folder,
+                                           const std::string& name) override;
 
     /// What has several names below `folder` counts once. `folder` itself may be a link.
     std::uint64_t allocatedSize(const std::filesystem::path& folder) override;

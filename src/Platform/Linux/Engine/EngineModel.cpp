@@ -8,7 +8,6 @@
 
 namespace vorlin {
 
-using engine::Descriptor;
 using engine::Reply;
 
 namespace {

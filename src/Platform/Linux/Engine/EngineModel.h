@@ -14,8 +14,8 @@ namespace vorlin {
 class EngineModel final : public MLModel {
 public:
     /// `channel` is the model's own, on which it was loaded as number `id`.
-    EngineModel(std::shared_ptr<EngineProcess> process, std::uint32_t id,
-                engine::Descriptor channel, MLSignature signature);
+    EngineModel(std::shared_ptr<EngineProcess> process, std::uint32_t id, Descriptor channel,
+                MLSignature signature);
     ~EngineModel() override;
 
     const MLSignature& signature() const override { return declared; }
@@ -26,7 +26,7 @@ public:
 private:
     MLFeatures compute(const MLFeatures& inputs, WorkPriority priority,
                        const std::stop_token& stop);
-    engine::Descriptor makeRoom(std::uint64_t bytes);
+    Descriptor makeRoom(std::uint64_t bytes);
     MLFeatures await(std::uint64_t outputs, const std::stop_token& stop);
     engine::Reply nextReply(const std::stop_token& stop);
     void provide(const engine::NeedsMemoryReply& wanted, std::uint64_t outputs);
@@ -37,7 +37,7 @@ private:
     // The process goes after the channel: its last model's end ends it.
     const std::shared_ptr<EngineProcess> process;
     const std::uint32_t id;
-    engine::Descriptor channel;
+    Descriptor channel;
     const MLSignature declared;
     const std::uint64_t expectedOutputs; // bytes
 

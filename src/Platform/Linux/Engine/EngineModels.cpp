@@ -19,8 +19,6 @@
 
 namespace vorlin {
 
-using engine::Descriptor;
-
 namespace {
 
 constexpr const char* programEnds = "The program ends.";

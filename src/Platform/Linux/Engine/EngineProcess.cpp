@@ -19,8 +19,6 @@
 
 namespace vorlin {
 
-using engine::Descriptor;
-
 namespace {
 
 /// Between the end of a process's channels and its own.

@@ -23,7 +23,7 @@ class EngineProcess {
 public:
     /// Starts `program` for `folder`, a descriptor of the model folder. Returns at once: that it
     /// could not be started is told by `ended()` and to every load.
-    EngineProcess(const std::filesystem::path& program, engine::Descriptor folder,
+    EngineProcess(const std::filesystem::path& program, Descriptor folder,
                   const EngineLimits& limits);
     EngineProcess(const EngineProcess&) = delete;
     EngineProcess& operator=(const EngineProcess&) = delete;
@@ -32,7 +32,7 @@ public:
 
     /// What became of a load: the model's channel and the engine's reply, or no reply when the
     /// process ended.
-    using Loaded = std::function<void(engine::Descriptor, std::optional<engine::Reply>)>;
+    using Loaded = std::function<void(Descriptor, std::optional<engine::Reply>)>;
 
     /// Loads a bundle; `request.model` tells models apart. `loaded` is called once, on this
     /// object's thread or, when the process has already ended, on the calling one; `onProgress`

@@ -17,8 +17,6 @@ namespace vorlin {
 
 namespace {
 
-using engine::Descriptor;
-
 /// What the new process does with its descriptors before the program starts.
 class FileActions {
 public:

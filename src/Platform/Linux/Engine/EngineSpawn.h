@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Linux/Engine/Wire/Descriptor.h"
+#include "Platform/Shared/Descriptor.h"
 
 #include <sys/types.h>
 
@@ -15,7 +15,7 @@ namespace vorlin {
 /// A started process, by its number and by a descriptor that cannot come to mean another one.
 struct SpawnedEngine {
     pid_t number = -1;
-    engine::Descriptor process;
+    Descriptor process;
 
     /// Ends it, whatever it does. Harmless when it has ended.
     void kill() const;
@@ -31,7 +31,7 @@ struct SpawnedEngine {
 /// open but the three standard descriptors on /dev/null, `control` and `folder`. It ends when the
 /// calling thread does. Returns what went wrong instead if it could not be started.
 std::variant<SpawnedEngine, std::string> spawnEngine(const std::filesystem::path& program,
-                                                     const engine::Descriptor& folder,
-                                                     const engine::Descriptor& control);
+                                                     const Descriptor& folder,
+                                                     const Descriptor& control);
 
 } // namespace vorlin

@@ -168,7 +168,9 @@ std::optional<MLFeatures> collect(const std::vector<engine::Tensor>& tensors,
             return std::nullopt;
         }
     }
-    return features;
+    const auto promised = std::ranges::count_if(
+        signature.outputs, [](const MLFeature& output) { return output.elementType.has_value(); });
+    return std::ssize(features) == promised ? std::optional(std::move(features)) : std::nullopt;
 }
 
 std::uint64_t expectedBytes(const std::vector<MLFeature>& features)

@@ -28,7 +28,8 @@ ArrangedInputs arrange(const MLFeatures& inputs, const MLSignature& signature);
 void copyIn(const MultiArray& array, std::byte* memory);
 
 /// The arrays that the engine put into `memory`. Nothing when its tensors are not what the
-/// signature declares, or do not lie in [begin, end of memory).
+/// signature declares, every output of a type that crosses exactly once, or do not lie in [begin,
+/// end of memory).
 std::optional<MLFeatures> collect(const std::vector<engine::Tensor>& tensors,
                                   const MLSignature& signature, std::span<const std::byte> memory,
                                   std::uint64_t begin);

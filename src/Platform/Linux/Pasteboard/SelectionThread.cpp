@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/Pasteboard/PasteboardStatus.h"
 #include "Platform/Linux/Pasteboard/SelectionClient.h"
+#include "Platform/Shared/Descriptor.h"
 
 #include <algorithm>
 #include <array>
@@ -38,12 +39,11 @@ struct SelectionThread::Shared {
     }
     Shared(const Shared&) = delete;
     Shared& operator=(const Shared&) = delete;
-    ~Shared() { close(wakeUp); }
 
     void wake() const
     {
         const std::uint64_t one = 1;
-        [[maybe_unused]] const auto written = write(wakeUp, &one, sizeof(one));
+        [[maybe_unused]] const auto written = write(wakeUp.number(), &one, sizeof(one));
     }
 
     void live();
@@ -53,7 +53,7 @@ struct SelectionThread::Shared {
 
     const std::string display;
     const std::shared_ptr<PasteboardStatus> status;
-    const int wakeUp;
+    const Descriptor wakeUp;
     std::binary_semaphore ended{0};
     Deadline handoverEnd{}; // the thread's own
 
@@ -115,13 +115,13 @@ void SelectionThread::Shared::wait(const SelectionClient& client)
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(*deadline - now);
         timeoutMs = static_cast<int>(std::clamp<std::int64_t>(left.count(), 0, 60'000));
     }
-    std::array<pollfd, 2> sources = {{{wakeUp, POLLIN, 0}, {-1, POLLIN, 0}}};
+    std::array<pollfd, 2> sources = {{{wakeUp.number(), POLLIN, 0}, {-1, POLLIN, 0}}};
     if (client.alive()) {
         sources[1].fd = client.fileDescriptor();
     }
     poll(sources.data(), sources.size(), timeoutMs);
     std::uint64_t count = 0;
-    [[maybe_unused]] const auto taken = ::read(wakeUp, &count, sizeof(count));
+    [[maybe_unused]] const auto taken = ::read(wakeUp.number(), &count, sizeof(count));
 }
 
 void SelectionThread::Shared::live()

@@ -20,6 +20,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// Makes this thread see files as a person without rights does, also where tests run as root.
+class AsNobody {
+public:
+    AsNobody() : before(static_cast<uid_t>(::setfsuid(nobody))) {}
+    AsNobody(const AsNobody&) = delete;
+    AsNobody& operator=(const AsNobody&) = delete;
+    ~AsNobody() { ::setfsuid(before); }
+
+private:
+    static constexpr uid_t nobody = 65534;
+    const uid_t before;
+};
+
 class XDGFoldersTest : public testing::Test {
 protected:
     XDGFoldersTest()
@@ -27,6 +40,23 @@ protected:
         fs::create_directories(model);
         fs::create_directories(outside);
         write(outside / "kept", "kept");
+    }
+    bool contains(const fs::path& folder, const std::string& name)
+    {
+        return !folders.whyUnusable(folder, name);
+    }
+    std::string why(const std::string& name)
+    {
+        return folders.whyUnusable(model, name).value_or("(usable)");
+    }
+    /// A bundle as a hub's cache lays it out: folders of links into a store of files.
+    void makeLinkedBundle(const fs::path& bundle)
+    {
+        fs::create_directories(bundle / "weights");
+        write(outside / "blob-1", "program");
+        write(outside / "blob-2", "weights");
+        fs::create_symlink(outside / "blob-1", bundle / "model.mil");
+        fs::create_symlink(outside / "blob-2", bundle / "weights" / "weight.bin");
     }
     std::string failureOf(const fs::path& file, std::size_t most = 1000)
     {
@@ -90,10 +120,10 @@ TEST_F(XDGFoldersTest, containsWhatExistsWhateverItIs)
     write(model / "a\nb", "");
     ::mkfifo((model / "pipe").c_str(), 0600);
     for (const auto* name : {"file", "folder", "link", "a\nb", "pipe"}) {
-        EXPECT_TRUE(folders.contains(model, name)) << name;
+        EXPECT_TRUE(contains(model, name)) << name;
     }
     for (const auto* name : {"dangling", "loop", "nothing", "File"}) {
-        EXPECT_FALSE(folders.contains(model, name)) << name;
+        EXPECT_FALSE(contains(model, name)) << name;
     }
 }
 
@@ -104,13 +134,94 @@ TEST_F(XDGFoldersTest, containsOnlyWhatLiesDirectlyInside)
     write(model / "folder" / "file", "");
     for (const auto& name :
          {""s, "."s, ".."s, "../outside"s, "folder/file"s, "/etc"s, "folder\0"s, "\0"s}) {
-        EXPECT_FALSE(folders.contains(model, name)) << name;
+        EXPECT_FALSE(contains(model, name)) << name;
     }
-    EXPECT_FALSE(folders.contains(model.string() + '\0' + "x", "folder"));
-    EXPECT_FALSE(folders.contains("", "folder"));
-    EXPECT_FALSE(folders.contains(model / "nothing", "folder"));
-    EXPECT_FALSE(folders.contains(model / "folder" / "file", "folder"));
-    EXPECT_FALSE(folders.contains(model, std::string(5000, 'x')));
+    EXPECT_FALSE(contains(model.string() + '\0' + "x", "folder"));
+    EXPECT_FALSE(contains("", "folder"));
+    EXPECT_FALSE(contains(model / "nothing", "folder"));
+    EXPECT_FALSE(contains(model / "folder" / "file", "folder"));
+    EXPECT_FALSE(contains(model, std::string(5000, 'x')));
+}
+
+TEST_F(XDGFoldersTest, whatIsMadeOfLinksToFilesCanBeUsed)
+{
+    makeLinkedBundle(model / "Linked.mlmodelc");
+    fs::create_directory_symlink(model / "Linked.mlmodelc", model / "Shared.mlmodelc");
+    fs::create_directory_symlink(model, outside / "model"); // and round in a circle
+    fs::create_directory_symlink(outside, model / "Linked.mlmodelc" / "circle");
+    EXPECT_EQ(why("Linked.mlmodelc"), "(usable)");
+    EXPECT_EQ(why("Shared.mlmodelc"), "(usable)");
+    fs::create_symlink(outside / "blob-1", model / "vocabulary");
+    EXPECT_EQ(why("vocabulary"), "(usable)");
+}
+
+TEST_F(XDGFoldersTest, aLinkThatLeadsNowhereUsefulIsNamedWithTheReason)
+{
+    const fs::path weights = model / "Linked.mlmodelc" / "weights" / "weight.bin";
+    makeLinkedBundle(model / "Linked.mlmodelc");
+    fs::create_directory_symlink(model / "Linked.mlmodelc", model / "Shared.mlmodelc");
+    fs::create_symlink("/dev/zero", model / "device");
+    EXPECT_EQ(why("device"), "it leads to a device");
+    fs::create_symlink("nowhere", model / "dangling");
+    EXPECT_EQ(why("dangling"), "it leads to nothing");
+    EXPECT_EQ(why("nothing at all"), "");
+    ::mkfifo((outside / "pipe").c_str(), 0600);
+    for (const auto& [to, said] :
+         {std::pair<fs::path, std::string>{"/dev/zero", "weights/weight.bin leads to a device"},
+          {outside / "nothing", "weights/weight.bin leads to nothing"},
+          {outside / "pipe", "weights/weight.bin leads to no plain file"},
+          {weights, "weights/weight.bin leads to nothing"}}) {
+        fs::remove(weights);
+        fs::create_symlink(to, weights);
+        EXPECT_EQ(why("Linked.mlmodelc"), said);
+        EXPECT_EQ(why("Shared.mlmodelc"), said);
+    }
+    fs::remove(weights);
+    ::mkfifo(weights.c_str(), 0600);
+    EXPECT_EQ(why("Linked.mlmodelc"), "(usable)") << "no link: what is in it is not asked";
+    EXPECT_EQ(why("Shared.mlmodelc"), "weights/weight.bin is no plain file");
+    fs::create_symlink("/dev/zero", model / "Linked.mlmodelc" / "a\nb");
+    EXPECT_EQ(why("Linked.mlmodelc"), "a?b leads to a device");
+}
+
+TEST_F(XDGFoldersTest, aLinkToMoreThanAnyBundleHoldsIsRefused)
+{
+    for (int i = 0; i < 1001; ++i) {
+        write(outside / std::to_string(i), "");
+    }
+    fs::create_directory_symlink(outside, model / "Everything.mlmodelc");
+    EXPECT_EQ(why("Everything.mlmodelc"), "it leads to too many files");
+    fs::create_directory(temporary / "deep");
+    makeDeep(temporary / "deep", 12);
+    fs::create_directory_symlink(temporary / "deep", model / "Deep.mlmodelc");
+    EXPECT_TRUE(why("Deep.mlmodelc").ends_with("leads to too many folders"));
+    makeDeep(model, 12);
+    EXPECT_EQ(why(std::string(100, 'd')), "(usable)");
+}
+
+TEST_F(XDGFoldersTest, aLinkToWhatThePersonMayNotReadIsRefused)
+{
+    makeLinkedBundle(model / "Linked.mlmodelc");
+    fs::create_directory_symlink(outside, model / "Shared.mlmodelc");
+    for (const auto& folder : {temporary.path(), root, model, model / "Linked.mlmodelc",
+                               model / "Linked.mlmodelc" / "weights"}) {
+        fs::permissions(folder, fs::perms::all);
+    }
+    fs::permissions(outside, fs::perms::all);
+    fs::permissions(outside / "blob-2", fs::perms::none);
+    {
+        const AsNobody other;
+        EXPECT_EQ(why("Linked.mlmodelc"),
+                  "weights/weight.bin leads to a file that may not be read");
+    }
+    fs::permissions(outside / "blob-2", fs::perms::all);
+    fs::permissions(outside, fs::perms::none);
+    {
+        const AsNobody other;
+        EXPECT_EQ(why("Linked.mlmodelc"), "model.mil leads to a file that may not be read");
+        EXPECT_EQ(why("Shared.mlmodelc"), "it leads to a folder that may not be read");
+    }
+    fs::permissions(outside, fs::perms::owner_all);
 }
 
 TEST_F(XDGFoldersTest, sizesAreWhatIsAllocatedNotWhatIsInside)
@@ -322,19 +433,6 @@ TEST_F(XDGFoldersTest, readingSpecialFilesHoldsUpNothing)
     EXPECT_EQ(failureOf("/dev/zero"), "Cannot read zero: it is no plain file.");
 }
 
-/// Makes this thread see files as a person without rights does, also where tests run as root.
-class AsNobody {
-public:
-    AsNobody() : before(static_cast<uid_t>(::setfsuid(nobody))) {}
-    AsNobody(const AsNobody&) = delete;
-    AsNobody& operator=(const AsNobody&) = delete;
-    ~AsNobody() { ::setfsuid(before); }
-
-private:
-    static constexpr uid_t nobody = 65534;
-    const uid_t before;
-};
-
 TEST_F(XDGFoldersTest, aFolderWithoutPermissionIsAsIfEmpty)
 {
     write(model / "file", "x");
@@ -343,12 +441,12 @@ TEST_F(XDGFoldersTest, aFolderWithoutPermissionIsAsIfEmpty)
     }
     {
         const AsNobody other;
-        EXPECT_TRUE(folders.contains(model, "file"));
+        EXPECT_TRUE(contains(model, "file"));
     }
     fs::permissions(model, fs::perms::none);
     {
         const AsNobody other;
-        EXPECT_FALSE(folders.contains(model, "file"));
+        EXPECT_FALSE(contains(model, "file"));
         EXPECT_EQ(folders.allocatedSize(model), 0U);
         EXPECT_EQ(failureOf(model / "file"), "Cannot read file: Permission denied.");
         folders.removeModel(model);

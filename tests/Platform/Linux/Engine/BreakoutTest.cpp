@@ -39,6 +39,16 @@ public:
         std::ofstream(root.path / "sibling" / "secret.txt") << "secret";
         fs::create_symlink(root.path / "sibling" / "secret.txt", folder() / "link-out");
         fs::copy_file("/bin/true", folder() / "program");
+        // A hub's cache keeps files in one place and makes models of links to them.
+        fs::create_directories(root.path / "blobs" / "encoder");
+        std::ofstream(root.path / "blobs" / "weights") << "weights";
+        std::ofstream(root.path / "blobs" / "other") << "secret";
+        std::ofstream(root.path / "blobs" / "encoder" / "model.mil") << "program";
+        fs::create_directories(folder() / "Linked.mlmodelc" / "weights");
+        fs::create_symlink("../../../blobs/weights",
+                           folder() / "Linked.mlmodelc" / "weights" / "weight.bin");
+        fs::create_symlink("/dev/zero", folder() / "Linked.mlmodelc" / "device");
+        fs::create_directory_symlink("../blobs/encoder", folder() / "Shared.mlmodelc");
     }
     fs::path folder() const { return root.path / "model"; }
 
@@ -112,22 +122,23 @@ TEST_P(BreakoutTest, worksOutside)
 INSTANTIATE_TEST_SUITE_P(
     Attempts, BreakoutTest,
     testing::Values("opens-passwd", "opens-sibling", "climbs", "follows-link", "opens-folder-above",
-                    "lists-folder", "changes-folder", "opens-as-path", "writes-own-file",
-                    "updates-own-file", "truncates-own-file", "truncates-by-name", "makes-file",
-                    "makes-file-reading", "makes-nameless-file", "writes-outside", "makes-folder",
-                    "makes-link", "links", "removes", "renames", "changes-mode", "opens-own-memory",
-                    "opens-own-maps", "opens-parents-memory", "opens-parents-environment",
-                    "opens-handle", "mounts", "changes-root", "executes", "executes-own-file",
-                    "executes-on-thread", "forks", "forks-plainly", "clones", "leaves-namespaces",
-                    "traces-parent", "asks-to-be-traced", "kills-parent", "kills-parents-thread",
-                    "queues-signal", "opens-process", "reads-parents-memory",
-                    "writes-parents-memory", "limits-parent", "slows-parent", "nices-parent",
-                    "maps-executable", "makes-executable", "runs-from-memory", "unix-socket",
-                    "internet-socket", "internet-datagrams", "raw-socket", "socket-on-thread",
-                    "connects", "pairs-sockets", "makes-pipe", "io-uring", "bpf", "userfault",
-                    "keys", "measures", "controls-devices", "new-privileges", "becomes-dumpable",
-                    "survives-parent", "another-filter", "raises-core-limit", "changes-user",
-                    "writes-to-standard-error"),
+                    "reads-beside-linked-file", "lists-linked-folder", "writes-linked-file",
+                    "opens-linked-device", "lists-folder", "changes-folder", "opens-as-path",
+                    "writes-own-file", "updates-own-file", "truncates-own-file",
+                    "truncates-by-name", "makes-file", "makes-file-reading", "makes-nameless-file",
+                    "writes-outside", "makes-folder", "makes-link", "links", "removes", "renames",
+                    "changes-mode", "opens-own-memory", "opens-own-maps", "opens-parents-memory",
+                    "opens-parents-environment", "opens-handle", "mounts", "changes-root",
+                    "executes", "executes-own-file", "executes-on-thread", "forks", "forks-plainly",
+                    "clones", "leaves-namespaces", "traces-parent", "asks-to-be-traced",
+                    "kills-parent", "kills-parents-thread", "queues-signal", "opens-process",
+                    "reads-parents-memory", "writes-parents-memory", "limits-parent",
+                    "slows-parent", "nices-parent", "maps-executable", "makes-executable",
+                    "runs-from-memory", "unix-socket", "internet-socket", "internet-datagrams",
+                    "raw-socket", "socket-on-thread", "connects", "pairs-sockets", "makes-pipe",
+                    "io-uring", "bpf", "userfault", "keys", "measures", "controls-devices",
+                    "new-privileges", "becomes-dumpable", "survives-parent", "another-filter",
+                    "raises-core-limit", "changes-user", "writes-to-standard-error"),
     [](const auto& attempt) {
         std::string name = attempt.param;
         std::erase(name, '-');
@@ -137,6 +148,12 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(ConfinedFilesTest, theModelFolderIsReadable)
 {
     EXPECT_EQ(outcomeOf("confined", "reads-own-file"), Outcome::worked);
+}
+
+TEST(ConfinedFilesTest, whatLinksInABundleLeadToIsReadable)
+{
+    EXPECT_EQ(outcomeOf("confined", "reads-linked-weights"), Outcome::worked);
+    EXPECT_EQ(outcomeOf("confined", "reads-linked-folder"), Outcome::worked);
 }
 
 TEST(ConfinedFilesTest, startingProgramsAndSocketsEndTheProcess)

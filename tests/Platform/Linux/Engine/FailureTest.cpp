@@ -75,11 +75,45 @@ TEST_F(FailureTest, namesThatLeaveTheFolderAreRefused)
 {
     writeDouble();
     EXPECT_EQ(loading(".."), "..: the bundle's name leaves the model folder");
-    fs::create_directories(folder.path / "inner");
-    fs::create_directory_symlink(folder.path / "Double.mlmodelc",
-                                 folder.path / "inner" / "Link.mlmodelc");
-    const auto told = loading("inner/Link.mlmodelc");
-    EXPECT_NE(told.find("Permission denied"), std::string::npos) << told;
+}
+
+TEST_F(FailureTest, bundlesMadeOfLinksLoad)
+{
+    // Links to files in a store, and a link to a folder of such links.
+    writeWeighty("Encoder.mlmodelc");
+    fs::create_directories(folder.path / "blobs");
+    for (const auto* file : {"model.mil", "weights/weight.bin"}) {
+        const auto path = folder.path / "Encoder.mlmodelc" / file;
+        const auto blob = folder.path / "blobs" / path.filename();
+        fs::rename(path, blob);
+        fs::create_symlink(fs::relative(blob, path.parent_path()), path);
+    }
+    fs::create_directories(folder.path / "model");
+    fs::rename(folder.path / "Encoder.mlmodelc", folder.path / "snapshot.mlmodelc");
+    fs::create_directory_symlink("../snapshot.mlmodelc", folder.path / "model/Encoder.mlmodelc");
+    const auto model = load("model/Encoder.mlmodelc");
+    EXPECT_EQ(predicting(*model, {{"x", MultiArray(MLElementType::float16, {2048, 1024})}}),
+              "nothing");
+}
+
+TEST_F(FailureTest, aLinkToADeviceIsNotOpened)
+{
+    fs::create_directories(folder.path / "Encoder.mlmodelc");
+    fs::create_symlink("/dev/zero", folder.path / "Encoder.mlmodelc/model.mil");
+    EXPECT_EQ(loading("Encoder.mlmodelc"),
+              "cannot read Encoder.mlmodelc/model.mil: Permission denied");
+}
+
+TEST_F(FailureTest, aLinkMadeWhileTheEngineRunsLeadsNowhereUntilTheNextOne)
+{
+    const TemporaryFolder elsewhere;
+    writeDouble();
+    writeDouble((elsewhere.path / "Double.mlmodelc").string());
+    auto model = load("Double.mlmodelc");
+    fs::create_directory_symlink(elsewhere.path / "Double.mlmodelc", folder.path / "Late.mlmodelc");
+    EXPECT_EQ(loading("Late.mlmodelc"), "cannot read Late.mlmodelc/model.mil: Permission denied");
+    model.reset();
+    EXPECT_EQ(doubled(*load("Late.mlmodelc")), (std::vector<float>{2, 4}));
 }
 
 TEST_F(FailureTest, aTrailingSlashChangesNothing)

@@ -1,5 +1,6 @@
 // An engine process in the hands of an attacker: it answers in whatever way the bundle's name
-// says. The first answer is a signature of one input and one output, `x` and `y`, of two numbers.
+// says. The first answer is a signature of one input, `x`, and two outputs, `y` and `z`, of two
+// numbers each; a third output is of a type that does not cross.
 #include "Platform/Linux/Engine/Wire/Channel.h"
 #include "Platform/Linux/Engine/Wire/Messages.h"
 #include "Platform/Linux/Engine/Wire/Startup.h"
@@ -18,6 +19,7 @@
 namespace {
 
 using namespace vorlin::engine;
+using vorlin::Descriptor;
 
 Feature twoNumbers(std::string name)
 {
@@ -29,24 +31,29 @@ Feature twoNumbers(std::string name)
 
 LoadedReply signature()
 {
-    return {{twoNumbers("x")}, {twoNumbers("y")}};
+    Feature text = twoNumbers("text");
+    text.element = Element::other;
+    return {{twoNumbers("x")}, {twoNumbers("y"), twoNumbers("z"), text}};
 }
 
-Reply computed(std::uint64_t sequence, Tensor tensor)
-{
-    return ComputedReply{sequence, {std::move(tensor)}};
-}
+const Tensor y{0, Element::float32, {2}, 64};
+const Tensor z{1, Element::float32, {2}, 128};
 
 using Answer = std::function<Packet(const PredictRequest&)>;
+
+Answer outputs(const std::vector<Tensor>& tensors)
+{
+    return [=](const PredictRequest& asked) {
+        return encode(Reply(ComputedReply{asked.sequence, tensors}));
+    };
+}
 
 /// Answers to a prediction, by name.
 const std::map<std::string, Answer>& answers()
 {
     static const auto with = [](Element element, std::vector<std::int64_t> shape,
-                                std::uint64_t offset, std::uint32_t feature = 0) {
-        return [=](const PredictRequest& asked) {
-            return encode(computed(asked.sequence, {feature, element, shape, offset}));
-        };
+                                std::uint64_t offset) {
+        return outputs({{0, element, std::move(shape), offset}, z});
     };
     constexpr std::uint64_t far = std::numeric_limits<std::uint64_t>::max() - 63;
     static const std::map<std::string, Answer> all{
@@ -61,15 +68,15 @@ const std::map<std::string, Answer>& answers()
         {"of-another-rank", with(Element::float32, {2, 1}, 64)},
         {"huge", with(Element::float32, {std::numeric_limits<std::int64_t>::max()}, 64)},
         {"negative", with(Element::float32, {-2}, 64)},
-        {"of-an-unknown-output", with(Element::float32, {2}, 64, 7)},
-        {"twice",
-         [](const PredictRequest& asked) {
-             const Tensor y{0, Element::float32, {2}, 64};
-             return encode(Reply(ComputedReply{asked.sequence, {y, y}}));
-         }},
+        {"no-output", outputs({})},
+        {"one-missing", outputs({y})},
+        {"one-twice", outputs({y, z, y})},
+        {"one-for-the-other", outputs({y, y})},
+        {"one-too-many", outputs({y, z, {7, Element::float32, {2}, 192}})},
+        {"one-that-does-not-cross", outputs({y, z, {2, Element::other, {2}, 192}})},
         {"to-another-question",
          [](const PredictRequest& asked) {
-             return encode(computed(asked.sequence + 1, {0, Element::float32, {2}, 64}));
+             return encode(Reply(ComputedReply{asked.sequence + 1, {y, z}}));
          }},
         {"signature-again", [](const PredictRequest&) { return encode(Reply(signature())); }},
         {"garbage", [](const PredictRequest&) { return Packet(100, std::byte{0xAB}); }},

@@ -29,14 +29,23 @@ TEST_F(ImpostorTest, anAnswerThatFitsIsTaken)
 
 TEST_F(ImpostorTest, answersThatDoNotFitEndTheProcess)
 {
-    for (const auto* way :
-         {"beyond-the-end", "at-the-very-end", "among-the-inputs", "unaligned", "of-another-type",
-          "of-no-type", "of-another-shape", "of-another-rank", "huge", "negative",
-          "of-an-unknown-output", "twice", "to-another-question", "signature-again", "garbage",
-          "too-long", "too-much-memory", "needless-memory"}) {
+    for (const auto* way : {"beyond-the-end", "at-the-very-end", "among-the-inputs", "unaligned",
+                            "of-another-type", "of-no-type", "of-another-shape", "of-another-rank",
+                            "huge", "negative", "to-another-question", "signature-again", "garbage",
+                            "too-long", "too-much-memory", "needless-memory"}) {
         EXPECT_EQ(answered(way), nonsense) << way;
         EXPECT_TRUE(eventually([] { return children().empty(); })) << way;
     }
+}
+
+TEST_F(ImpostorTest, everyOutputIsWantedExactlyOnce)
+{
+    for (const auto* way : {"no-output", "one-missing", "one-twice", "one-for-the-other",
+                            "one-too-many", "one-that-does-not-cross"}) {
+        EXPECT_EQ(answered(way), nonsense) << way;
+        EXPECT_TRUE(eventually([] { return children().empty(); })) << way;
+    }
+    EXPECT_EQ(answered("fitting"), "nothing");
 }
 
 TEST_F(ImpostorTest, whatItSaysIsMadeFitToBeShown)

@@ -92,11 +92,10 @@ protected:
 
 TEST_F(TinySpeechTest, everyUtteranceGivesItsTokens)
 {
-    std::shared_ptr<ParakeetRuntime::Loaded> loaded;
-    spawn(loop,
-          [](ParakeetSource source, std::shared_ptr<ParakeetRuntime::Loaded>& into) -> Task<void> {
-              into = co_await loadParakeet(std::move(source));
-          }({loadedAtOnce, folders, loop, tinyModel(), WorkPriority::normal, [] {}}, loaded));
+    std::shared_ptr<ParakeetLoaded> loaded;
+    spawn(loop, [](ParakeetSource source, std::shared_ptr<ParakeetLoaded>& into) -> Task<void> {
+        into = co_await loadParakeet(std::move(source));
+    }({loadedAtOnce, folders, loop, tinyModel(), WorkPriority::normal, [] {}}, loaded));
     loop.runReady();
     const auto utterances = spokenUtterances();
     ASSERT_EQ(utterances.size(), 22U);
@@ -104,7 +103,7 @@ TEST_F(TinySpeechTest, everyUtteranceGivesItsTokens)
         std::vector<std::int64_t> tokens;
         std::string text;
         spawn(loop,
-              [](const SpokenUtterance& spoken, ParakeetRuntime::Loaded& with,
+              [](const SpokenUtterance& spoken, ParakeetLoaded& with,
                  std::vector<std::int64_t>& found, std::string& heard) -> Task<void> {
                   const auto samples = spoken.samples();
                   MLFeatures audio;

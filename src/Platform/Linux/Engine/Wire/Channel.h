@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Linux/Engine/Wire/Descriptor.h"
+#include "Platform/Shared/Descriptor.h"
 
 #include <chrono>
 #include <cstddef>

@@ -4,12 +4,13 @@
 
 #include <utility>
 
-namespace vorlin::engine {
+namespace vorlin {
 
-/// Owns a file descriptor.
+/// Owns a file descriptor, or none.
 class Descriptor {
 public:
     Descriptor() = default;
+    /// A negative number, as a call that failed returns it, is none.
     explicit Descriptor(int number) : value(number) {}
     Descriptor(Descriptor&& other) noexcept : value(std::exchange(other.value, -1)) {}
     Descriptor& operator=(Descriptor&& other) noexcept
@@ -27,15 +28,12 @@ public:
     int number() const { return value; }
     explicit operator bool() const { return value >= 0; }
 
-    void close()
-    {
-        if (value >= 0) {
-            ::close(std::exchange(value, -1));
-        }
-    }
+    /// Closes it now. Returns whether that went well: some file systems report only then that
+    /// something could not be written.
+    bool close() { return value < 0 || ::close(std::exchange(value, -1)) == 0; }
 
 private:
     int value = -1;
 };
 
-} // namespace vorlin::engine
+} // namespace vorlin
