@@ -1,4 +1,5 @@
 #include "core/ModelStoreFixture.h"
+#include "simulation/Seeds.h"
 
 #include <algorithm>
 #include <map>

@@ -7,6 +7,7 @@
 #include "fakes/FakeAudioInput.h"
 #include "fakes/FakeFolders.h"
 #include "fakes/FakeParakeet.h"
+#include "simulation/Seeds.h"
 #include "simulation/SimulatedLoop.h"
 
 #include <gtest/gtest.h>
