@@ -98,22 +98,21 @@ public:
         }
     }
 
-    /// Drops what is queued, and what hangs. Afterwards no `done` is posted, nor is there one: what
-    /// it holds may not stand to be let go of when everything else is gone.
+    /// Drops what is queued, and what runs once it ends. From the beginning of this call on no
+    /// `done` is posted, and what each holds is let go of here, on this thread: it may not stand to
+    /// be let go of by a thread whose work ends later, when everything else is gone.
     void close()
     {
         std::deque<Job> dropped;
         std::vector<Work> left;
-        {
-            std::unique_lock guard(lock);
-            closed = true;
-            dropped.swap(queue);
-            ended.wait_for(guard, atTheEnd, [this] { return running.empty(); });
-            for (const auto& job : running) {
-                left.push_back(std::move(job->done));
-                job->done = nullptr;
-            }
+        std::unique_lock guard(lock);
+        closed = true;
+        dropped.swap(queue);
+        for (const auto& job : running) {
+            left.push_back(std::exchange(job->done, nullptr));
         }
+        ended.wait_for(guard, atTheEnd, [this] { return running.empty(); });
+        guard.unlock();
     }
 
 private:

@@ -279,6 +279,55 @@ struct Held {
     ~Held() { gone = true; }
 };
 
+/// Tells which thread lets go of it.
+struct LetGoBy {
+    std::atomic<std::thread::id>& thread;
+    explicit LetGoBy(std::atomic<std::thread::id>& thread) : thread(thread) {}
+    LetGoBy(const LetGoBy&) = delete;
+    LetGoBy& operator=(const LetGoBy&) = delete;
+    ~LetGoBy() { thread = std::this_thread::get_id(); }
+};
+
+/// Whether the pool takes work no more: it then drops a piece without running it.
+bool isClosed(ThreadPool& pool, Executor& to)
+{
+    std::atomic<bool> gone = false;
+    const auto ran = std::make_shared<std::atomic<bool>>(false);
+    pool.runPatiently(
+        WorkPriority::normal, [ran, held = std::make_shared<Held>(gone)] { *ran = true; }, to,
+        [] {});
+    while (!gone) {
+        std::this_thread::yield();
+    }
+    return !*ran;
+}
+
+TEST(ThreadPool, whatEndsDuringTheEndIsLetGoOfByWhoEndsThePool)
+{
+    std::atomic<std::thread::id> letGoBy;
+    std::latch begun(1);
+    const auto ended = std::make_shared<std::latch>(1);
+    Counting to;
+    {
+        ThreadPool pool([] {});
+        pool.runPatiently(
+            WorkPriority::normal,
+            [&pool, &begun, &to, ended] {
+                begun.count_down();
+                while (!isClosed(pool, to)) {
+                }
+                ended->count_down();
+            },
+            to,
+            [held = std::make_shared<LetGoBy>(letGoBy)] {
+                ADD_FAILURE() << "an answer after the end";
+            });
+        begun.wait();
+    }
+    ended->wait();
+    EXPECT_EQ(letGoBy.load(), std::this_thread::get_id());
+}
+
 TEST(ThreadPool, theEndLetsGoOfWhatHangingWorkWouldHaveBeenDoneWith)
 {
     const auto over = std::make_shared<std::latch>(1);
