@@ -15,7 +15,8 @@ LinuxServices::LinuxServices(const Environment& environment)
 
 LinuxServices::~LinuxServices()
 {
-    mlModels.close(); // first, so that no worker waits for an engine process
+    mlModels.close();    // first, so that no worker waits for an engine process
+    defaults.writeNow(); // nothing that hangs below costs a setting
     workers.close();
 }
 

@@ -122,10 +122,16 @@ JsonDefaults::JsonDefaults(const std::filesystem::path& file, MainLoop& loop, Ex
 
 JsonDefaults::~JsonDefaults()
 {
+    writeNow();
+    disk->close();
+}
+
+void JsonDefaults::writeNow()
+{
     if (!changes.empty()) {
         disk->synchronise(changes, settings);
+        changes.clear();
     }
-    disk->close();
 }
 
 std::optional<DefaultsValue> JsonDefaults::value(const std::string& key) const

@@ -34,6 +34,9 @@ public:
     JsonDefaults& operator=(const JsonDefaults&) = delete;
     ~JsonDefaults() override;
 
+    /// Writes what is not known to be on disk, and waits for the disk. For the end of the program.
+    void writeNow();
+
     std::optional<DefaultsValue> value(const std::string& key) const override;
     void set(const std::string& key, std::optional<DefaultsValue> value) override;
     [[nodiscard]] std::shared_ptr<const void>

@@ -159,6 +159,18 @@ TEST_F(JsonDefaultsTest, aWriteStillUnderWayAtTheEndIsCompleted)
     EXPECT_FALSE(fs::exists(file));
 }
 
+TEST_F(JsonDefaultsTest, whatIsWrittenNowWaitsForNoWorker)
+{
+    const auto defaults = open();
+    defaults->set("sounds", false);
+    EXPECT_FALSE(fs::exists(file));
+    defaults->writeNow();
+    EXPECT_NE(stored().find("\"sounds\": false"), std::string::npos) << stored();
+    defaults->set("sounds", true);
+    runAll();
+    EXPECT_NE(stored().find("\"sounds\": true"), std::string::npos) << stored();
+}
+
 TEST_F(JsonDefaultsTest, anEditFromOutsideIsNotLostByTheNextWrite)
 {
     write(folder / "outside", "{}");
