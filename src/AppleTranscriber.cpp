@@ -52,12 +52,13 @@ void AppleTranscriber::setOnText(OnText onText)
 
 Task<void> AppleTranscriber::prepare()
 {
-    const auto supported = analyzers.supportedLocale(locale);
+    const auto supported = co_await analyzers.supportedLocale(locale);
     if (!supported) {
-        throw std::runtime_error(unavailable(analyzers.localesToOffer()));
+        const auto offered = co_await analyzers.localesToOffer();
+        throw std::runtime_error(unavailable(offered));
     }
     co_await analyzers.installAssets(*supported);
-    const auto format = analyzers.bestAudioFormat(*supported);
+    const auto format = co_await analyzers.bestAudioFormat(*supported);
     if (!format) {
         throw std::runtime_error(unavailableLanguage);
     }

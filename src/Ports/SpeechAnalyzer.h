@@ -28,7 +28,8 @@ public:
     virtual void cancelAndFinishNow() = 0;
 };
 
-/// The platform's recogniser: which languages it knows, and analyses in them. Main loop.
+/// The platform's recogniser: which languages it knows, and analyses in them. Main loop. Nothing
+/// here waits for a disk; what may have to is a `Completion`.
 class SpeechAnalyzers {
 public:
     /// One result: its text as the recogniser gave it, and whether it will not change any more.
@@ -38,18 +39,19 @@ public:
     virtual ~SpeechAnalyzers() = default;
 
     /// The recogniser's own locale for a locale identifier such as "en-GB", or nothing when it
-    /// has none for that language.
-    virtual std::optional<std::string> supportedLocale(const std::string& equivalentTo) = 0;
+    /// has none for that language. Asked before a locale is used: the others take what it named.
+    virtual Completion<std::optional<std::string>>
+    supportedLocale(const std::string& equivalentTo) = 0;
 
     /// The recogniser's locales to tell a person of whose language it has none; empty where the
     /// platform tells of none.
-    virtual std::vector<std::string> localesToOffer() = 0;
+    virtual Completion<std::vector<std::string>> localesToOffer() = 0;
 
     /// Makes the data of a supported locale available; fails with a `std::runtime_error`.
     virtual Completion<Done> installAssets(const std::string& locale) = 0;
 
     /// The format in which a supported locale's analyser wants its input, or nothing.
-    virtual std::optional<AudioFormat> bestAudioFormat(const std::string& locale) = 0;
+    virtual Completion<std::optional<AudioFormat>> bestAudioFormat(const std::string& locale) = 0;
 
     /// Starts an analysis. Returns at once, also while models are still loading: input queues.
     /// `onResult` is never called after the analyser is finished or cancelled. Fails with a

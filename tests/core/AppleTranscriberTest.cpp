@@ -82,6 +82,18 @@ TEST_F(AppleTranscriberTest, theLocaleFoundIsTheOneUsed)
     EXPECT_EQ(stream().locale, "en-ZA");
 }
 
+TEST_F(AppleTranscriberTest, aRecogniserThatStillLooksForTheLocaleIsAwaited)
+{
+    analyzers.looksAtOnce = false;
+    prepare();
+    EXPECT_FALSE(prepared);
+    EXPECT_TRUE(analyzers.used.empty());
+    analyzers.completeLookups();
+    loop.runReady();
+    EXPECT_TRUE(prepared);
+    EXPECT_EQ(analyzers.streams.size(), 1U);
+}
+
 TEST_F(AppleTranscriberTest, finishingWithoutHavingBeenPreparedGivesNothing)
 {
     finish();

@@ -1,6 +1,6 @@
 // A disk that stops answering. Preloaded into a program, it lets whoever opens something below the
 // folder $HANGING_FOLDER wait for ever, as a network file system does whose server is gone; with
-// $HANGING_LOOKS set also whoever only looks at something there.
+// $HANGING_LOOKS set also whoever only looks at something there. Each who waits says so.
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -17,6 +17,8 @@ void waitBelow(const char* folder, const char* path)
 {
     if (folder != nullptr && path != nullptr &&
         std::strncmp(path, folder, std::strlen(folder)) == 0) {
+        constexpr char said[] = "the disk does not answer\n";
+        static_cast<void>(!::write(STDERR_FILENO, said, sizeof(said) - 1));
         while (true) {
             ::pause();
         }
@@ -71,6 +73,16 @@ int open64(const char* path, int flags, ...)
     va_end(arguments);
     open(path);
     return real<int(const char*, int, ...)>("open64")(path, flags, mode);
+}
+
+int openat(int folder, const char* path, int flags, ...)
+{
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = modeIn(arguments);
+    va_end(arguments);
+    open(path);
+    return real<int(int, const char*, int, ...)>("openat")(folder, path, flags, mode);
 }
 
 DIR* opendir(const char* path)

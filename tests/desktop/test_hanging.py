@@ -6,6 +6,7 @@ How long each end took is printed, and kept as `quit.txt` among the test's artef
 import json
 import os
 import pathlib
+import shutil
 import signal
 import time
 
@@ -18,6 +19,8 @@ from waiting import stays, wait_until
 
 SENTENCE = "the committee decided to postpone the meeting until next month"
 CUT_SHORT = "something hangs"
+NO_ANSWER = "the disk does not answer"
+RECOGNISER_MODEL = pathlib.Path("/usr/share/pocketsphinx/model/en-us")
 
 
 @pytest.fixture(name="start")
@@ -72,6 +75,41 @@ def records_after_a_tap(desktop, program):
     return not stays(lambda: not program.is_recording(), 1) and stays(program.is_recording, 1)
 
 
+class RecogniserModelOnAPipe:
+    """The recogniser's model in the person's own folder, where one of its files is a pipe: whoever
+    loads it waits."""
+
+    def __init__(self, desktop):
+        folder = desktop.data_folder / "Vorlin" / "Speech" / RECOGNISER_MODEL.name
+        shutil.copytree(RECOGNISER_MODEL, folder, copy_function=os.symlink)
+        self.file = folder / "en-us" / "feat.params"
+        self.whole = self.file.read_bytes()
+        self.file.unlink()
+        os.mkfifo(self.file)
+        self.writer = None
+
+    def _open(self):
+        try:
+            self.writer = os.open(self.file, os.O_WRONLY | os.O_NONBLOCK)
+        except OSError:  # nobody reads it
+            return False
+        return True
+
+    def await_load(self):
+        wait_until(self._open, "the recogniser's model to be loaded")
+
+    def answer(self):
+        """Gives what was waited for, and an ordinary file to whoever comes next."""
+        ordinary = self.file.with_suffix(".whole")
+        ordinary.write_bytes(self.whole)
+        ordinary.rename(self.file)
+        try:
+            os.write(self.writer, self.whole)
+        except BrokenPipeError:
+            pass  # between two looks at it
+        os.close(self.writer)
+
+
 def state_of(process):
     with open(f"/proc/{process}/stat", encoding="ascii") as stat:
         return stat.read().rpartition(")")[2].split()[0]
@@ -99,6 +137,53 @@ def test_a_disk_that_stops_answering_before_the_load_does_not_hold_up_the_end(de
     program.await_silence()  # the words wait for the model now
     assert not engine_processes(program)
     assert program.answers()
+    assert_ends_by_itself(program, artefacts)
+
+
+def test_the_words_arrive_once_the_disk_of_the_recogniser_answers(desktop, launch):
+    model = RecogniserModelOnAPipe(desktop)
+    program = launch()
+    editor = GTKEditor(desktop)
+    program.dictate(SENTENCE)
+    program.await_silence()
+    model.await_load()
+    assert program.answers()
+    model.answer()
+    assert_arrived(SENTENCE, editor.await_text())
+
+
+@pytest.mark.parametrize("dictating", [False, True])
+def test_a_recogniser_model_that_never_loads_does_not_hold_up_the_end(desktop, launch, artefacts,
+                                                                      dictating):
+    model = RecogniserModelOnAPipe(desktop)
+    program = launch()
+    with desktop.keyboard.held("Alt_R"):
+        program.await_recording()
+        model.await_load()
+        if dictating:
+            assert_ends_by_itself(program, artefacts)
+            return
+    program.await_silence()  # the words wait for the model now
+    assert program.answers()
+    assert_ends_by_itself(program, artefacts)
+
+
+def test_a_folder_of_the_recogniser_that_never_answers_holds_up_nothing(desktop, start, artefacts):
+    folder = desktop.data_folder / "Vorlin" / "Speech"
+    folder.mkdir(parents=True)
+    program = start({"recordMode": "toggle"}, hanging_folder=folder, hanging_looks=True)
+    log = artefacts / "vorlin.log"
+    earlier = len(log.read_text())
+
+    def looks():
+        return log.read_text()[earlier:].count(NO_ANSWER)
+
+    for _ in range(2):
+        desktop.keyboard.tap("Alt_R")
+        wait_until(looks, "the recogniser to be looked for")
+        assert program.answers()
+        desktop.keyboard.tap("Escape")
+    assert looks() == 1  # whoever comes later waits with the first
     assert_ends_by_itself(program, artefacts)
 
 
@@ -133,9 +218,6 @@ def test_a_halted_sound_server_does_not_hold_up_the_end(desktop, launch, artefac
     program = launch()
     server = desktop.sound.process.pid
     if dictating:
-        editor = GTKEditor(desktop)
-        program.dictate(SENTENCE)
-        editor.await_text()  # the recogniser has its model now
         with desktop.keyboard.held("Alt_R"):
             program.await_recording()
             os.kill(server, signal.SIGSTOP)

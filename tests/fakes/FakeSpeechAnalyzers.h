@@ -2,6 +2,7 @@
 
 #include "Ports/SpeechAnalyzer.h"
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <stdexcept>
@@ -26,6 +27,7 @@ public:
     /// What is asked for, and the recogniser's own locale for it.
     std::map<std::string, std::string> locales = {{"en-US", "en-US"}};
     std::vector<std::string> offered;
+    bool looksAtOnce = true;
     std::optional<AudioFormat> format = AudioFormat{SampleType::int16, 16000, 1, false};
     bool assetsInstalled = true;
     std::string assetFailure;
@@ -38,13 +40,29 @@ public:
     /// The locales of all that was installed, asked for its format and started.
     std::vector<std::string> used;
 
-    std::optional<std::string> supportedLocale(const std::string& equivalentTo) override
+    Completion<std::optional<std::string>> supportedLocale(const std::string& equivalentTo) override
     {
         const auto found = locales.find(equivalentTo);
-        return found == locales.end() ? std::nullopt : std::optional(found->second);
+        const auto locale = found == locales.end() ? std::nullopt : std::optional(found->second);
+        Completion<std::optional<std::string>> named;
+        auto answer = [completer = named.completer(), locale] { completer.complete(locale); };
+        if (looksAtOnce) {
+            answer();
+        } else {
+            looking.emplace_back(std::move(answer));
+        }
+        return named;
     }
 
-    std::vector<std::string> localesToOffer() override { return offered; }
+    /// Answers what has been asked while nothing was looked up at once.
+    void completeLookups()
+    {
+        for (const auto& answer : std::exchange(looking, {})) {
+            answer();
+        }
+    }
+
+    Completion<std::vector<std::string>> localesToOffer() override { return answered(offered); }
 
     Completion<Done> installAssets(const std::string& locale) override
     {
@@ -69,10 +87,10 @@ public:
         }
     }
 
-    std::optional<AudioFormat> bestAudioFormat(const std::string& locale) override
+    Completion<std::optional<AudioFormat>> bestAudioFormat(const std::string& locale) override
     {
         used.push_back(locale);
-        return format;
+        return answered(format);
     }
 
     std::unique_ptr<SpeechAnalyzer> start(const std::string& locale, OnResult onResult) override
@@ -102,6 +120,14 @@ public:
     }
 
 private:
+    template <class T>
+    static Completion<T> answered(T value)
+    {
+        Completion<T> answer;
+        answer.completer().complete(std::move(value));
+        return answer;
+    }
+
     class Analyzer final : public SpeechAnalyzer {
     public:
         Analyzer(FakeSpeechAnalyzers& owner, std::shared_ptr<Stream> stream)
@@ -134,6 +160,7 @@ private:
     };
 
     std::optional<Completer<Done>> installing;
+    std::vector<std::function<void()>> looking;
 };
 
 } // namespace vorlin

@@ -81,6 +81,7 @@ public:
         desktop.defaults.values["recordMode"] = "hold";
         desktop.analyzers.finishesAtOnce = true;
         desktop.analyzers.assetsInstalled = true;
+        desktop.analyzers.looksAtOnce = true;
         desktop.microphone.completesAtOnce = true;
         for (int i = 0; i < 8 && model->dictation.phase.get() != Phase::idle; ++i) {
             completeWhatWaits();
@@ -147,6 +148,7 @@ private:
         desktop.analyzers.finishFailure = chance(20) ? "The recogniser failed." : "";
         desktop.analyzers.finishesAtOnce = chance(70);
         desktop.analyzers.assetsInstalled = chance(80);
+        desktop.analyzers.looksAtOnce = chance(80);
         desktop.microphone.completesAtOnce = desktop.microphone.idle() ? chance(70) : true;
         if (chance(20)) {
             desktop.microphone.fail("The microphone was disconnected.");
@@ -213,6 +215,8 @@ private:
     }
     void completeWhatWaits()
     {
+        desktop.loop.runReady();
+        desktop.analyzers.completeLookups();
         desktop.loop.runReady();
         desktop.analyzers.completeInstallation();
         desktop.loop.runReady();

@@ -159,7 +159,16 @@ std::optional<SpeechModel> modelIn(const fs::path& folder)
 
 } // namespace
 
-SpeechModels::SpeechModels(std::vector<fs::path> roots) : roots(std::move(roots)) {}
+SpeechModels::SpeechModels(const std::vector<fs::path>& roots)
+{
+    for (const auto& root : roots) {
+        for (const auto& folder : entriesOf(root)) {
+            if (auto model = modelIn(folder)) {
+                models.push_back(std::move(*model));
+            }
+        }
+    }
+}
 
 std::optional<SpeechModel> SpeechModels::exactly(const std::string& locale) const
 {
@@ -167,12 +176,8 @@ std::optional<SpeechModel> SpeechModels::exactly(const std::string& locale) cons
     if (!wanted) {
         return std::nullopt;
     }
-    for (auto& model : installed()) {
-        if (model.locale == wanted->identifier()) {
-            return std::move(model);
-        }
-    }
-    return std::nullopt;
+    const auto found = std::ranges::find(models, wanted->identifier(), &SpeechModel::locale);
+    return found == models.end() ? std::nullopt : std::optional(*found);
 }
 
 std::optional<SpeechModel> SpeechModels::nearest(const std::string& locale) const
@@ -183,7 +188,7 @@ std::optional<SpeechModel> SpeechModels::nearest(const std::string& locale) cons
     }
     std::optional<SpeechModel> sameLanguage;
     std::optional<SpeechModel> withoutRegion;
-    for (const auto& model : installed()) {
+    for (const auto& model : models) {
         if (model.locale == wanted->identifier()) {
             return model;
         }
@@ -193,19 +198,6 @@ std::optional<SpeechModel> SpeechModels::nearest(const std::string& locale) cons
         }
     }
     return withoutRegion ? withoutRegion : sameLanguage;
-}
-
-std::vector<SpeechModel> SpeechModels::installed() const
-{
-    std::vector<SpeechModel> models;
-    for (const auto& root : roots) {
-        for (const auto& folder : entriesOf(root)) {
-            if (auto model = modelIn(folder)) {
-                models.push_back(std::move(*model));
-            }
-        }
-    }
-    return models;
 }
 
 } // namespace vorlin

@@ -21,8 +21,8 @@ struct SpeechModel {
     bool operator==(const SpeechModel&) const = default;
 };
 
-/// The recognition data installed on the machine. Looks at the disk anew at every call, so that
-/// what was just installed is found. Unreadable and incomplete folders do not exist for it.
+/// The recognition data installed on the machine, as one look at the disk has found it. Unreadable
+/// and incomplete folders do not exist for it.
 ///
 /// Each root holds a folder a locale, named `en-us`, `en-US`, `en_US` or `en`. In it:
 /// - the acoustic model: the folder itself or, first in name order, a folder in it with `mdef`,
@@ -30,12 +30,14 @@ struct SpeechModel {
 /// - the language model: a file `*.lm.bin`, else `*.lm`, else `*.lm.gz`; one named like the
 ///   folder wins over others; phone models (`*-phone.*`) are left out;
 /// - the dictionary: a file `*.dict`, else `*.dic`, chosen likewise.
-///
-/// Not synchronised: one thread at a time.
 class SpeechModels {
 public:
-    /// `roots`, most important first: of two models of one locale the earlier root's counts.
-    explicit SpeechModels(std::vector<std::filesystem::path> roots);
+    /// None.
+    SpeechModels() = default;
+
+    /// Those in `roots`, most important first: of two models of one locale the earlier root's
+    /// counts. Waits for the disk.
+    explicit SpeechModels(const std::vector<std::filesystem::path>& roots);
 
     /// The model of exactly this locale; case and '_' for '-' do not matter, nor what follows
     /// '.' or '@'.
@@ -46,10 +48,10 @@ public:
     std::optional<SpeechModel> nearest(const std::string& locale) const;
 
     /// All of them, the earlier root's first, each root's in name order.
-    std::vector<SpeechModel> installed() const;
+    const std::vector<SpeechModel>& all() const { return models; }
 
 private:
-    std::vector<std::filesystem::path> roots;
+    std::vector<SpeechModel> models;
 };
 
 } // namespace vorlin

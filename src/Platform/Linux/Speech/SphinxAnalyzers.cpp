@@ -52,9 +52,8 @@ private:
 
 SphinxAnalyzers::SphinxAnalyzers(std::vector<std::filesystem::path> modelFolders, Workers& workers,
                                  MainLoop& loop)
-    : models(std::move(modelFolders)),
-      worker(
-          std::make_shared<SphinxWorker>(workers.executor(WorkPriority::normal), loop, unloadDelay))
+    : modelFolders(std::move(modelFolders)), workers(workers), loop(loop),
+      worker(std::make_shared<SphinxWorker>(workers, loop, unloadDelay))
 {
 }
 
@@ -63,25 +62,56 @@ SphinxAnalyzers::~SphinxAnalyzers()
     worker->cancelAll();
 }
 
-std::optional<std::string> SphinxAnalyzers::supportedLocale(const std::string& equivalentTo)
+/// Calls `answer` when the models that are there now have been found. Who asks while a look is
+/// under way waits with it, so that a disk that hangs holds one thread, however often it is asked.
+void SphinxAnalyzers::look(Answer answer)
 {
-    const auto model = models.nearest(equivalentTo);
-    return model ? std::optional(model->locale) : std::nullopt;
+    waiting.push_back(std::move(answer));
+    if (waiting.size() > 1) {
+        return;
+    }
+    const auto models = std::make_shared<SpeechModels>();
+    workers.runPatiently(
+        WorkPriority::normal, [folders = modelFolders, models] { *models = SpeechModels(folders); },
+        loop, lifetime.guard([this, models] { looked(*models); }));
 }
 
-std::vector<std::string> SphinxAnalyzers::localesToOffer()
+void SphinxAnalyzers::looked(SpeechModels models)
 {
-    std::vector<std::string> locales;
-    for (auto& model : models.installed()) {
-        locales.push_back(std::move(model.locale));
+    found = std::move(models);
+    for (const auto& answer : std::exchange(waiting, {})) {
+        answer();
     }
-    return locales;
+}
+
+Completion<std::optional<std::string>>
+SphinxAnalyzers::supportedLocale(const std::string& equivalentTo)
+{
+    Completion<std::optional<std::string>> named;
+    look([this, equivalentTo, completer = named.completer()] {
+        const auto model = found.nearest(equivalentTo);
+        completer.complete(model ? std::optional(model->locale) : std::nullopt);
+    });
+    return named;
+}
+
+Completion<std::vector<std::string>> SphinxAnalyzers::localesToOffer()
+{
+    Completion<std::vector<std::string>> offered;
+    look([this, completer = offered.completer()] {
+        std::vector<std::string> locales;
+        for (const auto& model : found.all()) {
+            locales.push_back(model.locale);
+        }
+        completer.complete(std::move(locales));
+    });
+    return offered;
 }
 
 Completion<Done> SphinxAnalyzers::installAssets(const std::string& locale)
 {
     Completion<Done> installed;
-    if (models.exactly(locale)) {
+    if (found.exactly(locale)) {
         installed.completer().complete({});
     } else {
         installed.completer().failWith(notInstalled(locale));
@@ -89,14 +119,17 @@ Completion<Done> SphinxAnalyzers::installAssets(const std::string& locale)
     return installed;
 }
 
-std::optional<AudioFormat> SphinxAnalyzers::bestAudioFormat(const std::string& locale)
+Completion<std::optional<AudioFormat>> SphinxAnalyzers::bestAudioFormat(const std::string& locale)
 {
-    return models.exactly(locale) ? std::optional(SphinxWorker::format()) : std::nullopt;
+    Completion<std::optional<AudioFormat>> format;
+    format.completer().complete(found.exactly(locale) ? std::optional(SphinxWorker::format())
+                                                      : std::nullopt);
+    return format;
 }
 
 std::unique_ptr<SpeechAnalyzer> SphinxAnalyzers::start(const std::string& locale, OnResult onResult)
 {
-    auto model = models.exactly(locale);
+    auto model = found.exactly(locale);
     if (!model) {
         throw std::runtime_error(notInstalled(locale));
     }

@@ -64,8 +64,19 @@ struct SphinxWorker::Stream {
         [this](const std::string& text, bool isFinal) { deliver(text, isFinal); }};
 };
 
-SphinxWorker::SphinxWorker(Executor& executor, MainLoop& loop, Duration unloadDelay)
-    : executor(executor), loop(loop), unloadDelay(unloadDelay)
+struct SphinxWorker::Load {
+    explicit Load(SpeechModel model) : model(std::move(model)) {}
+
+    const SpeechModel model;
+    /// One of these two, once it has arrived.
+    std::unique_ptr<SphinxDecoder> decoder;
+    std::exception_ptr failure;
+    bool arrived = false; // guarded by the worker's lock
+};
+
+SphinxWorker::SphinxWorker(Workers& workers, MainLoop& loop, Duration unloadDelay)
+    : workers(workers), executor(workers.executor(WorkPriority::normal)), loop(loop),
+      unloadDelay(unloadDelay)
 {
 }
 
@@ -156,26 +167,42 @@ void SphinxWorker::wake()
 
 bool SphinxWorker::hasWork() const
 {
+    if (loading && loading->arrived) {
+        return true;
+    }
     if (streams.empty()) {
         return unloadWanted;
     }
     const Stream& first = *streams.front();
+    if (!first.begun && isLoading(first.model)) {
+        return first.cancelled;
+    }
     return !first.begun || first.cancelled || first.finishing || !first.waiting.empty();
+}
+
+bool SphinxWorker::isLoading(const SpeechModel& model) const
+{
+    return loading && loading->model == model;
 }
 
 void SphinxWorker::step()
 {
+    std::shared_ptr<Load> arrived;
     StreamHandle stream;
     bool unload = false;
     {
         const std::scoped_lock guard(lock);
-        if (!streams.empty()) {
+        if (loading && loading->arrived) {
+            arrived = std::exchange(loading, nullptr);
+        } else if (!streams.empty()) {
             stream = streams.front();
         } else {
             unload = std::exchange(unloadWanted, false);
         }
     }
-    if (stream) {
+    if (arrived) {
+        settle(*arrived);
+    } else if (stream) {
         runStream(stream);
     } else if (unload) {
         dropDecoder();
@@ -235,17 +262,66 @@ bool SphinxWorker::advance(Stream& stream)
 void SphinxWorker::begin(Stream& stream)
 {
     if (!decoder || decoderModel != stream.model) {
-        dropDecoder(); // first, so that two models never are in memory at once
-        decoder = std::make_unique<SphinxDecoder>(stream.model);
-        decoderHeld = true;
-        if (decoderModel == stream.model) {
-            decoder->adopt(learnt);
-        }
-        decoderModel = stream.model;
+        load(stream.model);
+        return;
     }
     decoder->beginStream();
     const std::scoped_lock guard(lock);
     stream.begun = true;
+}
+
+void SphinxWorker::load(const SpeechModel& model)
+{
+    dropDecoder(); // first, so that two models are not in memory at once
+    const auto wanted = std::make_shared<Load>(model);
+    {
+        const std::scoped_lock guard(lock);
+        loading = wanted;
+    }
+    workers.runPatiently(
+        WorkPriority::normal,
+        [wanted] {
+            try {
+                wanted->decoder = std::make_unique<SphinxDecoder>(wanted->model);
+            } catch (const std::exception&) {
+                wanted->failure = std::current_exception();
+            }
+        },
+        executor,
+        [weak = weak_from_this(), wanted] {
+            if (const auto self = weak.lock()) {
+                const std::scoped_lock guard(self->lock);
+                wanted->arrived = true;
+                self->wake();
+            }
+        });
+}
+
+/// Takes the decoder that was loaded, or ends the stream that waits for it.
+void SphinxWorker::settle(Load& load)
+{
+    StreamHandle waiting;
+    {
+        const std::scoped_lock guard(lock);
+        if (!streams.empty() && streams.front()->model == load.model) {
+            waiting = streams.front();
+        }
+    }
+    if (load.failure) {
+        if (waiting) {
+            retire(waiting, load.failure);
+        }
+        return;
+    }
+    decoder = std::move(load.decoder);
+    decoderHeld = true;
+    if (decoderModel == load.model) {
+        decoder->adopt(learnt);
+    }
+    decoderModel = load.model;
+    if (!waiting) {
+        scheduleUnload();
+    }
 }
 
 /// The next samples of the stream, at most those of one step.

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "Async/Completion.h"
-#include "Async/Executor.h"
 #include "Audio/PCMBuffer.h"
 #include "Platform/Linux/Speech/SpeechModels.h"
 #include "Ports/MainLoop.h"
 #include "Ports/SpeechAnalyzer.h"
+#include "Ports/Workers.h"
 
 #include <atomic>
 #include <deque>
@@ -20,8 +20,9 @@ namespace vorlin {
 class SphinxDecoder;
 
 /// Decodes the streams of all analyses with one decoder, one stream after the other in the order
-/// they were opened, a short piece at a time on an executor's threads. Loads the decoder when a
-/// stream needs it and drops it `unloadDelay` after the last stream has ended.
+/// they were opened, a short piece at a time on the workers' threads. Loads the decoder when a
+/// stream needs it, where nobody else waits for a disk that does not answer, and drops it
+/// `unloadDelay` after the last stream has ended.
 ///
 /// Audio that waits is kept, however much it is: 32 kB a second, so that an hour of backlog is
 /// 115 MB, and a backlog exists only while the model loads or the machine decodes slower than
@@ -33,9 +34,9 @@ public:
     struct Stream;
     using StreamHandle = std::shared_ptr<Stream>;
 
-    /// `executor` runs the decoding; `loop` is the clock of `unloadDelay`. Both outlive the work
-    /// given to `executor`.
-    SphinxWorker(Executor& executor, MainLoop& loop, Duration unloadDelay);
+    /// `workers` load and decode; `loop` is the clock of `unloadDelay`. Both outlive the work
+    /// given to the workers' executor.
+    SphinxWorker(Workers& workers, MainLoop& loop, Duration unloadDelay);
     SphinxWorker(const SphinxWorker&) = delete;
     SphinxWorker& operator=(const SphinxWorker&) = delete;
     ~SphinxWorker();
@@ -67,15 +68,21 @@ public:
 private:
     using Samples = std::vector<std::int16_t>;
 
+    /// A decoder on its way. Shared with the thread that waits for the disk.
+    struct Load;
+
     // With `lock` held.
     void wake();
     bool hasWork() const;
+    bool isLoading(const SpeechModel& model) const;
 
     // On the executor, never two at once.
     void step();
     void runStream(const StreamHandle& stream);
     bool advance(Stream& stream);
     void begin(Stream& stream);
+    void load(const SpeechModel& model);
+    void settle(Load& load);
     void decode(Stream& stream, const Samples& samples);
     void endUtterance(Stream& stream);
     void retire(const StreamHandle& stream, std::exception_ptr failure);
@@ -84,12 +91,16 @@ private:
 
     void scheduleUnload();
 
+    Workers& workers;
     Executor& executor;
     MainLoop& loop;
     const Duration unloadDelay;
 
     mutable std::mutex lock;
     std::deque<StreamHandle> streams;
+    /// Of the model that was asked for last, until a step has settled it. One that hangs stays, so
+    /// that whoever comes next waits with it instead of sending another thread after it.
+    std::shared_ptr<Load> loading;
     bool stepQueued = false;
     bool unloadWanted = false;
     /// Until the decoder goes.

@@ -1,6 +1,6 @@
 #include "Platform/Linux/Speech/SphinxAnalyzers.h"
 
-#include "Async/Task.h"
+#include "Answers.h"
 #include "SpokenAudio.h"
 #include "simulation/SimulatedLoop.h"
 
@@ -42,17 +42,16 @@ private:
 /// The real decoder on virtual time: nothing runs before `loop.runReady()`.
 class SphinxAnalyzersTest : public testing::Test {
 protected:
+    SphinxAnalyzersTest() { answerTo(loop, analyzers.supportedLocale("en-US")); }
+
     std::unique_ptr<SpeechAnalyzer> start(Transcript& transcript)
     {
         return analyzers.start("en-US", transcript.collector());
     }
 
-    /// "pending", "done" or the text of the failure; settles while the loop runs.
     std::shared_ptr<std::string> outcomeOf(Completion<Done> completion)
     {
-        auto outcome = std::make_shared<std::string>("pending");
-        spawn(loop, settle(std::move(completion), outcome));
-        return outcome;
+        return vorlin::outcomeOf(loop, std::move(completion));
     }
 
     std::string finish(SpeechAnalyzer& analyzer)
@@ -70,16 +69,6 @@ protected:
         feed(*analyzer, samples);
         EXPECT_EQ(finish(*analyzer), "done");
         return transcript.finalText();
-    }
-
-    static Task<void> settle(Completion<Done> completion, std::shared_ptr<std::string> outcome)
-    {
-        try {
-            co_await completion;
-            *outcome = "done";
-        } catch (const std::exception& error) {
-            *outcome = error.what();
-        }
     }
 
     SimulatedLoop loop;
@@ -312,6 +301,7 @@ TEST_F(SphinxAnalyzersTest, analysesOutliveTheirAnalyzersInSilence)
     Transcript transcript;
     auto own = std::make_unique<SphinxAnalyzers>(std::vector<std::filesystem::path>{systemModels},
                                                  workers, loop);
+    answerTo(loop, own->supportedLocale("en-US"));
     const auto analyzer = own->start("en-US", transcript.collector());
     feed(*analyzer, spoken("museum"));
     own.reset();
@@ -322,12 +312,12 @@ TEST_F(SphinxAnalyzersTest, analysesOutliveTheirAnalyzersInSilence)
 
 TEST_F(SphinxAnalyzersTest, knowsItsLocalesAndTheirFormat)
 {
-    EXPECT_EQ(analyzers.supportedLocale("en-GB"), "en-US");
-    EXPECT_EQ(analyzers.supportedLocale("xx-XX"), std::nullopt);
-    EXPECT_THAT(analyzers.localesToOffer(), testing::Contains("en-US"));
-    EXPECT_EQ(analyzers.bestAudioFormat("en-US"),
+    EXPECT_EQ(answerTo(loop, analyzers.supportedLocale("en-GB")), "en-US");
+    EXPECT_EQ(answerTo(loop, analyzers.supportedLocale("xx-XX")), std::nullopt);
+    EXPECT_THAT(answerTo(loop, analyzers.localesToOffer()), testing::Contains("en-US"));
+    EXPECT_EQ(answerTo(loop, analyzers.bestAudioFormat("en-US")),
               (AudioFormat{SampleType::int16, 16000, 1, false}));
-    EXPECT_EQ(analyzers.bestAudioFormat("xx-XX"), std::nullopt);
+    EXPECT_EQ(answerTo(loop, analyzers.bestAudioFormat("xx-XX")), std::nullopt);
 }
 
 TEST_F(SphinxAnalyzersTest, aMissingModelFailsWithOneLine)

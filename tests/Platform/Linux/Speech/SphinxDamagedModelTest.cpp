@@ -1,6 +1,6 @@
+#include "LinkedModel.h"
 #include "Platform/Linux/Desktop/TemporaryFolder.h"
 #include "Platform/Linux/Speech/SphinxDecoder.h"
-#include "SpokenAudio.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,18 +21,10 @@ using testing::ThrowsMessage;
 
 const std::string oneLine = "The speech model for en-US cannot be read. Install it again.";
 
-/// A copy of the system's model, file by file linked to it, of which tests damage one.
+/// A copy of the system's model, of which tests damage a file.
 class SphinxDamagedModelTest : public testing::Test {
 protected:
-    SphinxDamagedModelTest()
-    {
-        fs::create_directories(root / "en-us" / "en-us");
-        for (const auto& each : fs::recursive_directory_iterator(systemModels / "en-us")) {
-            if (each.is_regular_file()) {
-                fs::create_symlink(each.path(), root / fs::relative(each.path(), systemModels));
-            }
-        }
-    }
+    SphinxDamagedModelTest() { linkSystemModel(root / "en-us"); }
 
     SpeechModel model() const { return SpeechModels({root}).exactly("en-US").value(); }
 

@@ -1,11 +1,17 @@
 #include "Platform/Linux/Speech/SphinxAnalyzers.h"
 
 #include "Async/Task.h"
+#include "LinkedModel.h"
+#include "Platform/Linux/Desktop/TemporaryFolder.h"
 #include "Platform/Shared/ThreadPool.h"
 #include "SpokenAudio.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <condition_variable>
@@ -59,6 +65,22 @@ private:
 /// The real decoder on real threads.
 class SphinxThreadsTest : public testing::Test {
 protected:
+    SphinxThreadsTest() { find(analyzers); }
+
+    /// Lets them look for their models.
+    void find(SphinxAnalyzers& looking)
+    {
+        bool found = false;
+        spawn(loop, lookUp(looking, found));
+        EXPECT_TRUE(loop.runUntil([&] { return found; }));
+    }
+
+    static Task<void> lookUp(SphinxAnalyzers& looking, bool& found)
+    {
+        co_await looking.supportedLocale("en-US");
+        found = true;
+    }
+
     static Task<void> settle(Completion<Done> completion, bool& settled)
     {
         try {
@@ -154,6 +176,7 @@ TEST_F(SphinxThreadsTest, analyzersMayGoWhileOneDecodes)
     Transcript transcript;
     auto own = std::make_unique<SphinxAnalyzers>(std::vector<std::filesystem::path>{systemModels},
                                                  workers, loop);
+    find(*own);
     std::atomic<bool> heard = false;
     const auto analyzer = own->start("en-US", [&](const std::string&, bool) {
         heard = true;
@@ -162,6 +185,25 @@ TEST_F(SphinxThreadsTest, analyzersMayGoWhileOneDecodes)
     feed(*analyzer, spoken("committee"));
     ASSERT_TRUE(loop.runUntil([&] { return heard.load(); }));
     own.reset();
+}
+
+TEST_F(SphinxThreadsTest, aModelThatNeverLoadsDoesNotHoldUpTheEndOfTheWorkers)
+{
+    const TemporaryFolder folder;
+    linkSystemModel(folder / "en-us");
+    const auto file = folder / "en-us/en-us/feat.params";
+    std::filesystem::remove(file);
+    ASSERT_EQ(::mkfifo(file.c_str(), S_IRUSR | S_IWUSR), 0);
+    SphinxAnalyzers hanging{{folder.path()}, workers, loop};
+    find(hanging);
+    Transcript transcript;
+    const auto analyzer = hanging.start("en-US", transcript.collector());
+    // Returns when the load has come to the file, which never ends as long as this is open.
+    const int writer = ::open(file.c_str(), O_WRONLY | O_CLOEXEC);
+    feed(*analyzer, spoken("museum"));
+    workers.close();
+    EXPECT_FALSE(hanging.holdsModel());
+    ::close(writer);
 }
 
 } // namespace
