@@ -141,6 +141,12 @@ void PulseCapture::streamChanged()
         phase = Phase::recording;
         lastRead = std::chrono::steady_clock::now();
         othersHeld.reset();
+        // Newer PipeWire servers let a stream live on without its source.
+        removalWatch = context.removedSource().observe([this](std::uint32_t index) {
+            if (stream && index == pa_stream_get_device_index(stream.get())) {
+                fail("The microphone was disconnected.");
+            }
+        });
         watchForStall();
         events.started();
         break;
@@ -296,6 +302,7 @@ void PulseCapture::close()
     limit.reset();
     suspended.reset();
     sourceWatch.reset();
+    removalWatch.reset();
     othersHeld.reset();
     targetQuestion.reset();
     stream.reset();

@@ -87,6 +87,7 @@ private:
     Timer limit;
     Timer suspended;
     Subscription sourceWatch;
+    Subscription removalWatch;
     std::shared_ptr<const void> othersHeld;
     PulseStream stream;
     std::optional<CaptureBuffers> buffers;

@@ -36,7 +36,8 @@ bool DefaultSource::operator==(const DefaultSource& other) const
            std::equal(channels.map, channels.map + channels.channels, other.channels.map);
 }
 
-PulseContext::PulseContext() : pause(firstPause), sourceIndex(PA_INVALID_INDEX)
+PulseContext::PulseContext()
+    : pause(firstPause), sourceIndex(PA_INVALID_INDEX), removed(PA_INVALID_INDEX)
 {
     soundThread.post([this] { connectNow(); });
 }
@@ -141,6 +142,9 @@ void PulseContext::serverChanged(pa_subscription_event_type_t event, std::uint32
                              kind == PA_SUBSCRIPTION_EVENT_CHANGE && index != sourceIndex;
     if (!otherSource) {
         askForSource();
+    }
+    if (facility == PA_SUBSCRIPTION_EVENT_SOURCE && kind == PA_SUBSCRIPTION_EVENT_REMOVE) {
+        removed.set(index);
     }
 }
 

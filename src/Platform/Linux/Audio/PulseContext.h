@@ -57,6 +57,9 @@ public:
     /// Kept by the server's events. Observers are called on the sound thread.
     const Published<DefaultSource, PulseContext>& defaultSource() const { return source; }
 
+    /// The index of the source that went last. Observers are called on the sound thread.
+    const Published<std::uint32_t, PulseContext>& removedSource() const { return removed; }
+
     /// Tries at once to connect, instead of at the next of the regular attempts; if there was no
     /// microphone, asks for one again, because the server's event may be on its way. Until that
     /// has an answer the default source is unknown.
@@ -89,6 +92,7 @@ private:
 
     Published<DefaultSource, PulseContext> source;
     std::uint32_t sourceIndex;
+    Published<std::uint32_t, PulseContext> removed;
     std::string defaultSink;
     DefaultSource answer;
     int asksLeft = 0; // before a default source that is not there means none
