@@ -32,21 +32,23 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
     void want(const std::filesystem::path& directory, WorkPriority priority,
               const std::stop_token& stop)
     {
-        if (!loading) {
+        const auto load = loading.lock();
+        if (!load) {
             return;
         }
-        if (loading->directory != directory) {
+        if (load->directory != directory) {
             giveUpUnwanted();
         } else if (priority == WorkPriority::normal) {
-            loading->addDictation(stop);
-            begin(loading, priority);
+            load->addDictation(stop);
+            begin(load, priority);
         }
     }
 
     void giveUpUnwanted()
     {
-        if (loading && !loading->hasDictation()) {
-            loading->fail(failure("Another model is wanted now."));
+        const auto load = loading.lock();
+        if (load && !load->hasDictation()) {
+            load->fail(failure("Another model is wanted now."));
         }
     }
 
@@ -57,17 +59,25 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
         if (loaded && loaded->directory == directory && !loaded->isLost()) {
             co_return loaded;
         }
-        loading = loadOf(directory);
-        if (priority == WorkPriority::normal) {
-            loading->addDictation(std::move(stop));
-        }
-        const auto arrival = loading->await();
-        begin(loading, priority);
-        watch();
         const Ended ended{*this};
-        auto fresh = co_await arrival;
+        auto fresh = co_await arrivalAt(directory, priority, std::move(stop));
         loaded = std::move(fresh);
         co_return loaded;
+    }
+
+    /// Has the models of `directory` loaded, and looks after that.
+    Completion<ParakeetLoad::Models> arrivalAt(const std::filesystem::path& directory,
+                                               WorkPriority priority, std::stop_token stop)
+    {
+        const auto load = loadOf(directory);
+        loading = load;
+        if (priority == WorkPriority::normal) {
+            load->addDictation(std::move(stop));
+        }
+        auto arrival = load->await();
+        begin(load, priority);
+        watch();
+        return arrival;
     }
 
     /// A new load of `directory`, or one that was given up and may still come to an end: a disk
@@ -108,8 +118,8 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
     /// Looks after the load under way, tick by tick.
     void watch()
     {
-        loadTimer = loop.startTimer(
-            ParakeetLoad::tick, [weak = weak_from_this(), watched = std::weak_ptr(loading)] {
+        loadTimer =
+            loop.startTimer(ParakeetLoad::tick, [weak = weak_from_this(), watched = loading] {
                 if (const auto alive = weak.lock()) {
                     alive->executor.post([weak, watched] { look(weak, watched); });
                 }
@@ -119,11 +129,12 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
     static void look(const std::weak_ptr<State>& weak, const std::weak_ptr<ParakeetLoad>& watched)
     {
         const auto alive = weak.lock();
-        if (!alive || !alive->loading || alive->loading != watched.lock()) {
+        const auto load = watched.lock();
+        if (!alive || !load || alive->loading.lock() != load) {
             return;
         }
-        if (alive->loading->hangsAfterTick()) {
-            alive->loading->fail(failure("The model's folder does not answer."));
+        if (load->hangsAfterTick()) {
+            load->fail(failure("The model's folder does not answer."));
         } else {
             alive->watch();
         }
@@ -173,8 +184,9 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
     /// Held while models load or an utterance is decoded, across all awaits in between.
     Mutex oneAtATime;
     std::shared_ptr<Loaded> loaded;
-    /// The load that somebody waits for.
-    std::shared_ptr<ParakeetLoad> loading;
+    /// The load that somebody waits for. A load lives as long as one of the tasks that carry it
+    /// out: where they go unfinished, so does the wait.
+    std::weak_ptr<ParakeetLoad> loading;
     /// Until the next look after it.
     Timer loadTimer;
     /// Those that may still come to an end.
