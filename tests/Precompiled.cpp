@@ -1,0 +1,1 @@
+// A library needs a source; what the headers are compiled for is in Precompiled.cmake.
