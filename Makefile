@@ -9,11 +9,12 @@ PROGRAM := build/release/src/App/Linux/vorlin
 PRESETS := dev release asan tsan asan-all tsan-all fuzz nightly
 # How long each fuzz target runs at night.
 FUZZ_SECONDS := 180
-# The Debians that everything must work on, without this machine's.
-OTHER_SUITES := $(filter-out $(shell . /etc/os-release; echo $$VERSION_CODENAME),bookworm trixie)
+# The Debians that everything must work on, and those of them that this machine is not.
+SUITES := bookworm trixie
+OTHER_SUITES := $(filter-out $(shell . /etc/os-release; echo $$VERSION_CODENAME),$(SUITES))
 
 .PHONY: build program run test nightly lint sanitizers simulations slow-tests fuzz bench
-.PHONY: other-suites format
+.PHONY: first-starts other-suites format
 .PHONY: $(PRESETS:%=build-%)
 .NOTPARALLEL:
 
@@ -46,7 +47,8 @@ test:
 
 nightly:
 	@scripts/install-packages nightly
-	@$(MAKE) --keep-going lint sanitizers simulations slow-tests fuzz bench other-suites
+	@$(MAKE) --keep-going lint sanitizers simulations slow-tests fuzz bench first-starts \
+	    other-suites
 
 # By the clang-tidy that this Debian has, which cannot read headers that GCC has compiled.
 lint: build-release
@@ -72,6 +74,10 @@ fuzz: build/fuzz/CTestTestfile.cmake
 
 bench: build-release
 	@$(PYTHON) scripts/run-benches
+
+# Tests install more than a start does, and would hide what it lacks.
+first-starts:
+	@for suite in $(SUITES); do scripts/fresh-machine --suite $$suite make run || exit; done
 
 other-suites:
 	@for suite in $(OTHER_SUITES); do scripts/fresh-machine --suite $$suite make test || exit; done
