@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Async/Lifetime.h"
+#include "Async/MainLoop.h"
 #include "Async/Published.h"
 #include "Dictation.h"
 #include "HUDController.h"
@@ -9,7 +10,6 @@
 #include "Models/Downloads.h"
 #include "Models/ModelStore.h"
 #include "Models/RuntimeEngines.h"
-#include "Ports/MainLoop.h"
 #include "Ports/Ports.h"
 #include "Preferences.h"
 #include "TextInserter.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Audio/PCMConverter.h"
+#include "PCMConverter.h"
 #include "Ports/SpeechAnalyzer.h"
 #include "Transcriber.h"
 

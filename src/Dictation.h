@@ -1,11 +1,11 @@
 #pragma once
 
 #include "Async/Lifetime.h"
+#include "Async/MainLoop.h"
 #include "Async/Published.h"
 #include "Async/Task.h"
 #include "Audio/PCMBuffer.h"
 #include "Ports/AudioInput.h"
-#include "Ports/MainLoop.h"
 #include "Transcriber.h"
 
 #include <array>

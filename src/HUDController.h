@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Async/Lifetime.h"
+#include "Async/MainLoop.h"
 #include "Async/Published.h"
 #include "Dictation.h"
 #include "HUDModel.h"
-#include "Ports/MainLoop.h"
 #include "Ports/OverlayPanel.h"
 #include "Ports/Screens.h"
 #include "Preferences.h"

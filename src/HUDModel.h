@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Async/Lifetime.h"
+#include "Async/MainLoop.h"
 #include "Async/Published.h"
 #include "Dictation.h"
 #include "HUDView.h"
-#include "Ports/MainLoop.h"
 #include "Preferences.h"
 
 #include <cstdint>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Async/Published.h"
+#include "Engine.h"
 #include "Hotkey.h"
-#include "Models/Engine.h"
 #include "Ports/Defaults.h"
 #include "Ports/Locale.h"
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Async/Lifetime.h"
+#include "Async/MainLoop.h"
 #include "Async/Task.h"
 #include "Ports/FocusedProgram.h"
 #include "Ports/KeyPoster.h"
-#include "Ports/MainLoop.h"
 #include "Ports/Pasteboard.h"
 
 #include <cstdint>

@@ -3,10 +3,10 @@
 add_library(vorlin_test_headers STATIC Precompiled.cpp)
 target_link_libraries(vorlin_test_headers PRIVATE vorlin_warnings GTest::gmock)
 target_precompile_headers(vorlin_test_headers PRIVATE
-    <algorithm> <array> <atomic> <chrono> <cmath> <coroutine> <cstdint> <cstring> <deque> <exception>
-    <filesystem> <fstream> <functional> <map> <memory> <mutex> <numeric> <optional> <random> <set>
-    <span> <sstream> <stdexcept> <stop_token> <string> <string_view> <thread> <tuple> <utility>
-    <variant> <vector> <gmock/gmock.h> <gtest/gtest.h>)
+    <algorithm> <array> <atomic> <chrono> <cmath> <coroutine> <cstdint> <cstring> <deque>
+    <exception> <filesystem> <fstream> <functional> <map> <memory> <mutex> <numeric> <optional>
+    <random> <set> <span> <sstream> <stdexcept> <stop_token> <string> <string_view> <thread> <tuple>
+    <utility> <variant> <vector> <gmock/gmock.h> <gtest/gtest.h>)
 
 # Headers compiled one way serve only what is compiled the same way. Executables would not ask for
 # position independence as libraries do; and the compiler cache needs to see what is included.

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Async/Completion.h"
+#include "Async/MainLoop.h"
 #include "Async/Task.h"
-#include "Ports/MainLoop.h"
 
 namespace vorlin {
 

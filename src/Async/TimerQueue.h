@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Ports/MainLoop.h"
+#include "Async/MainLoop.h"
 
 #include <functional>
 #include <memory>

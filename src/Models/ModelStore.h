@@ -1,14 +1,14 @@
 #pragma once
 
 #include "Async/Lifetime.h"
+#include "Async/MainLoop.h"
 #include "Async/Published.h"
 #include "Async/Task.h"
+#include "Engine.h"
 #include "Models/Downloads.h"
-#include "Models/Engine.h"
 #include "Models/EngineOperations.h"
 #include "Models/SpeechEngines.h"
 #include "Ports/Folders.h"
-#include "Ports/MainLoop.h"
 #include "Ports/Random.h"
 #include "Ports/Workers.h"
 #include "Preferences.h"

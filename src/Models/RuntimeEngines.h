@@ -1,9 +1,9 @@
 #pragma once
 
+#include "Async/MainLoop.h"
 #include "Models/SpeechEngines.h"
 #include "Parakeet/ParakeetRuntime.h"
 #include "Ports/AudioConverter.h"
-#include "Ports/MainLoop.h"
 #include "Ports/SpeechAnalyzer.h"
 
 #include <memory>

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Async/Executor.h"
+#include "Async/MainLoop.h"
 #include "Async/Task.h"
 #include "Ports/Folders.h"
 #include "Ports/MLModel.h"
-#include "Ports/MainLoop.h"
 #include "Ports/Workers.h"
 
 #include <filesystem>

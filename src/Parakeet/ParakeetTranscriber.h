@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Audio/PCMConverter.h"
+#include "Async/MainLoop.h"
+#include "PCMConverter.h"
 #include "Parakeet/ParakeetRuntime.h"
-#include "Ports/MainLoop.h"
 #include "Transcriber.h"
 
 #include <filesystem>

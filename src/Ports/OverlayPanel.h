@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Async/Executor.h"
+#include "Async/MainLoop.h"
 #include "Ports/Geometry.h"
-#include "Ports/MainLoop.h"
 
 namespace vorlin {
 

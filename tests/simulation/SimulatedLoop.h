@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Async/MainLoop.h"
 #include "Async/TimerQueue.h"
-#include "Ports/MainLoop.h"
 #include "Ports/Workers.h"
 
 #include <cstddef>

@@ -12,6 +12,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 import declarations  # pylint: disable=wrong-import-position
 import documents  # pylint: disable=wrong-import-position
 import facilities  # pylint: disable=wrong-import-position
+import layers  # pylint: disable=wrong-import-position
 import tidy  # pylint: disable=wrong-import-position
 
 
@@ -47,6 +48,22 @@ class RuleTest(unittest.TestCase):
                                     f'#include "{header}"\n',
                                     '#include "Async/Task.h"\n#include "Hotkey.h"\n')
 
+    def test_inside_the_core_arrows_point_down_only(self):
+        for path, bad, good in (
+                ("src/Async/A.h", "Ports/Workers.h", "Async/Task.h"),
+                ("src/Audio/A.cpp", "Ports/AudioConverter.h", "Async/Fatal.h"),
+                ("src/Ports/A.h", "Transcriber.h", "Hotkey.h"),
+                ("src/Hotkey.cpp", "Ports/EventTap.h", "Async/Fatal.h"),
+                ("src/Preferences.h", "Models/ModelStore.h", "Engine.h"),
+                ("src/Parakeet/A.cpp", "Models/ModelFolder.h", "Transcriber.h"),
+                ("src/Models/A.h", "Dictation.h", "Parakeet/ParakeetRuntime.h"),
+                ("src/Dictation.cpp", "AppModel.h", "Models/ModelStore.h"),
+                ("src/AppModel.cpp", "VorlinApp.h", "HUDController.h")):
+            self.assert_catches(layers.includes_of_higher_layers, path,
+                                f'#include "{bad}"\n', f'#include "{good}"\n#include <map>\n')
+        self.assertEqual(self.found(layers.includes_of_higher_layers, {
+            "src/UI/A.cpp": '#include "VorlinApp.h"\n'}), [])
+
     def test_the_tensor_engine_knows_nothing_of_us(self):
         for header in ('"Async/Task.h"', '"Hotkey.cpp/x.h"', "<nlohmann/json.hpp>", "<QFile>"):
             self.assert_catches(tidy.includes_on_the_wrong_floor, "src/MIL/Graph/A.cpp",
@@ -58,7 +75,7 @@ class RuleTest(unittest.TestCase):
             for path in ("src/Platform/Linux/A/A.cpp", "src/Platform/macOS/A.mm",
                          "src/Platform/Shared/A.cpp"):
                 self.assert_catches(tidy.includes_on_the_wrong_floor, path,
-                                    f'#include "{header}"\n', '#include "Ports/MainLoop.h"\n')
+                                    f'#include "{header}"\n', '#include "Async/MainLoop.h"\n')
 
     def test_a_facility_includes_what_all_share_and_itself(self):
         good = "".join(f'#include "{header}"\n' for header in (
@@ -66,7 +83,7 @@ class RuleTest(unittest.TestCase):
             "Platform/Shared/ThreadPool.h", "Platform/Linux/X11/X11Atoms.h",
             "Platform/Linux/Environment.h", "Platform/Linux/Keys/Deep/B.h", "A.moc"))
         for header in ("Platform/Linux/Overlay/B.h", "Platform/Linux/Keyboard/B.h",
-                       "Platform/macOS/Keys/B.h", "AppModel.h", "Models/Engine.h", "UI/View.h",
+                       "Platform/macOS/Keys/B.h", "AppModel.h", "Engine.h", "UI/View.h",
                        "App/Linux/Main.h", "MIL/Model.h", "B.h"):
             for path in ("src/Platform/Linux/Keys/A.h", "src/Platform/Linux/Keys/Deep/A.cpp"):
                 self.assert_catches(facilities.includes_between_facilities, path,

@@ -14,14 +14,13 @@ import sys
 import declarations
 import documents
 import facilities
+import layers
 from tree import CODE, COLUMNS, CPP, TEXT, Finding, Tree, width
 
 FUNCTION_LINES = 70
 
 
 # --- Floors: who may include what -----------------------------------------------------------------
-
-CORE_FOLDERS = ("Async", "Audio", "Models", "Parakeet", "Ports", "Settings")
 
 STANDARD_HEADERS = set("""
     algorithm any array atomic barrier bit bitset cassert cctype cerrno cfenv cfloat charconv chrono
@@ -50,7 +49,7 @@ def floor_of(path):
         return "core test" if parts[1] in ("core", "simulation", "fakes") else None
     if parts[0] != "src":
         return None
-    if len(parts) == 2 or parts[1] in CORE_FOLDERS:
+    if len(parts) == 2 or parts[1] in layers.FOLDERS:
         return "core"
     if parts[1] == "Platform":
         return "/".join(parts[1:3])  # Platform/Linux, Platform/macOS, Platform/Shared
@@ -75,7 +74,7 @@ def own_header_allowed(floor, path, header):
     """Whether a file may include one of our own headers, named as it is included."""
     beside = "/" not in header and path.parts[:2] != ("src", header)
     if floor == "core":
-        return header.startswith(tuple(folder + "/" for folder in CORE_FOLDERS)) or beside
+        return header.startswith(tuple(folder + "/" for folder in layers.FOLDERS)) or beside
     if floor == "MIL":
         return header.startswith("MIL/") or beside
     return not header.startswith(FORBIDDEN_FOLDERS.get(floor, ()))
@@ -251,6 +250,7 @@ RULES = (
     *documents.RULES,
     declarations.unused_declarations,
     *facilities.RULES,
+    *layers.RULES,
     markers_without_reason,
     long_lines,
     machine_paths,

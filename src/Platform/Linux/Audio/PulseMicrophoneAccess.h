@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Async/Lifetime.h"
+#include "Async/MainLoop.h"
 #include "Async/Published.h"
 #include "Platform/Linux/Audio/PulseContext.h"
-#include "Ports/MainLoop.h"
 
 namespace vorlin {
 

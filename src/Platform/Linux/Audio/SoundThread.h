@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Async/Executor.h"
+#include "Async/MainLoop.h"
 #include "Async/TimerQueue.h"
 #include "Platform/Shared/Descriptor.h"
-#include "Ports/MainLoop.h"
 
 #include <pulse/mainloop.h>
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Async/Lifetime.h"
+#include "Async/MainLoop.h"
 #include "Platform/Linux/Desktop/FileWatch.h"
 #include "Platform/Linux/Desktop/SettingsText.h"
 #include "Ports/Defaults.h"
-#include "Ports/MainLoop.h"
 
 #include <cstdint>
 #include <filesystem>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Async/Lifetime.h"
+#include "Async/MainLoop.h"
 #include "Platform/Linux/Speech/SpeechModels.h"
-#include "Ports/MainLoop.h"
 #include "Ports/SpeechAnalyzer.h"
 #include "Ports/Workers.h"
 

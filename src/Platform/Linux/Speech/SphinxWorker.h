@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Async/Completion.h"
+#include "Async/MainLoop.h"
 #include "Audio/PCMBuffer.h"
 #include "Platform/Linux/Speech/SpeechModels.h"
-#include "Ports/MainLoop.h"
 #include "Ports/SpeechAnalyzer.h"
 #include "Ports/Workers.h"
 

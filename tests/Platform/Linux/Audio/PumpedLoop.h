@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Async/Completion.h"
+#include "Async/MainLoop.h"
 #include "Async/Task.h"
 #include "Async/TimerQueue.h"
-#include "Ports/MainLoop.h"
 
 #include <condition_variable>
 #include <deque>

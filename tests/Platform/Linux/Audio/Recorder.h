@@ -1,8 +1,8 @@
 #pragma once
 
+#include "Async/MainLoop.h"
 #include "Audio/PCMBuffer.h"
 #include "Ports/AudioInput.h"
-#include "Ports/MainLoop.h"
 
 #include <atomic>
 #include <cstdint>

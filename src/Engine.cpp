@@ -1,4 +1,4 @@
-#include "Models/Engine.h"
+#include "Engine.h"
 
 #include <nlohmann/json.hpp>
 

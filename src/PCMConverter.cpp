@@ -1,4 +1,4 @@
-#include "Audio/PCMConverter.h"
+#include "PCMConverter.h"
 
 #include "Async/Fatal.h"
 
