@@ -9,9 +9,10 @@ target_precompile_headers(vorlin_test_headers PRIVATE
     <utility> <variant> <vector> <gmock/gmock.h> <gtest/gtest.h>)
 
 # Headers compiled one way serve only what is compiled the same way. Executables would not ask for
-# position independence as libraries do; and the compiler cache needs to see what is included.
+# position independence as libraries do, only some link what asks for threads; and the compiler
+# cache needs to see what is included.
 function(vorlin_options_of_test_headers target)
-    target_compile_options(${target} PRIVATE -fPIC)
+    target_compile_options(${target} PRIVATE -fPIC -pthread)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         target_compile_options(${target} PRIVATE -fpch-preprocess)
     endif()
