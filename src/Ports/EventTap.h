@@ -1,10 +1,13 @@
 #pragma once
 
+#include "Async/Published.h"
 #include "Hotkey.h"
 
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
+#include <utility>
 
 namespace vorlin {
 
@@ -43,6 +46,9 @@ public:
     /// may wait for it.
     using Handler = std::function<bool(KeyEventType, const KeyEvent&)>;
 
+    EventTap() = default;
+    EventTap(const EventTap&) = delete;
+    EventTap& operator=(const EventTap&) = delete;
     virtual ~EventTap() = default;
 
     /// Starts watching. Returns false when the platform does not allow it.
@@ -56,6 +62,16 @@ public:
 
     /// Tells what may be swallowed from now on. Lone modifiers are only ever watched.
     virtual void setInterest(const KeyInterest& interest) = 0;
+
+    /// One line about a key of interest that cannot be had, because another program has taken it
+    /// or no key is it; empty when there is none, and while the tap is stopped.
+    const Published<std::string, EventTap>& conflict() const { return refusal; }
+
+protected:
+    void setConflict(std::string line) { refusal.set(std::move(line)); }
+
+private:
+    Published<std::string, EventTap> refusal;
 };
 
 } // namespace vorlin

@@ -11,7 +11,9 @@ class EventTap;
 class FocusedProgram;
 class Folders;
 class KeyPoster;
+class LocalKeyMonitor;
 class Locale;
+class LoginItem;
 class MLModels;
 class MainLoop;
 class OverlayPanel;
@@ -21,7 +23,9 @@ class Random;
 class Screens;
 class Sounds;
 class SpeechAnalyzers;
+class StatusItem;
 class Workers;
+class Workspace;
 
 /// Everything the program asks of its desktop. The adapters outlive whoever is given this; the
 /// folders also outlive every thread that still waits in them for a disk.
@@ -44,6 +48,10 @@ struct Ports {
     Workers& workers;
     Screens& screens;
     OverlayPanel& overlayPanel;
+    StatusItem& statusItem;
+    LocalKeyMonitor& localKeyMonitor;
+    LoginItem& loginItem;
+    Workspace& workspace;
 };
 
 } // namespace vorlin

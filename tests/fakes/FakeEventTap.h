@@ -15,6 +15,8 @@ public:
     int starts = 0;
     int enables = 0;
     int interestChanges = 0;
+    /// What the keyboard refuses from now on.
+    using EventTap::setConflict;
 
     bool start(Handler newHandler) override
     {

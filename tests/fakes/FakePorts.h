@@ -10,6 +10,7 @@
 #include "fakes/FakeOverlay.h"
 #include "fakes/FakePasteboard.h"
 #include "fakes/FakeRandom.h"
+#include "fakes/FakeShell.h"
 #include "fakes/FakeSpeechAnalyzers.h"
 #include "simulation/SimulatedLoop.h"
 
@@ -37,6 +38,10 @@ struct FakePorts {
     FakeRandom random;
     FakeScreens screens;
     FakeOverlayPanel panel{loop};
+    FakeStatusItem statusItem;
+    FakeLocalKeyMonitor recorderKeys;
+    FakeLoginItem loginItem;
+    FakeWorkspace workspace;
 
     Ports ports()
     {
@@ -59,6 +64,10 @@ struct FakePorts {
             .workers = loop,
             .screens = screens,
             .overlayPanel = panel,
+            .statusItem = statusItem,
+            .localKeyMonitor = recorderKeys,
+            .loginItem = loginItem,
+            .workspace = workspace,
         };
     }
 };

@@ -39,7 +39,7 @@ KEPT = {
     "rawValue": PUBLIC,
     "recordModes": PUBLIC,
     "setRecordingHotkey": PUBLIC,
-    "conflict": OBSERVED,
+    "conflict": PUBLIC,
     "holdsModel": OBSERVED,
 }
 

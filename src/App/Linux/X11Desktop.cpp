@@ -31,6 +31,10 @@ Ports X11Desktop::ports()
         .workers = services.workers,
         .screens = screens,
         .overlayPanel = overlayPanel,
+        .statusItem = statusItem,
+        .localKeyMonitor = localKeyMonitor,
+        .loginItem = loginItem,
+        .workspace = workspace,
     };
 }
 

@@ -10,6 +10,10 @@
 #include "Platform/Linux/Overlay/X11OverlayPanel.h"
 #include "Platform/Linux/Overlay/X11Screens.h"
 #include "Platform/Linux/Pasteboard/X11Pasteboard.h"
+#include "Platform/Shared/NoLocalKeyMonitor.h"
+#include "Platform/Shared/NoLoginItem.h"
+#include "Platform/Shared/NoStatusItem.h"
+#include "Platform/Shared/NoWorkspace.h"
 #include "Ports/Ports.h"
 
 namespace vorlin {
@@ -43,6 +47,10 @@ private:
     LinuxPermissions permissions;
     X11Screens screens;
     X11OverlayPanel overlayPanel;
+    NoStatusItem statusItem;
+    NoLocalKeyMonitor localKeyMonitor;
+    NoLoginItem loginItem;
+    NoWorkspace workspace;
 };
 
 } // namespace vorlin

@@ -110,6 +110,7 @@ void X11EventTap::endSession()
     QMetaObject::invokeMethod(
         &context, [ended = std::move(session)] {}, Qt::QueuedConnection);
     session.reset();
+    setConflict({});
 }
 
 /// The server closed our connection alone: another one may do.
@@ -143,13 +144,11 @@ void X11EventTap::applyInterest()
         wanted[hardwareKeys::escape] = {X11KeyGrabs::anyState};
     }
     session->grabs.want(wanted);
+    setConflict(findConflict());
 }
 
-std::string X11EventTap::conflict() const
+std::string X11EventTap::findConflict() const
 {
-    if (!session) {
-        return {};
-    }
     const auto& refused = session->grabs.refused();
     if (interest.hotkey && !interest.hotkey->modifierOnly) {
         const auto key = hardwareKey(interest.hotkey->keyCode);

@@ -32,15 +32,12 @@ public:
     void enable() override {}
     void setInterest(const KeyInterest& interest) override;
 
-    /// One line about a key of interest that cannot be had, because another program has taken it
-    /// or no key is it; empty when there is none.
-    std::string conflict() const;
-
 private:
     struct Session;
 
     bool openSession(Handler handler);
     void applyInterest();
+    std::string findConflict() const;
     void pump();
     bool step(Session& session);
     void watch(Session& session, const KeyChange& change);

@@ -26,14 +26,27 @@ TEST_F(X11TapRivalsTest, aKeyTakenByAnotherProgramIsNamedAndTheRestWorks)
     ASSERT_TRUE(rival.grabKey(keys::f8, 0));
     start(f8);
     setEscapeActive(true);
-    EXPECT_EQ(eventTap.conflict(), "Another program uses F8.");
+    EXPECT_EQ(eventTap.conflict().get(), "Another program uses F8.");
     tap(keys::escape);
     tap(keys::f8);
     EXPECT_THAT(seen(), IsEmpty());
     EXPECT_EQ(monitor->escapes, 1);
     EXPECT_EQ(monitor->presses, 0);
     eventTap.setInterest({rightOption, false});
-    EXPECT_EQ(eventTap.conflict(), "");
+    EXPECT_EQ(eventTap.conflict().get(), "");
+}
+
+TEST_F(X11TapRivalsTest, aConflictIsToldWhenItComesAndWhenItGoes)
+{
+    std::vector<std::string> told;
+    const auto watch =
+        eventTap.conflict().observe([&](const std::string& line) { told.push_back(line); });
+    ASSERT_TRUE(rival.grabKey(keys::f8, 0));
+    start(f8);
+    EXPECT_THAT(told, ElementsAre("Another program uses F8."));
+    eventTap.stop();
+    EXPECT_THAT(told, ElementsAre("Another program uses F8.", ""));
+    EXPECT_EQ(eventTap.conflict().get(), "");
 }
 
 TEST_F(X11TapRivalsTest, escapeIsSwallowedWhereAnotherProgramHasACombinationOfIt)
@@ -52,7 +65,7 @@ TEST_F(X11TapRivalsTest, escapeIsSwallowedWhereAnotherProgramHasACombinationOfIt
     tap(keys::escape);
     expectNoEscapeSeen();
     EXPECT_EQ(monitor->escapes, 3);
-    EXPECT_EQ(eventTap.conflict(), "");
+    EXPECT_EQ(eventTap.conflict().get(), "");
 }
 
 TEST_F(X11TapRivalsTest, theCombinationItselfCancelsAndGoesToTheProgramThatHasIt)
@@ -88,7 +101,7 @@ TEST_F(X11TapRivalsTest, escapeAloneTakenByAnotherProgramIsNamed)
     ASSERT_TRUE(rival.grabKey(keys::escape, 0));
     start(f8);
     setEscapeActive(true);
-    EXPECT_EQ(eventTap.conflict(), "Another program uses Escape.");
+    EXPECT_EQ(eventTap.conflict().get(), "Another program uses Escape.");
     press(keys::leftShift);
     tap(keys::escape);
     release(keys::leftShift);
@@ -101,7 +114,7 @@ TEST_F(X11TapRivalsTest, aHotkeyWorksWithTheSideThatNobodyElseHas)
     PrivateDisplay::setLayout("de");
     ASSERT_TRUE(rival.grabKey(keys::space, level3));
     start(optionSpace);
-    EXPECT_EQ(eventTap.conflict(), "Another program uses ⌥ Space.");
+    EXPECT_EQ(eventTap.conflict().get(), "Another program uses ⌥ Space.");
     press(keys::leftAlt);
     tap(keys::space);
     release(keys::leftAlt);
@@ -112,7 +125,7 @@ TEST_F(X11TapRivalsTest, aHotkeyWorksWithTheSideThatNobodyElseHas)
 TEST_F(X11TapRivalsTest, aHotkeyThatNoKeyHasIsNamed)
 {
     start({200, maskControl, false});
-    EXPECT_EQ(eventTap.conflict(), "This keyboard has no key for ⌃ Key 200.");
+    EXPECT_EQ(eventTap.conflict().get(), "This keyboard has no key for ⌃ Key 200.");
 }
 
 TEST_F(X11TapRivalsTest, aKeyWantedInNoStateIsRefused)

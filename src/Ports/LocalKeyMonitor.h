@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Ports/EventTap.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace vorlin {
+
+/// The whole keyboard for one short while, so that a person can press the key to be used: no
+/// other program, not even the desktop, sees a key meanwhile. The event tap should be stopped.
+/// Main loop.
+class LocalKeyMonitor {
+public:
+    /// Receives each key that goes down (`keyDown`, no autorepeat) and each modifier key that
+    /// changes (`flagsChanged`), as an event tap tells them. Keys held at the start are told of
+    /// only once they were let go; in `flags` they count. May call `stop`.
+    using Handler = std::function<void(KeyEventType, const KeyEvent&)>;
+
+    virtual ~LocalKeyMonitor() = default;
+
+    /// Begins; a monitoring that is under way is replaced. Returns nothing when it has begun, or
+    /// one line for the person on why it cannot. `onEnd` is called once, from the loop, when it
+    /// ends by itself: the window that had the focus loses it or goes, 30 s have passed, or the
+    /// desktop is gone. Neither is called after `stop`.
+    virtual std::optional<std::string> start(Handler handler, std::function<void()> onEnd) = 0;
+
+    /// Ends it; safe when nothing is under way. Keys still held that were told of stay swallowed
+    /// until they are let go, and so start nothing.
+    virtual void stop() = 0;
+};
+
+} // namespace vorlin
