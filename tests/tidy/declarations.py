@@ -31,15 +31,17 @@ OBSERVED = "how a test sees what happened inside"
 KEPT = {
     "addHub": PUBLIC,
     "addLocal": PUBLIC,
+    "conflict": PUBLIC,
     "hideToken": PUBLIC,
     "hudPositions": PUBLIC,
     "hudSizes": PUBLIC,
+    "isShown": PUBLIC,
     "isStandalone": PUBLIC,
     "previewHUD": PUBLIC,
     "rawValue": PUBLIC,
     "recordModes": PUBLIC,
     "setRecordingHotkey": PUBLIC,
-    "conflict": PUBLIC,
+    "setShown": PUBLIC,
     "holdsModel": OBSERVED,
 }
 
