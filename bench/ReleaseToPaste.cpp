@@ -124,10 +124,16 @@ int main(int argc, char** argv)
         .locale = real.locale,
         .mlModels = real.mlModels,
         .folders = real.folders,
+        .workingFolders = real.workingFolders,
+        .http = real.http,
         .random = real.random,
         .workers = real.workers,
         .screens = real.screens,
         .overlayPanel = real.overlayPanel,
+        .statusItem = real.statusItem,
+        .localKeyMonitor = real.localKeyMonitor,
+        .loginItem = real.loginItem,
+        .workspace = real.workspace,
     });
     app.model();
 

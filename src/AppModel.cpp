@@ -1,5 +1,7 @@
 #include "AppModel.h"
 
+#include "Models/HubAddress.h"
+#include "Models/HubDownloads.h"
 #include "Ports/Permissions.h"
 #include "Ports/Sounds.h"
 
@@ -19,8 +21,10 @@ AppModel::AppModel(const Ports& ports)
       speech(std::make_shared<ParakeetRuntime>(ports.mlModels, ports.folders, ports.loop,
                                                ports.workers),
              ports.speechAnalyzers, ports.audioConverters, ports.loop),
-      models(
-          {ports.loop, ports.workers, ports.folders, ports.random, preferences, speech, downloads}),
+      downloads(std::make_unique<HubDownloads>(HubDownload::Needs{
+          ports.loop, ports.workers, ports.http, ports.workingFolders, std::string(hubAddress)})),
+      models({ports.loop, ports.workers, ports.folders, ports.random, preferences, speech,
+              *downloads}),
       monitor(ports.eventTap), hud(ports.loop, ports.screens, ports.overlayPanel, preferences),
       ports(ports), inserter(ports.loop, ports.pasteboard, ports.keyPoster, ports.focusedProgram)
 {

@@ -35,7 +35,7 @@ public:
 
 private:
     RuntimeEngines speech;
-    NoDownloads downloads;
+    const std::unique_ptr<Downloads> downloads;
 
 public:
     ModelStore models;

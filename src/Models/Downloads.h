@@ -35,17 +35,4 @@ public:
                                       std::stop_token stop) = 0;
 };
 
-/// Where nothing can be downloaded: every download says so.
-class NoDownloads final : public Downloads {
-public:
-    Completion<Done> download(const std::string&, const std::filesystem::path&, OnProgress,
-                              std::stop_token) override
-    {
-        Completion<Done> ended;
-        ended.completer().failWith("This version of Vorlin cannot download models. Add a folder "
-                                   "that holds one instead.");
-        return ended;
-    }
-};
-
 } // namespace vorlin

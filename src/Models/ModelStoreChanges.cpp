@@ -1,3 +1,4 @@
+#include "Models/HubAddress.h"
 #include "Models/ModelFolder.h"
 #include "Models/ModelStore.h"
 
@@ -19,23 +20,6 @@ constexpr auto damagedEntry =
     "This entry of the list is damaged. Remove it from the list and add it again.";
 constexpr auto unstorableName =
     "That folder cannot be added: its name is not valid text. Rename it and try again.";
-
-/// The pieces of `text` between slashes, without empty ones.
-std::vector<std::string> pieces(const std::string& text)
-{
-    std::vector<std::string> found(1);
-    for (const char character : text) {
-        if (character != '/') {
-            found.back() += character;
-        } else if (!found.back().empty()) {
-            found.emplace_back();
-        }
-    }
-    if (found.back().empty()) {
-        found.pop_back();
-    }
-    return found;
-}
 
 std::string joined(const std::vector<std::string>& names)
 {
@@ -68,7 +52,9 @@ void ModelStore::install(const Engine& engine)
     if (hub == nullptr) {
         return;
     }
-    if (const auto modelFolder = folder(*wanted)) {
+    if (!isRepository(hub->repository)) {
+        lastError.set(askForRepository);
+    } else if (const auto modelFolder = folder(*wanted)) {
         beginInstall(wanted->id, hub->repository, *modelFolder);
     } else {
         lastError.set(damagedEntry);
@@ -208,8 +194,7 @@ void ModelStore::removeFolder(const std::string& id, const std::filesystem::path
 void ModelStore::addHub(const std::string& repository, const std::string& name)
 {
     const std::string wanted = trimmed(repository);
-    const auto parts = pieces(wanted);
-    if (parts.size() != 2 || wanted.find(' ') != std::string::npos) {
+    if (!isRepository(wanted)) {
         lastError.set(askForRepository);
         return;
     }
@@ -219,7 +204,7 @@ void ModelStore::addHub(const std::string& repository, const std::string& name)
         lastError.set(same->name + " already uses that repository.");
         return;
     }
-    const Engine engine = Engine::added(newId(), name, parts.back(), source);
+    const Engine engine = Engine::added(newId(), name, repositoryName(wanted), source);
     if (registerEngine(engine)) {
         install(engine);
     } else {

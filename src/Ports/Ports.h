@@ -10,6 +10,7 @@ class Defaults;
 class EventTap;
 class FocusedProgram;
 class Folders;
+class HTTPClient;
 class KeyPoster;
 class LocalKeyMonitor;
 class Locale;
@@ -25,6 +26,7 @@ class Sounds;
 class SpeechAnalyzers;
 class StatusItem;
 class Workers;
+class WorkingFolders;
 class Workspace;
 
 /// Everything the program asks of its desktop. The adapters outlive whoever is given this; the
@@ -44,6 +46,8 @@ struct Ports {
     const Locale& locale;
     MLModels& mlModels;
     std::shared_ptr<Folders> folders;
+    std::shared_ptr<WorkingFolders> workingFolders;
+    HTTPClient& http;
     Random& random;
     Workers& workers;
     Screens& screens;

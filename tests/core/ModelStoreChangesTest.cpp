@@ -174,18 +174,18 @@ TEST_F(ModelStoreInstall, aStoreThatIsGoneStartsNoDownload)
     EXPECT_TRUE(downloads.all.empty());
 }
 
-TEST_F(ModelStoreInstall, whereNothingCanBeDownloadedOneLineSaysSo)
+TEST_F(ModelStoreInstall, aStoredRepositoryThatIsNoneIsNotAskedFor)
 {
-    NoDownloads none;
-    store = std::make_unique<ModelStore>(
-        ModelStore::Needs{loop, workers, heldFolders, random, preferences, speech, none});
-    loop.runReady();
-    store->install(engine("parakeetUltra"));
-    EXPECT_EQ(state("parakeetUltra"), "downloading 0.0");
-    loop.runReady();
-    EXPECT_EQ(state("parakeetUltra"), "notInstalled");
-    EXPECT_EQ(error(), "This version of Vorlin cannot download models. Add a folder that holds "
-                       "one instead.");
+    storeCustomEngines("[" + hubJson("custom-1", "owner/..") + "," +
+                       hubJson("custom-2", "api/models/x") + "]");
+    start();
+    for (const auto* id : {"custom-1", "custom-2"}) {
+        store->install(engine(id));
+        loop.runReady();
+        EXPECT_EQ(state(id), "notInstalled");
+        EXPECT_EQ(error(), ownerName);
+    }
+    EXPECT_TRUE(downloads.all.empty());
 }
 
 class ModelStoreRemove : public ModelStoreInstall {};
@@ -405,8 +405,9 @@ TEST_F(ModelStoreAdd, anIdIsEightLowercaseDigits)
 
 TEST_F(ModelStoreAdd, whatIsNoOwnerAndNameIsRejected)
 {
-    for (const auto* text : {"owner/name/extra", "owner", "/owner/", "owner/ name", "", "/", " ",
-                             "//", "a b/c", "owner/\xff"}) {
+    for (const auto* text :
+         {"owner/name/extra", "owner", "/owner/", "owner/ name", "", "/", " ", "//", "a b/c",
+          "owner/\xff", "owner/..", "./name", "owner/na\tme", "owner/na\x7Fme"}) {
         store->addHub("wrong", "");
         store->addHub("FluidInference/parakeet-ultra-coreml", "");
         store->addHub(text, "");

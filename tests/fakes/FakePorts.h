@@ -6,12 +6,14 @@
 #include "fakes/FakeDesktop.h"
 #include "fakes/FakeEventTap.h"
 #include "fakes/FakeFolders.h"
+#include "fakes/FakeHTTPClient.h"
 #include "fakes/FakeMLModels.h"
 #include "fakes/FakeOverlay.h"
 #include "fakes/FakePasteboard.h"
 #include "fakes/FakeRandom.h"
 #include "fakes/FakeShell.h"
 #include "fakes/FakeSpeechAnalyzers.h"
+#include "fakes/FakeWorkingFolders.h"
 #include "simulation/SimulatedLoop.h"
 
 namespace vorlin {
@@ -35,6 +37,9 @@ struct FakePorts {
     FakeMLModels mlModels{loop};
     const std::shared_ptr<FakeFolders> heldFolders = std::make_shared<FakeFolders>();
     FakeFolders& folders = *heldFolders;
+    const std::shared_ptr<FakeWorkingFolders> workingFolders =
+        std::make_shared<FakeWorkingFolders>();
+    FakeHTTPClient http{loop};
     FakeRandom random;
     FakeScreens screens;
     FakeOverlayPanel panel{loop};
@@ -60,6 +65,8 @@ struct FakePorts {
             .locale = locale,
             .mlModels = mlModels,
             .folders = heldFolders,
+            .workingFolders = workingFolders,
+            .http = http,
             .random = random,
             .workers = loop,
             .screens = screens,

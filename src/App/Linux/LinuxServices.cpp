@@ -6,7 +6,9 @@ namespace vorlin {
 
 LinuxServices::LinuxServices(const Environment& environment)
     : workers(lowerThreadPriority),
-      folders(std::make_shared<XDGFolders>(modelsFolder(environment))), mlModels(workers),
+      folders(std::make_shared<XDGFolders>(modelsFolder(environment))),
+      workingFolders(std::make_shared<DiskWorkingFolders>()), http(loop, workers),
+      mlModels(workers),
       defaults(settingsPath(environment), loop, workers.executor(WorkPriority::normal)),
       locale(environment), microphoneAccess(pulse, loop), audioInput(pulse, loop), sounds(pulse),
       speechAnalyzers(speechModelFolders(environment), workers, loop), appearance(environment)
@@ -17,6 +19,7 @@ LinuxServices::~LinuxServices()
 {
     mlModels.close();    // first, so that no worker waits for an engine process
     defaults.writeNow(); // nothing that hangs below costs a setting
+    http.close();
     workers.close();
 }
 

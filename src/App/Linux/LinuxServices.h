@@ -4,6 +4,7 @@
 #include "Platform/Linux/Audio/PulseContext.h"
 #include "Platform/Linux/Audio/PulseMicrophoneAccess.h"
 #include "Platform/Linux/Audio/PulseSounds.h"
+#include "Platform/Linux/Desktop/DiskWorkingFolders.h"
 #include "Platform/Linux/Desktop/EnvironmentLocale.h"
 #include "Platform/Linux/Desktop/JsonDefaults.h"
 #include "Platform/Linux/Desktop/XDGFolders.h"
@@ -11,6 +12,7 @@
 #include "Platform/Linux/Environment.h"
 #include "Platform/Linux/Overlay/DesktopAppearance.h"
 #include "Platform/Linux/Speech/SphinxAnalyzers.h"
+#include "Platform/Shared/Curl/CurlHTTPClient.h"
 #include "Platform/Shared/QtMainLoop.h"
 #include "Platform/Shared/Soxr/SoxrConverter.h"
 #include "Platform/Shared/SystemRandom.h"
@@ -21,8 +23,8 @@
 namespace vorlin {
 
 /// The adapters that are the same on every Linux desktop, whatever shows its windows: loop,
-/// workers, settings, sound, speech, engine. In the order in which one needs the other. Create
-/// them on the main thread, after the Qt application.
+/// workers, settings, network, sound, speech, engine. In the order in which one needs the other.
+/// Create them on the main thread, after the Qt application.
 class LinuxServices {
 public:
     explicit LinuxServices(const Environment& environment);
@@ -35,6 +37,8 @@ public:
     SystemRandom random;
     ThreadPool workers;
     const std::shared_ptr<XDGFolders> folders;
+    const std::shared_ptr<DiskWorkingFolders> workingFolders;
+    CurlHTTPClient http;
     EngineModels mlModels;
     JsonDefaults defaults;
     EnvironmentLocale locale;

@@ -27,6 +27,8 @@ Ports X11Desktop::ports()
         .locale = services.locale,
         .mlModels = services.mlModels,
         .folders = services.folders,
+        .workingFolders = services.workingFolders,
+        .http = services.http,
         .random = services.random,
         .workers = services.workers,
         .screens = screens,

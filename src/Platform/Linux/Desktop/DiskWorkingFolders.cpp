@@ -1,0 +1,259 @@
+#include "Platform/Linux/Desktop/DiskWorkingFolders.h"
+
+#include "Platform/Linux/Desktop/FolderTree.h"
+#include "Platform/Shared/Descriptor.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <mutex>
+#include <set>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace vorlin {
+
+namespace {
+
+constexpr const char* partialEnding = ".partial";
+constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+constexpr mode_t folderMode = 0777; // less what the person's mask takes away
+constexpr mode_t fileMode = 0666;
+
+[[noreturn]] void refused(int code)
+{
+    if (code == ENOSPC || code == EDQUOT) {
+        throw DiskError::full();
+    }
+    if (code == EACCES || code == EPERM) {
+        throw DiskError::refused("permission denied");
+    }
+    throw DiskError::refused(std::generic_category().message(code));
+}
+
+[[noreturn]] void refusedName(const std::string& name)
+{
+    throw DiskError::refused(name + " is already there, or leads elsewhere");
+}
+
+void sync(const Descriptor& opened)
+{
+    if (::fsync(opened.number()) != 0) {
+        refused(errno);
+    }
+}
+
+class File final : public WritableFile {
+public:
+    explicit File(Descriptor opened) : file(std::move(opened)) {}
+
+    void append(std::span<const std::byte> bytes) override
+    {
+        while (!bytes.empty()) {
+            const auto written = ::write(file.number(), bytes.data(), bytes.size());
+            if (written < 0 && errno != EINTR) {
+                refused(errno);
+            }
+            bytes = bytes.subspan(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+        }
+    }
+
+    void clear() override
+    {
+        if (::ftruncate(file.number(), 0) != 0 || ::lseek(file.number(), 0, SEEK_SET) != 0) {
+            refused(errno);
+        }
+    }
+
+    void sync() override
+    {
+        vorlin::sync(file);
+        if (!file.close()) {
+            refused(errno);
+        }
+    }
+
+private:
+    Descriptor file;
+};
+
+/// The names of a path; refuses one that is none inside a folder.
+std::vector<std::string> partsOf(const std::string& path)
+{
+    std::vector<std::string> parts(1);
+    for (const char character : path) {
+        if (character == '/') {
+            parts.emplace_back();
+        } else {
+            parts.back() += character;
+        }
+    }
+    for (const auto& part : parts) {
+        if (part.empty() || part == "." || part == ".." || part.find('\0') != std::string::npos) {
+            throw DiskError::refused("a file has a name that is not allowed");
+        }
+    }
+    return parts;
+}
+
+class Folder final : public WorkingFolder {
+public:
+    explicit Folder(const std::filesystem::path& destination)
+        : models(destination.parent_path()), name(destination.filename()),
+          partialName(name + partialEnding)
+    {
+    }
+
+    void create() override
+    {
+        const std::scoped_lock guard(lock);
+        throwIfOver();
+        std::error_code error;
+        std::filesystem::create_directories(models, error);
+        parent = Descriptor(::open(models.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (!parent) {
+            refused(error ? error.value() : errno);
+        }
+        removeTree(parent, partialName);
+        if (::mkdirat(parent.number(), partialName.c_str(), folderMode) != 0) {
+            refused(errno);
+        }
+        isThere = true;
+        top = Descriptor(::openat(parent.number(), partialName.c_str(), folderFlags));
+        if (!top) {
+            refused(errno);
+        }
+    }
+
+    std::shared_ptr<WritableFile> createFile(const std::string& path) override
+    {
+        auto parts = partsOf(path);
+        const std::string last = std::move(parts.back());
+        parts.pop_back();
+        const std::scoped_lock guard(lock);
+        throwIfOver();
+        const Descriptor above = openFolder(parts, true);
+        constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+        Descriptor opened(::openat(above.number(), last.c_str(), flags, fileMode));
+        if (!opened) {
+            errno == EEXIST ? refusedName(last) : refused(errno);
+        }
+        return std::make_shared<File>(std::move(opened));
+    }
+
+    std::uint64_t freeSpace() override
+    {
+        const std::scoped_lock guard(lock);
+        throwIfOver();
+        struct statvfs disk = {};
+        if (::fstatvfs(top.number(), &disk) != 0) {
+            refused(errno);
+        }
+        return static_cast<std::uint64_t>(disk.f_bavail) * disk.f_frsize;
+    }
+
+    void moveIntoPlace() override
+    {
+        const std::scoped_lock guard(lock);
+        throwIfOver();
+        for (const auto& folder : folders) {
+            sync(openFolder(folder, false));
+        }
+        sync(top);
+        exchange();
+        isThere = false;
+        isOver = true;
+        sync(parent); // before what lay there goes
+        removeTree(parent, partialName);
+        top.close();
+        parent.close();
+    }
+
+    void discard() override
+    {
+        const std::scoped_lock guard(lock);
+        isOver = true;
+        if (std::exchange(isThere, false)) {
+            removeTree(parent, partialName);
+        }
+        top.close();
+        parent.close();
+    }
+
+private:
+    void throwIfOver() const
+    {
+        if (isOver) {
+            throw DiskError::refused("the download was given up");
+        }
+    }
+
+    /// The folder of these names below the top, one step after the other; made if `make` says so.
+    Descriptor openFolder(const std::vector<std::string>& names, bool make)
+    {
+        Descriptor folder(::openat(top.number(), ".", folderFlags));
+        std::vector<std::string> path;
+        for (const auto& each : names) {
+            if (make && ::mkdirat(folder.number(), each.c_str(), folderMode) != 0 &&
+                errno != EEXIST) {
+                refused(errno);
+            }
+            folder = Descriptor(::openat(folder.number(), each.c_str(), folderFlags));
+            if (!folder) {
+                errno == ENOTDIR || errno == ELOOP ? refusedName(each) : refused(errno);
+            }
+            path.push_back(each);
+            folders.insert(path);
+        }
+        if (!folder) {
+            refused(errno);
+        }
+        return folder;
+    }
+
+    void exchange()
+    {
+        const auto rename = [this](unsigned flags) {
+            return ::renameat2(parent.number(), partialName.c_str(), parent.number(), name.c_str(),
+                               flags) == 0;
+        };
+        if (rename(RENAME_EXCHANGE) || (errno == ENOENT && rename(RENAME_NOREPLACE))) {
+            return;
+        }
+        if (errno != EINVAL && errno != ENOSYS) {
+            refused(errno);
+        }
+        // A file system that cannot exchange, or knows no flags.
+        removeTree(parent, name);
+        if (!rename(0)) {
+            refused(errno);
+        }
+    }
+
+    const std::filesystem::path models;
+    const std::string name;
+    const std::string partialName;
+    std::mutex lock;
+    /// With the lock.
+    Descriptor parent;
+    Descriptor top;
+    /// Those that were made below the top, by their names from there.
+    std::set<std::vector<std::string>> folders;
+    bool isThere = false;
+    bool isOver = false;
+};
+
+} // namespace
+
+std::shared_ptr<WorkingFolder> DiskWorkingFolders::beside(const std::filesystem::path& destination)
+{
+    return std::make_shared<Folder>(destination);
+}
+
+} // namespace vorlin

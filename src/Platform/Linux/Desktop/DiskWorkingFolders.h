@@ -1,0 +1,14 @@
+#pragma once
+
+#include "Ports/WorkingFolders.h"
+
+namespace vorlin {
+
+/// Working folders on a disk of this machine, each exchanged with the model folder that it is to
+/// replace in one step of the file system.
+class DiskWorkingFolders final : public WorkingFolders {
+public:
+    std::shared_ptr<WorkingFolder> beside(const std::filesystem::path& destination) override;
+};
+
+} // namespace vorlin

@@ -1,0 +1,230 @@
+#include "Platform/Linux/Desktop/DiskWorkingFolders.h"
+
+#include "Platform/Linux/Desktop/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace vorlin {
+namespace {
+
+namespace fs = std::filesystem;
+
+class DiskWorkingFoldersTest : public testing::Test {
+protected:
+    std::shared_ptr<WorkingFolder> make() { return folders.beside(destination); }
+    std::shared_ptr<WorkingFolder> created()
+    {
+        auto folder = make();
+        folder->create();
+        return folder;
+    }
+    static void put(WorkingFolder& folder, const std::string& path, const std::string& text)
+    {
+        const auto file = folder.createFile(path);
+        file->append(std::as_bytes(std::span(text)));
+        file->sync();
+    }
+    /// The failure of `call`; "(none)" when it has none.
+    template <class Call>
+    static std::string failure(Call call)
+    {
+        try {
+            call();
+        } catch (const DiskError& error) {
+            return error.what();
+        }
+        return "(none)";
+    }
+    /// Every file below the models folder.
+    std::map<std::string, std::string> everything() const
+    {
+        std::map<std::string, std::string> found;
+        if (fs::exists(models)) {
+            for (const auto& entry : fs::recursive_directory_iterator(models)) {
+                if (entry.is_regular_file()) {
+                    found[fs::relative(entry.path(), models)] = textOf(entry.path());
+                }
+            }
+        }
+        return found;
+    }
+
+    using Files = std::map<std::string, std::string>;
+
+    TemporaryFolder temporary;
+    const fs::path models = temporary / "data/Vorlin/Models";
+    const fs::path destination = models / "one";
+    DiskWorkingFolders folders;
+};
+
+TEST_F(DiskWorkingFoldersTest, isMadeOnlyWhenItIsCreated)
+{
+    const auto folder = make();
+    EXPECT_FALSE(fs::exists(models));
+    folder->create();
+    EXPECT_TRUE(fs::is_directory(models / "one.partial"));
+    EXPECT_FALSE(fs::exists(destination));
+}
+
+TEST_F(DiskWorkingFoldersTest, whatAnEarlierOneLeftGoes)
+{
+    fs::create_directories(models / "one.partial/deep/er");
+    write(models / "one.partial/deep/er/file", "old");
+    const auto folder = created();
+    EXPECT_EQ(everything(), Files());
+}
+
+TEST_F(DiskWorkingFoldersTest, filesLieAtTheirPathsAndInPlaceOnceMoved)
+{
+    const auto folder = created();
+    put(*folder, "a/b/c", "deep");
+    put(*folder, "a/d", "");
+    put(*folder, "top", "text");
+    EXPECT_EQ(everything(), (Files{{"one.partial/a/b/c", "deep"},
+                                   {"one.partial/a/d", ""},
+                                   {"one.partial/top", "text"}}));
+    folder->moveIntoPlace();
+    EXPECT_EQ(everything(), (Files{{"one/a/b/c", "deep"}, {"one/a/d", ""}, {"one/top", "text"}}));
+}
+
+TEST_F(DiskWorkingFoldersTest, theFormerModelGoesWithTheMove)
+{
+    fs::create_directories(destination / "old");
+    write(destination / "old/file", "old");
+    const auto folder = created();
+    put(*folder, "new", "new");
+    EXPECT_EQ(everything().size(), 2U);
+    folder->moveIntoPlace();
+    EXPECT_EQ(everything(), (Files{{"one/new", "new"}}));
+}
+
+TEST_F(DiskWorkingFoldersTest, piecesFollowEachOtherUntilTheyAreTakenBack)
+{
+    const auto folder = created();
+    const auto file = folder->createFile("file");
+    const std::string text = "0123456789";
+    file->append(std::as_bytes(std::span(text)));
+    file->append(std::as_bytes(std::span(text)));
+    file->clear();
+    file->append(std::as_bytes(std::span(text)));
+    file->sync();
+    EXPECT_EQ(everything(), (Files{{"one.partial/file", text}}));
+}
+
+TEST_F(DiskWorkingFoldersTest, discardedItLeavesNothingAndTakesNothing)
+{
+    fs::create_directories(destination);
+    write(destination / "former", "former");
+    const auto folder = created();
+    const auto file = folder->createFile("a/b");
+    folder->discard();
+    folder->discard();
+    EXPECT_EQ(everything(), (Files{{"one/former", "former"}}));
+    EXPECT_FALSE(fs::exists(models / "one.partial"));
+    EXPECT_NE(failure([&] { folder->createFile("c"); }), "(none)");
+    EXPECT_NE(failure([&] { folder->moveIntoPlace(); }), "(none)");
+    EXPECT_NE(failure([&] { folder->create(); }), "(none)");
+    const std::string text = "late";
+    file->append(std::as_bytes(std::span(text))); // into what is deleted
+    EXPECT_EQ(everything().size(), 1U);
+}
+
+TEST_F(DiskWorkingFoldersTest, onceItIsInPlaceDiscardingChangesNothing)
+{
+    const auto folder = created();
+    put(*folder, "file", "text");
+    folder->moveIntoPlace();
+    folder->discard();
+    EXPECT_EQ(everything(), (Files{{"one/file", "text"}}));
+}
+
+TEST_F(DiskWorkingFoldersTest, discardedBeforeItsCreationItIsNeverMade)
+{
+    const auto folder = make();
+    folder->discard();
+    EXPECT_NE(failure([&] { folder->create(); }), "(none)");
+    EXPECT_FALSE(fs::exists(models / "one.partial"));
+}
+
+TEST_F(DiskWorkingFoldersTest, refusesPathsThatLeadOut)
+{
+    using namespace std::string_literals;
+    const auto folder = created();
+    for (const auto& path :
+         {"../x"s, "a/../../x"s, "/etc/x"s, ""s, "a//b"s, "a/"s, "."s, ".."s, "a\0b"s}) {
+        EXPECT_NE(failure([&] { folder->createFile(path); }), "(none)") << path;
+    }
+    EXPECT_EQ(everything(), Files());
+}
+
+TEST_F(DiskWorkingFoldersTest, followsNoLinkThatAppearsInIt)
+{
+    const fs::path outside = temporary / "outside";
+    fs::create_directories(outside);
+    write(outside / "precious", "mine");
+    const auto folder = created();
+    fs::create_directory_symlink(outside, models / "one.partial/folder");
+    fs::create_symlink(outside / "precious", models / "one.partial/file");
+    fs::create_symlink(outside / "new", models / "one.partial/dangling");
+    for (const auto* path : {"folder/precious", "folder/new", "file", "dangling"}) {
+        EXPECT_NE(failure([&] { folder->createFile(path); }).find("leads elsewhere"),
+                  std::string::npos)
+            << path;
+    }
+    folder->discard();
+    EXPECT_EQ(textOf(outside / "precious"), "mine");
+    EXPECT_EQ(std::distance(fs::directory_iterator(outside), fs::directory_iterator()), 1);
+}
+
+TEST_F(DiskWorkingFoldersTest, aFileThatIsThereAlreadyIsNotOverwritten)
+{
+    const auto folder = created();
+    put(*folder, "a/b", "first");
+    EXPECT_NE(failure([&] { folder->createFile("a/b"); }), "(none)");
+    EXPECT_NE(failure([&] { folder->createFile("a/b/c"); }), "(none)");
+    EXPECT_NE(failure([&] { folder->createFile("a"); }), "(none)");
+    EXPECT_EQ(everything(), (Files{{"one.partial/a/b", "first"}}));
+}
+
+TEST_F(DiskWorkingFoldersTest, tellsTheRoomThatIsLeft)
+{
+    const auto folder = created();
+    EXPECT_EQ(folder->freeSpace() > 0, fs::space(models).available > 0);
+}
+
+TEST_F(DiskWorkingFoldersTest, aModelsFolderThatCannotBeMadeIsSaidInOneLine)
+{
+    write(temporary / "data", "a file");
+    const std::string line = failure([&] { created(); });
+    EXPECT_EQ(line.find("The models folder cannot be written to: "), 0U) << line;
+    EXPECT_EQ(line.find('\n'), std::string::npos);
+}
+
+TEST_F(DiskWorkingFoldersTest, filesAreMadeBySeveralThreadsWhileItIsDiscarded)
+{
+    for (int round = 0; round < 20; ++round) {
+        const auto folder = created();
+        std::vector<std::jthread> threads;
+        for (int number = 0; number < 3; ++number) {
+            threads.emplace_back([&folder, number] {
+                for (int i = 0; i < 50; ++i) {
+                    failure([&] {
+                        put(*folder, "a/" + std::to_string(number) + "/" + std::to_string(i), "x");
+                    });
+                }
+            });
+        }
+        folder->discard();
+        threads.clear();
+        EXPECT_FALSE(fs::exists(models / "one.partial"));
+    }
+}
+
+} // namespace
+} // namespace vorlin
