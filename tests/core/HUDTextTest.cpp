@@ -314,7 +314,9 @@ TEST(HUDDrawnNotice, findsTheWordsAfterAnInvisibleBeginning)
 
 TEST(HUDDrawnNotice, isNotCutWithinACodePoint)
 {
-    EXPECT_EQ(drawnNotice(std::string((1 << 16) - 1, ' ') + "é"), "");
+    std::string cut((1 << 16) - 1, ' ');
+    cut += "é"; // by +, GCC 12 takes it for a copy out of bounds under the thread sanitizer
+    EXPECT_EQ(drawnNotice(cut), "");
 }
 
 TEST(HUDDirection, isThatOfTheFirstLetter)
