@@ -77,15 +77,14 @@ bool X11EventTap::openSession(Handler handler)
         return false;
     }
     session = std::move(next);
-    keyboard.watch(X11Keyboard::Watcher{.changed = [this] { pump(); },
-                                        .replaced =
-                                            [this] {
-                                                if (session) {
-                                                    session->grabs.setKeyboard(
-                                                        keyboard.devices().master);
-                                                    applyInterest();
-                                                }
-                                            }});
+    watching = keyboard.watch({.changed = [this] { pump(); },
+                               .replaced =
+                                   [this] {
+                                       if (session) {
+                                           session->grabs.setKeyboard(keyboard.devices().master);
+                                           applyInterest();
+                                       }
+                                   }});
     // Read now, so that the first key press need not wait for it.
     keyboard.postedLayout();
     applyInterest();
@@ -94,7 +93,7 @@ bool X11EventTap::openSession(Handler handler)
 
 void X11EventTap::stop()
 {
-    keyboard.watch(std::nullopt);
+    watching.reset();
     if (session) {
         endSession();
     }

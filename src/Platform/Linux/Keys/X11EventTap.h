@@ -49,6 +49,7 @@ private:
     X11Keyboard& keyboard;
     KeyInterest interest;
     std::shared_ptr<Session> session;
+    std::shared_ptr<const void> watching;
     bool pumping = false;
     Subscription availability;
     QObject context;

@@ -90,10 +90,12 @@ void X11Keyboard::lose()
     canBeUsed.set(false);
 }
 
-void X11Keyboard::watch(std::optional<Watcher> next)
+std::shared_ptr<const void> X11Keyboard::watch(Watcher next)
 {
     changes.clear();
-    watcher = std::move(next);
+    const auto entry = std::make_shared<const Watcher>(std::move(next));
+    watcher = entry;
+    return entry;
 }
 
 void X11Keyboard::read()
@@ -116,13 +118,12 @@ bool X11Keyboard::sync()
 
 void X11Keyboard::tellWatcher()
 {
-    if (std::exchange(wasReplaced, false) && watcher) {
-        const auto replaced = watcher->replaced;
-        replaced();
+    const bool replaced = std::exchange(wasReplaced, false);
+    if (const auto current = watcher.lock(); current && replaced) {
+        current->replaced();
     }
-    if (!changes.empty() && watcher) {
-        const auto changed = watcher->changed;
-        changed();
+    if (const auto current = watcher.lock(); current && !changes.empty()) {
+        current->changed();
     }
 }
 
@@ -180,7 +181,7 @@ void X11Keyboard::note(HardwareKey key, bool down, bool ours, std::uint32_t time
             }
         }
     }
-    if (watcher && changes.size() < mostChanges) {
+    if (!watcher.expired() && changes.size() < mostChanges) {
         changes.push_back({key, down, ours, time, flagsOf(heldKeys)});
     }
 }

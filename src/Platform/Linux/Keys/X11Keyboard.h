@@ -7,6 +7,7 @@
 
 #include <bitset>
 #include <deque>
+#include <memory>
 #include <optional>
 
 namespace vorlin {
@@ -49,8 +50,9 @@ public:
         std::function<void()> replaced;
     };
 
-    /// Collects changes for `watcher` from now on, or for nobody.
-    void watch(std::optional<Watcher> watcher);
+    /// Collects changes for `watcher` from now on, for as long as the result is kept or until
+    /// another one watches: there is one at a time.
+    [[nodiscard]] std::shared_ptr<const void> watch(Watcher watcher);
 
     /// Takes in what the server has reported.
     void read();
@@ -119,7 +121,7 @@ private:
     /// Held keys that we pressed again; to be released again when the person lets go.
     KeySet pressedAgain;
     std::deque<KeyChange> changes;
-    std::optional<Watcher> watcher;
+    std::weak_ptr<const Watcher> watcher;
     bool wasReplaced = false;
     bool devicesChanged = false;
     std::uint32_t lastTime = 0;

@@ -169,6 +169,16 @@ bool TestClient::couldGrabKey(HardwareKey key, std::uint32_t modifiers)
     return granted;
 }
 
+bool TestClient::couldGrabCoreKey(HardwareKey key, std::uint16_t modifiers)
+{
+    const auto request = xcb_grab_key_checked(connection, 0, rootWindow, modifiers, key,
+                                              XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+    const bool granted = owned(xcb_request_check(connection, request)) == nullptr;
+    xcb_ungrab_key(connection, key, rootWindow, modifiers);
+    sync();
+    return granted;
+}
+
 bool TestClient::grabKeyboard()
 {
     const auto reply =
@@ -230,6 +240,34 @@ void TestWindow::focus(xcb_window_t which)
     program.sync();
 }
 
+bool TestWindow::hasFocus()
+{
+    const auto reply = owned(
+        xcb_get_input_focus_reply(program.get(), xcb_get_input_focus(program.get()), nullptr));
+    return reply && reply->focus == window;
+}
+
+void TestWindow::unmap()
+{
+    xcb_unmap_window(program.get(), window);
+    program.sync();
+}
+
+void TestWindow::watchFocus()
+{
+    const std::uint32_t events =
+        XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE | XCB_EVENT_MASK_FOCUS_CHANGE;
+    xcb_change_window_attributes(program.get(), window, XCB_CW_EVENT_MASK, &events);
+    program.sync();
+}
+
+std::vector<bool> TestWindow::focusSeen()
+{
+    program.sync();
+    read();
+    return focusChanges;
+}
+
 void TestWindow::read()
 {
     while (const auto event = owned(xcb_poll_for_event(program.get()))) {
@@ -237,6 +275,8 @@ void TestWindow::read()
         if (type == XCB_KEY_PRESS || type == XCB_KEY_RELEASE) {
             const auto& key = reinterpret_cast<const xcb_key_press_event_t&>(*event);
             keysSeen.push_back({key.detail, type == XCB_KEY_PRESS, key.state & 0xFFU});
+        } else if (type == XCB_FOCUS_IN || type == XCB_FOCUS_OUT) {
+            focusChanges.push_back(type == XCB_FOCUS_IN);
         }
     }
 }

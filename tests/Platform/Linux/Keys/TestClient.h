@@ -16,10 +16,10 @@ namespace vorlin {
 /// X key codes that tests press.
 namespace keys {
 inline constexpr HardwareKey escape = 9, q = 24, e = 26, y = 29, a = 38, f = 41, insert = 118,
-                             leftControl = 37, leftShift = 50, z = 52, x = 53, v = 55, b = 56,
-                             rightShift = 62, leftAlt = 64, space = 65, capsLock = 66, f8 = 74,
-                             numLock = 77, rightControl = 105, rightAlt = 108, leftSuper = 133,
-                             rightSuper = 134, silent = 248;
+                             leftControl = 37, leftShift = 50, f4 = 70, z = 52, x = 53, v = 55,
+                             b = 56, rightShift = 62, leftAlt = 64, space = 65, capsLock = 66,
+                             f8 = 74, numLock = 77, rightControl = 105, rightAlt = 108,
+                             leftSuper = 133, rightSuper = 134, silent = 248;
 } // namespace keys
 
 /// A key event as a program sees it.
@@ -83,6 +83,8 @@ public:
     bool couldGrabKey(HardwareKey key, std::uint32_t modifiers);
     /// Takes such a grab.
     bool grabKey(HardwareKey key, std::uint32_t modifiers);
+    /// As `couldGrabKey`, for a grab as window managers take it.
+    bool couldGrabCoreKey(HardwareKey key, std::uint16_t modifiers);
     /// How many key presses such grabs have brought.
     int grabbedPresses();
 
@@ -115,6 +117,12 @@ public:
     /// A window inside it.
     xcb_window_t addChild();
     void focus(xcb_window_t which);
+    bool hasFocus();
+    void unmap();
+    /// Notes from now on when the window gets or loses the focus.
+    void watchFocus();
+    /// Whether it got the focus, for each time since then that it got or lost it.
+    std::vector<bool> focusSeen();
 
     /// What was seen so far.
     const std::vector<SeenKey>& seen();
@@ -129,6 +137,7 @@ private:
     TestClient program;
     xcb_window_t window;
     std::vector<SeenKey> keysSeen;
+    std::vector<bool> focusChanges;
 };
 
 } // namespace vorlin

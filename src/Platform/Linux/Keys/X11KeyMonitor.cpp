@@ -1,0 +1,181 @@
+#include "Platform/Linux/Keys/X11KeyMonitor.h"
+
+#include <utility>
+
+namespace vorlin {
+
+/// What lives from a start until the keyboard is let go.
+struct X11KeyMonitor::Session {
+    /// Of its own: the server keeps raw events from a connection that holds a grab.
+    X11Connection connection;
+    xcb_window_t window = XCB_NONE;
+    /// Empty after the stop.
+    Handler handler;
+    std::function<void()> onEnd;
+    /// Held since before the start.
+    KeySet earlier;
+    /// Whose press was told.
+    KeySet told;
+    std::shared_ptr<const void> watching;
+    Timer limit;
+
+    explicit Session(X11Connection::Callbacks callbacks) : connection(std::move(callbacks)) {}
+};
+
+X11KeyMonitor::X11KeyMonitor(X11Keyboard& keyboard, MainLoop& loop) : keyboard(keyboard), loop(loop)
+{
+}
+
+X11KeyMonitor::~X11KeyMonitor()
+{
+    letGo();
+}
+
+std::optional<std::string> X11KeyMonitor::start(Handler handler, std::function<void()> onEnd)
+{
+    letGo();
+    auto next = std::make_shared<Session>(X11Connection::Callbacks{
+        .readable = [this] { readGrab(); }, .lost = [this] { endByItself(); }});
+    if (!keyboard.available().get() || !next->connection.isAlive()) {
+        return "The keyboard cannot be watched.";
+    }
+    if (!grab(*next)) {
+        return "Another program has the keyboard to itself.";
+    }
+    next->handler = std::move(handler);
+    next->onEnd = std::move(onEnd);
+    next->watching = keyboard.watch({.changed = [this] { takeChanges(); }, .replaced = [] {}});
+    keyboard.sync();
+    while (keyboard.nextChange() != nullptr) {
+        keyboard.dropChange(); // of before the grab
+    }
+    next->earlier = keyboard.held();
+    next->limit = loop.startTimer(limit, [this] { endByItself(); });
+    session = std::move(next);
+    return std::nullopt;
+}
+
+/// Grabs the keyboard for the window with the focus: from that to itself the focus does not move.
+bool X11KeyMonitor::grab(Session& next)
+{
+    auto& server = next.connection;
+    const auto focus = server.reply<xcb_get_input_focus_reply_t>(xcb_get_input_focus(server.get()));
+    if (!focus) {
+        return false;
+    }
+    const bool isWindow = focus->focus != XCB_NONE && focus->focus != XCB_INPUT_FOCUS_POINTER_ROOT;
+    next.window = isWindow ? focus->focus : server.root();
+    const std::uint32_t events = XCB_EVENT_MASK_FOCUS_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    xcb_change_window_attributes(server.get(), next.window, XCB_CW_EVENT_MASK, &events);
+    const auto reply = server.reply<xcb_grab_keyboard_reply_t>(xcb_grab_keyboard(
+        server.get(), 0, next.window, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+    return reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
+}
+
+void X11KeyMonitor::stop()
+{
+    if (!session) {
+        return;
+    }
+    session->handler = nullptr;
+    session->onEnd = nullptr;
+    session->watching.reset();
+    keyboard.sync();
+    session->told &= keyboard.held();
+    if (session->told.none()) {
+        letGo();
+    }
+}
+
+void X11KeyMonitor::takeChanges()
+{
+    while (session && session->handler) {
+        const auto* next = keyboard.nextChange();
+        if (next == nullptr) {
+            break;
+        }
+        const auto change = *next;
+        keyboard.dropChange();
+        const auto current = session; // being told may end it
+        tell(*current, change);
+    }
+}
+
+void X11KeyMonitor::tell(Session& current, const KeyChange& change)
+{
+    if (change.posted || current.earlier[change.key]) {
+        current.earlier[change.key] = current.earlier[change.key] && (change.posted || change.down);
+        return;
+    }
+    current.told[change.key] = change.down;
+    const auto code = virtualKey(change.key);
+    const auto handler = current.handler;
+    if (code && isModifierKey(*code)) {
+        handler(KeyEventType::flagsChanged, {*code, change.flags, false});
+    } else if (code && change.down) {
+        handler(KeyEventType::keyDown, {*code, change.flags, false});
+    }
+}
+
+/// The grab's own events: what becomes of the window, and the keys that nobody else shall see.
+void X11KeyMonitor::readGrab()
+{
+    const auto current = session;
+    if (!current) {
+        return;
+    }
+    bool lost = false;
+    while (const auto event = current->connection.nextEvent()) {
+        switch (event->response_type & 0x7FU) {
+        case XCB_FOCUS_OUT: {
+            const auto& out = reinterpret_cast<const xcb_focus_out_event_t&>(*event);
+            // A window inside this one is still this window; a grab moves no focus.
+            lost =
+                lost ||
+                (out.detail != XCB_NOTIFY_DETAIL_INFERIOR &&
+                 out.detail != XCB_NOTIFY_DETAIL_POINTER &&
+                 (out.mode == XCB_NOTIFY_MODE_NORMAL || out.mode == XCB_NOTIFY_MODE_WHILE_GRABBED));
+            break;
+        }
+        case XCB_UNMAP_NOTIFY:
+        case XCB_DESTROY_NOTIFY: lost = true; break;
+        default: break;
+        }
+    }
+    if (lost) {
+        endByItself();
+    } else if (!current->handler) {
+        keyboard.sync();
+        if ((current->told & keyboard.held()).none()) {
+            letGo();
+        }
+    }
+}
+
+void X11KeyMonitor::endByItself()
+{
+    if (session) {
+        const auto onEnd = std::exchange(session->onEnd, nullptr);
+        letGo();
+        if (onEnd) {
+            onEnd();
+        }
+    }
+}
+
+void X11KeyMonitor::letGo()
+{
+    if (!session) {
+        return;
+    }
+    session->watching.reset();
+    session->limit.reset();
+    xcb_ungrab_keyboard(session->connection.get(), XCB_CURRENT_TIME);
+    session->connection.sync();
+    // We may have been called by the session's own connection: destroy it from the loop.
+    QMetaObject::invokeMethod(
+        &context, [ended = std::move(session)] {}, Qt::QueuedConnection);
+    session.reset();
+}
+
+} // namespace vorlin
