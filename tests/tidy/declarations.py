@@ -35,13 +35,12 @@ KEPT = {
     "hideToken": PUBLIC,
     "hudPositions": PUBLIC,
     "hudSizes": PUBLIC,
-    "isShown": PUBLIC,
     "isStandalone": PUBLIC,
     "previewHUD": PUBLIC,
     "rawValue": PUBLIC,
     "recordModes": PUBLIC,
+    "setOwnDialog": PUBLIC,
     "setRecordingHotkey": PUBLIC,
-    "setShown": PUBLIC,
     "holdsModel": OBSERVED,
 }
 

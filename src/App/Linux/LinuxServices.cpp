@@ -2,6 +2,8 @@
 
 #include "Platform/Linux/Desktop/ThreadPriority.h"
 
+#include <QCoreApplication>
+
 namespace vorlin {
 
 LinuxServices::LinuxServices(const Environment& environment)
@@ -10,7 +12,9 @@ LinuxServices::LinuxServices(const Environment& environment)
       workingFolders(std::make_shared<DiskWorkingFolders>()), http(loop, workers),
       mlModels(workers),
       defaults(settingsPath(environment), loop, workers.executor(WorkPriority::normal)),
-      locale(environment), microphoneAccess(pulse, loop), audioInput(pulse, loop), sounds(pulse),
+      locale(environment),
+      loginItem(environment, QCoreApplication::applicationFilePath().toStdString()),
+      microphoneAccess(pulse, loop), audioInput(pulse, loop), sounds(pulse),
       speechAnalyzers(speechModelFolders(environment), workers, loop), appearance(environment)
 {
 }

@@ -8,6 +8,7 @@
 #include "Platform/Linux/Desktop/EnvironmentLocale.h"
 #include "Platform/Linux/Desktop/JsonDefaults.h"
 #include "Platform/Linux/Desktop/XDGFolders.h"
+#include "Platform/Linux/Desktop/XDGLoginItem.h"
 #include "Platform/Linux/Engine/EngineModels.h"
 #include "Platform/Linux/Environment.h"
 #include "Platform/Linux/Overlay/DesktopAppearance.h"
@@ -42,6 +43,7 @@ public:
     EngineModels mlModels;
     JsonDefaults defaults;
     EnvironmentLocale locale;
+    XDGLoginItem loginItem;
     PulseContext pulse;
     PulseMicrophoneAccess microphoneAccess;
     PulseAudioInput audioInput;

@@ -6,7 +6,8 @@ X11Desktop::X11Desktop(LinuxServices& services, const Environment& environment)
     : services(services), keyAccess(keyboard), eventTap(keyboard), keyPoster(keyboard),
       focusedProgram(keyboard.server()), pasteboard(services.loop),
       permissions([this] { return keyAccess.granted().get(); }, services.microphoneAccess),
-      screens(environment), overlayPanel(screens)
+      screens(environment), overlayPanel(screens), keyMonitor(keyboard, services.loop),
+      workspace(environment)
 {
 }
 
@@ -34,8 +35,8 @@ Ports X11Desktop::ports()
         .screens = screens,
         .overlayPanel = overlayPanel,
         .statusItem = statusItem,
-        .localKeyMonitor = localKeyMonitor,
-        .loginItem = loginItem,
+        .localKeyMonitor = keyMonitor,
+        .loginItem = services.loginItem,
         .workspace = workspace,
     };
 }

@@ -5,21 +5,20 @@
 #include "Platform/Linux/Keys/X11EventTap.h"
 #include "Platform/Linux/Keys/X11FocusedProgram.h"
 #include "Platform/Linux/Keys/X11KeyAccess.h"
+#include "Platform/Linux/Keys/X11KeyMonitor.h"
 #include "Platform/Linux/Keys/X11KeyPoster.h"
 #include "Platform/Linux/Keys/X11Keyboard.h"
 #include "Platform/Linux/Overlay/X11OverlayPanel.h"
 #include "Platform/Linux/Overlay/X11Screens.h"
 #include "Platform/Linux/Pasteboard/X11Pasteboard.h"
-#include "Platform/Shared/NoLocalKeyMonitor.h"
-#include "Platform/Shared/NoLoginItem.h"
-#include "Platform/Shared/NoStatusItem.h"
-#include "Platform/Shared/NoWorkspace.h"
+#include "Platform/Linux/Tray/TrayStatusItem.h"
+#include "Platform/Linux/Workspace/LinuxWorkspace.h"
 #include "Ports/Ports.h"
 
 namespace vorlin {
 
-/// The adapters that an X11 display fulfils: keys, clipboard, screens, overlay. Create it on the
-/// main thread, after the Qt application.
+/// The adapters that an X11 display fulfils: keys, clipboard, screens, overlay, tray. Create it on
+/// the main thread, after the Qt application.
 class X11Desktop {
 public:
     /// `services` must outlive this object.
@@ -47,10 +46,9 @@ private:
     LinuxPermissions permissions;
     X11Screens screens;
     X11OverlayPanel overlayPanel;
-    NoStatusItem statusItem;
-    NoLocalKeyMonitor localKeyMonitor;
-    NoLoginItem loginItem;
-    NoWorkspace workspace;
+    TrayStatusItem statusItem;
+    X11KeyMonitor keyMonitor;
+    LinuxWorkspace workspace;
 };
 
 } // namespace vorlin
