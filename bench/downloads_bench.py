@@ -59,8 +59,8 @@ def publish(hub, sizes):
 
 def by_curl(files, folder):
     """Seconds that curl takes for the same files."""
-    command = ["curl", "--no-progress-meter", "--fail", "--parallel", "--parallel-max", "3", "--http1.1",
-               "--create-dirs"]
+    command = ["curl", "--no-progress-meter", "--fail", "--parallel", "--parallel-max", "3",
+               "--http1.1", "--create-dirs"]
     for path in files:
         command += ["--output", folder / path,
                     f"https://{HUB}/{REPOSITORY}/resolve/main/{path}"]

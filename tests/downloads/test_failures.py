@@ -102,8 +102,9 @@ def test_a_lost_connection_is_taken_up_where_it_broke(hub, catalog, files):
                                resumable(content, breaks_at=2000), resumable(content)))
     assert outcome(catalog) == "installed"
     assert catalog.folder() == files
-    asked = [headers.get("Range") for _, path, headers in hub.requests if path.endswith(WEIGHTS)]
-    assert asked == [None, "bytes=1000-", "bytes=2000-"]
+    asked = [(headers.get("Range"), headers.get("If-Range"))
+             for _, path, headers in hub.requests if path.endswith(WEIGHTS)]
+    assert asked == [(None, None), ("bytes=1000-", '"one"'), ("bytes=2000-", '"one"')]
     assert catalog.fractions()[-1] == 1.0
 
 
