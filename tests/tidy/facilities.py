@@ -7,11 +7,12 @@ from tree import CPP, Finding
 # What every adapter may include besides its own facility.
 SHARED_HEADERS = ("Ports/", "Async/", "Audio/", "Hotkey.h", "Platform/Shared/",
                   "Platform/Linux/X11/", "Platform/Linux/Environment.h")
-# What a facility's library may link of its desktop.
-SHARED_LIBRARIES = {"vorlin_linux_environment", "vorlin_linux_x11"}
+# What a facility's library may link of ours besides itself.
+SHARED_LIBRARIES = {"vorlin_core", "vorlin_platform_shared", "vorlin_warnings",
+                    "vorlin_linux_environment", "vorlin_linux_x11"}
 
 INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*"([^"]+)"')
-LIBRARY = re.compile(r"\bvorlin_(?:linux|macos)_\w+")
+LIBRARY = re.compile(r"\bvorlin_\w+")
 OWN_LIBRARY = re.compile(r"add_library\(\s*(\w+)")
 
 

@@ -100,10 +100,12 @@ class RuleTest(unittest.TestCase):
     def test_a_facility_links_what_all_share(self):
         path = "src/Platform/Linux/Keys/CMakeLists.txt"
         head = "add_library(vorlin_linux_keys STATIC A.cpp)\ntarget_link_libraries("
-        self.assert_catches(facilities.links_between_facilities, path,
-                            f"{head}vorlin_linux_keys\n    PUBLIC vorlin_linux_overlay)\n",
-                            f"{head}vorlin_linux_keys PUBLIC vorlin_core vorlin_linux_x11\n"
-                            "    vorlin_linux_environment vorlin_platform_shared)\n")
+        for library in ("vorlin_linux_overlay", "vorlin_macos_keys", "vorlin_ui", "vorlin_mil"):
+            self.assert_catches(facilities.links_between_facilities, path,
+                                f"{head}vorlin_linux_keys\n    PUBLIC {library})\n",
+                                f"{head}vorlin_linux_keys PUBLIC vorlin_core vorlin_linux_x11\n"
+                                "    vorlin_linux_environment vorlin_platform_shared\n"
+                                "    PRIVATE vorlin_warnings)\n")
 
     def test_one_desktop_includes_nothing_of_the_other(self):
         self.assert_catches(tidy.includes_on_the_wrong_floor, "src/Platform/Linux/A/A.cpp",
@@ -247,6 +249,9 @@ class RuleTest(unittest.TestCase):
             self.assertEqual(found(header, A_cpp=definition + "    go(1);\n"), [], header)
             self.assertEqual(found(header, B_qml="a: go\n"), [], header)
             self.assertEqual(found(header, kept=["go"]), [], header)
+        itself = "struct Go {\n    explicit Go(int a);\n    ~Go();\n};"
+        self.assertEqual(found(itself), ["src/A.h:1"], "a type does not use itself")
+        self.assertEqual(found(itself, A_cpp="Go one(1);\n"), [])
         for harmless in ("void paint() override;", "bool await_ready() const;", "class go;",
                          "    return go(1);", "    int speed = go;"):
             self.assertEqual(found(harmless), [], harmless)
