@@ -140,9 +140,14 @@ private:
     void run(const std::shared_ptr<Job>& job)
     {
         if (job->priority == WorkPriority::background) {
-            lowerPriority();
+            // On a thread of its own: this one starts the next, which inherits its priority.
+            std::thread([this, &job] {
+                lowerPriority();
+                job->slow();
+            }).join();
+        } else {
+            job->slow();
         }
-        job->slow();
         const std::scoped_lock guard(lock);
         if (!closed) {
             job->to->post(std::move(job->done)); // under the lock: `to` may be gone after `close`

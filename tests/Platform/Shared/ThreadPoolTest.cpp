@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
@@ -207,6 +210,35 @@ TEST(ThreadPool, patientBackgroundWorkRunsAtLoweredPriorityAndNormalDoesNot)
         lowered.clear();
     }
     EXPECT_EQ(wrong, 0);
+}
+
+int threadPriority()
+{
+    return ::getpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()));
+}
+
+TEST(ThreadPool, patientWorkThatHadToWaitForBackgroundWorkRunsAtItsOwnPriority)
+{
+    const int usual = threadPriority();
+    constexpr int others = 127; // one more is the most that runs
+    const auto over = std::make_shared<std::latch>(1);
+    const auto lowered = std::make_shared<std::latch>(1);
+    std::atomic<int> priority = -1;
+    Counting to;
+    ThreadPool pool([] { ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), 10); });
+    for (int i = 0; i < others; ++i) {
+        pool.runPatiently(
+            WorkPriority::normal, [over] { over->wait(); }, to, [] {});
+    }
+    pool.runPatiently(
+        WorkPriority::background, [lowered] { lowered->wait(); }, to, [] {});
+    pool.runPatiently(
+        WorkPriority::normal, [&priority] { priority = threadPriority(); }, to, [] {});
+    lowered->count_down();
+    to.waitFor(2);
+    EXPECT_EQ(priority, usual);
+    over->count_down();
+    to.waitFor(others + 2);
 }
 
 TEST(ThreadPool, workThatHangsHoldsUpNeitherOtherWorkNorTheEnd)
