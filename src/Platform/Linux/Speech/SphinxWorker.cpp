@@ -2,12 +2,12 @@
 
 #include "Async/Fatal.h"
 #include "Platform/Linux/Speech/SphinxDecoder.h"
-#include "Platform/Linux/Speech/UtteranceResults.h"
+#include "Platform/Linux/Speech/SphinxLoad.h"
+#include "Platform/Linux/Speech/SphinxStream.h"
 
 #include <malloc.h>
 
 #include <algorithm>
-#include <cstring>
 #include <span>
 #include <stdexcept>
 #include <utility>
@@ -26,54 +26,6 @@ constexpr std::size_t longUtteranceSamples = std::size_t{15} * SphinxDecoder::sa
 
 } // namespace
 
-struct SphinxWorker::Stream {
-    Stream(SpeechModel model, SpeechAnalyzers::OnResult onResult)
-        : model(std::move(model)), onResult(std::move(onResult))
-    {
-    }
-
-    void deliver(const std::string& text, bool isFinal)
-    {
-        const std::scoped_lock guard(delivery);
-        if (!cancelled) {
-            onResult(text, isFinal);
-        }
-    }
-
-    const SpeechModel model;
-    const SpeechAnalyzers::OnResult onResult;
-    std::atomic<bool> cancelled = false;
-
-    /// Held while a result is delivered, so that `cancel` can promise that none comes later.
-    /// Recursive, because a callback may let go of the last owner of this very analysis.
-    std::recursive_mutex delivery;
-
-    // Guarded by the worker's lock.
-    std::deque<std::shared_ptr<const PCMBuffer>> waiting;
-    std::size_t takenOfFirst = 0;
-    bool finishing = false;
-    bool retired = false;
-    std::exception_ptr failure;
-    std::optional<Completer<Done>> finished;
-
-    // Touched by steps only.
-    bool begun = false;
-    bool heardSpeech = false;
-    std::size_t samplesOfUtterance = 0;
-    UtteranceResults results{
-        [this](const std::string& text, bool isFinal) { deliver(text, isFinal); }};
-};
-
-struct SphinxWorker::Load {
-    explicit Load(SpeechModel model) : model(std::move(model)) {}
-
-    const SpeechModel model;
-    /// One of these two, once it has arrived.
-    std::unique_ptr<SphinxDecoder> decoder;
-    std::exception_ptr failure;
-    bool arrived = false; // guarded by the worker's lock
-};
-
 SphinxWorker::SphinxWorker(Workers& workers, MainLoop& loop, Duration unloadDelay)
     : workers(workers), executor(workers.executor(WorkPriority::normal)), loop(loop),
       unloadDelay(unloadDelay)
@@ -89,7 +41,7 @@ AudioFormat SphinxWorker::format()
 
 SphinxWorker::StreamHandle SphinxWorker::open(SpeechModel model, SpeechAnalyzers::OnResult onResult)
 {
-    auto stream = std::make_shared<Stream>(std::move(model), std::move(onResult));
+    auto stream = std::make_shared<SphinxStream>(std::move(model), std::move(onResult));
     const std::scoped_lock guard(lock);
     ++uses;
     unloadWanted = false;
@@ -173,7 +125,7 @@ bool SphinxWorker::hasWork() const
     if (streams.empty()) {
         return unloadWanted;
     }
-    const Stream& first = *streams.front();
+    const SphinxStream& first = *streams.front();
     if (!first.begun && isLoading(first.model)) {
         return first.cancelled;
     }
@@ -187,7 +139,7 @@ bool SphinxWorker::isLoading(const SpeechModel& model) const
 
 void SphinxWorker::step()
 {
-    std::shared_ptr<Load> arrived;
+    std::shared_ptr<SphinxLoad> arrived;
     StreamHandle stream;
     bool unload = false;
     {
@@ -234,7 +186,7 @@ void SphinxWorker::runStream(const StreamHandle& stream)
 }
 
 /// Does a little of what is to do for the stream; false when it has come to its end.
-bool SphinxWorker::advance(Stream& stream)
+bool SphinxWorker::advance(SphinxStream& stream)
 {
     if (stream.cancelled) {
         return false;
@@ -243,7 +195,10 @@ bool SphinxWorker::advance(Stream& stream)
         begin(stream);
         return true;
     }
-    const Samples samples = take(stream);
+    const Samples samples = [&] {
+        const std::scoped_lock guard(lock);
+        return stream.take(stepSamples);
+    }();
     if (!samples.empty()) {
         decode(stream, samples);
         return true;
@@ -259,7 +214,7 @@ bool SphinxWorker::advance(Stream& stream)
     return !ended;
 }
 
-void SphinxWorker::begin(Stream& stream)
+void SphinxWorker::begin(SphinxStream& stream)
 {
     if (!decoder || decoderModel != stream.model) {
         load(stream.model);
@@ -273,32 +228,22 @@ void SphinxWorker::begin(Stream& stream)
 void SphinxWorker::load(const SpeechModel& model)
 {
     dropDecoder(); // first, so that two models are not in memory at once
-    const auto wanted = std::make_shared<Load>(model);
+    const auto wanted = std::make_shared<SphinxLoad>(model);
     {
         const std::scoped_lock guard(lock);
         loading = wanted;
     }
-    workers.runPatiently(
-        WorkPriority::normal,
-        [wanted] {
-            try {
-                wanted->decoder = std::make_unique<SphinxDecoder>(wanted->model);
-            } catch (const std::exception&) {
-                wanted->failure = std::current_exception();
-            }
-        },
-        executor,
-        [weak = weak_from_this(), wanted] {
-            if (const auto self = weak.lock()) {
-                const std::scoped_lock guard(self->lock);
-                wanted->arrived = true;
-                self->wake();
-            }
-        });
+    SphinxLoad::run(wanted, workers, executor, [weak = weak_from_this(), wanted] {
+        if (const auto self = weak.lock()) {
+            const std::scoped_lock guard(self->lock);
+            wanted->arrived = true;
+            self->wake();
+        }
+    });
 }
 
 /// Takes the decoder that was loaded, or ends the stream that waits for it.
-void SphinxWorker::settle(Load& load)
+void SphinxWorker::settle(SphinxLoad& load)
 {
     StreamHandle waiting;
     {
@@ -324,30 +269,7 @@ void SphinxWorker::settle(Load& load)
     }
 }
 
-/// The next samples of the stream, at most those of one step.
-SphinxWorker::Samples SphinxWorker::take(Stream& stream)
-{
-    Samples samples;
-    const std::scoped_lock guard(lock);
-    while (samples.size() < stepSamples && !stream.waiting.empty()) {
-        const PCMBuffer& buffer = *stream.waiting.front();
-        const std::size_t left = buffer.frameLength() - stream.takenOfFirst;
-        const std::size_t count = std::min(left, stepSamples - samples.size());
-        const auto bytes = buffer.plane(0).subspan(stream.takenOfFirst * sizeof(std::int16_t),
-                                                   count * sizeof(std::int16_t));
-        const std::size_t before = samples.size();
-        samples.resize(before + count);
-        std::memcpy(samples.data() + before, bytes.data(), bytes.size());
-        stream.takenOfFirst += count;
-        if (count == left) {
-            stream.waiting.pop_front();
-            stream.takenOfFirst = 0;
-        }
-    }
-    return samples;
-}
-
-void SphinxWorker::decode(Stream& stream, const Samples& samples)
+void SphinxWorker::decode(SphinxStream& stream, const Samples& samples)
 {
     std::span<const std::int16_t> left(samples);
     while (!left.empty() && !stream.cancelled) {
@@ -371,7 +293,7 @@ void SphinxWorker::decode(Stream& stream, const Samples& samples)
     stream.results.heard(decoder->hypothesis());
 }
 
-void SphinxWorker::endUtterance(Stream& stream)
+void SphinxWorker::endUtterance(SphinxStream& stream)
 {
     stream.samplesOfUtterance = 0;
     stream.results.ended(decoder->endUtterance());

@@ -18,6 +18,8 @@
 namespace vorlin {
 
 class SphinxDecoder;
+struct SphinxLoad;
+struct SphinxStream;
 
 /// Decodes the streams of all analyses with one decoder, one stream after the other in the order
 /// they were opened, a short piece at a time on the workers' threads. Loads the decoder when a
@@ -31,8 +33,7 @@ class SphinxDecoder;
 /// Any thread, unless said otherwise. Create it with `std::make_shared`.
 class SphinxWorker : public std::enable_shared_from_this<SphinxWorker> {
 public:
-    struct Stream;
-    using StreamHandle = std::shared_ptr<Stream>;
+    using StreamHandle = std::shared_ptr<SphinxStream>;
 
     /// `workers` load and decode; `loop` is the clock of `unloadDelay`. Both outlive the work
     /// given to the workers' executor.
@@ -68,9 +69,6 @@ public:
 private:
     using Samples = std::vector<std::int16_t>;
 
-    /// A decoder on its way. Shared with the thread that waits for the disk.
-    struct Load;
-
     // With `lock` held.
     void wake();
     bool hasWork() const;
@@ -79,14 +77,13 @@ private:
     // On the executor, never two at once.
     void step();
     void runStream(const StreamHandle& stream);
-    bool advance(Stream& stream);
-    void begin(Stream& stream);
+    bool advance(SphinxStream& stream);
+    void begin(SphinxStream& stream);
     void load(const SpeechModel& model);
-    void settle(Load& load);
-    void decode(Stream& stream, const Samples& samples);
-    void endUtterance(Stream& stream);
+    void settle(SphinxLoad& load);
+    void decode(SphinxStream& stream, const Samples& samples);
+    void endUtterance(SphinxStream& stream);
     void retire(const StreamHandle& stream, std::exception_ptr failure);
-    Samples take(Stream& stream);
     void dropDecoder();
 
     void scheduleUnload();
@@ -100,7 +97,7 @@ private:
     std::deque<StreamHandle> streams;
     /// Of the model that was asked for last, until a step has settled it. One that hangs stays, so
     /// that whoever comes next waits with it instead of sending another thread after it.
-    std::shared_ptr<Load> loading;
+    std::shared_ptr<SphinxLoad> loading;
     bool stepQueued = false;
     bool unloadWanted = false;
     /// Until the decoder goes.

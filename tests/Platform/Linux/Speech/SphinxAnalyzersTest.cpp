@@ -2,6 +2,7 @@
 
 #include "Answers.h"
 #include "SpokenAudio.h"
+#include "Transcriber.h"
 #include "simulation/SimulatedLoop.h"
 
 #include <gmock/gmock.h>
@@ -141,6 +142,24 @@ TEST_F(SphinxAnalyzersTest, volatileTextComesWhileSpeechGoesOnAndOnlyWhenItChang
     for (std::size_t i = 1; i < results.size(); ++i) {
         EXPECT_TRUE(results[i].isFinal || results[i].text != results[i - 1].text);
     }
+}
+
+TEST_F(SphinxAnalyzersTest, aSoundThatWasTakenForAWordIsTakenBackAndLeavesNoSpace)
+{
+    // An eighth of a second out of a sentence: first thought to be "the", then to be nothing.
+    const Samples all = spoken("museum");
+    Transcript transcript;
+    const auto analyzer = start(transcript);
+    feed(*analyzer,
+         joined({silence(0.3), Samples(all.begin() + 4800, all.begin() + 6800), silence(0.8)}));
+    EXPECT_EQ(finish(*analyzer), "done");
+    TextAccumulator text;
+    std::vector<std::string> texts;
+    for (const auto& result : transcript.all()) {
+        EXPECT_FALSE(result.isFinal);
+        texts.push_back(text.add(result.text, result.isFinal));
+    }
+    EXPECT_EQ(texts, (std::vector<std::string>{"the", ""}));
 }
 
 TEST_F(SphinxAnalyzersTest, theLastWordIsKeptWhenTheAudioEndsWithIt)
