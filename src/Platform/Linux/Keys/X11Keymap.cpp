@@ -166,6 +166,26 @@ std::vector<HardwareKey> X11Keymap::keysFor(std::uint64_t eventFlag) const
     return result;
 }
 
+/// Whether every key that sets the flag's modifiers stands where those of other flags do, for which
+/// it counts: Super where Alt and Super are exchanged.
+bool X11Keymap::isSetElsewhereOnly(std::uint64_t eventFlag) const
+{
+    bool elsewhere = false;
+    for (unsigned key = 8; key < keys.size(); ++key) {
+        if ((keys[key].modifiers & modifiersFor(eventFlag)) == 0) {
+            continue;
+        }
+        const auto* place = std::ranges::find_if(modifiers, [key](const Modifier& each) {
+            return std::ranges::find(each.positions, key) != each.positions.end();
+        });
+        if (place == std::end(modifiers) || place->flag == eventFlag) {
+            return false;
+        }
+        elsewhere = true;
+    }
+    return elsewhere;
+}
+
 std::vector<XModifiers> X11Keymap::statesFor(std::uint64_t eventFlags) const
 {
     std::set<XModifiers> states = {0};
@@ -173,7 +193,10 @@ std::vector<XModifiers> X11Keymap::statesFor(std::uint64_t eventFlags) const
         if ((eventFlags & modifier.flag) == 0) {
             continue;
         }
-        std::set<XModifiers> ways = {modifier.modifiers};
+        std::set<XModifiers> ways;
+        if (!isSetElsewhereOnly(modifier.flag)) {
+            ways.insert(modifier.modifiers);
+        }
         for (const auto key : modifier.positions) {
             ways.insert(keys[key].byGroup.begin(), keys[key].byGroup.end());
         }

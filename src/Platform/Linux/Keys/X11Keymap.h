@@ -39,7 +39,8 @@ public:
 
     /// Every state in which the server may see a hotkey's modifiers: either side's key, both, or
     /// another key that is such a modifier, and whatever is locked besides. A side whose key is no
-    /// modifier in this layout takes no part. A server can only be told exact states to watch for.
+    /// modifier in this layout takes no part, nor do modifiers that only other sides' keys set. A
+    /// server can only be told exact states to watch for.
     std::vector<XModifiers> statesFor(std::uint64_t eventFlags) const;
 
     /// `heldFlags`, those of the modifier keys that are held, by position, joined with those of
@@ -66,6 +67,7 @@ private:
 
     void readModifiers(xkb_keymap* keymap, HardwareKey key);
     void readLetters(xkb_keymap* keymap);
+    bool isSetElsewhereOnly(std::uint64_t eventFlag) const;
     void findSilentKey(xkb_keymap* keymap);
 
     std::array<Key, 256> keys;

@@ -87,6 +87,20 @@ TEST(X11Keymap, aSideThatIsNoModifierTakesNoPart)
     EXPECT_FALSE(contains(layout("us", "", "compose:ralt").statesFor(maskAlternate), 0));
 }
 
+TEST(X11Keymap, whatOnlyTheKeysOfAnotherModifierSetIsNoStateOfThisOne)
+{
+    const auto swapped = layout("us", "", "altwin:swap_alt_win");
+    const auto option = swapped.statesFor(maskAlternate);
+    EXPECT_TRUE(contains(option, XCB_MOD_MASK_4));
+    EXPECT_FALSE(contains(option, XCB_MOD_MASK_1)) << "a window manager may hold Alt+Space";
+    const auto command = swapped.statesFor(maskCommand);
+    EXPECT_TRUE(contains(command, XCB_MOD_MASK_1));
+    EXPECT_FALSE(contains(command, XCB_MOD_MASK_4));
+    // Caps Lock is nobody's side: Control from there counts.
+    EXPECT_TRUE(
+        contains(layout("us", "", "ctrl:swapcaps").statesFor(maskControl), XCB_MOD_MASK_CONTROL));
+}
+
 TEST(X11Keymap, anUnknownLayoutStillHasStates)
 {
     EXPECT_TRUE(contains(X11Keymap().statesFor(maskAlternate), XCB_MOD_MASK_1));
