@@ -43,7 +43,6 @@ KEPT = {
     "previewHUD": PUBLIC,
     "rawValue": PUBLIC,
     "recordModes": PUBLIC,
-    "setOwnDialog": PUBLIC,
     "setRecordingHotkey": PUBLIC,
     "holdsModel": OBSERVED,
 }

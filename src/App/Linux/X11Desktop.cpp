@@ -1,5 +1,7 @@
 #include "App/Linux/X11Desktop.h"
 
+#include <utility>
+
 namespace vorlin {
 
 X11Desktop::X11Desktop(LinuxServices& services, const Environment& environment)
@@ -9,6 +11,10 @@ X11Desktop::X11Desktop(LinuxServices& services, const Environment& environment)
       screens(environment), overlayPanel(screens), keyMonitor(keyboard, services.loop),
       workspace(environment)
 {
+    workspace.setOwnDialog(
+        [this](const std::string& title, std::function<void(FolderDialog::Chosen)> whenDone) {
+            folderDialog.open(title, std::move(whenDone));
+        });
 }
 
 Ports X11Desktop::ports()

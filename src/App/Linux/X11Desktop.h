@@ -14,6 +14,7 @@
 #include "Platform/Linux/Tray/TrayStatusItem.h"
 #include "Platform/Linux/Workspace/LinuxWorkspace.h"
 #include "Ports/Ports.h"
+#include "UI/FolderDialog.h"
 
 namespace vorlin {
 
@@ -48,6 +49,7 @@ private:
     X11OverlayPanel overlayPanel;
     TrayStatusItem statusItem;
     X11KeyMonitor keyMonitor;
+    FolderDialog folderDialog;
     LinuxWorkspace workspace;
 };
 

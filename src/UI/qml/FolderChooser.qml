@@ -1,0 +1,25 @@
+import QtQuick
+import QtQuick.Dialogs
+
+// A window that the dialog fills: without a desktop's own, a dialog needs one to stand in.
+Window {
+    id: root
+
+    signal accepted(url folder)
+    signal rejected
+
+    width: 600
+    height: 400
+    minimumWidth: 600
+    minimumHeight: 400
+    visible: true
+
+    onClosing: root.rejected()
+
+    FolderDialog {
+        parentWindow: root
+        onAccepted: root.accepted(selectedFolder)
+        onRejected: root.rejected()
+        Component.onCompleted: open()
+    }
+}
