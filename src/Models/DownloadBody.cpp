@@ -2,6 +2,7 @@
 
 #include "Models/DownloadError.h"
 
+#include <algorithm>
 #include <charconv>
 #include <string_view>
 #include <utility>
@@ -57,7 +58,9 @@ std::optional<ContentRange> contentRange(std::string_view text)
 /// A strong entity tag: what has it is the same byte for byte.
 bool isStrong(std::string_view tag)
 {
-    return tag.size() >= 2 && tag.front() == '"' && tag.back() == '"';
+    const auto isPlain = [](char each) { return each > ' ' && each < '\x7F'; };
+    return tag.size() >= 2 && tag.front() == '"' && tag.back() == '"' &&
+           std::ranges::all_of(tag, isPlain);
 }
 
 std::exception_ptr badResponse(const std::string& line)

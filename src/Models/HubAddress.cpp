@@ -7,6 +7,9 @@ namespace vorlin {
 
 namespace {
 
+/// More than the hub gives anybody.
+constexpr std::size_t longestRepository = 255;
+
 /// The parts of `text` between slashes, without empty ones.
 std::vector<std::string_view> partsOf(std::string_view text)
 {
@@ -51,7 +54,7 @@ std::string encoded(std::string_view path)
 bool isRepository(std::string_view repository)
 {
     const auto parts = partsOf(repository);
-    return parts.size() == 2 &&
+    return repository.size() <= longestRepository && parts.size() == 2 &&
            std::ranges::none_of(parts, [](auto part) { return part == "." || part == ".."; }) &&
            std::ranges::none_of(repository,
                                 [](unsigned char byte) { return byte <= ' ' || byte == 0x7F; });

@@ -9,7 +9,8 @@ namespace vorlin {
 inline constexpr std::string_view hubAddress = "https://huggingface.co";
 
 /// Whether `repository` is of the form "owner/name", wherever it comes from: two parts, neither of
-/// which is "." or "..", without spaces and control characters. Slashes around them do not matter.
+/// which is "." or "..", without spaces and control characters, in no more bytes than the hub gives
+/// anybody. Slashes around them do not matter.
 bool isRepository(std::string_view repository);
 
 /// The second part of a repository.

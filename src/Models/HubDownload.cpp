@@ -12,6 +12,25 @@
 
 namespace vorlin {
 
+namespace {
+
+/// The files that make the model, of a list that has all of it.
+std::vector<HubItem> filesOf(const std::string& list)
+{
+    const auto items = decodeListing(list);
+    if (const auto missing = missingNames(items); !missing.empty()) {
+        throw DownloadError::incompatible(missing);
+    }
+    auto selected = selectedFiles(items);
+    // A folder's name alone brings no files with it.
+    if (const auto missing = missingNames(selected); !missing.empty()) {
+        throw DownloadError::incompatible(missing);
+    }
+    return selected;
+}
+
+} // namespace
+
 HubDownload::HubDownload(Needs needs, std::string repository,
                          const std::filesystem::path& destination, Downloads::OnProgress onProgress)
     : needs(std::move(needs)), repository(std::move(repository)),
@@ -77,16 +96,10 @@ Task<std::vector<HubItem>> HubDownload::list()
     FileDownloader::OnBytes ignored = [](std::int64_t /*bytes*/) {};
     auto answered = downloader.request(std::move(request), body, std::move(ignored));
     co_await std::move(answered);
-    const auto items = decodeListing(body->text());
-    if (const auto missing = missingNames(items); !missing.empty()) {
-        throw DownloadError::incompatible(missing);
-    }
-    auto selected = selectedFiles(items);
-    // A folder's name alone brings no files with it.
-    if (const auto missing = missingNames(selected); !missing.empty()) {
-        throw DownloadError::incompatible(missing);
-    }
-    co_return selected;
+    // Not on the main loop: a list may be as long as somebody likes, within its bounds.
+    std::function<std::vector<HubItem>()> choose = [body] { return filesOf(body->text()); };
+    const auto chosen = patiently(needs.workers, needs.loop, std::move(choose));
+    co_return co_await chosen;
 }
 
 /// The working folder, and room for everything in it.

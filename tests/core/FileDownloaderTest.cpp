@@ -181,8 +181,11 @@ TEST_F(FileDownloaderTest, onlyARestThatContinuesTheFileIsTaken)
     }
 }
 
-TEST_F(FileDownloaderTest, aWeakTagIsNotResumed)
+TEST_F(FileDownloaderTest, aTagThatIsWeakOrNoTagIsNotResumed)
 {
+    EXPECT_EQ(outcomeOf(weights, {resumable(broken("w"), "\"o\tne\""), whole("wgt")}), "complete");
+    EXPECT_THAT(rests(), ElementsAre(-1, -1));
+    http.requests.clear();
     EXPECT_EQ(outcomeOf(weights, {resumable(broken("w"), "W/\"one\""), whole("wgt")}), "complete");
     EXPECT_THAT(rests(), ElementsAre(-1, -1));
 }

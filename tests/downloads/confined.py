@@ -17,6 +17,8 @@ import tempfile
 
 HUB = "huggingface.co"
 CDN = "cdn.hub.test"
+# Asked for every other name; nobody is there unless a test is.
+NAMES = "nameserver 127.0.0.1\n"
 HOSTS = f"127.0.0.1 localhost {HUB} {CDN}\n"
 TRUSTED = "/etc/ssl/certs/ca-certificates.crt"
 SMALL_DISK = 2_000_000
@@ -48,11 +50,12 @@ def make_certificate(folder, authority, name, host):
 
 def bubble(folder):
     """bwrap and its options."""
-    command = ["bwrap", "--die-with-parent", "--dev-bind", "/", "/", "--unshare-net",
-               "--ro-bind", folder / "hosts", "/etc/hosts",
-               "--ro-bind", folder / "authority.crt", TRUSTED,
-               "--size", str(SMALL_DISK), "--tmpfs", folder / "small",
-               "--setenv", "HUB_FOLDER", folder]
+    command = ["bwrap", "--die-with-parent", "--dev-bind", "/", "/", "--unshare-net"]
+    for ours, theirs in (("hosts", "/etc/hosts"), ("resolv.conf", "/etc/resolv.conf"),
+                         ("authority.crt", TRUSTED)):
+        command += ["--ro-bind", folder / ours, os.path.realpath(theirs)]
+    command += ["--size", str(SMALL_DISK), "--tmpfs", folder / "small",
+                "--setenv", "HUB_FOLDER", folder]
     if os.getuid() != 0:
         command += ["--unshare-user", "--uid", "0", "--gid", "0"]
     # Nothing but the port: with a superuser's rights no file would be refused.
@@ -66,6 +69,7 @@ def main():
         folder = pathlib.Path(name)
         (folder / "small").mkdir()
         (folder / "hosts").write_text(HOSTS)
+        (folder / "resolv.conf").write_text(NAMES)
         make_authority(folder, "authority")
         make_authority(folder, "nobody")
         make_certificate(folder, "authority", "hub", HUB)

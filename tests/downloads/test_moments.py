@@ -1,17 +1,16 @@
 """Removing and quitting at any moment of a download."""
 
 import random
+import socket
 import threading
 
 import pytest
 
 from catalog import REDUX, ULTRA
-from hub import OTHER_REPOSITORY, held, model
+from hub import OTHER_REPOSITORY, held, model, redirect
 from waiting import wait_until
 
 ROUNDS = 15
-# The end takes two seconds at most, the last of them included.
-QUIT_LIMIT_S = 2.0
 
 
 def at_a_random_moment(chance, hub, engine_files, gate):
@@ -80,6 +79,30 @@ def test_a_removed_model_stays_removed(hub, catalog, files):
     catalog.remove()
     wait_until(lambda: catalog.folder() is None, "the model to go")
     assert not list(catalog.models.iterdir())
+
+
+@pytest.fixture(name="silent_names")
+def _silent_names():
+    """Where names are asked for and never answered; says that one was."""
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as names:
+        names.bind(("127.0.0.1", 53))
+        yield lambda: names.recv(512)
+
+
+def test_removing_and_quitting_do_not_wait_for_a_name(hub, start, files, silent_names):
+    catalog = start()
+    hub.publish(files)
+    hub.serve("Decoder.mlmodelc/model.mil", redirect("https://nowhere.hub.test/file"))
+    seen = catalog.install()
+    assert b"nowhere" in silent_names()
+    catalog.remove()
+    catalog.await_line(f"state {ULTRA} notInstalled", seen)
+    catalog.install()
+    assert b"nowhere" in silent_names()
+    seconds, status = catalog.quit()
+    print(f"quit after {seconds:.2f} s")
+    assert status == 0 and catalog.process.stderr.read() == ""
+    assert catalog.partial() == []
 
 
 @pytest.mark.parametrize("number", range(8))
