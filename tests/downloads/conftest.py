@@ -16,7 +16,6 @@ def pytest_addoption(parser):
                      default=ROOT / "build/release/tests/downloads/download_program",
                      help="the catalog under test")
     parser.addoption("--rounds", type=int, default=3, help="how often it is killed")
-    parser.addoption("--nightly", action="store_true", help="the slow tests, too")
 
 
 @pytest.fixture(name="hub")
