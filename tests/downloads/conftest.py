@@ -15,6 +15,8 @@ def pytest_addoption(parser):
     parser.addoption("--program", type=pathlib.Path,
                      default=ROOT / "build/release/tests/downloads/download_program",
                      help="the catalog under test")
+    parser.addoption("--vorlin", type=pathlib.Path,
+                     default=ROOT / "build/release/src/App/Linux/vorlin", help="the whole program")
     parser.addoption("--rounds", type=int, default=3, help="how often it is killed")
 
 
