@@ -79,14 +79,29 @@ RecordMode Preferences::recordMode() const
     return read<std::string>("recordMode", {}) == "toggle" ? RecordMode::toggle : RecordMode::hold;
 }
 
+void Preferences::setRecordMode(RecordMode mode)
+{
+    defaults.set("recordMode", std::string(rawValue(mode)));
+}
+
 bool Preferences::sounds() const
 {
     return read("sounds", true);
 }
 
+void Preferences::setSounds(bool on)
+{
+    defaults.set("sounds", on);
+}
+
 std::string Preferences::language() const
 {
     return read<std::string>("language", defaultLanguage());
+}
+
+void Preferences::setLanguage(const std::string& identifier)
+{
+    defaults.set("language", identifier);
 }
 
 HUDPosition Preferences::hudPosition() const
@@ -100,9 +115,19 @@ HUDPosition Preferences::hudPosition() const
     return HUDPosition::bottomCenter;
 }
 
+void Preferences::setHUDPosition(HUDPosition position)
+{
+    defaults.set("hud.position", std::string(rawValue(position)));
+}
+
 double Preferences::hudMargin() const
 {
     return read("hud.margin", 56.0);
+}
+
+void Preferences::setHUDMargin(double points)
+{
+    defaults.set("hud.margin", points);
 }
 
 double Preferences::hudScale() const
@@ -110,9 +135,19 @@ double Preferences::hudScale() const
     return read("hud.scale", 1.0);
 }
 
+void Preferences::setHUDScale(double factor)
+{
+    defaults.set("hud.scale", factor);
+}
+
 HUDDisplay Preferences::hudDisplay() const
 {
     return read<std::string>("hud.display", {}) == "main" ? HUDDisplay::main : HUDDisplay::cursor;
+}
+
+void Preferences::setHUDDisplay(HUDDisplay display)
+{
+    defaults.set("hud.display", std::string(rawValue(display)));
 }
 
 HUDTextMode Preferences::hudTextMode() const
@@ -120,14 +155,29 @@ HUDTextMode Preferences::hudTextMode() const
     return read<std::string>("hud.textMode", {}) == "full" ? HUDTextMode::full : HUDTextMode::clip;
 }
 
+void Preferences::setHUDTextMode(HUDTextMode mode)
+{
+    defaults.set("hud.textMode", std::string(rawValue(mode)));
+}
+
 bool Preferences::hudShowText() const
 {
     return read("hud.showText", true);
 }
 
+void Preferences::setHUDShowText(bool show)
+{
+    defaults.set("hud.showText", show);
+}
+
 bool Preferences::hudShowEsc() const
 {
     return read("hud.showEsc", true);
+}
+
+void Preferences::setHUDShowEsc(bool show)
+{
+    defaults.set("hud.showEsc", show);
 }
 
 std::optional<std::string> Preferences::engine() const

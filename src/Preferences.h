@@ -79,17 +79,27 @@ public:
     Hotkey hotkey() const;
     void setHotkey(const Hotkey& hotkey);
     RecordMode recordMode() const;
+    void setRecordMode(RecordMode mode);
     bool sounds() const;
+    void setSounds(bool on);
     /// The dictation language, a locale identifier.
     std::string language() const;
+    void setLanguage(const std::string& identifier);
     HUDPosition hudPosition() const;
+    void setHUDPosition(HUDPosition position);
     /// Distance of the overlay from the screen's edge, in points.
     double hudMargin() const;
+    void setHUDMargin(double points);
     double hudScale() const;
+    void setHUDScale(double factor);
     HUDDisplay hudDisplay() const;
+    void setHUDDisplay(HUDDisplay display);
     HUDTextMode hudTextMode() const;
+    void setHUDTextMode(HUDTextMode mode);
     bool hudShowText() const;
+    void setHUDShowText(bool show);
     bool hudShowEsc() const;
+    void setHUDShowEsc(bool show);
     /// The id of the selected engine; nothing when none was ever selected.
     std::optional<std::string> engine() const;
     void setEngine(const std::string& id);

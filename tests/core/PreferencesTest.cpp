@@ -107,6 +107,36 @@ TEST_F(PreferencesTest, aStoredHotkeyReadsBack)
     EXPECT_TRUE(std::holds_alternative<Bytes>(defaults.values.at("hotkey.v2")));
 }
 
+TEST_F(PreferencesTest, everySetterStoresWhatReadsBackAsItsStoredForm)
+{
+    preferences.setRecordMode(RecordMode::toggle);
+    preferences.setSounds(false);
+    preferences.setLanguage("sv-SE");
+    preferences.setHUDPosition(HUDPosition::topLeft);
+    preferences.setHUDMargin(12.5);
+    preferences.setHUDScale(1.3);
+    preferences.setHUDDisplay(HUDDisplay::main);
+    preferences.setHUDTextMode(HUDTextMode::full);
+    preferences.setHUDShowText(false);
+    preferences.setHUDShowEsc(false);
+    const std::map<std::string, DefaultsValue> expected = {
+        {"recordMode", "toggle"},    {"sounds", false},        {"language", "sv-SE"},
+        {"hud.position", "topLeft"}, {"hud.margin", 12.5},     {"hud.scale", 1.3},
+        {"hud.display", "main"},     {"hud.textMode", "full"}, {"hud.showText", false},
+        {"hud.showEsc", false}};
+    EXPECT_EQ(defaults.values, expected);
+    EXPECT_EQ(preferences.recordMode(), RecordMode::toggle);
+    EXPECT_FALSE(preferences.sounds());
+    EXPECT_EQ(preferences.language(), "sv-SE");
+    EXPECT_EQ(preferences.hudPosition(), HUDPosition::topLeft);
+    EXPECT_EQ(preferences.hudMargin(), 12.5);
+    EXPECT_EQ(preferences.hudScale(), 1.3);
+    EXPECT_EQ(preferences.hudDisplay(), HUDDisplay::main);
+    EXPECT_EQ(preferences.hudTextMode(), HUDTextMode::full);
+    EXPECT_FALSE(preferences.hudShowText());
+    EXPECT_FALSE(preferences.hudShowEsc());
+}
+
 TEST_F(PreferencesTest, theDefaultLanguageIsTheFirstOfTheLocale)
 {
     for (const auto& [code, identifier] : std::map<std::string, std::string>{
