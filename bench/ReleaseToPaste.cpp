@@ -109,7 +109,7 @@ int main(int argc, char** argv)
     vorlin::FakeSpeechAnalyzers recogniser;
     recogniser.spoken = "hello world";
     const auto real = desktop.ports();
-    vorlin::VorlinApp app({
+    const vorlin::Ports ports{
         .loop = real.loop,
         .audioInput = real.audioInput,
         .audioConverters = real.audioConverters,
@@ -119,6 +119,7 @@ int main(int argc, char** argv)
         .focusedProgram = real.focusedProgram,
         .pasteboard = real.pasteboard,
         .defaults = real.defaults,
+        .state = real.state,
         .permissions = real.permissions,
         .sounds = real.sounds,
         .locale = real.locale,
@@ -134,7 +135,9 @@ int main(int argc, char** argv)
         .localKeyMonitor = real.localKeyMonitor,
         .loginItem = real.loginItem,
         .workspace = real.workspace,
-    });
+        .wording = real.wording,
+    };
+    vorlin::VorlinApp app(ports, [] {});
     app.model();
 
     std::vector<double> results;

@@ -25,8 +25,9 @@ AppModel::AppModel(const Ports& ports)
           ports.loop, ports.workers, ports.http, ports.workingFolders, std::string(hubAddress)})),
       models({ports.loop, ports.workers, ports.folders, ports.random, preferences, speech,
               *downloads}),
-      monitor(ports.eventTap), hud(ports.loop, ports.screens, ports.overlayPanel, preferences),
-      ports(ports), inserter(ports.loop, ports.pasteboard, ports.keyPoster, ports.focusedProgram)
+      speeds(ports.state), monitor(ports.eventTap),
+      hud(ports.loop, ports.screens, ports.overlayPanel, preferences), ports(ports),
+      inserter(ports.loop, ports.pasteboard, ports.keyPoster, ports.focusedProgram)
 {
     accessibilityGranted.set(ports.permissions.isTrusted());
     microphoneGranted.set(ports.permissions.microphoneGranted());
@@ -54,8 +55,10 @@ void AppModel::wireDictation()
         play("Funk");
         hud.hide(cancelledTime);
     });
-    phaseChanges =
-        dictation.phase.observe([this](const Dictation::Phase&) { monitor.updateInterest(); });
+    phaseChanges = dictation.phase.observe([this](const Dictation::Phase& phase) {
+        monitor.updateInterest();
+        followSpeed(phase);
+    });
 }
 
 void AppModel::wireMonitor()
@@ -109,6 +112,27 @@ void AppModel::finished(const std::string& text)
     hud.hide(Duration::zero());
     play("Pop");
     inserter.insert(text);
+    measureSpeed();
+}
+
+void AppModel::followSpeed(Dictation::Phase phase)
+{
+    if (phase == Dictation::Phase::preparing) {
+        listener = models.engineInUse();
+    } else if (phase == Dictation::Phase::listening) {
+        listeningSince = ports.loop.now();
+    } else if (phase == Dictation::Phase::finishing) {
+        finishingSince = ports.loop.now();
+    }
+}
+
+void AppModel::measureSpeed()
+{
+    const auto seconds = [](Duration length) {
+        return std::chrono::duration<double>(length).count();
+    };
+    speeds.measure(listener, {seconds(finishingSince - listeningSince),
+                              seconds(ports.loop.now() - finishingSince)});
 }
 
 void AppModel::play(const char* sound)
@@ -140,9 +164,13 @@ void AppModel::pollPermissions()
 
 void AppModel::setRecordingHotkey(bool on)
 {
+    const bool lost = on && monitor.isHeld(); // its release will not be seen
     recording.set(on);
     if (on) {
         monitor.stop();
+        if (lost) {
+            released();
+        }
     } else {
         monitor.start(hotkey.get());
     }
@@ -152,7 +180,9 @@ void AppModel::setHotkey(const Hotkey& chosen)
 {
     changeHotkey(chosen);
     preferences.setHotkey(chosen);
-    monitor.start(chosen);
+    if (!recording.get()) {
+        monitor.start(chosen);
+    }
 }
 
 void AppModel::changeHotkey(const Hotkey& chosen)

@@ -8,6 +8,7 @@
 #include "Hotkey.h"
 #include "HotkeyMonitor.h"
 #include "Models/Downloads.h"
+#include "Models/EngineSpeeds.h"
 #include "Models/ModelStore.h"
 #include "Models/RuntimeEngines.h"
 #include "Ports/Ports.h"
@@ -39,6 +40,7 @@ private:
 
 public:
     ModelStore models;
+    EngineSpeeds speeds;
     HotkeyMonitor monitor;
     HUDController hud;
 
@@ -53,7 +55,8 @@ public:
     /// Reads both permissions anew, and starts or stops the monitor accordingly.
     void refreshPermissions();
 
-    /// The hotkey recorder starts (true) or stops (false) capturing keys.
+    /// The hotkey recorder starts (true) or stops (false) capturing keys. A dictation key that is
+    /// held when it starts ends the dictation as its release would.
     void setRecordingHotkey(bool on);
 
     /// Stores a new dictation key, in effect at once. One that is held ends the dictation as its
@@ -73,9 +76,15 @@ private:
     void finished(const std::string& text);
     void play(const char* sound);
     void pollPermissions();
+    void followSpeed(Dictation::Phase phase);
+    void measureSpeed();
 
     const Ports ports;
     TextInserter inserter;
+    /// Of the current dictation: who listens, since when, and when it was told to finish.
+    std::string listener;
+    TimePoint listeningSince;
+    TimePoint finishingSince;
     Subscription phaseChanges;
     Subscription settingChanges;
     /// Until the permissions are read again.

@@ -31,6 +31,7 @@ inline constexpr std::uint16_t space = 49;
 inline constexpr std::uint16_t escape = 53;
 inline constexpr std::uint16_t rightCommand = 54;
 inline constexpr std::uint16_t rightOption = 61;
+inline constexpr std::uint16_t rightControl = 62;
 inline constexpr std::uint16_t function = 63;
 inline constexpr std::uint16_t insert = 114;
 } // namespace keyCodes

@@ -1,13 +1,20 @@
 #include "VorlinApp.h"
 
+#include <utility>
+
 namespace vorlin {
 
-VorlinApp::VorlinApp(const Ports& ports) : ports(ports) {}
+VorlinApp::VorlinApp(const Ports& ports, std::function<void()> quit)
+    : settings(ports), ports(ports), quit(std::move(quit))
+{
+}
 
 AppModel& VorlinApp::model()
 {
     if (!created) {
-        created = std::make_unique<AppModel>(ports);
+        created.emplace(ports);
+        menu.emplace(*created, ports, settings, quit);
+        firstRun.emplace(*created, ports, settings);
     }
     return *created;
 }

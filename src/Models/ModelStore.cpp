@@ -64,6 +64,7 @@ void ModelStore::checkAtStart(const Engine& engine)
                 warmSelected();
             }
         } else {
+            setLacking(id, missing);
             setState(id, NotInstalled{});
             if (id == selected.get()) {
                 setSelected(appleEngineId);
@@ -149,6 +150,13 @@ std::shared_ptr<Transcriber> ModelStore::makeTranscriber()
     return needs.speech.platform(needs.preferences.language());
 }
 
+std::string ModelStore::engineInUse() const
+{
+    const auto engine = listed(selected.get());
+    const bool local = engine && folder(*engine) && isInstalled(engine->id);
+    return local ? engine->id : appleEngineId;
+}
+
 std::optional<std::filesystem::path> ModelStore::folder(const Engine& engine) const
 {
     if (const auto* local = std::get_if<Engine::Local>(&engine.source)) {
@@ -181,7 +189,22 @@ void ModelStore::setState(const std::string& id, std::optional<State> state)
     } else {
         changed.erase(id);
     }
+    const bool incomplete = state && std::holds_alternative<NotInstalled>(*state);
     states.set(std::move(changed));
+    if (!incomplete) {
+        setLacking(id, {});
+    }
+}
+
+void ModelStore::setLacking(const std::string& id, const std::vector<std::string>& names)
+{
+    auto changed = lacking.get();
+    if (names.empty()) {
+        changed.erase(id);
+    } else {
+        changed.insert_or_assign(id, names);
+    }
+    lacking.set(std::move(changed));
 }
 
 void ModelStore::setSize(const std::string& id, std::optional<std::string> size)

@@ -69,6 +69,9 @@ public:
     Published<std::map<std::string, State>, ModelStore> states;
     /// By engine id: the disk room of an installed model, once measured.
     Published<std::map<std::string, std::string>, ModelStore> sizes;
+    /// By engine id: what an engine's folder lacks to be a model, for one that was looked at and is
+    /// not installed.
+    Published<std::map<std::string, std::vector<std::string>>, ModelStore> lacking;
     /// The last failure of an add or a download, one line; cleared by the next that begins.
     Published<std::optional<std::string>, ModelStore> lastError;
     /// The id of the selected engine.
@@ -98,8 +101,14 @@ public:
     /// that is not known to be installed.
     std::shared_ptr<Transcriber> makeTranscriber();
 
+    /// The id of the engine that `makeTranscriber` makes.
+    std::string engineInUse() const;
+
     /// Loads the selected model ahead of its use, as soon as it is known to be installed.
     void warmSelected();
+
+    /// The folder of the downloaded models, which need not exist.
+    std::filesystem::path modelsRoot() const { return needs.folders->modelsRoot(); }
 
     /// Where an engine's model lies. Nothing for the platform's recogniser, and for an id that
     /// could lead out of the models folder.
@@ -136,6 +145,7 @@ private:
     bool isInstalled(const std::string& id) const;
     void setState(const std::string& id, std::optional<State> state);
     void setSize(const std::string& id, std::optional<std::string> size);
+    void setLacking(const std::string& id, const std::vector<std::string>& names);
     void setSelected(const std::string& id);
 
     const Needs needs;

@@ -20,6 +20,10 @@ class Defaults {
 public:
     virtual ~Defaults() = default;
 
+    /// Makes the store, empty, where there was none when the program started. Returns whether it
+    /// did: then this is the very first start. False where no store can be made.
+    virtual bool create() = 0;
+
     /// What is stored under `key`; nothing when absent or of no known type.
     virtual std::optional<DefaultsValue> value(const std::string& key) const = 0;
 

@@ -63,6 +63,10 @@ public:
     /// Tells what may be swallowed from now on. Lone modifiers are only ever watched.
     virtual void setInterest(const KeyInterest& interest) = 0;
 
+    /// Whether a modifier key is one that types other characters while it is held (AltGr) in a
+    /// layout that the person has set up.
+    virtual bool typesCharacters(std::uint16_t keyCode) = 0;
+
     /// One line about a key of interest that cannot be had, because another program has taken it
     /// or no key is it; empty when there is none, and while the tap is stopped.
     const Published<std::string, EventTap>& conflict() const { return refusal; }

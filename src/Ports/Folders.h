@@ -21,6 +21,10 @@ public:
     /// The folder of the downloaded models, which need not exist yet.
     virtual std::filesystem::path modelsRoot() const = 0;
 
+    /// Makes `modelsRoot`, with the folders above it, where it does not exist. A failure is
+    /// ignored.
+    virtual void makeModelsRoot() = 0;
+
     /// Why the file or folder of this name directly inside `folder` cannot be used, in a few
     /// words: no words when it does not exist. Nothing when it can be used, as far as that is
     /// known without reading it.

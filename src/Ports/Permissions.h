@@ -14,6 +14,9 @@ public:
     /// May record from the microphone.
     virtual bool microphoneGranted() const = 0;
 
+    /// Whether `microphoneGranted` is what was answered; until then it is false.
+    virtual bool microphoneAnswered() const = 0;
+
     /// Lets the platform ask the person for `isTrusted`, where it has such a question.
     virtual void promptForTrust() = 0;
 

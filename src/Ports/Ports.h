@@ -28,6 +28,7 @@ class StatusItem;
 class Workers;
 class WorkingFolders;
 class Workspace;
+struct Wording;
 
 /// Everything the program asks of its desktop. The adapters outlive whoever is given this; the
 /// folders also outlive every thread that still waits in them for a disk.
@@ -41,6 +42,8 @@ struct Ports {
     FocusedProgram& focusedProgram;
     Pasteboard& pasteboard;
     Defaults& defaults;
+    /// What the program noticed by itself: a store of its own.
+    Defaults& state;
     Permissions& permissions;
     Sounds& sounds;
     const Locale& locale;
@@ -56,6 +59,7 @@ struct Ports {
     LocalKeyMonitor& localKeyMonitor;
     LoginItem& loginItem;
     Workspace& workspace;
+    const Wording& wording;
 };
 
 } // namespace vorlin

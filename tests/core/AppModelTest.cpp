@@ -469,7 +469,7 @@ TEST_F(AppModelWithLocalEngine, removingTheEngineUnloadsIt)
 TEST(VorlinApp, createsItsModelOnceWhenFirstAsked)
 {
     FakePorts desktop;
-    VorlinApp app(desktop.ports());
+    VorlinApp app(desktop.ports(), [] {});
     EXPECT_FALSE(desktop.tap.isRunning());
     AppModel& model = app.model();
     EXPECT_TRUE(desktop.tap.isRunning());

@@ -48,7 +48,7 @@ int main(int /*argc*/, char* argv[])
     const QuitSignals quitSignals([&application] { application.quit(); });
     LinuxServices services(environment);
     X11Desktop desktop(services, environment);
-    VorlinApp app(desktop.ports());
+    VorlinApp app(desktop.ports(), [&application] { application.quit(); });
     ModelStore& models = app.model().models;
 
     std::string line;

@@ -12,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace vorlin {
@@ -47,7 +48,10 @@ public:
 class FakeDefaults final : public Defaults {
 public:
     std::map<std::string, DefaultsValue> values;
+    /// Whether there was no store before.
+    bool absent = false;
 
+    bool create() override { return std::exchange(absent, false); }
     std::optional<DefaultsValue> value(const std::string& key) const override
     {
         const auto found = values.find(key);
@@ -83,11 +87,13 @@ class FakePermissions final : public Permissions {
 public:
     bool trusted = true;
     bool microphone = true;
+    bool answered = true;
     int trustPrompts = 0;
     int microphoneRequests = 0;
 
     bool isTrusted() const override { return trusted; }
     bool microphoneGranted() const override { return microphone; }
+    bool microphoneAnswered() const override { return answered; }
     void promptForTrust() override { ++trustPrompts; }
     void requestMicrophone() override { ++microphoneRequests; }
 };

@@ -2,6 +2,7 @@
 
 #include "Ports/EventTap.h"
 
+#include <set>
 #include <utility>
 
 namespace vorlin {
@@ -13,6 +14,8 @@ public:
     Handler handler;
     KeyInterest interest;
     int starts = 0;
+    /// The modifier keys that type characters.
+    std::set<std::uint16_t> typing;
     int enables = 0;
     int interestChanges = 0;
     /// What the keyboard refuses from now on.
@@ -27,6 +30,7 @@ public:
         return allowed;
     }
     void stop() override { handler = nullptr; }
+    bool typesCharacters(std::uint16_t keyCode) override { return typing.contains(keyCode); }
     void enable() override { ++enables; }
     void setInterest(const KeyInterest& wanted) override
     {

@@ -22,6 +22,7 @@ public:
     std::map<std::filesystem::path, std::uint64_t> sizes;
     std::map<std::filesystem::path, std::string> files;
     std::vector<std::filesystem::path> removed;
+    bool madeRoot = false;
     /// Whether the main loop runs, on which nothing here may be asked but the root.
     std::function<bool()> onMain = [] { return false; };
     int asksOnMain = 0;
@@ -34,6 +35,11 @@ public:
     }
 
     std::filesystem::path modelsRoot() const override { return root; }
+    void makeModelsRoot() override
+    {
+        note();
+        madeRoot = true;
+    }
     std::optional<std::string> whyUnusable(const std::filesystem::path& folder,
                                            const std::string& name) override
     {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Ports/Ports.h"
+#include "Wording.h"
 #include "fakes/FakeAudioConverters.h"
 #include "fakes/FakeAudioInput.h"
 #include "fakes/FakeDesktop.h"
@@ -31,6 +32,7 @@ struct FakePorts {
     FakeFocusedProgram focus;
     FakePasteboard pasteboard;
     FakeDefaults defaults;
+    FakeDefaults state;
     FakePermissions permissions;
     FakeSounds sounds;
     FakeLocale locale;
@@ -48,6 +50,8 @@ struct FakePorts {
     FakeLoginItem loginItem;
     FakeWorkspace workspace;
 
+    const Wording* wording = &plainWording();
+
     Ports ports()
     {
         return {
@@ -60,6 +64,7 @@ struct FakePorts {
             .focusedProgram = focus,
             .pasteboard = pasteboard,
             .defaults = defaults,
+            .state = state,
             .permissions = permissions,
             .sounds = sounds,
             .locale = locale,
@@ -75,6 +80,7 @@ struct FakePorts {
             .localKeyMonitor = recorderKeys,
             .loginItem = loginItem,
             .workspace = workspace,
+            .wording = *wording,
         };
     }
 };

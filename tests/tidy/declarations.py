@@ -33,17 +33,11 @@ ELSEWHERE = "for a desktop that lacks what an X11 display has"
 # What stays though nothing in src uses it, and why.
 KEPT = {
     "NoFocusedProgram": ELSEWHERE,
-    "addHub": PUBLIC,
-    "addLocal": PUBLIC,
-    "conflict": PUBLIC,
     "hideToken": PUBLIC,
-    "hudPositions": PUBLIC,
     "hudSizes": PUBLIC,
-    "isStandalone": PUBLIC,
-    "previewHUD": PUBLIC,
-    "rawValue": PUBLIC,
-    "recordModes": PUBLIC,
-    "setRecordingHotkey": PUBLIC,
+    "plainWording": ELSEWHERE,
+    "setWindow": "where the views come in",
+    "settingsTabs": "what a view binds",
     "holdsModel": OBSERVED,
 }
 

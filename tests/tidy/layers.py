@@ -10,13 +10,14 @@ from tree import CPP, Finding
 LAYERS = (
     ("Async/",),
     ("Audio/",),
-    ("Hotkey",),
+    ("Hotkey", "Wording"),
     ("Ports/",),
     ("Engine", "PCMConverter", "Preferences", "Transcriber"),
     ("AppleTranscriber", "Parakeet/"),
     ("Models/",),
     (),  # every other file: the parts of a dictation and of what a person sees
     ("AppModel",),
+    ("MenuContent", "Settings/"),
     ("VorlinApp",),
 )
 FOLDERS = tuple(name[:-1] for layer in LAYERS for name in layer if name.endswith("/"))

@@ -21,6 +21,7 @@ public:
 
     bool isTrusted() const override { return hasKeys(); }
     bool microphoneGranted() const override { return microphone.granted().get(); }
+    bool microphoneAnswered() const override { return microphone.answered(); }
     void promptForTrust() override {}
     void requestMicrophone() override {}
 

@@ -12,6 +12,7 @@ LinuxServices::LinuxServices(const Environment& environment)
       workingFolders(std::make_shared<DiskWorkingFolders>()), http(loop, workers),
       mlModels(workers),
       defaults(settingsPath(environment), loop, workers.executor(WorkPriority::normal)),
+      state(statePath(environment), loop, workers.executor(WorkPriority::background)),
       locale(environment),
       loginItem(environment, QCoreApplication::applicationFilePath().toStdString()),
       microphoneAccess(pulse, loop), audioInput(pulse, loop), sounds(pulse),
@@ -23,6 +24,7 @@ LinuxServices::~LinuxServices()
 {
     mlModels.close();    // first, so that no worker waits for an engine process
     defaults.writeNow(); // nothing that hangs below costs a setting
+    state.writeNow();
     http.close();
     workers.close();
 }

@@ -42,6 +42,7 @@ public:
     CurlHTTPClient http;
     EngineModels mlModels;
     JsonDefaults defaults;
+    JsonDefaults state;
     EnvironmentLocale locale;
     XDGLoginItem loginItem;
     PulseContext pulse;

@@ -1,5 +1,7 @@
 #include "App/Linux/X11Desktop.h"
 
+#include "Wording.h"
+
 #include <utility>
 
 namespace vorlin {
@@ -29,6 +31,7 @@ Ports X11Desktop::ports()
         .focusedProgram = focusedProgram,
         .pasteboard = pasteboard,
         .defaults = services.defaults,
+        .state = services.state,
         .permissions = permissions,
         .sounds = services.sounds,
         .locale = services.locale,
@@ -44,6 +47,7 @@ Ports X11Desktop::ports()
         .localKeyMonitor = keyMonitor,
         .loginItem = services.loginItem,
         .workspace = workspace,
+        .wording = linuxWording(),
     };
 }
 

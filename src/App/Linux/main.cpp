@@ -15,6 +15,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <optional>
 
 namespace {
@@ -66,7 +67,8 @@ int main(int /*argc*/, char* argv[])
     qInstallMessageHandler(usual);
     const Environment environment = processEnvironment();
     DBusApplication application(environment);
-    if (!application.becomeOnlyInstance([] {})) {
+    std::function<void()> openSettings = [] {}; // nothing to open yet
+    if (!application.becomeOnlyInstance([&openSettings] { openSettings(); })) {
         return 0;
     }
     const QuitSignals quitSignals([&application] { application.quit(); });
@@ -80,8 +82,9 @@ int main(int /*argc*/, char* argv[])
     const auto displayWatch =
         desktop.hasDisplay().observe([&application](bool) { application.quit(); });
 
-    VorlinApp app(desktop.ports());
+    VorlinApp app(desktop.ports(), [&application] { application.quit(); });
     AppModel& model = app.model();
+    openSettings = [&app] { app.settings.open(); };
     std::optional<LinuxOverlay> overlay;
     // The keys work first; the view is ready soon after.
     QTimer::singleShot(

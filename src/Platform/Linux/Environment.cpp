@@ -46,6 +46,15 @@ std::filesystem::path settingsPath(const Environment& environment)
     return configurationFolder(environment) / "Vorlin" / "settings.json";
 }
 
+std::filesystem::path statePath(const Environment& environment)
+{
+    std::filesystem::path folder = environment("XDG_STATE_HOME").value_or("");
+    if (!folder.is_absolute()) {
+        folder = homeFolder(environment) / ".local" / "state";
+    }
+    return folder / "Vorlin" / "state.json";
+}
+
 std::filesystem::path modelsFolder(const Environment& environment)
 {
     return dataFolder(environment) / "Vorlin" / "Models";

@@ -24,6 +24,10 @@ std::filesystem::path dataFolder(const Environment& environment);
 /// Where the settings are stored: Vorlin/settings.json in the configuration folder.
 std::filesystem::path settingsPath(const Environment& environment);
 
+/// Where what the program noticed by itself is stored: Vorlin/state.json in $XDG_STATE_HOME, or in
+/// ~/.local/state, in the same way.
+std::filesystem::path statePath(const Environment& environment);
+
 /// Where the downloaded models lie: Vorlin/Models in the data folder. It need not exist.
 std::filesystem::path modelsFolder(const Environment& environment);
 

@@ -7,7 +7,10 @@ namespace vorlin {
 PulseMicrophoneAccess::PulseMicrophoneAccess(PulseContext& context, MainLoop& loop)
     : context(context), sourceWatch(std::make_shared<Subscription>())
 {
-    auto hear = lifetime.guard([this](bool present) { isGranted.set(present); });
+    auto hear = lifetime.guard([this](bool present) {
+        hasAnswered = true;
+        isGranted.set(present);
+    });
     auto tell = [&loop, hear](const DefaultSource& source) {
         if (source.state == DefaultSource::State::unknown) {
             return; // an answer follows

@@ -20,9 +20,13 @@ public:
     /// False until the server has answered.
     const Published<bool, PulseMicrophoneAccess>& granted() const { return isGranted; }
 
+    /// Whether the server has answered.
+    bool answered() const { return hasAnswered; }
+
 private:
     PulseContext& context;
     Published<bool, PulseMicrophoneAccess> isGranted;
+    bool hasAnswered = false;
     /// Of the sound thread; its content is.
     std::shared_ptr<Subscription> sourceWatch;
     Lifetime lifetime;

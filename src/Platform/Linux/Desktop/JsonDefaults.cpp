@@ -41,7 +41,25 @@ public:
         } else if (contents.state == SettingsFile::State::unreadable) {
             complain((file.linkPath().string() + " cannot be read").c_str());
         }
+        wasAbsent = contents.state == SettingsFile::State::absent;
         return contents.settings;
+    }
+
+    /// Makes an empty file, once, if there was none at the start.
+    bool create()
+    {
+        const std::scoped_lock guard(lock);
+        if (!std::exchange(wasAbsent, false)) {
+            return false;
+        }
+        try {
+            if (file.read().state == SettingsFile::State::absent) {
+                file.replace({});
+            }
+            return true;
+        } catch (const std::exception&) { // a write will report it
+            return false;
+        }
     }
 
     /// Brings the file and this process together: reads the file, applies `ours`, writes it
@@ -111,6 +129,7 @@ private:
     std::mutex lock;
     bool closed = false;
     bool complained = false;
+    bool wasAbsent = false;
 };
 
 JsonDefaults::JsonDefaults(const std::filesystem::path& file, MainLoop& loop, Executor& worker)
@@ -132,6 +151,11 @@ void JsonDefaults::writeNow()
         disk->synchronise(changes, settings);
         changes.clear();
     }
+}
+
+bool JsonDefaults::create()
+{
+    return disk->create();
 }
 
 std::optional<DefaultsValue> JsonDefaults::value(const std::string& key) const

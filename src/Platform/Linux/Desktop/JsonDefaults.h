@@ -37,6 +37,8 @@ public:
     /// Writes what is not known to be on disk, and waits for the disk. For the end of the program.
     void writeNow();
 
+    /// Waits for the disk: at the start only.
+    bool create() override;
     std::optional<DefaultsValue> value(const std::string& key) const override;
     void set(const std::string& key, std::optional<DefaultsValue> value) override;
     [[nodiscard]] std::shared_ptr<const void>

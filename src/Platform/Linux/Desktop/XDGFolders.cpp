@@ -64,6 +64,12 @@ std::string oneLine(std::string text)
 
 } // namespace
 
+void XDGFolders::makeModelsRoot()
+{
+    std::error_code ignored;
+    std::filesystem::create_directories(root, ignored);
+}
+
 std::optional<std::string> XDGFolders::whyUnusable(const std::filesystem::path& folder,
                                                    const std::string& name)
 {

@@ -15,6 +15,8 @@ public:
 
     std::filesystem::path modelsRoot() const override { return root; }
 
+    void makeModelsRoot() override;
+
     /// What exists can be used, unless a link leads from it to what is no plain file or folder
     /// that the person may read.
     std::optional<std::string> whyUnusable(const std::filesystem::path& folder,

@@ -127,6 +127,12 @@ void X11EventTap::setInterest(const KeyInterest& next)
     applyInterest();
 }
 
+bool X11EventTap::typesCharacters(std::uint16_t keyCode)
+{
+    const auto key = hardwareKey(keyCode);
+    return key && keyboard.typedLayout().choosesLevel(*key);
+}
+
 void X11EventTap::applyInterest()
 {
     if (!session) {

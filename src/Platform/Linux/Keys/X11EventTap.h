@@ -31,6 +31,7 @@ public:
     /// The server never switches a tap off.
     void enable() override {}
     void setInterest(const KeyInterest& interest) override;
+    bool typesCharacters(std::uint16_t keyCode) override;
 
 private:
     struct Session;

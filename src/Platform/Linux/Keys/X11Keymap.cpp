@@ -143,6 +143,11 @@ XModifiers X11Keymap::modifiersFor(std::uint64_t eventFlags) const
     return result;
 }
 
+bool X11Keymap::choosesLevel(HardwareKey key) const
+{
+    return (modifiersOf(key) & (XCB_MOD_MASK_3 | XCB_MOD_MASK_5)) != 0;
+}
+
 std::vector<HardwareKey> X11Keymap::keysFor(std::uint64_t eventFlag) const
 {
     const auto* modifier = std::ranges::find(modifiers, eventFlag, &Modifier::flag);

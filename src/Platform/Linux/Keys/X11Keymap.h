@@ -31,6 +31,10 @@ public:
     /// that are not modifiers.
     XModifiers modifiersOf(HardwareKey key) const { return keys[key].modifiers; }
 
+    /// Whether the key, held, makes others type the characters of a third or higher level (AltGr),
+    /// in whichever layout group.
+    bool choosesLevel(HardwareKey key) const;
+
     /// Keys that set exactly the modifiers of one event flag while held, the usual ones first.
     std::vector<HardwareKey> keysFor(std::uint64_t eventFlag) const;
 

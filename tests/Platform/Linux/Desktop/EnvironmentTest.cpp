@@ -53,6 +53,17 @@ TEST(Environment, modelsLieInTheDataFolder)
     }
 }
 
+TEST(Environment, whatTheProgramNoticedLiesInTheStateFolder)
+{
+    EXPECT_EQ(statePath(environmentOf({{"XDG_STATE_HOME", "/s"}, {"HOME", "/h"}})),
+              "/s/Vorlin/state.json");
+    for (const auto* value : {"", "state", "./state", "~/state"}) {
+        EXPECT_EQ(statePath(environmentOf({{"XDG_STATE_HOME", value}, {"HOME", "/h"}})),
+                  "/h/.local/state/Vorlin/state.json")
+            << value;
+    }
+}
+
 TEST(Environment, withoutAHomeFolderTheAccountsIsUsed)
 {
     EXPECT_TRUE(configurationFolder(environmentOf({})).is_absolute());

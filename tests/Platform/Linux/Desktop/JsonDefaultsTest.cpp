@@ -77,6 +77,24 @@ TEST_F(JsonDefaultsTest, withoutAFileNothingIsStoredAndNoFileIsMade)
     EXPECT_FALSE(fs::exists(file));
 }
 
+TEST_F(JsonDefaultsTest, onlyTheVeryFirstStartMakesAnEmptyFile)
+{
+    {
+        const auto defaults = open();
+        EXPECT_TRUE(defaults->create());
+        EXPECT_EQ(SettingsFile(file).read().state, SettingsFile::State::readable);
+        EXPECT_FALSE(defaults->create());
+    }
+    EXPECT_FALSE(open()->create());
+}
+
+TEST_F(JsonDefaultsTest, whereNoFileCanBeMadeNoStartIsTheFirst)
+{
+    fs::create_directories(file.parent_path().parent_path());
+    std::ofstream(file.parent_path()) << "no folder";
+    EXPECT_FALSE(open()->create());
+}
+
 TEST_F(JsonDefaultsTest, aSettingIsReadAtOnceAndWrittenByTheWorkerOnly)
 {
     const auto defaults = open();

@@ -110,6 +110,18 @@ protected:
     XDGFolders folders{root};
 };
 
+TEST_F(XDGFoldersTest, theModelsRootIsMadeWithTheFoldersAboveIt)
+{
+    XDGFolders elsewhere(outside / "a" / "b" / "Models");
+    elsewhere.makeModelsRoot();
+    EXPECT_TRUE(fs::is_directory(elsewhere.modelsRoot()));
+    elsewhere.makeModelsRoot(); // where it is, nothing happens
+    write(outside / "file", "");
+    XDGFolders nowhere(outside / "file" / "Models");
+    nowhere.makeModelsRoot();
+    EXPECT_FALSE(fs::exists(nowhere.modelsRoot()));
+}
+
 TEST_F(XDGFoldersTest, containsWhatExistsWhateverItIs)
 {
     write(model / "file", "");

@@ -31,6 +31,16 @@ bool contains(const std::vector<XModifiers>& states, XModifiers state)
     return std::ranges::find(states, state) != states.end();
 }
 
+TEST(X11Keymap, rightAltTypesCharactersWhereAnyLayoutHasItForItsThirdLevel)
+{
+    EXPECT_FALSE(layout("us").choosesLevel(keys::rightAlt));
+    EXPECT_TRUE(layout("de").choosesLevel(keys::rightAlt));
+    EXPECT_TRUE(layout("us,de").choosesLevel(keys::rightAlt)) << "whichever is in use";
+    for (const auto key : {keys::leftAlt, keys::rightControl, keys::rightSuper, keys::leftShift}) {
+        EXPECT_FALSE(layout("de").choosesLevel(key)) << int{key};
+    }
+}
+
 TEST(X11Keymap, modifierKeysAreThoseThatActWhileHeld)
 {
     const auto us = layout("us");

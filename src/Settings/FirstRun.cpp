@@ -1,0 +1,47 @@
+#include "Settings/FirstRun.h"
+
+#include "Ports/Defaults.h"
+#include "Ports/Permissions.h"
+
+#include <chrono>
+
+namespace vorlin {
+
+namespace {
+
+/// A sound server answers within milliseconds; one that is just being started, within a second.
+constexpr auto lookInterval = std::chrono::milliseconds(100);
+constexpr auto patience = std::chrono::seconds(2);
+
+} // namespace
+
+FirstRun::FirstRun(AppModel& model, const Ports& ports, SettingsScene& scene)
+    : model(model), loop(ports.loop), permissions(ports.permissions), scene(scene),
+      limit(loop.now() + patience)
+{
+    if (ports.defaults.create()) {
+        look();
+    }
+}
+
+void FirstRun::look()
+{
+    if (!permissions.isTrusted()) {
+        open(SettingsTab::permissions);
+    } else if (permissions.microphoneAnswered()) {
+        open(permissions.microphoneGranted() ? SettingsTab::general : SettingsTab::permissions);
+    } else if (loop.now() >= limit) {
+        open(SettingsTab::general);
+    } else {
+        timer = loop.startTimer(lookInterval, [this] { look(); });
+    }
+}
+
+void FirstRun::open(SettingsTab tab)
+{
+    model.refreshPermissions(); // what the tab shows is what was just asked
+    scene.showTab(tab);
+    scene.open();
+}
+
+} // namespace vorlin

@@ -1,0 +1,171 @@
+#include "Settings/GeneralTab.h"
+
+#include "Ports/EventTap.h"
+#include "Ports/SpeechAnalyzer.h"
+
+#include <array>
+#include <exception>
+
+namespace vorlin {
+
+namespace {
+
+constexpr std::array<const char*, recordModes.size()> recordModeLabels = {"Hold to talk",
+                                                                          "Press to start & stop"};
+
+} // namespace
+
+GeneralTab::GeneralTab(AppModel& model, const Ports& ports)
+    : FormModel(ports.wording), recorder(model, ports.localKeyMonitor), model(model),
+      tap(ports.eventTap), loginItem(ports.loginItem), analyzers(ports.speechAnalyzers),
+      launchAtLogin(loginItem.isEnabled())
+{
+    changes.push_back(model.preferences.observe([this] { update(); }));
+    const auto follow = [this](const auto& source) {
+        changes.push_back(source.observe([this](const auto&) { update(); }));
+    };
+    follow(model.hotkey);
+    follow(recorder.recording);
+    follow(recorder.hint);
+    follow(tap.conflict());
+    update();
+    for (const auto& language : dictationLanguages) {
+        spawn(ports.loop, lifetime.token(), askForModel(std::string(language.identifier)));
+    }
+}
+
+Task<void> GeneralTab::askForModel(std::string language)
+{
+    try {
+        auto asked = analyzers.supportedLocale(language);
+        hasModel[language] = (co_await asked).has_value();
+        update();
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): then it is not known
+    }
+}
+
+void GeneralTab::update()
+{
+    setForm({shortcut(), speech(), system()});
+}
+
+FormSection GeneralTab::shortcut()
+{
+    const bool recording = recorder.recording.get();
+    HotkeyControl key{
+        .text = recording ? "Press a key…" : wording.label(model.hotkey.get()),
+        .recording = recording,
+        .click = lifetime.guard([this] { recorder.click(); }),
+        .leave = lifetime.guard([this] { recorder.stop(); }),
+        .presetsButton = {{}, "ellipsis.circle", "Presets"},
+        .presets = {},
+    };
+    for (const Hotkey& preset : wording.presets) {
+        key.presets.push_back(
+            {wording.label(preset), {}, {}, true, false, lifetime.guard([this, preset] {
+                 recorder.stop(); // a key that is chosen ends the search for one
+                 model.setHotkey(preset);
+             })});
+    }
+    PickerControl mode{PickerControl::Style::segmented,
+                       {},
+                       static_cast<std::size_t>(model.preferences.recordMode()),
+                       lifetime.guard([this](std::size_t index) {
+                           model.preferences.setRecordMode(recordModes.at(index));
+                       })};
+    for (const RecordMode each : recordModes) {
+        mode.choices.push_back(
+            {std::string(rawValue(each)), recordModeLabels.at(static_cast<std::size_t>(each)), {}});
+    }
+    const auto& hint = recorder.hint.get();
+    return {
+        "Shortcut",
+        {},
+        {{"hotkey", "Dictation key", key, sideEffect(), hint.empty() ? tap.conflict().get() : hint},
+         {"recordMode", "Recording", mode, {}},
+         {"cancel", "Cancel", TextControl{"Press Esc, or press the dictation key again"}, {}}},
+        "Hold the key while you speak and release to insert the text, or switch to press once "
+        "to start and again to stop. Choose a single modifier key, or click the key box and "
+        "press any combination such as ⌥ Space or F5."};
+}
+
+std::string GeneralTab::sideEffect() const
+{
+    const Hotkey used = model.hotkey.get();
+    if (!used.modifierOnly || !tap.typesCharacters(used.keyCode)) {
+        return {};
+    }
+    const std::string key = wording.label(used);
+    return key +
+           " is used as the dictation key. It also types characters on this keyboard: "
+           "typing one with it starts a dictation. " +
+           wording.label({keyCodes::rightControl, 0, true}) + " does not.";
+}
+
+PickerControl GeneralTab::languages()
+{
+    const std::string stored = model.preferences.language();
+    PickerControl picker;
+    for (const auto& language : dictationLanguages) {
+        const std::string identifier(language.identifier);
+        const auto known = hasModel.find(identifier);
+        const char* note = known == hasModel.end() ? ""
+                           : known->second         ? "Installed"
+                                                   : "Not installed";
+        picker.choices.push_back({identifier, std::string(language.displayName), note});
+    }
+    for (std::size_t i = 0; i < picker.choices.size() && !picker.selected; ++i) {
+        if (picker.choices[i].id == stored) {
+            picker.selected = i;
+        }
+    }
+    if (!picker.selected) {
+        // One that was stored by other means stays.
+        picker.selected = picker.choices.size();
+        picker.choices.push_back({stored, stored, {}});
+    }
+    picker.choose = lifetime.guard([this, choices = picker.choices](std::size_t index) {
+        model.preferences.setLanguage(choices.at(index).id);
+    });
+    return picker;
+}
+
+FormSection GeneralTab::speech()
+{
+    return {"Speech",
+            {},
+            {{"language", "Language (Apple Speech)", languages(), {}},
+             {"sounds",
+              "Play sounds",
+              ToggleControl{model.preferences.sounds(),
+                            lifetime.guard([this](bool on) { model.preferences.setSounds(on); })},
+              {}}},
+            {}};
+}
+
+FormSection GeneralTab::system()
+{
+    return {
+        "System",
+        {},
+        {{"login",
+          "Open at login",
+          ToggleControl{launchAtLogin, lifetime.guard([this](bool on) { setLaunchAtLogin(on); })},
+          {},
+          loginProblem}},
+        {}};
+}
+
+void GeneralTab::setLaunchAtLogin(bool on)
+{
+    loginProblem.clear();
+    try {
+        loginItem.setEnabled(on);
+    } catch (const std::exception& error) {
+        loginProblem = error.what();
+    }
+    launchAtLogin = loginItem.isEnabled();
+    update();
+}
+
+} // namespace vorlin

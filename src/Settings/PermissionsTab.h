@@ -1,0 +1,28 @@
+#pragma once
+
+#include "AppModel.h"
+#include "Ports/Workspace.h"
+#include "Settings/Form.h"
+
+#include <vector>
+
+namespace vorlin {
+
+/// What the program needs to be allowed, and what it promises. Main loop.
+class PermissionsTab final : public FormModel {
+public:
+    /// All must outlive this object.
+    PermissionsTab(AppModel& model, Workspace& workspace, const Wording& wording);
+
+private:
+    void update();
+    FormRow row(const std::string& title, const std::string& reason, bool granted,
+                SystemPanel panel);
+
+    AppModel& model;
+    Workspace& workspace;
+    std::vector<Subscription> changes;
+    Lifetime lifetime;
+};
+
+} // namespace vorlin

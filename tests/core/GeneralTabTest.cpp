@@ -1,0 +1,198 @@
+#include "SettingsFixture.h"
+
+namespace vorlin {
+namespace {
+
+using Names = std::vector<std::string>;
+
+class GeneralTabTest : public SettingsFixture {
+protected:
+    template <class Control>
+    const Control& control(const std::string& id) const
+    {
+        return SettingsFixture::control<Control>(SettingsTab::general, id);
+    }
+    const FormRow& row(const std::string& id) const
+    {
+        return SettingsFixture::row(SettingsTab::general, id);
+    }
+    const HotkeyControl& key() const { return control<HotkeyControl>("hotkey"); }
+    Names notes() const
+    {
+        Names found;
+        for (const auto& choice : control<PickerControl>("language").choices) {
+            found.push_back(choice.note);
+        }
+        return found;
+    }
+};
+
+TEST_F(GeneralTabTest, itsSectionsRowsAndTextsStandAsTheyAre)
+{
+    open();
+    const Form& sections = form(SettingsTab::general);
+    ASSERT_EQ(sections.size(), 3U);
+    EXPECT_EQ(sections[0].header, "Shortcut");
+    EXPECT_EQ(rowIds(sections[0]), (Names{"hotkey", "recordMode", "cancel"}));
+    EXPECT_EQ(sections[0].footer,
+              "Hold the key while you speak and release to insert the text, or switch to press "
+              "once to start and again to stop. Choose a single modifier key, or click the key "
+              "box and press any combination such as ⌥ Space or F5.");
+    EXPECT_EQ(sections[1].header, "Speech");
+    EXPECT_EQ(rowIds(sections[1]), (Names{"language", "sounds"}));
+    EXPECT_EQ(sections[2].header, "System");
+    EXPECT_EQ(rowIds(sections[2]), (Names{"login"}));
+    EXPECT_EQ(row("hotkey").label, "Dictation key");
+    EXPECT_EQ(row("recordMode").label, "Recording");
+    EXPECT_EQ(labels(control<PickerControl>("recordMode")),
+              (Names{"Hold to talk", "Press to start & stop"}));
+    EXPECT_EQ(row("cancel").label, "Cancel");
+    EXPECT_EQ(control<TextControl>("cancel").text, "Press Esc, or press the dictation key again");
+    EXPECT_EQ(row("language").label, "Language (Apple Speech)");
+    EXPECT_EQ(row("sounds").label, "Play sounds");
+    EXPECT_EQ(row("login").label, "Open at login");
+}
+
+TEST_F(GeneralTabTest, theKeyShowsItsLabelAndAClickRecordsAnother)
+{
+    open();
+    EXPECT_EQ(key().text, "Right ⌥ Option");
+    key().click();
+    EXPECT_EQ(key().text, "Press a key…");
+    EXPECT_TRUE(key().recording);
+    desktop.recorderKeys.keyDown(96);
+    EXPECT_EQ(key().text, "F5");
+    EXPECT_FALSE(key().recording);
+}
+
+TEST_F(GeneralTabTest, leavingTheKeyStopsTheRecording)
+{
+    open();
+    key().click();
+    key().leave();
+    EXPECT_FALSE(key().recording);
+    EXPECT_FALSE(desktop.recorderKeys.isRunning());
+}
+
+TEST_F(GeneralTabTest, closingTheWindowStopsTheRecording)
+{
+    open();
+    key().click();
+    settings.reset();
+    EXPECT_FALSE(desktop.recorderKeys.isRunning());
+    EXPECT_TRUE(desktop.tap.isRunning());
+}
+
+TEST_F(GeneralTabTest, aPresetSetsTheKeyAlsoWhileOneIsRecorded)
+{
+    open();
+    EXPECT_EQ(key().presetsButton.symbol, "ellipsis.circle");
+    EXPECT_EQ(key().presetsButton.help, "Presets");
+    Names presets;
+    for (const auto& preset : key().presets) {
+        presets.push_back(preset.text);
+    }
+    EXPECT_EQ(presets, (Names{"Right ⌥ Option", "Right ⌘ Command", "fn (Globe)", "⌥ Space"}));
+    key().click();
+    key().presets[3].press();
+    EXPECT_FALSE(key().recording);
+    EXPECT_EQ(key().text, "⌥ Space");
+    EXPECT_EQ(desktop.tap.interest.hotkey, (Hotkey{49, 0x80000, false}));
+}
+
+TEST_F(GeneralTabTest, theRowOfTheKeySaysWhyItCannotBeHadOrWhyAKeyWasNotTaken)
+{
+    open();
+    EXPECT_EQ(row("hotkey").problem, "");
+    desktop.tap.setConflict("Another program has taken Alt+Space.");
+    EXPECT_EQ(row("hotkey").problem, "Another program has taken Alt+Space.");
+    key().click();
+    desktop.recorderKeys.keyDown(keyCodes::space);
+    EXPECT_EQ(row("hotkey").problem, "Add ⌘, ⌥, ⌃ or ⇧ — or use a function key.");
+}
+
+TEST_F(GeneralTabTest, theRecordModeIsChosenAndFollowsTheFile)
+{
+    open();
+    EXPECT_EQ(control<PickerControl>("recordMode").style, PickerControl::Style::segmented);
+    EXPECT_EQ(control<PickerControl>("recordMode").selected, 0U);
+    control<PickerControl>("recordMode").choose(1);
+    EXPECT_EQ(model->preferences.recordMode(), RecordMode::toggle);
+    EXPECT_EQ(control<PickerControl>("recordMode").selected, 1U);
+    desktop.defaults.set("recordMode", "hold");
+    EXPECT_EQ(control<PickerControl>("recordMode").selected, 0U);
+}
+
+TEST_F(GeneralTabTest, theLanguagesThatTheMachineHasAModelForAreMarkedOnceItHasAnswered)
+{
+    desktop.analyzers.looksAtOnce = false;
+    desktop.analyzers.locales = {{"en-US", "en-US"}, {"de-DE", "de-DE"}};
+    open();
+    EXPECT_EQ(notes(), Names(7));
+    desktop.analyzers.completeLookups();
+    desktop.loop.runReady();
+    EXPECT_EQ(notes(), (Names{"Not installed", "Installed", "Not installed", "Not installed",
+                              "Installed", "Not installed", "Not installed"}));
+}
+
+TEST_F(GeneralTabTest, aLanguageIsChosenByItsIdentifier)
+{
+    open();
+    EXPECT_EQ(labels(control<PickerControl>("language")),
+              (Names{"Français", "English (US)", "English (UK)", "Español", "Deutsch", "Italiano",
+                     "Português"}));
+    EXPECT_EQ(control<PickerControl>("language").selected, 1U);
+    control<PickerControl>("language").choose(4);
+    EXPECT_EQ(model->preferences.language(), "de-DE");
+    EXPECT_EQ(control<PickerControl>("language").selected, 4U);
+}
+
+TEST_F(GeneralTabTest, aStoredLanguageOutsideTheListStaysAndIsShown)
+{
+    desktop.defaults.values["language"] = "sv-SE";
+    open();
+    const auto& picker = control<PickerControl>("language");
+    ASSERT_EQ(picker.choices.size(), 8U);
+    EXPECT_EQ(picker.choices.back().label, "sv-SE");
+    EXPECT_EQ(picker.selected, 7U);
+    EXPECT_EQ(model->preferences.language(), "sv-SE");
+    picker.choose(7);
+    EXPECT_EQ(model->preferences.language(), "sv-SE");
+}
+
+TEST_F(GeneralTabTest, soundsAreSwitchedBothWays)
+{
+    open();
+    control<ToggleControl>("sounds").set(false);
+    EXPECT_FALSE(model->preferences.sounds());
+    EXPECT_FALSE(control<ToggleControl>("sounds").on);
+    desktop.defaults.set("sounds", true);
+    EXPECT_TRUE(control<ToggleControl>("sounds").on);
+}
+
+TEST_F(GeneralTabTest, openAtLoginIsWhatTheDesktopHas)
+{
+    desktop.loginItem.enabled = true;
+    open();
+    EXPECT_TRUE(control<ToggleControl>("login").on);
+    control<ToggleControl>("login").set(false);
+    EXPECT_FALSE(desktop.loginItem.enabled);
+    EXPECT_FALSE(control<ToggleControl>("login").on);
+    EXPECT_EQ(row("login").problem, "");
+}
+
+TEST_F(GeneralTabTest, openAtLoginThatCannotBeChangedSaysWhyAndStaysAsItIs)
+{
+    open();
+    desktop.loginItem.refusal = "The disk is full.";
+    control<ToggleControl>("login").set(true);
+    EXPECT_FALSE(control<ToggleControl>("login").on);
+    EXPECT_EQ(row("login").problem, "The disk is full.");
+    desktop.loginItem.refusal.reset();
+    control<ToggleControl>("login").set(true);
+    EXPECT_TRUE(control<ToggleControl>("login").on);
+    EXPECT_EQ(row("login").problem, "");
+}
+
+} // namespace
+} // namespace vorlin

@@ -1,0 +1,110 @@
+#include "SettingsFixture.h"
+
+namespace vorlin {
+namespace {
+
+using namespace std::chrono_literals;
+using Names = std::vector<std::string>;
+
+class PermissionsTabTest : public SettingsFixture {
+protected:
+    const PermissionControl& permission(const std::string& title) const
+    {
+        return control<PermissionControl>(SettingsTab::permissions, title);
+    }
+};
+
+TEST_F(PermissionsTabTest, itsTextsStandAsTheyAre)
+{
+    open();
+    const Form& sections = form(SettingsTab::permissions);
+    EXPECT_EQ(rowIds(sections.at(0)), (Names{"Microphone", "Accessibility"}));
+    EXPECT_EQ(permission("Microphone").reason, "To hear you while the key is held.");
+    EXPECT_EQ(permission("Accessibility").reason,
+              "To detect the dictation key and type the text into other apps.");
+    EXPECT_EQ(control<TextControl>(SettingsTab::permissions, "never").text,
+              "Vorlin never records unless you hold the dictation key, and audio never leaves "
+              "your Mac.");
+    EXPECT_EQ(control<TextControl>(SettingsTab::permissions, "models").text,
+              "Models run entirely on your Mac. Downloads come straight from Hugging Face when "
+              "you ask for them, and can be removed at any time. Parakeet transcribes when you "
+              "release the key, in seconds.");
+}
+
+TEST_F(PermissionsTabTest, whatIsGrantedNeedsNoButton)
+{
+    open();
+    for (const auto* title : {"Microphone", "Accessibility"}) {
+        EXPECT_TRUE(permission(title).granted);
+        EXPECT_EQ(permission(title).symbol, "checkmark.circle.fill");
+        EXPECT_EQ(permission(title).state, "Granted");
+        EXPECT_FALSE(permission(title).open);
+    }
+}
+
+TEST_F(PermissionsTabTest, whatIsNotGrantedOpensItsPageOfTheDesktopsSettings)
+{
+    desktop.permissions.microphone = false;
+    desktop.permissions.trusted = false;
+    open();
+    EXPECT_EQ(permission("Microphone").symbol, "exclamationmark.circle.fill");
+    EXPECT_EQ(permission("Microphone").state, "Not granted");
+    ASSERT_TRUE(permission("Microphone").open && permission("Accessibility").open);
+    EXPECT_EQ(permission("Microphone").open->text, "Open Settings");
+    permission("Microphone").open->press();
+    permission("Accessibility").open->press();
+    EXPECT_EQ(desktop.workspace.openedPanels,
+              (std::vector<SystemPanel>{SystemPanel::microphone, SystemPanel::accessibility}));
+}
+
+TEST_F(PermissionsTabTest, aDesktopWithoutSuchAPageSaysSo)
+{
+    desktop.permissions.microphone = false;
+    desktop.workspace.panels.clear();
+    open();
+    EXPECT_FALSE(permission("Microphone").open);
+    EXPECT_EQ(row(SettingsTab::permissions, "Microphone").caption,
+              "This desktop has no settings page for it.");
+    EXPECT_EQ(row(SettingsTab::permissions, "Accessibility").caption, "");
+}
+
+TEST_F(PermissionsTabTest, aPermissionThatComesOrGoesShowsWithinThePoll)
+{
+    open();
+    desktop.permissions.microphone = false;
+    desktop.loop.advance(1500ms);
+    EXPECT_FALSE(permission("Microphone").granted);
+    desktop.permissions.microphone = true;
+    desktop.loop.advance(1500ms);
+    EXPECT_TRUE(permission("Microphone").granted);
+}
+
+class AboutTabTest : public SettingsFixture {
+protected:
+    const AboutControl& about() const { return control<AboutControl>(SettingsTab::about, "about"); }
+};
+
+TEST_F(AboutTabTest, saysWhatTheProgramIsAndWhoMadeIt)
+{
+    open();
+    EXPECT_EQ(row(SettingsTab::about, "about").label, "Vorlin");
+    EXPECT_EQ(about().version, "Version 1.2.3");
+    EXPECT_EQ(about().sentence,
+              "Private voice dictation. Everything runs on your Mac: no account, no cloud.");
+    EXPECT_EQ(about().developedBy, "Developed by");
+    EXPECT_EQ(about().maker.text, "The makers");
+}
+
+TEST_F(AboutTabTest, theMakerIsALinkWhereThereIsAnAddress)
+{
+    open();
+    EXPECT_FALSE(about().maker.press) << "plain text";
+    build.makerLink = "https://example.org/";
+    open();
+    ASSERT_TRUE(about().maker.press);
+    about().maker.press();
+    EXPECT_EQ(desktop.workspace.links, (Names{"https://example.org/"}));
+}
+
+} // namespace
+} // namespace vorlin
