@@ -1,5 +1,7 @@
 #include "Models/ModelFolder.h"
 
+#include <algorithm>
+
 namespace vorlin {
 
 std::vector<std::string> missingFiles(Folders& folders, const std::filesystem::path& folder)
@@ -13,6 +15,22 @@ std::vector<std::string> missingFiles(Folders& folders, const std::filesystem::p
         }
     }
     return missing;
+}
+
+std::string missingLine(const std::vector<std::string>& missing)
+{
+    std::string names;
+    for (const auto& name : missing) {
+        names += (names.empty() ? "" : ", ") + name;
+    }
+    return "Missing: " + names + ".";
+}
+
+bool isAnyUnusable(const std::vector<std::string>& missing)
+{
+    return std::ranges::any_of(missing, [](const std::string& each) {
+        return std::ranges::find(modelFiles, each) == modelFiles.end(); // it has a reason behind
+    });
 }
 
 bool isSingleName(std::string_view name)

@@ -20,6 +20,12 @@ inline constexpr std::array<std::string_view, 5> modelFiles = {
 /// it is no absolute path. May wait for a slow disk: not on the main loop.
 std::vector<std::string> missingFiles(Folders& folders, const std::filesystem::path& folder);
 
+/// One sentence that names them, for a person.
+std::string missingLine(const std::vector<std::string>& missing);
+
+/// Whether one of these, as `missingFiles` names them, exists and cannot be used.
+bool isAnyUnusable(const std::vector<std::string>& missing);
+
 /// Whether `name` names something directly inside a folder, wherever it comes from.
 bool isSingleName(std::string_view name);
 

@@ -67,7 +67,7 @@ void ModelStore::checkAtStart(const Engine& engine)
             setLacking(id, missing);
             setState(id, NotInstalled{});
             if (id == selected.get()) {
-                setSelected(appleEngineId);
+                giveWay(id, missing);
             }
         }
     };
@@ -76,6 +76,15 @@ void ModelStore::checkAtStart(const Engine& engine)
     } else {
         answered(std::vector<std::string>(modelFiles.begin(), modelFiles.end()));
     }
+}
+
+void ModelStore::giveWay(const std::string& id, const std::vector<std::string>& missing)
+{
+    const auto engine = listed(id);
+    if (engine && isAnyUnusable(missing)) { // the person sees the files lie there
+        lastError.set(engine->name + " cannot be used. " + missingLine(missing));
+    }
+    setSelected(appleEngineId);
 }
 
 void ModelStore::check(const std::filesystem::path& modelFolder, Checked checked)

@@ -72,7 +72,9 @@ public:
     /// By engine id: what an engine's folder lacks to be a model, for one that was looked at and is
     /// not installed.
     Published<std::map<std::string, std::vector<std::string>>, ModelStore> lacking;
-    /// The last failure of an add or a download, one line; cleared by the next that begins.
+    /// The last failure of an add or a download, one line; cleared by the next that begins. Also
+    /// why the engine that was selected at the start gave way, where a file of its model is there
+    /// and cannot be used.
     Published<std::optional<std::string>, ModelStore> lastError;
     /// The id of the selected engine.
     Published<std::string, ModelStore> selected;
@@ -121,6 +123,7 @@ private:
     void loadEngines();
     void restoreSelection();
     void checkAtStart(const Engine& engine);
+    void giveWay(const std::string& id, const std::vector<std::string>& missing);
     void check(const std::filesystem::path& modelFolder, Checked checked);
     void installed(const std::string& id, const std::filesystem::path& modelFolder);
     void measure(const std::string& id, const std::filesystem::path& modelFolder);

@@ -21,15 +21,6 @@ constexpr auto damagedEntry =
 constexpr auto unstorableName =
     "That folder cannot be added: its name is not valid text. Rename it and try again.";
 
-std::string joined(const std::vector<std::string>& names)
-{
-    std::string text;
-    for (const auto& name : names) {
-        text += (text.empty() ? "" : ", ") + name;
-    }
-    return text;
-}
-
 /// The path without slashes at its end.
 std::string plainPath(const std::filesystem::path& folder)
 {
@@ -136,8 +127,7 @@ void ModelStore::transferred(const std::string& id, const std::filesystem::path&
             installed(id, modelFolder);
             setSelected(id);
         } else {
-            transferFailed(id, "The downloaded model is not complete. Missing: " + joined(missing) +
-                                   ".");
+            transferFailed(id, "The downloaded model is not complete. " + missingLine(missing));
         }
     });
 }
@@ -223,7 +213,7 @@ void ModelStore::addChecked(const std::string& folder, const std::string& name,
                             const std::vector<std::string>& missing)
 {
     if (!missing.empty()) {
-        lastError.set("That folder isn't a compatible model. Missing: " + joined(missing) + ".");
+        lastError.set("That folder isn't a compatible model. " + missingLine(missing));
         return;
     }
     const std::string last = folder.substr(folder.size() > 1 ? folder.rfind('/') + 1 : 0);

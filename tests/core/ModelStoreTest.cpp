@@ -72,7 +72,29 @@ TEST_F(ModelStoreStart, aSelectedEngineThatLacksAFileGivesWayToThePlatformsOwn)
     EXPECT_EQ(store->selected.get(), "apple");
     EXPECT_EQ(storedSelection(), "apple");
     EXPECT_EQ(state("parakeetUltra"), "notInstalled");
+    EXPECT_EQ(error(), "(none)"); // nobody wonders about what is not there
     EXPECT_TRUE(speech.asked.empty());
+}
+
+TEST_F(ModelStoreStart, aSelectedEngineWithAFileThatCannotBeUsedGivesWayWithTheFileAndTheReason)
+{
+    folders.putModel("/models/mine");
+    folders.unusable["/models/mine/Decoder.mlmodelc"] = "weights leads to a device";
+    storeCustomEngines('[' + localJson("custom-mine", "/models/mine") + ']');
+    defaults.values["engine"] = "custom-mine";
+    start();
+    EXPECT_EQ(storedSelection(), "apple");
+    EXPECT_EQ(error(), "N cannot be used. Missing: Decoder.mlmodelc (weights leads to a device).");
+}
+
+TEST_F(ModelStoreStart, theReasonIsSaidOfTheSelectedEngineOnly)
+{
+    folders.putModel("/models/mine");
+    folders.unusable["/models/mine/Decoder.mlmodelc"] = "it leads to a device";
+    storeCustomEngines('[' + localJson("custom-mine", "/models/mine") + ']');
+    start();
+    EXPECT_EQ(state("custom-mine"), "notInstalled");
+    EXPECT_EQ(error(), "(none)");
 }
 
 TEST_F(ModelStoreStart, aSelectedEngineThatIsNotListedGivesWayAtOnce)

@@ -1,5 +1,6 @@
 // The program as its own main() puts it together, without the overlay's view, and a hand on its
-// engine catalog: each line on standard input is the id of the engine to select.
+// engine catalog: each line on standard input is the id of the engine to select, and what the
+// catalog says of a failure goes to the log.
 #include "App/Linux/LinuxServices.h"
 #include "App/Linux/X11Desktop.h"
 #include "Platform/Linux/Desktop/DBusApplication.h"
@@ -12,6 +13,8 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstdio>
+#include <optional>
 #include <string>
 
 namespace {
@@ -51,6 +54,9 @@ int main(int /*argc*/, char* argv[])
     VorlinApp app(desktop.ports(), [&application] { application.quit(); });
     ModelStore& models = app.model().models;
 
+    const auto failures = models.lastError.observe([](const std::optional<std::string>& failure) {
+        std::fprintf(stderr, "catalog: %s\n", failure.value_or("(no failure)").c_str());
+    });
     std::string line;
     const QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
     QObject::connect(&input, &QSocketNotifier::activated, &input,

@@ -1,6 +1,8 @@
-"""Engines switched inside the running program."""
+"""Engines switched inside the running program, and what its catalog says of them."""
 
 import os
+
+import pytest
 
 from editors import Terminal
 from local_model import ENGINE_ID, LocalModel, engine_processes
@@ -10,14 +12,38 @@ from waiting import wait_until
 SENTENCE = "the committee decided to postpone the meeting until next month"
 
 
-def test_each_dictation_uses_the_engine_that_is_selected_when_it_begins(desktop, request):
-    model = LocalModel(desktop)
-    orders = desktop.folder / "orders"
-    os.mkfifo(orders)
+@pytest.fixture(name="orders")
+def _orders(desktop):
+    """The pipe that says which engine to select."""
+    pipe = desktop.folder / "orders"
+    os.mkfifo(pipe)
+    return pipe
+
+
+@pytest.fixture(name="start")
+def _start(desktop, request, orders):
+    """Starts the program with a hand on its catalog."""
     script = desktop.folder / "switching"
     script.write_text(f"#!/bin/sh\nexec {request.config.getoption('--switching')} 0<>{orders}\n")
     script.chmod(0o755)
-    program = Program(desktop, script, settings=model.settings())
+    return lambda settings: Program(desktop, script, settings=settings)
+
+
+def test_a_selected_folder_that_is_refused_gives_way_and_says_which_file_and_why(desktop, start,
+                                                                                artefacts):
+    model = LocalModel(desktop)
+    program_text = model.folder / "Decoder.mlmodelc" / "model.mil"
+    program_text.unlink()
+    program_text.symlink_to("/dev/zero")
+    program = start(model.settings())
+    wait_until(lambda: '"apple"' in program.settings_file.read_text(), "the selection to fall back")
+    said = "catalog: Small cannot be used. Missing: Decoder.mlmodelc (model.mil leads to a device)."
+    wait_until(lambda: said in (artefacts / "vorlin.log").read_text(), "the line")
+
+
+def test_each_dictation_uses_the_engine_that_is_selected_when_it_begins(desktop, start, orders):
+    model = LocalModel(desktop)
+    program = start(model.settings())
     terminal = Terminal(desktop)
 
     def arrived(before):
