@@ -10,6 +10,8 @@ namespace {
 /// A disk that was asleep needs some ten seconds to answer, a network that lost its way as long
 /// again; who waits for longer waits for nothing.
 constexpr int mostSilentTicks = std::chrono::seconds(30) / ParakeetLoad::tick;
+/// Of a folder that has hung so long already. It may be there again, and only be asleep.
+constexpr int mostSilentTicksOnceHung = std::chrono::seconds(10) / ParakeetLoad::tick;
 
 } // namespace
 
@@ -17,18 +19,36 @@ Completion<ParakeetLoad::Models> ParakeetLoad::await()
 {
     Completion<Models> arrival;
     waiting = arrival.completer();
+    dictations.clear();
+    noteProgress();
     silentTicks = 0;
     return arrival;
 }
 
-void ParakeetLoad::arrive(Models models)
+void ParakeetLoad::arrive(const Attempt& attempt, Models models)
 {
+    end(attempt);
     if (const auto waiter = std::exchange(waiting, std::nullopt)) {
         waiter->complete(std::move(models));
     }
 }
 
-void ParakeetLoad::fail(std::exception_ptr failure)
+void ParakeetLoad::fail(const Attempt& attempt, std::exception_ptr failure)
+{
+    if (attempt.number == newest) {
+        end(attempt);
+        giveUp(std::move(failure));
+    }
+}
+
+void ParakeetLoad::end(const Attempt& attempt)
+{
+    if (attempt.number == newest) {
+        begun.reset(); // what is left of it, or of older ones, is not waited for
+    }
+}
+
+void ParakeetLoad::giveUp(std::exception_ptr failure)
 {
     if (const auto waiter = std::exchange(waiting, std::nullopt)) {
         waiter->fail(std::move(failure));
@@ -40,13 +60,20 @@ bool ParakeetLoad::hasDictation() const
     return !std::ranges::all_of(dictations, &std::stop_token::stop_requested);
 }
 
-bool ParakeetLoad::hurriesTo(WorkPriority wanted)
+std::shared_ptr<const ParakeetLoad::Attempt> ParakeetLoad::attempt(WorkPriority wanted,
+                                                                   TimePoint now)
 {
-    if (begun == WorkPriority::normal || begun == wanted) {
-        return false;
+    std::erase_if(attempts, [](const auto& each) { return each.expired(); });
+    const bool hurries = begun == WorkPriority::background && wanted == WorkPriority::normal;
+    const bool anew = hangs && now - begunAt >= retryAfter;
+    if ((begun && !hurries && !anew) || attempts.size() >= mostAttempts) {
+        return nullptr;
     }
     begun = wanted;
-    return true;
+    begunAt = now;
+    auto fresh = std::make_shared<const Attempt>(Attempt{shared_from_this(), ++newest});
+    attempts.push_back(fresh);
+    return fresh;
 }
 
 std::function<void()> ParakeetLoad::onProgress() const
@@ -54,12 +81,23 @@ std::function<void()> ParakeetLoad::onProgress() const
     return [counter = progress] { ++*counter; };
 }
 
-bool ParakeetLoad::hangsAfterTick()
+void ParakeetLoad::noteProgress()
 {
     const std::uint64_t now = *progress;
-    silentTicks = now == lastProgress ? silentTicks + 1 : 0;
-    lastProgress = now;
-    return silentTicks >= mostSilentTicks;
+    if (std::exchange(lastProgress, now) == now) {
+        ++silentTicks;
+    } else {
+        silentTicks = 0;
+        hangs = false;
+    }
+}
+
+bool ParakeetLoad::hangsAfterTick()
+{
+    noteProgress();
+    const bool tooLong = silentTicks >= (hangs ? mostSilentTicksOnceHung : mostSilentTicks);
+    hangs = hangs || tooLong;
+    return tooLong;
 }
 
 } // namespace vorlin

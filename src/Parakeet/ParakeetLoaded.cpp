@@ -41,7 +41,7 @@ Completion<Vocabulary> readVocabulary(const ParakeetSource& source)
                 *outcome = std::current_exception();
             }
         },
-        source.workers.executor(WorkPriority::normal),
+        source.executor,
         [completer = read.completer(), outcome] {
             if (const auto* failure = std::get_if<std::exception_ptr>(&*outcome)) {
                 completer.fail(*failure);
@@ -50,6 +50,57 @@ Completion<Vocabulary> readVocabulary(const ParakeetSource& source)
             }
         });
     return read;
+}
+
+/// What the parts of a load share.
+struct Parts {
+    /// Let go of with what has arrived, once one of them failed.
+    std::shared_ptr<ParakeetLoaded> loaded = std::make_shared<ParakeetLoaded>();
+    int underWay = 5;
+    /// Nothing but a hold.
+    std::shared_ptr<const void> held;
+};
+
+/// Waits for a part, whether or not anybody still waits for the whole. The last one that arrives
+/// completes `ended`, the first that fails fails it.
+template <class T>
+Task<void> settle(Completion<T> part, T ParakeetLoaded::*place, std::shared_ptr<Parts> parts,
+                  Completer<Done> ended)
+{
+    try {
+        T arrived = co_await part;
+        if (parts->loaded) {
+            (*parts->loaded).*place = std::move(arrived);
+        }
+        if (--parts->underWay == 0) {
+            ended.complete({});
+        }
+    } catch (...) {
+        parts->loaded.reset();
+        ended.fail(std::current_exception());
+    }
+}
+
+/// Begins all parts. The result ends with the last of them, or as the first that fails.
+Completion<Done> beginParts(const ParakeetSource& source, const std::shared_ptr<Parts>& parts)
+{
+    Completion<Done> ended;
+    const auto follow = [&, completer = ended.completer()](auto part, auto place) {
+        spawn(source.executor, settle(std::move(part), place, parts, completer));
+    };
+    const auto load = [&](const char* name, ComputeUnits units, auto place) {
+        follow(source.models.load(source.directory / name,
+                                  LoadOptions{units, source.priority, source.onProgress}),
+               place);
+    };
+    // The encoder alone is worth the graphics processor; handing it the small ones would cost
+    // more than it saves.
+    load("Preprocessor.mlmodelc", ComputeUnits::cpuOnly, &ParakeetLoaded::preprocessor);
+    load("Encoder.mlmodelc", ComputeUnits::cpuAndGPU, &ParakeetLoaded::encoder);
+    load("Decoder.mlmodelc", ComputeUnits::cpuOnly, &ParakeetLoaded::decoder);
+    load("JointDecisionv3.mlmodelc", ComputeUnits::cpuOnly, &ParakeetLoaded::joint);
+    follow(readVocabulary(source), &ParakeetLoaded::vocabulary);
+    return ended;
 }
 
 } // namespace
@@ -80,24 +131,11 @@ bool ParakeetLoaded::isLost() const
 
 Task<std::shared_ptr<ParakeetLoaded>> loadParakeet(ParakeetSource source)
 {
-    const auto begin = [&source](const char* name, ComputeUnits units) {
-        return source.models.load(source.directory / name,
-                                  LoadOptions{units, source.priority, source.onProgress});
-    };
-    // All four are under way before the first is waited for. The encoder alone is worth the
-    // graphics processor; handing it the small ones would cost more than it saves.
-    auto preprocessor = begin("Preprocessor.mlmodelc", ComputeUnits::cpuOnly);
-    auto encoder = begin("Encoder.mlmodelc", ComputeUnits::cpuAndGPU);
-    auto decoder = begin("Decoder.mlmodelc", ComputeUnits::cpuOnly);
-    auto joint = begin("JointDecisionv3.mlmodelc", ComputeUnits::cpuOnly);
-    auto vocabulary = readVocabulary(source);
-
-    auto loaded = std::make_shared<ParakeetLoaded>();
-    loaded->vocabulary = co_await vocabulary;
-    loaded->preprocessor = co_await preprocessor;
-    loaded->encoder = co_await encoder;
-    loaded->decoder = co_await decoder;
-    loaded->joint = co_await joint;
+    const auto parts = std::make_shared<Parts>();
+    parts->held = source.held;
+    auto ended = beginParts(source, parts);
+    co_await ended;
+    auto loaded = std::move(parts->loaded);
     loaded->directory = std::move(source.directory);
     checkFeatures(*loaded);
     co_return loaded;

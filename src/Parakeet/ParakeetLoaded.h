@@ -34,14 +34,19 @@ struct ParakeetSource {
     MLModels& models;
     std::shared_ptr<Folders> folders;
     Workers& workers;
+    /// Where the load goes on.
+    Executor& executor;
     std::filesystem::path directory;
     WorkPriority priority = WorkPriority::normal;
     /// Called from any thread whenever the load has got on.
     std::function<void()> onProgress;
+    /// Held until nothing of the load is under way any more, which may be long after it failed.
+    std::shared_ptr<const void> held;
 };
 
-/// Loads the four models side by side, and the vocabulary meanwhile. Fails with the loader's own
-/// error, or with one line about what does not fit; never ends while a disk does not answer.
+/// Loads the four models side by side, and the vocabulary meanwhile. Fails with the error of what
+/// fails first, or with one line about what does not fit; never ends while what has not failed
+/// waits for a disk that does not answer. Await it on the source's executor.
 Task<std::shared_ptr<ParakeetLoaded>> loadParakeet(ParakeetSource source);
 
 /// The token texts in a vocabulary file: a JSON object from decimal ids to texts. It has as many

@@ -48,7 +48,7 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
     {
         const auto load = loading.lock();
         if (load && !load->hasDictation()) {
-            load->fail(failure("Another model is wanted now."));
+            load->giveUp(failure("Another model is wanted now."));
         }
     }
 
@@ -71,17 +71,17 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
     {
         const auto load = loadOf(directory);
         loading = load;
+        auto arrival = load->await();
         if (priority == WorkPriority::normal) {
             load->addDictation(std::move(stop));
         }
-        auto arrival = load->await();
         begin(load, priority);
         watch();
         return arrival;
     }
 
-    /// A new load of `directory`, or one that was given up and may still come to an end: a disk
-    /// that does not answer is not asked again and again.
+    /// A new load of `directory`, or one that was given up and may still come to an end: it knows
+    /// when a disk that does not answer is asked again.
     std::shared_ptr<ParakeetLoad> loadOf(const std::filesystem::path& directory)
     {
         std::erase_if(loads, [](const auto& each) { return each.second.expired(); });
@@ -96,23 +96,30 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
 
     void begin(const std::shared_ptr<ParakeetLoad>& load, WorkPriority priority)
     {
-        if (!load->hurriesTo(priority)) {
+        auto begun = load->attempt(priority, loop.now());
+        if (!begun) {
             return;
         }
         spawn(executor,
-              [](std::shared_ptr<State> held, std::shared_ptr<ParakeetLoad> into,
+              [](std::shared_ptr<State> held, std::shared_ptr<const ParakeetLoad::Attempt> attempt,
                  WorkPriority at) -> Task<void> {
+                  const auto& into = attempt->load;
                   // Named, since GCC 12 destroys an aggregate twice that is made in an awaited
                   // call.
-                  ParakeetSource source{
-                      held->models, held->folders,     held->workers, into->directory,
-                      at,           into->onProgress()};
+                  ParakeetSource source{.models = held->models,
+                                        .folders = held->folders,
+                                        .workers = held->workers,
+                                        .executor = held->executor,
+                                        .directory = into->directory,
+                                        .priority = at,
+                                        .onProgress = into->onProgress(),
+                                        .held = attempt};
                   try {
-                      into->arrive(co_await loadParakeet(std::move(source)));
+                      into->arrive(*attempt, co_await loadParakeet(std::move(source)));
                   } catch (...) {
-                      into->fail(std::current_exception());
+                      into->fail(*attempt, std::current_exception());
                   }
-              }(shared_from_this(), load, priority));
+              }(shared_from_this(), std::move(begun), priority));
     }
 
     /// Looks after the load under way, tick by tick.
@@ -134,7 +141,7 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
             return;
         }
         if (load->hangsAfterTick()) {
-            load->fail(failure("The model's folder does not answer."));
+            load->giveUp(failure("The model's folder does not answer."));
         } else {
             alive->watch();
         }

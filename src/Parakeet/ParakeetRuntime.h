@@ -22,8 +22,9 @@ struct ParakeetLoaded;
 /// drafts included.
 ///
 /// A load that gets on by nothing at all for half a minute fails, whatever hangs; a slow one does
-/// not. One for which no dictation waits runs in the background, hurries as soon as one does, and
-/// gives way as soon as another folder is wanted.
+/// not. A folder that hung is waited for ten seconds from then on, and loaded from anew after a
+/// minute. A load for which no dictation waits runs in the background, hurries as soon as one does,
+/// and gives way as soon as another folder is wanted.
 ///
 /// An actor: its coroutines run on `executor()`, and must be awaited from tasks that run there.
 class ParakeetRuntime {

@@ -38,7 +38,8 @@ protected:
     std::string failure()
     {
         const auto outcome = outcomeOf(
-            loop, loadParakeet({models, heldFolders, loop, a, WorkPriority::normal, [] {}}));
+            loop,
+            loadParakeet({models, heldFolders, loop, loop, a, WorkPriority::normal, [] {}, {}}));
         loop.runReady();
         EXPECT_TRUE(outcome->done());
         return outcome->error;

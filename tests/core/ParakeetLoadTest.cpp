@@ -1,3 +1,5 @@
+#include "Parakeet/ParakeetLoad.h"
+
 #include "ParakeetFixture.h"
 #include "fakes/HangingWorkers.h"
 
@@ -76,15 +78,17 @@ TEST_F(ParakeetLoadTest, aLoadThatGetsOnHoweverSlowlyIsWaitedFor)
     EXPECT_EQ(slow->value, "w20");
 }
 
-TEST_F(ParakeetLoadTest, aHangingFolderIsNotAskedAgainAndAgain)
+TEST_F(ParakeetLoadTest, aHangingFolderIsAskedAgainOnceAMinuteAndFourTimesAtMost)
 {
     models.hanging = {a};
-    for (int i = 0; i < 10; ++i) {
+    std::vector<std::size_t> attempts;
+    for (int i = 0; i < 10; ++i) { // one each 40 s
         const auto hung = transcribe(spoken(20), a);
         loop.advance(seconds(40));
         EXPECT_EQ(hung->error, unanswered);
+        attempts.push_back(models.loads.size() / 4);
     }
-    EXPECT_EQ(models.loads.size(), 4U);
+    EXPECT_EQ(attempts, (std::vector<std::size_t>{1, 1, 2, 2, 3, 3, 4, 4, 4, 4}));
     models.answer();
     loop.runReady();
     const auto outcome = transcribe(spoken(20), a);
@@ -94,14 +98,81 @@ TEST_F(ParakeetLoadTest, aHangingFolderIsNotAskedAgainAndAgain)
 
 TEST_F(ParakeetLoadTest, whatIsGivenUpMayStillComeForWhoeverAsksThen)
 {
-    models.scripts["Encoder.mlmodelc"].loadTakes = seconds(70); // without a sign until then
+    models.scripts["Encoder.mlmodelc"].loadTakes = seconds(45); // without a sign until then
     const auto first = transcribe(spoken(20), a);
     loop.advance(seconds(40));
     EXPECT_EQ(first->error, unanswered);
     const auto second = transcribe(spoken(20), a);
-    loop.advance(seconds(30));
+    loop.advance(seconds(5));
     EXPECT_EQ(second->value, "w20");
     EXPECT_EQ(models.loads.size(), 4U);
+}
+
+TEST_F(ParakeetLoadTest, aFolderKnownToHangFailsTheNextDictationWithinTenSeconds)
+{
+    models.hanging = {a};
+    const auto first = transcribe(spoken(20), a);
+    loop.advance(seconds(35));
+    EXPECT_EQ(first->error, unanswered);
+    const auto second = transcribe(spoken(20), a);
+    loop.advance(seconds(9));
+    EXPECT_FALSE(second->done()) << "it may only be asleep";
+    loop.advance(seconds(1));
+    EXPECT_EQ(second->error, unanswered);
+}
+
+TEST_F(ParakeetLoadTest, aDiskThatAnswersAgainIsLoadedFromThoughTheFirstAttemptHangsForGood)
+{
+    models.hanging = {a};
+    const auto first = transcribe(spoken(20), a);
+    loop.advance(seconds(55));
+    EXPECT_EQ(first->error, unanswered);
+    models.hanging.clear();
+    const auto tooSoon = transcribe(spoken(20), a);
+    loop.advance(seconds(10));
+    EXPECT_EQ(tooSoon->error, unanswered);
+    const auto second = transcribe(spoken(20), a);
+    loop.advance(seconds(5));
+    EXPECT_EQ(second->value, "w20");
+}
+
+TEST_F(ParakeetLoadTest, whatAnOlderAttemptFailsWithDoesNotCount)
+{
+    models.hanging = {a};
+    const auto first = transcribe(spoken(20), a);
+    loop.advance(seconds(60));
+    models.hanging.clear();
+    const auto second = transcribe(spoken(20), a);
+    loop.advance(seconds(1));
+    models.answer();
+    loop.runReady();
+    EXPECT_FALSE(second->done());
+    loop.advance(seconds(4));
+    EXPECT_EQ(second->value, "w20");
+}
+
+TEST_F(ParakeetLoadTest, whatFailsFirstIsToldThoughTheVocabularyHangs)
+{
+    HangingWorkers slow(loop);
+    slow.hanging = true;
+    runtime = std::make_shared<ParakeetRuntime>(models, heldFolders, loop, slow);
+    models.scripts["JointDecisionv3.mlmodelc"].loadFailure = "The joint is damaged.";
+    // Each attempt leaves a thread that hangs; no more are begun than may hang.
+    for (const auto* error : {"The joint is damaged.", "The joint is damaged.",
+                              "The joint is damaged.", "The joint is damaged.", unanswered}) {
+        const auto outcome = transcribe(spoken(20), a);
+        loop.advance(seconds(35));
+        EXPECT_EQ(outcome->error, error);
+        EXPECT_EQ(models.alive(), 0U) << "what arrived is let go";
+    }
+    EXPECT_EQ(slow.hung.size(), ParakeetLoad::mostAttempts);
+    slow.hanging = false;
+    slow.answer();
+    loop.runReady();
+    models.scripts["JointDecisionv3.mlmodelc"].loadFailure.clear();
+    const auto outcome = transcribe(spoken(20), a);
+    loop.advance(seconds(5));
+    EXPECT_EQ(outcome->value, "w20");
 }
 
 TEST_F(ParakeetLoadTest, warmedAheadItLoadsInTheBackgroundUntilADictationWaits)

@@ -95,7 +95,7 @@ TEST_F(TinySpeechTest, everyUtteranceGivesItsTokens)
     std::shared_ptr<ParakeetLoaded> loaded;
     spawn(loop, [](ParakeetSource source, std::shared_ptr<ParakeetLoaded>& into) -> Task<void> {
         into = co_await loadParakeet(std::move(source));
-    }({loadedAtOnce, folders, loop, tinyModel(), WorkPriority::normal, [] {}}, loaded));
+    }({loadedAtOnce, folders, loop, loop, tinyModel(), WorkPriority::normal, [] {}, {}}, loaded));
     loop.runReady();
     const auto utterances = spokenUtterances();
     ASSERT_EQ(utterances.size(), 22U);
