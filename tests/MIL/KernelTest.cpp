@@ -405,6 +405,17 @@ INSTANTIATE_TEST_SUITE_P(Forms, DotTest,
                                          SumVectors::narrow),
                          nameOf);
 
+TEST(DotVectorsTest, onlyAProcessorThatSplitsTheWidestVectorsGetsNarrowOnes)
+{
+    EXPECT_EQ(fittingVectors({.isFamily19h = true, .hasWidestVectors = true}), SumVectors::narrow)
+        << "Zen 4";
+    EXPECT_EQ(fittingVectors({.isFamily19h = true, .hasWidestVectors = false}), SumVectors::widest)
+        << "Zen 3, whose widest are no wider";
+    EXPECT_EQ(fittingVectors({.isFamily19h = false, .hasWidestVectors = true}), SumVectors::widest)
+        << "Zen 5, Sapphire Rapids";
+    EXPECT_EQ(fittingVectors({}), SumVectors::widest);
+}
+
 TEST(DotVectorsTest, theNarrowFormHas256BitsAtMostAndTheFittingOneIsOneOfBoth)
 {
     const std::int64_t widest = dotKernels(SumVectors::widest).bits;

@@ -41,6 +41,16 @@ TEST_P(SimulationSeeds, areTheSameEveryTimeUnlessTheFirstIsGivenFromOutside)
     EXPECT_EQ(simulationSeeds(1, 3), (Seeds{4000000000, 4000000001, 4000000002}));
 }
 
+TEST_P(SimulationSeeds, aSeedThatIsNoNumberEndsTheRunWithOneLine)
+{
+    for (const char* text : {"", "seven", "7x", " 7", "-7", "18446744073709551616"}) {
+        ::setenv("VORLIN_SEED", text, 1);
+        EXPECT_EXIT(simulationSeeds(1, 3), testing::ExitedWithCode(1),
+                    "^VORLIN_SEED is \"" + std::string(text) +
+                        "\", and no number from 0 to 18446744073709551615\\.\n$");
+    }
+}
+
 TEST_P(SimulationSeeds, aFailureSaysHowToRunItsSeedAlone)
 {
     EXPECT_EQ(replay(17), "replay: VORLIN_SEED=17 core_tests --gtest_filter=Two/SimulationSeeds."

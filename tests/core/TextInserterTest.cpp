@@ -330,6 +330,20 @@ TEST_F(TextInserterTest, aFocusThatMovesToTheSelectionDuringTheWaitGetsTheTextTh
     EXPECT_EQ(pasteboard.string(selection), "selected");
 }
 
+TEST_F(TextInserterTest, aFocusThatMovesWhileTheTextBeforeIsUnreadDecidesOnTheNextOnesChord)
+{
+    programReadsAfter(300ms);
+    insert("one");
+    insert("two");
+    ASSERT_EQ(keys.posted.size(), 2U) << "the second waits for the reader of the first";
+    focus.chord = {keyCodes::v, maskControl | maskShift, PasteSource::clipboard};
+    loop.advance(400ms);
+    ASSERT_EQ(keys.posted.size(), 4U);
+    EXPECT_EQ(keys.posted[2], (PostedKey{keyCodes::v, true, maskControl | maskShift}));
+    loop.advance(1s);
+    EXPECT_EQ(pasted, (std::vector<std::string>{"one", "two"}));
+}
+
 TEST_F(TextInserterTest, contentsReadAheadThatWereNotUsedAreLetGo)
 {
     const PasteChord toSelection{keyCodes::insert, maskShift, PasteSource::primarySelection};

@@ -16,6 +16,9 @@ def pytest_addoption(parser):
     parser.addoption("--hanging-disk", type=pathlib.Path,
                      default=ROOT / "build" / "release" / "tests/desktop/libhanging_disk.so",
                      help="what makes a disk hang for the program it is preloaded into")
+    parser.addoption("--forgetful-engine", type=pathlib.Path,
+                     default=ROOT / "build" / "release" / "tests/desktop/libforgetful_engine.so",
+                     help="what makes the engine answer nonsense that it is preloaded into")
     parser.addoption("--switching", type=pathlib.Path,
                      default=ROOT / "build" / "release" / "src/App/Linux/switching_program",
                      help="the program with a hand on its engine catalog")

@@ -1,5 +1,7 @@
 """Escape and the dictation key itself: what is swallowed, what reaches programs."""
 
+import json
+
 from editors import GTKEditor, QtEditor, Terminal
 from program import assert_arrived, hotkey_setting
 from waiting import stays, wait_until
@@ -42,6 +44,28 @@ def test_a_function_key_as_dictation_key_is_swallowed_with_its_repeats(desktop, 
     assert "\x1b" not in terminal.text(), "the terminal saw no F8"
     desktop.keyboard.tap("F5")
     wait_until(lambda: terminal.text().endswith("\x1b[15~"), "F5 in the terminal")
+
+
+def test_a_dictation_key_edited_in_the_settings_file_takes_effect_at_once(desktop, launch):
+    program = launch(settings={"sounds": False})
+
+    def records_while_held(key):
+        with desktop.keyboard.held(key):
+            return not stays(lambda: not program.is_recording(), 3)
+
+    with desktop.keyboard.held("Alt_R"):
+        program.await_recording()
+    program.await_silence()
+    edited = program.settings_file.with_suffix(".edited")
+    edited.write_text(json.dumps({"sounds": False, "hotkey.v2": hotkey_setting(100)}))  # F8
+    edited.rename(program.settings_file)
+    wait_until(lambda: records_while_held("F8"), "the new key to be listened to", 60)
+    program.await_silence()
+    assert not records_while_held("Alt_R"), "the old key is a key as any other"
+    terminal = Terminal(desktop)
+    program.dictate(SENTENCE, key="F8")
+    assert_arrived(SENTENCE, terminal.await_text())
+    assert "\x1b" not in terminal.text(), "the terminal saw no F8"
 
 
 def test_option_space_as_dictation_key_types_no_space(desktop, launch):

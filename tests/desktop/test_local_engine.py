@@ -7,7 +7,7 @@ import signal
 from editors import GTKEditor, Terminal
 from local_model import LocalModel, engine_processes
 from overlay import Overlay
-from program import assert_arrived, wrong_words
+from program import Program, assert_arrived, wrong_words
 from waiting import stays, wait_until
 
 SENTENCE = "the committee decided to postpone the meeting until next month"
@@ -168,6 +168,36 @@ def test_a_killed_engine_costs_its_utterance_only(desktop, launch):
     dictate(desktop, program, model.recording([third], "third"))
     assert next_text(terminal, first) == third["text"]
     assert engine not in engine_processes(program)
+
+
+def test_an_engine_that_answers_nonsense_costs_its_utterance_only(desktop, request, artefacts):
+    binary = request.config.getoption("--program")
+    folder = desktop.folder / "bin"
+    folder.mkdir()
+    honest = folder / "honest"
+    engine = folder / "vorlin-engine"
+    engine.write_text(
+        f"#!/bin/sh\nreal={binary.parent}/vorlin-engine\n[ -e {honest} ] && exec $real\n"
+        f"exec env LD_PRELOAD={request.config.getoption('--forgetful-engine')} $real\n")
+    engine.chmod(0o755)
+    shutil.copy(binary, folder)
+    model = LocalModel(desktop)
+    program = Program(desktop, folder / "vorlin", settings=model.settings())
+    terminal = Terminal(desktop)
+    overlay = Overlay(desktop)
+    first, second = model.utterances[0], model.utterances[4]
+
+    dictate(desktop, program, model.recording([first], "first"))
+    program.await_silence()
+    overlay.await_shown()
+    assert stays(lambda: terminal.text() == "", 2)
+    overlay.picture("nonsense")
+
+    honest.touch()
+    dictate(desktop, program, model.recording([second], "second"))
+    assert terminal.await_text(60) == second["text"]
+    assert program.quit() == 0
+    assert "nonsense" not in (artefacts / "vorlin.log").read_text()
 
 
 def test_an_engine_killed_while_somebody_speaks_costs_nothing(desktop, launch):

@@ -130,22 +130,27 @@ HWY_EXPORT(targetName);
 
 namespace {
 
-/// AMD's family 19h with 512-bit vectors is Zen 4. Its units are 256 bits wide.
-bool splitsWidestVectors()
+ProcessorTraits thisProcessor()
 {
 #if HWY_ARCH_X86
-    return __builtin_cpu_is("amdfam19h") != 0 && __builtin_cpu_supports("avx512f") != 0;
+    return {__builtin_cpu_is("amdfam19h") != 0, __builtin_cpu_supports("avx512f") != 0};
 #else
-    return false;
+    return {};
 #endif
 }
 
 } // namespace
 
+SumVectors fittingVectors(const ProcessorTraits& processor)
+{
+    // In family 19h only Zen 4 has them, and its units are 256 bits wide.
+    const bool splitsWidest = processor.isFamily19h && processor.hasWidestVectors;
+    return splitsWidest ? SumVectors::narrow : SumVectors::widest;
+}
+
 const DotKernels& dotKernels(SumVectors wanted)
 {
-    static const SumVectors fitting =
-        splitsWidestVectors() ? SumVectors::narrow : SumVectors::widest;
+    static const SumVectors fitting = fittingVectors(thisProcessor());
     return *HWY_DYNAMIC_DISPATCH(kernelsIn)(wanted == SumVectors::fitting ? fitting : wanted);
 }
 

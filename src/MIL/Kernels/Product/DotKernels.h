@@ -23,6 +23,18 @@ struct DotKernels {
                          float* sums, std::int64_t sumStride);
 };
 
+/// What a processor says of itself that decides on its sums.
+struct ProcessorTraits {
+    /// AMD's family 19h: Zen 3, and Zen 4.
+    bool isFamily19h = false;
+    /// It computes vectors of 512 bits.
+    bool hasWidestVectors = false;
+};
+
+/// The vectors that fit such a processor, never `fitting`: narrow ones where the widest are
+/// computed in two halves.
+SumVectors fittingVectors(const ProcessorTraits& processor);
+
 /// Those of this processor.
 const DotKernels& dotKernels(SumVectors wanted);
 

@@ -416,6 +416,14 @@ TEST_F(XDGFoldersTest, readsAFilesBytes)
     EXPECT_EQ(read(model / "large", 3'000'000).size(), 3'000'000U);
 }
 
+TEST_F(XDGFoldersTest, tellsOfEveryQuarterOfAMegabyteThatItHasRead)
+{
+    write(model / "large", std::string(3'000'000, 'x'));
+    int told = 0;
+    folders.read(model / "large", 3'000'000, [&told] { ++told; });
+    EXPECT_GE(told, 3'000'000 / (256 << 10));
+}
+
 TEST_F(XDGFoldersTest, readsAFileThatDoesNotTellItsSize)
 {
     EXPECT_GT(read("/proc/self/status", 100'000).size(), 100U);
