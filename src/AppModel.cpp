@@ -180,14 +180,17 @@ void AppModel::setHotkey(const Hotkey& chosen)
 {
     changeHotkey(chosen);
     preferences.setHotkey(chosen);
-    if (!recording.get()) {
+    if (!recording.get() && !monitor.isRunning()) {
         monitor.start(chosen);
     }
 }
 
 void AppModel::changeHotkey(const Hotkey& chosen)
 {
-    const bool lost = monitor.isHeld() && chosen != hotkey.get(); // its release will not be seen
+    if (chosen == hotkey.get()) {
+        return; // one that is held stays held
+    }
+    const bool lost = monitor.isHeld(); // its release will not be seen
     hotkey.set(chosen);
     if (monitor.isRunning()) {
         monitor.start(chosen);

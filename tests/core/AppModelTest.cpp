@@ -276,7 +276,9 @@ TEST_F(AppModelTest, aNewHotkeyIsStoredAndWorksAtOnce)
 {
     start();
     const Hotkey f5{96, 0, false};
+    const int starts = desktop.tap.starts;
     model->setHotkey(f5);
+    EXPECT_EQ(desktop.tap.starts, starts + 1);
     EXPECT_EQ(desktop.tap.interest.hotkey, f5);
     press();
     EXPECT_EQ(phase(), Phase::idle);
@@ -317,6 +319,19 @@ TEST_F(AppModelTest, aHotkeyThatChangesWhileItIsHeldEndsTheDictationAsItsRelease
     model->setHotkey({49, 0x80000, false});
     desktop.loop.runReady();
     EXPECT_EQ(phase(), Phase::idle) << "also when the program itself changes it";
+}
+
+TEST_F(AppModelTest, theHotkeyThatIsHeldSetOnceMoreStillEndsTheDictationByItsRelease)
+{
+    start();
+    press();
+    model->setHotkey(model->hotkey.get());
+    desktop.loop.runReady();
+    ASSERT_EQ(phase(), Phase::listening);
+    release();
+    desktop.loop.runReady();
+    EXPECT_EQ(phase(), Phase::idle);
+    EXPECT_EQ(pastes(), 1U);
 }
 
 TEST_F(AppModelTest, anEditOfAnotherSettingWhileTheKeyIsHeldEndsNothing)
