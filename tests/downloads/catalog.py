@@ -78,8 +78,13 @@ class Catalog:
     def folder(self, engine=ULTRA):
         """The files of a model in place; nothing when it is not there."""
         top = self.models / engine
-        return {str(path.relative_to(top)): path.read_bytes()
-                for path in top.rglob("*") if path.is_file()} if top.is_dir() else None
+        while top.is_dir():
+            try:
+                return {str(path.relative_to(top)): path.read_bytes()
+                        for path in top.rglob("*") if path.is_file()}
+            except FileNotFoundError:
+                pass  # it is being removed
+        return None
 
     def partial(self):
         """The working folders that are there."""
