@@ -5,7 +5,8 @@ namespace vorlin {
 LinuxOverlay::LinuxOverlay(X11OverlayPanel& panel, DesktopAppearance& look, const HUDModel& model)
     : panel(panel), look(look), scene(model)
 {
-    look.onChanged = [this] { followAppearance(); };
+    lookChanges =
+        QObject::connect(&look, &DesktopAppearance::changed, [this] { followAppearance(); });
     followAppearance();
     scene.draw(QSize(430, 76), 1);
     scene.onChanged = [this] { this->panel.contentChanged(); };
@@ -20,7 +21,7 @@ LinuxOverlay::LinuxOverlay(X11OverlayPanel& panel, DesktopAppearance& look, cons
 LinuxOverlay::~LinuxOverlay()
 {
     panel.setContent({});
-    look.onChanged = {};
+    QObject::disconnect(lookChanges);
 }
 
 void LinuxOverlay::followAppearance()

@@ -23,6 +23,7 @@ private:
 
     X11OverlayPanel& panel;
     DesktopAppearance& look;
+    QMetaObject::Connection lookChanges;
     OverlayScene scene;
     Announcer announcer;
     Subscription announcements;

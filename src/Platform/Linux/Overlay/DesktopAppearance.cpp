@@ -128,9 +128,7 @@ void DesktopAppearance::takePortal(const QString& group, const QString& key, con
     } else {
         return;
     }
-    if (onChanged) {
-        onChanged();
-    }
+    Q_EMIT changed();
 }
 
 } // namespace vorlin

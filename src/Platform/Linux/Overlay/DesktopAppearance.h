@@ -7,7 +7,6 @@
 #include <QString>
 #include <QVariantMap>
 
-#include <functional>
 #include <optional>
 
 namespace vorlin {
@@ -24,8 +23,9 @@ public:
     bool isDark() const;
     bool hasReducedMotion() const;
 
-    /// Called when an answer may have changed.
-    std::function<void()> onChanged;
+Q_SIGNALS:
+    /// An answer may have changed.
+    void changed();
 
 private Q_SLOTS:
     void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
