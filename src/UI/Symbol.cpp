@@ -28,8 +28,10 @@ void Symbol::paint(QPainter* painter)
     image.fill(Qt::transparent);
     QPainter mask(&image);
     drawing.render(&mask);
-    mask.setCompositionMode(QPainter::CompositionMode_SourceIn);
-    mask.fillRect(image.rect(), color);
+    if (tinted) {
+        mask.setCompositionMode(QPainter::CompositionMode_SourceIn);
+        mask.fillRect(image.rect(), color);
+    }
     mask.end();
     image.setDevicePixelRatio(ratio);
     painter->drawImage(QPointF(), image);

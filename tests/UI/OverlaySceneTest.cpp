@@ -1,3 +1,4 @@
+#include "UI/Pictures.h"
 #include "UI/SceneFixture.h"
 
 #include "UI/Glass.h"

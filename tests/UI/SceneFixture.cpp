@@ -1,6 +1,5 @@
 #include "UI/SceneFixture.h"
 
-#include <QDir>
 #include <QPainter>
 
 #include <array>
@@ -80,15 +79,6 @@ QImage SceneFixture::over(const QImage& picture, const QColor& background)
     plain.setDevicePixelRatio(1);
     painter.drawImage(0, 0, plain);
     return result;
-}
-
-void SceneFixture::keep(const QImage& picture, const std::string& name)
-{
-    const QString folder = QStringLiteral(ARTEFACTS);
-    QDir().mkpath(folder);
-    QImage plain = picture;
-    plain.setDevicePixelRatio(1);
-    plain.save(folder + '/' + QString::fromStdString(name) + ".png");
 }
 
 namespace {

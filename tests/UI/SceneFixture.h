@@ -49,9 +49,6 @@ protected:
 
     /// What a person sees: the panel over one colour.
     static QImage over(const QImage& picture, const QColor& background);
-
-    /// Keeps a picture for people to look at.
-    static void keep(const QImage& picture, const std::string& name);
 };
 
 /// Where the capsule is in a picture: its pixels that are more than half there.

@@ -36,8 +36,8 @@ KEPT = {
     "hideToken": PUBLIC,
     "hudSizes": PUBLIC,
     "plainWording": ELSEWHERE,
-    "setWindow": "where the views come in",
-    "settingsTabs": "what a view binds",
+    "bridge": OBSERVED,
+    "quickWindow": OBSERVED,
     "holdsModel": OBSERVED,
 }
 

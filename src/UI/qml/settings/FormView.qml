@@ -1,0 +1,94 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import QtQuick.Templates as T
+import Vorlin
+
+// A grouped form that scrolls where it is longer than its room.
+Flickable {
+    id: view
+
+    required property FormBridge form
+    property real gap: 24
+    readonly property real most: Math.max(0, contentHeight - height)
+
+    function scrollTo(y: real) {
+        contentY = Math.max(0, Math.min(most, y));
+    }
+    // Brings what has the focus into view.
+    function reveal(item: Item) {
+        for (let each = item; each; each = each.parent) {
+            if (each === contentItem) {
+                const top = item.mapToItem(contentItem, 0, 0).y;
+                if (top - 16 < contentY) {
+                    scrollTo(top - 16);
+                } else if (top + item.height + 16 > contentY + height) {
+                    scrollTo(top + item.height + 16 - height);
+                }
+                return;
+            }
+        }
+    }
+
+    clip: true
+    // The pointer is there for the controls; the wheel scrolls.
+    interactive: false
+    contentHeight: sections.height + 2 * 20
+    onMostChanged: scrollTo(contentY)
+    Keys.onPressed: event => {
+        const page = event.key === Qt.Key_PageDown ? 1 : event.key === Qt.Key_PageUp ? -1 : 0;
+        event.accepted = page !== 0;
+        scrollTo(contentY + page * 0.8 * height);
+    }
+
+    WheelHandler {
+        acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
+        onWheel: event => view.scrollTo(view.contentY
+                                        - (event.pixelDelta.y || event.angleDelta.y / 2))
+    }
+    Connections {
+        function onActiveFocusItemChanged() {
+            view.reveal(view.Window.activeFocusItem);
+        }
+
+        target: view.Window.window
+    }
+
+    Column {
+        id: sections
+
+        x: view.gap
+        y: 20
+        width: view.width - 2 * view.gap
+        spacing: 20
+
+        Repeater {
+            model: view.form.sections
+
+            SectionView {
+                required property FormSectionBridge modelData
+
+                width: sections.width
+                section: modelData
+            }
+        }
+    }
+
+    T.ScrollBar.vertical: T.ScrollBar {
+        id: bar
+
+        parent: view
+        anchors.top: parent.top
+        anchors.bottom: parent.bottom
+        anchors.right: parent.right
+        padding: 3
+        implicitWidth: 12
+        focusPolicy: Qt.NoFocus
+        visible: size < 1
+        Accessible.ignored: true
+
+        contentItem: Rectangle {
+            radius: 3
+            color: bar.pressed || bar.hovered ? Theme.secondary : Theme.track
+        }
+    }
+}
