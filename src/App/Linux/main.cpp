@@ -1,5 +1,6 @@
 #include "App/Linux/LinuxOverlay.h"
 #include "App/Linux/LinuxServices.h"
+#include "App/Linux/LinuxSettings.h"
 #include "App/Linux/X11Desktop.h"
 #include "Platform/Linux/Desktop/DBusApplication.h"
 #include "Platform/Linux/Desktop/QuitDeadline.h"
@@ -85,6 +86,8 @@ int main(int /*argc*/, char* argv[])
     VorlinApp app(desktop.ports(), [&application] { application.quit(); });
     AppModel& model = app.model();
     openSettings = [&app] { app.settings.open(); };
+    const LinuxSettings settings(app.settings, model, desktop.ports(), services.appearance,
+                                 [&application] { application.quit(); });
     std::optional<LinuxOverlay> overlay;
     // The keys work first; the view is ready soon after.
     QTimer::singleShot(

@@ -1,0 +1,110 @@
+"""The settings window of the unchanged program."""
+
+import pytest
+from gi.repository import GLib
+
+from overlay import Portal
+from program import Program
+from settings_window import SIZE, Reader, SettingsWindow
+from virtual_desktop import VirtualDesktop
+from waiting import wait_until
+
+TABS = ("General", "Models", "Popup", "Permissions", "About")
+
+
+@pytest.fixture(name="start")
+def _start(artefacts, request):
+    """Starts the program in a desktop with these options; returns both and the window."""
+    desktops = []
+
+    def start(settings=None, **options):
+        desktop = VirtualDesktop(artefacts=artefacts, **options).__enter__()
+        desktops.append(desktop)
+        program = Program(desktop, request.config.getoption("--program"), settings=settings or {})
+        return desktop, program, SettingsWindow(desktop, program)
+
+    yield start
+    for desktop in desktops:
+        desktop.screenshot("end")
+        desktop.close()
+
+
+def test_a_second_start_opens_the_settings_of_the_first_in_front(start, request):
+    desktop, program, window = start()
+    assert window.window() is None
+    second = desktop.spawn([request.config.getoption("--program")], log="second")
+    assert second.wait(30) == 0
+    wait_until(window.is_painted, "the settings window")
+    assert window.size() == SIZE
+    wait_until(lambda: _active(desktop) == window.window().id, "the window to be active")
+    assert program.process.poll() is None
+
+
+def _active(desktop):
+    atom = desktop.x.intern_atom("_NET_ACTIVE_WINDOW")
+    value = desktop.x.screen().root.get_full_property(atom, 0)
+    return value.value[0] if value else None
+
+
+def test_it_opens_and_closes_again_and_again(start):
+    _, program, window = start()
+    for _ in range(3):
+        window.open()
+        window.close()
+    assert program.answers()
+
+
+def test_control_q_in_it_ends_the_program(start):
+    desktop, program, window = start()
+    window.open()
+    with desktop.keyboard.held("Control_L"):
+        desktop.keyboard.tap("q")
+    assert program.process.wait(30) == 0
+
+
+def test_a_screen_reader_finds_a_name_and_a_role_for_every_control(start):
+    desktop, _, window = start(accessible=True,
+                               variables={"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"})
+    window.open()
+    reader = Reader(desktop)
+    wait_until(reader.window, "the window among the accessibles")
+    for tab in TABS:
+        reader.press(wait_until(lambda tab=tab: reader.find(tab), f"the tab {tab}"))
+        wait_until(lambda tab=tab: reader.find(_EACH[tab]), f"the page {tab}")
+        operable = 0
+        for item, role, name in reader.walk(reader.window()):
+            assert role not in ("", "unknown", "invalid"), (tab, role, name)
+            if role not in ("filler", "frame", "panel"):
+                assert name, (tab, role)
+            if reader.is_operable(item):
+                operable += 1
+                assert name and role not in ("filler", "panel", "label"), (tab, role, name)
+        assert operable >= len(TABS)
+        desktop.screenshot(tab)
+
+
+# What only the tab of this name shows.
+_EACH = {"General": "Play sounds", "Models": "Add model…", "Popup": "Preview",
+         "Permissions": "Microphone", "About": "Vorlin"}
+
+
+@pytest.mark.parametrize("percent", (100, 150, 200))
+def test_it_is_as_large_as_the_desktop_scales_it(start, percent):
+    desktop, _, window = start(variables={"QT_SCALE_FACTOR": str(percent / 100)})
+    window.open()
+    assert window.size() == (SIZE[0] * percent // 100, SIZE[1] * percent // 100)
+    desktop.screenshot(f"scale-{percent}")
+
+
+def test_it_follows_the_desktop_from_light_to_dark(start):
+    desktop, _, window = start()
+    portal = Portal(desktop, dark=False)
+    window.open()
+    wait_until(lambda: portal.serve() and _brightness(window) > 200, "a light window")
+    portal.change(Portal.APPEARANCE, GLib.Variant("u", 1))
+    wait_until(lambda: portal.serve() and _brightness(window) < 80, "a dark window")
+
+
+def _brightness(window):
+    image = window.window().get_image(4, SIZE[1] - 8, 1, 1, 2, 0xffffffff)
+    return sum(image.data[:3]) / 3
