@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""Prints what the settings window costs in a virtual desktop: the time from the wish to see it (a
-second start of the program, and in the running program alone) to its first picture, and the memory
-that stays when it is closed."""
+"""Prints what the settings window costs in a virtual desktop: the time from the wish to see it
+(what a second start of the program says over the bus) to its first picture, and the memory that
+stays when it is closed."""
 
 import argparse
 import pathlib

@@ -15,7 +15,7 @@ SIZE = (560, 470)
 
 ACCESSIBLE = "org.a11y.atspi.Accessible"
 PROPERTIES = "org.freedesktop.DBus.Properties"
-STATE_FOCUSABLE, STATE_SHOWING = 11, 25
+STATE_FOCUSABLE, STATE_VISIBLE = 11, 30
 
 
 class SettingsWindow:
@@ -109,8 +109,8 @@ class Reader:
         return None
 
     def walk(self, item):
-        """Everything at and below an item that is shown, with its role and name."""
-        if not self.states(item) >> STATE_SHOWING & 1:
+        """Everything at and below an item that is in sight, with its role and name."""
+        if not self.states(item) >> STATE_VISIBLE & 1:
             return
         yield item, self.role(item), self.name(item)
         for child in self.children(item):

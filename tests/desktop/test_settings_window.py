@@ -76,15 +76,16 @@ def test_a_screen_reader_finds_a_name_and_a_role_for_every_control(start):
             assert role not in ("", "unknown", "invalid"), (tab, role, name)
             if role not in ("filler", "frame", "panel"):
                 assert name, (tab, role)
-            if reader.is_operable(item):
+            # Qt says of texts, too, that they can have the focus.
+            if reader.is_operable(item) and role != "label":
                 operable += 1
-                assert name and role not in ("filler", "panel", "label"), (tab, role, name)
+                assert name and role not in ("filler", "panel"), (tab, role, name)
         assert operable >= len(TABS)
         desktop.screenshot(tab)
 
 
 # What only the tab of this name shows.
-_EACH = {"General": "Play sounds", "Models": "Add model…", "Popup": "Preview",
+_EACH = {"General": "Play sounds", "Models": "Add model…", "Popup": "Distance from edge",
          "Permissions": "Microphone", "About": "Vorlin"}
 
 

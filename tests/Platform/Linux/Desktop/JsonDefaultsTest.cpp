@@ -1,6 +1,7 @@
 #include "Platform/Linux/Desktop/JsonDefaults.h"
 
 #include "Async/TimerQueue.h"
+#include "Platform/Linux/Desktop/SettingsFile.h"
 #include "Platform/RunUntil.h"
 #include "Platform/Shared/QtMainLoop.h"
 #include "Platform/Shared/ThreadPool.h"
@@ -13,6 +14,7 @@
 #include <algorithm>
 #include <atomic>
 #include <deque>
+#include <fstream>
 #include <thread>
 
 namespace vorlin {
