@@ -19,16 +19,19 @@ class Program:
     """Vorlin, started as a person's session starts it.
 
     `binary` is the built program; `settings` a dict that becomes its settings file, `damaged`
-    text that does so as it stands.
+    text that does so as it stands. Without either the person has started it before and changed
+    nothing, unless this is the `very_first_start`, which opens the settings.
     """
 
-    def __init__(self, desktop, binary, settings=None, damaged=None):
+    def __init__(self, desktop, binary, settings=None, damaged=None, very_first_start=False):
         self.desktop = desktop
         self.binary = binary
         self.settings_file = desktop.config_folder / "Vorlin" / "settings.json"
-        if settings is not None or damaged is not None:
+        if settings is not None or damaged is not None or not (
+                very_first_start or self.settings_file.exists()):
             self.settings_file.parent.mkdir(parents=True, exist_ok=True)
-            self.settings_file.write_text(json.dumps(settings) if damaged is None else damaged)
+            self.settings_file.write_text(
+                json.dumps(settings or {}) if damaged is None else damaged)
         self.process = None
         self.bus = Gio.DBusConnection.new_for_address_sync(
             desktop.environment["DBUS_SESSION_BUS_ADDRESS"],

@@ -17,10 +17,11 @@ def _start(artefacts, request):
     """Starts the program in a desktop with these options; returns both and the window."""
     desktops = []
 
-    def start(settings=None, **options):
+    def start(very_first_start=False, **options):
         desktop = VirtualDesktop(artefacts=artefacts, **options).__enter__()
         desktops.append(desktop)
-        program = Program(desktop, request.config.getoption("--program"), settings=settings or {})
+        program = Program(desktop, request.config.getoption("--program"),
+                          very_first_start=very_first_start)
         return desktop, program, SettingsWindow(desktop, program)
 
     yield start
@@ -38,6 +39,19 @@ def test_a_second_start_opens_the_settings_of_the_first_in_front(start, request)
     assert window.size() == SIZE
     wait_until(lambda: _active(desktop) == window.window().id, "the window to be active")
     assert program.process.poll() is None
+
+
+def test_only_the_very_first_start_opens_the_settings_by_itself(start):
+    desktop, program, window = start(very_first_start=True)
+    wait_until(window.is_painted, "the settings window of the first start")
+    assert program.settings_file.exists()
+    program.process.terminate()
+    assert program.process.wait(30) == 0
+    program.start()
+    with desktop.keyboard.held("Alt_R"):
+        program.await_recording()  # by then the microphone has answered, which the opening awaits
+    program.await_silence()
+    assert window.window() is None
 
 
 def _active(desktop):
