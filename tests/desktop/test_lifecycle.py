@@ -6,6 +6,7 @@ import subprocess
 
 from editors import GTKEditor
 from program import assert_arrived
+from settings_window import SettingsWindow
 from virtual_desktop import VirtualDesktop
 from waiting import stays, wait_until
 
@@ -52,6 +53,9 @@ def test_a_second_start_tells_the_first_and_ends(desktop, launch):
     editor = GTKEditor(desktop)
     second = desktop.spawn([program.binary], log="second")
     assert second.wait(timeout=30) == 0
+    settings = SettingsWindow(desktop, program)
+    wait_until(settings.is_painted, "the settings, which a second start opens")
+    settings.close()
     program.dictate(SENTENCE)
     assert_arrived(SENTENCE, editor.await_text())
 
