@@ -1,14 +1,10 @@
 #include "Platform/Linux/Keys/X11KeyMonitor.h"
 
-#include "Platform/Linux/Keys/MonitorImitation.h"
-#include "Platform/Linux/Keys/PrivateDisplay.h"
-#include "Platform/Linux/Keys/TestClient.h"
+#include "Platform/Linux/Keys/KeyboardFixture.h"
 #include "simulation/SimulatedLoop.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <QProcess>
+#include <gmock/gmock.h>
 
 #include <memory>
 #include <string>
@@ -25,19 +21,9 @@ using testing::IsEmpty;
 constexpr unsigned alt = XCB_MOD_MASK_1;
 constexpr Hotkey f8{100, 0, false};
 
-/// A display, a window with the focus, somebody who types, and the monitor.
-class X11KeyMonitorTest : public testing::Test {
+class X11KeyMonitorTest : public KeyboardFixture {
 protected:
     using Told = MonitorImitation::Told;
-
-    static Told keyDown(std::int64_t code, std::uint64_t flags = 0)
-    {
-        return {KeyEventType::keyDown, code, flags};
-    }
-    static Told flagsChanged(std::int64_t code, std::uint64_t flags)
-    {
-        return {KeyEventType::flagsChanged, code, flags};
-    }
 
     std::optional<std::string> start()
     {
@@ -49,36 +35,8 @@ protected:
             [this] { ++ends; });
     }
 
-    void settle()
-    {
-        for (int round = 0; round < 4; ++round) {
-            typist.sync();
-            keyboard.server().sync();
-            serveLoop();
-        }
-    }
-    void press(HardwareKey key)
-    {
-        typist.press(key);
-        settle();
-    }
-    void release(HardwareKey key)
-    {
-        typist.release(key);
-        settle();
-    }
-    void tap(HardwareKey key)
-    {
-        press(key);
-        release(key);
-    }
-
-    PrivateDisplay display;
-    X11Keyboard keyboard;
     SimulatedLoop loop;
     X11KeyMonitor monitor{keyboard, loop};
-    TestWindow window;
-    TestClient typist;
     std::vector<Told> told;
     std::function<void()> onKey = [] {};
     int ends = 0;

@@ -79,6 +79,20 @@ protected:
         }
         return nullptr;
     }
+
+    /// Whether the item, once shown, gets its place.
+    bool standsInTheTray()
+    {
+        item.show(content());
+        return comesToBeShown() && runUntil([] { return place().width() > 1; });
+    }
+
+    /// Whether a click of the right button brings up the menu.
+    static bool menuOpens()
+    {
+        clickAt(place().center(), 3);
+        return runUntil([] { return menu() != nullptr && menu()->isExposed(); });
+    }
 };
 
 TEST_F(X11TrayTest, theTrayShowsTheSymbolOnItsOwnBackgroundAndItsChange)
@@ -122,9 +136,7 @@ TEST_F(X11TrayTest, aTrayThatComesLaterOrAgainGetsTheIcon)
 TEST_F(X11TrayTest, aLeftClickActivates)
 {
     auto tray = startTray();
-    item.show(content());
-    ASSERT_TRUE(comesToBeShown());
-    ASSERT_TRUE(runUntil([&] { return place().width() > 1; }));
+    ASSERT_TRUE(standsInTheTray());
     clickAt(place().center(), 1);
     EXPECT_TRUE(runUntil([&] { return activations == 1; }));
     EXPECT_EQ(menu(), nullptr);
@@ -134,17 +146,13 @@ TEST_F(X11TrayTest, aLeftClickActivates)
 TEST_F(X11TrayTest, theMenuIsOperatedByKeyboard)
 {
     auto tray = startTray();
-    item.show(content());
-    ASSERT_TRUE(comesToBeShown());
-    ASSERT_TRUE(runUntil([&] { return place().width() > 1; }));
-    clickAt(place().center(), 3);
-    ASSERT_TRUE(runUntil([&] { return menu() != nullptr && menu()->isExposed(); }));
+    ASSERT_TRUE(standsInTheTray());
+    ASSERT_TRUE(menuOpens());
     output("xdotool", {"key", "Down", "Down", "Up", "Return"});
     ASSERT_TRUE(runUntil([&] { return !chosen.empty(); }));
     EXPECT_THAT(chosen, ElementsAre("settings"));
     EXPECT_EQ(menu(), nullptr);
-    clickAt(place().center(), 3);
-    ASSERT_TRUE(runUntil([&] { return menu() != nullptr && menu()->isExposed(); }));
+    ASSERT_TRUE(menuOpens());
     output("xdotool", {"key", "Escape"});
     EXPECT_TRUE(runUntil([&] { return menu() == nullptr; }));
     EXPECT_THAT(chosen, ElementsAre("settings"));
@@ -154,18 +162,14 @@ TEST_F(X11TrayTest, theMenuIsOperatedByKeyboard)
 TEST_F(X11TrayTest, theMenuIsOperatedByPointerAndClosedByAClickElsewhere)
 {
     auto tray = startTray();
-    item.show(content());
-    ASSERT_TRUE(comesToBeShown());
-    ASSERT_TRUE(runUntil([&] { return place().width() > 1; }));
-    clickAt(place().center(), 3);
-    ASSERT_TRUE(runUntil([&] { return menu() != nullptr && menu()->isExposed(); }));
+    ASSERT_TRUE(standsInTheTray());
+    ASSERT_TRUE(menuOpens());
     const auto frame = menu()->geometry();
     clickAt({frame.center().x(), frame.top() + 12}, 1); // a line to read
     clickAt({frame.center().x(), frame.bottom() - 12}, 1);
     ASSERT_TRUE(runUntil([&] { return !chosen.empty(); }));
     EXPECT_THAT(chosen, ElementsAre("quit"));
-    clickAt(place().center(), 3);
-    ASSERT_TRUE(runUntil([&] { return menu() != nullptr && menu()->isExposed(); }));
+    ASSERT_TRUE(menuOpens());
     clickAt({1000, 600}, 1);
     EXPECT_TRUE(runUntil([&] { return menu() == nullptr; }));
     EXPECT_THAT(chosen, ElementsAre("quit"));
@@ -175,9 +179,7 @@ TEST_F(X11TrayTest, theMenuIsOperatedByPointerAndClosedByAClickElsewhere)
 TEST_F(X11TrayTest, aPanelOnTheBusTakesItOutOfTheTrayAndGivesItBack)
 {
     auto tray = startTray();
-    item.show(content());
-    ASSERT_TRUE(comesToBeShown());
-    ASSERT_TRUE(runUntil([&] { return place().width() > 1; }));
+    ASSERT_TRUE(standsInTheTray());
     {
         const TestPanel panel;
         ASSERT_TRUE(runUntil([&] { return !panel.items.empty(); }));
