@@ -4,8 +4,11 @@ import pathlib
 
 import pytest
 
+from controls import Controls
 from program import Program
+from settings_window import SettingsWindow
 from virtual_desktop import VirtualDesktop
+from waiting import wait_until
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 
@@ -43,3 +46,47 @@ def _launch(desktop, request):
     """Starts the program in the desktop, with settings if given."""
     binary = request.config.getoption("--program")
     return lambda **settings: Program(desktop, binary, **settings)
+
+
+class Stage:
+    """The program in a desktop with a screen reader's means.
+
+    `settings` become its settings file; the others are options of the desktop.
+    """
+
+    def __init__(self, binary, artefacts, settings=None, **options):
+        self.desktop = VirtualDesktop(artefacts=artefacts, accessible=True, variables={
+            "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}, **options).__enter__()
+        try:
+            self.program = Program(self.desktop, binary, settings=settings)
+            self.window = SettingsWindow(self.desktop, self.program)
+        except BaseException:
+            self.close()
+            raise
+
+    def open_settings(self, tab="General"):
+        """Opens the window on a tab; returns its controls."""
+        self.window.open()
+        controls = Controls(self.desktop)
+        controls.press(tab)
+        wait_until(lambda: controls.is_checked(tab), f"the tab {tab}")
+        return controls
+
+    def close(self):
+        if self.desktop.x is not None:
+            self.desktop.screenshot("end")
+        self.desktop.close()
+
+
+@pytest.fixture(name="stage")
+def _stage(artefacts, request):
+    """Starts the program on a stage of its own."""
+    stages = []
+
+    def begin(**options):
+        stages.append(Stage(request.config.getoption("--program"), artefacts, **options))
+        return stages[-1]
+
+    yield begin
+    for stage in stages:
+        stage.close()

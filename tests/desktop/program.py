@@ -41,7 +41,7 @@ class Program:
 
     def start(self):
         """Starts it and waits until it watches the keyboard."""
-        self.process = self.desktop.spawn([self.binary], log="vorlin")
+        self.process = self.desktop.spawn([self.binary], log="vorlin", cwd=self.desktop.home)
         wait_until(self.answers, "the program to answer on the session bus", 60)
 
     def answers(self):
@@ -81,6 +81,21 @@ class Program:
         with self.desktop.keyboard.held(key):
             self.await_recording()
             self.say(text, voice)
+
+    def stored(self):
+        """What its settings file holds."""
+        return json.loads(self.settings_file.read_text())
+
+    def change(self, settings):
+        """Changes settings as an editor does."""
+        new = self.settings_file.with_suffix(".new")
+        new.write_text(json.dumps(self.stored() | settings))
+        os.replace(new, self.settings_file)
+
+    def stored_hotkey(self):
+        """The dictation key in its settings file: (key code, modifiers, modifier only)."""
+        key = json.loads(base64.b64decode(self.stored()["hotkey.v2"]["data"]))
+        return key["keyCode"], key["modifiers"], key["modifierOnly"]
 
     def memory_kb(self):
         """Resident memory."""

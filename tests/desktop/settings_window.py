@@ -3,8 +3,8 @@ is told of it."""
 
 import time
 
-from gi.repository import GLib
-from Xlib import X, error
+from gi.repository import Gio, GLib
+from Xlib import X, error, protocol
 
 from overlay import connect
 from program import BUS_NAME
@@ -14,7 +14,9 @@ TITLE = "Vorlin Settings"
 SIZE = (560, 470)
 
 ACCESSIBLE = "org.a11y.atspi.Accessible"
+ACTION = "org.a11y.atspi.Action"
 PROPERTIES = "org.freedesktop.DBus.Properties"
+UNKNOWN = "org.freedesktop.DBus.Error.UnknownObject"
 STATE_FOCUSABLE, STATE_VISIBLE = 11, 30
 
 
@@ -26,16 +28,23 @@ class SettingsWindow:
         self.program = program
         self.x = desktop.x
 
-    def window(self):
-        """The X window that is shown; nothing while there is none."""
+    def window(self, title=TITLE):
+        """The X window of this title that is shown; nothing while there is none."""
         for window in self._all(self.x.screen().root):
             try:
-                if window.get_wm_name() == TITLE \
+                if window.get_wm_name() == title \
                         and window.get_attributes().map_state == X.IsViewable:
                     return window
             except error.BadWindow:
                 pass
         return None
+
+    def is_active(self, title=TITLE):
+        """Whether the window manager says that it is the one in use."""
+        window = self.window(title)
+        active = self.x.screen().root.get_full_property(
+            self.x.intern_atom("_NET_ACTIVE_WINDOW"), X.AnyPropertyType)
+        return bool(window and active and active.value[0] == window.id)
 
     def is_painted(self):
         """Whether its tabs stand out from their background."""
@@ -74,6 +83,16 @@ class SettingsWindow:
             self.desktop.keyboard.tap("w")
         wait_until(lambda: self.window() is None, "the settings window to go")
 
+    def close_by_its_frame(self):
+        """Closes it as the button in a window's frame does."""
+        atom = self.x.intern_atom
+        message = protocol.event.ClientMessage(
+            window=self.window(), client_type=atom("_NET_CLOSE_WINDOW"), data=(32, [0, 2, 0, 0, 0]))
+        self.x.screen().root.send_event(
+            message, event_mask=X.SubstructureRedirectMask | X.SubstructureNotifyMask)
+        self.x.flush()
+        wait_until(lambda: self.window() is None, "the settings window to go")
+
     def size(self):
         geometry = self.window().get_geometry()
         return geometry.width, geometry.height
@@ -99,22 +118,24 @@ class Reader:
                                     None, None, 0, 20000, None)[0]
         self.bus = connect(address)
 
-    def window(self):
-        """The settings window as an accessible: (bus name, path)."""
+    def window(self, title=TITLE):
+        """The window of this title as an accessible: (bus name, path)."""
         root = ("org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root")
         for application in self.children(root):
             for window in self.children(application):
-                if self.name(window) == TITLE:
+                if self.name(window) == title:
                     return window
         return None
 
     def walk(self, item):
         """Everything at and below an item that is in sight, with its role and name."""
-        if not self.states(item) >> STATE_VISIBLE & 1:
-            return
-        yield item, self.role(item), self.name(item)
-        for child in self.children(item):
-            yield from self.walk(child)
+        if self.is_in_sight(item):
+            yield item, self.role(item), self.name(item)
+            for child in self.children(item):
+                yield from self.walk(child)
+
+    def is_in_sight(self, item):
+        return bool(self.states(item) >> STATE_VISIBLE & 1)
 
     def is_operable(self, item):
         return bool(self.states(item) >> STATE_FOCUSABLE & 1)
@@ -133,14 +154,29 @@ class Reader:
         return low | high << 32
 
     def press(self, item):
-        """Does what a press of the item does."""
-        self._call(item, "org.a11y.atspi.Action", "DoAction", GLib.Variant("(i)", (0,)))
+        """Does what a press of the item does, which it must offer."""
+        names = [each[0] for each in self._call(item, ACTION, "GetActions", None)]
+        assert "Press" in names or "Toggle" in names, f"{self.name(item)!r} offers {names}"
+        number = names.index("Press" if "Press" in names else "Toggle")
+        self._call(item, ACTION, "DoAction", GLib.Variant("(i)", (number,)))
 
-    def find(self, name):
-        """The item of this name; nothing where there is none."""
-        window = self.window()
-        return window and next((item for item, _, found in self.walk(window) if found == name),
-                               None)
+    def find(self, name, title=TITLE):
+        """The item of this name in the window of this title, also where it has to be scrolled to;
+        nothing where there is none."""
+        try:
+            window = self.window(title)
+            return window and self._below(window, name)
+        except GLib.Error as problem:
+            if Gio.DBusError.get_remote_error(problem) != UNKNOWN:
+                raise
+            return self.find(name, title)  # something went while it was looked at
+
+    def _below(self, item, name):
+        # A dialog may be called as its button is.
+        if self.name(item) == name and self.role(item) != "dialog":
+            return item
+        found = (self._below(child, name) for child in self.children(item))
+        return next((each for each in found if each), None)
 
     def _call(self, item, interface, method, arguments):
         return self.bus.call_sync(item[0], item[1], interface, method, arguments, None, 0, 20000,

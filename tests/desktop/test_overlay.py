@@ -44,12 +44,8 @@ def _start(artefacts, request):
 
 
 def change(program, **settings):
-    """Changes settings as an editor does."""
-    settings = {name.replace("__", "."): value for name, value in settings.items()}
-    stored = json.loads(program.settings_file.read_text()) | settings
-    new = program.settings_file.with_suffix(".new")
-    new.write_text(json.dumps(stored))
-    os.replace(new, program.settings_file)
+    """Changes settings as an editor does; `__` stands for a dot in their names."""
+    program.change({name.replace("__", "."): value for name, value in settings.items()})
 
 
 def hear(program, desktop, text=SENTENCE):

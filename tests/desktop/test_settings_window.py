@@ -37,7 +37,7 @@ def test_a_second_start_opens_the_settings_of_the_first_in_front(start, request)
     assert second.wait(30) == 0
     wait_until(window.is_painted, "the settings window")
     assert window.size() == SIZE
-    wait_until(lambda: _active(desktop) == window.window().id, "the window to be active")
+    wait_until(window.is_active, "the window to be active")
     assert program.process.poll() is None
 
 
@@ -52,12 +52,6 @@ def test_only_the_very_first_start_opens_the_settings_by_itself(start):
         program.await_recording()  # by then the microphone has answered, which the opening awaits
     program.await_silence()
     assert window.window() is None
-
-
-def _active(desktop):
-    atom = desktop.x.intern_atom("_NET_ACTIVE_WINDOW")
-    value = desktop.x.screen().root.get_full_property(atom, 0)
-    return value.value[0] if value else None
 
 
 def test_it_opens_and_closes_again_and_again(start):

@@ -56,7 +56,8 @@ class VirtualDesktop:
 
     layout       keyboard layout, as setxkbmap takes it
     compositor   whether a compositor runs; `start_compositor()` may start it later
-    manager      the window manager: openbox, xfwm4, metacity or i3
+    manager      the window manager: openbox, xfwm4, metacity or i3; openbox has no shortcuts then,
+                 but "openbox as it comes" has its own
     accessible   whether the accessibility bus runs
     variables    further environment variables
     sound        whether a sound server runs; `desktop.sound.launch()` may start it later
@@ -229,6 +230,7 @@ class VirtualDesktop:
         i3.write_text(I3)
         self.spawn({
             "openbox": ["openbox", "--sm-disable", "--config-file", openbox],
+            "openbox as it comes": ["openbox", "--sm-disable"],
             "xfwm4": ["xfwm4", "--compositor=off"],
             "metacity": ["metacity", "--sm-disable", "--no-composite"],
             "i3": ["i3", "-c", i3],

@@ -15,6 +15,7 @@ T.MenuItem {
     onTriggered: command.press()
     Accessible.role: Accessible.MenuItem
     Accessible.name: text
+    Accessible.onPressAction: entry.triggered()
 
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
