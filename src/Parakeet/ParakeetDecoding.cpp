@@ -20,6 +20,9 @@ constexpr std::int64_t blank = 8192;
 constexpr int maxSymbolsPerFrame = 8;
 /// A model that names negative durations for ever would keep the loop on one frame.
 constexpr int mostStepsOnOneFrame = 1000;
+/// Values in a frame. No frames of any width are no bytes, so a width may be named that no memory
+/// holds; the published models have 1024.
+constexpr std::int64_t widestFrame = 65536;
 constexpr std::string_view wordStart = "\xE2\x96\x81"; // U+2581
 
 /// Element 0 as an integer, towards zero; nothing for an empty array or what no integer holds.
@@ -129,6 +132,9 @@ Task<std::vector<std::int64_t>> greedyTDT(const MultiArray& encoder, std::int64_
 {
     if (encoder.rank() < 3) {
         fatal("the encoder's output has fewer than three dimensions");
+    }
+    if (encoder.shape()[1] > widestFrame) {
+        throw RuntimeError::badOutput();
     }
     const std::int64_t end = std::min(encoder.shape()[2], frames);
     std::vector<std::int64_t> tokens;

@@ -124,6 +124,8 @@ TEST(Hotkey, labelOrdersModifiersAndFallsBackToTheNumber)
     using namespace eventFlags;
     EXPECT_EQ((Hotkey{49, maskAlternate, false}).label(), "⌥ Space");
     EXPECT_EQ((Hotkey{40, maskCommand | maskShift | maskControl, false}).label(), "⌃⇧⌘ K");
+    EXPECT_EQ((Hotkey{40, maskCommand | maskShift | maskAlternate | maskControl, false}).label(),
+              "⌃⌥⇧⌘ K");
     EXPECT_EQ((Hotkey{96, 0, false}).label(), "F5");
     EXPECT_EQ((Hotkey{53, maskCommand, false}).label(), "⌘ Key 53");
 }

@@ -59,6 +59,8 @@ TEST_F(ModelStoreStart, installedModelsAreMeasured)
     folders.putModel(root("parakeetUltra"), 623'400'000);
     start();
     EXPECT_EQ(state("parakeetUltra"), "installed");
+    EXPECT_EQ(loop.jobsOf(WorkPriority::normal), 2U) << "a look at each folder";
+    EXPECT_EQ(loop.jobsOf(WorkPriority::background), 1U) << "the size of the one there is";
     EXPECT_EQ(size("parakeetUltra"), "623.4 MB");
     EXPECT_EQ(size("parakeetRedux"), "(none)");
 }

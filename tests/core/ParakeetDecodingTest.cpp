@@ -294,6 +294,18 @@ TEST_F(ParakeetDecodingTest, aMissingOutputOfPreprocessorOrEncoderIsAnUnexpected
     }
 }
 
+TEST_F(ParakeetDecodingTest, noFramesOfAnAbsurdWidthAreAnUnexpectedResultAndNoMemory)
+{
+    models.scripts["Encoder.mlmodelc"].compute = [](const MLFeatures&) {
+        MLFeatures out;
+        out["encoder"] = MultiArray(MLElementType::float16, {1, 1LL << 31, 0});
+        out["encoder_length"] = integer(0);
+        return out;
+    };
+    EXPECT_EQ(text(spoken(50)), "failed: The speech model returned an unexpected result.");
+    EXPECT_EQ(runs("Decoder.mlmodelc"), 0U);
+}
+
 TEST_F(ParakeetDecodingTest, aFailingPredictionIsTheFailureOfTheUtterance)
 {
     models.scripts["Encoder.mlmodelc"].compute = [](const MLFeatures&) -> MLFeatures {

@@ -179,9 +179,11 @@ TEST_F(ParakeetLoadTest, warmedAheadItLoadsInTheBackgroundUntilADictationWaits)
 {
     warm(a);
     EXPECT_EQ(priorities(), "b");
+    EXPECT_EQ(loop.jobsOf(WorkPriority::background), 1U) << "the reading of the vocabulary";
     const auto outcome = transcribe(spoken(20), a);
     loop.runReady();
     EXPECT_EQ(priorities(), "bn");
+    EXPECT_EQ(loop.jobsOf(WorkPriority::background), 1U);
     const auto again = transcribe(spoken(21), a);
     warm(a, WorkPriority::normal);
     EXPECT_EQ(priorities(), "bn");

@@ -26,6 +26,13 @@ TEST_F(ParakeetRuntimeTest, twoTranscriptionsOfOneFolderLoadItOnce)
     EXPECT_EQ(models.units, (std::vector{cpuOnly, cpuAndGPU, cpuOnly, cpuOnly}));
 }
 
+TEST_F(ParakeetRuntimeTest, nothingOfADictationRunsOnTheThreadThatYieldsToAllOthers)
+{
+    EXPECT_EQ(text(20, a), "w20");
+    EXPECT_GT(loop.jobsOf(WorkPriority::normal), 0U);
+    EXPECT_EQ(loop.jobsOf(WorkPriority::background), 0U);
+}
+
 TEST_F(ParakeetRuntimeTest, anotherFolderReplacesTheLoadedModels)
 {
     text(20, a);

@@ -33,6 +33,8 @@ TEST(WordingTest, onLinuxKeysAreCalledAsOnItsKeyboards)
     EXPECT_EQ(label({54, 0, true}), "Right Super");
     EXPECT_EQ(label({49, maskAlternate, false}), "Alt+Space");
     EXPECT_EQ(label({40, maskControl | maskShift | maskCommand, false}), "Ctrl+Shift+Super+K");
+    EXPECT_EQ(label({40, maskControl | maskAlternate | maskShift | maskCommand, false}),
+              "Ctrl+Alt+Shift+Super+K");
     EXPECT_EQ(label({51, maskControl, false}), "Ctrl+Backspace");
     EXPECT_EQ(label({100, 0, false}), "F8");
     EXPECT_EQ(label({53, maskCommand, false}), "Super+Key 53");

@@ -44,6 +44,12 @@ public:
     /// Lets `duration` pass, running everything that falls due.
     void advance(Duration duration);
 
+    /// How many jobs the workers of a priority were given.
+    std::size_t jobsOf(WorkPriority priority) const
+    {
+        return (priority == WorkPriority::normal ? normal : background).posted;
+    }
+
     /// Whether the work now running runs on the main thread.
     bool onMain() const { return runningMain; }
 
@@ -51,7 +57,12 @@ private:
     class Lane final : public Executor {
     public:
         explicit Lane(SimulatedLoop& loop) : loop(loop) {}
-        void post(Work work) override { loop.jobs.push_back(std::move(work)); }
+        void post(Work work) override
+        {
+            ++posted;
+            loop.jobs.push_back(std::move(work));
+        }
+        std::size_t posted = 0;
 
     private:
         SimulatedLoop& loop;

@@ -28,6 +28,9 @@ std::vector<float> ramp(std::size_t frames, std::uint32_t channels)
     return samples;
 }
 
+/// On a busy machine a server loses audio itself; a take in which it did says nothing about us.
+constexpr int mostTakes = 20;
+
 /// The first of the samples played that is not where it should be among those heard, if any.
 std::optional<std::size_t> firstLost(const std::vector<float>& played,
                                      const std::vector<float>& heard)
@@ -89,9 +92,7 @@ TEST_P(CaptureCompleteness, everySampleFromTheFirstBufferToTheReleaseArrivesInOr
     ASSERT_TRUE(PrivateSoundServer::isInstalled(kind)) << "scripts/install-packages brings it";
     begin({.kind = kind, .rate = rate, .channels = channels});
     const auto played = ramp(rate * 6 / 5, channels);
-    // On a busy machine a server loses audio itself; such a take says nothing about us.
-    constexpr int takes = 20;
-    for (int i = 0; i < takes; ++i) {
+    for (int i = 0; i < mostTakes; ++i) {
         Take take;
         ASSERT_NO_FATAL_FAILURE(record(played, take));
         const auto lost = firstLost(played, take.ours);
@@ -231,30 +232,51 @@ TEST_F(CaptureCompletenessTest, digitalSilenceIsExactZeros)
     }
 }
 
-TEST_F(CaptureCompletenessTest, aBlockedTapLosesNothing)
+class CaptureBehindABlockedTap : public PulseAudioInputTest {
+protected:
+    /// What our capture, whose tap is blocked until all of `samples` was played, has heard of
+    /// them, and what a second recorder has.
+    void record(const std::vector<float>& samples, std::vector<float>& ours,
+                std::vector<float>& seconds)
+    {
+        std::atomic<bool> blocked = true;
+        Recorder heard(loop);
+        const auto started = follow(loop, input->start(
+                                              [&, keep = heard.tap()](const PCMBuffer& buffer) {
+                                                  blocked.wait(true);
+                                                  keep(buffer);
+                                              },
+                                              nullptr));
+        ASSERT_TRUE(loop.runUntil([&] { return started->settled; }));
+        SecondRecorder second(48000, 2);
+        {
+            MicrophonePlayer player(samples, 48000, 2);
+            player.drain();
+        }
+        blocked = false;
+        blocked.notify_all();
+        ASSERT_TRUE(stop());
+        ours = heard.samples();
+        seconds = second.untilSilence();
+    }
+};
+
+TEST_F(CaptureBehindABlockedTap, losesNothing)
 {
     begin();
-    std::atomic<bool> blocked = true;
-    auto keep = recorder.tap();
-    const auto started = follow(loop, input->start(
-                                          [&, keep](const PCMBuffer& buffer) {
-                                              blocked.wait(true);
-                                              keep(buffer);
-                                          },
-                                          nullptr));
-    ASSERT_TRUE(loop.runUntil([&] { return started->settled; }));
-    const auto expected = ramp(120000, 2);
-    {
-        MicrophonePlayer player(expected, 48000, 2);
-        player.drain();
+    const auto played = ramp(120000, 2);
+    for (int i = 0; i < mostTakes; ++i) {
+        std::vector<float> ours;
+        std::vector<float> second;
+        ASSERT_NO_FATAL_FAILURE(record(played, ours, second));
+        const auto lost = firstLost(played, ours);
+        if (!lost) {
+            return;
+        }
+        ASSERT_TRUE(firstLost(played, second))
+            << "sample " << *lost << " of " << played.size() << " was lost, not by the server";
     }
-    blocked = false;
-    blocked.notify_all();
-    ASSERT_TRUE(stop());
-    const auto samples = recorder.samples();
-    const auto first = std::find_if(samples.begin(), samples.end(), [](float s) { return s != 0; });
-    ASSERT_GE(static_cast<std::size_t>(samples.end() - first), expected.size());
-    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), first));
+    FAIL() << "the sound server loses audio every time";
 }
 
 } // namespace

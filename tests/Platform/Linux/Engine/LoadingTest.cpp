@@ -13,6 +13,22 @@ namespace vorlin::test {
 using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 
+/// Counts what may wait for a disk.
+class WatchedWorkers final : public Workers {
+public:
+    explicit WatchedWorkers(Workers& workers) : workers(workers) {}
+    Executor& executor(WorkPriority priority) override { return workers.executor(priority); }
+    void runPatiently(WorkPriority priority, Work slow, Executor& to, Work done) override
+    {
+        ++patient;
+        workers.runPatiently(priority, std::move(slow), to, std::move(done));
+    }
+    int patient = 0;
+
+private:
+    Workers& workers;
+};
+
 class LoadingTest : public EngineTest {
 protected:
     /// A load whose bundle tells the impostor how to behave.
@@ -83,12 +99,12 @@ TEST_F(LoadingTest, theEndAnswersAPredictionOnAHaltedProcess)
 
 TEST_F(LoadingTest, aDiskThatHangsHoldsUpNeitherOtherLoadsNorTheEnd)
 {
-    // All workers that are not patient hang; a load needs them only once its folder was found.
     writeDouble();
     const auto over = std::make_shared<std::latch>(1);
     {
         ThreadPool others([] {});
-        EngineModels engine(others, builtEngine());
+        WatchedWorkers watched(others);
+        EngineModels engine(watched, builtEngine());
         for (int i = 0; i < 20; ++i) {
             others.runPatiently(
                 WorkPriority::normal, [over] { over->wait(); },
@@ -96,6 +112,7 @@ TEST_F(LoadingTest, aDiskThatHangsHoldsUpNeitherOtherLoadsNorTheEnd)
         }
         const auto model = waitFor(engine.load(folder.path / "Double.mlmodelc", {}));
         EXPECT_EQ(doubled(*model), (std::vector<float>{2, 4}));
+        EXPECT_EQ(watched.patient, 1) << "the folder was looked at with patience";
     }
     over->count_down();
 }

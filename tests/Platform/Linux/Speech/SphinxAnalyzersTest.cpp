@@ -24,11 +24,15 @@ const std::string station = "I think we should meet at the station tomorrow morn
 const std::string committee = "the committee decided to postpone the meeting until next month";
 const std::string museum = "the museum is open every day except on monday";
 
-/// Passes work on to a loop's workers and counts it.
+/// Passes work on to a loop's workers and counts it. A dictation's work yields to no other.
 class CountingWorkers final : public Workers, public Executor {
 public:
     explicit CountingWorkers(Workers& workers) : workers(workers) {}
-    Executor& executor(WorkPriority) override { return *this; }
+    Executor& executor(WorkPriority priority) override
+    {
+        EXPECT_EQ(priority, WorkPriority::normal);
+        return *this;
+    }
     void post(Work work) override
     {
         ++posted;
