@@ -77,7 +77,10 @@ bench: build-release
 
 # Tests install more than a start does, and would hide what it lacks.
 first-starts:
-	@for suite in $(SUITES); do scripts/fresh-machine --suite $$suite make run || exit; done
+	@for suite in $(SUITES); do \
+	    scripts/fresh-machine --suite $$suite make run && \
+	    scripts/fresh-machine --suite $$suite scripts/start-on-a-display || exit; \
+	done
 
 other-suites:
 	@for suite in $(OTHER_SUITES); do scripts/fresh-machine --suite $$suite make test || exit; done

@@ -1,8 +1,11 @@
 #include "Parakeet/Segmenter.h"
 
+#include "simulation/Seeds.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <random>
 
@@ -272,11 +275,11 @@ std::vector<Samples> reference(const Samples& signal)
     return out;
 }
 
-class SegmenterSeeds : public testing::TestWithParam<unsigned> {};
+class SegmenterSeeds : public testing::TestWithParam<std::uint64_t> {};
 
 TEST_P(SegmenterSeeds, anySignalInAnyPiecesIsCutByTheRules)
 {
-    std::mt19937 random(GetParam());
+    std::mt19937_64 random(GetParam());
     const auto upTo = [&](std::size_t most) {
         return std::uniform_int_distribution<std::size_t>(0, most)(random);
     };
@@ -300,7 +303,7 @@ TEST_P(SegmenterSeeds, anySignalInAnyPiecesIsCutByTheRules)
     EXPECT_GT(emitted.size(), 2U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Random, SegmenterSeeds, testing::Range(0U, 12U));
+INSTANTIATE_TEST_SUITE_P(Seeds, SegmenterSeeds, testing::ValuesIn(simulationSeeds(0, 12)));
 
 } // namespace
 } // namespace vorlin
