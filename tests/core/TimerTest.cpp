@@ -1,6 +1,6 @@
-#include "AppModel.h"
 #include "Parakeet/ParakeetTranscriber.h"
 #include "ParakeetFixture.h"
+#include "VorlinApp.h"
 #include "fakes/FakePorts.h"
 
 #include <gtest/gtest.h>
@@ -31,7 +31,8 @@ struct Program {
     }
 
     FakePorts desktop;
-    AppModel model{desktop.ports()};
+    VorlinApp app{desktop.ports(), [] {}};
+    AppModel& model = app.model();
 };
 
 TEST(ProgramTimers, inIdleOnlyThePermissionsAreReadAgain)

@@ -229,6 +229,22 @@ def test_a_halted_sound_server_does_not_hold_up_the_end(desktop, launch, artefac
         os.kill(server, signal.SIGCONT)
 
 
+@pytest.mark.parametrize("dictating", [False, True])
+def test_a_halted_message_bus_holds_up_neither_the_words_nor_the_end(desktop, launch, artefacts,
+                                                                   dictating):
+    program = launch()
+    editor = GTKEditor(desktop)
+    bus = next(each for each in desktop.processes if each.args[0] == "dbus-daemon")
+    os.kill(bus.pid, signal.SIGSTOP)
+    try:
+        if dictating:
+            program.dictate(SENTENCE)
+            assert_arrived(SENTENCE, editor.await_text())
+        assert_ends_by_itself(program, artefacts)
+    finally:
+        os.kill(bus.pid, signal.SIGCONT)
+
+
 def test_where_the_display_server_is_halted_the_end_is_cut_short(desktop, launch, artefacts):
     program = launch()
     display = next(each for each in desktop.processes if each.args[0] == "Xvfb")
