@@ -79,7 +79,11 @@ DBusApplication::~DBusApplication()
     auto bus = QDBusConnection::sessionBus();
     if (bus.isConnected()) {
         bus.unregisterObject(objectPath);
-        bus.unregisterService(serviceName);
+        // Not by unregisterService(), which would wait for a bus that hangs.
+        auto release = QDBusMessage::createMethodCall(
+            "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "ReleaseName");
+        release << serviceName;
+        bus.send(release);
     }
 }
 
