@@ -76,7 +76,13 @@ bench: build-release
 	@$(PYTHON) scripts/run-benches
 
 # Tests install more than a start does, and would hide what it lacks.
+# Nothing that a run installs or builds is there in the next.
+NOTHING_LEFT := ! command -v cmake && [ ! -e build ] && [ ! -e /mark ] && touch /mark build
+
 first-starts:
+	@for suite in $(SUITES) $(SUITES); do \
+	    scripts/fresh-machine --suite $$suite sh -c '$(NOTHING_LEFT)' || exit; \
+	done
 	@for suite in $(SUITES); do \
 	    scripts/fresh-machine --suite $$suite make run && \
 	    scripts/fresh-machine --suite $$suite scripts/start-on-a-display || exit; \
