@@ -1,8 +1,11 @@
 """Starting, ending, dying, and a desktop in which things break."""
 
 import json
+import pathlib
+import re
 import signal
 import subprocess
+import time
 
 from editors import GTKEditor
 from program import assert_arrived
@@ -149,3 +152,26 @@ def test_without_a_display_it_says_so_and_ends(request, tmp_path):
                           stderr=subprocess.PIPE, text=True, timeout=60, check=False)
     assert done.returncode == 1
     assert done.stderr.count("\n") == 1 and "display" in done.stderr
+
+
+def test_idle_only_the_look_at_the_permissions_wakes_it(desktop, launch):
+    program = launch()
+    program.dictate(SENTENCE)
+    program.await_silence()
+
+    def wakes():
+        """How often each thread has gone to sleep so far."""
+        return {task.name: int(re.search(r"\nvoluntary_ctxt_switches:\s+(\d+)",
+                                         (task / "status").read_text())[1])
+                for task in pathlib.Path(f"/proc/{program.process.pid}/task").iterdir()}
+
+    def rests():
+        """Whether only the main thread wakes, twice for each look at most, for six seconds."""
+        before = wakes()
+        time.sleep(6)
+        woken = {name: count - before.get(name, 0) for name, count in wakes().items()
+                 if count != before.get(name)}
+        print(woken)
+        return woken.keys() <= {str(program.process.pid)} and sum(woken.values()) <= 8
+
+    wait_until(rests, "the program to rest", 90)
