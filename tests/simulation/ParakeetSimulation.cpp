@@ -42,6 +42,13 @@ bool isSubsequence(const Words& part, const Words& whole)
     return next == part.end();
 }
 
+/// Built with sanitizers a day is short: it would take minutes.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr int hoursOfADay = 3;
+#else
+constexpr int hoursOfADay = 24;
+#endif
+
 class Day {
 public:
     explicit Day(std::uint64_t seed) : random(seed), loop(seed)
@@ -64,12 +71,12 @@ public:
 
     void live()
     {
-        const TimePoint evening = loop.now() + std::chrono::hours(24);
+        const TimePoint evening = loop.now() + std::chrono::hours(hoursOfADay);
         while (loop.now() < evening && !testing::Test::HasFatalFailure()) {
             dictate();
             loop.advance(seconds(chance(5) == 0 ? upTo(1500) : upTo(60)));
         }
-        EXPECT_GT(dictations, 50);
+        EXPECT_GT(dictations, 2 * hoursOfADay);
         EXPECT_GT(failures, 0);
         EXPECT_EQ(models.mostAtOnce, 1);
         transcriber.reset();
