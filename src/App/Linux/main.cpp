@@ -27,6 +27,9 @@ constexpr const char* noDisplay =
 /// The end takes two seconds at most, the last of them included.
 constexpr std::chrono::milliseconds quitLimit{1800};
 
+/// The keys work and the tray has its symbol first; loading the overlay's view holds up the loop.
+constexpr std::chrono::milliseconds untilTheView{100};
+
 /// Qt ends the program by itself, with many words, when it finds no display.
 bool reachesDisplay()
 {
@@ -89,9 +92,9 @@ int main(int /*argc*/, char* argv[])
     const LinuxSettings settings(app.settings, model, desktop.ports(), services.appearance,
                                  [&application] { application.quit(); });
     std::optional<LinuxOverlay> overlay;
-    // The keys work first; the view is ready soon after.
-    QTimer::singleShot(
-        0, &qt, [&] { overlay.emplace(desktop.panel(), services.appearance, *model.hud.model()); });
+    QTimer::singleShot(untilTheView, &qt, [&] {
+        overlay.emplace(desktop.panel(), services.appearance, *model.hud.model());
+    });
     const int status = QGuiApplication::exec();
     QuitDeadline::begin(); // whoever asked for the end
     return status;

@@ -11,8 +11,8 @@ T.Popup {
     required property Item behind
 
     parent: T.Overlay.overlay
-    x: Math.round((parent.width - width) / 2)
-    y: Math.round((parent.height - height) / 2)
+    x: parent ? Math.round((parent.width - width) / 2) : 0
+    y: parent ? Math.round((parent.height - height) / 2) : 0
     width: 470
     height: body.height + 16
     padding: 0

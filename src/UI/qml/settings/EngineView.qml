@@ -24,7 +24,7 @@ FocusScope {
 
     function openContextMenu(x: real, y: real) {
         if (control.contextMenu.length > 0) {
-            contextMenu.popup(engine, x, y);
+            contextMenu.popup(x, y, false);
         }
     }
 
@@ -35,9 +35,10 @@ FocusScope {
     HoverHandler {
         id: pointer
     }
-    CommandsMenu {
+    MenuLoader {
         id: contextMenu
 
+        target: engine
         commands: engine.control.contextMenu
     }
     HintLoader {
@@ -129,13 +130,14 @@ FocusScope {
             visible: engine.control.menu.length > 0
             flat: true
             symbol: "ellipsis.circle"
-            onClicked: menu.popup(more, more.width - menu.width, more.height + 3)
+            onClicked: menu.popup(more.width, more.height + 3, true)
             Accessible.role: Accessible.ButtonMenu
             Accessible.name: engine.row.label
 
-            CommandsMenu {
+            MenuLoader {
                 id: menu
 
+                target: more
                 commands: engine.control.menu
             }
         }

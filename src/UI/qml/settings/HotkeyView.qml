@@ -26,12 +26,13 @@ RowLayout {
 
         command: line.row.control.presetsButton
         flat: true
-        onClicked: menu.popup(presets, 0, presets.height + 3)
+        onClicked: menu.popup(0, presets.height + 3, false)
         Accessible.role: Accessible.ButtonMenu
 
-        CommandsMenu {
+        MenuLoader {
             id: menu
 
+            target: presets
             commands: line.row.control.presets
         }
     }

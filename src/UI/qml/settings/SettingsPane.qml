@@ -10,7 +10,6 @@ FocusScope {
     signal closed
     signal quit
 
-
     Binding {
         target: Theme
         property: "dark"
@@ -49,9 +48,18 @@ FocusScope {
         form: pane.settings.form
         onFormChanged: contentY = 0
     }
-    AddModelSheet {
-        settings: pane.settings
-        behind: pane
+    Loader {
+        readonly property bool wanted: pane.settings.adding
+
+        // Made when it is first wanted, the sheet stays: it shows and hides itself.
+        onWantedChanged: {
+            if (item === null) {
+                setSource("AddModelSheet.qml", {
+                    settings: pane.settings,
+                    behind: pane
+                });
+            }
+        }
     }
 
     Shortcut {
