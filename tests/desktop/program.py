@@ -3,6 +3,7 @@
 import base64
 import json
 import os
+import pathlib
 import re
 import signal
 import subprocess
@@ -101,6 +102,11 @@ class Program:
         """Resident memory."""
         with open(f"/proc/{self.process.pid}/status", encoding="ascii") as status:
             return int(re.search(r"VmRSS:\s+(\d+)", status.read())[1])
+
+    def has_loaded(self, library):
+        """Whether a library's file of this name is in its memory."""
+        return f"/{library}." in pathlib.Path(f"/proc/{self.process.pid}/maps").read_text(
+            encoding="utf-8")
 
     def processor_seconds(self):
         """Processor time used since the start, of all threads."""

@@ -175,3 +175,11 @@ def test_idle_only_the_look_at_the_permissions_wakes_it(desktop, launch):
         return woken.keys() <= {str(program.process.pid)} and sum(woken.values()) <= 8
 
     wait_until(rests, "the program to rest", 90)
+
+
+def test_the_recogniser_is_loaded_by_the_first_dictation(desktop, launch):
+    program = launch()
+    assert program.has_loaded("libpulse.so")
+    assert not program.has_loaded("libpocketsphinx.so")
+    with desktop.keyboard.held("Alt_R"):
+        wait_until(lambda: program.has_loaded("libpocketsphinx.so"), "the recogniser")

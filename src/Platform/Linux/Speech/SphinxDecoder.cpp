@@ -3,11 +3,7 @@
 #include "Platform/Linux/Speech/HypothesisText.h"
 #include "Platform/Linux/Speech/LanguageModelFile.h"
 #include "Platform/Linux/Speech/ModelDefinition.h"
-
-#include <cmn.h>
-#include <err.h>
-#include <feat.h>
-#include <pocketsphinx.h>
+#include "Platform/Linux/Speech/SphinxLibrary.h"
 
 #include <fmt/format.h>
 
@@ -41,8 +37,8 @@ void silenceLibrary()
 {
     static std::once_flag once;
     std::call_once(once, [] {
-        err_set_callback(onLibraryMessage, nullptr);
-        err_set_logfp(nullptr); // settings are printed there, past the callback
+        sphinx().setErrorCallback(onLibraryMessage, nullptr);
+        sphinx().setLog(nullptr); // settings are printed there, past the callback
     });
 }
 
@@ -75,13 +71,13 @@ ps_decoder_t* load(std::vector<std::string> arguments)
     for (auto& argument : arguments) {
         pointers.push_back(argument.data());
     }
-    cmd_ln_t* config = cmd_ln_parse_r(nullptr, ps_args(), static_cast<int32>(pointers.size()),
-                                      pointers.data(), TRUE);
+    cmd_ln_t* config = sphinx().parseSettings(
+        nullptr, sphinx().args(), static_cast<int32>(pointers.size()), pointers.data(), TRUE);
     if (config == nullptr) {
         return nullptr;
     }
-    ps_decoder_t* decoder = ps_init(config);
-    cmd_ln_free_r(config); // the decoder keeps a reference of its own
+    ps_decoder_t* decoder = sphinx().init(config);
+    sphinx().freeSettings(config); // the decoder keeps a reference of its own
     return decoder;
 }
 
@@ -89,7 +85,7 @@ ps_decoder_t* load(std::vector<std::string> arguments)
 
 void SphinxDecoder::Free::operator()(ps_decoder_s* decoder) const
 {
-    ps_free(decoder);
+    sphinx().free(decoder);
 }
 
 DecoderSettings SphinxDecoder::measuredSettings()
@@ -119,28 +115,28 @@ SphinxDecoder::~SphinxDecoder() = default;
 
 void SphinxDecoder::beginStream()
 {
-    check(ps_start_stream(decoder.get()));
-    check(ps_start_utt(decoder.get()));
+    check(sphinx().startStream(decoder.get()));
+    check(sphinx().startUtt(decoder.get()));
 }
 
 void SphinxDecoder::abandonStream()
 {
-    check(ps_end_utt(decoder.get()));
+    check(sphinx().endUtt(decoder.get()));
 }
 
 void SphinxDecoder::decode(std::span<const std::int16_t> samples)
 {
-    check(ps_process_raw(decoder.get(), samples.data(), samples.size(), FALSE, FALSE));
+    check(sphinx().processRaw(decoder.get(), samples.data(), samples.size(), FALSE, FALSE));
 }
 
 bool SphinxDecoder::inSpeech() const
 {
-    return ps_get_in_speech(decoder.get()) != 0;
+    return sphinx().getInSpeech(decoder.get()) != 0;
 }
 
 std::string SphinxDecoder::hypothesis() const
 {
-    const char* words = ps_get_hyp(decoder.get(), nullptr);
+    const char* words = sphinx().getHyp(decoder.get(), nullptr);
     return words == nullptr ? std::string() : hypothesisText(words, locale);
 }
 
@@ -148,26 +144,27 @@ bool SphinxDecoder::betweenWords() const
 {
     constexpr int gapFrames = 15; // of 10 ms
     bool gap = false;
-    for (ps_seg_t* each = ps_seg_iter(decoder.get()); each != nullptr; each = ps_seg_next(each)) {
+    for (ps_seg_t* each = sphinx().segIter(decoder.get()); each != nullptr;
+         each = sphinx().segNext(each)) {
         int first = 0;
         int last = 0;
-        ps_seg_frames(each, &first, &last);
-        gap = hypothesisText(ps_seg_word(each), locale).empty() && last - first >= gapFrames;
+        sphinx().segFrames(each, &first, &last);
+        gap = hypothesisText(sphinx().segWord(each), locale).empty() && last - first >= gapFrames;
     }
     return gap;
 }
 
 std::vector<float> SphinxDecoder::learnt() const
 {
-    const cmn_t* normaliser = ps_get_feat(decoder.get())->cmn_struct;
+    const cmn_t* normaliser = sphinx().getFeat(decoder.get())->cmn_struct;
     return {normaliser->cmn_mean, normaliser->cmn_mean + normaliser->veclen};
 }
 
 void SphinxDecoder::adopt(const std::vector<float>& learntBefore)
 {
-    cmn_t* normaliser = ps_get_feat(decoder.get())->cmn_struct;
+    cmn_t* normaliser = sphinx().getFeat(decoder.get())->cmn_struct;
     if (learntBefore.size() == static_cast<std::size_t>(normaliser->veclen)) {
-        cmn_live_set(normaliser, learntBefore.data());
+        sphinx().setCepstralMean(normaliser, learntBefore.data());
     }
 }
 
@@ -177,11 +174,11 @@ std::string SphinxDecoder::endUtterance()
         // A last word is understood better with a little silence behind it.
         decode(std::array<std::int16_t, sampleRate / 10>{});
     }
-    check(ps_end_utt(decoder.get()));
+    check(sphinx().endUtt(decoder.get()));
     std::string words = hypothesis();
     // The library itself learns only from an utterance that is cut off while someone speaks.
-    cmn_live_update(ps_get_feat(decoder.get())->cmn_struct);
-    check(ps_start_utt(decoder.get()));
+    sphinx().updateCepstralMean(sphinx().getFeat(decoder.get())->cmn_struct);
+    check(sphinx().startUtt(decoder.get()));
     return words;
 }
 

@@ -1,5 +1,7 @@
 #include "Platform/Shared/Curl/CurlErrors.h"
 
+#include "Platform/Shared/Curl/CurlLibrary.h"
+
 #include <ifaddrs.h>
 #include <net/if.h>
 #include <sys/socket.h>
@@ -40,7 +42,7 @@ bool hasNetwork()
 Code codeOf(CURLcode result, CURL* handle)
 {
     long proxyStatus = 0;
-    curl_easy_getinfo(handle, CURLINFO_HTTP_CONNECTCODE, &proxyStatus);
+    libcurl().easyGetinfo(handle, CURLINFO_HTTP_CONNECTCODE, &proxyStatus);
     if (proxyStatus >= clientErrors) {
         return Code::proxyRefused;
     }
@@ -74,7 +76,7 @@ URLError errorOf(CURLcode result, CURL* handle)
     if (code != Code::other) {
         return URLError(code);
     }
-    std::string reason = curl_easy_strerror(result);
+    std::string reason = libcurl().easyStrerror(result);
     std::ranges::transform(reason.begin(), reason.begin() + 1, reason.begin(),
                            [](unsigned char first) { return std::tolower(first); });
     return {code, "The download failed: " + reason + "."};

@@ -20,7 +20,7 @@ constexpr long bufferSize = 256L << 10;
 template <class Value>
 void set(CURL* handle, CURLoption option, Value value)
 {
-    if (curl_easy_setopt(handle, option, value) != CURLE_OK) {
+    if (libcurl().easySetopt(handle, option, value) != CURLE_OK) {
         fatal("libcurl lacks something that downloads need");
     }
 }
@@ -36,7 +36,7 @@ std::string_view trimmed(std::string_view text)
 } // namespace
 
 CurlTransfer::CurlTransfer(const HTTPRequest& request, std::shared_ptr<HTTPBody> body)
-    : body(std::move(body)), easy(curl_easy_init())
+    : body(std::move(body)), easy(libcurl().easyInit())
 {
     CURL* const handle = easy.get();
     if (handle == nullptr) {
@@ -68,7 +68,7 @@ CurlTransfer::CurlTransfer(const HTTPRequest& request, std::shared_ptr<HTTPBody>
         const std::string range = std::to_string(request.rest->from) + "-";
         const std::string condition = "If-Range: " + request.rest->entityTag;
         set(handle, CURLOPT_RANGE, range.c_str());
-        ownHeaders.reset(curl_slist_append(nullptr, condition.c_str()));
+        ownHeaders.reset(libcurl().slistAppend(nullptr, condition.c_str()));
         set(handle, CURLOPT_HTTPHEADER, ownHeaders.get());
     }
 }
@@ -98,7 +98,7 @@ bool CurlTransfer::accept()
 {
     if (!accepted && !unwanted) {
         long status = 0;
-        curl_easy_getinfo(handle(), CURLINFO_RESPONSE_CODE, &status);
+        libcurl().easyGetinfo(handle(), CURLINFO_RESPONSE_CODE, &status);
         head.status = static_cast<int>(status);
         accepted = body->accept(head);
         unwanted = !accepted;

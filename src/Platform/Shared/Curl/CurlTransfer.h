@@ -1,8 +1,7 @@
 #pragma once
 
+#include "Platform/Shared/Curl/CurlLibrary.h"
 #include "Ports/HTTPClient.h"
-
-#include <curl/curl.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -36,10 +35,10 @@ private:
     bool accept();
 
     struct FreeEasy {
-        void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
+        void operator()(CURL* handle) const { libcurl().easyCleanup(handle); }
     };
     struct FreeList {
-        void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+        void operator()(curl_slist* list) const { libcurl().slistFreeAll(list); }
     };
 
     const std::shared_ptr<HTTPBody> body;

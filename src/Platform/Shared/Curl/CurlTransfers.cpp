@@ -36,7 +36,7 @@ bool CurlTransfers::add(HTTPClient::TaskId task, HTTPRequest request,
     const std::scoped_lock guard(lock);
     added.push_back({task, std::move(request), std::move(body)});
     if (sleeping != nullptr) {
-        curl_multi_wakeup(sleeping);
+        libcurl().multiWakeup(sleeping);
     }
     return !std::exchange(hasThread, true);
 }
@@ -46,7 +46,7 @@ void CurlTransfers::cancel(HTTPClient::TaskId task)
     const std::scoped_lock guard(lock);
     cancelled.push_back(task);
     if (sleeping != nullptr) {
-        curl_multi_wakeup(sleeping);
+        libcurl().multiWakeup(sleeping);
     }
 }
 
@@ -56,15 +56,15 @@ void CurlTransfers::close()
     closed = true;
     onReport = nullptr;
     if (sleeping != nullptr) {
-        curl_multi_wakeup(sleeping);
+        libcurl().multiWakeup(sleeping);
     }
 }
 
 void CurlTransfers::run()
 {
     blockBrokenPipes();
-    static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT);
-    const Multi multi(curl_multi_init());
+    static const CURLcode ready = libcurl().globalInit(CURL_GLOBAL_DEFAULT);
+    const Multi multi(libcurl().multiInit());
     if (ready != CURLE_OK || !multi) {
         fatal("no memory for downloads");
     }
@@ -74,11 +74,11 @@ void CurlTransfers::run()
     }
     while (takeChanges(multi.get())) {
         int count = 0;
-        curl_multi_perform(multi.get(), &count);
+        libcurl().multiPerform(multi.get(), &count);
         collect(multi.get());
         const bool more = reportProgress();
         const auto sleep = more ? reportInterval : longestSleep;
-        curl_multi_poll(multi.get(), nullptr, 0, static_cast<int>(sleep.count()), nullptr);
+        libcurl().multiPoll(multi.get(), nullptr, 0, static_cast<int>(sleep.count()), nullptr);
     }
 }
 
@@ -100,7 +100,7 @@ bool CurlTransfers::takeChanges(CURLM* multi)
     }
     if (!goesOn) {
         for (const auto& [task, each] : std::exchange(running, {})) {
-            curl_multi_remove_handle(multi, each.transfer->handle());
+            libcurl().multiRemove(multi, each.transfer->handle());
         }
         return false;
     }
@@ -118,7 +118,7 @@ bool CurlTransfers::takeChanges(CURLM* multi)
 void CurlTransfers::begin(CURLM* multi, Added added)
 {
     auto transfer = std::make_unique<CurlTransfer>(added.request, std::move(added.body));
-    curl_multi_add_handle(multi, transfer->handle());
+    libcurl().multiAdd(multi, transfer->handle());
     running.emplace(added.task, Running{std::move(transfer)});
 }
 
@@ -127,7 +127,7 @@ void CurlTransfers::collect(CURLM* multi)
 {
     std::map<HTTPClient::TaskId, std::optional<URLError>> ended;
     int left = 0;
-    while (const CURLMsg* message = curl_multi_info_read(multi, &left)) {
+    while (const CURLMsg* message = libcurl().multiInfoRead(multi, &left)) {
         for (const auto& [task, each] : running) {
             if (each.transfer->handle() == message->easy_handle) {
                 ended[task] = each.transfer->end(message->data.result);
@@ -144,7 +144,7 @@ void CurlTransfers::end(CURLM* multi, HTTPClient::TaskId task, const std::option
     const auto found = running.find(task);
     const auto transfer = std::move(found->second.transfer);
     running.erase(found);
-    curl_multi_remove_handle(multi, transfer->handle());
+    libcurl().multiRemove(multi, transfer->handle());
     report({task, transfer->written(), true, error});
 }
 

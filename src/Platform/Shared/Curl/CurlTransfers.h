@@ -1,8 +1,7 @@
 #pragma once
 
+#include "Platform/Shared/Curl/CurlLibrary.h"
 #include "Ports/HTTPClient.h"
-
-#include <curl/curl.h>
 
 #include <chrono>
 #include <cstdint>
@@ -60,7 +59,7 @@ private:
         std::int64_t reported = -1;
     };
     struct CleanUp {
-        void operator()(CURLM* handle) const { curl_multi_cleanup(handle); }
+        void operator()(CURLM* handle) const { libcurl().multiCleanup(handle); }
     };
     using Multi = std::unique_ptr<CURLM, CleanUp>;
 
