@@ -52,7 +52,7 @@ class Overlay:
     def await_frame(self, expected, what):
         """Waits until the frame is `expected`, and fails with the one it has otherwise."""
         try:
-            wait_until(lambda: self.frame() == expected, what, 10)
+            wait_until(lambda: self.frame() == expected, what)
         except AssertionError:
             assert self.frame() == expected, what
 
