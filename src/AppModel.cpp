@@ -191,8 +191,10 @@ void AppModel::changeHotkey(const Hotkey& chosen)
         return; // one that is held stays held
     }
     const bool lost = monitor.isHeld(); // its release will not be seen
+    const bool watched = monitor.isRunning();
+    monitor.stop(); // what is known of the old key is not told of the new one
     hotkey.set(chosen);
-    if (monitor.isRunning()) {
+    if (watched) {
         monitor.start(chosen);
     }
     if (lost) {

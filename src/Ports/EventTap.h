@@ -6,8 +6,6 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <string>
-#include <utility>
 
 namespace vorlin {
 
@@ -39,6 +37,17 @@ struct KeyInterest {
     bool operator==(const KeyInterest&) const = default;
 };
 
+/// What of the keys of interest cannot be had.
+enum class KeyConflict {
+    none,
+    /// Another program has taken the hotkey's key.
+    hotkeyTaken,
+    /// No key of this keyboard is the hotkey's.
+    hotkeyMissing,
+    /// Another program has taken Escape.
+    escapeTaken,
+};
+
 /// The keyboard of the whole desktop, before any program sees it. Main loop.
 class EventTap {
 public:
@@ -67,15 +76,14 @@ public:
     /// layout that the person has set up.
     virtual bool typesCharacters(std::uint16_t keyCode) = 0;
 
-    /// One line about a key of interest that cannot be had, because another program has taken it
-    /// or no key is it; empty when there is none, and while the tap is stopped.
-    const Published<std::string, EventTap>& conflict() const { return refusal; }
+    /// None while the tap is stopped.
+    const Published<KeyConflict, EventTap>& conflict() const { return refusal; }
 
 protected:
-    void setConflict(std::string line) { refusal.set(std::move(line)); }
+    void setConflict(KeyConflict next) { refusal.set(next); }
 
 private:
-    Published<std::string, EventTap> refusal;
+    Published<KeyConflict, EventTap> refusal{KeyConflict::none};
 };
 
 } // namespace vorlin

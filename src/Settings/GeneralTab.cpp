@@ -81,7 +81,7 @@ FormSection GeneralTab::shortcut()
     return {
         "Shortcut",
         {},
-        {{"hotkey", "Dictation key", key, sideEffect(), hint.empty() ? tap.conflict().get() : hint},
+        {{"hotkey", "Dictation key", key, sideEffect(), hint.empty() ? conflict() : hint},
          {"recordMode", "Recording", mode, {}},
          {"cancel", "Cancel", TextControl{"Press Esc, or press the dictation key again"}, {}}},
         "Hold the key while you speak and release to insert the text, or switch to press once "
@@ -100,6 +100,19 @@ std::string GeneralTab::sideEffect() const
            " is used as the dictation key. It also types characters on this keyboard: "
            "typing one with it starts a dictation. " +
            wording.label({keyCodes::rightControl, 0, true}) + " does not.";
+}
+
+std::string GeneralTab::conflict() const
+{
+    switch (tap.conflict().get()) {
+    case KeyConflict::none: return {};
+    case KeyConflict::hotkeyTaken:
+        return "Another program uses " + wording.label(model.hotkey.get()) + ".";
+    case KeyConflict::hotkeyMissing:
+        return "This keyboard has no key for " + wording.label(model.hotkey.get()) + ".";
+    case KeyConflict::escapeTaken: return "Another program uses Escape.";
+    }
+    return {};
 }
 
 PickerControl GeneralTab::languages()

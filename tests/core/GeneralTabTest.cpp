@@ -1,5 +1,7 @@
 #include "SettingsFixture.h"
 
+#include <set>
+
 namespace vorlin {
 namespace {
 
@@ -104,11 +106,36 @@ TEST_F(GeneralTabTest, theRowOfTheKeySaysWhyItCannotBeHadOrWhyAKeyWasNotTaken)
 {
     open();
     EXPECT_EQ(row("hotkey").problem, "");
-    desktop.tap.setConflict("Another program has taken Alt+Space.");
-    EXPECT_EQ(row("hotkey").problem, "Another program has taken Alt+Space.");
+    model->setHotkey({keyCodes::space, eventFlags::maskAlternate, false});
+    desktop.tap.setConflict(KeyConflict::hotkeyTaken);
+    EXPECT_EQ(row("hotkey").problem, "Another program uses ⌥ Space.");
+    desktop.tap.setConflict(KeyConflict::hotkeyMissing);
+    EXPECT_EQ(row("hotkey").problem, "This keyboard has no key for ⌥ Space.");
+    desktop.tap.setConflict(KeyConflict::escapeTaken);
+    EXPECT_EQ(row("hotkey").problem, "Another program uses Escape.");
     key().click();
     desktop.recorderKeys.keyDown(keyCodes::space);
     EXPECT_EQ(row("hotkey").problem, "Add ⌘, ⌥, ⌃ or ⇧ — or use a function key.");
+}
+
+TEST_F(GeneralTabTest, onLinuxAKeyThatCannotBeHadIsCalledAsOnItsKeyboards)
+{
+    desktop.wording = &linuxWording();
+    open();
+    model->setHotkey({keyCodes::space, eventFlags::maskAlternate, false});
+    desktop.tap.setConflict(KeyConflict::hotkeyTaken);
+    EXPECT_EQ(row("hotkey").problem, "Another program uses Alt+Space.");
+}
+
+TEST_F(GeneralTabTest, whatHoldsOfOneKeyIsNeverSaidOfTheNext)
+{
+    open();
+    desktop.tap.setConflict(KeyConflict::hotkeyTaken);
+    std::set<std::string> lines;
+    const auto changes = settings->general.form.observe(
+        [&](const Form& form) { lines.insert(rowIn(form, "hotkey").problem); });
+    key().presets[3].press();
+    EXPECT_EQ(lines, std::set<std::string>{""});
 }
 
 TEST_F(GeneralTabTest, theRecordModeIsChosenAndFollowsTheFile)

@@ -65,6 +65,8 @@ TEST_F(SettingsFormTest, onLinuxNoTextNamesAnotherDesktopsThings)
     desktop.wording = &linuxWording();
     open();
     settings->models.sheet.open();
+    model->setHotkey({keyCodes::space, eventFlags::maskAlternate, false});
+    desktop.tap.setConflict(KeyConflict::hotkeyTaken);
     for (int source = 0; source < 2; ++source) {
         std::get<PickerControl>(rowIn(settings->models.sheet.form.get(), "source").control)
             .choose(static_cast<std::size_t>(source));

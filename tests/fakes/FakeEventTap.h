@@ -29,7 +29,11 @@ public:
         }
         return allowed;
     }
-    void stop() override { handler = nullptr; }
+    void stop() override
+    {
+        handler = nullptr;
+        setConflict(KeyConflict::none);
+    }
     bool typesCharacters(std::uint16_t keyCode) override { return typing.contains(keyCode); }
     void enable() override { ++enables; }
     void setInterest(const KeyInterest& wanted) override

@@ -109,7 +109,7 @@ void X11EventTap::endSession()
     QMetaObject::invokeMethod(
         &context, [ended = std::move(session)] {}, Qt::QueuedConnection);
     session.reset();
-    setConflict({});
+    setConflict(KeyConflict::none);
 }
 
 /// The server closed our connection alone: another one may do.
@@ -152,19 +152,19 @@ void X11EventTap::applyInterest()
     setConflict(findConflict());
 }
 
-std::string X11EventTap::findConflict() const
+KeyConflict X11EventTap::findConflict() const
 {
     const auto& refused = session->grabs.refused();
     if (interest.hotkey && !interest.hotkey->modifierOnly) {
         const auto key = hardwareKey(interest.hotkey->keyCode);
         if (!key) {
-            return "This keyboard has no key for " + interest.hotkey->label() + ".";
+            return KeyConflict::hotkeyMissing;
         }
         if (refused.contains(*key)) {
-            return "Another program uses " + interest.hotkey->label() + ".";
+            return KeyConflict::hotkeyTaken;
         }
     }
-    return refused.empty() ? "" : "Another program uses Escape.";
+    return refused.empty() ? KeyConflict::none : KeyConflict::escapeTaken;
 }
 
 void X11EventTap::pump()

@@ -5,7 +5,6 @@
 #include "Ports/EventTap.h"
 
 #include <memory>
-#include <string>
 
 #include <QObject>
 
@@ -38,7 +37,7 @@ private:
 
     bool openSession(Handler handler);
     void applyInterest();
-    std::string findConflict() const;
+    KeyConflict findConflict() const;
     void pump();
     bool step(Session& session);
     void watch(Session& session, const KeyChange& change);

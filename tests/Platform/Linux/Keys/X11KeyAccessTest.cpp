@@ -44,7 +44,7 @@ TEST(X11KeyAccess, withoutADisplayNothingWorksAndNothingBreaks)
     X11EventTap tap(keyboard);
     EXPECT_FALSE(tap.start([](auto, const auto&) { return true; }));
     tap.setInterest({Hotkey{100, 0, false}, true});
-    EXPECT_EQ(tap.conflict().get(), "");
+    EXPECT_EQ(tap.conflict().get(), KeyConflict::none);
     X11KeyPoster poster(keyboard);
     poster.post(keyCodes::v, true, eventFlags::maskControl);
     poster.post(keyCodes::v, false, eventFlags::maskControl);

@@ -26,27 +26,26 @@ TEST_F(X11TapRivalsTest, aKeyTakenByAnotherProgramIsNamedAndTheRestWorks)
     ASSERT_TRUE(rival.grabKey(keys::f8, 0));
     start(f8);
     setEscapeActive(true);
-    EXPECT_EQ(eventTap.conflict().get(), "Another program uses F8.");
+    EXPECT_EQ(eventTap.conflict().get(), KeyConflict::hotkeyTaken);
     tap(keys::escape);
     tap(keys::f8);
     EXPECT_THAT(seen(), IsEmpty());
     EXPECT_EQ(monitor->escapes, 1);
     EXPECT_EQ(monitor->presses, 0);
     eventTap.setInterest({rightOption, false});
-    EXPECT_EQ(eventTap.conflict().get(), "");
+    EXPECT_EQ(eventTap.conflict().get(), KeyConflict::none);
 }
 
 TEST_F(X11TapRivalsTest, aConflictIsToldWhenItComesAndWhenItGoes)
 {
-    std::vector<std::string> told;
-    const auto watch =
-        eventTap.conflict().observe([&](const std::string& line) { told.push_back(line); });
+    std::vector<KeyConflict> told;
+    const auto watch = eventTap.conflict().observe([&](KeyConflict next) { told.push_back(next); });
     ASSERT_TRUE(rival.grabKey(keys::f8, 0));
     start(f8);
-    EXPECT_THAT(told, ElementsAre("Another program uses F8."));
+    EXPECT_THAT(told, ElementsAre(KeyConflict::hotkeyTaken));
     eventTap.stop();
-    EXPECT_THAT(told, ElementsAre("Another program uses F8.", ""));
-    EXPECT_EQ(eventTap.conflict().get(), "");
+    EXPECT_THAT(told, ElementsAre(KeyConflict::hotkeyTaken, KeyConflict::none));
+    EXPECT_EQ(eventTap.conflict().get(), KeyConflict::none);
 }
 
 TEST_F(X11TapRivalsTest, escapeIsSwallowedWhereAnotherProgramHasACombinationOfIt)
@@ -65,7 +64,7 @@ TEST_F(X11TapRivalsTest, escapeIsSwallowedWhereAnotherProgramHasACombinationOfIt
     tap(keys::escape);
     expectNoEscapeSeen();
     EXPECT_EQ(monitor->escapes, 3);
-    EXPECT_EQ(eventTap.conflict().get(), "");
+    EXPECT_EQ(eventTap.conflict().get(), KeyConflict::none);
 }
 
 TEST_F(X11TapRivalsTest, theCombinationItselfCancelsAndGoesToTheProgramThatHasIt)
@@ -101,7 +100,7 @@ TEST_F(X11TapRivalsTest, escapeAloneTakenByAnotherProgramIsNamed)
     ASSERT_TRUE(rival.grabKey(keys::escape, 0));
     start(f8);
     setEscapeActive(true);
-    EXPECT_EQ(eventTap.conflict().get(), "Another program uses Escape.");
+    EXPECT_EQ(eventTap.conflict().get(), KeyConflict::escapeTaken);
     press(keys::leftShift);
     tap(keys::escape);
     release(keys::leftShift);
@@ -114,7 +113,7 @@ TEST_F(X11TapRivalsTest, aHotkeyWorksWithTheSideThatNobodyElseHas)
     PrivateDisplay::setLayout("de");
     ASSERT_TRUE(rival.grabKey(keys::space, level3));
     start(optionSpace);
-    EXPECT_EQ(eventTap.conflict().get(), "Another program uses ⌥ Space.");
+    EXPECT_EQ(eventTap.conflict().get(), KeyConflict::hotkeyTaken);
     press(keys::leftAlt);
     tap(keys::space);
     release(keys::leftAlt);
@@ -125,7 +124,7 @@ TEST_F(X11TapRivalsTest, aHotkeyWorksWithTheSideThatNobodyElseHas)
 TEST_F(X11TapRivalsTest, aHotkeyThatNoKeyHasIsNamed)
 {
     start({200, maskControl, false});
-    EXPECT_EQ(eventTap.conflict().get(), "This keyboard has no key for ⌃ Key 200.");
+    EXPECT_EQ(eventTap.conflict().get(), KeyConflict::hotkeyMissing);
 }
 
 TEST_F(X11TapRivalsTest, aKeyWantedInNoStateIsRefused)
