@@ -26,6 +26,12 @@ QList<Entry> entries()
         {"KDE", accessibility, "systemsettings5", {"kcm_access"}},
         {"XFCE", microphone, "pavucontrol", {"--tab=4"}}, // its page of microphones
         {"XFCE", accessibility, "xfce4-accessibility-settings", {}},
+        // Not "--tab=input", at which it fails.
+        {"X-Cinnamon", microphone, "cinnamon-settings", {"sound", "-t", "input"}},
+        {"X-Cinnamon", accessibility, "cinnamon-settings", {"universal-access"}},
+        {"MATE", microphone, "mate-volume-control", {"--page=input"}},
+        {"MATE", accessibility, "mate-at-properties", {}},
+        {"LXQt", microphone, "pavucontrol-qt", {"--tab=4"}},
     };
 }
 

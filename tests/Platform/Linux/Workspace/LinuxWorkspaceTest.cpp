@@ -144,16 +144,22 @@ TEST_F(LinuxWorkspaceTest, eachDesktopHasItsOwnSettings)
         EXPECT_TRUE(result(workspace.openPanel(panel)).value);
         return started();
     };
-    install("gnome-control-center");
-    install("systemsettings");
-    install("pavucontrol");
-    install("xfce4-accessibility-settings");
+    for (const char* program :
+         {"gnome-control-center", "systemsettings", "pavucontrol", "xfce4-accessibility-settings",
+          "cinnamon-settings", "mate-volume-control", "mate-at-properties", "pavucontrol-qt"}) {
+        install(program);
+    }
     EXPECT_EQ(opens("GNOME", microphone), "gnome-control-center\nsound\n");
     EXPECT_EQ(opens("ubuntu:GNOME", accessibility), "gnome-control-center\nuniversal-access\n");
     EXPECT_EQ(opens("KDE", microphone), "systemsettings\nkcm_pulseaudio\n");
     EXPECT_EQ(opens("KDE", accessibility), "systemsettings\nkcm_access\n");
     EXPECT_EQ(opens("XFCE", microphone), "pavucontrol\n--tab=4\n");
     EXPECT_EQ(opens("XFCE", accessibility), "xfce4-accessibility-settings\n");
+    EXPECT_EQ(opens("X-Cinnamon", microphone), "cinnamon-settings\nsound\n-t\ninput\n");
+    EXPECT_EQ(opens("X-Cinnamon", accessibility), "cinnamon-settings\nuniversal-access\n");
+    EXPECT_EQ(opens("MATE", microphone), "mate-volume-control\n--page=input\n");
+    EXPECT_EQ(opens("MATE", accessibility), "mate-at-properties\n");
+    EXPECT_EQ(opens("LXQt", microphone), "pavucontrol-qt\n--tab=4\n");
 }
 
 TEST_F(LinuxWorkspaceTest, aDesktopWithoutSuchSettingsSaysSo)
