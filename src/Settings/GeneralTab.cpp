@@ -2,6 +2,7 @@
 
 #include "Ports/EventTap.h"
 #include "Ports/SpeechAnalyzer.h"
+#include "Settings/Texts.h"
 
 #include <array>
 #include <exception>
@@ -63,8 +64,7 @@ FormSection GeneralTab::shortcut()
     for (const Hotkey& preset : wording.presets) {
         key.presets.push_back(
             {wording.label(preset), {}, {}, true, false, lifetime.guard([this, preset] {
-                 recorder.stop(); // a key that is chosen ends the search for one
-                 model.setHotkey(preset);
+                 recorder.choose(preset);
              })});
     }
     PickerControl mode{PickerControl::Style::segmented,
@@ -77,16 +77,14 @@ FormSection GeneralTab::shortcut()
         mode.choices.push_back(
             {std::string(rawValue(each)), recordModeLabels.at(static_cast<std::size_t>(each)), {}});
     }
-    const auto& hint = recorder.hint.get();
-    return {
-        "Shortcut",
-        {},
-        {{"hotkey", "Dictation key", key, sideEffect(), hint.empty() ? conflict() : hint},
-         {"recordMode", "Recording", mode, {}},
-         {"cancel", "Cancel", TextControl{"Press Esc, or press the dictation key again"}, {}}},
-        "Hold the key while you speak and release to insert the text, or switch to press once "
-        "to start and again to stop. Choose a single modifier key, or click the key box and "
-        "press any combination such as ⌥ Space or F5."};
+    return {"Shortcut",
+            {},
+            {{"hotkey", "Dictation key", key, sideEffect(), problem()},
+             {"recordMode", "Recording", mode, {}},
+             {"cancel", "Cancel", TextControl{"Press Esc, or press the dictation key again"}, {}}},
+            "Hold the key while you speak and release to insert the text, or switch to press once "
+            "to start and again to stop. Choose a single modifier key, or click the key box and "
+            "press any combination such as ⌥ Space or F5."};
 }
 
 std::string GeneralTab::sideEffect() const
@@ -100,6 +98,12 @@ std::string GeneralTab::sideEffect() const
            " is used as the dictation key. It also types characters on this keyboard: "
            "typing one with it starts a dictation. " +
            wording.label({keyCodes::rightControl, 0, true}) + " does not.";
+}
+
+std::string GeneralTab::problem() const
+{
+    // The hint is about what was just done, and the key does not work all the same.
+    return together(wording(recorder.hint.get()), conflict());
 }
 
 std::string GeneralTab::conflict() const

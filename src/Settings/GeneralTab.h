@@ -28,6 +28,8 @@ private:
     PickerControl languages();
     /// What else the dictation key does, where it does something else.
     std::string sideEffect() const;
+    /// What the row of the key says is wrong.
+    std::string problem() const;
     /// Why a key does not do what it should; empty where all do.
     std::string conflict() const;
     void setLaunchAtLogin(bool on);

@@ -74,7 +74,7 @@ void HotkeyRecorder::modifierChanged(std::uint16_t keyCode, std::uint64_t flags)
     }
     if ((flags & *flag) == 0) {
         if (pendingModifier == keyCode) {
-            record({keyCode, 0, true});
+            choose({keyCode, 0, true});
         }
         return;
     }
@@ -94,12 +94,13 @@ void HotkeyRecorder::keyPressed(std::uint16_t keyCode, std::uint64_t flags)
         hint.set("Add ⌘, ⌥, ⌃ or ⇧ — or use a function key.");
         return;
     }
-    record(pressed);
+    choose(pressed);
 }
 
-void HotkeyRecorder::record(const Hotkey& recorded)
+void HotkeyRecorder::choose(const Hotkey& chosen)
 {
-    model.setHotkey(recorded);
+    hint.set({});
+    model.setHotkey(chosen);
     stop();
 }
 

@@ -24,7 +24,7 @@ public:
 
     Published<bool, HotkeyRecorder> recording{false};
     /// Why the latest key was not taken, or why none can be recorded; empty when there is nothing
-    /// to say. Stands until the next recording.
+    /// to say. Stands until the next recording, or until a key was taken.
     Published<std::string, HotkeyRecorder> hint;
 
     /// The button was clicked: starts, or stops.
@@ -36,13 +36,15 @@ public:
     /// Ends it without a change; safe when nothing is recorded.
     void stop();
 
+    /// Takes a key that was not recorded but chosen: ends recording.
+    void choose(const Hotkey& chosen);
+
     /// Takes one event of the keyboard while recording. Every one is swallowed.
     void handle(KeyEventType type, const KeyEvent& event);
 
 private:
     void modifierChanged(std::uint16_t keyCode, std::uint64_t flags);
     void keyPressed(std::uint16_t keyCode, std::uint64_t flags);
-    void record(const Hotkey& recorded);
 
     AppModel& model;
     LocalKeyMonitor& keys;

@@ -138,6 +138,57 @@ TEST_F(GeneralTabTest, whatHoldsOfOneKeyIsNeverSaidOfTheNext)
     EXPECT_EQ(lines, std::set<std::string>{""});
 }
 
+TEST_F(GeneralTabTest, aKeyThatWasTakenShowsWhyItCannotBeHadAndNoOlderHint)
+{
+    open();
+    key().click();
+    desktop.recorderKeys.keyDown(keyCodes::space);
+    desktop.recorderKeys.keyDown(96);
+    desktop.tap.setConflict(KeyConflict::hotkeyTaken);
+    EXPECT_EQ(row("hotkey").problem, "Another program uses F5.");
+    key().click();
+    desktop.recorderKeys.keyDown(keyCodes::space);
+    key().presets[0].press();
+    EXPECT_EQ(row("hotkey").problem, "");
+}
+
+TEST_F(GeneralTabTest, aHintAndWhatIsWrongWithTheKeyAreBothSaid)
+{
+    desktop.wording = &linuxWording();
+    open();
+    desktop.tap.setConflict(KeyConflict::hotkeyTaken);
+    desktop.recorderKeys.refusal = "Another program has the keyboard.";
+    key().click();
+    desktop.tap.setConflict(KeyConflict::hotkeyTaken);
+    EXPECT_EQ(row("hotkey").problem,
+              "Another program has the keyboard. Another program uses Right Alt.");
+    desktop.recorderKeys.refusal.reset();
+    key().click();
+    desktop.recorderKeys.keyDown(keyCodes::space);
+    desktop.recorderKeys.keyDown(keyCodes::escape);
+    desktop.tap.setConflict(KeyConflict::hotkeyTaken);
+    EXPECT_EQ(row("hotkey").problem, "Add Super, Alt, Ctrl or Shift — or use a function key. "
+                                     "Another program uses Right Alt.");
+}
+
+TEST_F(GeneralTabTest, aKeyThatAlsoTypesCharactersSaysSoAndNamesOneThatDoesNot)
+{
+    desktop.tap.typing = {keyCodes::rightOption};
+    open();
+    EXPECT_EQ(row("hotkey").caption,
+              "Right ⌥ Option is used as the dictation key. It also types characters on this "
+              "keyboard: typing one with it starts a dictation. Right ⌃ Control does not.");
+    desktop.wording = &linuxWording();
+    open();
+    EXPECT_EQ(row("hotkey").caption,
+              "Right Alt is used as the dictation key. It also types characters on this keyboard: "
+              "typing one with it starts a dictation. Right Ctrl does not.");
+    model->setHotkey({keyCodes::rightControl, 0, true});
+    EXPECT_EQ(row("hotkey").caption, "");
+    model->setHotkey({keyCodes::rightOption, eventFlags::maskControl, false});
+    EXPECT_EQ(row("hotkey").caption, "") << "not pressed alone";
+}
+
 TEST_F(GeneralTabTest, theRecordModeIsChosenAndFollowsTheFile)
 {
     open();

@@ -110,6 +110,29 @@ TEST_F(HotkeyRecorderTest, theHintStandsUntilTheNextRecording)
     EXPECT_EQ(recorder.hint.get(), "");
 }
 
+TEST_F(HotkeyRecorderTest, aKeyThatIsTakenEndsTheHint)
+{
+    recorder.start();
+    keys.keyDown(keyCodes::space);
+    keys.keyDown(f5);
+    EXPECT_EQ(recorder.hint.get(), "");
+    recorder.start();
+    keys.keyDown(keyCodes::space);
+    tapModifier(keyCodes::rightControl, maskControl);
+    EXPECT_EQ(recorder.hint.get(), "");
+}
+
+TEST_F(HotkeyRecorderTest, aKeyThatIsChosenEndsRecordingAndHint)
+{
+    recorder.start();
+    keys.keyDown(keyCodes::space);
+    recorder.choose({f5, 0, false});
+    EXPECT_FALSE(isRecording());
+    EXPECT_EQ(recorder.hint.get(), "");
+    EXPECT_EQ(model.hotkey.get(), (Hotkey{f5, 0, false}));
+    EXPECT_EQ(desktop.tap.interest.hotkey, (Hotkey{f5, 0, false}));
+}
+
 TEST_F(HotkeyRecorderTest, escapeEndsItWithoutAChangeAndIsNeverRecorded)
 {
     recorder.start();
