@@ -26,6 +26,9 @@ FirstRun::FirstRun(AppModel& model, const Ports& ports, SettingsScene& scene)
 
 void FirstRun::look()
 {
+    if (scene.wasOpened()) {
+        return; // the person was faster: the tab is theirs, and so is closing the window
+    }
     if (!permissions.isTrusted()) {
         open(SettingsTab::permissions);
     } else if (permissions.microphoneAnswered()) {

@@ -9,7 +9,7 @@ namespace vorlin {
 
 /// Opens the settings by itself at the very first start, and never again: on Permissions where
 /// the keyboard cannot be watched, or the sound server has answered that there is no microphone,
-/// else on General. Main loop.
+/// else on General. Somebody who has opened them meanwhile is left alone. Main loop.
 class FirstRun {
 public:
     /// All must outlive this object.

@@ -26,6 +26,7 @@ void SettingsScene::setWindow(Window next)
 
 void SettingsScene::open()
 {
+    opened = true;
     if (!hasWindow) {
         wanted = true;
         return;

@@ -39,6 +39,8 @@ public:
     /// Opens the window and raises it: in the next turn of the loop, and again after 0.15 s, for
     /// it may not exist before.
     void open();
+    /// Whether anybody ever called `open`.
+    bool wasOpened() const { return opened; }
 
 private:
     void raise();
@@ -47,6 +49,7 @@ private:
     Workspace& workspace;
     Window window;
     bool hasWindow = false;
+    bool opened = false;
     /// `open` was called before there was a window.
     bool wanted = false;
     Timer soon;

@@ -96,6 +96,19 @@ TEST_F(MenuContentTest, remindsOfTheSetupUntilBothPermissionsAreThere)
     EXPECT_EQ(menu().at(2), "-");
 }
 
+TEST_F(MenuContentTest, remindsOfTheSetupWhileOnlyTheMicrophoneIsMissing)
+{
+    desktop.permissions.microphone = false;
+    start();
+    EXPECT_EQ(menu().at(2), "Finish setup…");
+    desktop.permissions.microphone = true;
+    desktop.loop.advance(1500ms);
+    EXPECT_EQ(menu().at(2), "-");
+    desktop.permissions.microphone = false;
+    desktop.loop.advance(1500ms);
+    EXPECT_EQ(menu().at(2), "Finish setup…");
+}
+
 TEST_F(MenuContentTest, theSymbolIsActiveWhileADictationRuns)
 {
     start();
@@ -230,6 +243,20 @@ TEST_F(FirstRunTest, theAnswerThatThereIsNoMicrophoneOpensPermissions)
     EXPECT_EQ(tab(), SettingsTab::permissions);
     desktop.loop.advance(10s);
     EXPECT_EQ(opened, 1);
+}
+
+TEST_F(FirstRunTest, settingsThatSomebodyHasOpenedMeanwhileAreLeftAlone)
+{
+    desktop.permissions.answered = false;
+    firstStart();
+    app->settings.open();
+    app->settings.showTab(SettingsTab::popup);
+    desktop.loop.advance(500ms);
+    desktop.permissions.answered = true;
+    desktop.permissions.microphone = false;
+    desktop.loop.advance(10s);
+    EXPECT_EQ(opened, 1) << "the window may be closed again by now";
+    EXPECT_EQ(tab(), SettingsTab::popup);
 }
 
 TEST_F(FirstRunTest, aServerThatNeverAnswersOpensGeneral)
