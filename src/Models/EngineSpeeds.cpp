@@ -1,9 +1,7 @@
 #include "Models/EngineSpeeds.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdio>
 
 namespace vorlin {
 
@@ -47,11 +45,10 @@ std::string EngineSpeeds::text(const std::string& id) const
     if (!known) {
         return {};
     }
-    std::array<char, 64> line{};
-    // No wait is shorter than what the text can say.
-    std::snprintf(line.data(), line.size(), "About %.1f s after a sentence of %.0f s",
-                  std::max(known->wait, 0.1), known->sentence);
-    return line.data();
+    // No wait is shorter than what the text can say. Whole numbers look the same in every locale.
+    const auto tenths = std::max(std::llround(known->wait * 10), 1LL);
+    return "About " + std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) +
+           " s after a sentence of " + std::to_string(std::llround(known->sentence)) + " s";
 }
 
 } // namespace vorlin

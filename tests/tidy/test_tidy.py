@@ -124,6 +124,12 @@ class RuleTest(unittest.TestCase):
                             "auto now = std::chrono::steady_clock::now();\n",
                             "auto now = loop.now();\n")
 
+    def test_the_core_depends_on_no_locale(self):
+        for bad in ('std::snprintf(text, 9, "%.1f s", seconds);\n', "auto a = std::stod(text);\n",
+                    "auto a = strtod(text, nullptr);\n", 'print("%g", a);\n'):
+            self.assert_catches(tidy.outside_world, "src/Models/A.cpp", bad,
+                                'std::snprintf(text, 9, "%08x 50% free %d", number);\n')
+
     def test_views_reach_adapters_through_the_core_only(self):
         self.assert_catches(tidy.includes_on_the_wrong_floor, "src/UI/A.cpp",
                             '#include "Platform/Linux/B/B.h"\n', '#include "AppModel.h"\n')

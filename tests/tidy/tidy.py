@@ -115,11 +115,14 @@ def platform_conditions(tree):
 
 ENVIRONMENT = pathlib.Path("src/Platform/Linux/Environment.cpp")
 ENVIRONMENT_CALL = re.compile(r"\b(?:secure_)?getenv\b|\bqgetenv\b|\bqEnvironmentVariable")
+# What the C library writes or reads of a fraction depends on the locale: "0,4" in German.
+LOCALE_NUMBER = re.compile(r"%[-+#0]*[\d*]*(?:\.[\d*]*)?L?[aAeEfFgG]\b"
+                           r"|\b(?:strto(?:d|f|ld)|sto(?:d|f|ld)|atof)\s*\(")
 CLOCK_CALL = re.compile(r"_clock::now\b|\bclock_gettime\b")
 
 
 def outside_world(tree):
-    """The environment is read in one place, and the core reads no clock."""
+    """The environment is read in one place; the core reads no clock and depends on no locale."""
     for path in tree.files(CPP, "src"):
         core = floor_of(path) == "core"
         for number, line in tree.lines(path):
@@ -127,6 +130,8 @@ def outside_world(tree):
                 yield Finding(path, number, "only Environment reads the environment")
             if core and CLOCK_CALL.search(line):
                 yield Finding(path, number, "the core asks MainLoop for the time")
+            if core and LOCALE_NUMBER.search(line):
+                yield Finding(path, number, "the core depends on no locale: format whole numbers")
 
 
 # --- Files ----------------------------------------------------------------------------------------
