@@ -471,6 +471,33 @@ TEST_F(AppModelWithLocalEngine, aDictationBeforeTheFolderAnsweredUsesThePlatform
     EXPECT_EQ(model->models.selected.get(), "parakeetRedux");
 }
 
+TEST_F(AppModelWithLocalEngine, howFastItWasIsKeptForTheEngineThatDictated)
+{
+    start();
+    desktop.loop.runReady();
+    press();
+    ASSERT_EQ(phase(), Phase::listening);
+    desktop.microphone.deliver(
+        FakeAudioInput::buffer(FakeParakeet::amplitude(12), 16000, /*rate=*/16000));
+    desktop.loop.advance(5s);
+    release();
+    ASSERT_EQ(pasteboard(), "w12");
+    EXPECT_EQ(model->speeds.text("parakeetRedux"), "About 0.1 s after a sentence of 5 s");
+    EXPECT_EQ(model->speeds.text("apple"), "");
+}
+
+TEST_F(AppModelWithLocalEngine, anEngineThatHasNotAnsweredIsNotTheOneThatWasFast)
+{
+    start();
+    desktop.tap.pressOption(); // ahead of what the folder answers
+    desktop.loop.advance(5s);
+    release();
+    ASSERT_EQ(pasteboard(), "hello world");
+    EXPECT_EQ(model->models.selected.get(), "parakeetRedux");
+    EXPECT_EQ(model->speeds.text("apple"), "About 0.1 s after a sentence of 5 s");
+    EXPECT_EQ(model->speeds.text("parakeetRedux"), "");
+}
+
 TEST_F(AppModelWithLocalEngine, removingTheEngineUnloadsIt)
 {
     start();
