@@ -1,6 +1,9 @@
 #include "Platform/Linux/Tray/TrayStatusItem.h"
 
+#include "Platform/Linux/Tray/PointerPlace.h"
+
 #include <QGuiApplication>
+#include <QScreen>
 
 #include <utility>
 
@@ -77,7 +80,11 @@ void TrayStatusItem::clicked(X11TrayIcon::Click click, const QPoint& place)
         menu = std::make_unique<PopupMenu>([this](const std::string& id) { tell(id); });
         menu->setItems(content->menu);
     }
-    menu->open(place / qGuiApp->devicePixelRatio());
+    QList<ScaledScreen> screens;
+    for (const auto* screen : QGuiApplication::screens()) {
+        screens.append({screen->geometry(), screen->devicePixelRatio()});
+    }
+    menu->open(placeFromPixels(place, screens));
 }
 
 } // namespace vorlin
