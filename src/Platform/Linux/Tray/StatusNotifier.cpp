@@ -15,6 +15,7 @@ namespace {
 
 const QString watcherService = QStringLiteral("org.kde.StatusNotifierWatcher");
 const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
+constexpr int secondTryMs = 1500;
 
 } // namespace
 
@@ -84,6 +85,9 @@ StatusNotifier::StatusNotifier(Callbacks given)
     : callbacks(std::move(given)), menu([this](const std::string& id) { callbacks.chosen(id); }),
       interface(new StatusNotifierInterface(*this)) // `object` owns it
 {
+    secondTry.setSingleShot(true);
+    secondTry.setInterval(secondTryMs);
+    connect(&secondTry, &QTimer::timeout, this, [this] { registerItem(true); });
 }
 
 StatusNotifier::~StatusNotifier()
@@ -139,17 +143,30 @@ void StatusNotifier::introduce()
                         SLOT(askForHost()));
         }
     }
+    registerItem(false);
+}
+
+/// `again`: the watcher has refused once. It may have taken its name before it was ready.
+void StatusNotifier::registerItem(bool again)
+{
+    const auto bus = QDBusConnection::sessionBus();
+    secondTry.stop();
     auto message = QDBusMessage::createMethodCall(watcherService, watcherPath, watcherService,
                                                   "RegisterStatusNotifierItem");
     message << bus.baseService();
     message.setAutoStartService(false);
     auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(message), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this,
-            [this, mine = ++introduction](QDBusPendingCallWatcher* done) {
+            [this, again, mine = ++introduction](QDBusPendingCallWatcher* done) {
                 done->deleteLater();
-                if (mine == introduction && !done->isError()) {
+                if (mine != introduction) {
+                    return;
+                }
+                if (!done->isError()) {
                     isRegistered = true;
                     askForHost();
+                } else if (!again && done->error().type() != QDBusError::ServiceUnknown) {
+                    secondTry.start();
                 }
             });
 }

@@ -4,6 +4,7 @@
 
 #include <QDBusServiceWatcher>
 #include <QObject>
+#include <QTimer>
 
 #include <functional>
 
@@ -12,7 +13,8 @@ namespace vorlin {
 class StatusNotifierInterface;
 
 /// The item in panels that take items over the session bus: org.kde.StatusNotifierItem, which the
-/// watcher of the desktop is told of as often as one comes. Main loop; waits for nothing.
+/// watcher of the desktop is told of as often as one comes, and once more where it refuses at
+/// first. Main loop; waits for nothing.
 class StatusNotifier final : public QObject {
     Q_OBJECT
 
@@ -41,6 +43,7 @@ private:
     friend class StatusNotifierInterface;
 
     void introduce();
+    void registerItem(bool again);
     void note(bool registered, bool host);
 
     Callbacks callbacks;
@@ -52,6 +55,7 @@ private:
     bool hasHost = false;
     /// Which introduction an answer belongs to.
     int introduction = 0;
+    QTimer secondTry;
     QObject object;
     StatusNotifierInterface* interface;
 };

@@ -140,6 +140,16 @@ TEST_F(StatusNotifierTest, aPanelThatGoesAndComesAgainGetsItAgain)
     EXPECT_EQ(panel.items.size(), 1);
 }
 
+TEST_F(StatusNotifierTest, aPanelThatRefusesAtFirstIsAskedOnceMore)
+{
+    TestPanel panel;
+    panel.refusals = 1;
+    item.show(content());
+    ASSERT_TRUE(comesToBeShown());
+    EXPECT_EQ(panel.refusals, 0);
+    EXPECT_EQ(panel.items.size(), 1);
+}
+
 TEST_F(StatusNotifierTest, aListWithoutAPanelShowsNothing)
 {
     TestPanel panel(false);

@@ -31,6 +31,17 @@ TestPanel::TestPanel(bool hasHost)
     EXPECT_TRUE(bus.registerService(service));
 }
 
+void TestWatcher::RegisterStatusNotifierItem(const QString& service, const QDBusMessage& message)
+{
+    if (panel.refusals == 0) {
+        panel.items.push_back(service);
+        return;
+    }
+    --panel.refusals;
+    message.setDelayedReply(true);
+    panel.send(message.createErrorReply(QDBusError::Failed, "not yet"));
+}
+
 TestPanel::~TestPanel()
 {
     bus.unregisterService(service);

@@ -37,12 +37,16 @@ public:
     /// The properties of the entry with this label; nothing when there is none.
     std::optional<MenuLayout> entry(const QString& label);
 
+    void send(const QDBusMessage& message) const { bus.send(message); }
+
     /// Clicks on an entry of the menu, or on the item itself.
     void click(int id);
     void activate();
 
     /// The bus names of the items that were registered.
     QStringList items;
+    /// How many registrations are refused from now on.
+    int refusals = 0;
     bool hasHost;
     int newIcons = 0;
     std::vector<uint> layouts;
@@ -69,7 +73,7 @@ public:
     bool hasHost() const { return panel.hasHost; }
 
 public Q_SLOTS:
-    void RegisterStatusNotifierItem(const QString& service) { panel.items.push_back(service); }
+    void RegisterStatusNotifierItem(const QString& service, const QDBusMessage& message);
 
 Q_SIGNALS:
     void StatusNotifierHostRegistered();
