@@ -1,7 +1,8 @@
 #pragma once
 
-#include "Ports/Workspace.h"
+#include "Ports/Ports.h"
 #include "Settings/Form.h"
+#include "Settings/WorkspaceWishes.h"
 
 #include <string>
 
@@ -18,11 +19,15 @@ struct BuildFacts {
 /// What the program is, and who made it. Main loop.
 class AboutTab final : public FormModel {
 public:
-    /// Both references must outlive this object.
-    AboutTab(const BuildFacts& build, Workspace& workspace, const Wording& wording);
+    /// What `ports` names must outlive this object.
+    AboutTab(BuildFacts build, const Ports& ports);
 
 private:
+    void update();
+
+    const BuildFacts build;
     Workspace& workspace;
+    WorkspaceWishes wishes;
     Lifetime lifetime;
 };
 

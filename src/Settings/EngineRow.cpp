@@ -1,5 +1,7 @@
 #include "Settings/EngineRow.h"
 
+#include "Settings/Texts.h"
+
 #include <utility>
 #include <variant>
 
@@ -52,7 +54,11 @@ public:
             control.size = size == store.sizes.get().end() ? "" : size->second;
             control.menu = folderMenu();
         }
-        return {engine.id, engine.name, std::move(control), {}, problem()};
+        return {engine.id,
+                engine.name,
+                std::move(control),
+                {},
+                together(missing(), needs.wishes.problem(engine.id))};
     }
 
 private:
@@ -102,9 +108,9 @@ private:
             menu.push_back(
                 {{.text = "Show in Finder",
                   .symbol = "folder",
-                  .press = needs.lifetime.guard([&workspace = needs.workspace, folder = *folder] {
-                      workspace.reveal(folder);
-                  })}});
+                  .press = needs.lifetime.guard(
+                      [&workspace = needs.workspace, &wishes = needs.wishes, id = engine.id,
+                       folder = *folder] { wishes.follow(id, workspace.reveal(folder)); })}});
         }
         menu.push_back({{.text = !engine.custom ? "Delete download"
                                  : isLocal()    ? "Remove from list"
@@ -116,7 +122,7 @@ private:
     }
 
     /// What the folder of an engine that is used in place lacks.
-    std::string problem() const
+    std::string missing() const
     {
         const auto lacking = store.lacking.get().find(engine.id);
         if (!isLocal() || lacking == store.lacking.get().end()) {

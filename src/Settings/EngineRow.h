@@ -3,6 +3,7 @@
 #include "Models/ModelStore.h"
 #include "Ports/Workspace.h"
 #include "Settings/Form.h"
+#include "Settings/WorkspaceWishes.h"
 
 #include <functional>
 #include <memory>
@@ -14,6 +15,8 @@ namespace vorlin {
 struct EngineRowNeeds {
     ModelStore& store;
     Workspace& workspace;
+    /// By the engine's id.
+    WorkspaceWishes& wishes;
     const Wording& wording;
     /// Makes an action of the row do nothing once nobody is there for it.
     const Lifetime& lifetime;

@@ -5,10 +5,17 @@
 
 namespace vorlin {
 
+namespace {
+
+/// The row that says why the folder of all models cannot be shown.
+constexpr const char* rootRow = "modelsRoot";
+
+} // namespace
+
 ModelsTab::ModelsTab(ModelStore& store, const EngineSpeeds& speeds, const Ports& ports)
     : FormModel(ports.wording), sheet(ports.loop, store, ports.workspace, ports.wording),
       loop(ports.loop), workers(ports.workers), workspace(ports.workspace), folders(ports.folders),
-      store(store), speeds(speeds)
+      store(store), speeds(speeds), wishes(ports.loop, [this] { update(); })
 {
     const auto follow = [this](const auto& source) {
         changes.push_back(source.observe([this](const auto&) { update(); }));
@@ -34,7 +41,10 @@ void ModelsTab::update()
     if (const auto& error = store.lastError.get()) {
         section.rows.push_back({"lastError", {}, TextControl{}, {}, *error});
     }
-    const EngineRowNeeds needs{store, workspace, wording, lifetime};
+    if (const auto problem = wishes.problem(rootRow); !problem.empty()) {
+        section.rows.push_back({rootRow, {}, TextControl{}, {}, problem});
+    }
+    const EngineRowNeeds needs{store, workspace, wishes, wording, lifetime};
     for (const Engine& engine : store.engines.get()) {
         section.rows.push_back(engineRow(engine, speeds.text(engine.id), needs));
     }
@@ -45,7 +55,7 @@ void ModelsTab::showRoot()
 {
     workers.runPatiently(
         WorkPriority::normal, [folders = folders] { folders->makeModelsRoot(); }, loop,
-        lifetime.guard([this] { workspace.open(store.modelsRoot()); }));
+        lifetime.guard([this] { wishes.follow(rootRow, workspace.open(store.modelsRoot())); }));
 }
 
 } // namespace vorlin

@@ -5,6 +5,7 @@
 #include "Ports/Ports.h"
 #include "Settings/AddModelSheet.h"
 #include "Settings/Form.h"
+#include "Settings/WorkspaceWishes.h"
 
 #include <memory>
 #include <vector>
@@ -29,6 +30,7 @@ private:
     const std::shared_ptr<Folders> folders;
     ModelStore& store;
     const EngineSpeeds& speeds;
+    WorkspaceWishes wishes;
     std::vector<Subscription> changes;
     Lifetime lifetime;
 };

@@ -4,8 +4,9 @@
 
 namespace vorlin {
 
-PermissionsTab::PermissionsTab(AppModel& model, Workspace& workspace, const Wording& wording)
-    : FormModel(wording), model(model), workspace(workspace)
+PermissionsTab::PermissionsTab(AppModel& model, const Ports& ports)
+    : FormModel(ports.wording), model(model), workspace(ports.workspace),
+      wishes(ports.loop, [this] { update(); })
 {
     for (const auto* granted : {&model.microphoneGranted, &model.accessibilityGranted}) {
         changes.push_back(granted->observe([this](bool) { update(); }));
@@ -46,11 +47,13 @@ FormRow PermissionsTab::row(const std::string& title, const std::string& reason,
     const bool hasPanel = workspace.hasPanel(panel);
     if (!granted && hasPanel) {
         control.open =
-            Command{.text = "Open Settings",
-                    .press = lifetime.guard([this, panel] { this->workspace.openPanel(panel); })};
+            Command{.text = "Open Settings", .press = lifetime.guard([this, title, panel] {
+                        wishes.follow(title, this->workspace.openPanel(panel));
+                    })};
     }
     return {title, title, control,
-            !granted && !hasPanel ? "This desktop has no settings page for it." : ""};
+            !granted && !hasPanel ? "This desktop has no settings page for it." : "",
+            granted ? "" : wishes.problem(title)};
 }
 
 } // namespace vorlin

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "AppModel.h"
+#include "Ports/Ports.h"
 #include "Ports/Workspace.h"
 #include "Settings/Form.h"
+#include "Settings/WorkspaceWishes.h"
 
 #include <vector>
 
@@ -12,7 +14,7 @@ namespace vorlin {
 class PermissionsTab final : public FormModel {
 public:
     /// All must outlive this object.
-    PermissionsTab(AppModel& model, Workspace& workspace, const Wording& wording);
+    PermissionsTab(AppModel& model, const Ports& ports);
 
 private:
     void update();
@@ -21,6 +23,7 @@ private:
 
     AppModel& model;
     Workspace& workspace;
+    WorkspaceWishes wishes;
     std::vector<Subscription> changes;
     Lifetime lifetime;
 };

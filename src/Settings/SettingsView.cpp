@@ -4,8 +4,7 @@ namespace vorlin {
 
 SettingsView::SettingsView(AppModel& model, const Ports& ports, const BuildFacts& build)
     : general(model, ports), models(model.models, model.speeds, ports), popup(model, ports.wording),
-      permissions(model, ports.workspace, ports.wording),
-      about(build, ports.workspace, ports.wording)
+      permissions(model, ports), about(build, ports)
 {
 }
 

@@ -15,7 +15,8 @@ class EngineRowTest : public ModelStoreFixture {
 protected:
     FormRow row(const std::string& id)
     {
-        return engineRow(engine(id), speed, {*store, desktop.workspace, plainWording(), lifetime});
+        return engineRow(engine(id), speed,
+                         {*store, desktop.workspace, wishes, plainWording(), lifetime});
     }
     EngineControl control(const std::string& id)
     {
@@ -48,6 +49,7 @@ protected:
 
     FakePorts desktop;
     std::string speed;
+    WorkspaceWishes wishes{loop, [] {}};
     Lifetime lifetime;
 };
 
@@ -170,6 +172,40 @@ TEST_F(EngineRowTest, anIncompleteLocalFolderSaysWhatItLacksAndOffersNoDownload)
     control("custom-1").commands[0].press();
     EXPECT_EQ(ids().size(), 4U);
     EXPECT_TRUE(store->lacking.get().count("custom-1") == 0);
+}
+
+TEST_F(EngineRowTest, aFolderThatCannotBeShownSaysWhyUntilItIsAskedForAgain)
+{
+    addCustomEngines();
+    folders.putModel("/mine");
+    start();
+    const auto show = control("custom-1").contextMenu.at(0).at(0).press;
+    desktop.workspace.refusal = "No file manager was found.";
+    show();
+    EXPECT_EQ(row("custom-1").problem, "");
+    loop.runReady();
+    EXPECT_EQ(row("custom-1").problem, "No file manager was found.");
+    EXPECT_EQ(row("custom-2").problem, "");
+    desktop.workspace.refusal.reset();
+    show();
+    EXPECT_EQ(row("custom-1").problem, "");
+    loop.runReady();
+    EXPECT_EQ(row("custom-1").problem, "");
+}
+
+TEST_F(EngineRowTest, anAnswerThatWasOvertakenSaysNothing)
+{
+    start();
+    Completion<Done> first;
+    const auto late = first.completer();
+    wishes.follow("apple", std::move(first));
+    Completion<Done> second;
+    second.completer().complete({});
+    wishes.follow("apple", std::move(second));
+    loop.runReady();
+    late.failWith("Too late.");
+    loop.runReady();
+    EXPECT_EQ(row("apple").problem, "");
 }
 
 TEST_F(EngineRowTest, whatIsKnownOfTheSpeedShowsWhenItIsAskedFor)

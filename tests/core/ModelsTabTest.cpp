@@ -63,6 +63,24 @@ TEST_F(ModelsTabTest, showInFinderMakesTheRootAndOpensIt)
     EXPECT_EQ(desktop.workspace.opened.at(0), desktop.folders.root);
 }
 
+TEST_F(ModelsTabTest, aFolderThatCannotBeShownSaysWhy)
+{
+    desktop.workspace.refusal = "Nothing here opens it.";
+    section().commands[0].press();
+    desktop.loop.runReady();
+    EXPECT_EQ(row(SettingsTab::models, "modelsRoot").problem, "Nothing here opens it.");
+    model->models.addLocal("/mine", "Mine");
+    desktop.loop.runReady();
+    const auto id = model->models.selected.get();
+    control<EngineControl>(SettingsTab::models, id).menu.at(0).at(0).press();
+    desktop.loop.runReady();
+    EXPECT_EQ(row(SettingsTab::models, id).problem, "Nothing here opens it.");
+    desktop.workspace.refusal.reset();
+    section().commands[0].press();
+    desktop.loop.runReady();
+    EXPECT_FALSE(hasRow(SettingsTab::models, "modelsRoot"));
+}
+
 TEST_F(ModelsTabTest, theLastErrorStandsAsLongAsItIsPresent)
 {
     EXPECT_FALSE(hasRow(SettingsTab::models, "lastError"));

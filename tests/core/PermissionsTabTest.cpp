@@ -68,6 +68,20 @@ TEST_F(PermissionsTabTest, aDesktopWithoutSuchAPageSaysSo)
     EXPECT_EQ(row(SettingsTab::permissions, "Accessibility").caption, "");
 }
 
+TEST_F(PermissionsTabTest, aPageThatCannotBeOpenedSaysWhyUntilItIsNotNeededAnyMore)
+{
+    desktop.permissions.microphone = false;
+    open();
+    desktop.workspace.refusal = "It cannot be started.";
+    permission("Microphone").open->press();
+    desktop.loop.runReady();
+    EXPECT_EQ(row(SettingsTab::permissions, "Microphone").problem, "It cannot be started.");
+    EXPECT_EQ(row(SettingsTab::permissions, "Accessibility").problem, "");
+    desktop.permissions.microphone = true;
+    desktop.loop.advance(1500ms);
+    EXPECT_EQ(row(SettingsTab::permissions, "Microphone").problem, "");
+}
+
 TEST_F(PermissionsTabTest, aPermissionThatComesOrGoesShowsWithinThePoll)
 {
     open();
@@ -77,6 +91,12 @@ TEST_F(PermissionsTabTest, aPermissionThatComesOrGoesShowsWithinThePoll)
     desktop.permissions.microphone = true;
     desktop.loop.advance(1500ms);
     EXPECT_TRUE(permission("Microphone").granted);
+    desktop.permissions.trusted = false;
+    desktop.loop.advance(1500ms);
+    EXPECT_FALSE(permission("Accessibility").granted);
+    desktop.permissions.trusted = true;
+    desktop.loop.advance(1500ms);
+    EXPECT_TRUE(permission("Accessibility").granted);
 }
 
 class AboutTabTest : public SettingsFixture {
@@ -104,6 +124,18 @@ TEST_F(AboutTabTest, theMakerIsALinkWhereThereIsAnAddress)
     ASSERT_TRUE(about().maker.press);
     about().maker.press();
     EXPECT_EQ(desktop.workspace.links, (Names{"https://example.org/"}));
+    desktop.loop.runReady();
+    EXPECT_EQ(row(SettingsTab::about, "about").problem, "");
+}
+
+TEST_F(AboutTabTest, aLinkThatCannotBeOpenedSaysWhy)
+{
+    build.makerLink = "https://example.org/";
+    open();
+    desktop.workspace.refusal = "Nothing here opens it.";
+    about().maker.press();
+    desktop.loop.runReady();
+    EXPECT_EQ(row(SettingsTab::about, "about").problem, "Nothing here opens it.");
 }
 
 } // namespace
