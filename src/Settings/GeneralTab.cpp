@@ -173,6 +173,12 @@ FormSection GeneralTab::system()
         {}};
 }
 
+void GeneralTab::readLoginItem()
+{
+    launchAtLogin = loginItem.isEnabled();
+    update();
+}
+
 void GeneralTab::setLaunchAtLogin(bool on)
 {
     loginProblem.clear();
@@ -181,8 +187,7 @@ void GeneralTab::setLaunchAtLogin(bool on)
     } catch (const std::exception& error) {
         loginProblem = error.what();
     }
-    launchAtLogin = loginItem.isEnabled();
-    update();
+    readLoginItem();
 }
 
 } // namespace vorlin

@@ -20,6 +20,9 @@ public:
 
     HotkeyRecorder recorder;
 
+    /// Asks anew whether the desktop starts the program at login, which nobody tells of.
+    void readLoginItem();
+
 private:
     void update();
     FormSection shortcut();

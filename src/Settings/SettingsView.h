@@ -48,6 +48,9 @@ public:
     PermissionsTab permissions;
     AboutTab about;
 
+    /// The window has got the focus: asks for what may have changed meanwhile without a word.
+    void activated() { general.readLoginItem(); }
+
     /// What a tab shows.
     const FormModel& tab(SettingsTab which) const;
 };

@@ -68,6 +68,25 @@ TEST_F(SettingsBinding, recordsAKey)
     settle();
     EXPECT_EQ(control("Dictation key")->property("text").toString(), "Alt+Space");
     EXPECT_FALSE(desktop.recorderKeys.isRunning());
+    EXPECT_FALSE(has("Add Super, Alt, Ctrl or Shift — or use a function key."));
+}
+
+TEST_F(SettingsBinding, asksWhatTheDesktopStartsAtLoginWhenItGetsTheFocusBack)
+{
+    open(SettingsTab::general);
+    desktop.loginItem.enabled = true;
+    QWindow other;
+    other.show();
+    const auto activate = [](QWindow& wanted) {
+        wanted.requestActivate();
+        while (!wanted.isActive()) {
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        }
+    };
+    activate(other);
+    activate(window->quickWindow());
+    settle();
+    EXPECT_TRUE(isChecked(control("Open at login")));
 }
 
 TEST_F(SettingsBinding, stopsRecordingAtTheSecondClickAndWhenTheFocusGoes)

@@ -259,6 +259,17 @@ TEST_F(GeneralTabTest, openAtLoginIsWhatTheDesktopHas)
     EXPECT_EQ(row("login").problem, "");
 }
 
+TEST_F(GeneralTabTest, openAtLoginIsAskedAnewWhenTheWindowGetsTheFocus)
+{
+    open();
+    desktop.loginItem.enabled = true;
+    settings->activated();
+    EXPECT_TRUE(control<ToggleControl>("login").on);
+    desktop.loginItem.enabled = false;
+    settings->activated();
+    EXPECT_FALSE(control<ToggleControl>("login").on);
+}
+
 TEST_F(GeneralTabTest, openAtLoginThatCannotBeChangedSaysWhyAndStaysAsItIs)
 {
     open();

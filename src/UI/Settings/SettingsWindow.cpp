@@ -55,6 +55,11 @@ SettingsWindow::SettingsWindow(SettingsView& view, SettingsScene& scene) : setti
     root->setFocus(true);
     connect(root.get(), SIGNAL(closed()), &window, SLOT(close()));
     connect(root.get(), SIGNAL(quit()), this, SIGNAL(quit()));
+    connect(&window, &QWindow::activeChanged, this, [this, &view] {
+        if (window.isActive()) {
+            view.activated();
+        }
+    });
     connect(&window, &QWindow::visibleChanged, this, [this](bool visible) {
         if (!visible) {
             Q_EMIT closed();
