@@ -3,6 +3,7 @@
 #include "Async/Published.h"
 #include "Hotkey.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -79,11 +80,17 @@ public:
     /// None while the tap is stopped.
     const Published<KeyConflict, EventTap>& conflict() const { return refusal; }
 
+    /// How often the layout may have become another one, or the keyboard, while the tap ran: what
+    /// `typesCharacters` answers may differ from then on.
+    const Published<std::size_t, EventTap>& layoutChanges() const { return changes; }
+
 protected:
     void setConflict(KeyConflict next) { refusal.set(next); }
+    void noteLayoutChange() { changes.set(changes.get() + 1); }
 
 private:
     Published<KeyConflict, EventTap> refusal{KeyConflict::none};
+    Published<std::size_t, EventTap> changes;
 };
 
 } // namespace vorlin

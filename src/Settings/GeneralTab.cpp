@@ -29,6 +29,7 @@ GeneralTab::GeneralTab(AppModel& model, const Ports& ports)
     follow(recorder.recording);
     follow(recorder.hint);
     follow(tap.conflict());
+    follow(tap.layoutChanges());
     update();
     for (const auto& language : dictationLanguages) {
         spawn(ports.loop, lifetime.token(), askForModel(std::string(language.identifier)));

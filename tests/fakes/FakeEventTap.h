@@ -19,6 +19,7 @@ public:
     int enables = 0;
     int interestChanges = 0;
     /// What the keyboard refuses from now on.
+    using EventTap::noteLayoutChange;
     using EventTap::setConflict;
 
     bool start(Handler newHandler) override

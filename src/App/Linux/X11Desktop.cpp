@@ -7,8 +7,8 @@
 namespace vorlin {
 
 X11Desktop::X11Desktop(LinuxServices& services, const Environment& environment)
-    : services(services), keyAccess(keyboard), eventTap(keyboard), keyPoster(keyboard),
-      focusedProgram(keyboard.server()), pasteboard(services.loop),
+    : services(services), keyAccess(keyboard), eventTap(keyboard, services.loop),
+      keyPoster(keyboard), focusedProgram(keyboard.server()), pasteboard(services.loop),
       permissions([this] { return keyAccess.granted().get(); }, services.microphoneAccess),
       screens(environment), overlayPanel(screens), keyMonitor(keyboard, services.loop),
       workspace(environment)

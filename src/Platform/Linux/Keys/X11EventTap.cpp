@@ -1,5 +1,7 @@
 #include "Platform/Linux/Keys/X11EventTap.h"
 
+#include <array>
+#include <chrono>
 #include <exception>
 #include <utility>
 
@@ -31,6 +33,11 @@ struct X11EventTap::Session {
 
 namespace {
 
+/// How long window managers may take to take their keys: a quick one, one on a busy machine.
+constexpr std::array<std::chrono::milliseconds, 4> retakes = {
+    std::chrono::milliseconds(20), std::chrono::milliseconds(80), std::chrono::milliseconds(400),
+    std::chrono::milliseconds(1500)};
+
 /// Whether `left` is not later than `right`; time stamps wrap around.
 bool isNotLater(std::uint32_t left, std::uint32_t right)
 {
@@ -45,7 +52,7 @@ bool isSame(const KeyChange& change, const X11KeyGrabs::Grabbed& grabbed)
 
 } // namespace
 
-X11EventTap::X11EventTap(X11Keyboard& keyboard) : keyboard(keyboard)
+X11EventTap::X11EventTap(X11Keyboard& keyboard, MainLoop& loop) : keyboard(keyboard), loop(loop)
 {
     availability = keyboard.available().observe([this](bool available) {
         if (!available) {
@@ -83,17 +90,23 @@ bool X11EventTap::openSession(Handler handler)
                                        if (session) {
                                            session->grabs.setKeyboard(keyboard.devices().master);
                                            applyInterest();
+                                           attempt = 0;
+                                           retakeSoon();
+                                           noteLayoutChange();
                                        }
                                    }});
     // Read now, so that the first key press need not wait for it.
     keyboard.postedLayout();
     applyInterest();
+    attempt = 0;
+    retakeSoon(); // the map may just have changed
     return true;
 }
 
 void X11EventTap::stop()
 {
     watching.reset();
+    again.reset();
     if (session) {
         endSession();
     }
@@ -150,6 +163,24 @@ void X11EventTap::applyInterest()
     }
     session->grabs.want(wanted);
     setConflict(findConflict());
+}
+
+/// Window managers take their keys anew when the layout may have changed, which for them is also
+/// when keys are posted and typed in turn. Nothing says when they are done.
+void X11EventTap::retakeSoon()
+{
+    retake();
+    if (attempt < retakes.size()) {
+        again = loop.startTimer(retakes.at(attempt++), [this] { retakeSoon(); });
+    }
+}
+
+void X11EventTap::retake()
+{
+    if (session && !session->judging) {
+        session->grabs.retake();
+        setConflict(findConflict());
+    }
 }
 
 KeyConflict X11EventTap::findConflict() const
@@ -237,6 +268,9 @@ void X11EventTap::watch(Session& current, const KeyChange& change)
         silence(change);
         current.tell(KeyEventType::flagsChanged, change.key, change.flags);
     } else if (change.down) {
+        if (isHotkey(change)) {
+            retake(); // another program got it: the next one is ours
+        }
         if (change.key == hardwareKeys::escape && interest.escape) {
             current.told[change.key] = true;
             current.tell(KeyEventType::keyDown, change.key, change.flags);
@@ -245,6 +279,13 @@ void X11EventTap::watch(Session& current, const KeyChange& change)
         current.told[change.key] = false;
         current.tell(KeyEventType::keyUp, change.key, change.flags);
     }
+}
+
+bool X11EventTap::isHotkey(const KeyChange& change) const
+{
+    const auto& hotkey = interest.hotkey;
+    return hotkey && !hotkey->modifierOnly && hardwareKey(hotkey->keyCode) == change.key &&
+           (change.flags & eventFlags::maskHotkeyModifiers) == hotkey->modifiers;
 }
 
 void X11EventTap::silence(const KeyChange& change)

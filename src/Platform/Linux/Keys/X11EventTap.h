@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Async/MainLoop.h"
 #include "Platform/Linux/Keys/X11KeyGrabs.h"
 #include "Platform/Linux/Keys/X11Keyboard.h"
 #include "Ports/EventTap.h"
@@ -19,10 +20,12 @@ namespace vorlin {
 /// program has the keyboard to itself (an open menu, a screen lock), Escape is told but cannot be
 /// swallowed, and the hotkey's key is not told. While a lone Alt or Super key is the hotkey and
 /// held, a silent key is posted, so that programs do not take its release for a command.
-/// `keyboard` must outlive the tap.
+/// Of a key that a window manager has taken in the classic way, the latest grab counts: the tap
+/// takes its keys anew after window managers did.
+/// `keyboard` and `loop` must outlive the tap.
 class X11EventTap final : public EventTap {
 public:
-    explicit X11EventTap(X11Keyboard& keyboard);
+    X11EventTap(X11Keyboard& keyboard, MainLoop& loop);
     ~X11EventTap() override;
 
     bool start(Handler handler) override;
@@ -37,6 +40,8 @@ private:
 
     bool openSession(Handler handler);
     void applyInterest();
+    void retake();
+    void retakeSoon();
     KeyConflict findConflict() const;
     void pump();
     bool step(Session& session);
@@ -44,14 +49,19 @@ private:
     void judge(Session& session, bool posted);
     void endSession();
     void reopenSession();
+    bool isHotkey(const KeyChange& change) const;
     void silence(const KeyChange& change);
 
     X11Keyboard& keyboard;
+    MainLoop& loop;
     KeyInterest interest;
     std::shared_ptr<Session> session;
     std::shared_ptr<const void> watching;
     bool pumping = false;
     Subscription availability;
+    /// Runs while other programs may be taking their keys anew.
+    Timer again;
+    std::size_t attempt = 0;
     QObject context;
 };
 

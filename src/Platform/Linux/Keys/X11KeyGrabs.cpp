@@ -63,6 +63,14 @@ void X11KeyGrabs::want(const Wanted& next)
     connection.sync();
 }
 
+void X11KeyGrabs::retake()
+{
+    for (const auto& [key, states] : granted) {
+        refusedKeys.erase(key);
+        grab(key, states); // takes the place of the one we have
+    }
+}
+
 void X11KeyGrabs::ungrab(HardwareKey key)
 {
     const auto every = anyState;

@@ -47,6 +47,10 @@ public:
     /// for which another program has asked already.
     void want(const Wanted& next);
 
+    /// Asks once more for what was asked for last: of grabs in the classic way, which are refused
+    /// to nobody for ours, and of ours the server looks at the latest first.
+    void retake();
+
     bool wants(HardwareKey key) const { return granted.contains(key); }
 
     /// The keys of which another program has at least one of the wanted states, or, where any

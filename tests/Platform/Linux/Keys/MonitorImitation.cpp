@@ -1,5 +1,7 @@
 #include "Platform/Linux/Keys/MonitorImitation.h"
 
+#include "simulation/SimulatedLoop.h"
+
 #include <QCoreApplication>
 
 #include <unistd.h>
@@ -68,7 +70,8 @@ std::ostream& operator<<(std::ostream& out, const MonitorImitation::Told& told)
 int runVictim(std::string_view behaviour)
 {
     X11Keyboard keyboard;
-    X11EventTap tap(keyboard);
+    SimulatedLoop loop;
+    X11EventTap tap(keyboard, loop);
     const auto say = [](std::string_view text) {
         return write(STDOUT_FILENO, text.data(), text.size()) >= 0;
     };

@@ -3,6 +3,8 @@
 #include "Platform/Linux/Keys/KeyboardFixture.h"
 #include "Platform/Linux/Keys/X11EventTap.h"
 
+#include "simulation/SimulatedLoop.h"
+
 #include <gmock/gmock.h>
 
 #include <optional>
@@ -44,7 +46,8 @@ protected:
         return result;
     }
 
-    X11EventTap eventTap{keyboard};
+    SimulatedLoop loop;
+    X11EventTap eventTap{keyboard, loop};
     std::optional<MonitorImitation> monitor;
 };
 

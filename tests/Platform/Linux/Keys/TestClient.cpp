@@ -169,11 +169,16 @@ bool TestClient::couldGrabKey(HardwareKey key, std::uint32_t modifiers)
     return granted;
 }
 
-bool TestClient::couldGrabCoreKey(HardwareKey key, std::uint16_t modifiers)
+bool TestClient::grabCoreKey(HardwareKey key, std::uint16_t modifiers)
 {
     const auto request = xcb_grab_key_checked(connection, 0, rootWindow, modifiers, key,
                                               XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-    const bool granted = owned(xcb_request_check(connection, request)) == nullptr;
+    return owned(xcb_request_check(connection, request)) == nullptr;
+}
+
+bool TestClient::couldGrabCoreKey(HardwareKey key, std::uint16_t modifiers)
+{
+    const bool granted = grabCoreKey(key, modifiers);
     xcb_ungrab_key(connection, key, rootWindow, modifiers);
     sync();
     return granted;

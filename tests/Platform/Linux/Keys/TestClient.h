@@ -85,6 +85,8 @@ public:
     bool grabKey(HardwareKey key, std::uint32_t modifiers);
     /// As `couldGrabKey`, for a grab as window managers take it.
     bool couldGrabCoreKey(HardwareKey key, std::uint16_t modifiers);
+    /// Takes such a grab, also where it has it already.
+    bool grabCoreKey(HardwareKey key, std::uint16_t modifiers);
     /// How many key presses such grabs have brought.
     int grabbedPresses();
 

@@ -4,6 +4,7 @@
 #include "Platform/Linux/Keys/X11EventTap.h"
 #include "Platform/Linux/Keys/X11FocusedProgram.h"
 #include "Platform/Linux/Keys/X11KeyPoster.h"
+#include "simulation/SimulatedLoop.h"
 
 #include <gtest/gtest.h>
 
@@ -41,7 +42,8 @@ TEST(X11KeyAccess, withoutADisplayNothingWorksAndNothingBreaks)
     X11Keyboard keyboard;
     const X11KeyAccess access(keyboard);
     EXPECT_FALSE(access.granted().get());
-    X11EventTap tap(keyboard);
+    SimulatedLoop loop;
+    X11EventTap tap(keyboard, loop);
     EXPECT_FALSE(tap.start([](auto, const auto&) { return true; }));
     tap.setInterest({Hotkey{100, 0, false}, true});
     EXPECT_EQ(tap.conflict().get(), KeyConflict::none);

@@ -131,7 +131,7 @@ TEST_F(X11KeyMonitorTest, aModifierHeldSinceBeforeCountsForOtherKeys)
 
 TEST_F(X11KeyMonitorTest, theRecordedKeyStartsNothingUntilItIsPressedAnew)
 {
-    X11EventTap eventTap(keyboard);
+    X11EventTap eventTap(keyboard, loop);
     MonitorImitation hotkeys(f8);
     onKey = [&] {
         monitor.stop();
@@ -222,7 +222,7 @@ TEST_F(X11KeyMonitorTest, theServersDeathEndsIt)
 
 TEST_F(X11KeyMonitorTest, stoppingItAfterTheTapStartedLeavesTheTapItsKeys)
 {
-    X11EventTap eventTap(keyboard);
+    X11EventTap eventTap(keyboard, loop);
     MonitorImitation hotkeys(f8);
     ASSERT_EQ(start(), std::nullopt);
     eventTap.start(hotkeys.handler());

@@ -44,6 +44,21 @@ TEST_F(X11TapLayoutTest, eitherAltMakesOptionSpaceOnAGermanKeyboard)
     EXPECT_EQ(monitor->releases, 3);
 }
 
+TEST_F(X11TapLayoutTest, whetherAKeyTypesCharactersIsToldAnewWithEachLayout)
+{
+    start(rightOption);
+    EXPECT_FALSE(eventTap.typesCharacters(keyCodes::rightOption));
+    std::vector<bool> told;
+    const auto watch = eventTap.layoutChanges().observe([&](std::size_t) {
+        told.push_back(eventTap.typesCharacters(keyCodes::rightOption));
+        EXPECT_FALSE(eventTap.typesCharacters(keyCodes::rightControl));
+    });
+    PrivateDisplay::setLayout("de");
+    ASSERT_TRUE(waitUntil([&] { return !told.empty() && told.back(); }));
+    PrivateDisplay::setLayout("us");
+    ASSERT_TRUE(waitUntil([&] { return !told.back(); }));
+}
+
 TEST_F(X11TapLayoutTest, aLayoutSetWhileRunningIsFollowed)
 {
     start(optionSpace);

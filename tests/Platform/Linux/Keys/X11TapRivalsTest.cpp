@@ -48,6 +48,43 @@ TEST_F(X11TapRivalsTest, aConflictIsToldWhenItComesAndWhenItGoes)
     EXPECT_EQ(eventTap.conflict().get(), KeyConflict::none);
 }
 
+/// As window managers take their keys.
+TEST_F(X11TapRivalsTest, ofClassicGrabsAndOursTheLatestCounts)
+{
+    ASSERT_TRUE(rival.grabCoreKey(keys::space, alt));
+    start(optionSpace);
+    EXPECT_EQ(eventTap.conflict().get(), KeyConflict::none);
+    press(keys::leftAlt);
+    tap(keys::space);
+    EXPECT_EQ(monitor->presses, 1);
+    ASSERT_TRUE(rival.grabCoreKey(keys::space, alt));
+    tap(keys::space);
+    EXPECT_EQ(monitor->presses, 1) << "they have it";
+    tap(keys::space);
+    release(keys::leftAlt);
+    EXPECT_EQ(monitor->presses, 2) << "which is noticed, and taken back";
+    EXPECT_EQ(monitor->releases, 2);
+}
+
+TEST_F(X11TapRivalsTest, keysThatWindowManagersTakeAnewWithTheLayoutAreTakenBackInTime)
+{
+    start(optionSpace);
+    int grabs = 0;
+    const auto watch = eventTap.layoutChanges().observe(
+        [&](std::size_t) { grabs += rival.grabCoreKey(keys::space, alt) ? 1 : 0; });
+    PrivateDisplay::setLayout("de");
+    ASSERT_TRUE(waitUntil([&] { return grabs > 0; }));
+    tap(keys::a); // from another device than the layout's: the map changes once more
+    for (const int afterMs : {20, 80, 400, 1500}) { // as slow as they may be
+        ASSERT_TRUE(rival.grabCoreKey(keys::space, alt));
+        loop.advance(std::chrono::milliseconds(afterMs));
+        press(keys::leftAlt);
+        tap(keys::space);
+        release(keys::leftAlt);
+    }
+    EXPECT_EQ(monitor->presses, 4);
+}
+
 TEST_F(X11TapRivalsTest, escapeIsSwallowedWhereAnotherProgramHasACombinationOfIt)
 {
     ASSERT_TRUE(rival.grabKey(keys::escape, alt));

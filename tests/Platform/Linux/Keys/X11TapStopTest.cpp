@@ -179,7 +179,7 @@ TEST_F(X11TapStopTest, aDestroyedTapLeavesNothing)
 {
     int presses = 0;
     {
-        X11EventTap other(keyboard);
+        X11EventTap other(keyboard, loop);
         ASSERT_TRUE(other.start([&](KeyEventType type, const KeyEvent&) {
             presses += type == KeyEventType::keyDown ? 1 : 0;
             return true;
