@@ -65,7 +65,8 @@ bool X11KeyMonitor::grab(Session& next)
     }
     const bool isWindow = focus->focus != XCB_NONE && focus->focus != XCB_INPUT_FOCUS_POINTER_ROOT;
     next.window = isWindow ? focus->focus : server.root();
-    const std::uint32_t events = XCB_EVENT_MASK_FOCUS_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    // A window that goes loses the focus first.
+    const std::uint32_t events = XCB_EVENT_MASK_FOCUS_CHANGE;
     xcb_change_window_attributes(server.get(), next.window, XCB_CW_EVENT_MASK, &events);
     const auto reply = server.reply<xcb_grab_keyboard_reply_t>(xcb_grab_keyboard(
         server.get(), 0, next.window, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
@@ -126,8 +127,7 @@ void X11KeyMonitor::readGrab()
     }
     bool lost = false;
     while (const auto event = current->connection.nextEvent()) {
-        switch (event->response_type & 0x7FU) {
-        case XCB_FOCUS_OUT: {
+        if ((event->response_type & 0x7FU) == XCB_FOCUS_OUT) {
             const auto& out = reinterpret_cast<const xcb_focus_out_event_t&>(*event);
             // A window inside this one is still this window; a grab moves no focus.
             lost =
@@ -135,11 +135,6 @@ void X11KeyMonitor::readGrab()
                 (out.detail != XCB_NOTIFY_DETAIL_INFERIOR &&
                  out.detail != XCB_NOTIFY_DETAIL_POINTER &&
                  (out.mode == XCB_NOTIFY_MODE_NORMAL || out.mode == XCB_NOTIFY_MODE_WHILE_GRABBED));
-            break;
-        }
-        case XCB_UNMAP_NOTIFY:
-        case XCB_DESTROY_NOTIFY: lost = true; break;
-        default: break;
         }
     }
     if (lost) {
