@@ -35,6 +35,8 @@ public:
                               .percentage = {},
                               .commands = {},
                               .size = {},
+                              .menuButton = {.symbol = "ellipsis.circle",
+                                             .help = "More for " + needs.wording(engine.name)},
                               .menu = {},
                               .contextMenu = folderMenu(),
                               .help = speed};

@@ -68,6 +68,7 @@ struct Texts {
             visitCommand(command, visit);
         }
         visit(control.size);
+        visitCommand(control.menuButton, visit);
         visitMenu(control.menu, visit);
         visitMenu(control.contextMenu, visit);
         visit(control.help);

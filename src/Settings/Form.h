@@ -190,7 +190,9 @@ struct EngineControl {
     std::vector<Command> commands;
     /// The disk room it takes, in caption size and secondary colour; empty while unknown.
     std::string size;
-    /// Behind a borderless menu button on the trailing side; empty: no such button.
+    /// Borderless, opens `menu`.
+    Command menuButton;
+    /// Behind `menuButton` on the trailing side; empty: no such button.
     CommandMenu menu;
     /// On a secondary click or the menu key; empty: none.
     CommandMenu contextMenu;

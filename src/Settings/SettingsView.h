@@ -33,6 +33,7 @@ inline constexpr std::array<SettingsTabLabel, 5> settingsTabs = {{
 /// Everything that the settings window shows. Made with the window, and gone with it. Main loop.
 class SettingsView {
 public:
+    static constexpr std::string_view title = "Vorlin Settings";
     /// The size of the window's content in points.
     static constexpr double width = 560;
     static constexpr double height = 470;

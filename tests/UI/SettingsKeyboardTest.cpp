@@ -53,7 +53,7 @@ TEST_F(SettingsKeyboard, reachesEveryControlOfModels)
     open(SettingsTab::models);
     EXPECT_EQ(stopsAfter("Models"),
               (Names{"Show in Files", "Add model…", "Use Built-in Speech",
-                     "Use NVIDIA Parakeet Redux", "NVIDIA Parakeet Redux", "Download"}));
+                     "Use NVIDIA Parakeet Redux", "More for NVIDIA Parakeet Redux", "Download"}));
 }
 
 TEST_F(SettingsKeyboard, reachesEveryControlOfPermissions)

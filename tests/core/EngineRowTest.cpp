@@ -138,6 +138,8 @@ TEST_F(EngineRowTest, anInstalledEngineShowsItsSizeAndAMenu)
     EXPECT_TRUE(installed.commands.empty());
     EXPECT_EQ(texts(installed.menu), (Names{"Show in Finder", "-", "Delete download", "-"}));
     EXPECT_EQ(installed.menu, installed.contextMenu);
+    EXPECT_EQ(installed.menuButton.symbol, "ellipsis.circle");
+    EXPECT_EQ(installed.menuButton.help, "More for NVIDIA Parakeet Redux");
     EXPECT_TRUE(installed.menu[1][0].destructive);
     installed.menu[0][0].press();
     EXPECT_EQ(desktop.workspace.revealed.at(0), root("parakeetRedux"));

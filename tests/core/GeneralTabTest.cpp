@@ -189,6 +189,15 @@ TEST_F(GeneralTabTest, aKeyThatAlsoTypesCharactersSaysSoAndNamesOneThatDoesNot)
     EXPECT_EQ(row("hotkey").caption, "") << "not pressed alone";
 }
 
+TEST_F(GeneralTabTest, whetherTheKeyTypesCharactersFollowsTheLayout)
+{
+    open();
+    EXPECT_EQ(row("hotkey").caption, "");
+    desktop.tap.typing = {keyCodes::rightOption};
+    desktop.tap.noteLayoutChange();
+    EXPECT_NE(row("hotkey").caption, "");
+}
+
 TEST_F(GeneralTabTest, theRecordModeIsChosenAndFollowsTheFile)
 {
     open();

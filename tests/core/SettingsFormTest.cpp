@@ -33,6 +33,7 @@ TEST_F(SettingsFormTest, theFiveTabsStandInTheirOrder)
     }
     EXPECT_EQ(labels,
               (std::vector<std::string>{"General", "Models", "Popup", "Permissions", "About"}));
+    EXPECT_EQ(SettingsView::title, "Vorlin Settings");
     EXPECT_EQ(SettingsView::width, 560);
     EXPECT_EQ(SettingsView::height, 470);
 }

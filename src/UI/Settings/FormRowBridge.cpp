@@ -109,6 +109,7 @@ struct FormRowBridge::Members {
                 {"percentage", text(control.percentage)},
                 {"commands", list("commands", control.commands)},
                 {"size", text(control.size)},
+                {"menuButton", one("menuButton", control.menuButton)},
                 {"menu", list("menu", control.menu)},
                 {"contextMenu", list("contextMenu", control.contextMenu)},
                 {"help", text(control.help)}};

@@ -45,7 +45,7 @@ SettingsWindow::SettingsWindow(SettingsView& view, SettingsScene& scene) : setti
     }
     const QSize size(static_cast<int>(SettingsView::width), static_cast<int>(SettingsView::height));
     window.setObjectName("Settings");
-    window.setTitle(QStringLiteral("Vorlin Settings"));
+    window.setTitle(QString::fromUtf8(SettingsView::title.data(), SettingsView::title.size()));
     window.setIcon(programIcon());
     window.setMinimumSize(size);
     window.setMaximumSize(size);

@@ -59,6 +59,7 @@ FocusScope {
             Layout.fillWidth: true
             implicitHeight: implicitContentHeight
             enabled: engine.select.enabled
+            checked: engine.control.selected
             onClicked: engine.select.press()
             Keys.onReturnPressed: clicked()
             Keys.onEnterPressed: clicked()
@@ -66,7 +67,7 @@ FocusScope {
             Accessible.name: engine.select.help
             Accessible.description: engine.control.summary
             Accessible.checkable: true
-            Accessible.checked: engine.control.selected
+            Accessible.checked: checked
             Accessible.onPressAction: leading.clicked()
 
             background: Rectangle {
@@ -124,15 +125,14 @@ FocusScope {
                 Accessible.description: engine.row.label
             }
         }
-        PushButton {
+        CommandButton {
             id: more
 
+            command: engine.control.menuButton
             visible: engine.control.menu.length > 0
             flat: true
-            symbol: "ellipsis.circle"
             onClicked: menu.popup(more.width, more.height + 3, true)
             Accessible.role: Accessible.ButtonMenu
-            Accessible.name: engine.row.label
 
             MenuLoader {
                 id: menu
