@@ -18,6 +18,7 @@ T.ItemDelegate {
     rightPadding: 10
     Accessible.role: Accessible.ListItem
     Accessible.name: modelData.note === "" ? text : text + ", " + modelData.note
+    Accessible.onPressAction: line.clicked()
 
     contentItem: Row {
         spacing: 7

@@ -18,6 +18,8 @@ T.ComboBox {
     Keys.onEnterPressed: popup.open()
     Accessible.role: Accessible.ComboBox
     Accessible.name: row.label
+    Accessible.description: displayText
+    Accessible.onPressAction: popup.open()
 
     leftPadding: 12
     rightPadding: 30

@@ -16,7 +16,10 @@ Row {
         stepSize: line.row.control.step
         snapMode: T.Slider.SnapAlways
         value: line.row.control.value
-        onMoved: line.row.slide(value)
+        // Also as a screen reader sets it.
+        onValueChanged: value === line.row.control.value ? undefined : line.row.slide(value)
+        Accessible.onIncreaseAction: slider.increase()
+        Accessible.onDecreaseAction: slider.decrease()
         Accessible.role: Accessible.Slider
         Accessible.name: line.row.label
         anchors.verticalCenter: parent.verticalCenter
