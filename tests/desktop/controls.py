@@ -8,7 +8,7 @@ from Xlib.ext import xtest
 from settings_window import ACCESSIBLE, PROPERTIES, Reader
 from waiting import wait_until
 
-STATE_CHECKED, STATE_SENSITIVE = 4, 24
+STATE_CHECKED = 4
 
 COMPONENT = "org.a11y.atspi.Component"
 
@@ -56,20 +56,21 @@ class Controls:
         xtest.fake_input(self.x, X.ButtonRelease, 1)
         self.x.sync()
 
+    def set_value(self, name, value):
+        """Sets a number, as a screen reader's person does."""
+        self._call(self.find(name), PROPERTIES, "Set",
+                   GLib.Variant("(ssv)", ("org.a11y.atspi.Value", "CurrentValue",
+                                          GLib.Variant("d", value))))
+
     def description(self, name):
         """What is read out after the name."""
         return self._call(self.find(name), PROPERTIES, "Get",
                           GLib.Variant("(ss)", (ACCESSIBLE, "Description")))
 
     def is_checked(self, name):
-        return self._has(name, STATE_CHECKED)
-
-    def is_enabled(self, name):
-        return self._has(name, STATE_SENSITIVE)
-
-    def _has(self, name, state):
-        return bool(self.reader.states(self.find(name)) >> state & 1)
+        return bool(self.reader.states(self.find(name)) >> STATE_CHECKED & 1)
 
     def _call(self, item, interface, method, arguments):
-        return self.reader.bus.call_sync(item[0], item[1], interface, method, arguments, None, 0,
-                                         20000, None).unpack()[0]
+        answer = self.reader.bus.call_sync(item[0], item[1], interface, method, arguments, None, 0,
+                                           20000, None).unpack()
+        return answer[0] if answer else None
