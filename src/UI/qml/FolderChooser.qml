@@ -13,6 +13,8 @@ Window {
     minimumWidth: 600
     minimumHeight: 400
     visible: true
+    // A chosen folder is shown on a mere tint of the highlight.
+    palette.highlightedText: palette.text
 
     onClosing: root.rejected()
 
