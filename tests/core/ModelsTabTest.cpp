@@ -142,6 +142,18 @@ TEST_F(ModelsTabTest, aDictationWithoutATextOrOfLessThanASecondIsNotMeasured)
     EXPECT_EQ(control<EngineControl>(SettingsTab::models, "apple").help, "");
 }
 
+TEST_F(ModelsTabTest, aDictationOfLessThanASecondLeavesTheSpeedThatIsKnown)
+{
+    desktop.state.values["apple.sentence"] = 5.0;
+    desktop.state.values["apple.wait"] = 0.4;
+    desktop.tap.pressOption();
+    desktop.loop.advance(900ms);
+    desktop.tap.releaseOption();
+    desktop.loop.runReady();
+    EXPECT_EQ(desktop.pasteboard.string(), "hello") << "it was one, with a text";
+    EXPECT_EQ(model->speeds.text("apple"), "About 0.4 s after a sentence of 5 s");
+}
+
 TEST_F(ModelsTabTest, aStoredSpeedThatIsNoSensibleNumberIsNotKnown)
 {
     for (const DefaultsValue& bad :
