@@ -84,7 +84,8 @@ public:
     void select(const std::string& id);
 
     /// Starts the download of a listed hub engine that is not being downloaded; selects it when it
-    /// is complete.
+    /// is complete. After a failure the engine is not installed, unless its folder turns out to
+    /// hold the model that was there before.
     void install(const Engine& engine);
 
     /// Cancels the engine's download, deletes its downloaded folder and takes a custom engine off
@@ -136,7 +137,8 @@ private:
     void progressed(const std::string& id, Ticket ticket, double fraction);
     void transferred(const std::string& id, const std::filesystem::path& modelFolder,
                      Ticket ticket);
-    void transferFailed(const std::string& id, const std::optional<std::string>& failure);
+    void transferFailed(const std::string& id, const std::filesystem::path& modelFolder,
+                        const std::optional<std::string>& failure);
     void removeFolder(const std::string& id, const std::filesystem::path& modelFolder);
     void addChecked(const std::string& folder, const std::string& name,
                     const std::vector<std::string>& missing);

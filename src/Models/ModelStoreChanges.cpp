@@ -95,7 +95,7 @@ Task<void> ModelStore::transfer(std::string id, std::string repository,
     if (complete) {
         transferred(id, modelFolder, ticket);
     } else {
-        transferFailed(id, failure);
+        transferFailed(id, modelFolder, failure);
     }
 }
 
@@ -127,20 +127,28 @@ void ModelStore::transferred(const std::string& id, const std::filesystem::path&
             installed(id, modelFolder);
             setSelected(id);
         } else {
-            transferFailed(id, "The downloaded model is not complete. " + missingLine(missing));
+            transferFailed(id, modelFolder,
+                           "The downloaded model is not complete. " + missingLine(missing));
         }
     });
 }
 
-void ModelStore::transferFailed(const std::string& id, const std::optional<std::string>& failure)
+void ModelStore::transferFailed(const std::string& id, const std::filesystem::path& modelFolder,
+                                const std::optional<std::string>& failure)
 {
     operations.endDownload(id);
-    operations.begin(id); // late progress is dropped
+    const Ticket ticket = operations.begin(id); // late progress is dropped
     setState(id, NotInstalled{});
     setSize(id, std::nullopt);
     if (failure) {
         lastError.set(failure);
     }
+    // A model that lay there before still does.
+    check(modelFolder, [this, id, modelFolder, ticket](const auto& missing) {
+        if (operations.isCurrent(id, ticket) && missing.empty()) {
+            installed(id, modelFolder);
+        }
+    });
 }
 
 void ModelStore::remove(const Engine& engine)

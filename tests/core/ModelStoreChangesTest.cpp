@@ -102,6 +102,42 @@ TEST_F(ModelStoreInstall, aFailureIsShownAndTheNextInstallClearsIt)
     EXPECT_EQ(error(), "(none)");
 }
 
+TEST_F(ModelStoreInstall, aFailedDownloadLeavesThePreviousModelInstalled)
+{
+    folders.putModel(root("parakeetUltra"), 630'000'000);
+    start();
+    store->select("parakeetUltra");
+    auto& running = download();
+    workers.hanging = true;
+    FakeDownloads::fail(running, "The network is down.");
+    loop.runReady();
+    EXPECT_EQ(state("parakeetUltra"), "notInstalled"); // until its folder was looked at
+    workers.hanging = false;
+    workers.answer();
+    loop.runReady();
+    EXPECT_EQ(state("parakeetUltra"), "installed");
+    EXPECT_EQ(size("parakeetUltra"), "630 MB");
+    EXPECT_EQ(error(), "The network is down.");
+    EXPECT_EQ(dictates(), "local " + root("parakeetUltra").string());
+}
+
+TEST_F(ModelStoreInstall, theLookAfterAFailureDoesNotCountOnceSomethingElseBegan)
+{
+    folders.putModel(root("parakeetUltra"));
+    auto& running = download();
+    workers.hanging = true;
+    FakeDownloads::fail(running, "no");
+    loop.runReady();
+    auto look = std::exchange(workers.hung, {});
+    ASSERT_EQ(look.size(), 1U);
+    store->remove(engine("parakeetUltra"));
+    look.front()(); // before the removal got to the folder
+    loop.runReady();
+    EXPECT_EQ(state("parakeetUltra"), "notInstalled");
+    workers.hanging = false;
+    workers.answer();
+}
+
 TEST_F(ModelStoreInstall, aCancelledDownloadShowsNothing)
 {
     FakeDownloads::endCancelled(download());

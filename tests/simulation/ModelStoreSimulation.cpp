@@ -61,6 +61,11 @@ protected:
     {
         return entry.kind == "hub" ? root(entry.id) : std::filesystem::path(entry.from);
     }
+    std::string stateOnDisk(const PlainStore::Entry& entry) const
+    {
+        const bool there = entry.kind == "apple" || folders.contents.contains(folderOf(entry));
+        return there ? "installed" : "notInstalled";
+    }
     /// The download that runs for an engine and was not cancelled.
     FakeDownloads::Download* running(const PlainStore::Entry& entry)
     {
@@ -166,12 +171,12 @@ protected:
             break;
         case 1:
             FakeDownloads::fail(*download, "The network is down.");
-            entry.state = "notInstalled";
+            entry.state = stateOnDisk(entry);
             plain.error = "The network is down.";
             break;
         case 2:
             FakeDownloads::endCancelled(*download);
-            entry.state = "notInstalled";
+            entry.state = stateOnDisk(entry);
             break;
         default:
             folders.putModel(download->folder);
@@ -231,8 +236,7 @@ protected:
         loop.runReady();
         plain.error = "(none)";
         for (auto& entry : plain.list) {
-            const bool there = entry.kind == "apple" || folders.contents.contains(folderOf(entry));
-            entry.state = there ? "installed" : "notInstalled";
+            entry.state = stateOnDisk(entry);
         }
         if (plain.find(plain.selected)->state != "installed") {
             plain.selected = "apple";
