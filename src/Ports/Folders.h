@@ -35,8 +35,9 @@ public:
     /// Links are counted as links, not followed.
     virtual std::uint64_t allocatedSize(const std::filesystem::path& folder) = 0;
 
-    /// Deletes `folder`, which must lie directly below `modelsRoot`, with everything in it.
-    /// Links are deleted, not followed. A failure is ignored.
+    /// Deletes `folder`, which must lie directly below `modelsRoot`, with everything in it. It
+    /// leaves its place first, whole: however this ends, no part of it counts as a model. Links are
+    /// deleted, not followed. A failure is ignored.
     virtual void removeModel(const std::filesystem::path& folder) = 0;
 
     /// The bytes of a file; `onProgress` is called each time some have come. Fails with a

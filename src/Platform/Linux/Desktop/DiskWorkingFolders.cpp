@@ -22,6 +22,9 @@ namespace vorlin {
 namespace {
 
 constexpr const char* partialEnding = ".partial";
+/// What lay in the place, inside what took it, on a disk that cannot exchange the two. No model has
+/// a file of this name.
+constexpr const char* formerName = ".former";
 constexpr int folderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 constexpr mode_t folderMode = 0777; // less what the person's mask takes away
 constexpr mode_t fileMode = 0666;
@@ -171,6 +174,7 @@ public:
         isOver = true;
         sync(parent); // before what lay there goes
         removeTree(parent, partialName);
+        removeTree(top, formerName);
         top.close();
         parent.close();
     }
@@ -229,10 +233,16 @@ private:
         if (errno != EINVAL && errno != ENOSYS) {
             refused(errno);
         }
-        // A file system that cannot exchange, or knows no flags.
-        removeTree(parent, name);
-        if (!rename(0)) {
+        // A file system that cannot exchange, or knows no flags. What lay there goes out of the way
+        // whole: of what is deleted piece by piece, the rest could count as a model.
+        if (::renameat(parent.number(), name.c_str(), top.number(), formerName) != 0 &&
+            errno != ENOENT) {
             refused(errno);
+        }
+        if (!rename(0)) {
+            const int reason = errno;
+            ::renameat(top.number(), formerName, parent.number(), name.c_str());
+            refused(reason);
         }
     }
 

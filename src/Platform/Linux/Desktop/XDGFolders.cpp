@@ -102,8 +102,13 @@ void XDGFolders::removeModel(const std::filesystem::path& folder)
     const std::string name = folder.filename();
     if (isPath(folder) && isSingleName(name) && folder == root / name) {
         const Descriptor models = openFolder(root);
+        const std::string working = name + partialEnding;
+        removeTree(models, working);
+        // First out of its place, whole: the process may end before the last file is gone, and the
+        // rest must not count as a model.
+        ::renameat(models.number(), name.c_str(), models.number(), working.c_str());
         removeTree(models, name);
-        removeTree(models, name + partialEnding);
+        removeTree(models, working);
     }
 }
 

@@ -4,11 +4,38 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <map>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
+
+namespace {
+
+/// The flags that the disk does not know, and how many renames without a flag it takes.
+unsigned unknownFlags = 0;
+int plainRenames = 0;
+
+} // namespace
+
+/// Stands before the C library's: a disk that cannot do everything.
+extern "C" int renameat2(int fromFolder, const char* from, int toFolder, const char* to,
+                         unsigned flags) noexcept
+{
+    if ((flags & unknownFlags) != 0) {
+        errno = EINVAL;
+        return -1;
+    }
+    if (unknownFlags != 0 && plainRenames-- <= 0) {
+        errno = EIO;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_renameat2, fromFolder, from, toFolder, to, flags));
+}
 
 namespace vorlin {
 namespace {
@@ -17,6 +44,14 @@ namespace fs = std::filesystem;
 
 class DiskWorkingFoldersTest : public testing::Test {
 protected:
+    ~DiskWorkingFoldersTest() override { unknownFlags = 0; }
+
+    /// From now on the disk knows neither of the flags of a rename.
+    static void knowNoFlags(int renames)
+    {
+        unknownFlags = RENAME_EXCHANGE | RENAME_NOREPLACE;
+        plainRenames = renames;
+    }
     std::shared_ptr<WorkingFolder> make() { return folders.beside(destination); }
     std::shared_ptr<WorkingFolder> created()
     {
@@ -102,6 +137,32 @@ TEST_F(DiskWorkingFoldersTest, theFormerModelGoesWithTheMove)
     EXPECT_EQ(everything().size(), 2U);
     folder->moveIntoPlace();
     EXPECT_EQ(everything(), (Files{{"one/new", "new"}}));
+}
+
+TEST_F(DiskWorkingFoldersTest, aDiskThatCannotExchangeGetsTheModelAllTheSame)
+{
+    for (const bool replaces : {false, true}) {
+        const auto folder = created();
+        put(*folder, "file", replaces ? "second" : "first");
+        knowNoFlags(1);
+        folder->moveIntoPlace();
+        unknownFlags = 0;
+        EXPECT_EQ(everything(), (Files{{"one/file", replaces ? "second" : "first"}}));
+        EXPECT_FALSE(fs::exists(models / "one.partial"));
+    }
+}
+
+TEST_F(DiskWorkingFoldersTest, whereTheMoveFailsTheFormerModelIsBackInItsPlace)
+{
+    fs::create_directories(destination);
+    write(destination / "former", "former");
+    const auto folder = created();
+    put(*folder, "file", "new");
+    knowNoFlags(0);
+    EXPECT_NE(failure([&] { folder->moveIntoPlace(); }), "(none)");
+    unknownFlags = 0;
+    folder->discard();
+    EXPECT_EQ(everything(), (Files{{"one/former", "former"}}));
 }
 
 TEST_F(DiskWorkingFoldersTest, piecesFollowEachOtherUntilTheyAreTakenBack)

@@ -6,11 +6,13 @@
 
 #include <fcntl.h>
 #include <sys/fsuid.h>
+#include <sys/inotify.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <memory>
 #include <thread>
@@ -335,6 +337,30 @@ TEST_F(XDGFoldersTest, removalTakesWhatACrashedDownloadLeftAndNothingElse)
     EXPECT_EQ(textOf(outside / "kept"), "kept");
 }
 
+TEST_F(XDGFoldersTest, aModelLeavesItsPlaceWholeBeforeItsFilesGo)
+{
+    const fs::path bundle = model / "Encoder.mlmodelc";
+    fs::create_directory(bundle);
+    write(bundle / "weight.bin", "x");
+    const int watch = ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
+    const int place = ::inotify_add_watch(watch, root.c_str(), IN_MOVED_FROM);
+    const int files = ::inotify_add_watch(watch, bundle.c_str(), IN_DELETE);
+    folders.removeModel(model);
+    alignas(inotify_event) std::array<char, 4096> bytes{};
+    const auto count = ::read(watch, bytes.data(), bytes.size());
+    ::close(watch);
+    ASSERT_GT(count, 0);
+    std::vector<int> order;
+    for (std::size_t at = 0; at < static_cast<std::size_t>(count);) {
+        const auto* event = reinterpret_cast<const inotify_event*>(&bytes.at(at));
+        if ((event->mask & (IN_MOVED_FROM | IN_DELETE)) != 0) {
+            order.push_back(event->wd);
+        }
+        at += sizeof *event + event->len;
+    }
+    EXPECT_EQ(order, (std::vector<int>{place, files}));
+}
+
 TEST_F(XDGFoldersTest, removalDeletesLinksNotWhatTheyLeadTo)
 {
     fs::create_symlink(outside, model / "folder");
@@ -471,8 +497,10 @@ TEST_F(XDGFoldersTest, aFolderWithoutPermissionIsAsIfEmpty)
         EXPECT_EQ(failureOf(model / "file"), "Cannot read file: Permission denied.");
         folders.removeModel(model);
     }
-    fs::permissions(model, fs::perms::owner_all);
-    EXPECT_EQ(textOf(model / "file"), "x");
+    // What cannot be deleted is at least no model any more.
+    const fs::path left = root / "model.partial";
+    fs::permissions(left, fs::perms::owner_all);
+    EXPECT_EQ(textOf(left / "file"), "x");
 }
 
 } // namespace
