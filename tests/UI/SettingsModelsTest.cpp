@@ -56,6 +56,22 @@ TEST_F(SettingsModels, showsADownloadAndCancelsIt)
     EXPECT_EQ(cancelled, 1);
 }
 
+TEST_F(SettingsModels, aDoubleClickOrAHeldKeyBeginsADownloadAndDoesNotCancelIt)
+{
+    desktop.http.otherwise = [](const auto& /*request*/) { // a hub that falls silent
+        return FakeHTTPClient::Answer{200, {}, {}, std::nullopt, true, {}};
+    };
+    open(SettingsTab::models);
+    const auto isDownloading = [this](const std::string& id) {
+        return std::holds_alternative<ModelStore::Downloading>(model->models.states.get().at(id));
+    };
+    doubleClick("Download");
+    EXPECT_TRUE(isDownloading("parakeetRedux"));
+    focus("Download");
+    hold(Qt::Key_Return);
+    EXPECT_TRUE(isDownloading("parakeetUltra"));
+}
+
 TEST_F(SettingsModels, showsWhatCanBeDoneInEachState)
 {
     open(SettingsTab::models);

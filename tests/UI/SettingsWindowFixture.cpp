@@ -125,6 +125,18 @@ void SettingsWindowFixture::press(int key, Qt::KeyboardModifiers modifiers)
     settle();
 }
 
+void SettingsWindowFixture::hold(int key)
+{
+    const auto send = [this, key](QEvent::Type type, bool repeats) {
+        QKeyEvent event(type, key, Qt::NoModifier, {}, repeats);
+        QCoreApplication::sendEvent(&window->quickWindow(), &event);
+    };
+    send(QEvent::KeyPress, false);
+    send(QEvent::KeyPress, true);
+    send(QEvent::KeyRelease, false);
+    settle();
+}
+
 void SettingsWindowFixture::type(const std::string& text)
 {
     for (const char each : text) {
@@ -136,13 +148,27 @@ void SettingsWindowFixture::type(const std::string& text)
 
 void SettingsWindowFixture::click(const std::string& name, Qt::MouseButton button)
 {
+    click(name, button, {QEvent::MouseButtonPress, QEvent::MouseButtonRelease});
+}
+
+void SettingsWindowFixture::doubleClick(const std::string& name)
+{
+    click(name, Qt::LeftButton,
+          {QEvent::MouseButtonPress, QEvent::MouseButtonRelease, QEvent::MouseButtonPress,
+           QEvent::MouseButtonDblClick, QEvent::MouseButtonRelease});
+}
+
+void SettingsWindowFixture::click(const std::string& name, Qt::MouseButton button,
+                                  std::initializer_list<QEvent::Type> events)
+{
     auto* item = control(name);
     item->forceActiveFocus(Qt::MouseFocusReason); // scrolls to it
     settle();
     const QPointF at = item->mapToScene({item->width() / 2, item->height() / 2});
-    for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
+    for (const auto type : events) {
         QMouseEvent event(type, at, at, window->quickWindow().mapToGlobal(at), button,
-                          type == QEvent::MouseButtonPress ? button : Qt::NoButton, Qt::NoModifier);
+                          type == QEvent::MouseButtonRelease ? Qt::NoButton : button,
+                          Qt::NoModifier);
         QCoreApplication::sendEvent(&window->quickWindow(), &event);
     }
     settle();

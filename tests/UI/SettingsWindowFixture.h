@@ -8,11 +8,13 @@
 #include <gtest/gtest.h>
 
 #include <QAccessible>
+#include <QEvent>
 #include <QImage>
 #include <QQuickItem>
 
 #include <filesystem>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -44,8 +46,12 @@ protected:
     /// Gives the keyboard's focus to a control.
     void focus(const std::string& name);
     void press(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+    /// Until the key has repeated itself once.
+    void hold(int key);
     void type(const std::string& text);
     void click(const std::string& name, Qt::MouseButton button = Qt::LeftButton);
+    /// As the system tells it of somebody very quick.
+    void doubleClick(const std::string& name);
 
     /// The window as it looks now.
     QImage picture();
@@ -56,6 +62,10 @@ protected:
     std::unique_ptr<SettingsScene> scene;
     std::unique_ptr<SettingsView> view;
     std::unique_ptr<SettingsWindow> window;
+
+private:
+    void click(const std::string& name, Qt::MouseButton button,
+               std::initializer_list<QEvent::Type> events);
 };
 
 /// How a screen reader calls an item, and its role; empty and `NoRole` where it is told nothing.

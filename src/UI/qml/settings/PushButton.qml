@@ -34,8 +34,17 @@ T.AbstractButton {
     Accessible.name: text === "" ? help : text
     Accessible.description: text === "" ? "" : help
     Accessible.onPressAction: button.clicked()
-    Keys.onReturnPressed: clicked()
-    Keys.onEnterPressed: clicked()
+    Keys.onReturnPressed: event => clickOnce(event)
+    Keys.onEnterPressed: event => clickOnce(event)
+    // What follows the first press of a double click or of a held key is meant for what the button
+    // showed then: by now it may do the opposite.
+    onDoubleClicked: {}
+
+    function clickOnce(event: KeyEvent) {
+        if (!event.isAutoRepeat) {
+            clicked();
+        }
+    }
 
     contentItem: ButtonFace {
         text: button.text
