@@ -16,7 +16,7 @@ CONFINED = ROOT / "tests" / "downloads" / "confined.py"
 sys.path.insert(0, str(CONFINED.parent))
 
 # pylint: disable=wrong-import-position
-from catalog import ULTRA, Catalog  # noqa: E402
+from catalog import Catalog  # noqa: E402
 from hub import HUB, REPOSITORY, Hub, model, send  # noqa: E402
 
 MIB = 1 << 20

@@ -11,18 +11,16 @@ import time
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "desktop"))
 
 # pylint: disable=wrong-import-position
+from traces import ULTRA, Traces  # noqa: E402
 from waiting import wait_until  # noqa: E402
 
-ULTRA = "parakeetUltra"
-REDUX = "parakeetRedux"
 
-
-class Catalog:
+class Catalog(Traces):
     """One run of it, in a home of its own."""
 
     def __init__(self, binary, home, environment=None):
         self.data = home / "data"
-        self.models = self.data / "Vorlin" / "Models"
+        super().__init__(self.data)
         self.lines = []
         variables = {name: value for name, value in os.environ.items()
                      if not name.lower().endswith("_proxy")}
@@ -74,33 +72,6 @@ class Catalog:
     def fractions(self, engine=ULTRA):
         beginning = f"state {engine} downloading "
         return [float(line[len(beginning):]) for line in self.lines if line.startswith(beginning)]
-
-    def folder(self, engine=ULTRA):
-        """The files of a model in place; nothing when it is not there."""
-        top = self.models / engine
-        while top.is_dir():
-            try:
-                return {str(path.relative_to(top)): path.read_bytes()
-                        for path in top.rglob("*") if path.is_file()}
-            except FileNotFoundError:
-                pass  # it is being removed
-        return None
-
-    def partial(self):
-        """The working folders that are there."""
-        return sorted(path.name for path in self.models.glob("*.partial"))
-
-    def descriptors(self):
-        """What is open, and how many threads run."""
-        process = pathlib.Path(f"/proc/{self.process.pid}")
-        return len(list((process / "fd").iterdir())), len(list((process / "task").iterdir()))
-
-    def await_rest(self, before):
-        """Until as much is open, and as many threads run, as before."""
-        def rests():
-            now = self.descriptors()
-            return now[0] <= before[0] and now[1] <= before[1]
-        wait_until(rests, f"{before} descriptors and threads, not {self.descriptors()}")
 
     def kill(self):
         self.process.send_signal(signal.SIGKILL)

@@ -17,11 +17,15 @@ import tempfile
 
 HUB = "huggingface.co"
 CDN = "cdn.hub.test"
-# Asked for every other name; nobody is there unless a test is.
-NAMES = "nameserver 127.0.0.1\n"
+# Asked for every other name. Nobody is there unless a test is, whose silence is waited for longer
+# than for anything else.
+NAMES = "nameserver 127.0.0.1\noptions timeout:30 attempts:5\n"
 HOSTS = f"127.0.0.1 localhost {HUB} {CDN}\n"
 TRUSTED = "/etc/ssl/certs/ca-certificates.crt"
 SMALL_DISK = 2_000_000
+# A display server takes the first number that is free in its network, and this folder's socket of
+# that number from whichever server has it outside.
+DISPLAYS = pathlib.Path("/tmp/.X11-unix")
 
 
 def openssl(*arguments):
@@ -55,7 +59,7 @@ def bubble(folder):
                          ("authority.crt", TRUSTED)):
         command += ["--ro-bind", folder / ours, os.path.realpath(theirs)]
     command += ["--size", str(SMALL_DISK), "--tmpfs", folder / "small",
-                "--setenv", "HUB_FOLDER", folder]
+                "--perms", "1777", "--tmpfs", DISPLAYS, "--setenv", "HUB_FOLDER", folder]
     if os.getuid() != 0:
         command += ["--unshare-user", "--uid", "0", "--gid", "0"]
     # Nothing but the port: with a superuser's rights no file would be refused.
@@ -68,6 +72,9 @@ def main():
     with tempfile.TemporaryDirectory(prefix="vorlin-hub-") as name:
         folder = pathlib.Path(name)
         (folder / "small").mkdir()
+        if not DISPLAYS.exists():
+            DISPLAYS.mkdir()
+            DISPLAYS.chmod(0o1777)
         (folder / "hosts").write_text(HOSTS)
         (folder / "resolv.conf").write_text(NAMES)
         make_authority(folder, "authority")

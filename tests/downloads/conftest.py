@@ -2,11 +2,14 @@
 
 import os
 import pathlib
+import socket
 
 import pytest
 
 from catalog import Catalog
 from hub import Hub, model
+from models_tab import REDUX_NAME, ULTRA_NAME, ModelsTab
+from waiting import wait_until
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 
@@ -54,3 +57,43 @@ def _catalog(start):
     assert catalog.process.poll() is None, catalog.process.stderr.read()
     catalog.await_rest(before)
     assert catalog.partial() == []
+
+
+@pytest.fixture(name="silent_names")
+def _silent_names():
+    """Where names are asked for and never answered; says that one was."""
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as names:
+        names.bind(("127.0.0.1", 53))
+        yield lambda: names.recv(512)
+
+
+@pytest.fixture(name="tabs", scope="module")
+def _tabs(request):
+    """The whole program with its settings open, for one test after the other: what one leaves
+    behind another would find. Started anew where a test has failed."""
+    begun = []
+
+    def tab():
+        if not begun or not begun[-1].is_at_rest():
+            begun.append(ModelsTab.begin(request, f"{request.node.path.stem}-{len(begun)}"))
+        return begun[-1]
+    yield tab
+    for each in begun:
+        each.close()
+
+
+@pytest.fixture(name="tab")
+def _tab(tabs):
+    """The settings' list of engines, none of them installed; afterwards nothing half-done may be
+    left, on the disk or in the program."""
+    tab = tabs()
+    process, before = tab.process, tab.descriptors()
+    yield tab
+    assert tab.process.poll() is None
+    for name in (ULTRA_NAME, REDUX_NAME):
+        if tab.state(name) == "installed":
+            tab.delete(name)
+            tab.await_state(name, "not installed")
+    wait_until(lambda: tab.partial() == [], "the working folders to go")
+    if tab.process is process:
+        tab.await_rest(before)

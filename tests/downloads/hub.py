@@ -146,8 +146,7 @@ class Server(socketserver.ThreadingTCPServer):
     hub = None
 
     def finish_request(self, request, client_address):
-        self.hub.connections += 1
-        with contextlib.suppress(OSError, ssl.SSLError):
+        with self.hub.connected(), contextlib.suppress(OSError, ssl.SSLError):
             request = self.hub.context.wrap_socket(request, server_side=True)
             Handler(request, client_address, self)
             request.close()
@@ -163,6 +162,8 @@ class Hub:
         self.routes = {}
         self.requests = []
         self.connections = 0
+        self.open = 0
+        self.most_open = 0
         self.in_flight = {}
         self.most_in_flight = {}
         self.lock = threading.Lock()
@@ -210,6 +211,19 @@ class Hub:
     def hold_everything(self, files, gate, repository=REPOSITORY, at=0):
         for path, content in files.items():
             self.serve(path, held(content, gate, at), repository)
+
+    @contextlib.contextmanager
+    def connected(self):
+        """Counts connections: all, and those that are open."""
+        with self.lock:
+            self.connections += 1
+            self.open += 1
+            self.most_open = max(self.most_open, self.open)
+        try:
+            yield
+        finally:
+            with self.lock:
+                self.open -= 1
 
     @contextlib.contextmanager
     def counted(self, handler):

@@ -1,13 +1,14 @@
 """Networks, hubs and disks that fail: one line each, and nothing left of it."""
 
+import http.server
 import os
 import pathlib
 import socket
+import socketserver
 import threading
 
 import pytest
 
-from catalog import ULTRA
 from hub import (CDN, HUB, REPOSITORY, Hub, broken, in_turn, listing, model, redirect, resumable,
                  send)
 
@@ -26,13 +27,7 @@ def outcome(catalog):
 @pytest.fixture(name="previous")
 def _previous(catalog):
     """A complete model that was there before; no failure may touch it."""
-    content = {"parakeet_v3_vocab.json": b"previous"}
-    for name in ("Preprocessor", "Encoder", "Decoder", "JointDecisionv3"):
-        content[f"{name}.mlmodelc/model.mil"] = b"previous"
-    for path, text in content.items():
-        place = catalog.models / ULTRA / path
-        place.parent.mkdir(parents=True, exist_ok=True)
-        place.write_bytes(text)
+    content = catalog.put_model()
     yield content
     assert catalog.folder() == content
 
@@ -150,6 +145,42 @@ def test_a_redirect_that_is_not_safe(hub, catalog, files, target):
     hub.serve(WEIGHTS, redirect(target))
     assert outcome(catalog) == REFUSED
     assert hub.paths(CDN) == []
+
+
+class PlainServer(socketserver.ThreadingTCPServer):
+    """Gives a content over HTTP, without any proof of who it is."""
+    allow_reuse_address = True
+    daemon_threads = True
+
+    def __init__(self, content):
+        self.content = content
+        self.requests = 0
+        super().__init__(("127.0.0.1", 80), PlainHandler)
+        threading.Thread(target=self.serve_forever, args=(0.05,), daemon=True).start()
+
+
+class PlainHandler(http.server.BaseHTTPRequestHandler):
+    """One connection."""
+
+    def do_GET(self):  # pylint: disable=invalid-name
+        self.server.requests += 1
+        self.send_response_only(200)
+        self.send_header("Content-Length", str(len(self.server.content)))
+        self.end_headers()
+        self.wfile.write(self.server.content)
+
+
+@pytest.mark.usefixtures("previous")
+def test_plain_http_is_refused_though_somebody_has_the_file_there(hub, catalog, files):
+    hub.publish(files)
+    hub.serve(WEIGHTS, redirect(f"http://{CDN}/file"))
+    with PlainServer(files[WEIGHTS]) as plain:
+        assert outcome(catalog) == REFUSED
+        plain.content = listing(files)
+        hub.list_as(redirect(f"http://{CDN}/list"))
+        assert outcome(catalog) == REFUSED
+        assert plain.requests == 0
+        plain.shutdown()
 
 
 def test_ten_redirects_are_followed_and_no_more(hub, catalog, files):

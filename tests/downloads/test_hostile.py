@@ -4,8 +4,8 @@ import json
 
 import pytest
 
-from catalog import ULTRA
 from hub import listing, send
+from traces import ULTRA
 
 WEIGHTS = "Encoder.mlmodelc/weights/weight.bin"
 

@@ -1,13 +1,12 @@
 """Removing and quitting at any moment of a download."""
 
 import random
-import socket
 import threading
 
 import pytest
 
-from catalog import REDUX, ULTRA
 from hub import OTHER_REPOSITORY, held, model, redirect
+from traces import REDUX, ULTRA
 from waiting import wait_until
 
 ROUNDS = 15
@@ -77,16 +76,7 @@ def test_a_removed_model_stays_removed(hub, catalog, files):
     hub.publish(files)
     assert catalog.await_end(seen=catalog.install()) == "installed"
     catalog.remove()
-    wait_until(lambda: catalog.folder() is None, "the model to go")
-    assert not list(catalog.models.iterdir())
-
-
-@pytest.fixture(name="silent_names")
-def _silent_names():
-    """Where names are asked for and never answered; says that one was."""
-    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as names:
-        names.bind(("127.0.0.1", 53))
-        yield lambda: names.recv(512)
+    wait_until(lambda: not list(catalog.models.iterdir()), "the model to go")
 
 
 def test_removing_and_quitting_do_not_wait_for_a_name(hub, start, files, silent_names):
@@ -97,11 +87,13 @@ def test_removing_and_quitting_do_not_wait_for_a_name(hub, start, files, silent_
     assert b"nowhere" in silent_names()
     catalog.remove()
     catalog.await_line(f"state {ULTRA} notInstalled", seen)
+    wait_until(lambda: catalog.partial() == [], "the working folder to go")
+    hub.requests.clear()
     catalog.install()
+    wait_until(lambda: len(hub.requests) == 1 + len(files), "everything but the name")
     assert b"nowhere" in silent_names()
-    seconds, status = catalog.quit()
-    print(f"quit after {seconds:.2f} s")
-    assert status == 0 and catalog.process.stderr.read() == ""
+    assert catalog.quit()[1] == 0
+    assert catalog.process.stderr.read() == ""
     assert catalog.partial() == []
 
 

@@ -2,8 +2,8 @@
 
 import threading
 
-from catalog import REDUX, ULTRA
 from hub import CDN, HUB, OTHER_REPOSITORY, REPOSITORY, held, model, send
+from traces import REDUX, ULTRA
 from waiting import stays_equal
 
 
