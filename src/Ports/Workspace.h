@@ -34,11 +34,15 @@ public:
     /// Opens the page; fails where `hasPanel` says no.
     virtual Completion<Done> openPanel(SystemPanel panel) = 0;
 
-    /// Lets the person choose a folder in a dialog with this title; nothing when they cancel.
-    /// One dialog at a time: an earlier one is cancelled. Fails with one line when the desktop
-    /// can show none.
+    /// Lets the person choose a folder in a dialog with this title and with `prompt` on the button
+    /// that chooses; nothing when they cancel. The window of this program that has the focus waits
+    /// for it. One dialog at a time: an earlier one is cancelled. Fails with one line when the
+    /// desktop can show none.
     virtual Completion<std::optional<std::filesystem::path>>
-    chooseFolder(const std::string& title) = 0;
+    chooseFolder(const std::string& title, const std::string& prompt) = 0;
+
+    /// Closes the dialog that is open, as if the person had cancelled it; without one, nothing.
+    virtual void cancelChoice() = 0;
 
     /// Brings a window of this program (the desktop's own number of it) to the front, with the
     /// focus, on the workspace that the person sees.

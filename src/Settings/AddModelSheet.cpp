@@ -4,12 +4,24 @@
 
 namespace vorlin {
 
+namespace {
+
+constexpr const char* folderLabel = "Folder on this Mac";
+constexpr const char* choose = "Choose";
+
+} // namespace
+
 AddModelSheet::AddModelSheet(MainLoop& loop, ModelStore& store, Workspace& workspace,
                              const Wording& wording)
     : FormModel(wording), loop(loop), store(store), workspace(workspace)
 {
     cancel.set({.text = "Cancel", .press = lifetime.guard([this] { dismiss(); })});
     update();
+}
+
+AddModelSheet::~AddModelSheet()
+{
+    workspace.cancelChoice();
 }
 
 void AddModelSheet::open()
@@ -27,6 +39,7 @@ void AddModelSheet::open()
 void AddModelSheet::dismiss()
 {
     ++opened;
+    workspace.cancelChoice();
     adding.set(false);
 }
 
@@ -58,7 +71,7 @@ Task<void> AddModelSheet::askForFolder(std::size_t number)
     std::optional<std::filesystem::path> chosen;
     std::string problem;
     try {
-        auto dialog = workspace.chooseFolder("Choose");
+        auto dialog = workspace.chooseFolder(wording(folderLabel), wording(choose));
         chosen = co_await dialog;
     } catch (const std::exception& error) {
         problem = error.what();
@@ -102,9 +115,9 @@ std::vector<FormRow> AddModelSheet::rows()
     } else {
         rows.push_back(
             {"folder",
-             "Folder on this Mac",
+             folderLabel,
              FolderControl{folder ? folder->string() : "",
-                           {.text = "Choose", .press = lifetime.guard([this] { chooseFolder(); })}},
+                           {.text = choose, .press = lifetime.guard([this] { chooseFolder(); })}},
              {},
              folderProblem});
     }

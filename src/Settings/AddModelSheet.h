@@ -16,6 +16,10 @@ class AddModelSheet final : public FormModel {
 public:
     /// All must outlive this object.
     AddModelSheet(MainLoop& loop, ModelStore& store, Workspace& workspace, const Wording& wording);
+    AddModelSheet(const AddModelSheet&) = delete;
+    AddModelSheet& operator=(const AddModelSheet&) = delete;
+    /// Takes a folder dialog that is still open along.
+    ~AddModelSheet();
 
     /// The sheet is shown.
     Published<bool, AddModelSheet> adding{false};
@@ -25,7 +29,7 @@ public:
 
     /// Shows the sheet, empty.
     void open();
-    /// Dismisses it; a folder dialog that is still open changes nothing.
+    /// Dismisses it, and with it a folder dialog that is still open.
     void dismiss();
 
     /// Whether what was entered can be handed to the store, which looks at it closely.

@@ -1,8 +1,8 @@
 #include "UI/FolderDialog.h"
 
-#include "Async/Fatal.h"
-
+#include <QGuiApplication>
 #include <QQmlComponent>
+#include <QWindow>
 
 #include <utility>
 
@@ -10,18 +10,28 @@ namespace vorlin {
 
 FolderDialog::~FolderDialog() = default;
 
-void FolderDialog::open(const std::string& title, std::function<void(Chosen)> next)
+bool FolderDialog::open(const std::string& title, const std::string& prompt,
+                        std::function<void(Chosen)> next)
 {
-    finish(std::nullopt);
-    whenDone = std::move(next);
-    engine = std::make_unique<QQmlEngine>();
-    QQmlComponent component(engine.get(), QUrl("qrc:/qt/qml/Vorlin/qml/FolderChooser.qml"));
-    window.reset(component.createWithInitialProperties({{"title", QString::fromStdString(title)}}));
-    if (!window) {
-        fatal("the folder dialog cannot be shown: " + component.errorString().toStdString());
+    auto* const waiting = window ? window->transientParent() : QGuiApplication::focusWindow();
+    cancel();
+    auto nextEngine = std::make_unique<QQmlEngine>();
+    QQmlComponent component(nextEngine.get(), QUrl("qrc:/qt/qml/Vorlin/qml/FolderChooser.qml"));
+    if (!component.isReady()) {
+        return false;
     }
+    window.reset(qobject_cast<QWindow*>(component.createWithInitialProperties(
+        {{"title", QString::fromStdString(title)},
+         {"prompt", QString::fromStdString(prompt)},
+         {"transientParent", QVariant::fromValue(waiting)}})));
+    if (!window) {
+        return false;
+    }
+    engine = std::move(nextEngine);
+    whenDone = std::move(next);
     connect(window.get(), SIGNAL(accepted(QUrl)), this, SLOT(accepted(QUrl)));
     connect(window.get(), SIGNAL(rejected()), this, SLOT(rejected()));
+    return true;
 }
 
 void FolderDialog::accepted(const QUrl& folder)
@@ -40,6 +50,7 @@ void FolderDialog::finish(const Chosen& chosen)
     if (window) {
         // The view may be calling us.
         disconnect(window.get(), nullptr, this, nullptr);
+        window->close();
         window.release()->deleteLater();
         engine.release()->deleteLater();
     }

@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-class QQuickWindow;
+class QWindow;
 
 namespace vorlin {
 
@@ -26,8 +26,14 @@ public:
 
     ~FolderDialog() override;
 
-    /// Opens it; an open one is cancelled. `whenDone` is called once, from the loop.
-    void open(const std::string& title, std::function<void(Chosen)> whenDone);
+    /// Opens it, with `prompt` on the button that chooses; the window of this program that has the
+    /// focus waits for it. An open one is cancelled. `whenDone` is called once, from the loop.
+    /// False, and `whenDone` is not called, where Qt's dialogs are not installed.
+    bool open(const std::string& title, const std::string& prompt,
+              std::function<void(Chosen)> whenDone);
+
+    /// Closes the one that is open, as if the person had cancelled it.
+    void cancel() { finish(std::nullopt); }
 
 private Q_SLOTS:
     void accepted(const QUrl& folder);
@@ -38,7 +44,7 @@ private:
 
     std::function<void(Chosen)> whenDone;
     std::unique_ptr<QQmlEngine> engine;
-    std::unique_ptr<QObject> window;
+    std::unique_ptr<QWindow> window;
 };
 
 } // namespace vorlin

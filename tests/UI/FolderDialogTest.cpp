@@ -9,7 +9,10 @@
 #include <QProcess>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QRasterWindow>
 #include <QTemporaryDir>
+
+#include <algorithm>
 
 namespace vorlin {
 namespace {
@@ -22,7 +25,12 @@ protected:
         QDir::setCurrent(folder.path());
         QDir().mkdir("first");
         QDir().mkdir("second");
-        dialog.open("Choose a model", [this](FolderDialog::Chosen answer) {
+    }
+
+    /// Opens the dialog; false where it cannot be shown.
+    bool open()
+    {
+        return dialog.open("A model's folder", "Choose", [this](FolderDialog::Chosen answer) {
             ++answers;
             chosen = std::move(answer);
         });
@@ -46,6 +54,16 @@ protected:
         }
         return nullptr;
     }
+    static bool hasText(const QQuickItem* item, const QString& text)
+    {
+        const auto children = item->childItems();
+        return item->property("text") == text ||
+               std::ranges::any_of(children, [&](auto* each) { return hasText(each, text); });
+    }
+    static bool isGone()
+    {
+        return std::ranges::none_of(QGuiApplication::topLevelWindows(), &QWindow::isVisible);
+    }
     /// Whether it comes to stand there with the focus and both folders in its list.
     static bool isActive()
     {
@@ -65,27 +83,30 @@ protected:
 
 TEST_F(FolderDialogTest, aFolderIsChosenByKeyboard)
 {
+    ASSERT_TRUE(open());
     ASSERT_TRUE(isActive());
-    EXPECT_EQ(QGuiApplication::focusWindow()->title(), "Choose a model");
+    EXPECT_EQ(QGuiApplication::focusWindow()->title(), "A model's folder");
     // Down its list, over its path to its buttons.
     run("xdotool", {"key", "Down", "Tab", "Tab", "space"});
     ASSERT_TRUE(runUntil([&] { return answers > 0; }));
     EXPECT_EQ(chosen, FolderDialog::Chosen(folder.filePath("second").toStdString()));
-    EXPECT_TRUE(runUntil([] { return QGuiApplication::topLevelWindows().isEmpty(); }));
+    EXPECT_TRUE(runUntil(isGone));
     EXPECT_EQ(answers, 1);
 }
 
 TEST_F(FolderDialogTest, escapeChoosesNothing)
 {
+    ASSERT_TRUE(open());
     ASSERT_TRUE(isActive());
     run("xdotool", {"key", "Escape"});
     ASSERT_TRUE(runUntil([&] { return answers > 0; }));
     EXPECT_EQ(chosen, std::nullopt);
-    EXPECT_TRUE(runUntil([] { return QGuiApplication::topLevelWindows().isEmpty(); }));
+    EXPECT_TRUE(runUntil(isGone));
 }
 
 TEST_F(FolderDialogTest, closingItsWindowChoosesNothing)
 {
+    ASSERT_TRUE(open());
     ASSERT_TRUE(isActive());
     QGuiApplication::focusWindow()->close();
     ASSERT_TRUE(runUntil([&] { return answers > 0; }));
@@ -93,11 +114,37 @@ TEST_F(FolderDialogTest, closingItsWindowChoosesNothing)
     EXPECT_EQ(answers, 1);
 }
 
+TEST_F(FolderDialogTest, itSaysWhatItsButtonDoesAndLetsTheWindowBehindItWait)
+{
+    QRasterWindow behind;
+    behind.show();
+    ASSERT_TRUE(runUntil([&] { return behind.isActive(); }));
+    ASSERT_TRUE(open());
+    ASSERT_TRUE(isActive());
+    auto* const window = qobject_cast<QQuickWindow*>(QGuiApplication::focusWindow());
+    EXPECT_EQ(window->transientParent(), &behind);
+    EXPECT_EQ(window->modality(), Qt::WindowModal);
+    EXPECT_TRUE(hasText(window->contentItem(), "Choose"));
+}
+
+TEST_F(FolderDialogTest, cancellingItFromOutsideChoosesNothing)
+{
+    ASSERT_TRUE(open());
+    ASSERT_TRUE(isActive());
+    dialog.cancel();
+    EXPECT_EQ(answers, 1);
+    EXPECT_EQ(chosen, std::nullopt);
+    EXPECT_TRUE(runUntil(isGone));
+    dialog.cancel();
+    EXPECT_EQ(answers, 1);
+}
+
 TEST_F(FolderDialogTest, openingItAnewCancelsTheFirst)
 {
+    ASSERT_TRUE(open());
     ASSERT_TRUE(isActive());
     int second = 0;
-    dialog.open("Another", [&](const FolderDialog::Chosen&) { ++second; });
+    dialog.open("Another", "Choose", [&](const FolderDialog::Chosen&) { ++second; });
     EXPECT_EQ(answers, 1);
     EXPECT_EQ(chosen, std::nullopt);
     ASSERT_TRUE(runUntil([] {

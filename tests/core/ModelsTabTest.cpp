@@ -227,6 +227,9 @@ TEST_F(ModelsTabTest, aFolderIsChosenInADialogAndAdded)
     chooseSource(1);
     EXPECT_FALSE(sheet().confirm.get().enabled);
     chooseFolder("/mine");
+    ASSERT_EQ(desktop.workspace.dialogs.size(), 1U);
+    EXPECT_EQ(desktop.workspace.dialogs[0],
+              (std::pair<std::string, std::string>("Folder on this Mac", "Choose")));
     EXPECT_EQ(sheetControl<FolderControl>("folder").path, "/mine");
     EXPECT_TRUE(sheet().confirm.get().enabled);
     chooseFolder(std::nullopt);
@@ -247,17 +250,35 @@ TEST_F(ModelsTabTest, aDialogThatCannotBeShownSaysWhy)
     EXPECT_EQ(sheetRow("folder").problem, "No dialog here.");
 }
 
-TEST_F(ModelsTabTest, aDialogThatAnswersAfterTheSheetIsGoneChangesNothing)
+TEST_F(ModelsTabTest, aDialogGoesWithItsSheetAndWithTheWindow)
+{
+    for (const auto& end : std::vector<std::function<void()>>{
+             [this] { sheet().cancel.get().press(); },
+             [this] { sheet().confirm.get().press(); },
+             [this] { settings.reset(); },
+         }) {
+        sheet().open();
+        chooseSource(1);
+        chooseFolder("/mine");
+        sheetControl<FolderControl>("folder").choose.press();
+        desktop.loop.runReady();
+        EXPECT_TRUE(desktop.workspace.isChoosing);
+        end();
+        EXPECT_FALSE(desktop.workspace.isChoosing);
+    }
+}
+
+TEST_F(ModelsTabTest, aDialogThatAnswersAsItsSheetGoesChangesNothing)
 {
     sheet().open();
     chooseSource(1);
     sheetControl<FolderControl>("folder").choose.press();
     desktop.loop.runReady();
+    desktop.workspace.chosen->complete("/mine");
     sheet().cancel.get().press();
     EXPECT_FALSE(sheet().adding.get());
     sheet().open();
     chooseSource(1);
-    desktop.workspace.chosen->complete("/mine");
     desktop.loop.runReady();
     EXPECT_EQ(sheetControl<FolderControl>("folder").path, "");
 }

@@ -127,9 +127,11 @@ public:
     std::vector<std::string> links;
     std::vector<SystemPanel> panels{SystemPanel::microphone, SystemPanel::accessibility};
     std::vector<SystemPanel> openedPanels;
-    /// The titles of the dialogs so far; `chosen` answers the latest.
-    std::vector<std::string> dialogs;
+    /// The titles and prompts of the dialogs so far; `chosen` answers the latest.
+    std::vector<std::pair<std::string, std::string>> dialogs;
     std::optional<Completer<Chosen>> chosen;
+    /// Nobody has cancelled the latest.
+    bool isChoosing = false;
     std::vector<std::uintptr_t> raised;
 
     Completion<Done> open(const std::filesystem::path& folder) override
@@ -156,18 +158,24 @@ public:
         openedPanels.push_back(panel);
         return taken();
     }
-    Completion<Chosen> chooseFolder(const std::string& title) override
+    Completion<Chosen> chooseFolder(const std::string& title, const std::string& prompt) override
     {
-        dialogs.push_back(title);
-        if (chosen) {
-            chosen->complete(std::nullopt);
-        }
+        dialogs.emplace_back(title, prompt);
+        cancelChoice();
+        isChoosing = true;
         Completion<Chosen> result;
         chosen = result.completer();
         if (refusal) {
             chosen->failWith(*refusal);
         }
         return result;
+    }
+    void cancelChoice() override
+    {
+        isChoosing = false;
+        if (chosen) {
+            chosen->complete(std::nullopt);
+        }
     }
     void bringToFront(std::uintptr_t window) override { raised.push_back(window); }
 

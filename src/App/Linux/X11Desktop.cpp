@@ -13,10 +13,12 @@ X11Desktop::X11Desktop(LinuxServices& services, const Environment& environment)
       screens(environment), overlayPanel(screens), keyMonitor(keyboard, services.loop),
       workspace(environment)
 {
-    workspace.setOwnDialog(
-        [this](const std::string& title, std::function<void(FolderDialog::Chosen)> whenDone) {
-            folderDialog.open(title, std::move(whenDone));
-        });
+    workspace.setOwnDialog({.open =
+                                [this](const std::string& title, const std::string& prompt,
+                                       std::function<void(FolderDialog::Chosen)> whenDone) {
+                                    return folderDialog.open(title, prompt, std::move(whenDone));
+                                },
+                            .cancel = [this] { folderDialog.cancel(); }});
 }
 
 Ports X11Desktop::ports()

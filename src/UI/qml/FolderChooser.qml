@@ -5,6 +5,8 @@ import QtQuick.Dialogs
 Window {
     id: root
 
+    required property string prompt
+
     signal accepted(url folder)
     signal rejected
 
@@ -12,6 +14,7 @@ Window {
     height: 400
     minimumWidth: 600
     minimumHeight: 400
+    modality: Qt.WindowModal
     visible: true
     // A chosen folder is shown on a mere tint of the highlight.
     palette.highlightedText: palette.text
@@ -20,6 +23,7 @@ Window {
 
     FolderDialog {
         parentWindow: root
+        acceptLabel: root.prompt
         onAccepted: root.accepted(selectedFolder)
         onRejected: root.rejected()
         Component.onCompleted: open()

@@ -5,7 +5,9 @@
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QGuiApplication>
 #include <QUrl>
+#include <QWindow>
 
 #include <utility>
 
@@ -25,6 +27,13 @@ QDBusConnection bus()
     return QDBusConnection::sessionBus();
 }
 
+/// As the portal names a window of an X11 display; empty for none.
+QString focusedWindow()
+{
+    const auto* window = QGuiApplication::focusWindow();
+    return window == nullptr ? QString() : "x11:" + QString::number(window->winId(), 16);
+}
+
 } // namespace
 
 FolderPortal::FolderPortal()
@@ -34,16 +43,19 @@ FolderPortal::FolderPortal()
     });
 }
 
-void FolderPortal::choose(const std::string& title, std::function<void(Answer)> next)
+void FolderPortal::choose(const std::string& title, const std::string& prompt,
+                          std::function<void(Answer)> next)
 {
     cancel();
     whenDone = std::move(next);
+    const Question question{focusedWindow(), QString::fromStdString(title),
+                            QString::fromStdString(prompt)};
     auto message = QDBusMessage::createMethodCall(service, portalPath,
                                                   "org.freedesktop.DBus.Properties", "Get");
     message << chooser << "version";
     auto* answer = new QDBusPendingCallWatcher(bus().asyncCall(message), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this,
-            [this, title, mine = generation](QDBusPendingCallWatcher* done) {
+            [this, question, mine = generation](QDBusPendingCallWatcher* done) {
                 done->deleteLater();
                 const QDBusPendingReply<QDBusVariant> reply = *done;
                 if (mine != generation) {
@@ -52,12 +64,12 @@ void FolderPortal::choose(const std::string& title, std::function<void(Answer)> 
                 if (reply.isError() || reply.value().variant().toUInt() < neededVersion) {
                     finish(Missing{});
                 } else {
-                    open(title);
+                    open(question);
                 }
             });
 }
 
-void FolderPortal::open(const std::string& title)
+void FolderPortal::open(const Question& question)
 {
     const auto token = "vorlin" + QString::number(generation);
     auto sender = bus().baseService().mid(1);
@@ -68,8 +80,11 @@ void FolderPortal::open(const std::string& title)
     watch.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
     watch.setWatchedServices({service});
     auto message = QDBusMessage::createMethodCall(service, portalPath, chooser, "OpenFile");
-    message << QString() << QString::fromStdString(title)
-            << QVariantMap{{"handle_token", token}, {"directory", true}, {"modal", true}};
+    message << question.parent << question.title
+            << QVariantMap{{"handle_token", token},
+                           {"accept_label", question.prompt},
+                           {"directory", true},
+                           {"modal", true}};
     auto* answer = new QDBusPendingCallWatcher(bus().asyncCall(message), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this,
             [this, mine = generation](QDBusPendingCallWatcher* done) {

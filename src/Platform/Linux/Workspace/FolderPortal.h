@@ -30,8 +30,10 @@ public:
 
     FolderPortal();
 
-    /// Opens the dialog. `whenDone` is called once, from the loop.
-    void choose(const std::string& title, std::function<void(Answer)> whenDone);
+    /// Opens the dialog with this title and with `prompt` on the button that chooses, in front of
+    /// the window of this program that has the focus. `whenDone` is called once, from the loop.
+    void choose(const std::string& title, const std::string& prompt,
+                std::function<void(Answer)> whenDone);
 
     /// Closes the dialog that is open; its `whenDone` is not called any more.
     void cancel();
@@ -40,7 +42,13 @@ private Q_SLOTS:
     void responded(uint response, const QVariantMap& results);
 
 private:
-    void open(const std::string& title);
+    struct Question {
+        /// The window that waits for the answer, as portals name it; empty for none.
+        QString parent;
+        QString title;
+        QString prompt;
+    };
+    void open(const Question& question);
     void follow(const QString& path);
     void finish(const Answer& answer);
 

@@ -106,27 +106,34 @@ Completion<Done> LinuxWorkspace::openPanel(SystemPanel panel)
                    : failed("This desktop has no such settings.");
 }
 
-Completion<LinuxWorkspace::Chosen> LinuxWorkspace::chooseFolder(const std::string& title)
+Completion<LinuxWorkspace::Chosen> LinuxWorkspace::chooseFolder(const std::string& title,
+                                                                const std::string& prompt)
 {
-    if (dialog) {
-        portal.cancel();
-        dialog->complete(std::nullopt);
-    }
+    cancelChoice();
     Completion<Chosen> result;
     const auto completer = result.completer();
     dialog = completer;
-    portal.choose(title, [this, title, completer](const FolderPortal::Answer& answer) {
+    portal.choose(title, prompt, [this, title, prompt, completer](const auto& answer) {
         if (const auto* chosen = std::get_if<FolderPortal::Chosen>(&answer)) {
             completer.complete(*chosen);
         } else if (const auto* unusable = std::get_if<FolderPortal::Unusable>(&answer)) {
             completer.failWith(unusable->why);
-        } else if (ownDialog) {
-            ownDialog(title, [completer](Chosen folder) { completer.complete(std::move(folder)); });
-        } else {
+        } else if (!ownDialog.open(title, prompt, [completer](Chosen folder) {
+                       completer.complete(std::move(folder));
+                   })) {
             completer.failWith("This desktop has no dialog for choosing a folder.");
         }
     });
     return result;
+}
+
+void LinuxWorkspace::cancelChoice()
+{
+    if (const auto open = std::exchange(dialog, std::nullopt)) {
+        portal.cancel();
+        ownDialog.cancel();
+        open->complete(std::nullopt);
+    }
 }
 
 void LinuxWorkspace::bringToFront(std::uintptr_t window)

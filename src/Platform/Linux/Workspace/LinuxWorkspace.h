@@ -16,10 +16,18 @@ namespace vorlin {
 /// through `xdg-open`. Main loop; create it after the Qt application.
 class LinuxWorkspace final : public Workspace {
 public:
-    /// Tells what the person chose in our own dialog with this title; nothing for cancelled.
+    /// Nothing where the person cancelled.
     using Chosen = std::optional<std::filesystem::path>;
-    using OwnDialog =
-        std::function<void(const std::string& title, std::function<void(Chosen)> whenDone)>;
+    /// A dialog of our own for choosing a folder.
+    struct OwnDialog {
+        /// Opens it; false where it cannot be shown. `whenDone` is called once, and not at all
+        /// where it cannot be shown.
+        std::function<bool(const std::string& title, const std::string& prompt,
+                           std::function<void(Chosen)> whenDone)>
+            open;
+        /// Cancels it if it is open.
+        std::function<void()> cancel;
+    };
 
     explicit LinuxWorkspace(Environment environment) : environment(std::move(environment)) {}
     LinuxWorkspace(const LinuxWorkspace&) = delete;
@@ -27,21 +35,22 @@ public:
     ~LinuxWorkspace() override;
 
     /// Lets folders be chosen in this dialog where the desktop has none.
-    void setOwnDialog(OwnDialog dialog) { ownDialog = std::move(dialog); }
+    void setOwnDialog(OwnDialog next) { ownDialog = std::move(next); }
 
     Completion<Done> open(const std::filesystem::path& folder) override;
     Completion<Done> reveal(const std::filesystem::path& item) override;
     Completion<Done> openLink(const std::string& address) override;
     bool hasPanel(SystemPanel panel) const override;
     Completion<Done> openPanel(SystemPanel panel) override;
-    Completion<Chosen> chooseFolder(const std::string& title) override;
+    Completion<Chosen> chooseFolder(const std::string& title, const std::string& prompt) override;
+    void cancelChoice() override;
     void bringToFront(std::uintptr_t window) override;
 
 private:
     Completion<Done> openWithProgram(const QString& what) const;
 
     Environment environment;
-    OwnDialog ownDialog;
+    OwnDialog ownDialog = {.open = [](const auto&...) { return false; }, .cancel = [] {}};
     FolderPortal portal;
     /// The dialog that is open.
     std::optional<Completer<Chosen>> dialog;

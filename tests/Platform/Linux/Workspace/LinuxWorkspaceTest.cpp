@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QRasterWindow>
+
 #include <sys/stat.h>
 
 #include <map>
@@ -177,10 +179,13 @@ TEST_F(LinuxWorkspaceTest, aDesktopWithoutSuchSettingsSaysSo)
 TEST_F(LinuxWorkspaceTest, thePortalsDialogChoosesAFolder)
 {
     TestPortal portal;
-    const auto outcome = follow(workspace.chooseFolder("Choose a model"));
+    const auto outcome = follow(workspace.chooseFolder("A folder", "Choose"));
     ASSERT_TRUE(runUntil([&] { return !portal.titles.empty(); }));
-    EXPECT_EQ(portal.titles, QStringList("Choose a model"));
+    EXPECT_EQ(portal.titles, QStringList("A folder"));
+    EXPECT_EQ(portal.options.value("accept_label"), "Choose");
     EXPECT_EQ(portal.options.value("directory"), true);
+    EXPECT_EQ(portal.options.value("modal"), true);
+    EXPECT_EQ(portal.parent, "") << "no window of ours has the focus";
     EXPECT_FALSE(outcome->ended);
     portal.respond(0, {"file:///a%20folder/%C3%A9"});
     ASSERT_TRUE(runUntil([&] { return outcome->ended; }));
@@ -190,17 +195,42 @@ TEST_F(LinuxWorkspaceTest, thePortalsDialogChoosesAFolder)
 TEST_F(LinuxWorkspaceTest, aCancelledDialogChoosesNothing)
 {
     TestPortal portal;
-    const auto outcome = follow(workspace.chooseFolder("Choose"));
+    const auto outcome = follow(workspace.chooseFolder("A folder", "Choose"));
     ASSERT_TRUE(runUntil([&] { return !portal.titles.empty(); }));
     portal.respond(1);
     ASSERT_TRUE(runUntil([&] { return outcome->ended; }));
     EXPECT_TRUE(outcome->value && !*outcome->value);
 }
 
+TEST_F(LinuxWorkspaceTest, thePortalsDialogBelongsToTheWindowThatHasTheFocus)
+{
+    TestPortal portal;
+    QRasterWindow settings;
+    settings.show();
+    ASSERT_TRUE(runUntil([&] { return settings.isActive(); }));
+    const auto outcome = follow(workspace.chooseFolder("A folder", "Choose"));
+    ASSERT_TRUE(runUntil([&] { return !portal.titles.empty(); }));
+    EXPECT_EQ(portal.parent, "x11:" + QString::number(settings.winId(), 16));
+}
+
+TEST_F(LinuxWorkspaceTest, aDialogThatIsNotWantedAnyMoreIsClosedAndChoosesNothing)
+{
+    TestPortal portal;
+    const auto outcome = follow(workspace.chooseFolder("A folder", "Choose"));
+    ASSERT_TRUE(runUntil([&] { return !portal.titles.empty(); }));
+    workspace.cancelChoice();
+    ASSERT_TRUE(runUntil([&] { return outcome->ended && portal.closes == 1; }));
+    EXPECT_TRUE(outcome->value && !*outcome->value);
+    workspace.cancelChoice(); // there is none
+    const auto next = follow(workspace.chooseFolder("Another", "Choose"));
+    ASSERT_TRUE(runUntil([&] { return portal.titles.size() == 2; }));
+    EXPECT_EQ(portal.closes, 1);
+}
+
 TEST_F(LinuxWorkspaceTest, aFolderElsewhereIsToldInALine)
 {
     TestPortal portal;
-    const auto outcome = follow(workspace.chooseFolder("Choose"));
+    const auto outcome = follow(workspace.chooseFolder("A folder", "Choose"));
     ASSERT_TRUE(runUntil([&] { return !portal.titles.empty(); }));
     portal.respond(0, {"smb://server/share"});
     ASSERT_TRUE(runUntil([&] { return outcome->ended; }));
@@ -210,9 +240,9 @@ TEST_F(LinuxWorkspaceTest, aFolderElsewhereIsToldInALine)
 TEST_F(LinuxWorkspaceTest, aSecondDialogClosesTheFirst)
 {
     TestPortal portal;
-    const auto first = follow(workspace.chooseFolder("First"));
+    const auto first = follow(workspace.chooseFolder("First", "Choose"));
     ASSERT_TRUE(runUntil([&] { return portal.titles.size() == 1; }));
-    const auto second = follow(workspace.chooseFolder("Second"));
+    const auto second = follow(workspace.chooseFolder("Second", "Choose"));
     ASSERT_TRUE(runUntil([&] { return portal.titles.size() == 2; }));
     ASSERT_TRUE(runUntil([&] { return first->ended && portal.closes == 1; }));
     EXPECT_TRUE(first->value && !*first->value);
@@ -224,7 +254,7 @@ TEST_F(LinuxWorkspaceTest, aSecondDialogClosesTheFirst)
 TEST_F(LinuxWorkspaceTest, aPortalThatGoesTakesItsDialogAlong)
 {
     auto portal = std::make_unique<TestPortal>();
-    const auto outcome = follow(workspace.chooseFolder("Choose"));
+    const auto outcome = follow(workspace.chooseFolder("A folder", "Choose"));
     ASSERT_TRUE(runUntil([&] { return !portal->titles.empty(); }));
     portal.reset();
     ASSERT_TRUE(runUntil([&] { return outcome->ended; }));
@@ -233,22 +263,54 @@ TEST_F(LinuxWorkspaceTest, aPortalThatGoesTakesItsDialogAlong)
 
 TEST_F(LinuxWorkspaceTest, ourOwnDialogStandsInForAPortalThatIsMissingOldOrBroken)
 {
-    EXPECT_EQ(result(workspace.chooseFolder("Choose")).failure,
+    EXPECT_EQ(result(workspace.chooseFolder("A folder", "Choose")).failure,
               "This desktop has no dialog for choosing a folder.");
     std::vector<std::string> titles;
-    workspace.setOwnDialog([&](const std::string& title, const std::function<void(Path)>& done) {
-        titles.push_back(title);
-        done("/own");
-    });
-    EXPECT_EQ(result(workspace.chooseFolder("missing")).value, std::optional(Path("/own")));
+    workspace.setOwnDialog({.open =
+                                [&](const std::string& title, const std::string& prompt,
+                                    const std::function<void(Path)>& done) {
+                                    EXPECT_EQ(prompt, "Choose");
+                                    titles.push_back(title);
+                                    done("/own");
+                                    return true;
+                                },
+                            .cancel = [] {}});
+    EXPECT_EQ(result(workspace.chooseFolder("missing", "Choose")).value,
+              std::optional(Path("/own")));
     {
         const TestPortal old(2);
-        EXPECT_EQ(result(workspace.chooseFolder("old")).value, std::optional(Path("/own")));
+        EXPECT_EQ(result(workspace.chooseFolder("old", "Choose")).value,
+                  std::optional(Path("/own")));
     }
     TestPortal broken;
     broken.refuses = true;
-    EXPECT_EQ(result(workspace.chooseFolder("broken")).value, std::optional(Path("/own")));
+    EXPECT_EQ(result(workspace.chooseFolder("broken", "Choose")).value,
+              std::optional(Path("/own")));
     EXPECT_EQ(titles, (std::vector<std::string>{"missing", "old", "broken"}));
+}
+
+TEST_F(LinuxWorkspaceTest, ourOwnDialogIsClosedAsThePortalsIs)
+{
+    int opened = 0;
+    int cancelled = 0;
+    workspace.setOwnDialog({.open =
+                                [&](const auto&...) {
+                                    ++opened;
+                                    return true;
+                                },
+                            .cancel = [&] { ++cancelled; }});
+    const auto outcome = follow(workspace.chooseFolder("A folder", "Choose"));
+    ASSERT_TRUE(runUntil([&] { return opened == 1; }));
+    workspace.cancelChoice();
+    ASSERT_TRUE(runUntil([&] { return outcome->ended; }));
+    EXPECT_EQ(cancelled, 1);
+}
+
+TEST_F(LinuxWorkspaceTest, ourOwnDialogThatCannotBeShownIsToldInALine)
+{
+    workspace.setOwnDialog({.open = [](const auto&...) { return false; }, .cancel = [] {}});
+    EXPECT_EQ(result(workspace.chooseFolder("A folder", "Choose")).failure,
+              "This desktop has no dialog for choosing a folder.");
 }
 
 } // namespace

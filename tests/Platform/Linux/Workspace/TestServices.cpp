@@ -59,7 +59,7 @@ void TestPortal::respond(uint response, const QStringList& uris)
     bus.send(message);
 }
 
-QDBusObjectPath FileChooserInterface::OpenFile(const QString& /*parent*/, const QString& title,
+QDBusObjectPath FileChooserInterface::OpenFile(const QString& parent, const QString& title,
                                                const QVariantMap& options,
                                                const QDBusMessage& message)
 {
@@ -69,6 +69,7 @@ QDBusObjectPath FileChooserInterface::OpenFile(const QString& /*parent*/, const 
         return {};
     }
     portal.titles.push_back(title);
+    portal.parent = parent;
     portal.options = options;
     auto sender = message.service().mid(1);
     portal.request = "/org/freedesktop/portal/desktop/request/" + sender.replace('.', '_') + "/" +

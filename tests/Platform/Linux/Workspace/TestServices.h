@@ -57,6 +57,8 @@ public:
     uint version;
     bool refuses = false;
     QStringList titles;
+    /// The window that the latest dialog belongs to.
+    QString parent;
     QVariantMap options;
     /// Where the latest dialog's answer is awaited.
     QString request;
