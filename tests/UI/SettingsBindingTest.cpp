@@ -1,5 +1,9 @@
 #include "UI/SettingsWindowFixture.h"
 
+#include <QColor>
+#include <QGuiApplication>
+#include <QPalette>
+
 namespace vorlin {
 namespace {
 
@@ -7,6 +11,23 @@ class SettingsBinding : public SettingsWindowFixture {
 protected:
     Preferences& stored() { return model->preferences; }
     static bool isChecked(QQuickItem* item) { return item->property("checked").toBool(); }
+    /// What is drawn at a point of an item.
+    QColor colorAt(const QQuickItem& item, const QPointF& point)
+    {
+        const qreal ratio = window->quickWindow().effectiveDevicePixelRatio();
+        return picture().pixelColor((item.mapToScene(point) * ratio).toPoint());
+    }
+    /// The person chooses another colour for what is selected.
+    void setAccent(const QColor& color)
+    {
+        QPalette palette = QGuiApplication::palette();
+        palette.setColor(QPalette::Highlight, color);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
+        palette.setColor(QPalette::Accent, color);
+#endif
+        QGuiApplication::setPalette(palette);
+        settle();
+    }
 };
 
 TEST_F(SettingsBinding, showsWhatIsChangedElsewhere)
@@ -141,6 +162,39 @@ TEST_F(SettingsBinding, keepsTheFocusWhileOtherRowsChange)
     model->setHotkey({keyCodes::rightControl, 0, true});
     settle();
     EXPECT_EQ(focused(), "Open at login");
+}
+
+TEST_F(SettingsBinding, marksTheLanguagesThatHaveNoModelHere)
+{
+    open(SettingsTab::general);
+    EXPECT_FALSE(has("English (US), Installed"));
+    focus("Language (Built-in Speech)");
+    press(Qt::Key_Space);
+    EXPECT_TRUE(has("English (US), Installed"));
+    EXPECT_TRUE(has("Français, Not installed"));
+}
+
+TEST_F(SettingsBinding, followsTheDesktopsAccent)
+{
+    open(SettingsTab::general);
+    const auto* const toggle = control("Play sounds");
+    const auto face = [&] { return colorAt(*toggle, {9, toggle->height() / 2}); };
+    const auto ink = [&] {
+        return control("Hold to talk")
+            ->property("contentItem")
+            .value<QQuickItem*>()
+            ->property("color")
+            .value<QColor>();
+    };
+    EXPECT_NE(face(), QColor("#d02030"));
+    const QPalette before = QGuiApplication::palette();
+    setAccent("#d02030");
+    EXPECT_EQ(face(), QColor("#d02030"));
+    EXPECT_GT(ink().lightnessF(), 0.9);
+    setAccent("#f0e070");
+    EXPECT_EQ(face(), QColor("#f0e070"));
+    EXPECT_LT(ink().lightnessF(), 0.2);
+    QGuiApplication::setPalette(before);
 }
 
 TEST_F(SettingsBinding, showsTheTabThatTheCoreAsksFor)

@@ -25,6 +25,20 @@ protected:
         settle();
     }
 
+    void addLongNames()
+    {
+        desktop.folders.putModel("/disk/models/mine", 1'200'000'000);
+        desktop.folders.putModel("/disk/models/old", 1'200'000'000);
+        open(SettingsTab::models);
+        model->models.addLocal("/disk/models/mine",
+                               "Parakeet for long meetings, exported on a Sunday in November");
+        settle();
+        model->models.addLocal("/disk/models/old", "نموذج التعرّف على الكلام للاجتماعات الطويلة");
+        settle();
+        focus("Use Built-in Speech");
+        press(Qt::Key_PageDown); // to the end of the list
+    }
+
     const std::vector<std::pair<std::string, Play>> looks = {
         {"general", [this] { open(SettingsTab::general); }},
         {"recording",
@@ -39,7 +53,14 @@ protected:
              desktop.recorderKeys.keyDown(keyCodes::space);
              view->general.recorder.click();
          }},
+        {"languages",
+         [this] {
+             open(SettingsTab::general);
+             focus("Language (Built-in Speech)");
+             press(Qt::Key_Space);
+         }},
         {"models", [this] { addMine(); }},
+        {"long", [this] { addLongNames(); }},
         {"popup", [this] { open(SettingsTab::popup); }},
         {"permissions",
          [this] {
@@ -82,8 +103,9 @@ TEST_P(SettingsLook, isWhatItWasWhenSomebodyLookedAtIt)
 }
 
 INSTANTIATE_TEST_SUITE_P(All, SettingsLook,
-                         testing::Values("general", "recording", "conflict", "models", "popup",
-                                         "permissions", "about", "sheet", "keyboard"),
+                         testing::Values("general", "recording", "conflict", "languages", "models",
+                                         "long", "popup", "permissions", "about", "sheet",
+                                         "keyboard"),
                          [](const auto& look) { return std::string(look.param); });
 
 } // namespace

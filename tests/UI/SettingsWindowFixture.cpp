@@ -174,6 +174,16 @@ void SettingsWindowFixture::click(const std::string& name, Qt::MouseButton butto
     settle();
 }
 
+void SettingsWindowFixture::pointAt(const std::string& name)
+{
+    const auto* item = control(name);
+    const QPointF at = item->mapToScene({item->width() / 2, item->height() / 2});
+    QMouseEvent event(QEvent::MouseMove, at, at, window->quickWindow().mapToGlobal(at),
+                      Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(&window->quickWindow(), &event);
+    settle();
+}
+
 QImage SettingsWindowFixture::picture()
 {
     settle();

@@ -52,6 +52,8 @@ protected:
     void click(const std::string& name, Qt::MouseButton button = Qt::LeftButton);
     /// As the system tells it of somebody very quick.
     void doubleClick(const std::string& name);
+    /// Moves the pointer over a control.
+    void pointAt(const std::string& name);
 
     /// The window as it looks now.
     QImage picture();

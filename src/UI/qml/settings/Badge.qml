@@ -15,8 +15,10 @@ Rectangle {
         id: word
 
         anchors.centerIn: parent
+        width: Math.min(implicitWidth, parent.width - 12)
         caption: true
         wrapMode: Text.NoWrap
+        elide: Text.ElideRight
         secondary: !parent.accented
         font.pixelSize: Math.max(10, Theme.captionSize - 1)
     }

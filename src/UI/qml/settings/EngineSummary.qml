@@ -25,24 +25,33 @@ RowLayout {
         spacing: 3
 
         Flow {
+            id: heading
+
             Layout.fillWidth: true
             spacing: 7
 
             Label {
                 id: name
 
+                width: Math.min(implicitWidth, heading.width)
                 text: summary.row.label
-                wrapMode: Text.NoWrap
+                wrapMode: Text.WrapAtWordBoundaryOrAnywhere
+                maximumLineCount: 2
+                elide: Text.ElideRight
                 font.weight: Font.DemiBold
             }
             Label {
+                width: Math.min(implicitWidth, heading.width)
+                height: name.lineCount > 1 ? implicitHeight : name.height
                 visible: text !== ""
-                height: name.height
                 text: summary.control.sizeLabel
+                wrapMode: Text.NoWrap
+                elide: Text.ElideRight
                 caption: true
                 secondary: true
             }
             Badge {
+                width: Math.min(implicitWidth, heading.width)
                 visible: text !== ""
                 text: summary.control.badge
                 accented: true
@@ -56,6 +65,8 @@ RowLayout {
             secondary: true
         }
         Flow {
+            id: tags
+
             Layout.fillWidth: true
             Layout.topMargin: 2
             visible: summary.control.tags.length > 0
@@ -67,6 +78,7 @@ RowLayout {
                 Badge {
                     required property string modelData
 
+                    width: Math.min(implicitWidth, tags.width)
                     text: modelData
                 }
             }

@@ -33,6 +33,7 @@ T.ItemDelegate {
         }
         Label {
             width: line.availableWidth - 20
+            anchors.verticalCenter: parent.verticalCenter
             text: line.text
             elide: Text.ElideRight
             wrapMode: Text.NoWrap
