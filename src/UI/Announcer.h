@@ -25,7 +25,6 @@ public:
     Announcer();
     Announcer(const Announcer&) = delete;
     Announcer& operator=(const Announcer&) = delete;
-    ~Announcer();
 
     /// Says `text`, also when it said the same before; an empty text says nothing.
     void announce(const QString& text);

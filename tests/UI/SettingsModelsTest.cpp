@@ -1,5 +1,7 @@
 #include "UI/SettingsWindowFixture.h"
 
+#include "Platform/RunUntil.h"
+
 namespace vorlin {
 namespace {
 
@@ -8,12 +10,19 @@ using Paths = std::vector<std::filesystem::path>;
 class SettingsModels : public SettingsWindowFixture {
 protected:
     /// Shows this engine alone, whatever the catalog holds.
-    void showEngine(const EngineControl& control)
+    void showEngine(const EngineControl& control, const std::string& name = "One")
     {
         auto* form = window->bridge().form();
         auto* section = form->sections().constFirst().value<FormSectionBridge*>();
-        section->show({"Speech engines", {}, {{"one", "One", control, {}}}, {}});
+        section->show({"Speech engines", {}, {{"one", name, control, {}}}, {}});
         settle();
+    }
+    /// Whether the whole of it is between the tabs and the window's lower edge.
+    bool isInSight(const std::string& name)
+    {
+        const auto* item = control(name);
+        const QRectF at = item->mapRectToScene(item->boundingRect());
+        return at.top() >= 66 && at.bottom() <= window->quickWindow().height();
     }
     /// The form shows the catalog again once the catalog changes, not before.
     EngineControl engine() const
@@ -96,6 +105,66 @@ TEST_F(SettingsModels, showsWhatCanBeDoneInEachState)
     EXPECT_FALSE(has("641 MB"));
 }
 
+TEST_F(SettingsModels, nothingLongInARowRunsOverTheControlsBesideIt)
+{
+    open(SettingsTab::models);
+    const std::string longest(90, 'M');
+    auto wordy = engine();
+    wordy.sizeLabel = wordy.badge = longest;
+    wordy.tags = {longest, "short"};
+    wordy.commands = {{.text = "Download", .symbol = "arrow.down.circle", .press = [] {}}};
+    showEngine(wordy, longest);
+    settle();
+    picture(); // everything has found its place
+    auto* const leading = control("Use One");
+    int texts = 0;
+    for (auto* each : controls()) {
+        if (leading->isAncestorOf(each)) {
+            ++texts;
+            EXPECT_LE(each->mapRectToItem(leading, each->boundingRect()).right(), leading->width())
+                << accessibleName(each);
+        }
+    }
+    EXPECT_EQ(texts, 6); // name, size, badge, summary, two tags
+}
+
+TEST_F(SettingsModels, aNameOfSixtyLettersIsShownWhole)
+{
+    open(SettingsTab::models);
+    auto absent = engine();
+    absent.commands = {{.text = "Download", .symbol = "arrow.down.circle", .press = [] {}}};
+    const std::string name = "Parakeet for long meetings, exported on a Sunday in November";
+    ASSERT_EQ(name.size(), 60U);
+    showEngine(absent, name);
+    picture();
+    EXPECT_FALSE(control(name)->property("truncated").toBool());
+}
+
+TEST_F(SettingsModels, saysHowFastAnEngineWasWhereTheFocusRests)
+{
+    open(SettingsTab::models);
+    auto used = engine();
+    used.help = "About 0.4 s after a sentence of 5 s";
+    showEngine(used);
+    EXPECT_FALSE(has(used.help));
+    focus("Use One");
+    EXPECT_TRUE(runUntil([&] { return has(used.help); }));
+    focus("Models");
+    EXPECT_TRUE(runUntil([&] { return !has(used.help); }));
+}
+
+TEST_F(SettingsModels, saysHowFastAnEngineWasWhereThePointerRests)
+{
+    open(SettingsTab::models);
+    auto used = engine();
+    used.help = "About 0.4 s after a sentence of 5 s";
+    showEngine(used);
+    pointAt("Use One");
+    EXPECT_TRUE(runUntil([&] { return has(used.help); }));
+    pointAt("General");
+    EXPECT_TRUE(runUntil([&] { return !has(used.help); }));
+}
+
 TEST_F(SettingsModels, opensTheContextMenuWithTheSecondButton)
 {
     desktop.folders.putModel("/models/parakeetRedux");
@@ -116,6 +185,28 @@ TEST_F(SettingsModels, saysWhatWentWrong)
     EXPECT_TRUE(has(*model->models.lastError.get()));
 }
 
+TEST_F(SettingsModels, bringsIntoSightWhatWentWrongFarAbove)
+{
+    open(SettingsTab::models);
+    for (const char* each : {"/disk/one", "/disk/two", "/disk/three"}) {
+        desktop.folders.putModel(each);
+        model->models.addLocal(each, "");
+        settle();
+    }
+    focus("Use three");
+    press(Qt::Key_PageDown);
+    press(Qt::Key_PageDown);
+    picture();
+    model->models.addHub("a/b/c", "");
+    settle();
+    const auto line = *model->models.lastError.get();
+    EXPECT_TRUE(runUntil([&] { return isInSight(line); }));
+    press(Qt::Key_PageDown);
+    press(Qt::Key_PageDown);
+    picture();
+    EXPECT_FALSE(isInSight(line)) << "the person has read it, and scrolls on";
+}
+
 TEST_F(SettingsModels, addsAFolderThroughTheSheet)
 {
     desktop.folders.putModel("/disk/mine");
@@ -126,6 +217,7 @@ TEST_F(SettingsModels, addsAFolderThroughTheSheet)
     EXPECT_FALSE(control("Add")->isEnabled());
     click("Choose");
     ASSERT_EQ(desktop.workspace.dialogs.size(), 1U);
+    EXPECT_EQ(desktop.workspace.dialogs[0].first, "Folder on this computer");
     desktop.workspace.chosen->complete("/disk/mine");
     settle();
     EXPECT_TRUE(has("/disk/mine"));

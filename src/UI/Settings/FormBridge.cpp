@@ -1,6 +1,7 @@
 #include "UI/Settings/FormBridge.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vorlin {
 
@@ -86,6 +87,27 @@ void FormBridge::show(const Form& form)
     }
     if (differs) {
         Q_EMIT sectionsChanged();
+    }
+    tellTroubles(form);
+}
+
+void FormBridge::tellTroubles(const Form& form)
+{
+    const auto before = std::exchange(problems, {});
+    for (const auto& section : form) {
+        for (const auto& row : section.rows) {
+            problems[row.id] = row.problem;
+        }
+    }
+    for (std::size_t i = 0; i < form.size(); ++i) {
+        for (std::size_t j = 0; j < form[i].rows.size(); ++j) {
+            const auto& row = form[i].rows[j];
+            const auto known = before.find(row.id);
+            if (!row.problem.empty() && (known == before.end() || known->second != row.problem)) {
+                Q_EMIT troubled(static_cast<int>(i), static_cast<int>(j),
+                                QString::fromStdString(row.problem));
+            }
+        }
     }
 }
 

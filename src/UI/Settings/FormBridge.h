@@ -7,6 +7,8 @@
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
 
+#include <map>
+#include <string>
 #include <vector>
 
 namespace vorlin {
@@ -81,11 +83,16 @@ public:
 
 Q_SIGNALS:
     void sectionsChanged();
+    /// Something went wrong: `problem` stands from now on in this row of this section.
+    void troubled(int section, int row, const QString& problem);
 
 private:
     void show(const Form& form);
+    void tellTroubles(const Form& form);
 
     QList<FormSectionBridge*> parts;
+    /// What was wrong last, by the rows' ids.
+    std::map<std::string, std::string> problems;
     Subscription changes;
 };
 

@@ -101,6 +101,8 @@ struct FormRowBridge::Members {
         return {{"sizeLabel", text(control.sizeLabel)},
                 {"badge", text(control.badge)},
                 {"summary", text(control.summary)},
+                {"description",
+                 text(control.summary + (control.summary.empty() ? "" : "\n") + control.help)},
                 {"tags", tags},
                 {"selected", control.selected},
                 {"select", one("select", control.select)},
@@ -162,6 +164,12 @@ bool FormRowBridge::fillsRow() const
     return row.label.empty() || std::holds_alternative<PermissionControl>(row.control) ||
            std::holds_alternative<EngineControl>(row.control) ||
            std::holds_alternative<AboutControl>(row.control);
+}
+
+bool FormRowBridge::readsLabel() const
+{
+    return std::holds_alternative<TextControl>(row.control) ||
+           std::holds_alternative<FolderControl>(row.control);
 }
 
 template <class Control, class Use>

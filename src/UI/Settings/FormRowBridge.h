@@ -27,6 +27,8 @@ class FormRowBridge final : public QObject {
     Q_PROPERTY(QUrl view READ view CONSTANT)
     /// The control shows the row's label itself, or there is none.
     Q_PROPERTY(bool fillsRow READ fillsRow NOTIFY changed)
+    /// The label is no control's name: a screen reader reads it as a text of its own.
+    Q_PROPERTY(bool readsLabel READ readsLabel CONSTANT)
     /// The control's members by name; commands are `CommandBridge`s, or lists of them.
     Q_PROPERTY(QVariant control READ control NOTIFY changed)
     /// A picker's choices, each with `label` and `note`.
@@ -44,6 +46,7 @@ public:
     QString problem() const { return QString::fromStdString(row.problem); }
     QUrl view() const;
     bool fillsRow() const;
+    bool readsLabel() const;
     QVariant control() const { return members; }
     QVariantList choices() const { return pickerChoices; }
 

@@ -64,6 +64,7 @@ FormBridge* SettingsBridge::form()
     auto*& made = forms.at(index);
     if (made == nullptr) {
         made = new FormBridge(view.tab(settingsTabs.at(index).tab), this);
+        announceTroubles(*made);
     }
     return made;
 }
@@ -72,8 +73,21 @@ FormBridge* SettingsBridge::sheet()
 {
     if (sheetForm == nullptr) {
         sheetForm = new FormBridge(view.models.sheet, this);
+        announceTroubles(*sheetForm);
     }
     return sheetForm;
+}
+
+void SettingsBridge::announceTroubles(const FormBridge& form)
+{
+    connect(&form, &FormBridge::troubled, this, [this, &form](int, int, const QString& problem) {
+        const bool isShown = adding()
+                                 ? &form == sheetForm
+                                 : &form == forms.at(static_cast<std::size_t>(scene.tab.get()));
+        if (isShown) {
+            announcer.announce(problem);
+        }
+    });
 }
 
 QColor SettingsBridge::accent() const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Settings/SettingsScene.h"
+#include "UI/Announcer.h"
 #include "UI/Settings/FormBridge.h"
 
 #include <QColor>
@@ -69,10 +70,13 @@ Q_SIGNALS:
     void appearanceChanged();
 
 private:
+    void announceTroubles(const FormBridge& form);
+
     SettingsView& view;
     SettingsScene& scene;
     std::array<FormBridge*, settingsTabs.size()> forms = {};
     FormBridge* sheetForm = nullptr;
+    Announcer announcer;
     CommandBridge cancelCommand;
     CommandBridge confirmCommand;
     bool darkDesktop = false;

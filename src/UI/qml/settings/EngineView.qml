@@ -65,7 +65,7 @@ FocusScope {
             Keys.onEnterPressed: clicked()
             Accessible.role: Accessible.RadioButton
             Accessible.name: engine.select.help
-            Accessible.description: engine.control.summary
+            Accessible.description: engine.control.description
             Accessible.checkable: true
             Accessible.checked: checked
             Accessible.onPressAction: leading.clicked()

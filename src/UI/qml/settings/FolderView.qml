@@ -20,5 +20,6 @@ RowLayout {
     }
     CommandButton {
         command: line.row.control.choose
+        Accessible.description: line.row.label
     }
 }

@@ -10,9 +10,22 @@ Flickable {
     required property FormBridge form
     property real gap: 24
     readonly property real most: Math.max(0, contentHeight - height)
+    // The row in which something went wrong: in sight until the person looks elsewhere.
+    property RowView troubled: null
 
     function scrollTo(y: real) {
         contentY = Math.max(0, Math.min(most, y));
+    }
+    function scrollBy(distance: real) {
+        troubled = null;
+        scrollTo(contentY + distance);
+    }
+    function keepPlace() {
+        if (troubled && troubled.row.problem !== "") {
+            reveal(troubled);
+        } else {
+            scrollTo(contentY);
+        }
     }
     // Brings what has the focus into view.
     function reveal(item: Item) {
@@ -33,24 +46,35 @@ Flickable {
     // The pointer is there for the controls; the wheel scrolls.
     interactive: false
     contentHeight: sections.height + 2 * 20
-    onMostChanged: scrollTo(contentY)
+    onMostChanged: keepPlace()
+    onFormChanged: troubled = null
     Keys.onPressed: event => {
         const page = event.key === Qt.Key_PageDown ? 1 : event.key === Qt.Key_PageUp ? -1 : 0;
         event.accepted = page !== 0;
-        scrollTo(contentY + page * 0.8 * height);
+        if (event.accepted) {
+            scrollBy(page * 0.8 * height);
+        }
     }
 
     WheelHandler {
         acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
-        onWheel: event => view.scrollTo(view.contentY
-                                        - (event.pixelDelta.y || event.angleDelta.y / 2))
+        onWheel: event => view.scrollBy(-(event.pixelDelta.y || event.angleDelta.y / 2))
     }
     Connections {
         function onActiveFocusItemChanged() {
+            view.troubled = null;
             view.reveal(view.Window.activeFocusItem);
         }
 
         target: view.Window.window
+    }
+    Connections {
+        function onTroubled(section, row) {
+            view.troubled = (parts.itemAt(section) as SectionView).rowAt(row);
+            view.keepPlace();
+        }
+
+        target: view.form
     }
 
     Column {
@@ -62,6 +86,8 @@ Flickable {
         spacing: 20
 
         Repeater {
+            id: parts
+
             model: view.form.sections
 
             SectionView {

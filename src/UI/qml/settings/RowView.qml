@@ -37,7 +37,7 @@ Item {
                 Layout.minimumWidth: Math.min(implicitWidth, 190)
                 visible: !view.row.fillsRow
                 text: view.row.label
-                Accessible.ignored: true
+                Accessible.ignored: !view.row.readsLabel
             }
             Loader {
                 id: control

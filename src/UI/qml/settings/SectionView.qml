@@ -8,6 +8,10 @@ Column {
 
     required property FormSectionBridge section
 
+    function rowAt(index: int): RowView {
+        return lines.itemAt(index) as RowView;
+    }
+
     spacing: 7
 
     Item {
@@ -56,6 +60,8 @@ Column {
             width: parent.width
 
             Repeater {
+                id: lines
+
                 model: view.section.rows
 
                 RowView {
