@@ -287,6 +287,17 @@ TEST_F(TextInserterTest, whereUseIsNotToldEachInsertionRestoresItsOwnSnapshot)
     EXPECT_EQ(board(), "one");
 }
 
+TEST_F(TextInserterTest, whereUseIsNotToldTheContentsAreReadWhenTheTextIsPastedAndNotAhead)
+{
+    pasteboard.tracked = false;
+    inserter.anticipate();
+    loop.runFor(std::chrono::seconds(1));
+    EXPECT_EQ(pasteboard.snapshots, 0);
+    inserter.insert("one");
+    loop.runReady();
+    EXPECT_EQ(pasteboard.snapshots, 1);
+}
+
 TEST_F(TextInserterTest, whereUseIsNotToldAForeignCopyIsOverwritten)
 {
     pasteboard.tracked = false;

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <Foundation/Foundation.h>
+
+#include <utility>
+
+namespace vorlin {
+
+/// An object that was just made, as a local one: nothing to do with automatic reference counting,
+/// and without it the pool's.
+template <class T>
+T* autoreleased(T* made)
+{
+#if __has_feature(objc_arc)
+    return made;
+#else
+    return [made autorelease];
+#endif
+}
+
+/// Holds an Objective-C object for as long as it lives, with automatic reference counting and
+/// without it.
+template <class T>
+class Ref {
+public:
+    Ref() = default;
+#if __has_feature(objc_arc)
+    explicit Ref(T* held) : object(held) {}
+#else
+    explicit Ref(T* held) : object([held retain]) {}
+    Ref(const Ref& other) : object([other.object retain]) {}
+    Ref(Ref&& other) noexcept : object(std::exchange(other.object, nil)) {}
+    Ref& operator=(Ref other) noexcept
+    {
+        std::swap(object, other.object);
+        return *this;
+    }
+    ~Ref() { [object release]; }
+#endif
+
+    T* get() const { return object; }
+    explicit operator bool() const { return object != nil; }
+
+private:
+    T* object = nil;
+};
+
+} // namespace vorlin
