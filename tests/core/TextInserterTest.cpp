@@ -290,11 +290,10 @@ TEST_F(TextInserterTest, whereUseIsNotToldEachInsertionRestoresItsOwnSnapshot)
 TEST_F(TextInserterTest, whereUseIsNotToldTheContentsAreReadWhenTheTextIsPastedAndNotAhead)
 {
     pasteboard.tracked = false;
-    inserter.anticipate();
-    loop.runFor(std::chrono::seconds(1));
+    inserter->anticipate();
+    loop.advance(1s);
     EXPECT_EQ(pasteboard.snapshots, 0);
-    inserter.insert("one");
-    loop.runReady();
+    insert("one");
     EXPECT_EQ(pasteboard.snapshots, 1);
 }
 

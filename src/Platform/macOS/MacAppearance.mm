@@ -15,11 +15,15 @@
 @end
 
 @implementation VorlinAppearanceObserver
-- (void)observeValueForKeyPath:(NSString*)__unused path
-                      ofObject:(id)__unused object
-                        change:(NSDictionary<NSKeyValueChangeKey, id>*)__unused change
-                       context:(void*)__unused context
+- (void)observeValueForKeyPath:(NSString*)path
+                      ofObject:(id)object
+                        change:(NSDictionary<NSKeyValueChangeKey, id>*)change
+                       context:(void*)context
 {
+    (void)path;
+    (void)object;
+    (void)change;
+    (void)context;
     if (changed != nullptr) {
         (*changed)();
     }

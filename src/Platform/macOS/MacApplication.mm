@@ -16,8 +16,10 @@
 @end
 
 @implementation VorlinReopenTarget
-- (void)reopen:(NSAppleEventDescriptor*)__unused event reply:(NSAppleEventDescriptor*)__unused reply
+- (void)reopen:(NSAppleEventDescriptor*)event reply:(NSAppleEventDescriptor*)reply
 {
+    (void)event;
+    (void)reply;
     if (opened != nullptr) {
         (*opened)();
     }

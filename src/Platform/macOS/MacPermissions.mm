@@ -25,8 +25,8 @@ bool MacPermissions::microphoneAnswered() const
 
 void MacPermissions::promptForTrust()
 {
-    const void* const names[] = {kAXTrustedCheckOptionPrompt};
-    const void* const values[] = {kCFBooleanTrue};
+    const void* names[] = {kAXTrustedCheckOptionPrompt};
+    const void* values[] = {kCFBooleanTrue};
     const CFDictionaryRef options =
         CFDictionaryCreate(kCFAllocatorDefault, names, values, 1, &kCFTypeDictionaryKeyCallBacks,
                            &kCFTypeDictionaryValueCallBacks);

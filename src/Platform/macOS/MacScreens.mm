@@ -30,9 +30,9 @@ std::optional<Point> MacScreens::pointer() const
 
 Subscription MacScreens::observe(std::function<void()> observer)
 {
-    return std::make_shared<Observer>([NSNotificationCenter defaultCenter],
-                                      NSApplicationDidChangeScreenParametersNotification, nil,
-                                      std::move(observer));
+    return std::make_shared<Observer>(Observer([NSNotificationCenter defaultCenter],
+                                               NSApplicationDidChangeScreenParametersNotification,
+                                               nil, std::move(observer)));
 }
 
 } // namespace vorlin

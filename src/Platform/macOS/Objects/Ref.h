@@ -29,7 +29,7 @@ public:
 #else
     explicit Ref(T* held) : object([held retain]) {}
     Ref(const Ref& other) : object([other.object retain]) {}
-    Ref(Ref&& other) noexcept : object(std::exchange(other.object, nil)) {}
+    Ref(Ref&& other) noexcept : object(std::exchange(other.object, nullptr)) {}
     Ref& operator=(Ref other) noexcept
     {
         std::swap(object, other.object);
