@@ -5,7 +5,7 @@
 #include "Models/HubAddress.h"
 #include "Models/HubDownloads.h"
 #include "Models/ModelStore.h"
-#include "Platform/Linux/Desktop/DiskWorkingFolders.h"
+#include "Platform/Shared/DiskWorkingFolders.h"
 #include "Platform/Linux/Desktop/EnvironmentLocale.h"
 #include "Platform/Linux/Desktop/JsonDefaults.h"
 #include "Platform/Linux/Desktop/QuitDeadline.h"

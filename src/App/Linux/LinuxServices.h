@@ -4,7 +4,7 @@
 #include "Platform/Linux/Audio/PulseContext.h"
 #include "Platform/Linux/Audio/PulseMicrophoneAccess.h"
 #include "Platform/Linux/Audio/PulseSounds.h"
-#include "Platform/Linux/Desktop/DiskWorkingFolders.h"
+#include "Platform/Shared/DiskWorkingFolders.h"
 #include "Platform/Linux/Desktop/EnvironmentLocale.h"
 #include "Platform/Linux/Desktop/JsonDefaults.h"
 #include "Platform/Linux/Desktop/XDGFolders.h"

@@ -19,7 +19,7 @@ NSString* const startedBefore = @"startedBefore";
 /// A boolean is a number, too, but one of a type of its own.
 bool isBoolean(id object)
 {
-    return CFGetTypeID((__bridge CFTypeRef)object) == CFBooleanGetTypeID();
+    return CFGetTypeID(cfObject(object)) == CFBooleanGetTypeID();
 }
 
 void setObject(NSUserDefaults* defaults, NSString* key, const DefaultsValue& value)

@@ -26,7 +26,7 @@ public:
         : isLowered(priority == WorkPriority::background)
     {
         if (isLowered) {
-            lowerThreadPriority();
+            setThreadPriority(QOS_CLASS_UTILITY);
         }
     }
     PredictionPriority(const PredictionPriority&) = delete;
@@ -34,7 +34,7 @@ public:
     ~PredictionPriority()
     {
         if (isLowered) {
-            restoreThreadPriority();
+            setThreadPriority(QOS_CLASS_DEFAULT);
         }
     }
 

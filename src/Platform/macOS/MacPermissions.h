@@ -19,6 +19,7 @@ public:
     bool isTrusted() const override;
     bool microphoneGranted() const override;
     bool microphoneAnswered() const override;
+    bool isKeyboardSecured() const override;
     void promptForTrust() override;
     void requestMicrophone() override;
 

@@ -2,6 +2,7 @@
 
 #include <AVFAudio/AVFAudio.h>
 #include <ApplicationServices/ApplicationServices.h>
+#include <Carbon/Carbon.h>
 #include <Foundation/Foundation.h>
 
 namespace vorlin {
@@ -21,6 +22,11 @@ bool MacPermissions::microphoneAnswered() const
 {
     return [AVAudioApplication sharedInstance].recordPermission !=
            AVAudioApplicationRecordPermissionUndetermined;
+}
+
+bool MacPermissions::isKeyboardSecured() const
+{
+    return IsSecureEventInputEnabled() != 0;
 }
 
 void MacPermissions::promptForTrust()

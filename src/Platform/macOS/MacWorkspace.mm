@@ -86,6 +86,9 @@ Completion<Folder> MacWorkspace::chooseFolder(const std::string& title)
     dialog->begin = loop.startTimer(Duration::zero(), [this] {
         const Dialog running = *dialog; // another one may take its place
         running.completer.complete(running.run());
+        if (dialog->panel.get() == running.panel.get()) {
+            dialog.reset();
+        }
     });
     return chosen;
 }

@@ -1,4 +1,5 @@
 #include "Platform/macOS/Plain/ErrorLine.h"
+#include "Platform/macOS/Plain/FlippedRect.h"
 #include "Platform/macOS/Plain/ModelFolders.h"
 #include "Platform/macOS/Plain/PrivacyPanes.h"
 #include "Platform/macOS/Plain/SampleFormats.h"
@@ -56,6 +57,12 @@ TEST(SampleFormatsTest, onlyInterleavedChannelsShareTheirMemory)
 {
     EXPECT_EQ(planesOf({SampleType::float32, 48000, 3, false}), 3U);
     EXPECT_EQ(planesOf({SampleType::float32, 48000, 3, true}), 1U);
+}
+
+TEST(FlippedRectTest, theUpperEdgeBecomesTheDistanceFromTheLowerOne)
+{
+    EXPECT_EQ(flipped({10, 0, 100, 20}, 76), (Rect{10, 56, 100, 20}));
+    EXPECT_EQ(flipped({10, 56, 100, 20}, 76), (Rect{10, 0, 100, 20}));
 }
 
 TEST(ModelFoldersTest, onlyFoldersInTheRootItselfAreDirectlyBelowIt)

@@ -1,6 +1,6 @@
 #include "Platform/Linux/Desktop/XDGFolders.h"
 
-#include "Platform/Linux/Desktop/FolderTree.h"
+#include "Platform/Shared/FolderTree.h"
 #include "Platform/Shared/LinkedFiles.h"
 #include "Platform/Shared/PlainFile.h"
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/macOS/Objects/CFRef.h"
+#include "Platform/macOS/Objects/Ref.h"
 
 #include <CoreGraphics/CoreGraphics.h>
 #include <QuartzCore/QuartzCore.h>
@@ -26,7 +27,7 @@ inline void showIn(CALayer* layer, const std::uint8_t* pixels, std::size_t width
                                     static_cast<CGBitmapInfo>(kCGBitmapByteOrder32Little) |
                                         static_cast<CGBitmapInfo>(kCGImageAlphaPremultipliedFirst),
                                     provider.get(), nullptr, false, kCGRenderingIntentDefault));
-    layer.contents = (__bridge id)image.get();
+    layer.contents = nsObject(image.get());
     layer.contentsScale = scale;
 }
 

@@ -18,6 +18,26 @@ T* autoreleased(T* made)
 #endif
 }
 
+/// The object as Core Foundation sees it, for a look.
+inline const void* cfObject(id object)
+{
+#if __has_feature(objc_arc)
+    return (__bridge const void*)object;
+#else
+    return object;
+#endif
+}
+
+/// An object of Core Foundation's as Objective-C sees it; whose it is does not change.
+inline id nsObject(const void* object)
+{
+#if __has_feature(objc_arc)
+    return (__bridge id)object;
+#else
+    return reinterpret_cast<id>(const_cast<void*>(object));
+#endif
+}
+
 /// Holds an Objective-C object for as long as it lives, with automatic reference counting and
 /// without it.
 template <class T>

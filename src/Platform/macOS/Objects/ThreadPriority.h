@@ -5,16 +5,10 @@
 
 namespace vorlin {
 
-/// Lets the thread that calls yield the processor to what a person waits for.
-inline void lowerThreadPriority()
+/// The class of work that a thread does: what a person waits for, or what may wait.
+inline void setThreadPriority(qos_class_t work)
 {
-    pthread_set_qos_class_self_np(QOS_CLASS_UTILITY, 0);
-}
-
-/// Takes it back.
-inline void restoreThreadPriority()
-{
-    pthread_set_qos_class_self_np(QOS_CLASS_DEFAULT, 0);
+    pthread_set_qos_class_self_np(work, 0);
 }
 
 } // namespace vorlin
