@@ -64,9 +64,9 @@ private final class Analysis: @unchecked Sendable {
     func finish(_ told: Told<Answer>) {
         input.finish()
         told.answer { [self] in
-            try await start?.value
+            _ = try await start?.value
             try await analyzer.finalizeAndFinishThroughEndOfInput()
-            try await results?.value
+            _ = try await results?.value
             return nil
         }
     }
