@@ -43,9 +43,9 @@ private final class Analysis: @unchecked Sendable {
     let input: AsyncStream<AnalyzerInput>.Continuation
     private var start: Task<Void, Error>?, results: Task<Void, Error>?
 
-    init(_ transcriber: SpeechTranscriber, heard: Told<Heard>, ended: Told<Ended>) {
-        self.heard = heard
-        self.ended = ended
+    init(_ transcriber: SpeechTranscriber, heard told: Told<Heard>, ended end: Told<Ended>) {
+        heard = told
+        ended = end
         let (sequence, continuation) = AsyncStream<AnalyzerInput>.makeStream()
         input = continuation
         analyzer = SpeechAnalyzer(modules: [transcriber])
