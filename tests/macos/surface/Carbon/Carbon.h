@@ -1,0 +1,5 @@
+#pragma once
+
+#include <ApplicationServices/ApplicationServices.h>
+
+SURFACE_EXTERN Boolean IsSecureEventInputEnabled(void);
