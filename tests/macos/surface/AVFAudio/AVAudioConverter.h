@@ -4,12 +4,12 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
-typedef NS_ENUM(NSInteger, AVAudioConverterInputStatus){
+typedef NS_ENUM(NSInteger, AVAudioConverterInputStatus) {
     AVAudioConverterInputStatus_HaveData = 0,
     AVAudioConverterInputStatus_NoDataNow = 1,
     AVAudioConverterInputStatus_EndOfStream = 2,
 };
-typedef NS_ENUM(NSInteger, AVAudioConverterOutputStatus){
+typedef NS_ENUM(NSInteger, AVAudioConverterOutputStatus) {
     AVAudioConverterOutputStatus_HaveData = 0,
     AVAudioConverterOutputStatus_InputRanDry = 1,
     AVAudioConverterOutputStatus_EndOfStream = 2,
@@ -23,8 +23,8 @@ typedef AVAudioBuffer* _Nullable (^AVAudioConverterInputBlock)(
 - (nullable instancetype)initFromFormat:(AVAudioFormat*)fromFormat
                                toFormat:(AVAudioFormat*)toFormat;
 - (void)reset;
-@property (nonatomic, readonly) AVAudioFormat* inputFormat;
-@property (nonatomic, readonly) AVAudioFormat* outputFormat;
+@property(nonatomic, readonly) AVAudioFormat* inputFormat;
+@property(nonatomic, readonly) AVAudioFormat* outputFormat;
 - (AVAudioConverterOutputStatus)convertToBuffer:(AVAudioBuffer*)outputBuffer
                                           error:(NSError* _Nullable* _Nullable)outError
                              withInputFromBlock:(NS_NOESCAPE AVAudioConverterInputBlock)inputBlock;

@@ -26,15 +26,15 @@ FOUNDATION_EXPORT NSNotificationName const AVAudioEngineConfigurationChangeNotif
 
 @interface AVAudioEngine : NSObject
 - (instancetype)init;
-@property (readonly, nonatomic) AVAudioInputNode* inputNode;
-@property (readonly, nonatomic, getter=isRunning) BOOL running;
+@property(readonly, nonatomic) AVAudioInputNode* inputNode;
+@property(readonly, nonatomic, getter=isRunning) BOOL running;
 - (void)prepare;
 - (BOOL)startAndReturnError:(NSError* _Nullable* _Nullable)outError;
 - (void)stop;
 - (void)reset;
 @end
 
-typedef NS_ENUM(NSInteger, AVAudioApplicationRecordPermission){
+typedef NS_ENUM(NSInteger, AVAudioApplicationRecordPermission) {
     AVAudioApplicationRecordPermissionUndetermined = 'undt',
     AVAudioApplicationRecordPermissionDenied = 'deny',
     AVAudioApplicationRecordPermissionGranted = 'grnt',
@@ -42,8 +42,8 @@ typedef NS_ENUM(NSInteger, AVAudioApplicationRecordPermission){
 
 API_AVAILABLE(macos(14.0))
 @interface AVAudioApplication : NSObject
-@property (class, readonly) AVAudioApplication* sharedInstance;
-@property (nonatomic, readonly) AVAudioApplicationRecordPermission recordPermission;
+@property(class, readonly) AVAudioApplication* sharedInstance;
+@property(nonatomic, readonly) AVAudioApplicationRecordPermission recordPermission;
 + (void)requestRecordPermissionWithCompletionHandler:(void (^)(BOOL granted))response;
 @end
 

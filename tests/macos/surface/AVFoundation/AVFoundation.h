@@ -7,7 +7,7 @@ NS_ASSUME_NONNULL_BEGIN
 typedef NSString* AVMediaType NS_TYPED_EXTENSIBLE_ENUM;
 FOUNDATION_EXPORT AVMediaType const AVMediaTypeAudio;
 
-typedef NS_ENUM(NSInteger, AVAuthorizationStatus){
+typedef NS_ENUM(NSInteger, AVAuthorizationStatus) {
     AVAuthorizationStatusNotDetermined = 0,
     AVAuthorizationStatusRestricted = 1,
     AVAuthorizationStatusDenied = 2,

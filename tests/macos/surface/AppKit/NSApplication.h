@@ -9,15 +9,15 @@ NS_ASSUME_NONNULL_BEGIN
 @class NSWindow;
 @protocol NSApplicationDelegate;
 
-typedef NS_ENUM(NSInteger, NSApplicationActivationPolicy){
+typedef NS_ENUM(NSInteger, NSApplicationActivationPolicy) {
     NSApplicationActivationPolicyRegular,
     NSApplicationActivationPolicyAccessory,
     NSApplicationActivationPolicyProhibited,
 };
-typedef NS_OPTIONS(NSUInteger, NSApplicationActivationOptions){
+typedef NS_OPTIONS(NSUInteger, NSApplicationActivationOptions) {
     NSApplicationActivateAllWindows = 1 << 0,
 };
-typedef NS_ENUM(NSUInteger, NSApplicationTerminateReply){
+typedef NS_ENUM(NSUInteger, NSApplicationTerminateReply) {
     NSTerminateCancel = 0,
     NSTerminateNow = 1,
     NSTerminateLater = 2,
@@ -35,16 +35,15 @@ APPKIT_EXTERN NSNotificationName NSApplicationWillTerminateNotification;
 APPKIT_EXTERN __kindof NSApplication* _Null_unspecified NSApp;
 
 @interface NSApplication : NSResponder <NSAppearanceCustomization>
-@property (class, readonly, strong) __kindof NSApplication* sharedApplication;
-@property (nullable, weak) id<NSApplicationDelegate> delegate;
-@property (readonly, getter=isActive) BOOL active;
-@property (readonly, getter=isRunning) BOOL running;
-@property (readonly, copy) NSArray<NSWindow*>* windows;
-@property (nullable, readonly, weak) NSWindow* keyWindow;
-@property (nullable, strong) NSMenu* mainMenu;
-@property (null_resettable, strong) NSImage* applicationIconImage;
+@property(class, readonly, strong) __kindof NSApplication* sharedApplication;
+@property(nullable, weak) id<NSApplicationDelegate> delegate;
+@property(readonly, getter=isActive) BOOL active;
+@property(readonly, getter=isRunning) BOOL running;
+@property(readonly, copy) NSArray<NSWindow*>* windows;
+@property(nullable, readonly, weak) NSWindow* keyWindow;
+@property(nullable, strong) NSMenu* mainMenu;
+@property(null_unspecified, strong) NSImage* applicationIconImage;
 - (void)activate API_AVAILABLE(macos(14.0));
-- (void)activateIgnoringOtherApps:(BOOL)flag;
 - (void)finishLaunching;
 - (void)run;
 - (void)stop:(nullable id)sender;
@@ -65,10 +64,10 @@ APPKIT_EXTERN __kindof NSApplication* _Null_unspecified NSApp;
 @end
 
 @interface NSRunningApplication : NSObject
-@property (class, readonly, strong) NSRunningApplication* currentApplication;
-@property (nullable, readonly, copy) NSString* bundleIdentifier;
-@property (nullable, readonly, copy) NSString* localizedName;
-@property (readonly) pid_t processIdentifier;
+@property(class, readonly, strong) NSRunningApplication* currentApplication;
+@property(nullable, readonly, copy) NSString* bundleIdentifier;
+@property(nullable, readonly, copy) NSString* localizedName;
+@property(readonly) pid_t processIdentifier;
 + (NSArray<NSRunningApplication*>*)runningApplicationsWithBundleIdentifier:
     (NSString*)bundleIdentifier;
 - (BOOL)activateWithOptions:(NSApplicationActivationOptions)options;

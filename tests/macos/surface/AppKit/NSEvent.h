@@ -6,18 +6,18 @@ NS_ASSUME_NONNULL_BEGIN
 
 @class NSGraphicsContext;
 
-typedef NS_ENUM(NSUInteger, NSEventType){
+typedef NS_ENUM(NSUInteger, NSEventType) {
     NSEventTypeKeyDown = 10,
     NSEventTypeKeyUp = 11,
     NSEventTypeFlagsChanged = 12,
     NSEventTypeApplicationDefined = 15,
 };
-typedef NS_OPTIONS(unsigned long long, NSEventMask){
+typedef NS_OPTIONS(unsigned long long, NSEventMask) {
     NSEventMaskKeyDown = 1ULL << NSEventTypeKeyDown,
     NSEventMaskKeyUp = 1ULL << NSEventTypeKeyUp,
     NSEventMaskFlagsChanged = 1ULL << NSEventTypeFlagsChanged,
 };
-typedef NS_OPTIONS(NSUInteger, NSEventModifierFlags){
+typedef NS_OPTIONS(NSUInteger, NSEventModifierFlags) {
     NSEventModifierFlagCapsLock = 1 << 16,
     NSEventModifierFlagShift = 1 << 17,
     NSEventModifierFlagControl = 1 << 18,
@@ -30,11 +30,11 @@ typedef NS_OPTIONS(NSUInteger, NSEventModifierFlags){
 };
 
 @interface NSEvent : NSObject
-@property (readonly) NSEventType type;
-@property (readonly) NSEventModifierFlags modifierFlags;
-@property (readonly) unsigned short keyCode;
-@property (readonly, getter=isARepeat) BOOL ARepeat;
-@property (class, readonly) NSPoint mouseLocation;
+@property(readonly) NSEventType type;
+@property(readonly) NSEventModifierFlags modifierFlags;
+@property(readonly) unsigned short keyCode;
+@property(readonly, getter=isARepeat) BOOL ARepeat;
+@property(class, readonly) NSPoint mouseLocation;
 + (nullable NSEvent*)otherEventWithType:(NSEventType)type
                                location:(NSPoint)location
                           modifierFlags:(NSEventModifierFlags)flags

@@ -14,14 +14,14 @@ APPKIT_EXTERN const NSFontWeight NSFontWeightSemibold;
 
 typedef NSString* NSImageName NS_TYPED_EXTENSIBLE_ENUM;
 typedef NSString* NSImageHintKey NS_TYPED_EXTENSIBLE_ENUM;
-typedef NS_ENUM(NSInteger, NSImageSymbolScale){
+typedef NS_ENUM(NSInteger, NSImageSymbolScale) {
     NSImageSymbolScaleSmall = 1,
     NSImageSymbolScaleMedium = 2,
     NSImageSymbolScaleLarge = 3,
 } API_AVAILABLE(macos(11.0));
-typedef NS_ENUM(NSInteger, NSImageResizingMode){
-    NSImageResizingModeTile = 1,
-    NSImageResizingModeStretch = 0,
+typedef NS_ENUM(NSInteger, NSImageResizingMode) {
+    NSImageResizingModeTile = 0,
+    NSImageResizingModeStretch = 1,
 };
 
 API_AVAILABLE(macos(11.0))
@@ -56,19 +56,19 @@ API_AVAILABLE(macos(11.0))
 - (BOOL)isTemplate;
 - (void)setTemplate:(BOOL)isTemplate;
 @property NSImageResizingMode resizingMode;
-@property (nullable, copy) NSString* accessibilityDescription;
+@property NSEdgeInsets capInsets;
+@property(nullable, copy) NSString* accessibilityDescription;
 - (void)drawInRect:(NSRect)rect;
 - (instancetype)initWithCGImage:(CGImageRef)cgImage size:(NSSize)size;
-- (nullable CGImageRef)
-    CGImageForProposedRect:(nullable NSRect*)proposedDestRect
-                   context:(nullable NSGraphicsContext*)referenceContext
-                     hints:(nullable NSDictionary<NSImageHintKey, id>*)hints
+- (nullable CGImageRef)CGImageForProposedRect:(nullable NSRect*)proposedDestRect
+                                      context:(nullable NSGraphicsContext*)referenceContext
+                                        hints:(nullable NSDictionary<NSImageHintKey, id>*)hints
     CF_RETURNS_NOT_RETAINED;
 @end
 
 @interface NSGraphicsContext : NSObject
-@property (class, nullable, strong) NSGraphicsContext* currentContext;
-@property (readonly) CGContextRef CGContext;
+@property(class, nullable, strong) NSGraphicsContext* currentContext;
+@property(readonly) CGContextRef CGContext;
 + (NSGraphicsContext*)graphicsContextWithCGContext:(CGContextRef)graphicsPort
                                            flipped:(BOOL)initialFlippedState;
 + (void)saveGraphicsState;
@@ -76,29 +76,29 @@ API_AVAILABLE(macos(11.0))
 @end
 
 @interface NSColorSpace : NSObject
-@property (class, readonly, strong) NSColorSpace* sRGBColorSpace;
+@property(class, readonly, strong) NSColorSpace* sRGBColorSpace;
 @end
 
 @interface NSColor : NSObject <NSCopying>
-@property (class, readonly, strong) NSColor* clearColor;
-@property (class, readonly, strong) NSColor* blackColor;
-@property (class, readonly, strong) NSColor* whiteColor;
-@property (class, readonly, strong) NSColor* labelColor;
-@property (class, readonly, strong) NSColor* secondaryLabelColor;
-@property (class, readonly, strong) NSColor* windowBackgroundColor;
-@property (class, readonly, strong) NSColor* controlAccentColor;
-@property (class, readonly, strong) NSColor* systemRedColor;
-@property (class, readonly, strong) NSColor* systemOrangeColor;
+@property(class, readonly, strong) NSColor* clearColor;
+@property(class, readonly, strong) NSColor* blackColor;
+@property(class, readonly, strong) NSColor* whiteColor;
+@property(class, readonly, strong) NSColor* labelColor;
+@property(class, readonly, strong) NSColor* secondaryLabelColor;
+@property(class, readonly, strong) NSColor* windowBackgroundColor;
+@property(class, readonly, strong) NSColor* controlAccentColor;
+@property(class, readonly, strong) NSColor* systemRedColor;
+@property(class, readonly, strong) NSColor* systemOrangeColor;
 + (NSColor*)colorWithSRGBRed:(CGFloat)red
                        green:(CGFloat)green
                         blue:(CGFloat)blue
                        alpha:(CGFloat)alpha;
 - (nullable NSColor*)colorUsingColorSpace:(NSColorSpace*)space;
-@property (readonly) CGColorRef CGColor;
-@property (readonly) CGFloat redComponent;
-@property (readonly) CGFloat greenComponent;
-@property (readonly) CGFloat blueComponent;
-@property (readonly) CGFloat alphaComponent;
+@property(readonly) CGColorRef CGColor;
+@property(readonly) CGFloat redComponent;
+@property(readonly) CGFloat greenComponent;
+@property(readonly) CGFloat blueComponent;
+@property(readonly) CGFloat alphaComponent;
 @end
 
 NS_ASSUME_NONNULL_END

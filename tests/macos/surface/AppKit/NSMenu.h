@@ -15,11 +15,11 @@ static const NSControlStateValue NSControlStateValueOn = 1;
 
 @interface NSMenu : NSObject <NSCopying, NSUserInterfaceItemIdentification>
 - (instancetype)initWithTitle:(NSString*)title NS_DESIGNATED_INITIALIZER;
-@property (copy) NSString* title;
-@property (nullable, weak) id<NSMenuDelegate> delegate;
+@property(copy) NSString* title;
+@property(nullable, weak) id<NSMenuDelegate> delegate;
 @property BOOL autoenablesItems;
-@property (readonly) NSInteger numberOfItems;
-@property (copy) NSArray<NSMenuItem*>* itemArray;
+@property(readonly) NSInteger numberOfItems;
+@property(copy) NSArray<NSMenuItem*>* itemArray;
 - (void)addItem:(NSMenuItem*)newItem;
 - (void)insertItem:(NSMenuItem*)newItem atIndex:(NSInteger)index;
 - (NSMenuItem*)addItemWithTitle:(NSString*)string
@@ -44,30 +44,30 @@ static const NSControlStateValue NSControlStateValueOn = 1;
 - (instancetype)initWithTitle:(NSString*)string
                        action:(nullable SEL)selector
                 keyEquivalent:(NSString*)charCode NS_DESIGNATED_INITIALIZER;
-@property (copy) NSString* title;
-@property (readonly, getter=isSeparatorItem) BOOL separatorItem;
-@property (copy) NSString* keyEquivalent;
+@property(copy) NSString* title;
+@property(readonly, getter=isSeparatorItem) BOOL separatorItem;
+@property(copy) NSString* keyEquivalent;
 @property NSEventModifierFlags keyEquivalentModifierMask;
-@property (nullable, strong) NSImage* image;
+@property(nullable, strong) NSImage* image;
 @property NSControlStateValue state;
-@property (getter=isEnabled) BOOL enabled;
-@property (getter=isHidden) BOOL hidden;
-@property (nullable, weak) id target;
-@property (nullable) SEL action;
+@property(getter=isEnabled) BOOL enabled;
+@property(getter=isHidden) BOOL hidden;
+@property(nullable, weak) id target;
+@property(nullable) SEL action;
 @property NSInteger tag;
-@property (nullable, strong) id representedObject;
-@property (nullable, strong) NSMenu* submenu;
+@property(nullable, strong) id representedObject;
+@property(nullable, strong) NSMenu* submenu;
 @end
 
 @interface NSControl : NSView
-@property (nullable, weak) id target;
-@property (nullable) SEL action;
-@property (getter=isEnabled) BOOL enabled;
+@property(nullable, weak) id target;
+@property(nullable) SEL action;
+@property(getter=isEnabled) BOOL enabled;
 @end
 
 @interface NSButton : NSControl
-@property (copy) NSString* title;
-@property (nullable, strong) NSImage* image;
+@property(copy) NSString* title;
+@property(nullable, strong) NSImage* image;
 @end
 
 @interface NSStatusBarButton : NSButton
@@ -78,14 +78,14 @@ static const CGFloat NSSquareStatusItemLength = -2.0;
 
 @interface NSStatusItem : NSObject
 @property CGFloat length;
-@property (nullable, strong) NSMenu* menu;
-@property (nullable, readonly, strong) NSStatusBarButton* button;
-@property (getter=isVisible) BOOL visible;
-@property (null_resettable, copy) NSString* autosaveName;
+@property(nullable, strong) NSMenu* menu;
+@property(nullable, readonly, strong) NSStatusBarButton* button;
+@property(getter=isVisible) BOOL visible;
+@property(null_resettable, copy) NSString* autosaveName;
 @end
 
 @interface NSStatusBar : NSObject
-@property (class, readonly, strong) NSStatusBar* systemStatusBar;
+@property(class, readonly, strong) NSStatusBar* systemStatusBar;
 - (NSStatusItem*)statusItemWithLength:(CGFloat)length;
 - (void)removeStatusItem:(NSStatusItem*)item;
 @end

@@ -13,10 +13,10 @@ APPKIT_EXTERN NSPasteboardType const NSPasteboardTypeString;
 @end
 
 @interface NSPasteboard : NSObject
-@property (class, readonly, strong) NSPasteboard* generalPasteboard;
-@property (readonly) NSInteger changeCount;
-@property (nullable, readonly, copy) NSArray<NSPasteboardItem*>* pasteboardItems;
-@property (nullable, readonly, copy) NSArray<NSPasteboardType>* types;
+@property(class, readonly, strong) NSPasteboard* generalPasteboard;
+@property(readonly) NSInteger changeCount;
+@property(nullable, readonly, copy) NSArray<NSPasteboardItem*>* pasteboardItems;
+@property(nullable, readonly, copy) NSArray<NSPasteboardType>* types;
 - (NSInteger)clearContents;
 - (BOOL)writeObjects:(NSArray<id<NSPasteboardWriting>>*)objects;
 - (BOOL)setString:(NSString*)string forType:(NSPasteboardType)dataType;
@@ -24,7 +24,7 @@ APPKIT_EXTERN NSPasteboardType const NSPasteboardTypeString;
 @end
 
 @interface NSPasteboardItem : NSObject <NSPasteboardWriting>
-@property (readonly, copy) NSArray<NSPasteboardType>* types;
+@property(readonly, copy) NSArray<NSPasteboardType>* types;
 - (BOOL)setData:(NSData*)data forType:(NSPasteboardType)type;
 - (nullable NSData*)dataForType:(NSPasteboardType)type;
 @end

@@ -17,11 +17,11 @@ APPKIT_EXTERN NSAppearanceName const NSAppearanceNameDarkAqua;
 @end
 
 @protocol NSUserInterfaceItemIdentification
-@property (nullable, copy) NSUserInterfaceItemIdentifier identifier;
+@property(nullable, copy) NSUserInterfaceItemIdentifier identifier;
 @end
 
 @interface NSAppearance : NSObject
-@property (readonly, copy) NSAppearanceName name;
+@property(readonly, copy) NSAppearanceName name;
 + (nullable NSAppearance*)appearanceNamed:(NSAppearanceName)name;
 - (nullable NSAppearanceName)bestMatchFromAppearancesWithNames:
     (NSArray<NSAppearanceName>*)appearances;
@@ -30,8 +30,8 @@ APPKIT_EXTERN NSAppearanceName const NSAppearanceNameDarkAqua;
 @end
 
 @protocol NSAppearanceCustomization <NSObject>
-@property (nullable, strong) NSAppearance* appearance;
-@property (readonly, strong) NSAppearance* effectiveAppearance;
+@property(nullable, strong) NSAppearance* appearance;
+@property(readonly, strong) NSAppearance* effectiveAppearance;
 @end
 
 @protocol NSAnimatablePropertyContainer
@@ -39,10 +39,10 @@ APPKIT_EXTERN NSAppearanceName const NSAppearanceNameDarkAqua;
 @end
 
 @interface NSAnimationContext : NSObject
-@property (class, readonly, strong) NSAnimationContext* currentContext;
+@property(class, readonly, strong) NSAnimationContext* currentContext;
 @property NSTimeInterval duration;
 @property BOOL allowsImplicitAnimation;
-@property (nullable, copy) void (^completionHandler)(void);
+@property(nullable, copy) void (^completionHandler)(void);
 + (void)runAnimationGroup:(void(NS_NOESCAPE ^)(NSAnimationContext* context))changes
         completionHandler:(nullable void (^)(void))completionHandler;
 + (void)runAnimationGroup:(void(NS_NOESCAPE ^)(NSAnimationContext* context))changes;

@@ -9,31 +9,32 @@ NS_ASSUME_NONNULL_BEGIN
 @class NSImage;
 @class NSWindow;
 
-typedef NS_OPTIONS(NSUInteger, NSAutoresizingMaskOptions){
+typedef NS_OPTIONS(NSUInteger, NSAutoresizingMaskOptions) {
     NSViewNotSizable = 0,
     NSViewWidthSizable = 2,
     NSViewHeightSizable = 16,
 };
-typedef NS_ENUM(NSInteger, NSWindowOrderingMode){
+typedef NS_ENUM(NSInteger, NSWindowOrderingMode) {
     NSWindowAbove = 1,
     NSWindowBelow = -1,
     NSWindowOut = 0,
 };
 
-@interface NSView : NSResponder <NSAnimatablePropertyContainer, NSUserInterfaceItemIdentification, NSAppearanceCustomization>
+@interface NSView : NSResponder <NSAnimatablePropertyContainer, NSUserInterfaceItemIdentification,
+                                 NSAppearanceCustomization>
 - (instancetype)initWithFrame:(NSRect)frameRect NS_DESIGNATED_INITIALIZER;
-@property (nullable, readonly, unsafe_unretained) NSWindow* window;
-@property (nullable, readonly, unsafe_unretained) NSView* superview;
-@property (copy) NSArray<__kindof NSView*>* subviews;
-@property (getter=isHidden) BOOL hidden;
+@property(nullable, readonly, unsafe_unretained) NSWindow* window;
+@property(nullable, readonly, unsafe_unretained) NSView* superview;
+@property(copy) NSArray<__kindof NSView*>* subviews;
+@property(getter=isHidden) BOOL hidden;
 @property NSRect frame;
 @property NSRect bounds;
-@property (readonly, getter=isFlipped) BOOL flipped;
+@property(readonly, getter=isFlipped) BOOL flipped;
 @property NSAutoresizingMaskOptions autoresizingMask;
 @property CGFloat alphaValue;
 @property BOOL wantsLayer;
-@property (nullable, strong) CALayer* layer;
-@property (readonly) BOOL wantsUpdateLayer;
+@property(nullable, strong) CALayer* layer;
+@property(readonly) BOOL wantsUpdateLayer;
 @property BOOL needsDisplay;
 - (void)setFrameSize:(NSSize)newSize;
 - (void)addSubview:(NSView*)view;
@@ -47,18 +48,18 @@ typedef NS_ENUM(NSInteger, NSWindowOrderingMode){
 - (void)viewDidChangeEffectiveAppearance;
 @end
 
-typedef NS_ENUM(NSInteger, NSVisualEffectMaterial){
+typedef NS_ENUM(NSInteger, NSVisualEffectMaterial) {
     NSVisualEffectMaterialMenu = 5,
     NSVisualEffectMaterialPopover = 6,
     NSVisualEffectMaterialSidebar = 7,
     NSVisualEffectMaterialWindowBackground = 12,
     NSVisualEffectMaterialHUDWindow = 13,
 };
-typedef NS_ENUM(NSInteger, NSVisualEffectBlendingMode){
+typedef NS_ENUM(NSInteger, NSVisualEffectBlendingMode) {
     NSVisualEffectBlendingModeBehindWindow,
     NSVisualEffectBlendingModeWithinWindow,
 };
-typedef NS_ENUM(NSInteger, NSVisualEffectState){
+typedef NS_ENUM(NSInteger, NSVisualEffectState) {
     NSVisualEffectStateFollowsWindowActiveState,
     NSVisualEffectStateActive,
     NSVisualEffectStateInactive,
@@ -68,19 +69,19 @@ typedef NS_ENUM(NSInteger, NSVisualEffectState){
 @property NSVisualEffectMaterial material;
 @property NSVisualEffectBlendingMode blendingMode;
 @property NSVisualEffectState state;
-@property (nullable, strong) NSImage* maskImage;
+@property(nullable, strong) NSImage* maskImage;
 @end
 
-typedef NS_ENUM(NSInteger, NSGlassEffectViewStyle){
+typedef NS_ENUM(NSInteger, NSGlassEffectViewStyle) {
     NSGlassEffectViewStyleRegular,
     NSGlassEffectViewStyleClear,
 } API_AVAILABLE(macos(26.0));
 
 API_AVAILABLE(macos(26.0))
 @interface NSGlassEffectView : NSView
-@property (nullable, strong) __kindof NSView* contentView;
+@property(nullable, strong) __kindof NSView* contentView;
 @property CGFloat cornerRadius;
-@property (nullable, copy) NSColor* tintColor;
+@property(nullable, copy) NSColor* tintColor;
 @property NSGlassEffectViewStyle style;
 @end
 

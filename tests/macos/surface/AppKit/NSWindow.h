@@ -7,7 +7,7 @@ NS_ASSUME_NONNULL_BEGIN
 @class NSColor;
 @class NSScreen;
 
-typedef NS_OPTIONS(NSUInteger, NSWindowStyleMask){
+typedef NS_OPTIONS(NSUInteger, NSWindowStyleMask) {
     NSWindowStyleMaskBorderless = 0,
     NSWindowStyleMaskTitled = 1 << 0,
     NSWindowStyleMaskClosable = 1 << 1,
@@ -17,10 +17,10 @@ typedef NS_OPTIONS(NSUInteger, NSWindowStyleMask){
     NSWindowStyleMaskNonactivatingPanel = 1 << 7,
     NSWindowStyleMaskFullSizeContentView = 1 << 15,
 };
-typedef NS_ENUM(NSUInteger, NSBackingStoreType){
+typedef NS_ENUM(NSUInteger, NSBackingStoreType) {
     NSBackingStoreBuffered = 2,
 };
-typedef NS_OPTIONS(NSUInteger, NSWindowCollectionBehavior){
+typedef NS_OPTIONS(NSUInteger, NSWindowCollectionBehavior) {
     NSWindowCollectionBehaviorDefault = 0,
     NSWindowCollectionBehaviorCanJoinAllSpaces = 1 << 0,
     NSWindowCollectionBehaviorMoveToActiveSpace = 1 << 1,
@@ -35,30 +35,31 @@ static const NSWindowLevel NSNormalWindowLevel = 0;
 static const NSWindowLevel NSFloatingWindowLevel = 3;
 static const NSWindowLevel NSStatusWindowLevel = 25;
 
-@interface NSWindow : NSResponder <NSAnimatablePropertyContainer, NSUserInterfaceItemIdentification, NSAppearanceCustomization>
+@interface NSWindow : NSResponder <NSAnimatablePropertyContainer, NSUserInterfaceItemIdentification,
+                                   NSAppearanceCustomization>
 - (instancetype)initWithContentRect:(NSRect)contentRect
                           styleMask:(NSWindowStyleMask)style
                             backing:(NSBackingStoreType)backingStoreType
                               defer:(BOOL)flag NS_DESIGNATED_INITIALIZER;
-@property (copy) NSString* title;
-@property (nullable, strong) __kindof NSView* contentView;
+@property(copy) NSString* title;
+@property(nullable, strong) __kindof NSView* contentView;
 @property NSWindowStyleMask styleMask;
-@property (readonly) NSRect frame;
-@property (readonly, getter=isVisible) BOOL visible;
-@property (readonly, getter=isKeyWindow) BOOL keyWindow;
-@property (readonly, getter=isOnActiveSpace) BOOL onActiveSpace;
-@property (getter=isReleasedWhenClosed) BOOL releasedWhenClosed;
+@property(readonly) NSRect frame;
+@property(readonly, getter=isVisible) BOOL visible;
+@property(readonly, getter=isKeyWindow) BOOL keyWindow;
+@property(readonly, getter=isOnActiveSpace) BOOL onActiveSpace;
+@property(getter=isReleasedWhenClosed) BOOL releasedWhenClosed;
 @property BOOL hidesOnDeactivate;
-@property (nullable, copy) NSColor* backgroundColor;
+@property(nullable, copy) NSColor* backgroundColor;
 @property NSWindowLevel level;
 @property BOOL hasShadow;
 @property CGFloat alphaValue;
-@property (getter=isOpaque) BOOL opaque;
+@property(getter=isOpaque) BOOL opaque;
 @property BOOL ignoresMouseEvents;
 @property BOOL canHide;
 @property NSWindowCollectionBehavior collectionBehavior;
-@property (readonly) CGFloat backingScaleFactor;
-@property (nullable, readonly, strong) NSScreen* screen;
+@property(readonly) CGFloat backingScaleFactor;
+@property(nullable, readonly, strong) NSScreen* screen;
 - (void)setFrame:(NSRect)frameRect display:(BOOL)flag;
 - (void)orderFrontRegardless;
 - (void)orderFront:(nullable id)sender;
@@ -70,18 +71,18 @@ static const NSWindowLevel NSStatusWindowLevel = 25;
 @end
 
 @interface NSPanel : NSWindow
-@property (getter=isFloatingPanel) BOOL floatingPanel;
+@property(getter=isFloatingPanel) BOOL floatingPanel;
 @property BOOL becomesKeyOnlyIfNeeded;
 @property BOOL worksWhenModal;
 @end
 
 @interface NSScreen : NSObject
-@property (class, readonly, copy) NSArray<NSScreen*>* screens;
-@property (class, readonly, nullable, strong) NSScreen* mainScreen;
-@property (readonly) NSRect frame;
-@property (readonly) NSRect visibleFrame;
-@property (readonly) CGFloat backingScaleFactor;
-@property (readonly, copy) NSString* localizedName;
+@property(class, readonly, copy) NSArray<NSScreen*>* screens;
+@property(class, readonly, nullable, strong) NSScreen* mainScreen;
+@property(readonly) NSRect frame;
+@property(readonly) NSRect visibleFrame;
+@property(readonly) CGFloat backingScaleFactor;
+@property(readonly, copy) NSString* localizedName;
 @end
 
 NS_ASSUME_NONNULL_END

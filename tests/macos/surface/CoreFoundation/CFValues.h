@@ -5,7 +5,7 @@
 CF_ASSUME_NONNULL_BEGIN
 CF_IMPLICIT_BRIDGING_ENABLED
 
-typedef CF_ENUM(CFIndex, CFNumberType){
+typedef CF_ENUM(CFIndex, CFNumberType) {
     kCFNumberSInt8Type = 1,
     kCFNumberSInt16Type = 2,
     kCFNumberSInt32Type = 3,
@@ -34,7 +34,7 @@ CF_EXPORT Boolean CFNumberIsFloatType(CFNumberRef number);
 CF_EXPORT Boolean CFNumberGetValue(CFNumberRef number, CFNumberType theType,
                                    void* _Null_unspecified valuePtr);
 
-typedef CF_ENUM(CFStringEncoding, CFStringBuiltInEncodings){
+typedef CF_ENUM(CFStringEncoding, CFStringBuiltInEncodings) {
     kCFStringEncodingUTF8 = 0x08000100,
 };
 
@@ -72,11 +72,11 @@ typedef struct {
 CF_EXPORT const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks;
 CF_EXPORT const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks;
 
-CF_EXPORT CFDictionaryRef CFDictionaryCreate(
-    CFAllocatorRef _Nullable allocator, const void* _Nullable* _Nullable keys,
-    const void* _Nullable* _Nullable values, CFIndex numValues,
-    const CFDictionaryKeyCallBacks* _Nullable keyCallBacks,
-    const CFDictionaryValueCallBacks* _Nullable valueCallBacks);
+CF_EXPORT CFDictionaryRef
+CFDictionaryCreate(CFAllocatorRef _Nullable allocator, const void* _Nullable* _Nullable keys,
+                   const void* _Nullable* _Nullable values, CFIndex numValues,
+                   const CFDictionaryKeyCallBacks* _Nullable keyCallBacks,
+                   const CFDictionaryValueCallBacks* _Nullable valueCallBacks);
 CF_EXPORT const void* _Nullable CFDictionaryGetValue(CFDictionaryRef theDict,
                                                      const void* _Nullable key);
 

@@ -13,7 +13,7 @@ typedef uint16_t CGKeyCode;
 typedef uint64_t CGEventMask;
 #define CGEventMaskBit(eventType) ((CGEventMask)1 << (eventType))
 
-typedef CF_ENUM(uint32_t, CGEventType){
+typedef CF_ENUM(uint32_t, CGEventType) {
     kCGEventNull = 0,
     kCGEventKeyDown = 10,
     kCGEventKeyUp = 11,
@@ -21,34 +21,38 @@ typedef CF_ENUM(uint32_t, CGEventType){
     kCGEventTapDisabledByTimeout = 0xFFFFFFFE,
     kCGEventTapDisabledByUserInput = 0xFFFFFFFF,
 };
-typedef CF_ENUM(uint32_t, CGEventField){
+typedef CF_ENUM(uint32_t, CGEventField) {
     kCGKeyboardEventAutorepeat = 8,
     kCGKeyboardEventKeycode = 9,
     kCGEventSourceUnixProcessID = 41,
     kCGEventSourceUserData = 42,
 };
 typedef CF_OPTIONS(uint64_t, CGEventFlags){
-    kCGEventFlagMaskAlphaShift = 0x00010000, kCGEventFlagMaskShift = 0x00020000,
-    kCGEventFlagMaskControl = 0x00040000,    kCGEventFlagMaskAlternate = 0x00080000,
-    kCGEventFlagMaskCommand = 0x00100000,    kCGEventFlagMaskNumericPad = 0x00200000,
-    kCGEventFlagMaskHelp = 0x00400000,       kCGEventFlagMaskSecondaryFn = 0x00800000,
+    kCGEventFlagMaskAlphaShift = 0x00010000,
+    kCGEventFlagMaskShift = 0x00020000,
+    kCGEventFlagMaskControl = 0x00040000,
+    kCGEventFlagMaskAlternate = 0x00080000,
+    kCGEventFlagMaskCommand = 0x00100000,
+    kCGEventFlagMaskNumericPad = 0x00200000,
+    kCGEventFlagMaskHelp = 0x00400000,
+    kCGEventFlagMaskSecondaryFn = 0x00800000,
     kCGEventFlagMaskNonCoalesced = 0x00000100,
 };
-typedef CF_ENUM(int32_t, CGEventSourceStateID){
+typedef CF_ENUM(int32_t, CGEventSourceStateID) {
     kCGEventSourceStatePrivate = -1,
     kCGEventSourceStateCombinedSessionState = 0,
     kCGEventSourceStateHIDSystemState = 1,
 };
-typedef CF_ENUM(uint32_t, CGEventTapLocation){
+typedef CF_ENUM(uint32_t, CGEventTapLocation) {
     kCGHIDEventTap = 0,
     kCGSessionEventTap = 1,
     kCGAnnotatedSessionEventTap = 2,
 };
-typedef CF_ENUM(uint32_t, CGEventTapPlacement){
+typedef CF_ENUM(uint32_t, CGEventTapPlacement) {
     kCGHeadInsertEventTap = 0,
     kCGTailAppendEventTap = 1,
 };
-typedef CF_ENUM(uint32_t, CGEventTapOptions){
+typedef CF_ENUM(uint32_t, CGEventTapOptions) {
     kCGEventTapOptionDefault = 0,
     kCGEventTapOptionListenOnly = 1,
 };
@@ -56,12 +60,9 @@ typedef CF_ENUM(uint32_t, CGEventTapOptions){
 typedef CGEventRef _Nullable (*CGEventTapCallBack)(CGEventTapProxy proxy, CGEventType type,
                                                    CGEventRef event, void* _Nullable userInfo);
 
-CG_EXTERN CFMachPortRef _Nullable CGEventTapCreate(CGEventTapLocation tap,
-                                                   CGEventTapPlacement place,
-                                                   CGEventTapOptions options,
-                                                   CGEventMask eventsOfInterest,
-                                                   CGEventTapCallBack callback,
-                                                   void* _Nullable userInfo);
+CG_EXTERN CFMachPortRef _Nullable CGEventTapCreate(
+    CGEventTapLocation tap, CGEventTapPlacement place, CGEventTapOptions options,
+    CGEventMask eventsOfInterest, CGEventTapCallBack callback, void* _Nullable userInfo);
 CG_EXTERN void CGEventTapEnable(CFMachPortRef tap, bool enable);
 CG_EXTERN bool CGEventTapIsEnabled(CFMachPortRef tap);
 

@@ -13,7 +13,7 @@ typedef struct SURFACE_BRIDGED(id) CGContext* CGContextRef;
 typedef struct SURFACE_BRIDGED(id) CGDataProvider* CGDataProviderRef;
 typedef uint32_t CGDirectDisplayID;
 
-typedef CF_ENUM(uint32_t, CGImageAlphaInfo){
+typedef CF_ENUM(uint32_t, CGImageAlphaInfo) {
     kCGImageAlphaNone = 0,
     kCGImageAlphaPremultipliedLast = 1,
     kCGImageAlphaPremultipliedFirst = 2,
@@ -23,12 +23,12 @@ typedef CF_ENUM(uint32_t, CGImageAlphaInfo){
     kCGImageAlphaNoneSkipFirst = 6,
     kCGImageAlphaOnly = 7,
 };
-typedef CF_OPTIONS(uint32_t, CGBitmapInfo){
+typedef CF_OPTIONS(uint32_t, CGBitmapInfo) {
     kCGBitmapAlphaInfoMask = 0x1F,
     kCGBitmapByteOrder32Little = 2 << 12,
     kCGBitmapByteOrder32Big = 4 << 12,
 };
-typedef CF_ENUM(int32_t, CGColorRenderingIntent){
+typedef CF_ENUM(int32_t, CGColorRenderingIntent) {
     kCGRenderingIntentDefault = 0,
 };
 

@@ -5,13 +5,13 @@
 NS_ASSUME_NONNULL_BEGIN
 
 FOUNDATION_EXPORT NSString* const MLModelErrorDomain;
-typedef NS_ENUM(NSInteger, MLModelError){
+typedef NS_ENUM(NSInteger, MLModelError) {
     MLModelErrorGeneric = 0,
     MLModelErrorFeatureType = 1,
     MLModelErrorIO = 3,
 };
 
-typedef NS_ENUM(NSInteger, MLComputeUnits){
+typedef NS_ENUM(NSInteger, MLComputeUnits) {
     MLComputeUnitsCPUOnly = 0,
     MLComputeUnitsCPUAndGPU = 1,
     MLComputeUnitsAll = 2,
@@ -19,13 +19,13 @@ typedef NS_ENUM(NSInteger, MLComputeUnits){
 };
 
 @interface MLModelConfiguration : NSObject <NSCopying>
-@property (readwrite) MLComputeUnits computeUnits;
+@property(readwrite) MLComputeUnits computeUnits;
 @end
 
 @interface MLModelDescription : NSObject
-@property (readonly, nonatomic)
+@property(readonly, nonatomic)
     NSDictionary<NSString*, MLFeatureDescription*>* inputDescriptionsByName;
-@property (readonly, nonatomic)
+@property(readonly, nonatomic)
     NSDictionary<NSString*, MLFeatureDescription*>* outputDescriptionsByName;
 @end
 
@@ -33,8 +33,8 @@ typedef NS_ENUM(NSInteger, MLComputeUnits){
 @end
 
 @interface MLModel : NSObject
-@property (readonly, nonatomic) MLModelDescription* modelDescription;
-@property (readonly, nonatomic) MLModelConfiguration* configuration;
+@property(readonly, nonatomic) MLModelDescription* modelDescription;
+@property(readonly, nonatomic) MLModelConfiguration* configuration;
 + (nullable instancetype)modelWithContentsOfURL:(NSURL*)url
                                   configuration:(MLModelConfiguration*)configuration
                                           error:(out NSError* _Nullable* _Nullable)error;

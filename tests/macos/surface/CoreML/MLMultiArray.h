@@ -4,7 +4,7 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
-typedef NS_ENUM(NSInteger, MLMultiArrayDataType){
+typedef NS_ENUM(NSInteger, MLMultiArrayDataType) {
     MLMultiArrayDataTypeDouble = 0x10000 | 64,
     MLMultiArrayDataTypeFloat64 API_AVAILABLE(macos(11.0)) = 0x10000 | 64,
     MLMultiArrayDataTypeFloat32 = 0x10000 | 32,
@@ -15,11 +15,12 @@ typedef NS_ENUM(NSInteger, MLMultiArrayDataType){
 };
 
 @interface MLMultiArray : NSObject
-@property (readonly, nonatomic) void* dataPointer;
-@property (readonly, nonatomic) MLMultiArrayDataType dataType;
-@property (readonly, nonatomic) NSArray<NSNumber*>* shape;
-@property (readonly, nonatomic) NSArray<NSNumber*>* strides;
-@property (readonly, nonatomic) NSInteger count;
+@property(readonly, nonatomic) void* dataPointer
+    API_DEPRECATED("Use getBytesWithHandler or getMutableBytesWithHandler instead.", macos(10.13, 11.0));
+@property(readonly, nonatomic) MLMultiArrayDataType dataType;
+@property(readonly, nonatomic) NSArray<NSNumber*>* shape;
+@property(readonly, nonatomic) NSArray<NSNumber*>* strides;
+@property(readonly, nonatomic) NSInteger count;
 @end
 
 @interface MLMultiArray (Creation)
@@ -30,16 +31,15 @@ typedef NS_ENUM(NSInteger, MLMultiArrayDataType){
                                        shape:(NSArray<NSNumber*>*)shape
                                     dataType:(MLMultiArrayDataType)dataType
                                      strides:(NSArray<NSNumber*>*)strides
-                                 deallocator:
-                                     (void (^_Nullable)(void* bytes))deallocator
+                                 deallocator:(nullable void (^)(void* bytes))deallocator
                                        error:(out NSError* _Nullable* _Nullable)error;
 @end
 
 @interface MLMultiArray (ScopedBufferAccess)
 - (void)getBytesWithHandler:(void(NS_NOESCAPE ^)(const void* bytes, NSInteger size))handler
     API_AVAILABLE(macos(12.3));
-- (void)getMutableBytesWithHandler:(void(NS_NOESCAPE ^)(void* mutableBytes, NSInteger size,
-                                                        NSArray<NSNumber*>* strides))handler
+- (void)getMutableBytesWithHandler:
+    (void(NS_NOESCAPE ^)(void* mutableBytes, NSInteger size, NSArray<NSNumber*>* strides))handler
     API_AVAILABLE(macos(12.3));
 @end
 

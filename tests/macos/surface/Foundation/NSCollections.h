@@ -4,22 +4,23 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
-@interface NSEnumerator <ObjectType> : NSObject <NSFastEnumeration>
+@interface NSEnumerator<ObjectType> : NSObject <NSFastEnumeration>
 - (nullable ObjectType)nextObject;
 @end
 
 @interface NSEnumerator <ObjectType>(NSExtendedEnumerator)
-@property (readonly, copy) NSArray<ObjectType>* allObjects;
+@property(readonly, copy) NSArray<ObjectType>* allObjects;
 @end
 
-@interface NSArray <__covariant ObjectType> : NSObject <NSCopying, NSMutableCopying, NSFastEnumeration>
-@property (readonly) NSUInteger count;
+@interface NSArray<__covariant ObjectType>
+    : NSObject <NSCopying, NSMutableCopying, NSFastEnumeration>
+@property(readonly) NSUInteger count;
 - (ObjectType)objectAtIndex:(NSUInteger)index;
 @end
 
 @interface NSArray <ObjectType>(NSExtendedArray)
-@property (nullable, nonatomic, readonly) ObjectType firstObject;
-@property (nullable, nonatomic, readonly) ObjectType lastObject;
+@property(nullable, nonatomic, readonly) ObjectType firstObject;
+@property(nullable, nonatomic, readonly) ObjectType lastObject;
 - (BOOL)containsObject:(ObjectType)anObject;
 - (NSUInteger)indexOfObject:(ObjectType)anObject;
 - (NSString*)componentsJoinedByString:(NSString*)separator;
@@ -29,12 +30,11 @@ NS_ASSUME_NONNULL_BEGIN
 @interface NSArray <ObjectType>(NSArrayCreation)
 + (instancetype)array;
 + (instancetype)arrayWithObject:(ObjectType)anObject;
-+ (instancetype)arrayWithObjects:(const ObjectType _Nonnull[_Nonnull])objects
-                           count:(NSUInteger)cnt;
++ (instancetype)arrayWithObjects:(const ObjectType _Nonnull[_Nonnull])objects count:(NSUInteger)cnt;
 + (instancetype)arrayWithArray:(NSArray<ObjectType>*)array;
 @end
 
-@interface NSMutableArray <ObjectType> : NSArray <ObjectType>
+@interface NSMutableArray<ObjectType> : NSArray <ObjectType>
 - (void)addObject:(ObjectType)anObject;
 @end
 
@@ -42,14 +42,15 @@ NS_ASSUME_NONNULL_BEGIN
 + (instancetype)arrayWithCapacity:(NSUInteger)numItems;
 @end
 
-@interface NSDictionary <__covariant KeyType, __covariant ObjectType> : NSObject <NSCopying, NSMutableCopying, NSFastEnumeration>
-@property (readonly) NSUInteger count;
+@interface NSDictionary<__covariant KeyType, __covariant ObjectType>
+    : NSObject <NSCopying, NSMutableCopying, NSFastEnumeration>
+@property(readonly) NSUInteger count;
 - (nullable ObjectType)objectForKey:(KeyType)aKey;
 @end
 
 @interface NSDictionary <KeyType, ObjectType>(NSExtendedDictionary)
-@property (readonly, copy) NSArray<KeyType>* allKeys;
-@property (readonly, copy) NSArray<ObjectType>* allValues;
+@property(readonly, copy) NSArray<KeyType>* allKeys;
+@property(readonly, copy) NSArray<ObjectType>* allValues;
 - (nullable ObjectType)objectForKeyedSubscript:(KeyType)key;
 - (void)enumerateKeysAndObjectsUsingBlock:(void(NS_NOESCAPE ^)(KeyType key, ObjectType obj,
                                                                BOOL* stop))block;
@@ -64,7 +65,7 @@ NS_ASSUME_NONNULL_BEGIN
 + (instancetype)dictionaryWithDictionary:(NSDictionary<KeyType, ObjectType>*)dict;
 @end
 
-@interface NSMutableDictionary <KeyType, ObjectType> : NSDictionary <KeyType, ObjectType>
+@interface NSMutableDictionary<KeyType, ObjectType> : NSDictionary <KeyType, ObjectType>
 - (void)removeObjectForKey:(KeyType)aKey;
 - (void)setObject:(ObjectType)anObject forKey:(KeyType<NSCopying>)aKey;
 @end
@@ -73,16 +74,12 @@ NS_ASSUME_NONNULL_BEGIN
 - (void)setObject:(nullable ObjectType)obj forKeyedSubscript:(KeyType<NSCopying>)key;
 @end
 
-@interface NSMutableDictionary <KeyType, ObjectType>(NSMutableDictionaryCreation)
-+ (instancetype)dictionaryWithCapacity:(NSUInteger)numItems;
-@end
-
-@interface NSSet <__covariant ObjectType> : NSObject <NSCopying, NSMutableCopying, NSFastEnumeration>
-@property (readonly) NSUInteger count;
+@interface NSSet<__covariant ObjectType> : NSObject <NSCopying, NSMutableCopying, NSFastEnumeration>
+@property(readonly) NSUInteger count;
 @end
 
 @interface NSSet <ObjectType>(NSExtendedSet)
-@property (readonly, copy) NSArray<ObjectType>* allObjects;
+@property(readonly, copy) NSArray<ObjectType>* allObjects;
 - (BOOL)containsObject:(ObjectType)anObject;
 @end
 

@@ -16,48 +16,49 @@ FOUNDATION_EXPORT NSURLResourceKey const NSURLTotalFileAllocatedSizeKey;
 + (NSURL*)fileURLWithFileSystemRepresentation:(const char*)path
                                   isDirectory:(BOOL)isDir
                                 relativeToURL:(nullable NSURL*)baseURL;
-@property (nullable, readonly, copy) NSString* absoluteString;
-@property (nullable, readonly, copy) NSString* path;
-@property (nullable, readonly, copy) NSString* scheme;
-@property (readonly) const char* fileSystemRepresentation NS_RETURNS_INNER_POINTER;
-@property (readonly, getter=isFileURL) BOOL fileURL;
+@property(nullable, readonly, copy) NSString* absoluteString;
+@property(nullable, readonly, copy) NSString* path;
+@property(nullable, readonly, copy) NSString* scheme;
+@property(readonly) const char* fileSystemRepresentation NS_RETURNS_INNER_POINTER;
+@property(readonly, getter=isFileURL) BOOL fileURL;
 - (BOOL)getResourceValue:(out id _Nullable* _Nonnull)value
                   forKey:(NSURLResourceKey)key
                    error:(out NSError* _Nullable* _Nullable)error;
 @end
 
 @interface NSURL (NSURLPathUtilities)
-@property (nullable, readonly, copy) NSString* lastPathComponent;
-@property (nullable, readonly, copy) NSURL* URLByDeletingLastPathComponent;
+@property(nullable, readonly, copy) NSString* lastPathComponent;
+@property(nullable, readonly, copy) NSURL* URLByDeletingLastPathComponent;
 - (nullable NSURL*)URLByAppendingPathComponent:(NSString*)pathComponent;
 - (nullable NSURL*)URLByAppendingPathComponent:(NSString*)pathComponent
                                    isDirectory:(BOOL)isDirectory;
 @end
 
-typedef NS_ENUM(NSUInteger, NSSearchPathDirectory){
+typedef NS_ENUM(NSUInteger, NSSearchPathDirectory) {
     NSCachesDirectory = 13,
     NSApplicationSupportDirectory = 14,
 };
-typedef NS_OPTIONS(NSUInteger, NSSearchPathDomainMask){
+typedef NS_OPTIONS(NSUInteger, NSSearchPathDomainMask) {
     NSUserDomainMask = 1,
 };
-typedef NS_OPTIONS(NSUInteger, NSDirectoryEnumerationOptions){
+typedef NS_OPTIONS(NSUInteger, NSDirectoryEnumerationOptions) {
     NSDirectoryEnumerationSkipsSubdirectoryDescendants = 1UL << 0,
     NSDirectoryEnumerationSkipsPackageDescendants = 1UL << 1,
     NSDirectoryEnumerationSkipsHiddenFiles = 1UL << 2,
 };
 typedef NSString* NSFileAttributeKey NS_TYPED_EXTENSIBLE_ENUM;
 
-FOUNDATION_EXPORT NSArray<NSString*>* NSSearchPathForDirectoriesInDomains(
-    NSSearchPathDirectory directory, NSSearchPathDomainMask domainMask, BOOL expandTilde);
+FOUNDATION_EXPORT NSArray<NSString*>*
+NSSearchPathForDirectoriesInDomains(NSSearchPathDirectory directory,
+                                    NSSearchPathDomainMask domainMask, BOOL expandTilde);
 FOUNDATION_EXPORT NSString* NSHomeDirectory(void);
 FOUNDATION_EXPORT NSString* NSTemporaryDirectory(void);
 
-@interface NSDirectoryEnumerator <ObjectType> : NSEnumerator <ObjectType>
+@interface NSDirectoryEnumerator<ObjectType> : NSEnumerator <ObjectType>
 @end
 
 @interface NSFileManager : NSObject
-@property (class, readonly, strong) NSFileManager* defaultManager;
+@property(class, readonly, strong) NSFileManager* defaultManager;
 - (NSArray<NSURL*>*)URLsForDirectory:(NSSearchPathDirectory)directory
                            inDomains:(NSSearchPathDomainMask)domainMask;
 - (nullable NSURL*)URLForDirectory:(NSSearchPathDirectory)directory
@@ -92,28 +93,31 @@ FOUNDATION_EXPORT NSString* NSTemporaryDirectory(void);
                   errorHandler:(nullable BOOL (^)(NSURL* url, NSError* error))handler;
 @end
 
-typedef NS_ENUM(NSInteger, NSByteCountFormatterCountStyle){
+typedef NS_ENUM(NSInteger, NSByteCountFormatterCountStyle) {
     NSByteCountFormatterCountStyleFile = 0,
     NSByteCountFormatterCountStyleMemory = 1,
     NSByteCountFormatterCountStyleDecimal = 2,
     NSByteCountFormatterCountStyleBinary = 3,
 };
 
-@interface NSByteCountFormatter : NSObject
+@interface NSFormatter : NSObject <NSCopying>
+@end
+
+@interface NSByteCountFormatter : NSFormatter
 + (NSString*)stringFromByteCount:(long long)byteCount
                       countStyle:(NSByteCountFormatterCountStyle)countStyle;
 @end
 
 @interface NSBundle : NSObject
-@property (class, readonly, strong) NSBundle* mainBundle;
-@property (readonly, copy) NSURL* bundleURL;
-@property (readonly, copy) NSString* bundlePath;
-@property (nullable, readonly, copy) NSString* bundleIdentifier;
-@property (nullable, readonly, copy) NSString* executablePath;
-@property (nullable, readonly, copy) NSURL* executableURL;
-@property (nullable, readonly, copy) NSString* resourcePath;
-@property (nullable, readonly, copy) NSURL* resourceURL;
-@property (nullable, readonly, copy) NSDictionary<NSString*, id>* infoDictionary;
+@property(class, readonly, strong) NSBundle* mainBundle;
+@property(readonly, copy) NSURL* bundleURL;
+@property(readonly, copy) NSString* bundlePath;
+@property(nullable, readonly, copy) NSString* bundleIdentifier;
+@property(nullable, readonly, copy) NSString* executablePath;
+@property(nullable, readonly, copy) NSURL* executableURL;
+@property(nullable, readonly, copy) NSString* resourcePath;
+@property(nullable, readonly, copy) NSURL* resourceURL;
+@property(nullable, readonly, copy) NSDictionary<NSString*, id>* infoDictionary;
 - (nullable id)objectForInfoDictionaryKey:(NSString*)key;
 - (nullable NSURL*)URLForResource:(nullable NSString*)name withExtension:(nullable NSString*)ext;
 - (nullable NSURL*)URLForAuxiliaryExecutable:(NSString*)executableName;

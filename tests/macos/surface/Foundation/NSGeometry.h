@@ -8,7 +8,12 @@ NS_ASSUME_NONNULL_BEGIN
 typedef CGPoint NSPoint;
 typedef CGSize NSSize;
 typedef CGRect NSRect;
-typedef NSRect* NSRectPointer;
+typedef struct NSEdgeInsets {
+    CGFloat top;
+    CGFloat left;
+    CGFloat bottom;
+    CGFloat right;
+} NSEdgeInsets;
 
 FOUNDATION_EXPORT const NSPoint NSZeroPoint;
 FOUNDATION_EXPORT const NSSize NSZeroSize;
@@ -28,6 +33,13 @@ static inline NSRect NSMakeRect(CGFloat x, CGFloat y, CGFloat w, CGFloat h)
 {
     NSRect rect = {{x, y}, {w, h}};
     return rect;
+}
+
+static inline NSEdgeInsets NSEdgeInsetsMake(CGFloat top, CGFloat left, CGFloat bottom,
+                                            CGFloat right)
+{
+    NSEdgeInsets insets = {top, left, bottom, right};
+    return insets;
 }
 
 FOUNDATION_EXPORT BOOL NSEqualRects(NSRect aRect, NSRect bRect);

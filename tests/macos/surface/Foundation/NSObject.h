@@ -23,7 +23,7 @@ typedef struct _NSZone NSZone;
 @end
 
 @protocol NSSecureCoding
-@property (class, readonly) BOOL supportsSecureCoding;
+@property(class, readonly) BOOL supportsSecureCoding;
 @end
 
 typedef struct {
@@ -54,7 +54,7 @@ static inline NSRange NSMakeRange(NSUInteger loc, NSUInteger len)
     return range;
 }
 
-typedef NS_OPTIONS(NSUInteger, NSKeyValueObservingOptions){
+typedef NS_OPTIONS(NSUInteger, NSKeyValueObservingOptions) {
     NSKeyValueObservingOptionNew = 0x01,
     NSKeyValueObservingOptionOld = 0x02,
     NSKeyValueObservingOptionInitial = 0x04,

@@ -15,7 +15,7 @@ FOUNDATION_EXPORT NSRunLoopMode const NSRunLoopCommonModes;
 FOUNDATION_EXPORT NSNotificationName const NSUserDefaultsDidChangeNotification;
 
 @interface NSUserDefaults : NSObject
-@property (class, readonly, strong) NSUserDefaults* standardUserDefaults;
+@property(class, readonly, strong) NSUserDefaults* standardUserDefaults;
 - (nullable instancetype)initWithSuiteName:(nullable NSString*)suitename NS_DESIGNATED_INITIALIZER;
 - (nullable id)objectForKey:(NSString*)defaultName;
 - (void)setObject:(nullable id)value forKey:(NSString*)defaultName;
@@ -33,13 +33,13 @@ FOUNDATION_EXPORT NSNotificationName const NSUserDefaultsDidChangeNotification;
 @end
 
 @interface NSNotification : NSObject <NSCopying>
-@property (readonly, copy) NSNotificationName name;
-@property (nullable, readonly, strong) id object;
-@property (nullable, readonly, copy) NSDictionary* userInfo;
+@property(readonly, copy) NSNotificationName name;
+@property(nullable, readonly, strong) id object;
+@property(nullable, readonly, copy) NSDictionary* userInfo;
 @end
 
 @interface NSNotificationCenter : NSObject
-@property (class, readonly, strong) NSNotificationCenter* defaultCenter;
+@property(class, readonly, strong) NSNotificationCenter* defaultCenter;
 - (void)addObserver:(id)observer
            selector:(SEL)aSelector
                name:(nullable NSNotificationName)aName
@@ -59,7 +59,7 @@ FOUNDATION_EXPORT NSNotificationName const NSUserDefaultsDidChangeNotification;
 @end
 
 @interface NSOperationQueue : NSObject
-@property (class, readonly, strong) NSOperationQueue* mainQueue;
+@property(class, readonly, strong) NSOperationQueue* mainQueue;
 - (void)addOperationWithBlock:(void (^)(void))block;
 @end
 
@@ -71,13 +71,13 @@ FOUNDATION_EXPORT NSNotificationName const NSUserDefaultsDidChangeNotification;
                                    repeats:(BOOL)repeats
                                      block:(void (^)(NSTimer* timer))block;
 @property NSTimeInterval tolerance;
-@property (readonly, getter=isValid) BOOL valid;
+@property(readonly, getter=isValid) BOOL valid;
 - (void)invalidate;
 @end
 
 @interface NSRunLoop : NSObject
-@property (class, readonly, strong) NSRunLoop* currentRunLoop;
-@property (class, readonly, strong) NSRunLoop* mainRunLoop;
+@property(class, readonly, strong) NSRunLoop* currentRunLoop;
+@property(class, readonly, strong) NSRunLoop* mainRunLoop;
 - (void)addTimer:(NSTimer*)timer forMode:(NSRunLoopMode)mode;
 @end
 
@@ -88,8 +88,8 @@ FOUNDATION_EXPORT NSNotificationName const NSUserDefaultsDidChangeNotification;
 @end
 
 @interface NSThread : NSObject
-@property (class, readonly, strong) NSThread* currentThread;
-@property (class, readonly) BOOL isMainThread;
+@property(class, readonly, strong) NSThread* currentThread;
+@property(class, readonly) BOOL isMainThread;
 @end
 
 typedef struct {
@@ -98,18 +98,18 @@ typedef struct {
     NSInteger patchVersion;
 } NSOperatingSystemVersion;
 
-typedef NS_OPTIONS(uint64_t, NSActivityOptions){
+typedef NS_OPTIONS(uint64_t, NSActivityOptions) {
     NSActivityUserInitiated = 0x00FFFFFFULL | (1ULL << 20),
     NSActivityUserInitiatedAllowingIdleSystemSleep = NSActivityUserInitiated & ~(1ULL << 20),
     NSActivityLatencyCritical = 0xFF00000000ULL,
 };
 
 @interface NSProcessInfo : NSObject
-@property (class, readonly, strong) NSProcessInfo* processInfo;
-@property (readonly, copy) NSArray<NSString*>* arguments;
-@property (readonly) int processIdentifier;
-@property (readonly) NSOperatingSystemVersion operatingSystemVersion;
-@property (readonly) NSTimeInterval systemUptime;
+@property(class, readonly, strong) NSProcessInfo* processInfo;
+@property(readonly, copy) NSArray<NSString*>* arguments;
+@property(readonly) int processIdentifier;
+@property(readonly) NSOperatingSystemVersion operatingSystemVersion;
+@property(readonly) NSTimeInterval systemUptime;
 - (BOOL)isOperatingSystemAtLeastVersion:(NSOperatingSystemVersion)version;
 @end
 
@@ -128,19 +128,18 @@ FOUNDATION_EXPORT NSNotificationName const NSCurrentLocaleDidChangeNotification;
 @end
 
 @interface NSLocale (NSExtendedLocale)
-@property (readonly, copy) NSString* localeIdentifier;
-@property (readonly, copy) NSString* languageCode;
-@property (nullable, readonly, copy) NSString* countryCode;
+@property(readonly, copy) NSString* localeIdentifier;
+@property(readonly, copy) NSString* languageCode;
 @end
 
 @interface NSLocale (NSLocaleCreation)
-@property (class, readonly, copy) NSLocale* currentLocale;
-@property (class, readonly, strong) NSLocale* autoupdatingCurrentLocale;
+@property(class, readonly, copy) NSLocale* currentLocale;
+@property(class, readonly, strong) NSLocale* autoupdatingCurrentLocale;
 + (instancetype)localeWithLocaleIdentifier:(NSString*)ident;
 @end
 
 @interface NSLocale (NSLocaleGeneralInfo)
-@property (class, readonly, copy) NSArray<NSString*>* preferredLanguages;
+@property(class, readonly, copy) NSArray<NSString*>* preferredLanguages;
 @end
 
 NS_ASSUME_NONNULL_END

@@ -16,13 +16,13 @@ enum {
     NSUTF8StringEncoding = 4,
     NSUTF16LittleEndianStringEncoding = 0x94000100,
 };
-typedef NS_OPTIONS(NSUInteger, NSStringCompareOptions){
+typedef NS_OPTIONS(NSUInteger, NSStringCompareOptions) {
     NSCaseInsensitiveSearch = 1,
     NSLiteralSearch = 2,
 };
 
 @interface NSString : NSObject <NSCopying, NSMutableCopying, NSSecureCoding>
-@property (readonly) NSUInteger length;
+@property(readonly) NSUInteger length;
 - (unichar)characterAtIndex:(NSUInteger)index;
 - (instancetype)init NS_DESIGNATED_INITIALIZER;
 @end
@@ -37,11 +37,10 @@ typedef NS_OPTIONS(NSUInteger, NSStringCompareOptions){
                                 length:(NSUInteger)len
                               encoding:(NSStringEncoding)encoding;
 - (nullable instancetype)initWithData:(NSData*)data encoding:(NSStringEncoding)encoding;
-@property (nullable, readonly) const char* UTF8String NS_RETURNS_INNER_POINTER;
-@property (readonly, copy) NSString* lowercaseString;
-@property (readonly) NSInteger integerValue;
-@property (readonly) double doubleValue;
-@property (readonly) BOOL boolValue;
+@property(nullable, readonly) const char* UTF8String NS_RETURNS_INNER_POINTER;
+@property(readonly) NSInteger integerValue;
+@property(readonly) double doubleValue;
+@property(readonly) BOOL boolValue;
 - (BOOL)isEqualToString:(NSString*)aString;
 - (BOOL)hasPrefix:(NSString*)str;
 - (BOOL)hasSuffix:(NSString*)str;
@@ -60,21 +59,21 @@ typedef NS_OPTIONS(NSUInteger, NSStringCompareOptions){
 @end
 
 @interface NSString (NSStringPathExtensions)
-@property (readonly, copy) NSString* lastPathComponent;
-@property (readonly, copy) NSString* pathExtension;
-@property (readonly, copy) NSString* stringByDeletingLastPathComponent;
-@property (readonly) const char* fileSystemRepresentation NS_RETURNS_INNER_POINTER;
+@property(readonly, copy) NSString* lastPathComponent;
+@property(readonly, copy) NSString* pathExtension;
+@property(readonly, copy) NSString* stringByDeletingLastPathComponent;
+@property(readonly) const char* fileSystemRepresentation NS_RETURNS_INNER_POINTER;
 - (NSString*)stringByAppendingPathComponent:(NSString*)str;
 @end
 
 @interface NSCharacterSet : NSObject
-@property (readonly, class, copy) NSCharacterSet* whitespaceCharacterSet;
-@property (readonly, class, copy) NSCharacterSet* whitespaceAndNewlineCharacterSet;
+@property(readonly, class, copy) NSCharacterSet* whitespaceCharacterSet;
+@property(readonly, class, copy) NSCharacterSet* whitespaceAndNewlineCharacterSet;
 @end
 
 @interface NSAttributedString : NSObject <NSCopying>
 - (instancetype)initWithString:(NSString*)str;
-@property (readonly, copy) NSString* string;
+@property(readonly, copy) NSString* string;
 @end
 
 NS_ASSUME_NONNULL_END

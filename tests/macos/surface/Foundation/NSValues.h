@@ -7,20 +7,20 @@ NS_ASSUME_NONNULL_BEGIN
 @class NSURL;
 
 @interface NSValue : NSObject <NSCopying>
-@property (readonly) const char* objCType NS_RETURNS_INNER_POINTER;
+@property(readonly) const char* objCType NS_RETURNS_INNER_POINTER;
 @end
 
 @interface NSNumber : NSValue
-@property (readonly) int intValue;
-@property (readonly) unsigned int unsignedIntValue;
-@property (readonly) long long longLongValue;
-@property (readonly) unsigned long long unsignedLongLongValue;
-@property (readonly) float floatValue;
-@property (readonly) double doubleValue;
-@property (readonly) BOOL boolValue;
-@property (readonly) NSInteger integerValue;
-@property (readonly) NSUInteger unsignedIntegerValue;
-@property (readonly, copy) NSString* stringValue;
+@property(readonly) int intValue;
+@property(readonly) unsigned int unsignedIntValue;
+@property(readonly) long long longLongValue;
+@property(readonly) unsigned long long unsignedLongLongValue;
+@property(readonly) float floatValue;
+@property(readonly) double doubleValue;
+@property(readonly) BOOL boolValue;
+@property(readonly) NSInteger integerValue;
+@property(readonly) NSUInteger unsignedIntegerValue;
+@property(readonly, copy) NSString* stringValue;
 - (BOOL)isEqualToNumber:(NSNumber*)number;
 @end
 
@@ -42,13 +42,13 @@ NS_ASSUME_NONNULL_BEGIN
 + (NSNumber*)numberWithUnsignedInteger:(NSUInteger)value;
 @end
 
-typedef NS_OPTIONS(NSUInteger, NSDataReadingOptions){
+typedef NS_OPTIONS(NSUInteger, NSDataReadingOptions) {
     NSDataReadingMappedIfSafe = 1UL << 0,
 };
 
 @interface NSData : NSObject <NSCopying, NSMutableCopying>
-@property (readonly) NSUInteger length;
-@property (readonly) const void* bytes NS_RETURNS_INNER_POINTER;
+@property(readonly) NSUInteger length;
+@property(readonly) const void* bytes NS_RETURNS_INNER_POINTER;
 @end
 
 @interface NSData (NSDataCreation)
@@ -61,19 +61,19 @@ typedef NS_OPTIONS(NSUInteger, NSDataReadingOptions){
 @end
 
 @interface NSDate : NSObject <NSCopying>
-@property (readonly) NSTimeInterval timeIntervalSinceReferenceDate;
+@property(readonly) NSTimeInterval timeIntervalSinceReferenceDate;
 @end
 
 @interface NSDate (NSDateCreation)
 + (instancetype)date;
 + (instancetype)dateWithTimeIntervalSinceNow:(NSTimeInterval)secs;
-@property (class, readonly, copy) NSDate* distantFuture;
-@property (class, readonly, copy) NSDate* distantPast;
+@property(class, readonly, copy) NSDate* distantFuture;
+@property(class, readonly, copy) NSDate* distantPast;
 @end
 
 @interface NSUUID : NSObject <NSCopying>
 + (instancetype)UUID;
-@property (readonly, copy) NSString* UUIDString;
+@property(readonly, copy) NSString* UUIDString;
 @end
 
 typedef NSString* NSErrorDomain;
@@ -97,11 +97,11 @@ enum : NSInteger {
 + (instancetype)errorWithDomain:(NSErrorDomain)domain
                            code:(NSInteger)code
                        userInfo:(nullable NSDictionary<NSErrorUserInfoKey, id>*)dict;
-@property (readonly, copy) NSErrorDomain domain;
-@property (readonly) NSInteger code;
-@property (readonly, copy) NSDictionary<NSErrorUserInfoKey, id>* userInfo;
-@property (readonly, copy) NSString* localizedDescription;
-@property (nullable, readonly, copy) NSString* localizedFailureReason;
+@property(readonly, copy) NSErrorDomain domain;
+@property(readonly) NSInteger code;
+@property(readonly, copy) NSDictionary<NSErrorUserInfoKey, id>* userInfo;
+@property(readonly, copy) NSString* localizedDescription;
+@property(nullable, readonly, copy) NSString* localizedFailureReason;
 @end
 
 typedef NSString* NSExceptionName NS_TYPED_EXTENSIBLE_ENUM;
@@ -113,9 +113,9 @@ FOUNDATION_EXPORT NSExceptionName const NSInternalInconsistencyException;
 + (NSException*)exceptionWithName:(NSExceptionName)name
                            reason:(nullable NSString*)reason
                          userInfo:(nullable NSDictionary*)userInfo;
-@property (readonly, copy) NSExceptionName name;
-@property (nullable, readonly, copy) NSString* reason;
-@property (nullable, readonly, copy) NSDictionary* userInfo;
+@property(readonly, copy) NSExceptionName name;
+@property(nullable, readonly, copy) NSString* reason;
+@property(nullable, readonly, copy) NSDictionary* userInfo;
 - (void)raise;
 @end
 

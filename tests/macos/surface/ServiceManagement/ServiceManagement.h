@@ -4,7 +4,7 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
-typedef NS_ENUM(NSInteger, SMAppServiceStatus){
+typedef NS_ENUM(NSInteger, SMAppServiceStatus) {
     SMAppServiceStatusNotRegistered,
     SMAppServiceStatusEnabled,
     SMAppServiceStatusRequiresApproval,
@@ -13,8 +13,8 @@ typedef NS_ENUM(NSInteger, SMAppServiceStatus){
 
 API_AVAILABLE(macos(13.0))
 @interface SMAppService : NSObject
-@property (class, readonly, nonatomic) SMAppService* mainAppService;
-@property (readonly, nonatomic) SMAppServiceStatus status;
+@property(class, readonly, nonatomic) SMAppService* mainAppService;
+@property(readonly, nonatomic) SMAppServiceStatus status;
 - (BOOL)registerAndReturnError:(NSError* _Nullable* _Nullable)error;
 - (BOOL)unregisterAndReturnError:(NSError* _Nullable* _Nullable)error;
 - (void)unregisterWithCompletionHandler:(void (^)(NSError* _Nullable error))handler;

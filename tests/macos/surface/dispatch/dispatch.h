@@ -6,8 +6,8 @@
 
 // Objective-C sees these as objects, and ARC holds them.
 #define SURFACE_DISPATCH_OBJECT(name)                                                              \
-    @protocol OS_##name <NSObject>                                                                 \
-    @end                                                                                           \
+    @protocol OS_                                                                                  \
+    ##name<NSObject> @end                                                                          \
     typedef NSObject<OS_##name>* name##_t
 
 NS_ASSUME_NONNULL_BEGIN

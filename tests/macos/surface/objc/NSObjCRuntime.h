@@ -59,7 +59,7 @@
 typedef bool BOOL;
 typedef long NSInteger;
 typedef unsigned long NSUInteger;
-typedef NS_CLOSED_ENUM(NSInteger, NSComparisonResult){
+typedef NS_CLOSED_ENUM(NSInteger, NSComparisonResult) {
     NSOrderedAscending = -1L,
     NSOrderedSame,
     NSOrderedDescending,

@@ -8,13 +8,13 @@ NS_ASSUME_NONNULL_BEGIN
 
 @protocol NSObject
 - (BOOL)isEqual:(nullable id)object;
-@property (readonly) NSUInteger hash;
+@property(readonly) NSUInteger hash;
 - (Class)class;
 - (instancetype)self;
 - (BOOL)isKindOfClass:(Class)aClass;
 - (BOOL)conformsToProtocol:(Protocol*)aProtocol;
 - (BOOL)respondsToSelector:(SEL)aSelector;
-@property (readonly, copy) NSString* description;
+@property(readonly, copy) NSString* description;
 #if !__has_feature(objc_arc)
 - (instancetype)retain;
 - (oneway void)release;
@@ -23,7 +23,7 @@ NS_ASSUME_NONNULL_BEGIN
 @end
 
 __attribute__((objc_root_class))
-@interface NSObject <NSObject> {
+@interface NSObject<NSObject> {
     Class isa;
 }
 - (instancetype)init;
