@@ -17,15 +17,15 @@
 CF_ASSUME_NONNULL_BEGIN
 CF_IMPLICIT_BRIDGING_ENABLED
 
-// unconfirmed, and on no page that we have read.
+// On no page that we have read; in the Rust bindings "pub type Boolean = u8".
 typedef unsigned char Boolean;
-// unconfirmed, and on no page that we have read.
+// unconfirmed: on no page that we have read.
 typedef int32_t SInt32;
-// unconfirmed, and on no page that we have read.
+// unconfirmed: on no page that we have read.
 typedef uint32_t UInt32;
-// unconfirmed, and on no page that we have read.
+// On no page that we have read; in the Rust bindings "pub type OSType = FourCharCode".
 typedef uint32_t OSType;
-// unconfirmed, and on no page that we have read.
+// On no page that we have read; in the Rust bindings "pub type OSStatus = i32".
 typedef int32_t OSStatus;
 // corefoundation/cgfloat: "The basic type for floating-point scalar values in Core Graphics and
 // related frameworks."

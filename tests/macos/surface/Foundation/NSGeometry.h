@@ -26,26 +26,26 @@ FOUNDATION_EXPORT const NSSize NSZeroSize;
 // foundation/nszerorect: "An NSRect structure set to 0 in width and height."
 FOUNDATION_EXPORT const NSRect NSZeroRect;
 
-// unconfirmed, and on no page that we have read.
+// On no page that we have read; the bindings for Python have it, with as many arguments.
 static inline NSPoint NSMakePoint(CGFloat x, CGFloat y)
 {
     NSPoint point = {x, y};
     return point;
 }
-// unconfirmed, and on no page that we have read.
+// On no page that we have read; the bindings for Python have it, with as many arguments.
 static inline NSSize NSMakeSize(CGFloat w, CGFloat h)
 {
     NSSize size = {w, h};
     return size;
 }
-// unconfirmed, and on no page that we have read.
+// On no page that we have read; the bindings for Python have it, with as many arguments.
 static inline NSRect NSMakeRect(CGFloat x, CGFloat y, CGFloat w, CGFloat h)
 {
     NSRect rect = {{x, y}, {w, h}};
     return rect;
 }
 
-// unconfirmed, and on no page that we have read.
+// On no page that we have read; the bindings for Python have it, with as many arguments.
 static inline NSEdgeInsets NSEdgeInsetsMake(CGFloat top, CGFloat left, CGFloat bottom,
                                             CGFloat right)
 {

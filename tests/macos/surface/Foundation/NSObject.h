@@ -71,7 +71,7 @@ typedef struct _NSRange {
     NSUInteger location;
     NSUInteger length;
 } NSRange;
-// unconfirmed, and on no page that we have read.
+// On no page that we have read; the bindings for Python have it, with as many arguments.
 static inline NSRange NSMakeRange(NSUInteger loc, NSUInteger len)
 {
     NSRange range = {loc, len};
