@@ -1,7 +1,9 @@
 // What is compiled for macOS, with reference counting, runs here against stand-ins.
 
+#include "Recorder.h"
 #include "Runtime.h"
 
+#import <AppKit/NSPasteboard.h>
 #import <Foundation/Foundation.h>
 
 #include <cstdio>
@@ -9,6 +11,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -155,6 +158,27 @@ void values()
     expect(data.length == 3 && static_cast<const char*>(data.bytes)[2] == 'b', "bytes");
 }
 
+void recorded()
+{
+    NSPasteboard* pasteboard = NSPasteboard.generalPasteboard;
+    standins::taken();
+    [pasteboard clearContents];
+    [pasteboard setString:@"words" forType:NSPasteboardTypeString];
+    std::thread([=] {
+        @autoreleasepool {
+            (void)pasteboard.pasteboardItems;
+        }
+    }).join();
+    const std::vector<std::string> expected = {
+        "-[NSPasteboard clearContents]",
+        "-[NSPasteboard setString:forType:] words public.utf8-plain-text",
+        "-[NSPasteboardItem setData:forType:] public.utf8-plain-text",
+        "elsewhere: -[NSPasteboard pasteboardItems]",
+    };
+    expect(standins::taken() == expected, "calls are told in order, with their thread");
+    [pasteboard clearContents];
+}
+
 } // namespace
 
 int main()
@@ -164,12 +188,13 @@ int main()
         references();
         exceptions();
         values();
+        recorded();
         std::thread([] {
             @autoreleasepool {
                 references();
             }
         }).join();
     }
-    expect(standins::alive() == 0, "nothing is left in the end");
+    expect(standins::alive() == 2, "nothing is left in the end but the pasteboard and its list");
     return failures == 0 ? 0 : 1;
 }
