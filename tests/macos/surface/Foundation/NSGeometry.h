@@ -1,0 +1,66 @@
+#pragma once
+
+#include <CoreGraphics/CGGeometry.h>
+#include <Foundation/NSObject.h>
+
+NS_ASSUME_NONNULL_BEGIN
+
+// foundation/nspoint: "A point in a Cartesian coordinate system."
+typedef CGPoint NSPoint;
+// foundation/nssize: "A two-dimensional size."
+typedef CGSize NSSize;
+// foundation/nsrect: "A rectangle."
+typedef CGRect NSRect;
+// foundation/nsedgeinsets: "A description of the distance between the edges of two rectangles."
+typedef struct NSEdgeInsets {
+    CGFloat top;
+    CGFloat left;
+    CGFloat bottom;
+    CGFloat right;
+} NSEdgeInsets;
+
+// foundation/nszeropoint: "An `NSPoint` structure with both x and y coordinates set to `0`."
+FOUNDATION_EXPORT const NSPoint NSZeroPoint;
+// foundation/nszerosize: "An `NSSize` structure set to `0` in both dimensions."
+FOUNDATION_EXPORT const NSSize NSZeroSize;
+// foundation/nszerorect: "An NSRect structure set to 0 in width and height."
+FOUNDATION_EXPORT const NSRect NSZeroRect;
+
+// On no page that we have read; the bindings for Python have it, with as many arguments.
+static inline NSPoint NSMakePoint(CGFloat x, CGFloat y)
+{
+    NSPoint point = {x, y};
+    return point;
+}
+// On no page that we have read; the bindings for Python have it, with as many arguments.
+static inline NSSize NSMakeSize(CGFloat w, CGFloat h)
+{
+    NSSize size = {w, h};
+    return size;
+}
+// On no page that we have read; the bindings for Python have it, with as many arguments.
+static inline NSRect NSMakeRect(CGFloat x, CGFloat y, CGFloat w, CGFloat h)
+{
+    NSRect rect = {{x, y}, {w, h}};
+    return rect;
+}
+
+// On no page that we have read; the bindings for Python have it, with as many arguments.
+static inline NSEdgeInsets NSEdgeInsetsMake(CGFloat top, CGFloat left, CGFloat bottom,
+                                            CGFloat right)
+{
+    NSEdgeInsets insets = {top, left, bottom, right};
+    return insets;
+}
+
+// foundation/1391158-nsequalrects: "Returns a Boolean value that indicates whether the two
+// rectangles are equal."
+FOUNDATION_EXPORT BOOL NSEqualRects(NSRect aRect, NSRect bRect);
+// foundation/1391283-nsmouseinrect: "Returns a Boolean value that indicates whether the point is
+// in the specified rectangle."
+FOUNDATION_EXPORT BOOL NSMouseInRect(NSPoint aPoint, NSRect aRect, BOOL flipped);
+// foundation/1391317-nspointinrect: "Returns a Boolean value that indicates whether a given point
+// is in a given rectangle."
+FOUNDATION_EXPORT BOOL NSPointInRect(NSPoint aPoint, NSRect aRect);
+
+NS_ASSUME_NONNULL_END
