@@ -69,7 +69,7 @@ private:
 bool MacAppearance::isDark() const
 {
     NSArray<NSAppearanceName>* const known =
-        [NSArray arrayWithObjects:NSAppearanceNameAqua, NSAppearanceNameDarkAqua, nil];
+        @[ NSAppearanceNameAqua, NSAppearanceNameDarkAqua ];
     NSAppearance* const appearance = [NSApp effectiveAppearance];
     return [[appearance bestMatchFromAppearancesWithNames:known]
                isEqualToString:NSAppearanceNameDarkAqua] != NO;

@@ -86,17 +86,23 @@ inline MLMultiArray* coreArray(const MultiArray& array, NSError** error)
                       error:error]);
 }
 
-/// The same elements where Core ML has left them, by its strides; nothing when there is no array,
-/// or of elements that `MultiArray` does not have.
+/// A copy of the elements as Core ML has left them, by its strides, for it gives its memory away no
+/// longer than for a look; nothing when there is no array, or of elements that `MultiArray` does
+/// not have.
 inline std::optional<MultiArray> arrayOf(MLMultiArray* array)
 {
     const auto type = array != nil ? elementType(array.dataType) : std::nullopt;
     if (!type) {
         return std::nullopt;
     }
-    const auto held = std::make_shared<Ref<MLMultiArray>>(array);
-    const std::shared_ptr<std::byte> memory(held, static_cast<std::byte*>(array.dataPointer));
-    return MultiArray(*type, numbersOf(array.shape), numbersOf(array.strides), memory);
+    auto bytes = std::make_shared<std::vector<std::byte>>();
+    auto& copy = *bytes;
+    [array getBytesWithHandler:^(const void* memory, NSInteger size) {
+      const auto* const first = static_cast<const std::byte*>(memory);
+      copy.assign(first, first + size);
+    }];
+    return MultiArray(*type, numbersOf(array.shape), numbersOf(array.strides),
+                      std::shared_ptr<std::byte>(bytes, copy.data()));
 }
 
 } // namespace vorlin

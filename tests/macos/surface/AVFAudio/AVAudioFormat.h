@@ -34,6 +34,21 @@ typedef NS_ENUM(NSUInteger, AVAudioCommonFormat) {
     AVAudioPCMFormatInt32 = 4,
 };
 
+// coreaudiotypes/audiochannellayouttag: "AudioChannelLayoutTag"
+typedef UInt32 AudioChannelLayoutTag;
+enum : AudioChannelLayoutTag {
+    // unconfirmed: coreaudiotypes/kaudiochannellayouttag_discreteinorder: the number of channels
+    // is to be added
+    kAudioChannelLayoutTag_DiscreteInOrder = (147U << 16) | 0,
+};
+
+// avfaudio/avaudiochannellayout: "An object that describes the roles of a set of audio channels."
+@interface AVAudioChannelLayout : NSObject <NSSecureCoding>
+// avfaudio/avaudiochannellayout/init(layouttag:): "Creates an audio channel layout object from a
+// layout tag."
+- (nullable instancetype)initWithLayoutTag:(AudioChannelLayoutTag)layoutTag;
+@end
+
 // avfaudio/avaudioformat: "An object that describes the representation of an audio format."
 @interface AVAudioFormat : NSObject <NSSecureCoding>
 // avfaudio/avaudioformat/init(standardformatwithsamplerate:channels:): "Creates an audio format
@@ -46,6 +61,13 @@ typedef NS_ENUM(NSUInteger, AVAudioCommonFormat) {
                                    sampleRate:(double)sampleRate
                                      channels:(AVAudioChannelCount)channels
                                   interleaved:(BOOL)interleaved;
+// avfaudio/avaudioformat/init(commonformat:samplerate:interleaved:channellayout:): "Creates an
+// audio format instance with the specified audio format, sample rate, interleaved state, and
+// channel layout."
+- (instancetype)initWithCommonFormat:(AVAudioCommonFormat)format
+                          sampleRate:(double)sampleRate
+                         interleaved:(BOOL)interleaved
+                       channelLayout:(AVAudioChannelLayout*)layout;
 // avfaudio/avaudioformat/isstandard: "A Boolean value that indicates whether the format is in a
 // deinterleaved native-endian float state."
 @property(nonatomic, readonly, getter=isStandard) BOOL standard;

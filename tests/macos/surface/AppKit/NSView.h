@@ -42,6 +42,8 @@ typedef NS_ENUM(NSInteger, NSWindowOrderingMode) {
 @property(nullable, readonly, unsafe_unretained) NSView* superview;
 // appkit/nsview/subviews: "The array of views embedded in the current view."
 @property(copy) NSArray<__kindof NSView*>* subviews;
+// appkit/nsview/tooltip: "The text for the view’s tooltip."
+@property(nullable, copy) NSString* toolTip;
 // appkit/nsview/ishidden: "A Boolean value indicating whether the view is hidden."
 @property(getter=isHidden) BOOL hidden;
 // appkit/nsview/frame: "The view’s frame rectangle, which defines its position and size in its

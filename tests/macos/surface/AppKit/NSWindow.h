@@ -4,6 +4,10 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
+// appkit/nswindow/didresignkeynotification: "A notification that the window object resigned its
+// status as key window."
+APPKIT_EXTERN NSNotificationName NSWindowDidResignKeyNotification;
+
 @class NSColor;
 @class NSScreen;
 
@@ -171,6 +175,9 @@ static const NSWindowLevel NSStatusWindowLevel = 25;
 @property BOOL worksWhenModal;
 @end
 
+// appkit/nsdevicedescriptionkey: "These constants are the keys for device description
+// dictionaries."
+typedef NSString* NSDeviceDescriptionKey NS_TYPED_ENUM;
 // appkit/nsscreen: "An object that describes the attributes of a computer’s monitor or screen."
 @interface NSScreen : NSObject
 // appkit/nsscreen/screens: "Returns an array of screen objects representing all of the screens
@@ -178,6 +185,8 @@ static const NSWindowLevel NSStatusWindowLevel = 25;
 @property(class, readonly, copy) NSArray<NSScreen*>* screens;
 // appkit/nsscreen/main: "Returns the screen object containing the window with the keyboard focus."
 @property(class, readonly, nullable, strong) NSScreen* mainScreen;
+// appkit/nsscreen/devicedescription: "The device dictionary for the screen."
+@property(readonly, copy) NSDictionary<NSDeviceDescriptionKey, id>* deviceDescription;
 // appkit/nsscreen/frame: "The dimensions and location of the screen."
 @property(readonly) NSRect frame;
 // appkit/nsscreen/visibleframe: "The current location and dimensions of the visible screen."

@@ -91,6 +91,9 @@ typedef NSString* NSSoundName NS_TYPED_EXTENSIBLE_ENUM;
 // appkit/nssavepanel/cancreatedirectories: "A Boolean value that indicates whether the panel
 // displays UI for creating directories."
 @property BOOL canCreateDirectories;
+// appkit/nssavepanel/cancel(_:): "The action method that the panel calls when the user clicks the
+// Cancel button."
+- (void)cancel:(nullable id)sender;
 // appkit/nssavepanel/runmodal(): "Displays the panel and begins its event loop with the current
 // working (or last-selected) directory as the default starting point."
 - (NSModalResponse)runModal;

@@ -45,6 +45,32 @@ typedef NS_ENUM(NSInteger, MLFeatureType) {
 + (instancetype)featureValueWithMultiArray:(MLMultiArray*)value;
 @end
 
+// coreml/mlmultiarrayshapeconstrainttype: "The possible types of shape constraints."
+typedef NS_ENUM(NSInteger, MLMultiArrayShapeConstraintType) {
+    // coreml/mlmultiarrayshapeconstrainttype/unspecified: "The constraint type is undefined."
+    // unconfirmed: its number
+    MLMultiArrayShapeConstraintTypeUnspecified = 1,
+    // coreml/mlmultiarrayshapeconstrainttype/enumerated: "The constraint is an array of allowed
+    // shapes." unconfirmed: its number
+    MLMultiArrayShapeConstraintTypeEnumerated = 2,
+    // coreml/mlmultiarrayshapeconstrainttype/range: "The constraint is a set of ranges allowed for
+    // the array shape." unconfirmed: its number
+    MLMultiArrayShapeConstraintTypeRange = 3,
+};
+
+// coreml/mlmultiarrayshapeconstraint: "The lists of shapes or ranges of shapes that constrain a
+// multiarray feature."
+@interface MLMultiArrayShapeConstraint : NSObject <NSSecureCoding>
+// coreml/mlmultiarrayshapeconstraint/type: "The type of the shape constraint."
+@property(readonly, nonatomic) MLMultiArrayShapeConstraintType type;
+// coreml/mlmultiarrayshapeconstraint/sizerangefordimension: "The allowable range for a dimention of
+// the multiarray."
+@property(readonly, nonatomic) NSArray<NSValue*>* sizeRangeForDimension;
+// coreml/mlmultiarrayshapeconstraint/enumeratedshapes: "Array of allowed shapes for a multiarray
+// feature."
+@property(readonly, nonatomic) NSArray<NSArray<NSNumber*>*>* enumeratedShapes;
+@end
+
 // coreml/mlmultiarrayconstraint: "The shape and data type constraints for a multidimensional array
 // feature."
 @interface MLMultiArrayConstraint : NSObject
@@ -52,6 +78,8 @@ typedef NS_ENUM(NSInteger, MLFeatureType) {
 @property(readonly, nonatomic) NSArray<NSNumber*>* shape;
 // coreml/mlmultiarrayconstraint/datatype: "The type for the multi array."
 @property(readonly, nonatomic) MLMultiArrayDataType dataType;
+// coreml/mlmultiarrayconstraint/shapeconstraint: "The constraint on the shape of the multiarray."
+@property(readonly, nonatomic) MLMultiArrayShapeConstraint* shapeConstraint;
 @end
 
 // coreml/mlfeaturedescription: "The name, type, and constraints of an input or output feature."

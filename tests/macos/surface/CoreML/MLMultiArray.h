@@ -64,9 +64,8 @@ typedef NS_ENUM(NSInteger, MLMultiArrayDataType) {
 @interface MLMultiArray (ScopedBufferAccess)
 // coreml/mlmultiarray/getbyteswithhandler:: "Get the underlying buffer pointer to read."
 - (void)getBytesWithHandler:(void(NS_NOESCAPE ^)(const void* bytes, NSInteger size))handler
-    // coreml/mlmultiarray/getmutablebyteswithhandler:: "Get the underlying buffer pointer to
-    // mutate."
     API_AVAILABLE(macos(12.3));
+// coreml/mlmultiarray/getmutablebyteswithhandler:: "Get the underlying buffer pointer to mutate."
 - (void)getMutableBytesWithHandler:
     (void(NS_NOESCAPE ^)(void* mutableBytes, NSInteger size, NSArray<NSNumber*>* strides))handler
     API_AVAILABLE(macos(12.3));

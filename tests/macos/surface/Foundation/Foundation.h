@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Foundation/NSAppleEvents.h>
 #include <Foundation/NSCollections.h>
 #include <Foundation/NSFiles.h>
 #include <Foundation/NSGeometry.h>

@@ -113,6 +113,13 @@ FOUNDATION_EXPORT NSNotificationName const NSUserDefaultsDidChangeNotification;
 // foundation/distributednotificationcenter/1412063-default: "Returns the default distributed
 // notification center, representing the local notification center for the computer."
 + (NSDistributedNotificationCenter*)defaultCenter;
+// foundation/distributednotificationcenter/postnotificationname(_:object:userinfo:deliverimmediately:):
+// "Creates a notification with information and an immediate-delivery specifier, and posts it to
+// the receiver."
+- (void)postNotificationName:(NSNotificationName)name
+                      object:(nullable NSString*)object
+                    userInfo:(nullable NSDictionary*)userInfo
+          deliverImmediately:(BOOL)deliverImmediately;
 @end
 
 // foundation/operationqueue: "A queue that regulates the execution of operations."

@@ -13,6 +13,11 @@ NS_ASSUME_NONNULL_BEGIN
 @property(readonly) const char* objCType NS_RETURNS_INNER_POINTER;
 @end
 
+@interface NSValue (NSValueRangeExtensions)
+// foundation/nsvalue/rangevalue: "The Foundation range structure representation of the value."
+@property(readonly) NSRange rangeValue;
+@end
+
 // foundation/nsnumber: "An object wrapper for primitive scalar numeric values."
 @interface NSNumber : NSValue
 // foundation/nsnumber/1407153-intvalue: "The number object's value expressed as an int, converted
