@@ -32,6 +32,9 @@ TextInserter::~TextInserter()
 
 void TextInserter::anticipate()
 {
+    if (pasteboard.isAtHand()) {
+        return; // what is put back is what is found when the text is pasted
+    }
     watching = ++watches;
     ahead.clear();
     watchIn(Duration::zero());
@@ -52,9 +55,6 @@ void TextInserter::watchIn(Duration delay)
 void TextInserter::watch()
 {
     const PasteSource source = focus.pasteChord().source;
-    if (pasteboard.use(source) == PasteboardUse::untracked) {
-        return; // what is put back is what is found when the text is pasted
-    }
     const auto known = ahead.find(source);
     const bool stale =
         known == ahead.end() || known->second.changeCount != pasteboard.changeCount(source);
