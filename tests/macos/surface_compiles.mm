@@ -13,7 +13,7 @@
 #import <QuartzCore/QuartzCore.h>
 #import <ServiceManagement/ServiceManagement.h>
 #import <TargetConditionals.h>
-#import <dispatch/dispatch.h>
+#import <pthread/qos.h>
 
 #include "Async/MainLoop.h"
 #include "Ports/Ports.h"
@@ -82,8 +82,8 @@ NSPanel* shown()
     return panel;
 }
 
-std::string heard(AVAudioEngine* engine, dispatch_queue_t queue);
-std::string heard(AVAudioEngine* engine, dispatch_queue_t queue)
+std::string heard(AVAudioEngine* engine);
+std::string heard(AVAudioEngine* engine)
 {
     @autoreleasepool {
         AVAudioInputNode* input = engine.inputNode;
@@ -92,9 +92,7 @@ std::string heard(AVAudioEngine* engine, dispatch_queue_t queue)
                         bufferSize:2048
                             format:[input outputFormatForBus:0]
                              block:^(AVAudioPCMBuffer* buffer, AVAudioTime* /*when*/) {
-                               dispatch_async(queue, ^{
-                                 buffer.frameLength = 0;
-                               });
+                               buffer.frameLength = 0;
                              }];
         } @catch (NSException* exception) {
             return exception.reason == nil ? text(exception.name) : text(exception.reason);

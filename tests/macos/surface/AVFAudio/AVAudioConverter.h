@@ -46,10 +46,6 @@ typedef AVAudioBuffer* _Nullable (^AVAudioConverterInputBlock)(
                                toFormat:(AVAudioFormat*)toFormat;
 // avfaudio/avaudioconverter/reset(): "Resets the converter so you can convert a new audio stream."
 - (void)reset;
-// avfaudio/avaudioconverter/inputformat: "The format of the input audio stream."
-@property(nonatomic, readonly) AVAudioFormat* inputFormat;
-// avfaudio/avaudioconverter/outputformat: "The format of the output audio stream."
-@property(nonatomic, readonly) AVAudioFormat* outputFormat;
 // avfaudio/avaudioconverter/convert(to:error:withinputfrom:): "Performs a conversion between audio
 // formats, if the system supports it."
 - (AVAudioConverterOutputStatus)convertToBuffer:(AVAudioBuffer*)outputBuffer

@@ -9,8 +9,6 @@ typedef void (^AVAudioNodeTapBlock)(AVAudioPCMBuffer* buffer, AVAudioTime* when)
 
 // avfaudio/avaudionode: "An object you use for audio generation, processing, or an I/O block."
 @interface AVAudioNode : NSObject
-// avfaudio/avaudionode/inputformat(forbus:): "Gets the input format for the bus you specify."
-- (AVAudioFormat*)inputFormatForBus:(AVAudioNodeBus)bus;
 // avfaudio/avaudionode/outputformat(forbus:): "Retrieves the output format for the bus you
 // specify."
 - (AVAudioFormat*)outputFormatForBus:(AVAudioNodeBus)bus;

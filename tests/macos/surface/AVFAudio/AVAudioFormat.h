@@ -6,8 +6,6 @@ NS_ASSUME_NONNULL_BEGIN
 
 // avfaudio/avaudioframecount: "A number of audio sample frames."
 typedef uint32_t AVAudioFrameCount;
-// avfaudio/avaudioframeposition: "A position in an audio file or stream."
-typedef int64_t AVAudioFramePosition;
 // avfaudio/avaudiopacketcount: "The number of packets of audio data."
 typedef uint32_t AVAudioPacketCount;
 // avfaudio/avaudiochannelcount: "The number of audio channels."
@@ -51,10 +49,6 @@ enum : AudioChannelLayoutTag {
 
 // avfaudio/avaudioformat: "An object that describes the representation of an audio format."
 @interface AVAudioFormat : NSObject <NSSecureCoding>
-// avfaudio/avaudioformat/init(standardformatwithsamplerate:channels:): "Creates an audio format
-// instance with the specified sample rate and channel count."
-- (nullable instancetype)initStandardFormatWithSampleRate:(double)sampleRate
-                                                 channels:(AVAudioChannelCount)channels;
 // avfaudio/avaudioformat/init(commonformat:samplerate:channels:interleaved:): "Creates an audio
 // format instance."
 - (nullable instancetype)initWithCommonFormat:(AVAudioCommonFormat)format
@@ -68,9 +62,6 @@ enum : AudioChannelLayoutTag {
                           sampleRate:(double)sampleRate
                          interleaved:(BOOL)interleaved
                        channelLayout:(AVAudioChannelLayout*)layout;
-// avfaudio/avaudioformat/isstandard: "A Boolean value that indicates whether the format is in a
-// deinterleaved native-endian float state."
-@property(nonatomic, readonly, getter=isStandard) BOOL standard;
 // avfaudio/avaudioformat/commonformat: "The common format identifier instance."
 @property(nonatomic, readonly) AVAudioCommonFormat commonFormat;
 // avfaudio/avaudioformat/channelcount: "The number of channels of audio data."
@@ -114,11 +105,6 @@ enum : AudioChannelLayoutTag {
 
 // avfaudio/avaudiotime: "An object you use to represent a moment in time."
 @interface AVAudioTime : NSObject
-// avfaudio/avaudiotime/hosttime: "The host time."
-@property(nonatomic, readonly) uint64_t hostTime;
-// avfaudio/avaudiotime/sampletime: "The time as a number of audio samples that the current audio
-// device tracks."
-@property(nonatomic, readonly) AVAudioFramePosition sampleTime;
 @end
 
 NS_ASSUME_NONNULL_END

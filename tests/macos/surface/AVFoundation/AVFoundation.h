@@ -32,10 +32,6 @@ typedef NS_ENUM(NSInteger, AVAuthorizationStatus) {
 // avfoundation/avcapturedevice/authorizationstatus(for:): "Returns an authorization status that
 // indicates whether the user grants the app permission to capture media of a particular type."
 + (AVAuthorizationStatus)authorizationStatusForMediaType:(AVMediaType)mediaType;
-// avfoundation/avcapturedevice/requestaccess(for:completionhandler:): "Requests the user’s
-// permission to allow the app to capture media of a particular type."
-+ (void)requestAccessForMediaType:(AVMediaType)mediaType
-                completionHandler:(void (^)(BOOL granted))handler;
 @end
 
 NS_ASSUME_NONNULL_END

@@ -11,14 +11,6 @@ NS_ASSUME_NONNULL_BEGIN
 // appkit/nscontrol/statevalue: "A constant that indicates whether a control is on, off, or in a
 // mixed state."
 typedef NSInteger NSControlStateValue NS_TYPED_EXTENSIBLE_ENUM;
-// appkit/nscontrol/statevalue/mixed: "A constant value that indicates a control is in a mixed
-// state, neither on nor off."
-static const NSControlStateValue NSControlStateValueMixed = -1;
-// appkit/nscontrol/statevalue/off: "A constant value that indicates a control is off or
-// unselected."
-static const NSControlStateValue NSControlStateValueOff = 0;
-// appkit/nscontrol/statevalue/on: "A constant value that indicates a control is on or selected."
-static const NSControlStateValue NSControlStateValueOn = 1;
 
 // appkit/nsmenu: "An object that manages an app’s menus."
 @interface NSMenu : NSObject <NSCopying, NSUserInterfaceItemIdentification>
@@ -27,49 +19,19 @@ static const NSControlStateValue NSControlStateValueOn = 1;
 - (instancetype)initWithTitle:(NSString*)title NS_DESIGNATED_INITIALIZER;
 // appkit/nsmenu/title: "The title of the menu."
 @property(copy) NSString* title;
-// appkit/nsmenu/delegate: "The delegate of the menu."
-@property(nullable, weak) id<NSMenuDelegate> delegate;
 // appkit/nsmenu/autoenablesitems: "Indicates whether the menu automatically enables and disables
 // its menu items."
 @property BOOL autoenablesItems;
-// appkit/nsmenu/numberofitems: "The number of menu items in the menu, including separator items."
-@property(readonly) NSInteger numberOfItems;
-// appkit/nsmenu/items: "An array containing the menu items in the menu."
-@property(copy) NSArray<NSMenuItem*>* itemArray;
 // appkit/nsmenu/additem(_:): "Adds a menu item to the end of the menu."
 - (void)addItem:(NSMenuItem*)newItem;
-// appkit/nsmenu/insertitem(_:at:): "Inserts a menu item into the menu at a specific location."
-- (void)insertItem:(NSMenuItem*)newItem atIndex:(NSInteger)index;
-// appkit/nsmenu/additem(withtitle:action:keyequivalent:): "Creates a new menu item and adds it to
-// the end of the menu."
-- (NSMenuItem*)addItemWithTitle:(NSString*)string
-                         action:(nullable SEL)selector
-                  keyEquivalent:(NSString*)charCode;
-// appkit/nsmenu/removeitem(_:): "Removes a menu item from the menu."
-- (void)removeItem:(NSMenuItem*)item;
 // appkit/nsmenu/removeallitems(): "Removes all the menu items in the menu."
 - (void)removeAllItems;
-// appkit/nsmenu/item(at:): "Returns the menu item at a specific location of the menu."
-- (nullable NSMenuItem*)itemAtIndex:(NSInteger)index;
-// appkit/nsmenu/update(): "Enables or disables the menu items of the menu based on the
-// NSMenuValidation informal protocol and sizes the menu to fit its current menu items if
-// necessary."
-- (void)update;
-// appkit/nsmenu/canceltracking(): "Dismisses the menu and ends all menu tracking."
-- (void)cancelTracking;
 @end
 
 // appkit/nsmenudelegate: "The optional methods implemented by delegates of NSMenu objects to
 // manage menu display and handle some events."
 @protocol NSMenuDelegate <NSObject>
 @optional
-// appkit/nsmenudelegate/menuneedsupdate(_:): "Invoked when a menu is about to be displayed at the
-// start of a tracking session."
-- (void)menuNeedsUpdate:(NSMenu*)menu;
-// appkit/nsmenudelegate/menuwillopen(_:): "Invoked when a menu is about to open."
-- (void)menuWillOpen:(NSMenu*)menu;
-// appkit/nsmenudelegate/menudidclose(_:): "Invoked after a menu closed."
-- (void)menuDidClose:(NSMenu*)menu;
 @end
 
 // appkit/nsmenuitem: "A command item in an app menu."
@@ -89,26 +51,18 @@ static const NSControlStateValue NSControlStateValueOn = 1;
 @property(readonly, getter=isSeparatorItem) BOOL separatorItem;
 // appkit/nsmenuitem/keyequivalent: "The menu item’s unmodified key equivalent."
 @property(copy) NSString* keyEquivalent;
-// appkit/nsmenuitem/keyequivalentmodifiermask: "The menu item’s keyboard equivalent modifiers."
-@property NSEventModifierFlags keyEquivalentModifierMask;
 // appkit/nsmenuitem/image: "The menu item’s image."
 @property(nullable, strong) NSImage* image;
 // appkit/nsmenuitem/state: "The state of the menu item."
 @property NSControlStateValue state;
 // appkit/nsmenuitem/isenabled: "A Boolean value that indicates whether the menu item is enabled."
 @property(getter=isEnabled) BOOL enabled;
-// appkit/nsmenuitem/ishidden: "A Boolean value that indicates whether the menu item is hidden."
-@property(getter=isHidden) BOOL hidden;
 // appkit/nsmenuitem/target: "The menu item’s target."
 @property(nullable, weak) id target;
 // appkit/nsmenuitem/action: "The menu item’s action-method selector."
 @property(nullable) SEL action;
-// appkit/nsmenuitem/tag: "The menu item’s tag."
-@property NSInteger tag;
 // appkit/nsmenuitem/representedobject: "The object represented by the menu item."
 @property(nullable, strong) id representedObject;
-// appkit/nsmenuitem/submenu: "The submenu of the menu item."
-@property(nullable, strong) NSMenu* submenu;
 @end
 
 // appkit/nscontrol: "A specialized view, such as a button or text field, that notifies your app of
@@ -140,9 +94,6 @@ static const NSControlStateValue NSControlStateValueOn = 1;
 // appkit/nsstatusitem/variablelength: "A status item length that dynamically adjusts to the width
 // of its contents."
 static const CGFloat NSVariableStatusItemLength = -1.0;
-// appkit/nsstatusitem/squarelength: "A status item length that is equal to the status bar’s
-// thickness."
-static const CGFloat NSSquareStatusItemLength = -2.0;
 
 // appkit/nsstatusitem: "An individual element displayed in the system menu bar."
 @interface NSStatusItem : NSObject
@@ -156,9 +107,6 @@ static const CGFloat NSSquareStatusItemLength = -2.0;
 // appkit/nsstatusitem/isvisible: "A Boolean value indicating if the menu bar currently displays
 // the status item."
 @property(getter=isVisible) BOOL visible;
-// appkit/nsstatusitem/autosavename-swift.property: "A unique name for saving and restoring
-// information about a status item."
-@property(null_resettable, copy) NSString* autosaveName;
 @end
 
 // appkit/nsstatusbar: "An object that manages a collection of status items displayed within the

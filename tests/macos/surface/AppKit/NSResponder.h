@@ -35,17 +35,10 @@ APPKIT_EXTERN NSAppearanceName const NSAppearanceNameDarkAqua;
 @interface NSAppearance : NSObject
 // appkit/nsappearance/name-swift.property: "The name of the appearance."
 @property(readonly, copy) NSAppearanceName name;
-// appkit/nsappearance/init(named:): "Creates an appearance object based on the name of one of the
-// standard system appearances."
-+ (nullable NSAppearance*)appearanceNamed:(NSAppearanceName)name;
 // appkit/nsappearance/bestmatch(from:): "Returns the appearance name that most closely matches the
 // current appearance object."
 - (nullable NSAppearanceName)bestMatchFromAppearancesWithNames:
     (NSArray<NSAppearanceName>*)appearances;
-// appkit/nsappearance/performascurrentdrawingappearance(_:): "Sets the appearance to be the active
-// drawing appearance and perform the specified block."
-- (void)performAsCurrentDrawingAppearance:(void(NS_NOESCAPE ^)(void))block
-    API_AVAILABLE(macos(11.0));
 @end
 
 // appkit/nsappearancecustomization: "A set of methods for getting and setting the appearance
@@ -70,14 +63,9 @@ APPKIT_EXTERN NSAppearanceName const NSAppearanceNameDarkAqua;
 // appkit/nsanimationcontext: "An animation context, which contains information about environment
 // and state."
 @interface NSAnimationContext : NSObject
-// appkit/nsanimationcontext/current: "Returns the current animation context."
-@property(class, readonly, strong) NSAnimationContext* currentContext;
 // appkit/nsanimationcontext/duration: "The duration used by animations created as a result of
 // setting new values for an animatable property."
 @property NSTimeInterval duration;
-// appkit/nsanimationcontext/allowsimplicitanimation: "Determine if animations are enabled or not
-// for animations that occur as a result of another property change."
-@property BOOL allowsImplicitAnimation;
 // appkit/nsanimationcontext/completionhandler: "A completion Block that is called when the
 // animations in the grouping are completed."
 @property(nullable, copy) void (^completionHandler)(void);
@@ -88,10 +76,6 @@ APPKIT_EXTERN NSAppearanceName const NSAppearanceNameDarkAqua;
         completionHandler:(nullable void (^)(void))completionHandler;
 // appkit/nsanimationcontext/runanimationgroup(_:): "runAnimationGroup(_:)"
 + (void)runAnimationGroup:(void(NS_NOESCAPE ^)(NSAnimationContext* context))changes;
-// appkit/nsanimationcontext/begingrouping(): "Creates a new animation grouping."
-+ (void)beginGrouping;
-// appkit/nsanimationcontext/endgrouping(): "Ends the current animation grouping."
-+ (void)endGrouping;
 @end
 
 NS_ASSUME_NONNULL_END

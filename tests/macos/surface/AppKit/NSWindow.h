@@ -71,10 +71,6 @@ typedef NS_OPTIONS(NSUInteger, NSWindowCollectionBehavior) {
 };
 // appkit/nswindow/level-swift.struct: "The standard window levels in macOS."
 typedef NSInteger NSWindowLevel NS_TYPED_EXTENSIBLE_ENUM;
-// appkit/nswindow/level-swift.struct/normal: "The default level for NSWindow objects."
-static const NSWindowLevel NSNormalWindowLevel = 0;
-// appkit/nswindow/level-swift.struct/floating: "Useful for floating palettes."
-static const NSWindowLevel NSFloatingWindowLevel = 3;
 // appkit/nswindow/level-swift.struct/statusbar: "The level for a status window."
 static const NSWindowLevel NSStatusWindowLevel = 25;
 
@@ -102,18 +98,6 @@ static const NSWindowLevel NSStatusWindowLevel = 25;
 // appkit/nswindow/isvisible: "A Boolean value that indicates whether the window is visible
 // onscreen (even when it’s obscured by other windows)."
 @property(readonly, getter=isVisible) BOOL visible;
-// appkit/nswindow/iskeywindow: "A Boolean value that indicates whether the window is the key
-// window for the application."
-@property(readonly, getter=isKeyWindow) BOOL keyWindow;
-// appkit/nswindow/isonactivespace: "A Boolean value that indicates whether the window is on the
-// currently active space."
-@property(readonly, getter=isOnActiveSpace) BOOL onActiveSpace;
-// appkit/nswindow/isreleasedwhenclosed: "A Boolean value that indicates whether the window is
-// released when it receives the close message."
-@property(getter=isReleasedWhenClosed) BOOL releasedWhenClosed;
-// appkit/nswindow/hidesondeactivate: "A Boolean value that indicates whether the window is removed
-// from the screen when its application becomes inactive."
-@property BOOL hidesOnDeactivate;
 // appkit/nswindow/backgroundcolor: "The color of the window’s background."
 @property(nullable, copy) NSColor* backgroundColor;
 // appkit/nswindow/level-swift.property: "The window level of the window."
@@ -127,9 +111,6 @@ static const NSWindowLevel NSStatusWindowLevel = 25;
 // appkit/nswindow/ignoresmouseevents: "A Boolean value that indicates whether the window is
 // transparent to mouse events."
 @property BOOL ignoresMouseEvents;
-// appkit/nswindow/canhide: "A Boolean value that indicates whether the window can hide when its
-// application becomes hidden."
-@property BOOL canHide;
 // appkit/nswindow/collectionbehavior-swift.property: "A value that identifies the window’s
 // behavior in window collections."
 @property NSWindowCollectionBehavior collectionBehavior;
@@ -143,9 +124,6 @@ static const NSWindowLevel NSStatusWindowLevel = 25;
 // appkit/nswindow/orderfrontregardless(): "Moves the window to the front of its level, even if its
 // application isn’t active, without changing either the key window or the main window."
 - (void)orderFrontRegardless;
-// appkit/nswindow/orderfront(_:): "Moves the window to the front of its level in the screen list,
-// without changing either the key window or the main window."
-- (void)orderFront:(nullable id)sender;
 // appkit/nswindow/orderout(_:): "Removes the window from the screen list, which hides the window."
 - (void)orderOut:(nullable id)sender;
 // appkit/nswindow/makekeyandorderfront(_:): "Moves the window to the front of the screen list,
@@ -153,26 +131,11 @@ static const NSWindowLevel NSStatusWindowLevel = 25;
 - (void)makeKeyAndOrderFront:(nullable id)sender;
 // appkit/nswindow/close(): "Removes the window from the screen."
 - (void)close;
-// appkit/nswindow/displayifneeded(): "Passes a display message down the window’s view hierarchy,
-// thus redrawing all views that need displaying."
-- (void)displayIfNeeded;
-// appkit/nswindow/invalidateshadow(): "Invalidates the window shadow so that it is recomputed
-// based on the current window shape."
-- (void)invalidateShadow;
 @end
 
 // appkit/nspanel: "A special kind of window that typically performs a function that is auxiliary
 // to the main window."
 @interface NSPanel : NSWindow
-// appkit/nspanel/isfloatingpanel: "A Boolean value that indicates whether the receiver is a
-// floating panel."
-@property(getter=isFloatingPanel) BOOL floatingPanel;
-// appkit/nspanel/becomeskeyonlyifneeded: "A Boolean value that indicates whether the receiver
-// becomes the key window only when needed."
-@property BOOL becomesKeyOnlyIfNeeded;
-// appkit/nspanel/workswhenmodal: "A Boolean value that indicates whether the panel receives
-// keyboard and mouse events even when some other window is being run modally."
-@property BOOL worksWhenModal;
 @end
 
 // appkit/nsdevicedescriptionkey: "These constants are the keys for device description
@@ -193,8 +156,6 @@ typedef NSString* NSDeviceDescriptionKey NS_TYPED_ENUM;
 @property(readonly) NSRect visibleFrame;
 // appkit/nsscreen/backingscalefactor: "The backing store pixel scale factor for the screen."
 @property(readonly) CGFloat backingScaleFactor;
-// appkit/nsscreen/localizedname: "The localized name of the display."
-@property(readonly, copy) NSString* localizedName;
 @end
 
 NS_ASSUME_NONNULL_END

@@ -8,24 +8,9 @@ NS_ASSUME_NONNULL_BEGIN
 // appkit/nsworkspace/willsleepnotification: "A notification that the workspace posts before the
 // device goes to sleep."
 APPKIT_EXTERN NSNotificationName NSWorkspaceWillSleepNotification;
-// appkit/nsworkspace/didwakenotification: "A notification that the workspace posts when the device
-// wakes from sleep."
-APPKIT_EXTERN NSNotificationName NSWorkspaceDidWakeNotification;
-// appkit/nsworkspace/screensdidsleepnotification: "A notification that the workspace posts when
-// the device’s screen goes to sleep."
-APPKIT_EXTERN NSNotificationName NSWorkspaceScreensDidSleepNotification;
-// appkit/nsworkspace/screensdidwakenotification: "A notification that the workspace posts when the
-// device’s screens wake."
-APPKIT_EXTERN NSNotificationName NSWorkspaceScreensDidWakeNotification;
-// appkit/nsworkspace/sessiondidbecomeactivenotification: "A notification that the workspace posts
-// after a user session switches in."
-APPKIT_EXTERN NSNotificationName NSWorkspaceSessionDidBecomeActiveNotification;
 // appkit/nsworkspace/sessiondidresignactivenotification: "A notification that the workspace posts
 // before a user session switches out."
 APPKIT_EXTERN NSNotificationName NSWorkspaceSessionDidResignActiveNotification;
-// appkit/nsworkspace/willpoweroffnotification: "A notification that the workspace posts when the
-// user requests a logout or powers off the device."
-APPKIT_EXTERN NSNotificationName NSWorkspaceWillPowerOffNotification;
 // appkit/nsworkspace/accessibilitydisplayoptionsdidchangenotification: "A notification that the
 // workspace posts when any of the accessibility display options change."
 APPKIT_EXTERN NSNotificationName NSWorkspaceAccessibilityDisplayOptionsDidChangeNotification;
@@ -37,26 +22,14 @@ APPKIT_EXTERN NSNotificationName NSWorkspaceAccessibilityDisplayOptionsDidChange
 @property(class, readonly, strong) NSWorkspace* sharedWorkspace;
 // appkit/nsworkspace/notificationcenter: "The notification center for workspace notifications."
 @property(readonly, strong) NSNotificationCenter* notificationCenter;
-// appkit/nsworkspace/frontmostapplication: "Returns the frontmost app, which is the app that
-// receives key events."
-@property(nullable, readonly, strong) NSRunningApplication* frontmostApplication;
 // appkit/nsworkspace/open(_:): "Opens the location at the specified URL."
 - (BOOL)openURL:(NSURL*)url;
 // appkit/nsworkspace/activatefileviewerselecting(_:): "Activates the Finder, and opens one or more
 // windows selecting the specified files."
 - (void)activateFileViewerSelectingURLs:(NSArray<NSURL*>*)fileURLs;
-// appkit/nsworkspace/selectfile(_:infileviewerrootedatpath:): "Selects the file at the specified
-// path."
-- (BOOL)selectFile:(nullable NSString*)fullPath inFileViewerRootedAtPath:(NSString*)rootFullPath;
 @end
 
 @interface NSWorkspace (NSWorkspaceAccessibilityDisplay)
-// appkit/nsworkspace/accessibilitydisplayshouldincreasecontrast: "A Boolean value that indicates
-// whether the app presents a high-contrast user interface."
-@property(readonly) BOOL accessibilityDisplayShouldIncreaseContrast;
-// appkit/nsworkspace/accessibilitydisplayshouldreducetransparency: "A Boolean value that indicates
-// whether the app avoids using semitransparent backgrounds."
-@property(readonly) BOOL accessibilityDisplayShouldReduceTransparency;
 // appkit/nsworkspace/accessibilitydisplayshouldreducemotion: "A Boolean value that indicates
 // whether the accessibility option to reduce motion is in an enabled state."
 @property(readonly) BOOL accessibilityDisplayShouldReduceMotion;
@@ -73,36 +46,22 @@ typedef NSString* NSSoundName NS_TYPED_EXTENSIBLE_ENUM;
 - (BOOL)play;
 // appkit/nssound/stop(): "Concludes audio playback."
 - (BOOL)stop;
-// appkit/nssound/isplaying: "A Boolean that indicates whether the sound is playing its audio
-// data."
-@property(readonly, getter=isPlaying) BOOL playing;
 @end
 
 // appkit/nssavepanel: "A panel that prompts the user for information about where to save a file."
 @interface NSSavePanel : NSPanel
 // appkit/nssavepanel/url: "A URL that contains the fully specified location of the targeted file."
 @property(nullable, readonly, copy) NSURL* URL;
-// appkit/nssavepanel/directoryurl: "The current directory shown in the panel."
-@property(nullable, copy) NSURL* directoryURL;
 // appkit/nssavepanel/prompt: "The text to display in the default button."
 @property(null_resettable, copy) NSString* prompt;
 // appkit/nssavepanel/message: "The message text displayed in the panel."
 @property(null_resettable, copy) NSString* message;
-// appkit/nssavepanel/cancreatedirectories: "A Boolean value that indicates whether the panel
-// displays UI for creating directories."
-@property BOOL canCreateDirectories;
 // appkit/nssavepanel/cancel(_:): "The action method that the panel calls when the user clicks the
 // Cancel button."
 - (void)cancel:(nullable id)sender;
 // appkit/nssavepanel/runmodal(): "Displays the panel and begins its event loop with the current
 // working (or last-selected) directory as the default starting point."
 - (NSModalResponse)runModal;
-// appkit/nssavepanel/begin(completionhandler:): "Presents the panel as a modeless window."
-- (void)beginWithCompletionHandler:(void (^)(NSModalResponse result))handler;
-// appkit/nssavepanel/beginsheetmodal(for:completionhandler:): "Presents the panel as a sheet modal
-// to the specified window."
-- (void)beginSheetModalForWindow:(NSWindow*)window
-               completionHandler:(void (^)(NSModalResponse result))handler;
 @end
 
 // appkit/nsopenpanel: "A panel that prompts the user to select a file to open."
@@ -110,12 +69,6 @@ typedef NSString* NSSoundName NS_TYPED_EXTENSIBLE_ENUM;
 // appkit/nsopenpanel/openpanel: "Creates a new Open panel and initializes it with a default
 // configuration."
 + (NSOpenPanel*)openPanel;
-// appkit/nsopenpanel/urls: "An array of URLs, each of which contains the fully specified location
-// of a selected file or directory."
-@property(readonly, copy) NSArray<NSURL*>* URLs;
-// appkit/nsopenpanel/allowsmultipleselection: "A Boolean that indicates whether the user may
-// select multiple files and directories."
-@property BOOL allowsMultipleSelection;
 // appkit/nsopenpanel/canchoosedirectories: "A Boolean that indicates whether the user can choose
 // directories in the panel."
 @property BOOL canChooseDirectories;

@@ -23,10 +23,6 @@ typedef unsigned char Boolean;
 typedef int32_t SInt32;
 // unconfirmed: on no page that we have read.
 typedef uint32_t UInt32;
-// On no page that we have read; in the Rust bindings "pub type OSType = FourCharCode".
-typedef uint32_t OSType;
-// On no page that we have read; in the Rust bindings "pub type OSStatus = i32".
-typedef int32_t OSStatus;
 // corefoundation/cgfloat: "The basic type for floating-point scalar values in Core Graphics and
 // related frameworks."
 typedef double CGFloat;
@@ -35,16 +31,8 @@ typedef signed long CFIndex;
 // corefoundation/cftypeid: "A type for unique, constant integer values that identify particular
 // Core Foundation opaque types."
 typedef unsigned long CFTypeID;
-// corefoundation/cfoptionflags: "A bitfield used for passing special allocation and other requests
-// into Core Foundation functions."
-typedef unsigned long CFOptionFlags;
 // corefoundation/cfhashcode: "A type for hash codes returned by the CFHash function."
 typedef unsigned long CFHashCode;
-// corefoundation/cftimeinterval: "Type used to represent elapsed time in seconds."
-typedef double CFTimeInterval;
-// corefoundation/cfabsolutetime: "Type used to represent a specific point in time relative to the
-// absolute reference date of 1 Jan 2001 00:00:00 GMT."
-typedef CFTimeInterval CFAbsoluteTime;
 // corefoundation/cfstringencoding: "An integer type for constants used to specify supported string
 // encodings in various CFString functions."
 typedef uint32_t CFStringEncoding;
@@ -54,16 +42,10 @@ typedef uint32_t CFStringEncoding;
 typedef const void* CFTypeRef;
 // corefoundation/cfstring: "A reference to a CFString object."
 typedef const struct SURFACE_BRIDGED(NSString) __CFString* CFStringRef;
-// corefoundation/cfarray: "A reference to an immutable array object."
-typedef const struct SURFACE_BRIDGED(NSArray) __CFArray* CFArrayRef;
 // corefoundation/cfdictionary: "A reference to an immutable dictionary object."
 typedef const struct SURFACE_BRIDGED(NSDictionary) __CFDictionary* CFDictionaryRef;
 // corefoundation/cfdata: "A reference to an immutable CFData object."
 typedef const struct SURFACE_BRIDGED(NSData) __CFData* CFDataRef;
-// corefoundation/cfurlref: "A reference to a CFURL object."
-typedef const struct SURFACE_BRIDGED(NSURL) __CFURL* CFURLRef;
-// corefoundation/cfnumber: "A reference to a CFNumber object."
-typedef const struct SURFACE_BRIDGED(NSNumber) __CFNumber* CFNumberRef;
 // corefoundation/cfboolean: "A reference to a CFBoolean object."
 typedef const struct SURFACE_BRIDGED(NSNumber) __CFBoolean* CFBooleanRef;
 // corefoundation/cfallocator: "A reference to a CFAllocator object."
@@ -74,24 +56,17 @@ typedef struct SURFACE_BRIDGED(NSMachPort) __CFMachPort* CFMachPortRef;
 typedef struct SURFACE_BRIDGED(id) __CFRunLoop* CFRunLoopRef;
 // corefoundation/cfrunloopsource: "A reference to a run loop source object."
 typedef struct SURFACE_BRIDGED(id) __CFRunLoopSource* CFRunLoopSourceRef;
-// corefoundation/cfrunlooptimerref: "A reference to a run loop timer object."
-typedef struct SURFACE_BRIDGED(NSTimer) __CFRunLoopTimer* CFRunLoopTimerRef;
 // corefoundation/cfrunloopmode: "CFRunLoopMode"
 typedef CFStringRef CFRunLoopMode;
 
 // corefoundation/kcfallocatordefault: "This is a synonym for NULL."
 CF_EXPORT const CFAllocatorRef _Null_unspecified kCFAllocatorDefault;
 
-// corefoundation/1521269-cfretain: "Retains a Core Foundation object."
-CF_EXPORT CFTypeRef CFRetain(CFTypeRef cf);
 // corefoundation/1521153-cfrelease: "Releases a Core Foundation object."
 CF_EXPORT void CFRelease(CFTypeRef cf);
 // corefoundation/1521218-cfgettypeid: "Returns the unique identifier of an opaque type to which a
 // Core Foundation object belongs."
 CF_EXPORT CFTypeID CFGetTypeID(CFTypeRef cf);
-// corefoundation/1521287-cfequal: "Determines whether two Core Foundation objects are considered
-// equal."
-CF_EXPORT Boolean CFEqual(CFTypeRef cf1, CFTypeRef cf2);
 
 CF_IMPLICIT_BRIDGING_DISABLED
 CF_ASSUME_NONNULL_END

@@ -43,27 +43,9 @@ typedef CF_ENUM(CFIndex, CFNumberType) {
 
 // corefoundation/kcfbooleantrue: "Boolean true value."
 CF_EXPORT const CFBooleanRef _Null_unspecified kCFBooleanTrue;
-// corefoundation/kcfbooleanfalse: "Boolean false value."
-CF_EXPORT const CFBooleanRef _Null_unspecified kCFBooleanFalse;
 // corefoundation/1541762-cfbooleangettypeid: "Returns the Core Foundation type identifier for the
 // CFBoolean opaque type."
 CF_EXPORT CFTypeID CFBooleanGetTypeID(void);
-// corefoundation/1541447-cfbooleangetvalue: "Returns the value of a CFBoolean object as a standard
-// C type Boolean."
-CF_EXPORT Boolean CFBooleanGetValue(CFBooleanRef boolean);
-// corefoundation/1541730-cfnumbergettypeid: "Returns the type identifier for the CFNumber opaque
-// type."
-CF_EXPORT CFTypeID CFNumberGetTypeID(void);
-// corefoundation/1543388-cfnumbergettype: "Returns the type used by a CFNumber object to store its
-// value."
-CF_EXPORT CFNumberType CFNumberGetType(CFNumberRef number);
-// corefoundation/1543131-cfnumberisfloattype: "Determines whether a CFNumber object contains a
-// value stored as one of the defined floating point types."
-CF_EXPORT Boolean CFNumberIsFloatType(CFNumberRef number);
-// corefoundation/1543114-cfnumbergetvalue: "Obtains the value of a CFNumber object cast to a
-// specified type."
-CF_EXPORT Boolean CFNumberGetValue(CFNumberRef number, CFNumberType theType,
-                                   void* _Null_unspecified valuePtr);
 
 // corefoundation/cfstringbuiltinencodings: "Encodings that are built-in on all platforms on which
 // macOS runs."
@@ -72,14 +54,6 @@ typedef CF_ENUM(CFStringEncoding, CFStringBuiltInEncodings) {
     // 8 encoding."
     kCFStringEncodingUTF8 = 0x08000100,
 };
-
-// corefoundation/1542570-cfstringgettypeid: "Returns the type identifier for the CFString opaque
-// type."
-CF_EXPORT CFTypeID CFStringGetTypeID(void);
-// corefoundation/1542942-cfstringcreatewithcstring: "Creates an immutable string from a C string."
-CF_EXPORT CFStringRef CFStringCreateWithCString(CFAllocatorRef _Nullable alloc,
-                                                const char* _Null_unspecified cStr,
-                                                CFStringEncoding encoding);
 
 // corefoundation/cfdictionaryretaincallback: "Prototype of a callback function used to retain a
 // value or key being added to a dictionary."
@@ -137,9 +111,6 @@ CFDictionaryCreate(CFAllocatorRef _Nullable allocator, const void* _Nullable* _N
                    const void* _Nullable* _Nullable values, CFIndex numValues,
                    const CFDictionaryKeyCallBacks* _Nullable keyCallBacks,
                    const CFDictionaryValueCallBacks* _Nullable valueCallBacks);
-// corefoundation/1516757-cfdictionarygetvalue: "Returns the value associated with a given key."
-CF_EXPORT const void* _Nullable CFDictionaryGetValue(CFDictionaryRef theDict,
-                                                     const void* _Nullable key);
 
 // corefoundation/1542359-cfdatacreate: "Creates an immutable CFData object using data copied from
 // a specified byte buffer."

@@ -143,9 +143,6 @@ CG_EXTERN CFMachPortRef _Nullable CGEventTapCreate(
     CGEventMask eventsOfInterest, CGEventTapCallBack callback, void* _Nullable userInfo);
 // coregraphics/cgevent/1455445-tapenable: "Enables or disables an event tap."
 CG_EXTERN void CGEventTapEnable(CFMachPortRef tap, bool enable);
-// coregraphics/cgevent/1456102-tapisenabled: "Returns a Boolean value indicating whether an event
-// tap is enabled."
-CG_EXTERN bool CGEventTapIsEnabled(CFMachPortRef tap);
 
 // coregraphics/1408776-cgeventsourcecreate: "Returns a Quartz event source created with a
 // specified source state."
@@ -153,9 +150,6 @@ CG_EXTERN CGEventSourceRef _Nullable CGEventSourceCreate(CGEventSourceStateID st
 // coregraphics/1456564-cgeventcreatekeyboardevent: "Returns a new Quartz keyboard event."
 CG_EXTERN CGEventRef _Nullable CGEventCreateKeyboardEvent(CGEventSourceRef _Nullable source,
                                                           CGKeyCode virtualKey, bool keyDown);
-// coregraphics/1455634-cgeventgettype: "Returns the event type of a Quartz event (left mouse down,
-// for example)."
-CG_EXTERN CGEventType CGEventGetType(CGEventRef _Nullable event);
 // coregraphics/1455642-cgeventgetflags: "Returns the event flags of a Quartz event."
 CG_EXTERN CGEventFlags CGEventGetFlags(CGEventRef _Nullable event);
 // coregraphics/1455044-cgeventsetflags: "Sets the event flags of a Quartz event."
@@ -163,17 +157,9 @@ CG_EXTERN void CGEventSetFlags(CGEventRef _Nullable event, CGEventFlags flags);
 // coregraphics/1455885-cgeventgetintegervaluefield: "Returns the integer value of a field in a
 // Quartz event."
 CG_EXTERN int64_t CGEventGetIntegerValueField(CGEventRef _Nullable event, CGEventField field);
-// coregraphics/1455556-cgeventsetintegervaluefield: "Sets the integer value of a field in a Quartz
-// event."
-CG_EXTERN void CGEventSetIntegerValueField(CGEventRef _Nullable event, CGEventField field,
-                                           int64_t value);
 // coregraphics/cgevent/1456527-post: "Posts a Quartz event into the event stream at a specified
 // location."
 CG_EXTERN void CGEventPost(CGEventTapLocation tap, CGEventRef _Nullable event);
-// coregraphics/3656519-cgpreflightlisteneventaccess: "CGPreflightListenEventAccess()"
-CG_EXTERN bool CGPreflightListenEventAccess(void);
-// coregraphics/3656520-cgpreflightposteventaccess: "CGPreflightPostEventAccess()"
-CG_EXTERN bool CGPreflightPostEventAccess(void);
 
 CF_IMPLICIT_BRIDGING_DISABLED
 CF_ASSUME_NONNULL_END

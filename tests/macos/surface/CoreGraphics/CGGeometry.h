@@ -23,9 +23,6 @@ typedef struct CGRect {
     CGSize size;
 } CGRect;
 
-// coregraphics/cgrectzero: "A rectangle constant with location (0,0), and width and height of 0."
-CG_EXTERN const CGRect CGRectZero;
-
 // coregraphics/1455746-cgpointmake: "Returns a point with the specified coordinates."
 static inline CGPoint CGPointMake(CGFloat x, CGFloat y)
 {

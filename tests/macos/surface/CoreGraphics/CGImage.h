@@ -8,19 +8,12 @@ CF_IMPLICIT_BRIDGING_ENABLED
 
 // coregraphics/cgimage: "A bitmap image or image mask."
 typedef struct SURFACE_BRIDGED(id) CGImage* CGImageRef;
-// coregraphics/cgcolor: "A set of components that define a color, with a color space specifying
-// how to interpret them."
-typedef struct SURFACE_BRIDGED(id) CGColor* CGColorRef;
 // coregraphics/cgcolorspace: "A profile that specifies how to interpret a color value for
 // display."
 typedef struct SURFACE_BRIDGED(id) CGColorSpace* CGColorSpaceRef;
-// coregraphics/cgcontext: "A Quartz 2D drawing environment."
-typedef struct SURFACE_BRIDGED(id) CGContext* CGContextRef;
 // coregraphics/cgdataprovider: "An abstraction for data-reading tasks that eliminates the need to
 // manage a raw memory buffer."
 typedef struct SURFACE_BRIDGED(id) CGDataProvider* CGDataProviderRef;
-// coregraphics/cgdirectdisplayid: "A unique identifier for an attached display."
-typedef uint32_t CGDirectDisplayID;
 
 // coregraphics/cgimagealphainfo: "Storage options for alpha component data."
 typedef CF_ENUM(uint32_t, CGImageAlphaInfo) {
@@ -69,25 +62,14 @@ CG_EXTERN const CFStringRef kCGColorSpaceSRGB;
 // coregraphics/1408921-cgcolorspacecreatewithname: "Creates a specified type of Quartz color
 // space."
 CG_EXTERN CGColorSpaceRef _Nullable CGColorSpaceCreateWithName(CFStringRef _Nullable name);
-// coregraphics/1408837-cgcolorspacecreatedevicergb: "Creates a device-dependent RGB color space."
-CG_EXTERN CGColorSpaceRef _Nullable CGColorSpaceCreateDeviceRGB(void);
-// coregraphics/1408855-cgcolorspacerelease: "Decrements the retain count of a color space."
-CG_EXTERN void CGColorSpaceRelease(CGColorSpaceRef _Nullable space);
 
 // coregraphics/cgdataproviderreleasedatacallback: "A callback function that releases data you
 // supply to the function init(dataInfo:data:size:releaseData:)."
 typedef void (*CGDataProviderReleaseDataCallback)(void* _Nullable info, const void* data,
                                                   size_t size);
-// coregraphics/cgdataprovider/1408288-init: "Creates a direct-access data provider that uses data
-// your program supplies."
-CG_EXTERN CGDataProviderRef _Nullable CGDataProviderCreateWithData(
-    void* _Nullable info, const void* _Nullable data, size_t size,
-    CGDataProviderReleaseDataCallback _Nullable releaseData);
 // coregraphics/cgdataprovider/1408284-init: "Creates a data provider that reads from a CFData
 // object."
 CG_EXTERN CGDataProviderRef _Nullable CGDataProviderCreateWithCFData(CFDataRef _Nullable data);
-// coregraphics/1408304-cgdataproviderrelease: "Decrements the retain count of a data provider."
-CG_EXTERN void CGDataProviderRelease(CGDataProviderRef _Nullable provider);
 
 // coregraphics/cgimage/1455149-init: "Creates a bitmap image from data supplied by a data
 // provider."
@@ -95,36 +77,6 @@ CG_EXTERN CGImageRef _Nullable CGImageCreate(
     size_t width, size_t height, size_t bitsPerComponent, size_t bitsPerPixel, size_t bytesPerRow,
     CGColorSpaceRef _Nullable space, CGBitmapInfo bitmapInfo, CGDataProviderRef _Nullable provider,
     const CGFloat* _Nullable decode, bool shouldInterpolate, CGColorRenderingIntent intent);
-// coregraphics/cgimage/1456148-width: "Returns the width of a bitmap image."
-CG_EXTERN size_t CGImageGetWidth(CGImageRef _Nullable image);
-// coregraphics/cgimage/1455829-height: "Returns the height of a bitmap image."
-CG_EXTERN size_t CGImageGetHeight(CGImageRef _Nullable image);
-// coregraphics/1556742-cgimagerelease: "Decrements the retain count of a bitmap image."
-CG_EXTERN void CGImageRelease(CGImageRef _Nullable image);
-
-// coregraphics/cgcontext/1455939-init: "Creates a bitmap graphics context."
-CG_EXTERN CGContextRef _Nullable CGBitmapContextCreate(void* _Nullable data, size_t width,
-                                                       size_t height, size_t bitsPerComponent,
-                                                       size_t bytesPerRow,
-                                                       CGColorSpaceRef _Nullable space,
-                                                       uint32_t bitmapInfo);
-// coregraphics/cgcontext/1454225-makeimage: "Creates and returns a CGImage from the pixel data in
-// a bitmap graphics context."
-CG_EXTERN CGImageRef _Nullable CGBitmapContextCreateImage(CGContextRef _Nullable context);
-// coregraphics/1454845-cgcontextdrawimage: "Draws an image into a graphics context."
-CG_EXTERN void CGContextDrawImage(CGContextRef _Nullable c, CGRect rect,
-                                  CGImageRef _Nullable image);
-// coregraphics/1454659-cgcontextscalectm: "Changes the scale of the user coordinate system in a
-// context."
-CG_EXTERN void CGContextScaleCTM(CGContextRef _Nullable c, CGFloat sx, CGFloat sy);
-// coregraphics/1455286-cgcontexttranslatectm: "Changes the origin of the user coordinate system in
-// a context."
-CG_EXTERN void CGContextTranslateCTM(CGContextRef _Nullable c, CGFloat tx, CGFloat ty);
-// coregraphics/1586509-cgcontextrelease: "Decrements the retain count of a graphics context."
-CG_EXTERN void CGContextRelease(CGContextRef _Nullable c);
-
-// coregraphics/1455620-cgmaindisplayid: "Returns the display ID of the main display."
-CG_EXTERN CGDirectDisplayID CGMainDisplayID(void);
 
 CF_IMPLICIT_BRIDGING_DISABLED
 CF_ASSUME_NONNULL_END

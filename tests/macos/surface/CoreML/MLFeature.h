@@ -33,11 +33,6 @@ typedef NS_ENUM(NSInteger, MLFeatureType) {
 @interface MLFeatureValue : NSObject <NSCopying>
 // coreml/mlfeaturevalue/type: "The type of the feature value."
 @property(readonly, nonatomic) MLFeatureType type;
-// coreml/mlfeaturevalue/isundefined: "A Boolean value that indicates whether the feature value is
-// undefined or missing."
-@property(readonly, nonatomic, getter=isUndefined) BOOL undefined;
-// coreml/mlfeaturevalue/int64value: "The underlying integer of the feature value."
-@property(readonly, nonatomic) int64_t int64Value;
 // coreml/mlfeaturevalue/multiarrayvalue: "The underlying multiarray of the feature value."
 @property(readonly, nullable, nonatomic) MLMultiArray* multiArrayValue;
 // coreml/mlfeaturevalue/init(multiarray:): "Creates a feature value that contains a

@@ -4,21 +4,6 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
-// coreml/mlmodelerrordomain: "The domain for Core ML errors."
-FOUNDATION_EXPORT NSString* const MLModelErrorDomain;
-// coreml/mlmodelerror-swift.struct/code: "Information about a Core ML model error."
-typedef NS_ENUM(NSInteger, MLModelError) {
-    // coreml/mlmodelerror-swift.struct/code/generic: "An error code for runtime issues that don’t
-    // apply to the other error codes."
-    MLModelErrorGeneric = 0,
-    // coreml/mlmodelerror-swift.struct/code/featuretype: "An error code for problems related to
-    // model features."
-    MLModelErrorFeatureType = 1,
-    // coreml/mlmodelerror-swift.struct/code/io: "An error code for problems related to the
-    // system’s input or output."
-    MLModelErrorIO = 3,
-};
-
 // coreml/mlcomputeunits: "The set of processing-unit configurations the model can use to make
 // predictions."
 typedef NS_ENUM(NSInteger, MLComputeUnits) {
@@ -70,11 +55,6 @@ typedef NS_ENUM(NSInteger, MLComputeUnits) {
 @property(readonly, nonatomic) MLModelDescription* modelDescription;
 // coreml/mlmodel/configuration: "The configuration of the model set during initialization."
 @property(readonly, nonatomic) MLModelConfiguration* configuration;
-// coreml/mlmodel/init(contentsof:configuration:): "Creates a Core ML model instance from a
-// compiled model file and a custom configuration."
-+ (nullable instancetype)modelWithContentsOfURL:(NSURL*)url
-                                  configuration:(MLModelConfiguration*)configuration
-                                          error:(out NSError* _Nullable* _Nullable)error;
 // coreml/mlmodel/loadcontentsofurl:configuration:completionhandler:: "Creates a Core ML model
 // instance asynchronously from a compiled model file, a custom configuration, and a completion
 // handler."

@@ -65,18 +65,11 @@ typedef NS_ENUM(NSInteger, MLMultiArrayDataType) {
 // coreml/mlmultiarray/getbyteswithhandler:: "Get the underlying buffer pointer to read."
 - (void)getBytesWithHandler:(void(NS_NOESCAPE ^)(const void* bytes, NSInteger size))handler
     API_AVAILABLE(macos(12.3));
-// coreml/mlmultiarray/getmutablebyteswithhandler:: "Get the underlying buffer pointer to mutate."
-- (void)getMutableBytesWithHandler:
-    (void(NS_NOESCAPE ^)(void* mutableBytes, NSInteger size, NSArray<NSNumber*>* strides))handler
-    API_AVAILABLE(macos(12.3));
 @end
 
 @interface MLMultiArray (NSNumberDataAccess)
 // coreml/mlmultiarray/subscript(_:)-2hh91: "Accesses the multiarray by using a linear offset."
 - (NSNumber*)objectAtIndexedSubscript:(NSInteger)idx;
-// coreml/mlmultiarray/setobject:atindexedsubscript:: "Assigns a number to the multiarray’s element
-// at the location that the linear offset defines."
-- (void)setObject:(NSNumber*)obj atIndexedSubscript:(NSInteger)idx;
 @end
 
 NS_ASSUME_NONNULL_END

@@ -7,14 +7,6 @@ NS_ASSUME_NONNULL_BEGIN
 // foundation/nsenumerator: "An abstract class whose subclasses enumerate collections of objects,
 // such as arrays and dictionaries."
 @interface NSEnumerator<ObjectType> : NSObject <NSFastEnumeration>
-// foundation/nsenumerator/1409616-nextobject: "Returns the next object from the collection being
-// enumerated."
-- (nullable ObjectType)nextObject;
-@end
-
-@interface NSEnumerator <ObjectType>(NSExtendedEnumerator)
-// foundation/nsenumerator/1417755-allobjects: "The array of unenumerated objects."
-@property(readonly, copy) NSArray<ObjectType>* allObjects;
 @end
 
 // foundation/nsarray: "An object representing a static ordered collection, for use instead of an
@@ -35,12 +27,6 @@ NS_ASSUME_NONNULL_BEGIN
 // foundation/nsarray/1407477-contains: "Returns a Boolean value that indicates whether a given
 // object is present in the array."
 - (BOOL)containsObject:(ObjectType)anObject;
-// foundation/nsarray/1417076-index: "Returns the lowest index whose corresponding array value is
-// equal to a given object."
-- (NSUInteger)indexOfObject:(ObjectType)anObject;
-// foundation/nsarray/1412075-componentsjoined: "Constructs and returns an NSString object that is
-// the result of interposing a given separator between the elements of the array."
-- (NSString*)componentsJoinedByString:(NSString*)separator;
 // foundation/nsarray/1414084-subscript: "Returns the object at the specified index."
 - (ObjectType)objectAtIndexedSubscript:(NSUInteger)idx;
 @end
@@ -53,9 +39,6 @@ NS_ASSUME_NONNULL_BEGIN
 // foundation/nsarray/1460096-init: "Creates and returns an array that includes a given number of
 // objects from a given C array."
 + (instancetype)arrayWithObjects:(const ObjectType _Nonnull[_Nonnull])objects count:(NSUInteger)cnt;
-// foundation/nsarray/1460122-arraywitharray: "Creates and returns an array containing the objects
-// in another given array."
-+ (instancetype)arrayWithArray:(NSArray<ObjectType>*)array;
 @end
 
 // foundation/nsmutablearray: "An object representing a dynamic ordered collection, for use instead
@@ -85,15 +68,8 @@ NS_ASSUME_NONNULL_BEGIN
 // foundation/nsdictionary/1409150-allkeys: "A new array containing the dictionary’s keys, or an
 // empty array if the dictionary has no entries."
 @property(readonly, copy) NSArray<KeyType>* allKeys;
-// foundation/nsdictionary/1408915-allvalues: "A new array containing the dictionary’s values, or
-// an empty array if the dictionary has no entries."
-@property(readonly, copy) NSArray<ObjectType>* allValues;
 // foundation/nsdictionary/1415430-subscript: "Returns the value associated with a given key."
 - (nullable ObjectType)objectForKeyedSubscript:(KeyType)key;
-// foundation/nsdictionary/1414570-enumeratekeysandobjects: "Applies a given block object to the
-// entries of the dictionary."
-- (void)enumerateKeysAndObjectsUsingBlock:(void(NS_NOESCAPE ^)(KeyType key, ObjectType obj,
-                                                               BOOL* stop))block;
 @end
 
 @interface NSDictionary <KeyType, ObjectType>(NSDictionaryCreation)
@@ -106,9 +82,6 @@ NS_ASSUME_NONNULL_BEGIN
 + (instancetype)dictionaryWithObjects:(const ObjectType _Nonnull[_Nullable])objects
                               forKeys:(const KeyType<NSCopying> _Nonnull[_Nullable])keys
                                 count:(NSUInteger)cnt;
-// foundation/nsdictionary/1574191-dictionarywithdictionary: "Creates a dictionary containing the
-// keys and values from another given dictionary."
-+ (instancetype)dictionaryWithDictionary:(NSDictionary<KeyType, ObjectType>*)dict;
 @end
 
 // foundation/nsmutabledictionary: "An object representing a dynamic collection of key-value pairs,
@@ -135,28 +108,9 @@ NS_ASSUME_NONNULL_BEGIN
 @end
 
 @interface NSSet <ObjectType>(NSExtendedSet)
-// foundation/nsset/1417653-allobjects: "An array containing the set’s members, or an empty array
-// if the set has no members."
-@property(readonly, copy) NSArray<ObjectType>* allObjects;
 // foundation/nsset/1414555-contains: "Returns a Boolean value that indicates whether a given
 // object is present in the set."
 - (BOOL)containsObject:(ObjectType)anObject;
-@end
-
-@interface NSSet <ObjectType>(NSSetCreation)
-// foundation/nsset/1415878-setwithobject: "Creates and returns a set that contains a single given
-// object."
-+ (instancetype)setWithObject:(ObjectType)object;
-// foundation/nsset/1574823-setwitharray: "Creates and returns a set containing a uniqued
-// collection of the objects contained in a given array."
-+ (instancetype)setWithArray:(NSArray<ObjectType>*)array;
-@end
-
-// foundation/nsnull: "A singleton object used to represent null values in collection objects that
-// don’t allow nil values."
-@interface NSNull : NSObject
-// foundation/nsnull/1520557-null: "Returns the singleton instance of NSNull."
-+ (NSNull*)null;
 @end
 
 NS_ASSUME_NONNULL_END

@@ -19,10 +19,6 @@ typedef struct NSEdgeInsets {
     CGFloat right;
 } NSEdgeInsets;
 
-// foundation/nszeropoint: "An `NSPoint` structure with both x and y coordinates set to `0`."
-FOUNDATION_EXPORT const NSPoint NSZeroPoint;
-// foundation/nszerosize: "An `NSSize` structure set to `0` in both dimensions."
-FOUNDATION_EXPORT const NSSize NSZeroSize;
 // foundation/nszerorect: "An NSRect structure set to 0 in width and height."
 FOUNDATION_EXPORT const NSRect NSZeroRect;
 
@@ -52,15 +48,5 @@ static inline NSEdgeInsets NSEdgeInsetsMake(CGFloat top, CGFloat left, CGFloat b
     NSEdgeInsets insets = {top, left, bottom, right};
     return insets;
 }
-
-// foundation/1391158-nsequalrects: "Returns a Boolean value that indicates whether the two
-// rectangles are equal."
-FOUNDATION_EXPORT BOOL NSEqualRects(NSRect aRect, NSRect bRect);
-// foundation/1391283-nsmouseinrect: "Returns a Boolean value that indicates whether the point is
-// in the specified rectangle."
-FOUNDATION_EXPORT BOOL NSMouseInRect(NSPoint aPoint, NSRect aRect, BOOL flipped);
-// foundation/1391317-nspointinrect: "Returns a Boolean value that indicates whether a given point
-// is in a given rectangle."
-FOUNDATION_EXPORT BOOL NSPointInRect(NSPoint aPoint, NSRect aRect);
 
 NS_ASSUME_NONNULL_END

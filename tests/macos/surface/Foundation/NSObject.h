@@ -1,7 +1,6 @@
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
-#include <dispatch/dispatch.h>
 #include <objc/NSObject.h>
 
 #define FOUNDATION_EXPORT SURFACE_EXTERN
@@ -56,15 +55,6 @@ typedef struct {
                                   objects:(id __unsafe_unretained _Nullable[_Nonnull])buffer
                                     count:(NSUInteger)len;
 @end
-
-// Ownership changes sides with these two.
-// foundation/1416649-cfbridgingretain: "Casts an Objective-C pointer to a Core Foundation pointer
-// and also transfers ownership to the caller."
-SURFACE_EXTERN CFTypeRef _Nullable CFBridgingRetain(id _Nullable X)
-    __attribute__((cf_returns_retained));
-// foundation/1587932-cfbridgingrelease: "Moves a non-Objective-C pointer to Objective-C and also
-// transfers ownership to ARC."
-SURFACE_EXTERN id _Nullable CFBridgingRelease(CFTypeRef CF_CONSUMED _Nullable X);
 
 // foundation/nsrange-jio: "A Swift-only concrete structure that backs the range type alias."
 typedef struct _NSRange {
@@ -123,14 +113,6 @@ typedef NSString* NSKeyValueChangeKey NS_TYPED_ENUM;
 // notifications for the property specified by the key path relative to the object receiving this
 // message."
 - (void)removeObserver:(NSObject*)observer forKeyPath:(NSString*)keyPath;
-@end
-
-@interface NSObject (NSThreadPerformAdditions)
-// objectivec/nsobject/1414900-performselector: "Invokes a method of the receiver on the main
-// thread using the default mode."
-- (void)performSelectorOnMainThread:(SEL)aSelector
-                         withObject:(nullable id)arg
-                      waitUntilDone:(BOOL)wait;
 @end
 
 NS_ASSUME_NONNULL_END

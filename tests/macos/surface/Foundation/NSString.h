@@ -5,9 +5,6 @@
 NS_ASSUME_NONNULL_BEGIN
 
 @class NSArray<ObjectType>;
-@class NSCharacterSet;
-@class NSData;
-@class NSError;
 
 // foundation/unichar: "Type for UTF-16 code units."
 typedef unsigned short unichar;
@@ -25,16 +22,6 @@ enum {
     // "NSUTF16StringEncoding encoding with explicit endianness specified."
     NSUTF16LittleEndianStringEncoding = 0x94000100,
 };
-// foundation/nsstringcompareoptions: "These values represent the options available to many of the
-// string classes’ search and comparison methods."
-typedef NS_OPTIONS(NSUInteger, NSStringCompareOptions) {
-    // foundation/nsstringcompareoptions/nscaseinsensitivesearch: "A case-insensitive search."
-    NSCaseInsensitiveSearch = 1,
-    // foundation/nsstringcompareoptions/nsliteralsearch: "Exact character-by-character
-    // equivalence."
-    NSLiteralSearch = 2,
-};
-
 // foundation/nsstring: "A static, plain-text Unicode string object which you use when you need
 // reference semantics or other Foundation-specific behavior."
 @interface NSString : NSObject <NSCopying, NSMutableCopying, NSSecureCoding>
@@ -57,9 +44,6 @@ typedef NS_OPTIONS(NSUInteger, NSStringCompareOptions) {
 // foundation/nsstring/1497379-stringwithutf8string: "Returns a string created by copying the data
 // from a given C array of UTF8-encoded bytes."
 + (nullable instancetype)stringWithUTF8String:(const char*)nullTerminatedCString;
-// foundation/nsstring/1497275-stringwithformat: "Returns a string created by using a given format
-// string as a template into which the remaining argument values are substituted."
-+ (instancetype)stringWithFormat:(NSString*)format, ... NS_FORMAT_FUNCTION(1, 2);
 // foundation/nsstring/1412128-init: "Returns an NSString object initialized by copying the
 // characters from a given C array of UTF8-encoded bytes."
 - (nullable instancetype)initWithUTF8String:(const char*)nullTerminatedCString;
@@ -68,9 +52,6 @@ typedef NS_OPTIONS(NSUInteger, NSStringCompareOptions) {
 - (nullable instancetype)initWithBytes:(const void*)bytes
                                 length:(NSUInteger)len
                               encoding:(NSStringEncoding)encoding;
-// foundation/nsstring/1416374-init: "Returns an NSString object initialized by converting given
-// data into UTF-16 code units using a given encoding."
-- (nullable instancetype)initWithData:(NSData*)data encoding:(NSStringEncoding)encoding;
 // foundation/nsstring/1411189-utf8string: "A null-terminated UTF8 representation of the string."
 @property(nullable, readonly) const char* UTF8String NS_RETURNS_INNER_POINTER;
 // foundation/nsstring/1410267-integervalue: "The NSInteger value of the string."
@@ -91,77 +72,20 @@ typedef NS_OPTIONS(NSUInteger, NSStringCompareOptions) {
 // foundation/nsstring/1414563-contains: "Returns a Boolean value indicating whether the string
 // contains a given string by performing a case-sensitive, locale-unaware search."
 - (BOOL)containsString:(NSString*)str;
-// foundation/nsstring/1414082-compare: "Returns the result of invoking compare(_:options:range:)
-// with no options and the receiver’s full extent as the range."
-- (NSComparisonResult)compare:(NSString*)string;
-// foundation/nsstring/1410144-range: "Finds and returns the range of the first occurrence of a
-// given string within the string."
-- (NSRange)rangeOfString:(NSString*)searchString;
-// foundation/nsstring/1414368-substring: "Returns a new string containing the characters of the
-// receiver from the one at a given index to the end."
-- (NSString*)substringFromIndex:(NSUInteger)from;
-// foundation/nsstring/1408017-substring: "Returns a new string containing the characters of the
-// receiver up to, but not including, the one at a given index."
-- (NSString*)substringToIndex:(NSUInteger)to;
 // foundation/nsstring/1412307-appending: "Returns a new string made by appending a given string to
 // the receiver."
 - (NSString*)stringByAppendingString:(NSString*)aString;
-// foundation/nsstring/1415462-trimmingcharacters: "Returns a new string made by removing from both
-// ends of the receiver characters contained in a given character set."
-- (NSString*)stringByTrimmingCharactersInSet:(NSCharacterSet*)set;
-// foundation/nsstring/1412937-replacingoccurrences: "Returns a new string in which all occurrences
-// of a target string in the receiver are replaced by another given string."
-- (NSString*)stringByReplacingOccurrencesOfString:(NSString*)target
-                                       withString:(NSString*)replacement;
-// foundation/nsstring/1410120-components: "Returns an array containing substrings from the
-// receiver that have been divided by characters in a given set."
-- (NSArray<NSString*>*)componentsSeparatedByString:(NSString*)separator;
-// foundation/nsstring/1410710-lengthofbytes: "Returns the number of bytes required to store the
-// receiver in a given encoding."
-- (NSUInteger)lengthOfBytesUsingEncoding:(NSStringEncoding)enc;
-// foundation/nsstring/1416696-data: "Returns an NSData object containing a representation of the
-// receiver encoded using a given encoding."
-- (nullable NSData*)dataUsingEncoding:(NSStringEncoding)encoding;
 @end
 
 @interface NSString (NSStringPathExtensions)
 // foundation/nsstring/1416528-lastpathcomponent: "The last path component of the receiver."
 @property(readonly, copy) NSString* lastPathComponent;
-// foundation/nsstring/1407801-pathextension: "The path extension, if any, of the string as
-// interpreted as a path."
-@property(readonly, copy) NSString* pathExtension;
-// foundation/nsstring/1411141-stringbydeletinglastpathcomponen: "A new string made by deleting the
-// last path component from the receiver, along with any final path separator."
-@property(readonly, copy) NSString* stringByDeletingLastPathComponent;
 // foundation/nsstring/1414559-filesystemrepresentation: "A file system-specific representation of
 // the receiver."
 @property(readonly) const char* fileSystemRepresentation NS_RETURNS_INNER_POINTER;
 // foundation/nsstring/1417069-appendingpathcomponent: "Returns a new string made by appending to
 // the receiver a given string."
 - (NSString*)stringByAppendingPathComponent:(NSString*)str;
-@end
-
-// foundation/nscharacterset: "An object representing a fixed set of Unicode character values that
-// bridges to a CharacterSet; use NSCharacterSet when you need reference semantics or other
-// Foundation-specific behavior."
-@interface NSCharacterSet : NSObject
-// docs.rs/objc2-foundation/NSCharacterSet: "pub fn whitespaceCharacterSet() ->
-// Retained<NSCharacterSet>"
-@property(readonly, class, copy) NSCharacterSet* whitespaceCharacterSet;
-// foundation/nscharacterset/1413732-whitespacesandnewlines: "A character set containing characters
-// in Unicode General Category Z*, U+000A ~ U+000D, and U+0085."
-@property(readonly, class, copy) NSCharacterSet* whitespaceAndNewlineCharacterSet;
-@end
-
-// foundation/nsattributedstring: "A string of text that manages data, layout, and stylistic
-// information for ranges of characters to support rendering."
-@interface NSAttributedString : NSObject <NSCopying>
-// docs.rs/objc2-foundation/NSAttributedString: "pub fn initWithString(this: Allocated<Self>, str:
-// &NSString) -> Retained<Self>"
-- (instancetype)initWithString:(NSString*)str;
-// foundation/nsattributedstring/1412616-string: "The character contents of the attributed string
-// as a string."
-@property(readonly, copy) NSString* string;
 @end
 
 NS_ASSUME_NONNULL_END

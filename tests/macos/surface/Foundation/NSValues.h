@@ -4,8 +4,6 @@
 
 NS_ASSUME_NONNULL_BEGIN
 
-@class NSURL;
-
 // foundation/nsvalue: "A simple container for a single C or Objective-C data item."
 @interface NSValue : NSObject <NSCopying>
 // foundation/nsvalue/1412365-objctype: "A C string containing the Objective-C type of the data
@@ -58,21 +56,9 @@ NS_ASSUME_NONNULL_BEGIN
 // foundation/nsnumber/1551464-numberwithchar: "Creates and returns an NSNumber object containing a
 // given value, treating it as a signed char."
 + (NSNumber*)numberWithChar:(char)value;
-// foundation/nsnumber/1551468-numberwithunsignedchar: "Creates and returns an NSNumber object
-// containing a given value, treating it as an unsigned char."
-+ (NSNumber*)numberWithUnsignedChar:(unsigned char)value;
-// foundation/nsnumber/1551476-numberwithshort: "Creates and returns an NSNumber object containing
-// value, treating it as a signed short."
-+ (NSNumber*)numberWithShort:(short)value;
-// foundation/nsnumber/1551467-numberwithunsignedshort: "Creates and returns an NSNumber object
-// containing a given value, treating it as an unsigned short."
-+ (NSNumber*)numberWithUnsignedShort:(unsigned short)value;
 // foundation/nsnumber/1551470-numberwithint: "Creates and returns an NSNumber object containing a
 // given value, treating it as a signed int."
 + (NSNumber*)numberWithInt:(int)value;
-// foundation/nsnumber/1551472-numberwithunsignedint: "Creates and returns an NSNumber object
-// containing a given value, treating it as an unsigned int."
-+ (NSNumber*)numberWithUnsignedInt:(unsigned int)value;
 // foundation/nsnumber/1551474-numberwithlong: "Creates and returns an NSNumber object containing a
 // given value, treating it as a signed long."
 + (NSNumber*)numberWithLong:(long)value;
@@ -102,13 +88,6 @@ NS_ASSUME_NONNULL_BEGIN
 + (NSNumber*)numberWithUnsignedInteger:(NSUInteger)value;
 @end
 
-// foundation/nsdata/readingoptions: "Options for methods used to read data objects."
-typedef NS_OPTIONS(NSUInteger, NSDataReadingOptions) {
-    // foundation/nsdatareadingoptions/nsdatareadingmappedifsafe: "A hint indicating the file
-    // should be mapped into virtual memory, if possible and safe."
-    NSDataReadingMappedIfSafe = 1UL << 0,
-};
-
 // foundation/nsdata: "A static byte buffer that bridges to Data; use NSData when you need
 // reference semantics or other Foundation-specific behavior."
 @interface NSData : NSObject <NSCopying, NSMutableCopying>
@@ -124,47 +103,9 @@ typedef NS_OPTIONS(NSUInteger, NSDataReadingOptions) {
 // foundation/nsdata/1547231-datawithbytes: "Creates a data object containing a given number of
 // bytes copied from a given buffer."
 + (instancetype)dataWithBytes:(nullable const void*)bytes length:(NSUInteger)length;
-// foundation/nsdata/1547238-datawithcontentsofurl: "Creates a data object from the data at the
-// provided file URL using specific reading options."
-+ (nullable instancetype)dataWithContentsOfURL:(NSURL*)url
-                                       options:(NSDataReadingOptions)readOptionsMask
-                                         error:(NSError* _Nullable* _Nullable)errorPtr;
 // foundation/nsdata/1412793-init: "Initializes a data object filled with a given number of bytes
 // copied from a given buffer."
 - (instancetype)initWithBytes:(nullable const void*)bytes length:(NSUInteger)length;
-@end
-
-// foundation/nsdate: "A representation of a specific point in time, for use when you need
-// reference semantics or other Foundation-specific behavior."
-@interface NSDate : NSObject <NSCopying>
-// foundation/nsdate/1417376-timeintervalsincereferencedate: "The interval between the date object
-// and 00:00:00 UTC on 1 January 2001."
-@property(readonly) NSTimeInterval timeIntervalSinceReferenceDate;
-@end
-
-@interface NSDate (NSDateCreation)
-// foundation/nsdate/1591574-date: "Creates and returns a new date object set to the current date
-// and time."
-+ (instancetype)date;
-// foundation/nsdate/1591579-datewithtimeintervalsincenow: "Creates and returns a date object set
-// to a given number of seconds from the current date and time."
-+ (instancetype)dateWithTimeIntervalSinceNow:(NSTimeInterval)secs;
-// foundation/nsdate/1415385-distantfuture: "A date object representing a date in the distant
-// future."
-@property(class, readonly, copy) NSDate* distantFuture;
-// foundation/nsdate/1418197-distantpast: "A date object representing a date in the distant past."
-@property(class, readonly, copy) NSDate* distantPast;
-@end
-
-// foundation/nsuuid: "An object representing a universally unique value that bridges to UUID; use
-// NSUUID when you need reference semantics or other Foundation-specific behavior."
-@interface NSUUID : NSObject <NSCopying>
-// foundation/nsuuid/1574571-uuid: "Create and returns a new UUID with RFC 4122 version 4 random
-// bytes."
-+ (instancetype)UUID;
-// foundation/uuid/1779712-uuidstring: "Returns a string created from the UUID, such as
-// “E621E1F8-C36C-495A-93FC-0C247A3E6E5F”"
-@property(readonly, copy) NSString* UUIDString;
 @end
 
 // foundation/nserrordomain: "NSErrorDomain"
@@ -173,18 +114,11 @@ typedef NSString* NSErrorDomain;
 typedef NSString* NSErrorUserInfoKey;
 // foundation/nscocoaerrordomain: "Cocoa errors"
 FOUNDATION_EXPORT NSErrorDomain const NSCocoaErrorDomain;
-// foundation/nsposixerrordomain: "POSIX/BSD errors"
-FOUNDATION_EXPORT NSErrorDomain const NSPOSIXErrorDomain;
-// foundation/nsosstatuserrordomain: "Mac OS 9/Carbon errors"
-FOUNDATION_EXPORT NSErrorDomain const NSOSStatusErrorDomain;
 // foundation/nsurlerrordomain: "URL loading system errors"
 FOUNDATION_EXPORT NSErrorDomain const NSURLErrorDomain;
 // foundation/nslocalizeddescriptionkey: "The corresponding value is a localized string
 // representation of the error that, if present, will be returned by localizedDescription."
 FOUNDATION_EXPORT NSErrorUserInfoKey const NSLocalizedDescriptionKey;
-// foundation/nsunderlyingerrorkey: "The corresponding value is an error that was encountered in an
-// underlying implementation and caused the error that the receiver represents to occur."
-FOUNDATION_EXPORT NSErrorUserInfoKey const NSUnderlyingErrorKey;
 enum : NSInteger {
     // foundation/1508628-url_loading_system_error_codes/nsurlerrorcancelled: "An asynchronous load
     // has been canceled."
@@ -217,9 +151,6 @@ enum : NSInteger {
 // foundation/nserror/1414418-localizeddescription: "A string containing the localized description
 // of the error."
 @property(readonly, copy) NSString* localizedDescription;
-// foundation/nserror/1412752-localizedfailurereason: "A string containing the localized
-// explanation of the reason for the error."
-@property(nullable, readonly, copy) NSString* localizedFailureReason;
 @end
 
 // foundation/nsexceptionname: "NSExceptionName"

@@ -38,13 +38,6 @@ API_AVAILABLE(macos(13.0))
 // servicemanagement/smappservice/unregister(): "Unregisters the service so the system no longer
 // launches it."
 - (BOOL)unregisterAndReturnError:(NSError* _Nullable* _Nullable)error;
-// servicemanagement/smappservice/unregister(completionhandler:): "Unregisters the service so the
-// system no longer launches it and calls a completion handler you provide with the resulting error
-// value."
-- (void)unregisterWithCompletionHandler:(void (^)(NSError* _Nullable error))handler;
-// servicemanagement/smappservice/opensystemsettingsloginitems(): "Opens System Settings to the
-// Login Items control panel."
-+ (void)openSystemSettingsLoginItems;
 @end
 
 NS_ASSUME_NONNULL_END

@@ -62,19 +62,5 @@ typedef bool BOOL;
 typedef long NSInteger;
 // objectivec/nsuinteger: "Describes an unsigned integer."
 typedef unsigned long NSUInteger;
-// foundation/comparisonresult: "Constants that indicate sort order."
-typedef NS_CLOSED_ENUM(NSInteger, NSComparisonResult) {
-    // foundation/nscomparisonresult/nsorderedascending: "The left operand is smaller than the
-    // right operand."
-    NSOrderedAscending = -1L,
-    // foundation/nscomparisonresult/nsorderedsame: "The two operands are equal."
-    NSOrderedSame,
-    // foundation/nscomparisonresult/nsordereddescending: "The left operand is greater than the
-    // right operand."
-    NSOrderedDescending,
-};
 // foundation/nstimeinterval: "A number of seconds."
 typedef double NSTimeInterval;
-// foundation/nsnotfound: "A value indicating that a requested item couldn’t be found or doesn’t
-// exist."
-static const NSInteger NSNotFound = __LONG_MAX__;
