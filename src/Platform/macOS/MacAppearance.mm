@@ -68,8 +68,7 @@ private:
 
 bool MacAppearance::isDark() const
 {
-    NSArray<NSAppearanceName>* const known =
-        @[ NSAppearanceNameAqua, NSAppearanceNameDarkAqua ];
+    NSArray<NSAppearanceName>* const known = @[ NSAppearanceNameAqua, NSAppearanceNameDarkAqua ];
     NSAppearance* const appearance = [NSApp effectiveAppearance];
     return [[appearance bestMatchFromAppearancesWithNames:known]
                isEqualToString:NSAppearanceNameDarkAqua] != NO;

@@ -79,9 +79,9 @@ typedef NSString* NSNotificationName NS_TYPED_EXTENSIBLE_ENUM;
 // foundation/distributednotificationcenter/1412063-default: "Returns the default distributed
 // notification center, representing the local notification center for the computer."
 + (NSDistributedNotificationCenter*)defaultCenter;
-// foundation/distributednotificationcenter/postnotificationname(_:object:userinfo:deliverimmediately:):
-// "Creates a notification with information and an immediate-delivery specifier, and posts it to
-// the receiver."
+// foundation/distributednotificationcenter/
+// postnotificationname(_:object:userinfo:deliverimmediately:): "Creates a notification with
+// information and an immediate-delivery specifier, and posts it to the receiver."
 - (void)postNotificationName:(NSNotificationName)name
                       object:(nullable NSString*)object
                     userInfo:(nullable NSDictionary*)userInfo
