@@ -1,6 +1,10 @@
 # The commands of this house. docs/HACKING.md has the table; each target does all the set-up it
 # needs on a fresh Debian 12 or 13 machine, and none of it twice.
 
+ifeq ($(shell uname),Darwin)
+include packaging/macos/Makefile
+else
+
 # Debian's own tools, whatever else a machine has put before them.
 export PATH := /usr/sbin:/usr/bin:/sbin:/bin:$(PATH)
 
@@ -105,3 +109,5 @@ $(PRESETS:%=build/%/CTestTestfile.cmake): build/%/CTestTestfile.cmake: CMakePres
 $(PRESETS:%=build-%): build-%: build/%/CTestTestfile.cmake
 	@echo "== Building the preset $*"
 	@cmake --build build/$*
+
+endif

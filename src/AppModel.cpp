@@ -146,6 +146,7 @@ void AppModel::refreshPermissions()
 {
     accessibilityGranted.set(ports.permissions.isTrusted());
     microphoneGranted.set(ports.permissions.microphoneGranted());
+    keyboardSecured.set(ports.permissions.isKeyboardSecured());
     if (accessibilityGranted.get() && !monitor.isRunning() && !recording.get()) {
         monitor.start(hotkey.get());
     }

@@ -47,12 +47,14 @@ public:
     /// The process may watch and post key events.
     Published<bool, AppModel> accessibilityGranted{false};
     Published<bool, AppModel> microphoneGranted{false};
+    /// Some program has the keyboard to itself: the dictation key is not seen.
+    Published<bool, AppModel> keyboardSecured{false};
     /// The dictation key.
     Published<Hotkey, AppModel> hotkey{Hotkey{}};
     /// A new key is being recorded; the monitor is stopped meanwhile.
     Published<bool, AppModel> recording{false};
 
-    /// Reads both permissions anew, and starts or stops the monitor accordingly.
+    /// Reads the permissions anew, and starts or stops the monitor accordingly.
     void refreshPermissions();
 
     /// The hotkey recorder starts (true) or stops (false) capturing keys. A dictation key that is

@@ -32,6 +32,9 @@ TextInserter::~TextInserter()
 
 void TextInserter::anticipate()
 {
+    if (pasteboard.isAtHand()) {
+        return; // what is put back is what is found when the text is pasted
+    }
     watching = ++watches;
     ahead.clear();
     watchIn(Duration::zero());

@@ -44,14 +44,16 @@ bool fits(const std::vector<ExtentRange>& axes, const Shape& shape)
 /// An input takes the shape if one of those it declares does.
 bool takes(const MLFeature& input, const Shape& shape)
 {
-    return std::ranges::any_of(input.shapes, [&](const auto& axes) { return fits(axes, shape); });
+    return input.anyShape ||
+           std::ranges::any_of(input.shapes, [&](const auto& axes) { return fits(axes, shape); });
 }
 
 /// An output may come in any of the shapes it declares: each must do.
 bool gives(const MLFeature& output, const Shape& shape)
 {
-    return !output.shapes.empty() &&
-           std::ranges::all_of(output.shapes, [&](const auto& axes) { return fits(axes, shape); });
+    const auto fitsAll = [&](const auto& axes) { return fits(axes, shape); };
+    return output.anyShape ||
+           (!output.shapes.empty() && std::ranges::all_of(output.shapes, fitsAll));
 }
 
 /// One of the four models, as its errors name it.

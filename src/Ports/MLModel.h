@@ -38,6 +38,8 @@ struct MLFeature {
     std::vector<std::vector<ExtentRange>> shapes;
     /// The input may be left out.
     bool optional = false;
+    /// The platform does not tell the shapes, of which there are none above: it may be any.
+    bool anyShape = false;
 };
 
 struct MLSignature {

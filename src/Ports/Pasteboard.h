@@ -37,6 +37,10 @@ public:
     /// whatever the owner does: what comes later is left out. Never fails.
     virtual Completion<PasteboardSnapshot> snapshot(PasteSource source) = 0;
 
+    /// Whether the system keeps the contents itself and gives them when they are asked for, so that
+    /// nothing is gained by reading them before there is a text to paste.
+    virtual bool isAtHand() const { return false; }
+
     /// A number that differs from the last one when the contents may have changed since, by
     /// whomever.
     virtual std::int64_t changeCount(PasteSource source) const = 0;

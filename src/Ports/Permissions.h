@@ -17,6 +17,10 @@ public:
     /// Whether `microphoneGranted` is what was answered; until then it is false.
     virtual bool microphoneAnswered() const = 0;
 
+    /// Whether some program has the keyboard to itself, as for a password, so that no key can be
+    /// watched; on desktops that know of such a thing.
+    virtual bool isKeyboardSecured() const { return false; }
+
     /// Lets the platform ask the person for `isTrusted`, where it has such a question.
     virtual void promptForTrust() = 0;
 

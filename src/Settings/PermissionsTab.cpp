@@ -2,13 +2,25 @@
 
 #include "Settings/Texts.h"
 
+#include <utility>
+#include <vector>
+
 namespace vorlin {
+
+namespace {
+
+constexpr const char* keyboardIsSecured =
+    "Another app has the keyboard to itself, as for a password. Until it lets go of it, the "
+    "dictation key is not seen.";
+
+} // namespace
 
 PermissionsTab::PermissionsTab(AppModel& model, const Ports& ports)
     : FormModel(ports.wording), model(model), workspace(ports.workspace),
       wishes(ports.loop, [this] { update(); })
 {
-    for (const auto* granted : {&model.microphoneGranted, &model.accessibilityGranted}) {
+    for (const auto* granted :
+         {&model.microphoneGranted, &model.accessibilityGranted, &model.keyboardSecured}) {
         changes.push_back(granted->observe([this](bool) { update(); }));
     }
     update();
@@ -19,6 +31,14 @@ void PermissionsTab::update()
     const auto paragraph = [](const char* id, const char* text) {
         return FormRow{id, {}, TextControl{text}, {}};
     };
+    std::vector<FormRow> promises = {
+        paragraph("never",
+                  "Vorlin never records unless you hold the dictation key, and audio never "
+                  "leaves your Mac."),
+        paragraph("models", aboutModels)};
+    if (model.keyboardSecured.get()) {
+        promises.insert(promises.begin(), paragraph("secured", keyboardIsSecured));
+    }
     setForm(
         {{{},
           {},
@@ -27,12 +47,7 @@ void PermissionsTab::update()
            row("Accessibility", "To detect the dictation key and type the text into other apps.",
                model.accessibilityGranted.get(), SystemPanel::accessibility)},
           {}},
-         {{},
-          {},
-          {paragraph("never", "Vorlin never records unless you hold the dictation key, and "
-                              "audio never leaves your Mac."),
-           paragraph("models", aboutModels)},
-          {}}});
+         {{}, {}, std::move(promises), {}}});
 }
 
 FormRow PermissionsTab::row(const std::string& title, const std::string& reason, bool granted,

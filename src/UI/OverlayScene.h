@@ -8,6 +8,7 @@
 #include <QQuickItem>
 #include <QQuickRenderControl>
 #include <QQuickWindow>
+#include <QRectF>
 
 #include <functional>
 #include <memory>
@@ -31,6 +32,13 @@ public:
 
     /// How the person has set up the desktop.
     void setAppearance(bool dark, bool reducedMotion) { hud.setAppearance(dark, reducedMotion); }
+
+    /// Whether the desktop shows glass of its own under the picture, where `glass` says: then none
+    /// is drawn.
+    void setSystemGlass(bool hasGlass) { root->setProperty("systemGlass", hasGlass); }
+    /// Where the glass is in the picture drawn last, in points, with y downwards from its top.
+    QRectF glass() const { return root->property("glassArea").toRectF(); }
+    double glassRadius() const { return root->property("glassRadius").toDouble(); }
 
     /// The picture as it is now, `size` pixels large, `scale` pixels to a point; premultiplied.
     const QImage& draw(const QSize& size, double scale);

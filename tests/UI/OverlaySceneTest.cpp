@@ -52,6 +52,31 @@ protected:
     }
 };
 
+TEST_F(OverlaySceneTest, overTheDesktopsOwnGlassOnlyWhatLiesOnItIsDrawn)
+{
+    listen();
+    hear("hello");
+    const QImage ours = picture(1);
+    const QRectF glass = scene->glass();
+    const QPoint bare(static_cast<int>(glass.center().x()), static_cast<int>(glass.top()) + 4);
+    EXPECT_GT(scene->glassRadius(), 0);
+    EXPECT_GT(qAlpha(ours.pixel(bare)), 200);
+    scene->setSystemGlass(true);
+    const QImage overGlass = picture(1);
+    EXPECT_EQ(scene->glass(), glass);
+    EXPECT_EQ(qAlpha(overGlass.pixel(bare)), 0);
+    int opaque = 0;
+    for (int y = 0; y < overGlass.height(); ++y) {
+        for (int x = 0; x < overGlass.width(); ++x) {
+            if (qAlpha(overGlass.pixel(x, y)) > 200) {
+                ++opaque;
+                EXPECT_TRUE(glass.contains(x, y));
+            }
+        }
+    }
+    EXPECT_GT(opaque, 20); // the words
+}
+
 TEST_F(OverlaySceneTest, hugsTheEdgesThatThePositionNames)
 {
     listen();

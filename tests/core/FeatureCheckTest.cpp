@@ -133,6 +133,17 @@ TEST_F(FeatureCheckTest, everyShapeThatAnOutputMayHaveMustFit)
     EXPECT_NE(failure(), "");
 }
 
+TEST_F(FeatureCheckTest, whatThePlatformTellsNoShapesOfFits)
+{
+    for (auto* feature : {&output(encoder, "encoder"), &output(decoder, "h_out"),
+                          &input(preprocessor, "audio_signal")}) {
+        feature->shapes.clear();
+        EXPECT_NE(failure(), "");
+        feature->anyShape = true;
+        EXPECT_EQ(failure(), "");
+    }
+}
+
 TEST_F(FeatureCheckTest, openExtentsRangesAndEnumerationsThatHoldTheExtentFit)
 {
     auto& signal = input(preprocessor, "audio_signal");

@@ -57,6 +57,21 @@ TEST_F(PermissionsTabTest, whatIsNotGrantedOpensItsPageOfTheDesktopsSettings)
               (std::vector<SystemPanel>{SystemPanel::microphone, SystemPanel::accessibility}));
 }
 
+TEST_F(PermissionsTabTest, aKeyboardThatAnotherProgramHasToItselfIsToldForAsLongAsItHasIt)
+{
+    open();
+    const Names promises = {"never", "models"};
+    EXPECT_EQ(rowIds(form(SettingsTab::permissions).at(1)), promises);
+    desktop.permissions.keyboardSecured = true;
+    desktop.loop.advance(1500ms);
+    EXPECT_EQ(control<TextControl>(SettingsTab::permissions, "secured").text,
+              "Another app has the keyboard to itself, as for a password. Until it lets go of it, "
+              "the dictation key is not seen.");
+    desktop.permissions.keyboardSecured = false;
+    desktop.loop.advance(1500ms);
+    EXPECT_EQ(rowIds(form(SettingsTab::permissions).at(1)), promises);
+}
+
 TEST_F(PermissionsTabTest, aDesktopWithoutSuchAPageSaysSo)
 {
     desktop.permissions.microphone = false;

@@ -287,6 +287,26 @@ TEST_F(TextInserterTest, whereUseIsNotToldEachInsertionRestoresItsOwnSnapshot)
     EXPECT_EQ(board(), "one");
 }
 
+TEST_F(TextInserterTest, contentsThatAreAtHandAreReadWhenTheTextIsPastedAndNotAhead)
+{
+    pasteboard.atHand = true;
+    inserter->anticipate();
+    loop.advance(1s);
+    EXPECT_EQ(pasteboard.snapshots, 0);
+    insert("one");
+    EXPECT_EQ(pasteboard.snapshots, 1);
+}
+
+TEST_F(TextInserterTest, contentsAreReadAheadAlsoWhileTheirUseIsNotTold)
+{
+    pasteboard.tracked = false; // as on X11 until something has been written
+    inserter->anticipate();
+    loop.advance(1s);
+    EXPECT_EQ(pasteboard.snapshots, 1);
+    insert("one");
+    EXPECT_EQ(pasteboard.snapshots, 1);
+}
+
 TEST_F(TextInserterTest, whereUseIsNotToldAForeignCopyIsOverwritten)
 {
     pasteboard.tracked = false;

@@ -88,12 +88,14 @@ public:
     bool trusted = true;
     bool microphone = true;
     bool answered = true;
+    bool keyboardSecured = false;
     int trustPrompts = 0;
     int microphoneRequests = 0;
 
     bool isTrusted() const override { return trusted; }
     bool microphoneGranted() const override { return microphone; }
     bool microphoneAnswered() const override { return answered; }
+    bool isKeyboardSecured() const override { return keyboardSecured; }
     void promptForTrust() override { ++trustPrompts; }
     void requestMicrophone() override { ++microphoneRequests; }
 };

@@ -20,6 +20,8 @@ public:
     /// Whether this platform tells who uses the pasteboard.
     bool tracked = true;
     bool snapshotsCompleteAtOnce = true;
+    /// Whether this platform keeps the contents itself.
+    bool atHand = false;
     int snapshots = 0;
     std::map<PasteSource, Board> boards;
 
@@ -71,6 +73,7 @@ public:
         }
         return taken;
     }
+    bool isAtHand() const override { return atHand; }
     std::int64_t changeCount(PasteSource source) const override
     {
         const auto found = boards.find(source);

@@ -29,13 +29,10 @@ OF_THE_LANGUAGE = {
 OF_ITSELF = r"^[ \t]+(?:constexpr |explicit |virtual )*~?{name}\("
 PUBLIC = "part of the public interface"
 OBSERVED = "how a test sees what happened inside"
-ELSEWHERE = "for a desktop that lacks what an X11 display has"
 # What stays though nothing in src uses it, and why.
 KEPT = {
-    "NoFocusedProgram": ELSEWHERE,
     "hideToken": PUBLIC,
     "hudSizes": PUBLIC,
-    "plainWording": ELSEWHERE,
     "bridge": OBSERVED,
     "quickWindow": OBSERVED,
     "holdsModel": OBSERVED,

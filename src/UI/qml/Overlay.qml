@@ -9,6 +9,12 @@ Item {
     // Device pixels to a point.
     property real pixelRatio: 1
 
+    // The desktop has glass of its own, which lies under this picture: none is drawn.
+    property bool systemGlass: false
+    readonly property rect glassArea: Qt.rect(glass.x + glass.margin, glass.y + glass.margin,
+                                              glass.width - 2 * glass.margin,
+                                              glass.height - 2 * glass.margin)
+    readonly property real glassRadius: glass.radius
     readonly property OverlayColors colors: OverlayColors {
         dark: overlay.hud.dark
     }
@@ -26,9 +32,9 @@ Item {
         x: overlay.snapped((overlay.width - width) * overlay.hud.horizontal)
         y: overlay.snapped((overlay.height - height) * overlay.hud.vertical)
         radius: overlay.hud.cornerRadius
-        color: overlay.colors.glass
-        border: overlay.colors.border
-        shadow: overlay.colors.shadow
+        color: overlay.systemGlass ? "transparent" : overlay.colors.glass
+        border: overlay.systemGlass ? "transparent" : overlay.colors.border
+        shadow: overlay.systemGlass ? "transparent" : overlay.colors.shadow
 
         StatusRow {
             id: row

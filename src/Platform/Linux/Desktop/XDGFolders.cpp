@@ -1,15 +1,13 @@
 #include "Platform/Linux/Desktop/XDGFolders.h"
 
-#include "Platform/Linux/Desktop/FolderTree.h"
+#include "Platform/Shared/FolderTree.h"
 #include "Platform/Shared/LinkedFiles.h"
+#include "Platform/Shared/PlainFile.h"
 
 #include <fcntl.h>
-#include <unistd.h>
+#include <sys/stat.h>
 
-#include <algorithm>
-#include <cerrno>
 #include <set>
-#include <stdexcept>
 #include <system_error>
 #include <utility>
 
@@ -19,9 +17,6 @@ namespace {
 
 /// What a download's working folder has behind the model folder's name.
 constexpr const char* partialEnding = ".partial";
-
-/// What is asked of a disk at once, so that a slow one can be seen to get on.
-constexpr std::size_t largestPiece = 256 << 10;
 
 constexpr std::uint64_t blockSize = 512; // what st_blocks counts, whatever the file system's own
 
@@ -41,25 +36,6 @@ bool isSingleName(const std::string& name)
 Descriptor openFolder(const std::filesystem::path& folder)
 {
     return Descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-}
-
-/// The text without what would break its line: names may hold anything.
-std::string oneLine(std::string text)
-{
-    std::ranges::replace_if(
-        text, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, '?');
-    return text;
-}
-
-[[noreturn]] void cannotRead(const std::filesystem::path& file, const std::string& reason)
-{
-    throw std::runtime_error("Cannot read " + oneLine(file.filename().string()) + ": " + reason +
-                             ".");
-}
-
-[[noreturn]] void cannotReadNow(const std::filesystem::path& file)
-{
-    cannotRead(file, std::generic_category().message(errno));
 }
 
 } // namespace
@@ -115,50 +91,7 @@ void XDGFolders::removeModel(const std::filesystem::path& folder)
 Bytes XDGFolders::read(const std::filesystem::path& file, std::size_t most,
                        const std::function<void()>& onProgress)
 {
-    if (!isPath(file)) {
-        cannotRead(file, "its name holds a NUL byte");
-    }
-    struct stat item = {};
-    if (::stat(file.c_str(), &item) != 0) {
-        cannotReadNow(file);
-    }
-    if (!S_ISREG(item.st_mode)) { // opening a device may already do something
-        cannotRead(file, "it is no plain file");
-    }
-    // Not blocking, should it be exchanged for a pipe just now.
-    const Descriptor opened(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (!opened || ::fstat(opened.number(), &item) != 0) {
-        cannotReadNow(file);
-    }
-    if (!S_ISREG(item.st_mode)) {
-        cannotRead(file, "it is no plain file");
-    }
-    if (static_cast<std::uint64_t>(item.st_size) > most) {
-        cannotRead(file, "it is too large");
-    }
-    // One byte more tells the end from a file that has grown meanwhile.
-    Bytes bytes(static_cast<std::size_t>(item.st_size) + 1);
-    std::size_t filled = 0;
-    while (true) {
-        const std::size_t wanted = std::min(bytes.size() - filled, largestPiece);
-        const auto got = ::read(opened.number(), bytes.data() + filled, wanted);
-        if (got < 0 && errno != EINTR) {
-            cannotReadNow(file);
-        }
-        onProgress();
-        if (got == 0) {
-            break;
-        }
-        filled += got > 0 ? static_cast<std::size_t>(got) : 0;
-        if (filled > most) {
-            cannotRead(file, "it is too large");
-        }
-        if (filled == bytes.size()) {
-            bytes.resize(std::min(most, filled * 2) + 1);
-        }
-    }
-    bytes.resize(filled);
-    return bytes;
+    return readPlainFile(file, most, onProgress);
 }
 
 } // namespace vorlin

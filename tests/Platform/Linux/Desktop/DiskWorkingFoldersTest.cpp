@@ -1,4 +1,4 @@
-#include "Platform/Linux/Desktop/DiskWorkingFolders.h"
+#include "Platform/Shared/DiskWorkingFolders.h"
 
 #include "Platform/Linux/Desktop/TemporaryFolder.h"
 

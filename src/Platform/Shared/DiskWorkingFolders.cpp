@@ -1,7 +1,8 @@
-#include "Platform/Linux/Desktop/DiskWorkingFolders.h"
+#include "Platform/Shared/DiskWorkingFolders.h"
 
-#include "Platform/Linux/Desktop/FolderTree.h"
 #include "Platform/Shared/Descriptor.h"
+#include "Platform/Shared/FolderTree.h"
+#include "Platform/Shared/Rename.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -223,25 +224,23 @@ private:
 
     void exchange()
     {
-        const auto rename = [this](unsigned flags) {
-            return ::renameat2(parent.number(), partialName.c_str(), parent.number(), name.c_str(),
-                               flags) == 0;
+        const auto rename = [this](Existing existing) {
+            return renameItem(parent, partialName, parent, name, existing);
         };
-        if (rename(RENAME_EXCHANGE) || (errno == ENOENT && rename(RENAME_NOREPLACE))) {
+        if (rename(Existing::exchange) || (errno == ENOENT && rename(Existing::refuse))) {
             return;
         }
-        if (errno != EINVAL && errno != ENOSYS) {
+        if (errno != EINVAL && errno != ENOSYS && errno != ENOTSUP) {
             refused(errno);
         }
         // A file system that cannot exchange, or knows no flags. What lay there goes out of the way
         // whole: of what is deleted piece by piece, the rest could count as a model.
-        if (::renameat(parent.number(), name.c_str(), top.number(), formerName) != 0 &&
-            errno != ENOENT) {
+        if (!renameItem(parent, name, top, formerName, Existing::replace) && errno != ENOENT) {
             refused(errno);
         }
-        if (!rename(0)) {
+        if (!rename(Existing::replace)) {
             const int reason = errno;
-            ::renameat(top.number(), formerName, parent.number(), name.c_str());
+            renameItem(top, formerName, parent, name, Existing::replace);
             refused(reason);
         }
     }

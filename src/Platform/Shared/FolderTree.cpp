@@ -1,4 +1,6 @@
-#include "Platform/Linux/Desktop/FolderTree.h"
+#include "Platform/Shared/FolderTree.h"
+
+#include "Platform/Shared/Rename.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -85,9 +87,7 @@ private:
         }
         if (level == deepestLevel) {
             const std::string free = ".deep-" + std::to_string(++number);
-            moved = ::renameat2(parent.number(), name.c_str(), top.number(), free.c_str(),
-                                RENAME_NOREPLACE) == 0 ||
-                    moved;
+            moved = renameItem(parent, name, top, free, Existing::refuse) || moved;
             return;
         }
         removeBelow(openFolder(parent, name), level + 1);

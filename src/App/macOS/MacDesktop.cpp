@@ -1,0 +1,62 @@
+#include "App/macOS/MacDesktop.h"
+
+#include "Hotkey.h"
+#include "Platform/macOS/MacThreadPriority.h"
+#include "Wording.h"
+
+namespace vorlin {
+
+namespace {
+
+/// Command-V, wherever the text goes.
+constexpr PasteChord paste{keyCodes::v, eventFlags::maskCommand, PasteSource::clipboard};
+
+} // namespace
+
+MacDesktop::MacDesktop()
+    : workers(lowerThreadPriority), folders(std::make_shared<MacFolders>()),
+      workingFolders(std::make_shared<DiskWorkingFolders>()), http(loop, workers), mlModels(loop),
+      state("Vorlin.state"), permissions(loop), audioInput(loop), speechAnalyzers(loop),
+      focusedProgram(paste), overlayPanel(loop), statusItem(loop), keyMonitor(loop), workspace(loop)
+{
+}
+
+MacDesktop::~MacDesktop()
+{
+    http.close();
+    workers.close();
+}
+
+Ports MacDesktop::ports()
+{
+    return {
+        .loop = loop,
+        .audioInput = audioInput,
+        .audioConverters = audioConverters,
+        .speechAnalyzers = speechAnalyzers,
+        .eventTap = eventTap,
+        .keyPoster = keyPoster,
+        .focusedProgram = focusedProgram,
+        .pasteboard = pasteboard,
+        .defaults = defaults,
+        .state = state,
+        .permissions = permissions,
+        .sounds = sounds,
+        .locale = locale,
+        .mlModels = mlModels,
+        .folders = folders,
+        .workingFolders = workingFolders,
+        .http = http,
+        .random = random,
+        .workers = workers,
+        .screens = screens,
+        .overlayPanel = overlayPanel,
+        .statusItem = statusItem,
+        .localKeyMonitor = keyMonitor,
+        .loginItem = loginItem,
+        .workspace = workspace,
+        .wording = plainWording(),
+    };
+}
+
+} // namespace vorlin

@@ -1,0 +1,102 @@
+#include "Platform/macOS/MacApplication.h"
+
+#include "Platform/macOS/Objects/Observer.h"
+#include "Platform/macOS/Objects/Ref.h"
+
+#include <AppKit/AppKit.h>
+
+#include <utility>
+
+/// Is told when the running program is opened once more.
+@interface VorlinReopenTarget : NSObject {
+@public
+    const std::function<void()>* opened;
+}
+- (void)reopen:(NSAppleEventDescriptor*)event reply:(NSAppleEventDescriptor*)reply;
+@end
+
+@implementation VorlinReopenTarget
+- (void)reopen:(NSAppleEventDescriptor*)event reply:(NSAppleEventDescriptor*)reply
+{
+    (void)event;
+    (void)reply;
+    if (opened != nullptr) {
+        (*opened)();
+    }
+}
+@end
+
+namespace vorlin {
+
+namespace {
+
+/// What a later start says to the one before.
+NSString* const startedAgain = @"VorlinStartedAgain";
+
+/// Whether another process runs this very program.
+bool isRunningElsewhere()
+{
+    NSRunningApplication* const self = [NSRunningApplication currentApplication];
+    NSString* const name = [NSBundle mainBundle].bundleIdentifier;
+    if (name == nil) {
+        return false; // no bundle: then nobody knows its name
+    }
+    for (NSRunningApplication* other in
+         [NSRunningApplication runningApplicationsWithBundleIdentifier:name]) {
+        if (other.processIdentifier != self.processIdentifier) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+struct MacApplication::Instance {
+    std::function<void()> onActivate;
+    Observer starts;
+    Ref<VorlinReopenTarget> target;
+};
+
+MacApplication::MacApplication() = default;
+
+MacApplication::~MacApplication()
+{
+    if (instance) {
+        instance->target.get()->opened = nullptr;
+        [[NSAppleEventManager sharedAppleEventManager]
+            removeEventHandlerForEventClass:kCoreEventClass
+                                 andEventID:kAEReopenApplication];
+    }
+}
+
+bool MacApplication::becomeOnlyInstance(std::function<void()> onActivate)
+{
+    NSDistributedNotificationCenter* const others = [NSDistributedNotificationCenter defaultCenter];
+    if (isRunningElsewhere()) {
+        [others postNotificationName:startedAgain object:nil userInfo:nil deliverImmediately:YES];
+        return false;
+    }
+    instance = std::make_unique<Instance>();
+    instance->onActivate = std::move(onActivate);
+    instance->starts = Observer(others, startedAgain, nil, [this] { instance->onActivate(); });
+    instance->target = Ref(autoreleased([[VorlinReopenTarget alloc] init]));
+    instance->target.get()->opened = &instance->onActivate;
+    [[NSAppleEventManager sharedAppleEventManager] setEventHandler:instance->target.get()
+                                                       andSelector:@selector(reopen:reply:)
+                                                     forEventClass:kCoreEventClass
+                                                        andEventID:kAEReopenApplication];
+    return true;
+}
+
+void MacApplication::quit()
+{
+    [NSApp terminate:nil];
+}
+
+void MacApplication::activate()
+{
+    [NSApp activate];
+}
+
+} // namespace vorlin

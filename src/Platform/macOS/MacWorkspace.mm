@@ -1,0 +1,109 @@
+#include "Platform/macOS/MacWorkspace.h"
+
+#include "Platform/macOS/Objects/Ref.h"
+#include "Platform/macOS/Objects/Text.h"
+#include "Platform/macOS/Plain/PrivacyPanes.h"
+
+#include <AppKit/AppKit.h>
+
+namespace vorlin {
+
+namespace {
+
+using Folder = std::optional<std::filesystem::path>;
+
+Completion<Done> opened(NSURL* address)
+{
+    Completion<Done> result;
+    if (address != nil && [[NSWorkspace sharedWorkspace] openURL:address]) {
+        result.completer().complete({});
+    } else {
+        result.completer().failWith("Nothing here opens it.");
+    }
+    return result;
+}
+
+} // namespace
+
+struct MacWorkspace::Dialog {
+    Ref<NSOpenPanel> panel;
+    Completer<Folder> completer;
+    Timer begin;
+
+    Folder run() const
+    {
+        [panel.get() setCanChooseDirectories:YES];
+        [panel.get() setCanChooseFiles:NO];
+        [panel.get() setPrompt:@"Choose"];
+        return [panel.get() runModal] == NSModalResponseOK ? Folder(textOf(panel.get().URL.path))
+                                                           : std::nullopt;
+    }
+};
+
+MacWorkspace::MacWorkspace(MainLoop& loop) : loop(loop) {}
+
+MacWorkspace::~MacWorkspace() = default;
+
+Completion<Done> MacWorkspace::open(const std::filesystem::path& folder)
+{
+    return opened(fileURL(folder));
+}
+
+Completion<Done> MacWorkspace::reveal(const std::filesystem::path& item)
+{
+    [[NSWorkspace sharedWorkspace]
+        activateFileViewerSelectingURLs:[NSArray arrayWithObject:fileURL(item)]];
+    Completion<Done> result;
+    result.completer().complete({});
+    return result;
+}
+
+Completion<Done> MacWorkspace::openLink(const std::string& address)
+{
+    return opened([NSURL URLWithString:nsText(address)]);
+}
+
+bool MacWorkspace::hasPanel(SystemPanel /*panel*/) const
+{
+    return true;
+}
+
+Completion<Done> MacWorkspace::openPanel(SystemPanel panel)
+{
+    return opened([NSURL URLWithString:nsText(privacyPane(panel))]);
+}
+
+Completion<Folder> MacWorkspace::chooseFolder(const std::string& title)
+{
+    Completion<Folder> chosen;
+    if (dialog) {
+        [dialog->panel.get() cancel:nil];
+        dialog->completer.complete(std::nullopt);
+    }
+    NSOpenPanel* const panel = [NSOpenPanel openPanel];
+    [panel setMessage:nsText(title)];
+    dialog = std::make_unique<Dialog>(Dialog{Ref(panel), chosen.completer(), {}});
+    dialog->begin = loop.startTimer(Duration::zero(), [this] {
+        const Dialog running = *dialog; // another one may take its place
+        running.completer.complete(running.run());
+        if (dialog->panel.get() == running.panel.get()) {
+            dialog.reset();
+        }
+    });
+    return chosen;
+}
+
+void MacWorkspace::bringToFront(std::uintptr_t /*window*/)
+{
+    for (NSWindow* window in [NSApp windows]) {
+        if ([window.identifier containsString:@"Settings"]) {
+            [window setCollectionBehavior:window.collectionBehavior |
+                                          NSWindowCollectionBehaviorMoveToActiveSpace];
+            [window makeKeyAndOrderFront:nil];
+            [window orderFrontRegardless];
+            return;
+        }
+    }
+}
+
+} // namespace vorlin

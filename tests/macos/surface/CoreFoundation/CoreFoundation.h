@@ -1,0 +1,5 @@
+#pragma once
+
+#include <CoreFoundation/CFBase.h>
+#include <CoreFoundation/CFRunLoop.h>
+#include <CoreFoundation/CFValues.h>
