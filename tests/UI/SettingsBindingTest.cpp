@@ -45,6 +45,28 @@ TEST_F(SettingsBinding, showsWhatHoldsWhereAChangeIsRefused)
     EXPECT_FALSE(has("The folder cannot be written."));
 }
 
+TEST_F(SettingsBinding, isDrawnInTheAccentThatThePersonChose)
+{
+    open(SettingsTab::general);
+    const QColor chosen("#aa3377");
+    const auto isDrawn = [&] {
+        const QImage drawn = picture();
+        for (int y = 0; y < drawn.height(); ++y) {
+            for (int x = 0; x < drawn.width(); ++x) {
+                if (drawn.pixelColor(x, y) == chosen) {
+                    return true;
+                }
+            }
+        }
+        return false;
+    };
+    EXPECT_FALSE(isDrawn());
+    window->setAppearance(false, true, chosen);
+    EXPECT_TRUE(isDrawn());
+    window->setAppearance(false, true);
+    EXPECT_FALSE(isDrawn());
+}
+
 TEST_F(SettingsBinding, selectsNoSizeThatIsNone)
 {
     open(SettingsTab::popup);

@@ -64,7 +64,7 @@ void LinuxSettings::dropLater()
 void LinuxSettings::followAppearance()
 {
     if (opened) {
-        opened->window.setAppearance(look.isDark(), look.hasReducedMotion());
+        opened->window.setAppearance(look.isDark(), look.hasReducedMotion(), look.accent());
     }
 }
 

@@ -30,11 +30,13 @@ SettingsBridge::SettingsBridge(SettingsView& view, SettingsScene& scene)
     QCoreApplication::instance()->installEventFilter(this);
 }
 
-void SettingsBridge::setAppearance(bool dark, bool reducedMotion)
+void SettingsBridge::setAppearance(bool dark, bool reducedMotion,
+                                   const std::optional<QColor>& accent)
 {
-    if (dark != darkDesktop || reducedMotion != withoutMotion) {
+    if (dark != darkDesktop || reducedMotion != withoutMotion || accent != chosenAccent) {
         darkDesktop = dark;
         withoutMotion = reducedMotion;
+        chosenAccent = accent;
         Q_EMIT appearanceChanged();
     }
 }
@@ -74,8 +76,11 @@ FormBridge* SettingsBridge::sheet()
     return sheetForm;
 }
 
-QColor SettingsBridge::accent()
+QColor SettingsBridge::accent() const
 {
+    if (chosenAccent) {
+        return *chosenAccent;
+    }
 #if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
     return QGuiApplication::palette().color(QPalette::Active, QPalette::Accent);
 #else

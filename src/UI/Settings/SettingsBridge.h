@@ -9,6 +9,7 @@
 #include <QtQml/qqmlregistration.h>
 
 #include <array>
+#include <optional>
 
 namespace vorlin {
 
@@ -39,8 +40,8 @@ public:
     /// Both must outlive this object.
     SettingsBridge(SettingsView& view, SettingsScene& scene);
 
-    /// How the person has set up the desktop.
-    void setAppearance(bool dark, bool reducedMotion);
+    /// How the person has set up the desktop. Without an accent it is the palette's.
+    void setAppearance(bool dark, bool reducedMotion, const std::optional<QColor>& accent = {});
 
     static QVariantList tabs();
     int tab() const { return static_cast<int>(scene.tab.get()); }
@@ -54,7 +55,7 @@ public:
 
     bool dark() const { return darkDesktop; }
     bool reducedMotion() const { return withoutMotion; }
-    static QColor accent();
+    QColor accent() const;
 
     /// The sheet was closed by the person.
     Q_INVOKABLE void dismiss() { view.models.sheet.dismiss(); }
@@ -76,6 +77,7 @@ private:
     CommandBridge confirmCommand;
     bool darkDesktop = false;
     bool withoutMotion = false;
+    std::optional<QColor> chosenAccent;
     std::vector<Subscription> changes;
 };
 

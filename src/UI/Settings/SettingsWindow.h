@@ -22,10 +22,10 @@ public:
     SettingsWindow(SettingsView& view, SettingsScene& scene);
     ~SettingsWindow() override;
 
-    /// How the person has set up the desktop.
-    void setAppearance(bool dark, bool reducedMotion)
+    /// How the person has set up the desktop. Without an accent it is the palette's.
+    void setAppearance(bool dark, bool reducedMotion, const std::optional<QColor>& accent = {})
     {
-        settings.setAppearance(dark, reducedMotion);
+        settings.setAppearance(dark, reducedMotion, accent);
     }
 
     void show() { window.show(); }

@@ -10,6 +10,9 @@
 #include <QPalette>
 #include <QSettings>
 
+#include <algorithm>
+#include <array>
+
 namespace vorlin {
 
 namespace {
@@ -24,6 +27,27 @@ const QString kdeGroup = QStringLiteral("org.kde.kdeglobals.KDE");
 bool isDarkTheme(const QString& name)
 {
     return name.endsWith("-dark", Qt::CaseInsensitive) || name.endsWith(":dark");
+}
+
+/// Red, green and blue, each from 0 to 1; a desktop says with others that nothing was chosen.
+std::optional<QColor> chosenColor(const QVariant& value)
+{
+    const auto argument = value.value<QDBusArgument>();
+    if (argument.currentSignature() != "(ddd)") {
+        return std::nullopt;
+    }
+    std::array<double, 3> parts{};
+    argument.beginStructure();
+    for (double& part : parts) {
+        argument >> part;
+    }
+    argument.endStructure();
+    const bool chosen =
+        std::ranges::all_of(parts, [](double part) { return part >= 0 && part <= 1; });
+    return chosen ? std::optional(QColor::fromRgbF(static_cast<float>(parts[0]),
+                                                   static_cast<float>(parts[1]),
+                                                   static_cast<float>(parts[2])))
+                  : std::nullopt;
 }
 
 } // namespace
@@ -121,6 +145,8 @@ void DesktopAppearance::takePortal(const QString& group, const QString& key, con
         // 0: no preference, 1: dark, 2: light.
         const auto scheme = value.toUInt();
         portalDark = scheme == 0 ? std::nullopt : std::optional(scheme == 1);
+    } else if (group == appearanceGroup && key == "accent-color") {
+        portalAccent = chosenColor(value);
     } else if (group == gnomeGroup && key == "enable-animations") {
         portalReducedMotion = !value.toBool();
     } else if (group == kdeGroup && key == "AnimationDurationFactor") {

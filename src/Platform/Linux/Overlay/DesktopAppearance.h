@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/Environment.h"
 
+#include <QColor>
 #include <QDBusVariant>
 #include <QObject>
 #include <QString>
@@ -22,6 +23,8 @@ public:
 
     bool isDark() const;
     bool hasReducedMotion() const;
+    /// What the person has what is selected drawn in; nothing where no portal tells of a choice.
+    std::optional<QColor> accent() const { return portalAccent; }
 
 Q_SIGNALS:
     /// An answer may have changed.
@@ -39,6 +42,7 @@ private:
     int changes = 0;
     std::optional<bool> portalDark;
     std::optional<bool> portalReducedMotion;
+    std::optional<QColor> portalAccent;
     std::optional<bool> gtkDark;
     std::optional<bool> gtkReducedMotion;
 };

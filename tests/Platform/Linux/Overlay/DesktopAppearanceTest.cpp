@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QColor>
+#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusMetaType>
@@ -42,6 +44,17 @@ public:
         QDBusConnection::disconnectFromBus(bus.name());
     }
 
+    /// Changes a setting of the look, and tells of it.
+    void set(const QString& key, const QVariant& value)
+    {
+        const QString group = QStringLiteral("org.freedesktop.appearance");
+        settings[group][key] = value;
+        auto signal =
+            QDBusMessage::createSignal(path, "org.freedesktop.portal.Settings", "SettingChanged");
+        signal << group << key << QVariant::fromValue(QDBusVariant(value));
+        bus.send(signal);
+    }
+
 public Q_SLOTS:
     // NOLINTNEXTLINE(readability-identifier-naming): the interface's name
     QMap<QString, QVariantMap> ReadAll(const QStringList& /*groups*/) const { return settings; }
@@ -51,6 +64,15 @@ private:
     QDBusConnection bus =
         QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("portal"));
 };
+
+QVariant colour(double red, double green, double blue)
+{
+    QDBusArgument argument;
+    argument.beginStructure();
+    argument << red << green << blue;
+    argument.endStructure();
+    return QVariant::fromValue(argument);
+}
 
 class DesktopAppearanceTest : public testing::Test {
 protected:
@@ -107,6 +129,28 @@ TEST_F(DesktopAppearanceTest, asksThePortalFirst)
     portal.settings["org.gnome.desktop.interface"]["enable-animations"] = false;
     DesktopAppearance look(environment);
     ASSERT_TRUE(runUntil([&] { return look.hasReducedMotion() && !look.isDark(); }));
+}
+
+TEST_F(DesktopAppearanceTest, takesThePortalsAccentWhereOneWasChosen)
+{
+    DesktopAppearance look(environment);
+    EXPECT_FALSE(look.accent());
+    Portal portal;
+    portal.set("accent-color", colour(0.2, 0.4, 1));
+    ASSERT_TRUE(runUntil([&] { return look.accent().has_value(); }));
+    EXPECT_EQ(look.accent()->rgb(), qRgb(51, 102, 255));
+    portal.set("accent-color", colour(-1, -1, -1));
+    EXPECT_TRUE(runUntil([&] { return !look.accent(); }));
+}
+
+TEST_F(DesktopAppearanceTest, anAccentThatIsNoColourIsNone)
+{
+    Portal portal;
+    portal.settings["org.freedesktop.appearance"]["accent-color"] = "blue";
+    portal.settings["org.freedesktop.appearance"]["color-scheme"] = 1U;
+    DesktopAppearance look(environment);
+    ASSERT_TRUE(runUntil([&] { return look.isDark(); }));
+    EXPECT_FALSE(look.accent());
 }
 
 TEST_F(DesktopAppearanceTest, asksAPortalThatStartsLater)
