@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <mutex>
 #include <set>
 #include <string>
@@ -235,12 +236,13 @@ private:
         }
         // A file system that cannot exchange, or knows no flags. What lay there goes out of the way
         // whole: of what is deleted piece by piece, the rest could count as a model.
-        if (!renameItem(parent, name, top, formerName, Existing::replace) && errno != ENOENT) {
+        if (::renameat(parent.number(), name.c_str(), top.number(), formerName) != 0 &&
+            errno != ENOENT) {
             refused(errno);
         }
         if (!rename(Existing::replace)) {
             const int reason = errno;
-            renameItem(top, formerName, parent, name, Existing::replace);
+            ::renameat(top.number(), formerName, parent.number(), name.c_str());
             refused(reason);
         }
     }
