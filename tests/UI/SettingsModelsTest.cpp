@@ -15,7 +15,7 @@ protected:
         auto* form = window->bridge().form();
         auto* section = form->sections().constFirst().value<FormSectionBridge*>();
         section->show({"Speech engines", {}, {{"one", name, control, {}}}, {}});
-        settle();
+        picture(); // by then it has found its place
     }
     /// Whether the whole of it is between the tabs and the window's lower edge.
     bool isInSight(const std::string& name)
@@ -114,8 +114,6 @@ TEST_F(SettingsModels, nothingLongInARowRunsOverTheControlsBesideIt)
     wordy.tags = {longest, "short"};
     wordy.commands = {{.text = "Download", .symbol = "arrow.down.circle", .press = [] {}}};
     showEngine(wordy, longest);
-    settle();
-    picture(); // everything has found its place
     auto* const leading = control("Use One");
     int texts = 0;
     for (auto* each : controls()) {
@@ -136,7 +134,6 @@ TEST_F(SettingsModels, aNameOfSixtyLettersIsShownWhole)
     const std::string name = "Parakeet for long meetings, exported on a Sunday in November";
     ASSERT_EQ(name.size(), 60U);
     showEngine(absent, name);
-    picture();
     EXPECT_FALSE(control(name)->property("truncated").toBool());
 }
 
