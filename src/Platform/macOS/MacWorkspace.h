@@ -23,7 +23,8 @@ public:
     Completion<Done> openPanel(SystemPanel panel) override;
     /// The panel is modal: it runs from the loop, which goes on within it.
     Completion<std::optional<std::filesystem::path>>
-    chooseFolder(const std::string& title) override;
+    chooseFolder(const std::string& title, const std::string& prompt) override;
+    void cancelChoice() override;
     /// Raises the window whose identifier contains "Settings", whatever its number.
     void bringToFront(std::uintptr_t window) override;
 

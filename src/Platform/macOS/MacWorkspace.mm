@@ -6,6 +6,8 @@
 
 #include <AppKit/AppKit.h>
 
+#include <utility>
+
 namespace vorlin {
 
 namespace {
@@ -34,7 +36,6 @@ struct MacWorkspace::Dialog {
     {
         [panel.get() setCanChooseDirectories:YES];
         [panel.get() setCanChooseFiles:NO];
-        [panel.get() setPrompt:@"Choose"];
         return [panel.get() runModal] == NSModalResponseOK ? Folder(textOf(panel.get().URL.path))
                                                            : std::nullopt;
     }
@@ -73,24 +74,30 @@ Completion<Done> MacWorkspace::openPanel(SystemPanel panel)
     return opened([NSURL URLWithString:nsText(privacyPane(panel))]);
 }
 
-Completion<Folder> MacWorkspace::chooseFolder(const std::string& title)
+Completion<Folder> MacWorkspace::chooseFolder(const std::string& title, const std::string& prompt)
 {
+    cancelChoice();
     Completion<Folder> chosen;
-    if (dialog) {
-        [dialog->panel.get() cancel:nil];
-        dialog->completer.complete(std::nullopt);
-    }
     NSOpenPanel* const panel = [NSOpenPanel openPanel];
     [panel setMessage:nsText(title)];
+    [panel setPrompt:nsText(prompt)];
     dialog = std::make_unique<Dialog>(Dialog{Ref(panel), chosen.completer(), {}});
     dialog->begin = loop.startTimer(Duration::zero(), [this] {
         const Dialog running = *dialog; // another one may take its place
         running.completer.complete(running.run());
-        if (dialog->panel.get() == running.panel.get()) {
+        if (dialog && dialog->panel.get() == running.panel.get()) {
             dialog.reset();
         }
     });
     return chosen;
+}
+
+void MacWorkspace::cancelChoice()
+{
+    if (const auto open = std::exchange(dialog, nullptr)) {
+        [open->panel.get() cancel:nil];
+        open->completer.complete(std::nullopt);
+    }
 }
 
 void MacWorkspace::bringToFront(std::uintptr_t /*window*/)
