@@ -26,7 +26,7 @@ def custom_engines(program):
 
 def choose_only_folder(begun, controls, name):
     """Chooses, by keyboard alone, the only folder that the dialog shows in the person's home."""
-    wait_until(lambda: begun.window.is_active("Choose"), "the folder dialog", 60)
+    wait_until(lambda: begun.window.is_active("Folder on this computer"), "the folder dialog", 60)
     wait_until(lambda: controls.reader.find(name, "Choose"), "the folder in the dialog")
     begun.desktop.screenshot("folder-dialog")
     # From the list over the path to the buttons.

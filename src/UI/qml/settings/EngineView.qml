@@ -123,6 +123,9 @@ FocusScope {
                 command: modelData
                 flat: command.text === ""
                 Accessible.description: engine.row.label
+                // The second press of somebody very quick was meant for the first one's button:
+                // where "Download" was, what cancels it may be by now.
+                onDoubleClicked: {}
             }
         }
         CommandButton {

@@ -36,9 +36,8 @@ T.AbstractButton {
     Accessible.onPressAction: button.clicked()
     Keys.onReturnPressed: event => clickOnce(event)
     Keys.onEnterPressed: event => clickOnce(event)
-    // What follows the first press of a double click or of a held key is meant for what the button
-    // showed then: by now it may do the opposite.
-    onDoubleClicked: {}
+    // What follows the first press of a held key is meant for what the button showed then: by now
+    // it may do the opposite.
 
     function clickOnce(event: KeyEvent) {
         if (!event.isAutoRepeat) {
