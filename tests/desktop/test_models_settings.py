@@ -8,6 +8,7 @@ from editors import Terminal
 from local_model import LocalModel
 from waiting import wait_until
 
+DIALOG = "Folder on this computer"
 ROW = "Use mine"
 BUILT_IN = "Use Built-in Speech"
 
@@ -26,8 +27,8 @@ def custom_engines(program):
 
 def choose_only_folder(begun, controls, name):
     """Chooses, by keyboard alone, the only folder that the dialog shows in the person's home."""
-    wait_until(lambda: begun.window.is_active("Folder on this computer"), "the folder dialog", 60)
-    wait_until(lambda: controls.reader.find(name, "Choose"), "the folder in the dialog")
+    wait_until(lambda: begun.window.is_active(DIALOG), "the folder dialog", 60)
+    wait_until(lambda: controls.reader.find(name, DIALOG), "the folder in the dialog")
     begun.desktop.screenshot("folder-dialog")
     # From the list over the path to the buttons.
     for key in ("Down", "Tab", "Tab", "space"):
