@@ -99,6 +99,10 @@ void references()
     }
     expect(seen == nil, "a weak reference is nothing when its object is gone");
     expect(freed == before + 2, "an object goes with its last strong reference");
+    CFTypeRef counted = (__bridge_retained CFTypeRef)[[Node alloc] init];
+    expect(freed == before + 2, "what Core Foundation was given stays");
+    CFRelease(counted);
+    expect(freed == before + 3, "until it is released");
 }
 
 std::string thrown(void (^block)(void))
@@ -154,6 +158,9 @@ void values()
                                          code:1
                                      userInfo:@{NSLocalizedDescriptionKey : @"text"}];
     expect([error.localizedDescription isEqual:@"text"] && error.code == 1, "an error");
+    expect(CFGetTypeID((__bridge CFTypeRef) @YES) == CFBooleanGetTypeID() &&
+               CFGetTypeID((__bridge CFTypeRef) @1) != CFBooleanGetTypeID(),
+           "a boolean is no number to Core Foundation");
     NSData* data = [NSData dataWithBytes:"a\0b" length:3];
     expect(data.length == 3 && static_cast<const char*>(data.bytes)[2] == 'b', "bytes");
 }
