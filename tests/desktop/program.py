@@ -87,6 +87,10 @@ class Program:
         """What its settings file holds."""
         return json.loads(self.settings_file.read_text())
 
+    def await_stored(self, key, value):
+        """Waits until its settings file holds this value: it is written a moment later."""
+        wait_until(lambda: self.stored().get(key) == value, f"{key} {value} in the settings file")
+
     def change(self, settings):
         """Changes settings as an editor does."""
         new = self.settings_file.with_suffix(".new")
@@ -94,8 +98,11 @@ class Program:
         os.replace(new, self.settings_file)
 
     def stored_hotkey(self):
-        """The dictation key in its settings file: (key code, modifiers, modifier only)."""
-        key = json.loads(base64.b64decode(self.stored()["hotkey.v2"]["data"]))
+        """The dictation key in its settings file: (key code, modifiers, modifier only), or None."""
+        kept = self.stored().get("hotkey.v2")
+        if kept is None:
+            return None
+        key = json.loads(base64.b64decode(kept["data"]))
         return key["keyCode"], key["modifiers"], key["modifierOnly"]
 
     def memory_kb(self):

@@ -49,9 +49,9 @@ def test_a_language_is_picked_from_a_list_by_keys_and_through_a_screen_reader(st
     controls = begun.open_settings()
     controls.press("Language (Built-in Speech)")
     controls.press("Deutsch, Not installed")
-    wait_until(lambda: begun.program.stored().get("language") == "de-DE", "the settings file")
+    begun.program.await_stored("language", "de-DE")
     assert controls.description("Language (Built-in Speech)") == "Deutsch"
     controls.focus("Language (Built-in Speech)")
     for key in ("space", "Up", "Return"):
         begun.desktop.keyboard.tap(key)
-    wait_until(lambda: begun.program.stored()["language"] == "es-ES", "the settings file")
+    begun.program.await_stored("language", "es-ES")

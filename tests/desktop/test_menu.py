@@ -55,12 +55,12 @@ def test_the_recording_mode_chosen_in_the_window_changes_the_lines(stage):
     controls = begun.open_settings()
     controls.press("Press to start & stop")
     panel.await_lines(TOGGLE + COMMANDS)
-    wait_until(lambda: begun.program.stored().get("recordMode") == "toggle", "the settings file")
+    begun.program.await_stored("recordMode", "toggle")
     assert controls.is_checked("Press to start & stop")
     controls.focus("Press to start & stop")
     begun.desktop.keyboard.tap("Left")
     panel.await_lines(HOLD + COMMANDS)
-    wait_until(lambda: begun.program.stored()["recordMode"] == "hold", "the settings file")
+    begun.program.await_stored("recordMode", "hold")
     assert controls.is_checked("Hold to talk")
 
 

@@ -59,10 +59,10 @@ def test_a_folder_is_added_used_and_taken_off_the_list_untouched(stage):
     controls.press("Add")
     controls.find(ROW)
     wait_until(lambda: select(controls), "the model to be found complete, and selected")
-    assert [each["source"] for each in custom_engines(begun.program)] == [
-        {"local": {"_0": str(folder)}}]
     assert not controls.is_checked(BUILT_IN)
-    assert begun.program.stored()["engine"] == custom_engines(begun.program)[0]["id"]
+    (mine,) = wait_until(lambda: custom_engines(begun.program), "the settings file")
+    assert mine["source"] == {"local": {"_0": str(folder)}}
+    begun.program.await_stored("engine", mine["id"])
     begun.desktop.screenshot("selected")
 
     terminal = Terminal(begun.desktop)
@@ -77,7 +77,7 @@ def test_a_folder_is_added_used_and_taken_off_the_list_untouched(stage):
     wait_until(lambda: not controls.has(ROW), "the model to leave the list")
     assert controls.is_checked(BUILT_IN)
     wait_until(lambda: not custom_engines(begun.program), "the settings file")
-    assert begun.program.stored()["engine"] == "apple"
+    begun.program.await_stored("engine", "apple")
     assert everything(folder) == before
 
 

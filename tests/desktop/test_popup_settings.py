@@ -19,7 +19,7 @@ def test_the_grid_moves_the_overlay_and_shows_it_there(stage):
         overlay.await_shown()
         overlay.await_frame(expected_frame(WHOLE, position), cell)
         assert controls.is_checked(cell)
-    assert begun.program.stored()["hud.position"] == "bottomRight"
+    begun.program.await_stored("hud.position", "bottomRight")
     begun.desktop.screenshot("bottom-right")
     overlay.await_hidden()
     assert begun.window.is_active()
@@ -46,7 +46,7 @@ def test_the_distance_is_set_by_keys_and_through_a_screen_reader(stage):
     overlay.await_frame(expected_frame(WHOLE, "topLeft", margin=60), "a step more")
     controls.set_value("Distance from edge", 100)
     overlay.await_frame(expected_frame(WHOLE, "topLeft", margin=100), "what was set")
-    wait_until(lambda: begun.program.stored()["hud.margin"] == 100, "the settings file")
+    begun.program.await_stored("hud.margin", 100)
 
 
 def test_a_size_shows_at_once_while_the_overlay_stands(stage):
@@ -59,7 +59,7 @@ def test_a_size_shows_at_once_while_the_overlay_stands(stage):
     for name, scale in SIZES.items():
         controls.press(name)
         overlay.await_frame(expected_frame(WHOLE, "bottomCenter", size=scale), name)
-        wait_until(lambda scale=scale: begun.program.stored()["hud.scale"] == scale, "the file")
+        begun.program.await_stored("hud.scale", scale)
         overlay.picture(name)
     assert begun.program.is_recording()
 
