@@ -88,15 +88,23 @@ std::optional<DefaultsValue> MacDefaults::value(const std::string& key) const
 
 void MacDefaults::set(const std::string& key, std::optional<DefaultsValue> value)
 {
+    const bool changes = this->value(key) != value;
     if (value) {
         setObject(store->defaults.get(), nsText(key), *value);
     } else {
         [store->defaults.get() removeObjectForKey:nsText(key)];
     }
+    if (!changes) {
+        return;
+    }
     const auto current = observers; // an observer may add others
     for (const auto& weak : current) {
+        Observe call; // a copy: it may end itself meanwhile
         if (const auto observer = weak.lock()) {
-            (*observer)(key);
+            call = *observer;
+        }
+        if (call) {
+            call(key);
         }
     }
 }

@@ -13,11 +13,15 @@ std::vector<std::string> calls;
 
 } // namespace
 
+bool isMainThread()
+{
+    return std::this_thread::get_id() == mainThread;
+}
+
 void note(const std::string& call)
 {
-    const bool elsewhere = std::this_thread::get_id() != mainThread;
     const std::lock_guard lock(guard);
-    calls.push_back((elsewhere ? "elsewhere: " : "") + call);
+    calls.push_back((isMainThread() ? "" : "elsewhere: ") + call);
 }
 
 std::vector<std::string> taken()

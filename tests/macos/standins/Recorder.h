@@ -9,6 +9,9 @@ namespace standins {
 /// thread than the one that started the program begins with "elsewhere: ". From any thread.
 void note(const std::string& call);
 
+/// Whether this thread is the one that started the program.
+bool isMainThread();
+
 /// What was written down since this was asked last, oldest first. From any thread.
 std::vector<std::string> taken();
 

@@ -1,6 +1,7 @@
 #include "Platform/Linux/Desktop/JsonDefaults.h"
 
 #include "Async/TimerQueue.h"
+#include "Platform/Contracts/DefaultsContract.h"
 #include "Platform/Linux/Desktop/SettingsFile.h"
 #include "Platform/RunUntil.h"
 #include "Platform/Shared/QtMainLoop.h"
@@ -50,25 +51,30 @@ public:
     TimerQueue timers;
 };
 
-class JsonDefaultsTest : public testing::Test {
-protected:
+/// A person's file of settings.
+struct JsonFile {
     std::unique_ptr<JsonDefaults> open()
     {
         return std::make_unique<JsonDefaults>(file, loop, worker);
     }
 
-    void runAll()
+    void settle()
     {
         while (worker.runOne() || loop.runOne()) {
         }
     }
 
-    std::string stored() const { return textOf(file); }
-
     TemporaryFolder folder;
     fs::path file = folder / "Vorlin/settings.json";
     ByHand loop;
     ByHand worker;
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Json, DefaultsContract, JsonFile);
+
+class JsonDefaultsTest : public testing::Test, protected JsonFile {
+protected:
+    void runAll() { settle(); }
+    std::string stored() const { return textOf(file); }
 };
 
 TEST_F(JsonDefaultsTest, withoutAFileNothingIsStoredAndNoFileIsMade)
@@ -228,35 +234,6 @@ TEST_F(JsonDefaultsTest, removingAKeyRemovesItFromTheFile)
     runAll();
     EXPECT_EQ(stored(), "{}\n");
     EXPECT_EQ(defaults->value("a"), std::nullopt);
-}
-
-TEST_F(JsonDefaultsTest, observersHearOfEachChangeOnceForAsLongAsTheyAreKept)
-{
-    const auto defaults = open();
-    std::vector<std::string> heard;
-    auto observation = defaults->observe([&](const auto& key) { heard.push_back(key); });
-    defaults->set("a", 1.0);
-    defaults->set("a", 1.0); // no change
-    runAll();
-    EXPECT_EQ(heard, std::vector<std::string>{"a"});
-    observation.reset();
-    defaults->set("b", 1.0);
-    EXPECT_EQ(heard.size(), 1U);
-}
-
-TEST_F(JsonDefaultsTest, anObserverMaySetValuesAndEndItself)
-{
-    const auto defaults = open();
-    std::vector<std::string> heard;
-    std::shared_ptr<const void> observation;
-    observation = defaults->observe([&](const auto& key) {
-        heard.push_back(key);
-        observation.reset();
-        defaults->set("b", 2.0);
-    });
-    defaults->set("a", 1.0);
-    EXPECT_EQ(heard, std::vector<std::string>{"a"});
-    EXPECT_EQ(defaults->value("b"), DefaultsValue(2.0));
 }
 
 TEST_F(JsonDefaultsTest, aDamagedFileIsSetAsideAndTheDefaultsHold)
