@@ -26,8 +26,8 @@ public:
 private:
     struct Engine;
 
-    /// The system chose another microphone, or gave this one another format.
-    void configurationChanged();
+    /// The system chose another microphone, or gave this one another format, during this run.
+    void configurationChanged(unsigned run);
 
     std::unique_ptr<Engine> engine;
     OnFailure onFailure;

@@ -7,6 +7,7 @@
 
 #include <AVFAudio/AVFAudio.h>
 
+#include <atomic>
 #include <optional>
 #include <string>
 #include <utility>
@@ -39,6 +40,9 @@ struct MacAudioInput::Engine {
     /// The input node has a tap, though it may not run yet.
     bool tapInstalled = false;
     Observer changes;
+    /// How often the microphone was set running: what was told of an earlier time is settled. The
+    /// notifying thread reads it.
+    std::shared_ptr<std::atomic<unsigned>> runs = std::make_shared<std::atomic<unsigned>>(0);
 
     std::optional<std::string> begin();
     void end();
@@ -50,6 +54,7 @@ private:
 /// Lets the microphone run into the gate. Returns in one line why it cannot.
 std::optional<std::string> MacAudioInput::Engine::begin()
 {
+    ++*runs;
     @try {
         return tapAndStart();
     } @catch (NSException* exception) { // no microphone at all, or none that can be used
@@ -88,8 +93,9 @@ MacAudioInput::MacAudioInput(MainLoop& loop) : engine(std::make_unique<Engine>()
     // Told on a thread of the engine's, within which nothing of it may be stopped.
     engine->changes =
         Observer([NSNotificationCenter defaultCenter], AVAudioEngineConfigurationChangeNotification,
-                 engine -> engine.get(),
-                 [this, way = door.shared()] { way->post([this] { configurationChanged(); }); });
+                 engine -> engine.get(), [this, way = door.shared(), runs = engine->runs] {
+                     way->post([this, run = runs->load()] { configurationChanged(run); });
+                 });
 }
 
 MacAudioInput::~MacAudioInput()
@@ -128,9 +134,9 @@ void MacAudioInput::drop()
     onFailure = {};
 }
 
-void MacAudioInput::configurationChanged()
+void MacAudioInput::configurationChanged(unsigned run)
 {
-    if (!engine->gate) {
+    if (!engine->gate || run != *engine->runs) {
         return;
     }
     engine->end();

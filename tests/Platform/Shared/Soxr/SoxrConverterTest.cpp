@@ -1,5 +1,7 @@
 #include "Platform/Shared/Soxr/SoxrConverter.h"
 
+#include "Platform/Contracts/AudioConvertersContract.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -405,6 +407,11 @@ TEST_P(SoxrConverterRates, aFifthOfASecondOfSilencePushesOutEverySample)
 }
 
 INSTANTIATE_TEST_SUITE_P(Rates, SoxrConverterRates, testing::ValuesIn(rates));
+
+struct SoxrConversion {
+    SoxrConverters converters;
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Soxr, AudioConvertersContract, SoxrConversion);
 
 } // namespace
 } // namespace vorlin

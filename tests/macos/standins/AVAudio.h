@@ -1,0 +1,50 @@
+#pragma once
+
+#include <AVFAudio/AVFAudio.h>
+
+#include <cstddef>
+#include <cstdint>
+
+/// For tests.
+@interface AVAudioPCMBuffer ()
+/// All planes, one behind the other.
+@property(readonly) char* _Nonnull memory;
+@property(readonly) std::size_t memorySize;
+@end
+
+namespace standins {
+
+/// How the system answers about sound.
+struct Sound {
+    bool refusesBuffers = false;
+
+    /// The format in which the microphone is heard.
+    AVAudioFormat* _Nullable microphone = nil;
+    /// What is thrown when a tap is put in, and when the engine starts.
+    NSException* _Nullable tapRefusal = nil;
+    NSException* _Nullable startFault = nil;
+    /// Why the engine does not start.
+    NSError* _Nullable startRefusal = nil;
+    bool startFails = false;
+
+    bool refusesConverters = false;
+    /// What a conversion fails with, and answers.
+    NSError* _Nullable conversionFailure = nil;
+    AVAudioConverterOutputStatus conversionStatus = AVAudioConverterOutputStatus_InputRanDry;
+    /// How many frames a conversion to another format gives.
+    AVAudioFrameCount convertedFrames = 0;
+};
+Sound& sound();
+
+/// Of any number of channels.
+AVAudioFormat* _Nonnull soundFormat(AVAudioCommonFormat type, double rate, std::uint32_t channels,
+                                    bool interleaved);
+
+/// The engine that was made last; nil when it is gone.
+AVAudioEngine* _Nullable lastAudioEngine();
+
+/// Gives a buffer to the tap of the engine that was made last, on the thread that calls. Says
+/// whether there is such a tap, and the engine runs.
+bool hear(AVAudioPCMBuffer* _Nonnull buffer);
+
+} // namespace standins
