@@ -19,29 +19,6 @@ namespace {
 
 constexpr auto progressEvery = std::chrono::seconds(1);
 
-/// Lets this thread yield the processor for as long as a prediction in the background takes.
-class PredictionPriority {
-public:
-    explicit PredictionPriority(WorkPriority priority)
-        : isLowered(priority == WorkPriority::background)
-    {
-        if (isLowered) {
-            setThreadPriority(QOS_CLASS_UTILITY);
-        }
-    }
-    PredictionPriority(const PredictionPriority&) = delete;
-    PredictionPriority& operator=(const PredictionPriority&) = delete;
-    ~PredictionPriority()
-    {
-        if (isLowered) {
-            setThreadPriority(QOS_CLASS_DEFAULT);
-        }
-    }
-
-private:
-    const bool isLowered;
-};
-
 class MacMLModel final : public MLModel {
 public:
     explicit MacMLModel(CoreModel* model)
@@ -71,7 +48,7 @@ Completion<MLFeatures> MacMLModel::predict(const MLFeatures& inputs, WorkPriorit
     MLFeatures outputs;
     std::optional<std::string> reason;
     if (!stop.stop_requested()) {
-        const PredictionPriority scope(priority);
+        const Yielding scope(priority == WorkPriority::background);
         reason = run(inputs, outputs);
     }
     if (stop.stop_requested()) {
@@ -164,22 +141,31 @@ Completion<std::unique_ptr<MLModel>> MacMLModels::load(const std::filesystem::pa
     Completion<std::unique_ptr<MLModel>> loaded;
     const auto completer = loaded.completer();
     const auto progress = std::make_shared<Progress>();
-    Progress::tell(progress, loop, options.onProgress);
+    const auto way = door.shared();
+    // Its timer belongs to the main loop.
+    way->post([weak = std::weak_ptr(progress), &loop = loop, onProgress = options.onProgress] {
+        Progress::tell(weak, loop, onProgress);
+    });
+    // What the system does for this thread yields as the thread does.
+    const Yielding scope(options.priority == WorkPriority::background);
     @autoreleasepool { // a worker has none
-        MLModelConfiguration* const configuration =
-            autoreleased([[MLModelConfiguration alloc] init]);
-        configuration.computeUnits = computeUnits(options.units);
-        const auto way = door.shared();
-        [CoreModel loadContentsOfURL:fileURL(bundle)
-                       configuration:configuration
-                   completionHandler:^(CoreModel* model, NSError* error) {
-                     @autoreleasepool { // on a thread of the system's
-                         const auto reason = model != nil ? std::string() : lineOf(error);
-                         way->post([completer, progress, held = Ref<CoreModel>(model), reason] {
-                             answer(completer, held.get(), reason);
-                         });
-                     }
-                   }];
+        @try {
+            MLModelConfiguration* const configuration =
+                autoreleased([[MLModelConfiguration alloc] init]);
+            configuration.computeUnits = computeUnits(options.units);
+            [CoreModel loadContentsOfURL:fileURL(bundle)
+                           configuration:configuration
+                       completionHandler:^(CoreModel* model, NSError* error) {
+                         @autoreleasepool { // on a thread of the system's
+                             const auto reason = model != nil ? std::string() : lineOf(error);
+                             way->post([completer, progress, held = Ref<CoreModel>(model), reason] {
+                                 answer(completer, held.get(), reason);
+                             });
+                         }
+                       }];
+        } @catch (NSException* exception) {
+            completer.failWith(lineOf(exception));
+        }
     }
     return loaded;
 }

@@ -333,6 +333,12 @@ std::u16string units(const std::string& utf8)
         [keys addObject:key];
     return keys;
 }
+- (NSUInteger)countByEnumeratingWithState:(NSFastEnumerationState*)state
+                                  objects:(id __unsafe_unretained[])buffer
+                                    count:(NSUInteger)length
+{
+    return [self.allKeys countByEnumeratingWithState:state objects:buffer count:length];
+}
 @end
 
 @implementation NSMutableDictionary

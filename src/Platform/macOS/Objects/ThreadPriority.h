@@ -11,4 +11,27 @@ inline void setThreadPriority(qos_class_t work)
     pthread_set_qos_class_self_np(work, 0);
 }
 
+/// Lets this thread yield the processor to all other work for as long as this lives, or not.
+class Yielding {
+public:
+    explicit Yielding(bool yields) : yields(yields), before(yields ? qos_class_self() : 0)
+    {
+        if (yields) {
+            setThreadPriority(QOS_CLASS_UTILITY);
+        }
+    }
+    Yielding(const Yielding&) = delete;
+    Yielding& operator=(const Yielding&) = delete;
+    ~Yielding()
+    {
+        if (yields) {
+            setThreadPriority(before);
+        }
+    }
+
+private:
+    const bool yields;
+    const qos_class_t before;
+};
+
 } // namespace vorlin
