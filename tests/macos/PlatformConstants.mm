@@ -57,6 +57,7 @@ static_assert(NSEventModifierFlagShift == 0x20000 && NSEventModifierFlagControl 
 // --- The overlay and the settings window ---
 static_assert(NSWindowStyleMaskNonactivatingPanel == 128, "the overlay never becomes active");
 static_assert(NSBackingStoreBuffered == 2, "the overlay is drawn into a buffer");
+static_assert(NSViewLayerContentsRedrawNever == 0, "nothing but us draws the overlay's picture");
 static_assert(NSStatusWindowLevel == 25, "the overlay stands above floating windows");
 static_assert(NSWindowCollectionBehaviorCanJoinAllSpaces == 1, "it shows on every space");
 static_assert(NSWindowCollectionBehaviorStationary == 16, "it stays where spaces are shown");

@@ -2,6 +2,7 @@
 
 #include "Platform/macOS/Objects/Geometry.h"
 #include "Platform/macOS/Objects/GlassView.h"
+#include "Platform/macOS/Objects/Observer.h"
 #include "Platform/macOS/Objects/Picture.h"
 #include "Platform/macOS/Objects/Ref.h"
 
@@ -29,6 +30,7 @@ NSPanel* makePanel(NSView* content)
     [panel setOpaque:NO];
     [panel setBackgroundColor:[NSColor clearColor]];
     [panel setHasShadow:NO];
+    [panel setHidesOnDeactivate:NO]; // panels do, and this program is hardly ever the active one
     [panel setLevel:NSStatusWindowLevel];
     [panel setIgnoresMouseEvents:YES];
     [panel setCollectionBehavior:NSWindowCollectionBehaviorCanJoinAllSpaces |
@@ -41,6 +43,7 @@ NSView* makeView()
 {
     NSView* const view = autoreleased([[NSView alloc] initWithFrame:NSZeroRect]);
     view.wantsLayer = YES;
+    view.layerContentsRedrawPolicy = NSViewLayerContentsRedrawNever; // they are ours
     return view;
 }
 
@@ -51,12 +54,17 @@ struct MacOverlayPanel::Panel {
     Ref<NSView> glass{makeGlassView()};
     Ref<NSView> picture{makeView()};
     Ref<NSPanel> window{makePanel(content.get())};
+    Observer scale;
 };
 
 MacOverlayPanel::MacOverlayPanel(MainLoop& loop) : loop(loop), panel(std::make_unique<Panel>())
 {
     [panel->content.get() addSubview:panel->glass.get()];
     [panel->content.get() addSubview:panel->picture.get()];
+    // Only when it is on a screen does a window know how many pixels a point has there.
+    panel->scale = Observer([NSNotificationCenter defaultCenter],
+                            NSWindowDidChangeBackingPropertiesNotification, panel -> window.get(),
+                            [this] { showPicture(); });
 }
 
 MacOverlayPanel::~MacOverlayPanel()

@@ -31,6 +31,10 @@ static const NSModalResponse NSModalResponseOK = 1;
 // the displays attached to the computer is changed."
 APPKIT_EXTERN NSNotificationName NSApplicationDidChangeScreenParametersNotification;
 
+// appkit/nsapplication/didfinishlaunchingnotification: "Posted at the end of the finishLaunching()
+// method to indicate that the app has completed launching and is ready to run."
+APPKIT_EXTERN NSNotificationName NSApplicationDidFinishLaunchingNotification;
+
 @class NSApplication;
 // appkit/nsapp: "The global variable for the shared app instance."
 APPKIT_EXTERN __kindof NSApplication* _Null_unspecified NSApp;

@@ -7,6 +7,14 @@ NS_ASSUME_NONNULL_BEGIN
 
 @class NSWindow;
 
+// appkit/nsview/layercontentsredrawpolicy-swift.property: "The contents redraw policy for the
+// view’s layer."
+typedef NS_ENUM(NSInteger, NSViewLayerContentsRedrawPolicy) {
+    // appkit/nsview/layercontentsredrawpolicy-swift.enum/never: "Leave the layer’s contents alone.
+    // Never mark the layer as needing display, or draw the view’s contents to the layer."
+    NSViewLayerContentsRedrawNever = 0,
+};
+
 // appkit/nsview: "The infrastructure for drawing, printing, and handling events in an app."
 @interface NSView : NSResponder <NSAnimatablePropertyContainer, NSUserInterfaceItemIdentification,
                                  NSAppearanceCustomization>
@@ -33,6 +41,9 @@ NS_ASSUME_NONNULL_BEGIN
 @property BOOL wantsLayer;
 // appkit/nsview/layer: "The Core Animation layer that the view uses as its backing store."
 @property(nullable, strong) CALayer* layer;
+// appkit/nsview/layercontentsredrawpolicy-swift.property: "The contents redraw policy for the
+// view’s layer."
+@property NSViewLayerContentsRedrawPolicy layerContentsRedrawPolicy;
 // appkit/nsview/addsubview(_:): "Adds a view to the view’s subviews so it’s displayed above its
 // siblings."
 - (void)addSubview:(NSView*)view;

@@ -8,6 +8,10 @@ NS_ASSUME_NONNULL_BEGIN
 // status as key window."
 APPKIT_EXTERN NSNotificationName NSWindowDidResignKeyNotification;
 
+// appkit/nswindow/didchangebackingpropertiesnotification: "A notification that the window object
+// backing properties changed."
+APPKIT_EXTERN NSNotificationName NSWindowDidChangeBackingPropertiesNotification;
+
 @class NSColor;
 @class NSScreen;
 
@@ -104,6 +108,9 @@ static const NSWindowLevel NSStatusWindowLevel = 25;
 @property NSWindowLevel level;
 // appkit/nswindow/hasshadow: "A Boolean value that indicates whether the window has a shadow."
 @property BOOL hasShadow;
+// appkit/nswindow/hidesondeactivate: "A Boolean value that indicates whether the window is removed
+// from the screen when its application becomes inactive." … "the default value for NSPanel is true"
+@property BOOL hidesOnDeactivate;
 // appkit/nswindow/alphavalue: "The window’s alpha value."
 @property CGFloat alphaValue;
 // appkit/nswindow/isopaque: "A Boolean value that indicates whether the window is opaque."
