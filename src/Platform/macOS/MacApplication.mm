@@ -33,6 +33,15 @@ namespace {
 /// What a later start says to the one before.
 NSString* const startedAgain = @"VorlinStartedAgain";
 
+/// Who is told when the program is opened once more.
+void setReopenTarget(VorlinReopenTarget* target)
+{
+    [[NSAppleEventManager sharedAppleEventManager] setEventHandler:target
+                                                       andSelector:@selector(reopen:reply:)
+                                                     forEventClass:kCoreEventClass
+                                                        andEventID:kAEReopenApplication];
+}
+
 /// Whether another process runs this very program.
 bool isRunningElsewhere()
 {
@@ -55,6 +64,7 @@ bool isRunningElsewhere()
 struct MacApplication::Instance {
     std::function<void()> onActivate;
     Observer starts;
+    Observer launched;
     Ref<VorlinReopenTarget> target;
 };
 
@@ -82,10 +92,11 @@ bool MacApplication::becomeOnlyInstance(std::function<void()> onActivate)
     instance->starts = Observer(others, startedAgain, nil, [this] { instance->onActivate(); });
     instance->target = Ref(autoreleased([[VorlinReopenTarget alloc] init]));
     instance->target.get()->opened = &instance->onActivate;
-    [[NSAppleEventManager sharedAppleEventManager] setEventHandler:instance->target.get()
-                                                       andSelector:@selector(reopen:reply:)
-                                                     forEventClass:kCoreEventClass
-                                                        andEventID:kAEReopenApplication];
+    setReopenTarget(instance->target.get());
+    // While the program starts the system puts a handler of its own in this one's place.
+    instance->launched =
+        Observer([NSNotificationCenter defaultCenter], NSApplicationDidFinishLaunchingNotification,
+                 nil, [this] { setReopenTarget(instance->target.get()); });
     return true;
 }
 

@@ -13,6 +13,9 @@ bool& isNewSystem();
 /// What lies in a view, from below.
 std::vector<NSView*> subviews(NSView* view);
 
+/// The view lies in this window from now on.
+void setWindow(NSView* view, NSWindow* window);
+
 /// The bytes of a picture that a layer shows.
 std::string pixelsOf(CALayer* layer);
 

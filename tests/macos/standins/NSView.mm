@@ -38,6 +38,7 @@ NOTED(BOOL, MasksToBounds, _masksToBounds)
 @implementation NSView {
 @public
     std::vector<NSView*> _subviews;
+    __unsafe_unretained NSWindow* _place;
 }
 - (instancetype)initWithFrame:(NSRect)frameRect
 {
@@ -49,6 +50,10 @@ NOTED(BOOL, MasksToBounds, _masksToBounds)
 {
     standins::note(self, _cmd, frame);
     _frame = frame;
+}
+- (NSWindow*)window
+{
+    return _place;
 }
 - (NSRect)bounds
 {
@@ -83,4 +88,9 @@ NOTED(CGFloat, CornerRadius, _cornerRadius)
 std::vector<NSView*> standins::subviews(NSView* view)
 {
     return view->_subviews;
+}
+
+void standins::setWindow(NSView* view, NSWindow* window)
+{
+    view->_place = window;
 }

@@ -3,6 +3,7 @@
 #include "NSWindow.h"
 
 #include "Described.h"
+#include "NSView.h"
 
 #include <functional>
 #include <utility>
@@ -75,6 +76,12 @@ NSScreen* theMainScreen;
     _frame = frame;
     self.contentView.frame = NSMakeRect(0, 0, frame.size.width, frame.size.height);
 }
+- (void)setContentView:(NSView*)view
+{
+    standins::note(self, _cmd, view);
+    _contentView = view;
+    standins::setWindow(view, self);
+}
 - (CGFloat)backingScaleFactor
 {
     return standins::windowScale();
@@ -105,7 +112,6 @@ NSScreen* theMainScreen;
     _visible = NO;
 }
 NOTED(CGFloat, AlphaValue, _alpha)
-NOTED(NSView*, ContentView, _contentView)
 NOTED(BOOL, Opaque, _opaque)
 NOTED(NSColor*, BackgroundColor, _backgroundColor)
 NOTED(BOOL, HasShadow, _hasShadow)

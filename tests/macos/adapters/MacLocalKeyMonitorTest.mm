@@ -1,0 +1,168 @@
+#include "Platform/macOS/MacLocalKeyMonitor.h"
+
+#include "NSEvent.h"
+#include "NSNotificationCenter.h"
+#include "Recorder.h"
+#include "Runtime.h"
+#include "simulation/SimulatedLoop.h"
+
+#include <gtest/gtest.h>
+
+namespace vorlin {
+namespace {
+
+using namespace std::chrono_literals;
+using standins::keyEvent;
+using standins::send;
+using standins::taken;
+using Calls = std::vector<std::string>;
+
+constexpr unsigned short rightOption = 61;
+constexpr unsigned short space = 49;
+
+class MacLocalKeyMonitorTest : public testing::Test {
+protected:
+    /// Type, code, flags, whether it is repeated.
+    using Told = std::vector<std::tuple<KeyEventType, std::int64_t, std::uint64_t, bool>>;
+
+    void start()
+    {
+        EXPECT_EQ(monitor.start(
+                      [this](KeyEventType type, const KeyEvent& event) {
+                          told.emplace_back(type, event.keyCode, event.flags, event.autorepeat);
+                      },
+                      [this] {
+                          ++ends;
+                          EXPECT_EQ(standins::monitors(), 0U);
+                      }),
+                  std::nullopt);
+    }
+
+    static void loseFocus()
+    {
+        standins::post(NSNotificationCenter.defaultCenter, NSWindowDidResignKeyNotification);
+    }
+
+    SimulatedLoop loop;
+    MacLocalKeyMonitor monitor{loop};
+    Told told;
+    int ends = 0;
+};
+
+TEST_F(MacLocalKeyMonitorTest, watchesKeysThatGoDownAndModifiersUntilItIsStopped)
+{
+    start();
+    EXPECT_EQ(taken(), (Calls{"+[NSEvent addLocalMonitorForEventsMatchingMask:handler:] 5120",
+                              "-[NSNotificationCenter addObserverForName:object:queue:usingBlock:] "
+                              "NSWindowDidResignKeyNotification nil nil"}));
+    monitor.stop();
+    EXPECT_EQ(taken(), (Calls{"+[NSEvent removeMonitor:] StandInMonitor",
+                              "-[NSNotificationCenter removeObserver:] "
+                              "NSWindowDidResignKeyNotification"}));
+    monitor.stop();
+    EXPECT_EQ(taken(), Calls());
+    EXPECT_EQ(ends, 0);
+}
+
+TEST_F(MacLocalKeyMonitorTest, tellsWhatTheEventsSayAndLeavesTheWindowsNone)
+{
+    start();
+    const NSUInteger option = NSEventModifierFlagOption | 0x40;
+    EXPECT_EQ(send(keyEvent(NSEventTypeFlagsChanged, rightOption, option)), nil);
+    EXPECT_EQ(send(keyEvent(NSEventTypeKeyDown, space, option)), nil);
+    EXPECT_EQ(told, (Told{{KeyEventType::flagsChanged, rightOption, 0x80040, false},
+                          {KeyEventType::keyDown, space, 0x80040, false}}));
+}
+
+TEST_F(MacLocalKeyMonitorTest, aKeyThatIsHeldIsToldOnceAndItsGoingUpNeverToldNorTaken)
+{
+    start();
+    EXPECT_EQ(send(keyEvent(NSEventTypeKeyDown, space, 0)), nil);
+    EXPECT_EQ(send(keyEvent(NSEventTypeKeyDown, space, 0, true)), nil);
+    NSEvent* up = keyEvent(NSEventTypeKeyUp, space, 0);
+    EXPECT_EQ(send(up), up);
+    EXPECT_EQ(told, (Told{{KeyEventType::keyDown, space, 0, false}}));
+}
+
+TEST_F(MacLocalKeyMonitorTest, aHandlerMayStopItAndStartItAgain)
+{
+    int keys = 0;
+    auto again = std::make_shared<int>(0); // gone with its handler, if that goes too early
+    monitor.start(
+        [this, &keys, again](KeyEventType, const KeyEvent&) {
+            monitor.stop();
+            ++keys;
+            ++*again;
+            start();
+        },
+        [] {});
+    send(keyEvent(NSEventTypeKeyDown, space, 0));
+    EXPECT_EQ(keys, 1);
+    EXPECT_EQ(*again, 1);
+    send(keyEvent(NSEventTypeKeyDown, space, 0));
+    EXPECT_EQ(keys, 1);
+    EXPECT_EQ(told.size(), 1U);
+    EXPECT_EQ(standins::monitors(), 1U);
+}
+
+TEST_F(MacLocalKeyMonitorTest, aStartTakesThePlaceOfTheOneBefore)
+{
+    start();
+    taken();
+    start();
+    EXPECT_EQ(taken().front(), "+[NSEvent removeMonitor:] StandInMonitor");
+    EXPECT_EQ(standins::monitors(), 1U);
+    send(keyEvent(NSEventTypeKeyDown, space, 0));
+    EXPECT_EQ(told.size(), 1U);
+}
+
+TEST_F(MacLocalKeyMonitorTest, whenTheFocusIsLostItEndsOnceFromTheLoop)
+{
+    start();
+    loseFocus();
+    loseFocus();
+    EXPECT_EQ(ends, 0);
+    loop.runReady();
+    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(standins::monitors(), 0U);
+    loseFocus();
+    loop.advance(60s);
+    EXPECT_EQ(ends, 1);
+}
+
+TEST_F(MacLocalKeyMonitorTest, itEndsByItselfAfterThirtySeconds)
+{
+    start();
+    loop.advance(29'999ms);
+    EXPECT_EQ(ends, 0);
+    EXPECT_EQ(standins::monitors(), 1U);
+    loop.advance(1ms);
+    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(standins::monitors(), 0U);
+}
+
+TEST_F(MacLocalKeyMonitorTest, onceItIsStoppedNobodyIsToldOfItsEnd)
+{
+    start();
+    loseFocus();
+    monitor.stop();
+    loop.advance(60s);
+    EXPECT_EQ(ends, 0);
+}
+
+TEST(MacLocalKeyMonitorEndTest, leavesNeitherAMonitorNorAnythingElse)
+{
+    SimulatedLoop loop;
+    (void)NSNotificationCenter.defaultCenter; // stays for good
+    const long before = standins::alive();
+    @autoreleasepool {
+        MacLocalKeyMonitor monitor(loop);
+        monitor.start([](KeyEventType, const KeyEvent&) {}, [] {});
+    }
+    EXPECT_EQ(standins::monitors(), 0U);
+    EXPECT_EQ(standins::alive(), before);
+    loop.advance(60s);
+}
+
+} // namespace
+} // namespace vorlin
