@@ -102,14 +102,19 @@ void MacWorkspace::cancelChoice()
 
 void MacWorkspace::bringToFront(std::uintptr_t /*window*/)
 {
+    // One that was just closed may still be among them.
+    NSWindow* settings = nil;
     for (NSWindow* window in [NSApp windows]) {
-        if ([window.identifier containsString:@"Settings"]) {
-            [window setCollectionBehavior:window.collectionBehavior |
-                                          NSWindowCollectionBehaviorMoveToActiveSpace];
-            [window makeKeyAndOrderFront:nil];
-            [window orderFrontRegardless];
-            return;
+        if ([window.identifier containsString:@"Settings"] &&
+            (settings == nil || (!settings.isVisible && window.isVisible))) {
+            settings = window;
         }
+    }
+    if (settings != nil) {
+        [settings setCollectionBehavior:settings.collectionBehavior |
+                                        NSWindowCollectionBehaviorMoveToActiveSpace];
+        [settings makeKeyAndOrderFront:nil];
+        [settings orderFrontRegardless];
     }
 }
 

@@ -87,18 +87,21 @@ TEST_F(MacLocalKeyMonitorTest, aKeyThatIsHeldIsToldOnceAndItsGoingUpNeverToldNor
 TEST_F(MacLocalKeyMonitorTest, aHandlerMayStopItAndStartItAgain)
 {
     int keys = 0;
-    auto again = std::make_shared<int>(0); // gone with its handler, if that goes too early
+    auto token = std::make_shared<int>();
+    const std::weak_ptr<int> itsOwn = token;
     monitor.start(
-        [this, &keys, again](KeyEventType, const KeyEvent&) {
-            monitor.stop();
-            ++keys;
-            ++*again;
-            start();
+        [test = this, &keys, &itsOwn, token = std::move(token)](KeyEventType, const KeyEvent&) {
+            auto* const self = test;
+            int& counted = keys;
+            const auto& seen = itsOwn;
+            self->monitor.stop();
+            EXPECT_FALSE(seen.expired()) << "the handler went while it ran";
+            ++counted;
+            self->start();
         },
         [] {});
     send(keyEvent(NSEventTypeKeyDown, space, 0));
     EXPECT_EQ(keys, 1);
-    EXPECT_EQ(*again, 1);
     send(keyEvent(NSEventTypeKeyDown, space, 0));
     EXPECT_EQ(keys, 1);
     EXPECT_EQ(told.size(), 1U);

@@ -164,8 +164,16 @@ TEST_F(MacOverlayPanelTest, onAScreenWithOtherPixelsThePictureIsDrawnAnew)
     panel.order(OverlayPanel::Order::front);
     standins::windowScale() = 1;
     const int before = draws;
+    NSWindow* own = standins::lastPanel();
+    NSWindow* another = [[NSPanel alloc] initWithContentRect:NSZeroRect
+                                                   styleMask:NSWindowStyleMaskBorderless
+                                                     backing:NSBackingStoreBuffered
+                                                       defer:NO];
     standins::post(NSNotificationCenter.defaultCenter,
-                   NSWindowDidChangeBackingPropertiesNotification, standins::lastPanel());
+                   NSWindowDidChangeBackingPropertiesNotification, another);
+    EXPECT_EQ(draws, before);
+    standins::post(NSNotificationCenter.defaultCenter,
+                   NSWindowDidChangeBackingPropertiesNotification, own);
     EXPECT_EQ(draws, before + 1);
     EXPECT_EQ(drawnScale, 1);
 }
@@ -185,6 +193,19 @@ TEST_F(MacOverlayPanelTest, whatChangedIsDrawnOnceAFrameAndOnlyWhileThePanelIsVi
     loop.advance(1ms);
     EXPECT_EQ(draws, before + 1);
     EXPECT_EQ(loop.pendingTimers(), 0U);
+}
+
+TEST_F(MacOverlayPanelTest, contentThatChangesAllTheTimeIsDrawnEveryFrame)
+{
+    setContent();
+    panel.setFrame({505, 60, 430, 76});
+    panel.order(OverlayPanel::Order::front);
+    const int before = draws;
+    for (int change = 0; change < 8; ++change) {
+        panel.contentChanged();
+        loop.advance(8ms);
+    }
+    EXPECT_EQ(draws, before + 4);
 }
 
 TEST_F(MacOverlayPanelTest, anAlphaSetAtOnceIsThereWithinTheCallAndItsEndIsToldFromTheLoop)

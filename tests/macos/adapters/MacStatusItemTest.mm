@@ -104,10 +104,15 @@ TEST_F(MacStatusItemTest, aChoiceIsToldFromTheLoopByItsName)
 TEST_F(MacStatusItemTest, whatIsChosenMayChangeTheMenuAndTheHandlers)
 {
     item->show(content());
-    item->setHandlers({[this](const std::string& id) {
-                           item->show({StatusSymbol::idle, "Vorlin", {}});
-                           item->setHandlers({});
-                           chosen.push_back(id);
+    auto token = std::make_shared<int>();
+    const std::weak_ptr<int> itsOwn = token;
+    item->setHandlers({[test = this, &itsOwn, token = std::move(token)](const std::string& id) {
+                           auto* const self = test;
+                           const auto& seen = itsOwn;
+                           self->item->show({StatusSymbol::idle, "Vorlin", {}});
+                           self->item->setHandlers({});
+                           EXPECT_FALSE(seen.expired()) << "the handler went while it ran";
+                           self->chosen.push_back(id);
                        },
                        {}});
     NSMenuItem* quit = entry(3);

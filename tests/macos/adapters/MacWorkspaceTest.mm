@@ -165,7 +165,7 @@ TEST_F(MacWorkspaceTest, aSecondPanelCancelsTheFirstAndCanBeCancelledItself)
 
 TEST_F(MacWorkspaceTest, theSettingsWindowAloneComesToThisSpaceAndToTheFront)
 {
-    NSWindow* other = window(@"Overlay");
+    NSWindow* other = window(@"Vorlin Overlay");
     NSWindow* settings = window(@"Vorlin Settings");
     standins::program().windows = @[ other, settings, window(nil) ];
     taken();
@@ -175,6 +175,28 @@ TEST_F(MacWorkspaceTest, theSettingsWindowAloneComesToThisSpaceAndToTheFront)
                      "-[NSWindow makeKeyAndOrderFront:] nil", "-[NSWindow orderFrontRegardless]"}));
     EXPECT_TRUE(settings.visible);
     EXPECT_FALSE(other.visible);
+}
+
+TEST_F(MacWorkspaceTest, aSettingsWindowThatWasClosedStaysInTheBack)
+{
+    NSWindow* closed = window(@"Vorlin Settings");
+    NSWindow* open = window(@"Vorlin Settings");
+    standins::program().windows = @[ closed, open ];
+    [open orderFrontRegardless];
+    workspace.bringToFront(0);
+    EXPECT_EQ(open.collectionBehavior, 6U);
+    EXPECT_EQ(closed.collectionBehavior, 4U);
+    EXPECT_FALSE(closed.visible);
+}
+
+TEST_F(MacWorkspaceTest, ofTwoSettingsWindowsThatAreHiddenTheFirstIsRaised)
+{
+    NSWindow* first = window(@"Vorlin Settings");
+    NSWindow* second = window(@"Vorlin Settings");
+    standins::program().windows = @[ first, second ];
+    workspace.bringToFront(0);
+    EXPECT_TRUE(first.visible);
+    EXPECT_FALSE(second.visible);
 }
 
 TEST_F(MacWorkspaceTest, withoutASettingsWindowNothingIsRaised)

@@ -89,10 +89,19 @@ NSEvent* keyEvent(NSEventType type, unsigned short keyCode, NSEventModifierFlags
 
 NSEvent* send(NSEvent* event)
 {
-    const auto asked = all; // one may leave
-    for (StandInMonitor* monitor : asked)
-        if (event != nil && (monitor->mask & 1ULL << event.type) != 0)
-            event = monitor->handler(event);
+    // One that is removed while it is asked is gone at once: nothing here holds it.
+    std::vector<const void*> asked;
+    for (StandInMonitor* monitor : all)
+        asked.push_back((__bridge const void*)monitor);
+    for (const void* one : asked) {
+        __unsafe_unretained NSEvent* (^handler)(NSEvent* event) = nil;
+        for (StandInMonitor* monitor : all)
+            if ((__bridge const void*)monitor == one && event != nil &&
+                (monitor->mask & 1ULL << event.type) != 0)
+                handler = monitor->handler;
+        if (handler != nil)
+            event = handler(event);
+    }
     return event;
 }
 
