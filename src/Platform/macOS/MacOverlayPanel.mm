@@ -62,9 +62,10 @@ MacOverlayPanel::MacOverlayPanel(MainLoop& loop) : loop(loop), panel(std::make_u
     [panel->content.get() addSubview:panel->glass.get()];
     [panel->content.get() addSubview:panel->picture.get()];
     // Only when it is on a screen does a window know how many pixels a point has there.
-    panel->scale = Observer([NSNotificationCenter defaultCenter],
-                            NSWindowDidChangeBackingPropertiesNotification, panel -> window.get(),
-                            [this] { showPicture(); });
+    NSPanel* const window = panel->window.get();
+    panel->scale =
+        Observer([NSNotificationCenter defaultCenter],
+                 NSWindowDidChangeBackingPropertiesNotification, window, [this] { showPicture(); });
 }
 
 MacOverlayPanel::~MacOverlayPanel()
