@@ -66,7 +66,7 @@ def by_curl(files, folder):
                     f"https://{HUB}/{REPOSITORY}/resolve/main/{path}"]
     begun = time.monotonic()
     subprocess.run(command, check=True)
-    subprocess.run(["sync", "--file-system", folder], check=True)
+    subprocess.run(["sync", *(folder / path for path in files)], check=True)
     return time.monotonic() - begun
 
 
@@ -83,15 +83,21 @@ def compare(hub, binary, folder):
     files = publish(hub, sizes)
     total = sum(map(len, files.values())) / MIB
     ours, curls = [], []
-    for number in range(ROUNDS):
-        home = folder / str(number)
+    def measure_ours():
+        home = folder / "ours"
         home.mkdir()
         catalog = Catalog(binary, home)
         ours.append(by_program(catalog))
         catalog.close()
         subprocess.run(["rm", "-r", home], check=True)
+
+    def measure_curl():
         curls.append(by_curl(files, folder / "curl"))
         subprocess.run(["rm", "-r", folder / "curl"], check=True)
+    for number in range(ROUNDS):
+        both = (measure_ours, measure_curl)
+        for measure in both if number % 2 == 0 else reversed(both):
+            measure()
     mine, theirs = statistics.median(ours), statistics.median(curls)
     print(f"{total:.0f} MiB in {len(files)} files, medians of {ROUNDS}, onto the disk: "
           f"{total / mine:.0f} MiB/s, curl {total / theirs:.0f} MiB/s, ratio {theirs / mine:.2f}",

@@ -35,7 +35,11 @@ std::optional<std::int64_t> number(std::string_view text)
 /// "bytes FIRST-LAST/TOTAL", of which the total may be unknown ("*").
 struct ContentRange {
     std::int64_t first = 0;
+    std::int64_t last = 0;
     std::optional<std::int64_t> total;
+
+    /// Whether nothing is missing behind it; of an unknown total nobody can tell.
+    bool isToTheEnd() const { return !total || last + 1 == *total; }
 };
 
 std::optional<ContentRange> contentRange(std::string_view text)
@@ -52,7 +56,7 @@ std::optional<ContentRange> contentRange(std::string_view text)
     const auto total = number(text.substr(slash + 1));
     const bool fits = first && last && *first <= *last && (!total || *last < *total) &&
                       (total || text.substr(slash + 1) == "*");
-    return fits ? std::optional(ContentRange{*first, total}) : std::nullopt;
+    return fits ? std::optional(ContentRange{*first, *last, total}) : std::nullopt;
 }
 
 /// A strong entity tag: what has it is the same byte for byte.
@@ -71,16 +75,22 @@ std::exception_ptr badResponse(const std::string& line)
 /// The time that a server asks to wait, for a person; nothing when it names none.
 std::string waitingTime(std::string_view retryAfter)
 {
-    constexpr std::int64_t inMinutes = 120;
     constexpr std::int64_t minute = 60;
+    constexpr std::int64_t hour = 60 * minute;
     const auto seconds = number(retryAfter);
     if (!seconds) {
         return "";
     }
-    if (*seconds <= inMinutes) {
-        return std::to_string(*seconds) + (*seconds == 1 ? " second" : " seconds");
+    const auto atLeast = [seconds](std::int64_t unit) {
+        return std::to_string((*seconds - 1) / unit + 1);
+    };
+    if (*seconds > 2 * hour) {
+        return atLeast(hour) + " hours";
     }
-    return std::to_string((*seconds - 1) / minute + 1) + " minutes";
+    if (*seconds > 2 * minute) {
+        return atLeast(minute) + " minutes";
+    }
+    return std::to_string(*seconds) + (*seconds == 1 ? " second" : " seconds");
 }
 
 std::string refusal(const HTTPHead& head, const std::string& path)
@@ -123,6 +133,7 @@ HTTPRequest FileBody::request(const std::string& url)
     serverFailed = false;
     failed = nullptr;
     asked = entityTag ? position : 0;
+    before = position;
     if (asked == 0) {
         return {url, std::nullopt};
     }
@@ -133,7 +144,8 @@ bool FileBody::continues(const HTTPHead& head) const
 {
     const auto range = contentRange(header(head, "content-range"));
     const auto tag = header(head, "etag");
-    return asked > 0 && range && range->first == asked && (tag.empty() || tag == entityTag) &&
+    return asked > 0 && range && range->first == asked && range->isToTheEnd() &&
+           (tag.empty() || tag == entityTag) &&
            (!range->total || !item.size || *range->total == *item.size);
 }
 

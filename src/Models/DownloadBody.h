@@ -18,7 +18,7 @@ class DownloadBody : public HTTPBody {
 public:
     /// The bytes that were there before what this task brings.
     virtual std::int64_t bytesBefore() const { return 0; }
-    /// The bytes that are there now; ask only when the task has completed.
+    /// The bytes that are there now; ask only before the task starts or when it has completed.
     virtual std::int64_t bytesThere() const = 0;
     /// Why the answer is not what was asked for. Call it once, when the task has completed.
     virtual std::exception_ptr failure() = 0;
@@ -71,7 +71,7 @@ private:
 
     const HubItem item;
     const std::shared_ptr<WritableFile> file;
-    /// Where this request begins; what was there when its answer began; what is there now.
+    /// Where this request begins; what is there before the bytes it brings; what is there now.
     std::int64_t asked = 0;
     std::int64_t before = 0;
     std::int64_t position = 0;

@@ -60,9 +60,6 @@ Task<bool> FileDownloader::attempt(int number, const std::string& url,
         co_return true; // the connection was lost behind the last byte
     }
     HTTPRequest wanted = body->request(url);
-    if (!wanted.rest && body->bytesThere() > 0) {
-        onBytes(-body->bytesThere());
-    }
     try {
         auto answered = request(std::move(wanted), body, onBytes);
         co_await std::move(answered);
@@ -113,10 +110,10 @@ Completion<Done> FileDownloader::begin(HTTPRequest request, std::shared_ptr<Down
                 didComplete(task, error);
             }),
     };
-    const std::int64_t resumed = request.rest ? request.rest->from : 0;
+    const std::int64_t there = body->bytesThere();
     const auto task = http.makeTask(std::move(request), body, std::move(events));
-    jobs.emplace(task, Job{std::move(body), std::move(onBytes), answered.completer(), resumed,
-                           false, nullptr});
+    jobs.emplace(task, Job{std::move(body), std::move(onBytes), answered.completer(), there, false,
+                           nullptr});
     listen(task);
     http.start(task);
     return answered;
@@ -126,6 +123,10 @@ Completion<Done> FileDownloader::begin(HTTPRequest request, std::shared_ptr<Down
 void FileDownloader::listen(HTTPClient::TaskId task)
 {
     jobs.at(task).silence = loop.startTimer(patience, [this, task] {
+        if (http.isHeldUp()) {
+            listen(task); // it is our disk that is silent
+            return;
+        }
         jobs.at(task).timedOut = true;
         http.cancel(task);
     });
@@ -155,9 +156,6 @@ void FileDownloader::didComplete(HTTPClient::TaskId task, const std::optional<UR
     }
     const Job job = std::move(found->second);
     jobs.erase(found);
-    if (const auto unreported = job.destination->bytesThere() - job.received; unreported != 0) {
-        job.onBytes(unreported); // a file that begins anew and gets no byte
-    }
     if (error && error->code() == URLError::Code::cancelled && job.timedOut && !cancelled) {
         job.continuation.fail(std::make_exception_ptr(URLError(URLError::Code::timedOut)));
     } else if (error) {

@@ -20,7 +20,7 @@ using nlohmann::json;
 
 /// A model has some twenty files, and the largest known has less than a gigabyte.
 constexpr std::size_t mostFiles = 1000;
-constexpr std::int64_t largestFile = std::int64_t(1) << 40U;
+constexpr std::int64_t largestModel = std::int64_t(1) << 40U;
 constexpr int deepestValue = 16;
 /// What common file systems take.
 constexpr std::size_t longestPart = 255;
@@ -193,12 +193,17 @@ std::vector<HubItem> selectedFiles(const std::vector<HubItem>& items)
         refuse("it names more files than a model has");
     }
     Places places;
+    std::int64_t total = 0;
     for (const auto& file : files) {
         places.take(file.path);
         const auto size = file.size.value_or(0);
-        if (size < 0 || size > largestFile) {
+        if (size < 0 || size > largestModel) {
             refuse(shown(file.path) + " has a size that cannot be true");
         }
+        total += size;
+    }
+    if (total > largestModel) {
+        refuse("its files have sizes that cannot be true");
     }
     places.checkFilesAgainstFolders();
     return files;

@@ -76,6 +76,10 @@ public:
     /// Lets a task complete soon with `URLError::Code::cancelled`, unless it completes otherwise
     /// first. Does nothing for one that has completed. One that was never started is forgotten.
     virtual void cancel(TaskId task) = 0;
+
+    /// Whether a body has not come back for a second or longer: no task gets anything meanwhile,
+    /// whatever its server sends.
+    virtual bool isHeldUp() const = 0;
 };
 
 } // namespace vorlin

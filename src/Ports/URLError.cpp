@@ -22,6 +22,8 @@ const char* lineOf(URLError::Code code)
     case URLError::Code::connectionLost: return "The connection to the model hub was lost.";
     case URLError::Code::redirectRefused:
         return "The model hub led to an address that is not safe, and the download was stopped.";
+    case URLError::Code::redirectedTooOften:
+        return "The model hub led from one address to the next without end.";
     case URLError::Code::proxyRefused:
         return "The network's proxy did not let the download through.";
     case URLError::Code::badServerResponse:

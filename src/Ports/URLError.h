@@ -17,6 +17,7 @@ public:
         certificateNotTrusted,
         connectionLost,
         redirectRefused,
+        redirectedTooOften,
         proxyRefused,
         /// An answer that is not the one asked for.
         badServerResponse,

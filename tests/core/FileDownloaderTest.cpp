@@ -1,5 +1,7 @@
 #include "core/DownloadFixture.h"
 
+#include <algorithm>
+
 namespace vorlin {
 namespace {
 
@@ -52,6 +54,22 @@ TEST_F(FileDownloaderTest, silenceForThirtySecondsIsATimeOut)
                             "three times.");
     EXPECT_EQ(requestsFor(at(weights)), 3U);
     EXPECT_THAT(disk.partial, IsEmpty());
+}
+
+TEST_F(FileDownloaderTest, aDiskOfOursThatIsSlowIsNoSilenceOfTheHub)
+{
+    publish(model);
+    auto silent = whole("w");
+    silent.stalls = true;
+    http.answers[at(weights)] = {silent, whole("wgt")};
+    const auto outcome = begin();
+    http.heldUp = true;
+    loop.advance(std::chrono::minutes(5));
+    EXPECT_EQ(outcome->end, "running");
+    EXPECT_EQ(requestsFor(at(weights)), 1U);
+    http.heldUp = false;
+    loop.advance(std::chrono::seconds(30 + 1));
+    EXPECT_EQ(outcome->end, "complete");
 }
 
 TEST_F(FileDownloaderTest, theListIsAskedForOnceAndNotWaitedForLonger)
@@ -168,13 +186,35 @@ TEST_F(FileDownloaderTest, aFileThatBeginsAnewTakesItsBytesBack)
     EXPECT_DOUBLE_EQ(outcome->progress.back(), 1.0);
 }
 
+TEST_F(FileDownloaderTest, anAttemptThatFailsBeforeItsAnswerTakesNothingBack)
+{
+    const Answer refused{0, {}, {}, URLError::Code::connectionLost, false, {}};
+    for (const bool resumes : {true, false}) {
+        publish(model);
+        http.answers[at(weights)] =
+            resumes ? std::deque<Answer>{resumable(broken("wg")), refused, rest("bytes 2-2/3", "t")}
+                    : std::deque<Answer>{broken("wg"), refused, refused};
+        const auto outcome = run();
+        EXPECT_EQ(outcome->end == "complete", resumes) << outcome->end;
+        EXPECT_TRUE(std::ranges::is_sorted(outcome->progress));
+    }
+}
+
+TEST_F(FileDownloaderTest, aRestThatEndsBeforeTheFileDoesIsNoModelEvenWhereNoSizeIsListed)
+{
+    publish(model, false);
+    http.answers[at(weights)] = {resumable(broken("w")), rest("bytes 1-1/3", "g")};
+    EXPECT_THAT(run()->end, HasSubstr("refused a file of the model (206)"));
+    EXPECT_THAT(disk.placed[destination], IsEmpty());
+}
+
 TEST_F(FileDownloaderTest, onlyARestThatContinuesTheFileIsTaken)
 {
     for (const auto& answer :
          {rest("bytes 0-2/3", "wgt"), rest("bytes 2-2/3", "t"), rest("bytes 1-2/4", "gt"),
           rest("bytes 1-3/3", "gt"), rest("bytes 2-1/3", "gt"), rest("", "gt"),
-          rest("bytes x-2/3", "gt"), rest("bytes 1-2/3x", "gt"), rest("items 1-2/3", "gt"),
-          rest("bytes 1-2/3", "gt", "\"two\"")}) {
+          rest("bytes 1-1/3", "g"), rest("bytes x-2/3", "gt"), rest("bytes 1-2/3x", "gt"),
+          rest("items 1-2/3", "gt"), rest("bytes 1-2/3", "gt", "\"two\"")}) {
         EXPECT_THAT(outcomeOf(weights, {resumable(broken("w")), answer}),
                     HasSubstr("refused a file of the model (206)"))
             << answer.headers.at("content-range");
@@ -233,6 +273,7 @@ TEST_F(FileDownloaderTest, eachFailureIsOneLineThatAPersonUnderstands)
                                       "model hub: its certificate is not trusted."},
         {Code::redirectRefused, "The model hub led to an address that is not safe, and the "
                                 "download was stopped."},
+        {Code::redirectedTooOften, "The model hub led from one address to the next without end."},
         {Code::proxyRefused, "The network's proxy did not let the download through."},
         {Code::badServerResponse, "The answer was not the model hub's. A network that wants a "
                                   "login first can be the cause."},
@@ -259,6 +300,9 @@ TEST_F(FileDownloaderTest, aHubThatAsksForPatienceIsQuotedWithItsTime)
     EXPECT_EQ(asked("120"), line + "in 120 seconds.");
     EXPECT_EQ(asked("121"), line + "in 3 minutes.");
     EXPECT_EQ(asked("300"), line + "in 5 minutes.");
+    EXPECT_EQ(asked("7200"), line + "in 120 minutes.");
+    EXPECT_EQ(asked("7201"), line + "in 3 hours.");
+    EXPECT_EQ(asked("86400"), line + "in 24 hours.");
     for (const auto* none : {"", "-5", "Fri, 31 Dec 2027 23:59:59 GMT", "99999999999999999999"}) {
         EXPECT_EQ(asked(none), line + "later.");
     }

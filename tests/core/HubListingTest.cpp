@@ -64,6 +64,17 @@ TEST(HubListing, saysOfEveryOtherAnswerThatItIsNotTheHubs)
     }
 }
 
+TEST(HubListing, refusesAListWhoseValuesLieTooDeepInEachOther)
+{
+    const auto nested = [](std::size_t depth) {
+        return R"([{"type":"file","path":"a","x":)" + std::string(depth, '[') +
+               std::string(depth, ']') + "}]";
+    };
+    EXPECT_EQ(decodeListing(nested(10)).size(), 1U);
+    EXPECT_EQ(refusal([&] { decodeListing(nested(1000)); }),
+              URLError(URLError::Code::badServerResponse).what());
+}
+
 TEST(HubListing, refusesSizesThatAreNoNumberOfBytes)
 {
     for (const auto* size :
@@ -159,6 +170,11 @@ TEST(HubListing, refusesSizesThatCannotBeTrue)
     EXPECT_THAT(size(INT64_MIN), HasSubstr("cannot be true"));
     EXPECT_THAT(size((std::int64_t(1) << 40U) + 1), HasSubstr("cannot be true"));
     EXPECT_THAT(size(INT64_MAX), HasSubstr("cannot be true"));
+    EXPECT_THAT(refusal([] {
+                    selectedFiles({file("Encoder.mlmodelc/a", std::int64_t(1) << 40U),
+                                   file("Encoder.mlmodelc/b", 1)});
+                }),
+                HasSubstr("cannot be true"));
     EXPECT_EQ(size(0), "(not)");
     EXPECT_EQ(size(3'000'000'000), "(not)");
 }

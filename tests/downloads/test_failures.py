@@ -11,11 +11,13 @@ import pytest
 
 from hub import (CDN, HUB, REPOSITORY, Hub, broken, in_turn, listing, model, redirect, resumable,
                  send)
+from traces import ULTRA
 
 WEIGHTS = "Encoder.mlmodelc/weights/weight.bin"
 LOST = "The connection to the model hub was lost. It was tried three times."
 NOT_FOUND = f"Couldn't find “{REPOSITORY}” on Hugging Face (or it needs a login)."
 REFUSED = "The model hub led to an address that is not safe, and the download was stopped."
+TOO_OFTEN = "The model hub led from one address to the next without end."
 NOT_TRUSTED = ("The server that answered could not prove that it is the model hub: its certificate "
                "is not trusted.")
 
@@ -101,6 +103,32 @@ def test_a_lost_connection_is_taken_up_where_it_broke(hub, catalog, files):
              for _, path, headers in hub.requests if path.endswith(WEIGHTS)]
     assert asked == [(None, None), ("bytes=1000-", '"one"'), ("bytes=2000-", '"one"')]
     assert catalog.fractions()[-1] == 1.0
+
+
+def test_a_file_from_another_host_is_taken_up_by_that_hosts_word(hub, catalog, files):
+    hub.publish(files)
+    content = files[WEIGHTS]
+    elsewhere = {"Location": f"https://{CDN}/file", "ETag": '"hub"', "Accept-Ranges": "bytes"}
+    hub.serve(WEIGHTS, send(b"elsewhere", 302, elsewhere))
+    hub.routes[CDN, "/file"] = in_turn(resumable(content, breaks_at=1000), resumable(content))
+    assert outcome(catalog) == "installed"
+    assert catalog.folder() == files
+    asked = [(headers.get("Range"), headers.get("If-Range"))
+             for host, _, headers in hub.requests if host == CDN]
+    assert asked == [(None, None), ("bytes=1000-", '"one"')]
+    plain = send(content)
+    hub.routes[CDN, "/file"] = in_turn(broken(content, 1000), plain)
+    assert outcome(catalog) == "installed"
+    assert not any("Range" in headers for host, _, headers in hub.requests[-2:] if host == CDN)
+
+
+def test_what_a_crash_left_goes_even_where_there_is_no_list(hub, catalog):
+    left = catalog.models / f"{ULTRA}.partial"
+    left.mkdir(parents=True)
+    (left / "file").write_bytes(b"half")
+    assert outcome(catalog) == NOT_FOUND
+    assert catalog.partial() == []
+    assert len(hub.requests) == 1
 
 
 def test_a_file_that_changed_meanwhile_comes_whole(hub, catalog, files):
@@ -192,7 +220,7 @@ def test_ten_redirects_are_followed_and_no_more(hub, catalog, files):
             hub.routes[CDN, f"/{number}"] = redirect(f"https://{CDN}/{number + 1}")
         hub.routes[CDN, f"/{length}"] = send(files[WEIGHTS])
     chain(11)
-    assert outcome(catalog) == REFUSED
+    assert outcome(catalog) == TOO_OFTEN
     chain(10)
     assert outcome(catalog) == "installed"
 
@@ -322,4 +350,6 @@ def test_a_host_that_needs_no_proxy_is_asked_directly(hub, start, files):
     assert outcome(catalog) == "installed"
     hub.list_as(redirect(f"https://{CDN}/list"))
     hub.routes[CDN, "/list"] = send(listing(files))
-    assert outcome(catalog) != "installed"
+    assert outcome(catalog) == ("There is no network connection. Connect to a network and try "
+                                "again.")
+    assert hub.paths(CDN) == []

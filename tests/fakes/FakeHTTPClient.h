@@ -41,6 +41,8 @@ public:
     };
     /// Those that were started.
     std::vector<HTTPRequest> requests;
+    /// The disk does not answer the thread that transfers.
+    bool heldUp = false;
     std::size_t inFlight = 0;
     std::size_t mostInFlight = 0;
     /// Tasks that were made and not started.
@@ -79,6 +81,8 @@ public:
             made.erase(found);
         }
     }
+
+    bool isHeldUp() const override { return heldUp; }
 
 private:
     struct Running {
@@ -176,6 +180,9 @@ private:
             made.erase(running->id);
             const Events events = std::exchange(running->events, {});
             running->body.reset();
+            if (events.didWrite) {
+                events.didWrite(running->id, running->total); // as the client that is shipped does
+            }
             events.didComplete(running->id, error);
         });
     }

@@ -36,10 +36,17 @@ constexpr mode_t fileMode = 0666;
     if (code == ENOSPC || code == EDQUOT) {
         throw DiskError::full();
     }
-    if (code == EACCES || code == EPERM) {
-        throw DiskError::refused("permission denied");
+    switch (code) {
+    case EACCES:
+    case EPERM: throw DiskError::refused("permission denied");
+    case EROFS: throw DiskError::refused("the disk is read-only");
+    case EIO: throw DiskError::refused("the disk reports an error");
+    case ENOENT: throw DiskError::refused("the folder is gone");
+    case ENOTDIR:
+    case ELOOP: throw DiskError::refused("something else stands in its place");
+    case ENAMETOOLONG: throw DiskError::refused("a name is too long for this disk");
+    default: throw DiskError::refused("error " + std::to_string(code));
     }
-    throw DiskError::refused(std::generic_category().message(code));
 }
 
 [[noreturn]] void refusedName(const std::string& name)
@@ -50,6 +57,14 @@ constexpr mode_t fileMode = 0666;
 void sync(const Descriptor& opened)
 {
     if (::fsync(opened.number()) != 0) {
+        refused(errno);
+    }
+}
+
+/// Not every file system knows how to sync a folder.
+void syncFolder(const Descriptor& opened)
+{
+    if (::fsync(opened.number()) != 0 && errno != EINVAL && errno != ENOTSUP) {
         refused(errno);
     }
 }
@@ -129,7 +144,6 @@ public:
         if (::mkdirat(parent.number(), partialName.c_str(), folderMode) != 0) {
             refused(errno);
         }
-        isThere = true;
         top = Descriptor(::openat(parent.number(), partialName.c_str(), folderFlags));
         if (!top) {
             refused(errno);
@@ -168,15 +182,13 @@ public:
         const std::scoped_lock guard(lock);
         throwIfOver();
         for (const auto& folder : folders) {
-            sync(openFolder(folder, false));
+            syncFolder(openFolder(folder, false));
         }
-        sync(top);
+        syncFolder(top);
         exchange();
-        isThere = false;
+        isInPlace = true;
         isOver = true;
-        sync(parent); // before what lay there goes
-        removeTree(parent, partialName);
-        removeTree(top, formerName);
+        removeFormer();
         top.close();
         parent.close();
     }
@@ -185,8 +197,11 @@ public:
     {
         const std::scoped_lock guard(lock);
         isOver = true;
-        if (std::exchange(isThere, false)) {
-            removeTree(parent, partialName);
+        if (!isInPlace) {
+            if (!parent) {
+                parent = Descriptor(::open(models.c_str(), folderFlags & ~O_NOFOLLOW));
+            }
+            removePartial(); // of an earlier download, too, if this one made none
         }
         top.close();
         parent.close();
@@ -223,6 +238,26 @@ private:
         return folder;
     }
 
+    void removePartial() const
+    {
+        if (parent) {
+            removeTree(parent, partialName);
+        }
+    }
+
+    /// What lay in the place goes once it is sure who lies there now; else the next download
+    /// deletes it, and this one has succeeded all the same.
+    void removeFormer() const
+    {
+        try {
+            syncFolder(parent);
+        } catch (const DiskError&) {
+            return;
+        }
+        removePartial();
+        removeTree(top, formerName);
+    }
+
     void exchange()
     {
         const auto rename = [this](Existing existing) {
@@ -256,7 +291,7 @@ private:
     Descriptor top;
     /// Those that were made below the top, by their names from there.
     std::set<std::vector<std::string>> folders;
-    bool isThere = false;
+    bool isInPlace = false;
     bool isOver = false;
 };
 

@@ -19,7 +19,38 @@ using Code = URLError::Code;
 
 constexpr long clientErrors = 400;
 
-/// Whether this machine has an address that others could reach.
+Code codeOf(CURLcode result, CURL* handle, bool (*isConnected)())
+{
+    long proxyStatus = 0;
+    libcurl().easyGetinfo(handle, CURLINFO_HTTP_CONNECTCODE, &proxyStatus);
+    if (proxyStatus >= clientErrors) {
+        return Code::proxyRefused;
+    }
+    switch (result) {
+    case CURLE_OPERATION_TIMEDOUT: return Code::timedOut;
+    case CURLE_COULDNT_RESOLVE_HOST: return isConnected() ? Code::hostNotFound : Code::noNetwork;
+    case CURLE_COULDNT_CONNECT: return isConnected() ? Code::hostUnreachable : Code::noNetwork;
+    case CURLE_COULDNT_RESOLVE_PROXY:
+    case CURLE_PROXY: return Code::proxyRefused;
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_CACERT_BADFILE:
+    case CURLE_SSL_ISSUER_ERROR: return Code::certificateNotTrusted;
+    case CURLE_SSL_CONNECT_ERROR:
+    case CURLE_SEND_ERROR:
+    case CURLE_RECV_ERROR:
+    case CURLE_GOT_NOTHING:
+    case CURLE_PARTIAL_FILE: return Code::connectionLost;
+    case CURLE_UNSUPPORTED_PROTOCOL:
+    case CURLE_URL_MALFORMAT:
+    case CURLE_LOGIN_DENIED: return Code::redirectRefused;
+    case CURLE_TOO_MANY_REDIRECTS: return Code::redirectedTooOften;
+    case CURLE_WEIRD_SERVER_REPLY: return Code::badServerResponse;
+    default: return Code::other;
+    }
+}
+
+} // namespace
+
 bool hasNetwork()
 {
     ifaddrs* list = nullptr;
@@ -39,40 +70,9 @@ bool hasNetwork()
     return false;
 }
 
-Code codeOf(CURLcode result, CURL* handle)
+URLError errorOf(CURLcode result, CURL* handle, bool (*isConnected)())
 {
-    long proxyStatus = 0;
-    libcurl().easyGetinfo(handle, CURLINFO_HTTP_CONNECTCODE, &proxyStatus);
-    if (proxyStatus >= clientErrors) {
-        return Code::proxyRefused;
-    }
-    switch (result) {
-    case CURLE_OPERATION_TIMEDOUT: return Code::timedOut;
-    case CURLE_COULDNT_RESOLVE_HOST: return hasNetwork() ? Code::hostNotFound : Code::noNetwork;
-    case CURLE_COULDNT_CONNECT: return hasNetwork() ? Code::hostUnreachable : Code::noNetwork;
-    case CURLE_COULDNT_RESOLVE_PROXY:
-    case CURLE_PROXY: return Code::proxyRefused;
-    case CURLE_PEER_FAILED_VERIFICATION:
-    case CURLE_SSL_ISSUER_ERROR: return Code::certificateNotTrusted;
-    case CURLE_SSL_CONNECT_ERROR:
-    case CURLE_SEND_ERROR:
-    case CURLE_RECV_ERROR:
-    case CURLE_GOT_NOTHING:
-    case CURLE_PARTIAL_FILE: return Code::connectionLost;
-    case CURLE_UNSUPPORTED_PROTOCOL:
-    case CURLE_URL_MALFORMAT:
-    case CURLE_LOGIN_DENIED:
-    case CURLE_TOO_MANY_REDIRECTS: return Code::redirectRefused;
-    case CURLE_WEIRD_SERVER_REPLY: return Code::badServerResponse;
-    default: return Code::other;
-    }
-}
-
-} // namespace
-
-URLError errorOf(CURLcode result, CURL* handle)
-{
-    const Code code = codeOf(result, handle);
+    const Code code = codeOf(result, handle, isConnected);
     if (code != Code::other) {
         return URLError(code);
     }

@@ -35,8 +35,9 @@ std::string_view trimmed(std::string_view text)
 
 } // namespace
 
-CurlTransfer::CurlTransfer(const HTTPRequest& request, std::shared_ptr<HTTPBody> body)
-    : body(std::move(body)), easy(libcurl().easyInit())
+CurlTransfer::CurlTransfer(const HTTPRequest& request, std::shared_ptr<HTTPBody> body,
+                           BodyWatch& watch)
+    : body(std::move(body)), watch(watch), easy(libcurl().easyInit())
 {
     CURL* const handle = easy.get();
     if (handle == nullptr) {
@@ -100,10 +101,17 @@ bool CurlTransfer::accept()
         long status = 0;
         libcurl().easyGetinfo(handle(), CURLINFO_RESPONSE_CODE, &status);
         head.status = static_cast<int>(status);
+        const BodyWatch::Call call(watch);
         accepted = body->accept(head);
         unwanted = !accepted;
     }
     return accepted;
+}
+
+bool CurlTransfer::write(std::span<const std::byte> bytes)
+{
+    const BodyWatch::Call call(watch);
+    return body->write(bytes);
 }
 
 std::size_t CurlTransfer::onBytes(char* bytes, std::size_t size, std::size_t count, void* self)
@@ -113,7 +121,7 @@ std::size_t CurlTransfer::onBytes(char* bytes, std::size_t size, std::size_t cou
     if (length == 0) {
         return 0;
     }
-    if (!transfer.accept() || !transfer.body->write(std::as_bytes(std::span(bytes, length)))) {
+    if (!transfer.accept() || !transfer.write(std::as_bytes(std::span(bytes, length)))) {
         transfer.unwanted = true;
         return 0;
     }

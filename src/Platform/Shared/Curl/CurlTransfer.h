@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Shared/Curl/BodyWatch.h"
 #include "Platform/Shared/Curl/CurlLibrary.h"
 #include "Ports/HTTPClient.h"
 
@@ -7,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -15,7 +17,8 @@ namespace vorlin {
 /// One transfer: what libcurl is told of a request, and what it tells of the answer. Its thread.
 class CurlTransfer {
 public:
-    CurlTransfer(const HTTPRequest& request, std::shared_ptr<HTTPBody> body);
+    /// `watch` sees each call of `body`, and outlives the transfer.
+    CurlTransfer(const HTTPRequest& request, std::shared_ptr<HTTPBody> body, BodyWatch& watch);
     CurlTransfer(const CurlTransfer&) = delete;
     CurlTransfer& operator=(const CurlTransfer&) = delete;
 
@@ -33,6 +36,7 @@ private:
     static std::size_t onBytes(char* bytes, std::size_t size, std::size_t count, void* self);
     void addHeader(std::string_view line);
     bool accept();
+    bool write(std::span<const std::byte> bytes);
 
     struct FreeEasy {
         void operator()(CURL* handle) const { libcurl().easyCleanup(handle); }
@@ -42,6 +46,7 @@ private:
     };
 
     const std::shared_ptr<HTTPBody> body;
+    BodyWatch& watch;
     /// Before the handle, which reads it to its end.
     std::unique_ptr<curl_slist, FreeList> ownHeaders;
     const std::unique_ptr<CURL, FreeEasy> easy;

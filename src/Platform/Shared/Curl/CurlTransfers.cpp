@@ -87,6 +87,7 @@ bool CurlTransfers::takeChanges(CURLM* multi)
 {
     std::vector<Added> begun;
     std::vector<HTTPClient::TaskId> ended;
+    std::map<HTTPClient::TaskId, Running> left;
     bool goesOn = true;
     {
         const std::scoped_lock guard(lock);
@@ -96,10 +97,11 @@ bool CurlTransfers::takeChanges(CURLM* multi)
             goesOn = false;
             hasThread = closed; // none after the close
             sleeping = nullptr;
+            left.swap(running); // without the lock it is the next thread's
         }
     }
     if (!goesOn) {
-        for (const auto& [task, each] : std::exchange(running, {})) {
+        for (const auto& [task, each] : left) {
             libcurl().multiRemove(multi, each.transfer->handle());
         }
         return false;
@@ -117,7 +119,7 @@ bool CurlTransfers::takeChanges(CURLM* multi)
 
 void CurlTransfers::begin(CURLM* multi, Added added)
 {
-    auto transfer = std::make_unique<CurlTransfer>(added.request, std::move(added.body));
+    auto transfer = std::make_unique<CurlTransfer>(added.request, std::move(added.body), disk);
     libcurl().multiAdd(multi, transfer->handle());
     running.emplace(added.task, Running{std::move(transfer)});
 }

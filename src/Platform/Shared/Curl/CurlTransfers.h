@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Shared/Curl/BodyWatch.h"
 #include "Platform/Shared/Curl/CurlLibrary.h"
 #include "Ports/HTTPClient.h"
 
@@ -41,6 +42,9 @@ public:
                            std::shared_ptr<HTTPBody> body);
     void cancel(HTTPClient::TaskId task);
 
+    /// Whether a body has not come back for a second or longer. Any thread.
+    bool isHeldUp() const { return disk.isHeldUp(); }
+
     /// Ends all transfers; nothing is reported from now on. Any thread.
     void close();
 
@@ -78,6 +82,7 @@ private:
     bool hasThread = false;
     CURLM* sleeping = nullptr;
     OnReport onReport;
+    BodyWatch disk;
     /// The thread's own.
     std::map<HTTPClient::TaskId, Running> running;
     std::chrono::steady_clock::time_point lastReport;

@@ -8,8 +8,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -19,6 +21,22 @@ namespace {
 /// The flags that the disk does not know, and how many renames without a flag it takes.
 unsigned unknownFlags = 0;
 int plainRenames = 0;
+/// What the next call to sync this item fails with, by the item's name.
+std::map<std::string, int> syncFailures;
+/// What was asked of the disk, in its order.
+std::vector<std::string> calls;
+std::mutex callsLock;
+
+void note(const std::string& call)
+{
+    const std::scoped_lock guard(callsLock);
+    calls.push_back(call);
+}
+
+std::string nameOf(int descriptor)
+{
+    return std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor)).filename();
+}
 
 } // namespace
 
@@ -26,6 +44,7 @@ int plainRenames = 0;
 extern "C" int renameat2(int fromFolder, const char* from, int toFolder, const char* to,
                          unsigned flags) noexcept
 {
+    note((flags & RENAME_EXCHANGE) != 0 ? "exchange" : "rename");
     if ((flags & unknownFlags) != 0) {
         errno = EINVAL;
         return -1;
@@ -37,6 +56,26 @@ extern "C" int renameat2(int fromFolder, const char* from, int toFolder, const c
     return static_cast<int>(::syscall(SYS_renameat2, fromFolder, from, toFolder, to, flags));
 }
 
+extern "C" int fsync(int descriptor)
+{
+    const std::string name = nameOf(descriptor);
+    note("sync " + name);
+    if (const auto failure = syncFailures.find(name); failure != syncFailures.end()) {
+        errno = failure->second;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_fsync, descriptor));
+}
+
+extern "C" int unlinkat(int folder, const char* name, int flags) noexcept
+{
+    const auto result = static_cast<int>(::syscall(SYS_unlinkat, folder, name, flags));
+    if (result == 0) {
+        note(std::string("delete ") + name);
+    }
+    return result;
+}
+
 namespace vorlin {
 namespace {
 
@@ -44,7 +83,11 @@ namespace fs = std::filesystem;
 
 class DiskWorkingFoldersTest : public testing::Test {
 protected:
-    ~DiskWorkingFoldersTest() override { unknownFlags = 0; }
+    ~DiskWorkingFoldersTest() override
+    {
+        unknownFlags = 0;
+        syncFailures.clear();
+    }
 
     /// From now on the disk knows neither of the flags of a rename.
     static void knowNoFlags(int renames)
@@ -139,6 +182,67 @@ TEST_F(DiskWorkingFoldersTest, theFormerModelGoesWithTheMove)
     EXPECT_EQ(everything(), (Files{{"one/new", "new"}}));
 }
 
+TEST_F(DiskWorkingFoldersTest, everythingIsOnTheDiskBeforeOneStepMakesItTheModel)
+{
+    fs::create_directories(destination);
+    write(destination / "old", "old");
+    const auto folder = created();
+    calls.clear();
+    put(*folder, "a/b/file", "new");
+    EXPECT_EQ(calls, std::vector<std::string>{"sync file"});
+    calls.clear();
+    folder->moveIntoPlace();
+    EXPECT_EQ(calls, (std::vector<std::string>{"sync a", "sync b", "sync one.partial", "exchange",
+                                               "sync Models", "delete old", "delete one.partial"}));
+}
+
+TEST_F(DiskWorkingFoldersTest, aDiskThatCannotSyncFoldersGetsTheModelAllTheSame)
+{
+    for (const int reason : {EINVAL, ENOTSUP}) {
+        const auto folder = created();
+        put(*folder, "a/file", "text");
+        syncFailures = {{"a", reason}, {"one.partial", reason}, {"Models", reason}};
+        EXPECT_EQ(failure([&] { folder->moveIntoPlace(); }), "(none)");
+        EXPECT_EQ(everything(), (Files{{"one/a/file", "text"}}));
+        EXPECT_FALSE(fs::exists(models / "one.partial"));
+    }
+}
+
+TEST_F(DiskWorkingFoldersTest, aDiskThatFailsInTheMiddleKeepsTheFormerModel)
+{
+    fs::create_directories(destination);
+    write(destination / "former", "former");
+    for (const auto* item : {"file", "a", "one.partial"}) {
+        const auto folder = created();
+        syncFailures = {{item, EIO}};
+        EXPECT_EQ(failure([&] {
+                      put(*folder, "a/file", "text");
+                      folder->moveIntoPlace();
+                  }),
+                  "The models folder cannot be written to: the disk reports an error.")
+            << item;
+        folder->discard();
+        EXPECT_EQ(everything(), (Files{{"one/former", "former"}}));
+        EXPECT_FALSE(fs::exists(models / "one.partial"));
+    }
+}
+
+TEST_F(DiskWorkingFoldersTest, onceTheModelIsInItsPlaceNothingFailsItsDownload)
+{
+    fs::create_directories(destination);
+    write(destination / "former", "former");
+    const auto folder = created();
+    put(*folder, "file", "text");
+    syncFailures = {{"Models", EIO}};
+    EXPECT_EQ(failure([&] { folder->moveIntoPlace(); }), "(none)");
+    folder->discard();
+    EXPECT_EQ(everything(), (Files{{"one/file", "text"}, {"one.partial/former", "former"}}))
+        << "what is not known to be replaced is kept";
+    syncFailures.clear();
+    created()->discard();
+    EXPECT_EQ(everything(), (Files{{"one/file", "text"}})) << "until the next download";
+}
+
 TEST_F(DiskWorkingFoldersTest, aDiskThatCannotExchangeGetsTheModelAllTheSame)
 {
     for (const bool replaces : {false, true}) {
@@ -213,6 +317,16 @@ TEST_F(DiskWorkingFoldersTest, discardedBeforeItsCreationItIsNeverMade)
     EXPECT_FALSE(fs::exists(models / "one.partial"));
 }
 
+TEST_F(DiskWorkingFoldersTest, discardedBeforeItsCreationItTakesAlongWhatAnEarlierOneLeft)
+{
+    fs::create_directories(models / "one.partial/deep");
+    write(models / "one.partial/deep/file", "left");
+    write(models / "other", "other");
+    make()->discard();
+    EXPECT_EQ(everything(), (Files{{"other", "other"}}));
+    EXPECT_FALSE(fs::exists(models / "one.partial"));
+}
+
 TEST_F(DiskWorkingFoldersTest, refusesPathsThatLeadOut)
 {
     using namespace std::string_literals;
@@ -265,6 +379,23 @@ TEST_F(DiskWorkingFoldersTest, aModelsFolderThatCannotBeMadeIsSaidInOneLine)
     const std::string line = failure([&] { created(); });
     EXPECT_EQ(line.find("The models folder cannot be written to: "), 0U) << line;
     EXPECT_EQ(line.find('\n'), std::string::npos);
+}
+
+TEST_F(DiskWorkingFoldersTest, discardedDuringTheMoveItLeavesOneModelWhole)
+{
+    for (int round = 0; round < 50; ++round) {
+        fs::create_directories(destination);
+        write(destination / "former", "former");
+        const auto folder = created();
+        put(*folder, "a/file", "text");
+        std::jthread moving([&folder] { failure([&folder] { folder->moveIntoPlace(); }); });
+        folder->discard();
+        moving.join();
+        const Files files = everything();
+        EXPECT_TRUE(files == (Files{{"one/a/file", "text"}}) ||
+                    files == (Files{{"one/former", "former"}}));
+        fs::remove_all(destination);
+    }
 }
 
 TEST_F(DiskWorkingFoldersTest, filesAreMadeBySeveralThreadsWhileItIsDiscarded)
