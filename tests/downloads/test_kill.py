@@ -84,6 +84,4 @@ def test_a_killed_program_leaves_the_old_model_or_the_new_one(request, hub):
     finally:
         tab.close()
     print(outcomes)
-    # Else nothing was ever killed in the middle, or behind the end.
-    assert outcomes["a working folder"] > 0
-    assert outcomes["the new model"] > 0
+    assert outcomes["a working folder"] > 0, "nothing was ever killed in the middle"
