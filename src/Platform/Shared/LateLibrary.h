@@ -24,7 +24,8 @@ public:
         void* address;
     };
 
-    /// `name` is the library's own, "libcurl.so.4", by which the system finds it. Fails with a
+    /// `name` is the library's own, "libcurl.so.4", by which the system finds it, or a path, which
+    /// macOS wants. Fails with a
     /// `std::runtime_error` of one line when it cannot be loaded.
     explicit LateLibrary(const char* name);
 

@@ -2,22 +2,40 @@
 
 #include "Async/Fatal.h"
 
+#include <memory>
 #include <stdexcept>
 
 namespace vorlin {
 
 CurlLibrary::CurlLibrary() : library(VORLIN_LIBCURL) {}
 
-const CurlLibrary& libcurl()
+namespace {
+
+const CurlLibrary* loaded()
 {
-    static const CurlLibrary loaded = [] {
+    static const auto library = []() -> std::unique_ptr<const CurlLibrary> {
         try {
-            return CurlLibrary();
-        } catch (const std::runtime_error& reason) {
-            fatal(reason.what());
+            return std::make_unique<const CurlLibrary>();
+        } catch (const std::runtime_error&) {
+            return nullptr;
         }
     }();
-    return loaded;
+    return library.get();
+}
+
+} // namespace
+
+bool loadLibcurl()
+{
+    return loaded() != nullptr;
+}
+
+const CurlLibrary& libcurl()
+{
+    if (loaded() == nullptr) {
+        fatal("libcurl is used although it could not be loaded");
+    }
+    return *loaded();
 }
 
 } // namespace vorlin

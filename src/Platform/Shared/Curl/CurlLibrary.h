@@ -31,7 +31,10 @@ struct CurlLibrary {
     const decltype(&curl_multi_wakeup) multiWakeup = library.find("curl_multi_wakeup");
 };
 
-/// Any thread; the first call loads it, and ends the program where it is missing.
+/// Whether it is there. The first call loads it, which may wait for a disk. Any thread.
+bool loadLibcurl();
+
+/// Any thread, and only once `loadLibcurl` has said that it is there.
 const CurlLibrary& libcurl();
 
 } // namespace vorlin

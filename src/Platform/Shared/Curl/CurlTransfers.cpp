@@ -62,6 +62,10 @@ void CurlTransfers::close()
 
 void CurlTransfers::run()
 {
+    if (!loadLibcurl()) {
+        refuse();
+        return;
+    }
     blockBrokenPipes();
     static const CURLcode ready = libcurl().globalInit(CURL_GLOBAL_DEFAULT);
     const Multi multi(libcurl().multiInit());
@@ -79,6 +83,23 @@ void CurlTransfers::run()
         const bool more = reportProgress();
         const auto sleep = more ? reportInterval : longestSleep;
         libcurl().multiPoll(multi.get(), nullptr, 0, static_cast<int>(sleep.count()), nullptr);
+    }
+}
+
+/// Ends what was added: there is nothing to transfer it with. Gives the thread up.
+void CurlTransfers::refuse()
+{
+    std::vector<Added> refused;
+    {
+        const std::scoped_lock guard(lock);
+        refused.swap(added);
+        cancelled.clear();
+        hasThread = closed; // none after the close
+    }
+    for (auto& each : refused) {
+        each.body.reset(); // it is called no more once its task has completed
+        report({each.task, 0, true,
+                URLError(URLError::Code::other, "The download failed: libcurl is missing.")});
     }
 }
 

@@ -48,7 +48,8 @@ public:
     /// Ends all transfers; nothing is reported from now on. Any thread.
     void close();
 
-    /// Transfers until there is nothing more to transfer.
+    /// Transfers until there is nothing more to transfer. Where libcurl is missing, everything
+    /// fails that is to be transferred.
     void run();
 
 private:
@@ -67,6 +68,7 @@ private:
     };
     using Multi = std::unique_ptr<CURLM, CleanUp>;
 
+    void refuse();
     bool takeChanges(CURLM* multi);
     void begin(CURLM* multi, Added added);
     void collect(CURLM* multi);
