@@ -18,6 +18,8 @@ int main(int /*argc*/, char* argv[])
 {
     using namespace vorlin;
 
+    // Qt would come to the front with each start, and take the keys from whoever is there.
+    qputenv("QT_MAC_DISABLE_FOREGROUND_APPLICATION_TRANSFORM", "1");
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software); // one renderer everywhere
     QGuiApplication::setQuitOnLastWindowClosed(false);
     QGuiApplication::setApplicationName("Vorlin");
