@@ -18,7 +18,7 @@ SUITES := bookworm trixie
 OTHER_SUITES := $(filter-out $(shell . /etc/os-release; echo $$VERSION_CODENAME),$(SUITES))
 
 .PHONY: build program run test nightly lint sanitizers simulations slow-tests fuzz bench
-.PHONY: first-starts other-suites format
+.PHONY: first-starts other-suites swift format
 .PHONY: $(PRESETS:%=build-%)
 .NOTPARALLEL:
 
@@ -52,7 +52,7 @@ test:
 nightly:
 	@scripts/install-packages nightly
 	@$(MAKE) --keep-going lint sanitizers simulations slow-tests fuzz bench first-starts \
-	    other-suites
+	    swift other-suites
 
 # By the clang-tidy that this Debian has, which cannot read headers that GCC has compiled.
 lint: build-release
@@ -91,6 +91,11 @@ first-starts:
 	    scripts/fresh-machine --suite $$suite make run && \
 	    scripts/fresh-machine --suite $$suite scripts/start-on-a-display || exit; \
 	done
+
+# The one file that is Swift, for macOS, by the compiler of the Debian that has one.
+swift:
+	@scripts/fresh-machine --suite trixie \
+	    sh -c 'scripts/install-packages swift && tests/macos/swift/run'
 
 other-suites:
 	@for suite in $(OTHER_SUITES); do scripts/fresh-machine --suite $$suite make test || exit; done

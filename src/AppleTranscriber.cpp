@@ -70,6 +70,7 @@ Task<void> AppleTranscriber::prepare()
                 results->onText(combined);
             }
         });
+    co_await analyzer->started();
 }
 
 void AppleTranscriber::feed(const PCMBuffer& buffer)

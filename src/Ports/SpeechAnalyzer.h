@@ -16,6 +16,10 @@ class SpeechAnalyzer {
 public:
     virtual ~SpeechAnalyzer() = default;
 
+    /// Completes when the analysis has begun; fails with a `std::runtime_error` when it cannot.
+    /// Asked at most once, before the end of the stream. Main loop.
+    virtual Completion<Done> started() = 0;
+
     /// Hands over the next audio, in the format that `bestAudioFormat` named. Any one thread at
     /// a time; queues and returns at once. Ignored after the end of the stream.
     virtual void input(std::shared_ptr<const PCMBuffer> buffer) = 0;
@@ -53,9 +57,9 @@ public:
     /// The format in which a supported locale's analyser wants its input, or nothing.
     virtual Completion<std::optional<AudioFormat>> bestAudioFormat(const std::string& locale) = 0;
 
-    /// Starts an analysis. Returns at once, also while models are still loading: input queues.
-    /// `onResult` is never called after the analyser is finished or cancelled. Fails with a
-    /// `std::runtime_error`.
+    /// Starts an analysis. Returns at once, also while models are still loading: input queues. What
+    /// goes wrong later, `started` tells. `onResult` is never called after the analyser is finished
+    /// or cancelled. Fails with a `std::runtime_error`.
     virtual std::unique_ptr<SpeechAnalyzer> start(const std::string& locale, OnResult onResult) = 0;
 };
 

@@ -128,6 +128,35 @@ TEST_F(AppleTranscriberTest, aFailedInstallationEndsThePreparation)
     EXPECT_EQ(error, "The language could not be installed.");
 }
 
+TEST_F(AppleTranscriberTest, anAnalysisThatDoesNotStartEndsThePreparation)
+{
+    analyzers.startFailure = "The analyser has no room.";
+    prepare();
+    EXPECT_EQ(error, "The analyser has no room.");
+    EXPECT_FALSE(prepared);
+}
+
+TEST_F(AppleTranscriberTest, whatIsSaidWhileTheAnalysisStartsIsHandedOn)
+{
+    analyzers.startsAtOnce = false;
+    prepare();
+    EXPECT_FALSE(prepared);
+    feed();
+    EXPECT_EQ(stream().inputFrames, (std::vector<std::uint32_t>{1600}));
+    analyzers.start(stream());
+    loop.runReady();
+    EXPECT_TRUE(prepared);
+}
+
+TEST_F(AppleTranscriberTest, anAnalysisThatStillStartsCanBeCancelled)
+{
+    analyzers.startsAtOnce = false;
+    prepare();
+    transcriber->cancel();
+    EXPECT_TRUE(stream().cancelled);
+    EXPECT_FALSE(prepared);
+}
+
 TEST_F(AppleTranscriberTest, audioIsConvertedAndHandedOn)
 {
     feed(); // before it is prepared: dropped

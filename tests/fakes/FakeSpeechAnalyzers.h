@@ -19,6 +19,7 @@ public:
         std::string locale;
         OnResult onResult;
         std::vector<std::uint32_t> inputFrames;
+        std::optional<Completer<Done>> start;
         bool finishing = false;
         bool cancelled = false;
         std::optional<Completer<Done>> finish;
@@ -31,6 +32,8 @@ public:
     std::optional<AudioFormat> format = AudioFormat{SampleType::int16, 16000, 1, false};
     bool assetsInstalled = true;
     std::string assetFailure;
+    bool startsAtOnce = true;
+    std::string startFailure;
     bool finishesAtOnce = true;
     /// Said, as final text, when a stream is finished.
     std::string spoken;
@@ -103,6 +106,16 @@ public:
         return std::make_unique<Analyzer>(*this, stream);
     }
 
+    void start(Stream& stream) const
+    {
+        const auto completer = *std::exchange(stream.start, std::nullopt);
+        if (startFailure.empty()) {
+            completer.complete({});
+        } else {
+            completer.failWith(startFailure);
+        }
+    }
+
     void finish(Stream& stream) const
     {
         if (stream.cancelled || !stream.finish) {
@@ -133,6 +146,15 @@ private:
         Analyzer(FakeSpeechAnalyzers& owner, std::shared_ptr<Stream> stream)
             : owner(owner), stream(std::move(stream))
         {
+        }
+        Completion<Done> started() override
+        {
+            Completion<Done> begun;
+            stream->start = begun.completer();
+            if (owner.startsAtOnce) {
+                owner.start(*stream);
+            }
+            return begun;
         }
         void input(std::shared_ptr<const PCMBuffer> buffer) override
         {

@@ -70,6 +70,11 @@ void* vorlinSpeechStart(const char* locale, void* context, VorlinSpeechResult re
     return platform;
 }
 
+void vorlinSpeechStarted(void* /*analysis*/, void* context, VorlinSpeechAnswer answer)
+{
+    ask("started", context, answer);
+}
+
 void vorlinSpeechInput(void* /*analysis*/, const void* const* planes, std::uint32_t frames,
                        double sampleRate, std::uint32_t channels, std::uint32_t commonFormat,
                        bool interleaved)
@@ -206,6 +211,39 @@ TEST_F(MacSpeechAnalyzersTest, noFormatAndOneThatIsNoneOfOursAreNone)
     }
 }
 
+TEST_F(MacSpeechAnalyzersTest, aStartIsToldOnTheMainLoopOnceItIsDone)
+{
+    const auto analyzer = start();
+    const auto outcome = outcomeOf(analyzer->started());
+    EXPECT_EQ(asked.calls, (std::vector<std::string>{"start en-GB", "started"}));
+    asked.answer(nullptr, nullptr);
+    EXPECT_FALSE(outcome->value);
+    loop.runReady();
+    EXPECT_TRUE(outcome->value);
+}
+
+TEST_F(MacSpeechAnalyzersTest, aStartThatFailsSaysWhyAndTheAnalysisIsCancelledWhenItIsLetGoOf)
+{
+    auto analyzer = start();
+    const auto outcome = outcomeOf(analyzer->started());
+    asked.answer(nullptr, "No models.\nSFSpeechErrorDomain 2");
+    loop.runReady();
+    EXPECT_EQ(outcome->failure, "No models.");
+    analyzer.reset();
+    EXPECT_EQ(asked.calls,
+              (std::vector<std::string>{"start en-GB", "started", "cancel", "release"}));
+}
+
+TEST_F(MacSpeechAnalyzersTest, anAnalyserThatGoesWhileItStartsIsToldNothing)
+{
+    auto analyzer = start();
+    const auto outcome = outcomeOf(analyzer->started());
+    analyzer.reset();
+    asked.answer(nullptr, nullptr); // too late for anybody
+    loop.runReady();
+    EXPECT_FALSE(outcome->value);
+}
+
 TEST_F(MacSpeechAnalyzersTest, audioGoesInAsItIsUntilTheInputEnds)
 {
     const auto analyzer = start();
@@ -262,13 +300,16 @@ TEST_F(MacSpeechAnalyzersTest, anAnalysisThatHasEndedIsOnlyLetGoOf)
     EXPECT_EQ(asked.calls, (std::vector<std::string>{"start en-GB", "finish", "release"}));
 }
 
-TEST_F(MacSpeechAnalyzersTest, anAnalysisThatFailedSaysWhyAtItsEnd)
+TEST_F(MacSpeechAnalyzersTest, anAnalysisThatFailedSaysWhyAtItsEndAndIsCancelled)
 {
-    const auto analyzer = start();
+    auto analyzer = start();
     const auto outcome = outcomeOf(analyzer->finalizeAndFinishThroughEndOfInput());
     asked.answer(nullptr, "The analyser stopped.");
     loop.runReady();
     EXPECT_EQ(outcome->failure, "The analyser stopped.");
+    analyzer.reset();
+    EXPECT_EQ(asked.calls,
+              (std::vector<std::string>{"start en-GB", "finish", "cancel", "release"}));
 }
 
 TEST_F(MacSpeechAnalyzersTest, anOlderSystemHasNoAnalysis)

@@ -29,6 +29,14 @@ public:
     SphinxAnalyzer& operator=(const SphinxAnalyzer&) = delete;
     ~SphinxAnalyzer() override { worker->cancel(stream); }
 
+    /// At once: a model that cannot be read fails the end, and nobody waits for one that can.
+    Completion<Done> started() override
+    {
+        Completion<Done> begun;
+        begun.completer().complete({});
+        return begun;
+    }
+
     void input(std::shared_ptr<const PCMBuffer> buffer) override
     {
         worker->add(stream, std::move(buffer));

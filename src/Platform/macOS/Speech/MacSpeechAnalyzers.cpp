@@ -117,6 +117,7 @@ public:
         vorlinSpeechRelease(analysis);
     }
 
+    Completion<Done> started() override;
     void input(std::shared_ptr<const PCMBuffer> buffer) override;
     Completion<Done> finalizeAndFinishThroughEndOfInput() override;
     void cancelAndFinishNow() override;
@@ -126,10 +127,18 @@ private:
     const SharedGate gate;
     /// Asked by a capture thread.
     std::atomic<bool> takesInput = true;
-    /// Everything was told, or nothing more is to be.
+    /// Everything was told, or nothing more is to be. Not after a failure: the platform's analyser
+    /// then still waits, for the end or for results.
     bool isOver = false;
     OwnedDoor door;
 };
+
+Completion<Done> MacSpeechAnalyzer::started()
+{
+    Completion<Done> begun;
+    vorlinSpeechStarted(analysis, awaitEnd(door.shared(), begun.completer()), answered);
+    return begun;
+}
 
 void MacSpeechAnalyzer::input(std::shared_ptr<const PCMBuffer> buffer)
 {
@@ -155,7 +164,7 @@ Completion<Done> MacSpeechAnalyzer::finalizeAndFinishThroughEndOfInput()
     auto* const context =
         Texts::of(door.shared(),
                   [this, completer = ended.completer()](const auto& /*text*/, const auto& failure) {
-                      isOver = true;
+                      isOver = !failure;
                       gate->close();
                       failure ? completer.failWith(errorLine(*failure)) : completer.complete({});
                   });

@@ -17,7 +17,6 @@ public:
     Completion<std::vector<std::string>> localesToOffer() override;
     Completion<Done> installAssets(const std::string& locale) override;
     Completion<std::optional<AudioFormat>> bestAudioFormat(const std::string& locale) override;
-    /// A start that fails on the way is told by the end of the analysis.
     std::unique_ptr<SpeechAnalyzer> start(const std::string& locale, OnResult onResult) override;
 
 private:

@@ -41,6 +41,9 @@ void vorlinSpeechBestFormat(const char* locale, void* context, VorlinSpeechForma
 void* vorlinSpeechStart(const char* locale, void* context, VorlinSpeechResult result,
                         VorlinSpeechEnded ended);
 
+/// Answers no text once the analysis has begun, or why it could not.
+void vorlinSpeechStarted(void* analysis, void* context, VorlinSpeechAnswer answer);
+
 /// The next audio: `planes` are one a channel, or one for all where the format is interleaved.
 void vorlinSpeechInput(void* analysis, const void* const* planes, uint32_t frames,
                        double sampleRate, uint32_t channels, uint32_t commonFormat,
@@ -49,7 +52,8 @@ void vorlinSpeechInput(void* analysis, const void* const* planes, uint32_t frame
 /// Ends the input, and answers no text once every result was delivered.
 void vorlinSpeechFinish(void* analysis, void* context, VorlinSpeechAnswer answer);
 
-/// Ends the analysis without further results; one that comes at this moment may still be told.
+/// Ends the analysis without further results, also one that has failed; one that comes at this
+/// moment may still be told.
 void vorlinSpeechCancel(void* analysis);
 
 /// Lets go of it. The last call.

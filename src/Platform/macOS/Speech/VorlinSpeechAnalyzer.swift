@@ -1,5 +1,4 @@
-// The platform's analyser of speech, which speaks Swift only, for C: VorlinSpeechAnalyzer.h says
-// what each function does.
+// The platform's analyser of speech, which speaks Swift only, for C: see VorlinSpeechAnalyzer.h.
 
 import AVFAudio
 import Foundation
@@ -13,18 +12,12 @@ public typealias Format = @convention(c) (Context, Double, UInt32, UInt32, Bool)
 public typealias Heard = @convention(c) (Context, Text?, Bool) -> Void
 public typealias Ended = @convention(c) (Context) -> Void
 
-/// Who is told, on whatever thread.
-private struct Told<Callback>: @unchecked Sendable {
-    let context: Context
-    let callback: Callback
-}
-
-extension Told where Callback == Answer {
-    func answer(_ work: @escaping @Sendable () async throws -> String?) {
-        Task {
-            do { callback(context, try await work(), nil) }
-            catch { callback(context, nil, error.localizedDescription) }
-        }
+/// Tells what comes of `work`, on whatever thread.
+private func tell(_ context: Context, _ answer: @escaping Answer,
+                  of work: @escaping @Sendable () async throws -> String?) {
+    Task {
+        do { answer(context, try await work(), nil) }
+        catch { answer(context, nil, error.localizedDescription) }
     }
 }
 
@@ -34,41 +27,41 @@ private func makeTranscriber(_ locale: Text) -> SpeechTranscriber {
                       reportingOptions: [.volatileResults], attributeOptions: [])
 }
 
-/// One analysis. Its task of results holds it, so that it ends when no result can come any more.
+/// One analysis. Its task of results holds it, so that it ends when no result can come any more:
+/// after a start that failed, after the last result, or once it was cancelled.
 @available(macOS 26, *)
 private final class Analysis: @unchecked Sendable {
-    private let heard: Told<Heard>
-    private let ended: Told<Ended>
+    private let context: Context
+    private let heard: Heard
+    private let ended: Ended
     private let analyzer: SpeechAnalyzer
     let input: AsyncStream<AnalyzerInput>.Continuation
-    private var start: Task<Void, Error>?, results: Task<Void, Error>?
+    let start: Task<Void, Error>
+    private var results: Task<Void, Error>?
 
-    init(_ transcriber: SpeechTranscriber, heard told: Told<Heard>, ended end: Told<Ended>) {
-        heard = told
-        ended = end
+    init(_ transcriber: SpeechTranscriber, _ context: Context, _ heard: @escaping Heard,
+         _ ended: @escaping Ended) {
+        (self.context, self.heard, self.ended) = (context, heard, ended)
         let (sequence, continuation) = AsyncStream<AnalyzerInput>.makeStream()
         input = continuation
         analyzer = SpeechAnalyzer(modules: [transcriber])
         start = Task { [analyzer] in try await analyzer.start(inputSequence: sequence) }
         results = Task { [self] in
+            try await start.value
             for try await result in transcriber.results {
-                heard.callback(heard.context, String(result.text.characters), result.isFinal)
+                self.heard(self.context, String(result.text.characters), result.isFinal)
             }
         }
     }
 
-    deinit { ended.callback(ended.context) }
+    deinit { ended(context) }
 
     static func of(_ held: Handle) -> Analysis { Unmanaged.fromOpaque(held).takeUnretainedValue() }
 
-    func finish(_ told: Told<Answer>) {
-        input.finish()
-        told.answer { [self] in
-            _ = try await start?.value
-            try await analyzer.finalizeAndFinishThroughEndOfInput()
-            _ = try await results?.value
-            return nil
-        }
+    func finish() async throws {
+        try await start.value
+        try await analyzer.finalizeAndFinishThroughEndOfInput()
+        try await results?.value
     }
 
     func cancel() {
@@ -82,7 +75,7 @@ private final class Analysis: @unchecked Sendable {
 public func supportedLocale(_ identifier: Text, _ context: Context, _ answer: @escaping Answer) {
     guard #available(macOS 26, *) else { return answer(context, nil, nil) }
     let wanted = Locale(identifier: String(cString: identifier))
-    Told(context: context, callback: answer).answer {
+    tell(context, answer) {
         await SpeechTranscriber.supportedLocale(equivalentTo: wanted)?.identifier(.bcp47)
     }
 }
@@ -90,9 +83,9 @@ public func supportedLocale(_ identifier: Text, _ context: Context, _ answer: @e
 @_cdecl("vorlinSpeechInstallAssets")
 public func installAssets(_ locale: Text, _ context: Context, _ answer: @escaping Answer) {
     guard #available(macOS 26, *) else { return answer(context, nil, nil) }
-    let transcriber = makeTranscriber(locale)
-    Told(context: context, callback: answer).answer {
-        let request = try await AssetInventory.assetInstallationRequest(supporting: [transcriber])
+    let modules = [makeTranscriber(locale)]
+    tell(context, answer) {
+        let request = try await AssetInventory.assetInstallationRequest(supporting: modules)
         try await request?.downloadAndInstall()
         return nil
     }
@@ -101,11 +94,11 @@ public func installAssets(_ locale: Text, _ context: Context, _ answer: @escapin
 @_cdecl("vorlinSpeechBestFormat")
 public func bestFormat(_ locale: Text, _ context: Context, _ answer: @escaping Format) {
     guard #available(macOS 26, *) else { return answer(context, 0, 0, 0, false) }
-    let (told, transcriber) = (Told(context: context, callback: answer), makeTranscriber(locale))
+    let modules = [makeTranscriber(locale)]
     Task {
-        let best = await SpeechAnalyzer.bestAvailableAudioFormat(compatibleWith: [transcriber])
-        told.callback(told.context, best?.sampleRate ?? 0, best?.channelCount ?? 0,
-                      UInt32(best?.commonFormat.rawValue ?? 0), best?.isInterleaved ?? false)
+        let best = await SpeechAnalyzer.bestAvailableAudioFormat(compatibleWith: modules)
+        answer(context, best?.sampleRate ?? 0, best?.channelCount ?? 0,
+               UInt32(best?.commonFormat.rawValue ?? 0), best?.isInterleaved ?? false)
     }
 }
 
@@ -113,38 +106,43 @@ public func bestFormat(_ locale: Text, _ context: Context, _ answer: @escaping F
 public func start(_ locale: Text, _ context: Context, _ heard: @escaping Heard,
                   _ ended: @escaping Ended) -> Handle? {
     guard #available(macOS 26, *) else { return nil }
-    let analysis = Analysis(makeTranscriber(locale), heard: Told(context: context, callback: heard),
-                            ended: Told(context: context, callback: ended))
+    let analysis = Analysis(makeTranscriber(locale), context, heard, ended)
     return Unmanaged.passRetained(analysis).toOpaque()
 }
 
-@_cdecl("vorlinSpeechInput")
+// Of an analysis, which there is on a system that is new enough.
+
+@available(macOS 26, *) @_cdecl("vorlinSpeechStarted")
+public func started(_ analysis: Handle, _ context: Context, _ answer: @escaping Answer) {
+    let start = Analysis.of(analysis).start
+    tell(context, answer) { try await start.value; return nil }
+}
+
+@available(macOS 26, *) @_cdecl("vorlinSpeechInput")
 public func input(_ analysis: Handle, _ planes: UnsafePointer<UnsafeRawPointer>, _ frames: UInt32,
                   _ rate: Double, _ channels: UInt32, _ commonFormat: UInt32, _ interleaved: Bool) {
-    guard #available(macOS 26, *), let type = AVAudioCommonFormat(rawValue: UInt(commonFormat)),
+    guard let type = AVAudioCommonFormat(rawValue: UInt(commonFormat)),
           let format = AVAudioFormat(commonFormat: type, sampleRate: rate, channels: channels,
                                      interleaved: interleaved),
           let buffer = AVAudioPCMBuffer(pcmFormat: format, frameCapacity: frames) else { return }
     buffer.frameLength = frames
+    let bytes = Int(frames * format.streamDescription.pointee.mBytesPerFrame)
     let parts = UnsafeMutableAudioBufferListPointer(buffer.mutableAudioBufferList)
     for (plane, part) in parts.enumerated() {
-        part.mData?.copyMemory(from: planes[plane], byteCount: Int(part.mDataByteSize))
+        part.mData?.copyMemory(from: planes[plane], byteCount: bytes)
     }
     Analysis.of(analysis).input.yield(AnalyzerInput(buffer: buffer))
 }
 
-@_cdecl("vorlinSpeechFinish")
+@available(macOS 26, *) @_cdecl("vorlinSpeechFinish")
 public func finish(_ analysis: Handle, _ context: Context, _ answer: @escaping Answer) {
-    guard #available(macOS 26, *) else { return }
-    Analysis.of(analysis).finish(Told(context: context, callback: answer))
+    let analysis = Analysis.of(analysis)
+    analysis.input.finish()
+    tell(context, answer) { try await analysis.finish(); return nil }
 }
 
-@_cdecl("vorlinSpeechCancel")
-public func cancel(_ analysis: Handle) {
-    if #available(macOS 26, *) { Analysis.of(analysis).cancel() }
-}
+@available(macOS 26, *) @_cdecl("vorlinSpeechCancel")
+public func cancel(_ analysis: Handle) { Analysis.of(analysis).cancel() }
 
-@_cdecl("vorlinSpeechRelease")
-public func release(_ analysis: Handle) {
-    if #available(macOS 26, *) { Unmanaged<Analysis>.fromOpaque(analysis).release() }
-}
+@available(macOS 26, *) @_cdecl("vorlinSpeechRelease")
+public func release(_ analysis: Handle) { Unmanaged<Analysis>.fromOpaque(analysis).release() }
