@@ -13,6 +13,7 @@ import declarations  # pylint: disable=wrong-import-position
 import documents  # pylint: disable=wrong-import-position
 import facilities  # pylint: disable=wrong-import-position
 import layers  # pylint: disable=wrong-import-position
+import macos  # pylint: disable=wrong-import-position
 import tidy  # pylint: disable=wrong-import-position
 
 
@@ -180,6 +181,56 @@ class RuleTest(unittest.TestCase):
         self.assertEqual(lines("| it works | `src/A.cpp` | |\n"), [f"{document}:5"])
         self.assertEqual(lines(""), [f"{document}:1"])
         self.assertEqual(self.found(documents.architecture_paths, files), [f"{document}:1"])
+
+    def test_each_port_has_its_adapter_for_macos(self):
+        port = "class A {\npublic:\n    virtual ~A() = default;\n};\n"
+        rule = macos.ports_without_an_adapter
+        self.assertEqual(self.found(rule, {"src/Ports/Geometry.h": "struct Rect {};\n"}), [])
+        for name, adapter in (("Sounds", "src/Platform/macOS/MacSounds.mm"),
+                              ("Random", "src/Platform/Shared/SystemRandom.h"),
+                              ("MLModel", "src/Platform/macOS/MacMLModels.mm")):
+            header = f"src/Ports/{name}.h"
+            self.assertEqual(self.found(rule, {header: port}), [f"{header}:1"])
+            self.assertEqual(self.found(rule, {header: port, adapter: ""}), [])
+
+    def test_an_adapter_for_macos_is_short(self):
+        for name, most in (("MacSounds.mm", 200), ("Speech/Analyzer.swift", 150)):
+            path = f"src/Platform/macOS/{name}"
+            self.assertEqual(self.found(macos.long_adapters, {path: "a\n" * most}), [])
+            self.assertEqual(self.found(macos.long_adapters, {path: "a\n" * (most + 1)}),
+                             [f"{path}:{most + 1}"])
+
+    def test_each_call_of_macos_stands_where_its_row_says(self):
+        document, adapter = "docs/MACOS.md", "src/Platform/macOS/MacA.mm"
+        head = "\n| call of the platform | written | file and line | held by |\n|---|---|---|---|\n"
+        files = {adapter: "\n[a go];\n", "tests/A.mm": ""}
+
+        def found(row):
+            return self.found(macos.calls_of_the_platform, {**files, document: head + row + "\n"})
+
+        place = f"`{adapter}:2`"
+        self.assertEqual(found(f"| goes | `go]` | {place} | `A.mm` |"), [])
+        self.assertEqual(found(f"| goes | `go]` | {place} | compiled only |"), [])
+        for bad in (f"| goes | `gone]` | {place} | `A.mm` |", f"| goes | `go]` | {place} | |",
+                    f"| goes | `go]` | `{adapter}:1` | `A.mm` |",
+                    f"| goes | `go]` | {place} | `B.mm` |", f"| goes | `go]` | {place} | read |",
+                    "| goes | `go]` | `src/B.mm:2` | `A.mm` |"):
+            self.assertEqual(found(bad), [f"{document}:4"], bad)
+        self.assertEqual(self.found(macos.calls_of_the_platform, files), [f"{document}:1"])
+        self.assertEqual(found(""), [f"{document}:1"])
+
+    def test_rows_of_macos_follow_what_they_name(self):
+        row = "| goes | `go]` | `src/A.mm:9` | compiled only |"
+        with tempfile.TemporaryDirectory() as folder:
+            root = pathlib.Path(folder)
+            (root / "docs").mkdir()
+            (root / "src").mkdir()
+            (root / "src/A.mm").write_text("[a go];\n\n\n\n[b go];\n", encoding="utf-8")
+            document = root / "docs/MACOS.md"
+            document.write_text("| call of the platform | written | file and line | held by |\n"
+                                f"{row}\n", encoding="utf-8")
+            macos.mend(folder)
+            self.assertIn("`src/A.mm:5`", document.read_text(encoding="utf-8"))
 
     def test_a_document_says_things_once(self):
         for bad, good in (

@@ -15,6 +15,7 @@ import declarations
 import documents
 import facilities
 import layers
+import macos
 from tree import CODE, COLUMNS, CPP, TEXT, Finding, Tree, width
 
 FUNCTION_LINES = 70
@@ -256,6 +257,7 @@ RULES = (
     declarations.unused_declarations,
     *facilities.RULES,
     *layers.RULES,
+    *macos.RULES,
     markers_without_reason,
     long_lines,
     machine_paths,

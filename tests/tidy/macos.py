@@ -1,0 +1,121 @@
+"""Rules for macOS: each port has its adapter, no adapter grows, and docs/MACOS.md says where each
+call of the platform stands.
+
+    macos.py --mend [ROOT]    writes the lines into docs/MACOS.md anew
+"""
+
+import pathlib
+import re
+import sys
+
+from tree import Finding, Tree
+
+ADAPTERS = pathlib.PurePath("src/Platform/macOS")
+SHARED = pathlib.PurePath("src/Platform/Shared")
+PORTS = pathlib.PurePath("src/Ports")
+# Ports whose adapter has another name than Mac and theirs, or serves Linux, too.
+ELSEWHERE = {
+    "AudioConverter": ADAPTERS / "MacAudioConverters.mm",
+    "FocusedProgram": SHARED / "NoFocusedProgram.h",
+    "HTTPClient": SHARED / "Curl/CurlHTTPClient.cpp",
+    "MLModel": ADAPTERS / "MacMLModels.mm",
+    "Random": SHARED / "SystemRandom.h",
+    "SpeechAnalyzer": ADAPTERS / "Speech/MacSpeechAnalyzers.cpp",
+    "Workers": SHARED / "ThreadPool.cpp",
+    "WorkingFolders": SHARED / "DiskWorkingFolders.cpp",
+}
+# An adapter translates: one that needs more than this decides something.
+LONGEST_ADAPTER = 200
+LONGEST_SWIFT = 150
+
+
+def ports_without_an_adapter(tree):
+    """Each port of src/Ports has its file for macOS."""
+    for path in tree.files({".h"}, "src"):
+        if path.parent != PORTS or "virtual ~" not in tree.text(path):
+            continue
+        adapter = ELSEWHERE.get(path.stem, ADAPTERS / f"Mac{path.stem}.mm")
+        if pathlib.Path(adapter) not in tree.paths:
+            yield Finding(path, 1, f"{adapter} is missing")
+
+
+def long_adapters(tree):
+    """An adapter translates and decides nothing: it is short."""
+    for path in tree.files({".mm", ".swift"}, "src"):
+        limit = LONGEST_SWIFT if path.suffix == ".swift" else LONGEST_ADAPTER
+        length = tree.text(path).count("\n")
+        if ADAPTERS in path.parents and length > limit:
+            yield Finding(path, limit + 1, f"{length} lines, at most {limit}")
+
+
+# --- docs/MACOS.md --------------------------------------------------------------------------------
+
+DOCUMENT = pathlib.Path("docs/MACOS.md")
+HEADER = re.compile(r"^\|.*call of the platform.*\|.*written.*\|.*file and line.*\|.*held by.*\|$")
+ROW = re.compile(r"^\| (?P<call>.+) \| `(?P<code>[^`]+)` \| `(?P<file>[^`]+):(?P<line>\d+)` "
+                 r"\| (?P<held>.+) \|$")
+# A call that runs nowhere here is held by nothing but this.
+COMPILED = "compiled only"
+
+
+def rows(tree):
+    """The rows of the table of calls: number, and the match, or nothing for one that is none."""
+    inside = False
+    for number, line in tree.lines(DOCUMENT):
+        if HEADER.match(line):
+            inside = True
+        elif not line.startswith("|"):
+            inside = False
+        elif inside and not re.fullmatch(r"[|\s:-]+", line):
+            yield number, ROW.match(line)
+
+
+def places(tree, row):
+    """The lines of its file in which what a row names is written."""
+    path = pathlib.Path(row["file"])
+    if path not in tree.paths:
+        return []
+    return [number for number, line in tree.lines(path) if row["code"] in line]
+
+
+def calls_of_the_platform(tree):
+    """Each row of the table names a line that holds what it says, and tests that are there."""
+    if DOCUMENT not in tree.paths:
+        yield Finding(DOCUMENT, 1, "the table of calls is missing")
+        return
+    count = 0
+    for count, (number, row) in enumerate(rows(tree), 1):
+        if row is None:
+            yield Finding(DOCUMENT, number, "a row is | call | `code` | `file:line` | held by |")
+            continue
+        if int(row["line"]) not in places(tree, row):
+            yield Finding(DOCUMENT, number, f"{row['code']} does not stand there: "
+                                            "tests/tidy/macos.py --mend")
+        tests = re.findall(r"`([^`]+)`", row["held"])
+        if not tests and row["held"] != COMPILED:
+            yield Finding(DOCUMENT, number, "a call is held by a test, or compiled only")
+        for test in tests:
+            if pathlib.Path("tests") / test not in tree.paths:
+                yield Finding(DOCUMENT, number, f"tests/{test} does not exist")
+    if count == 0:
+        yield Finding(DOCUMENT, 1, "the table of calls is missing")
+
+
+def mend(root):
+    """Moves each row to the nearest line that holds what it says."""
+    tree = Tree(root)
+    lines = tree.text(DOCUMENT).split("\n")
+    for number, row in rows(tree):
+        found = places(tree, row) if row else []
+        if found:
+            nearest = min(found, key=lambda line, was=int(row["line"]): abs(line - was))
+            lines[number - 1] = row[0].replace(f":{row['line']}`", f":{nearest}`")
+    (tree.root / DOCUMENT).write_text("\n".join(lines), encoding="utf-8")
+
+
+RULES = (ports_without_an_adapter, long_adapters, calls_of_the_platform)
+
+if __name__ == "__main__":
+    if sys.argv[1:2] != ["--mend"]:
+        sys.exit(__doc__)
+    mend(sys.argv[2] if len(sys.argv) > 2 else ".")
