@@ -93,6 +93,23 @@ protected:
         }).join();
     }
 
+    /// Gives a buffer on a thread without a pool, and compares what came of it.
+    void deliver(AVAudioPCMBuffer* given, SampleType type)
+    {
+        std::thread([given] { EXPECT_TRUE(hear(given)); }).join();
+        ASSERT_EQ(heard.size(), 1U);
+        const PCMBuffer buffer = std::exchange(heard, {}).front();
+        const bool interleaved = given.format.isInterleaved;
+        EXPECT_EQ(buffer.format(), (AudioFormat{type, 44100, 2, interleaved}));
+        EXPECT_EQ(buffer.frameLength(), given.frameLength);
+        const std::uint32_t planes = interleaved ? 1 : 2;
+        const std::size_t bytes = given.frameLength * bytesPerSample(type) * 2 / planes;
+        for (std::uint32_t plane = 0; plane < planes; ++plane) {
+            const char* from = given.memory + plane * given.memorySize / planes;
+            EXPECT_EQ(std::memcmp(buffer.plane(plane).data(), from, bytes), 0) << plane;
+        }
+    }
+
     SimulatedLoop loop;
     std::unique_ptr<MacAudioInput> input;
     Calls made;
@@ -151,21 +168,12 @@ TEST_F(MacAudioInputTest, deliversBuffersAsTheSystemDoesOnItsThreadAndLeavesNoth
     for (const auto& [type, expected] : types) {
         for (const bool interleaved : {false, true}) {
             for (const std::uint32_t frames : {2048U, 512U, 4800U}) {
-                AVAudioPCMBuffer* given =
-                    bufferOf(standins::soundFormat(type, 44100, 2, interleaved), 4800, frames);
                 const long before = standins::alive();
-                std::thread([given] { EXPECT_TRUE(hear(given)); }).join(); // it has no pool
-                EXPECT_EQ(standins::alive(), before);
-                ASSERT_EQ(heard.size(), 1U);
-                const PCMBuffer buffer = std::exchange(heard, {}).front();
-                EXPECT_EQ(buffer.format(), (AudioFormat{expected, 44100, 2, interleaved}));
-                EXPECT_EQ(buffer.frameLength(), frames);
-                const std::uint32_t planes = interleaved ? 1 : 2;
-                const std::size_t bytes = frames * bytesPerSample(expected) * 2 / planes;
-                for (std::uint32_t plane = 0; plane < planes; ++plane) {
-                    const char* from = given.memory + plane * given.memorySize / planes;
-                    EXPECT_EQ(std::memcmp(buffer.plane(plane).data(), from, bytes), 0) << plane;
+                @autoreleasepool {
+                    AVAudioFormat* format = standins::soundFormat(type, 44100, 2, interleaved);
+                    deliver(bufferOf(format, 4800, frames), expected);
                 }
+                EXPECT_EQ(standins::alive(), before);
             }
         }
     }
@@ -183,11 +191,19 @@ TEST_F(MacAudioInputTest, aDroppedTapIsNeverCalledAgainAndDestroyedAtOnce)
 {
     auto held = std::make_shared<int>();
     const std::weak_ptr<int> seen = held;
-    input->start([held = std::move(held)](const PCMBuffer&) {}, [](const std::string&) {});
+    int calls = 0;
+    sound().keepsTap = true;
+    input->start([&calls, held = std::move(held)](const PCMBuffer&) { ++calls; },
+                 [](const std::string&) {});
+    AVAudioPCMBuffer* buffer = bufferOf(sound().microphone, 10, 10);
+    EXPECT_TRUE(hear(buffer));
     EXPECT_FALSE(seen.expired());
     input->drop();
     EXPECT_TRUE(seen.expired());
-    EXPECT_FALSE(hear(bufferOf(sound().microphone, 10, 10)));
+    EXPECT_FALSE(hear(buffer));
+    AVAudioTime* when = nil;
+    sound().keptTap(buffer, when); // it was under way
+    EXPECT_EQ(calls, 1);
 }
 
 TEST_F(MacAudioInputTest, failsInOneLineWhereTheEngineDoesNotStartAndIsCleanedUpByADrop)
@@ -223,6 +239,12 @@ TEST_F(MacAudioInputTest, anExceptionIsAFailedStartToo)
     input->drop();
     EXPECT_EQ(taken(), stopCalls);
     sound().startFault = nil;
+    sound().prepareFault = exception(@"no output either");
+    EXPECT_EQ(start(), "no output either");
+    taken();
+    input->drop();
+    EXPECT_EQ(taken(), stopCalls);
+    sound().prepareFault = nil;
     EXPECT_EQ(start(), "done");
     EXPECT_TRUE(failures.empty());
 }

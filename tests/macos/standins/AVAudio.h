@@ -20,8 +20,12 @@ struct Sound {
 
     /// The format in which the microphone is heard.
     AVAudioFormat* _Nullable microphone = nil;
-    /// What is thrown when a tap is put in, and when the engine starts.
+    /// Keeps the tap that is put in, for a buffer that is under way when it is taken out.
+    bool keepsTap = false;
+    AVAudioNodeTapBlock _Nullable keptTap = nil;
+    /// What is thrown when a tap is put in, when the engine prepares, and when it starts.
     NSException* _Nullable tapRefusal = nil;
+    NSException* _Nullable prepareFault = nil;
     NSException* _Nullable startFault = nil;
     /// Why the engine does not start.
     NSError* _Nullable startRefusal = nil;

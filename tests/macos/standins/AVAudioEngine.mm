@@ -34,6 +34,8 @@ __weak AVAudioEngine* lastEngine = nil;
                                  reason:@"required condition is false: nullptr == Tap()"
                                userInfo:nil] raise];
     _tap = block;
+    if (standins::sound().keepsTap)
+        standins::sound().keptTap = block;
 }
 - (void)removeTapOnBus:(AVAudioNodeBus)bus
 {
@@ -69,6 +71,8 @@ __weak AVAudioEngine* lastEngine = nil;
 - (void)prepare
 {
     standins::note(self, _cmd);
+    if (standins::sound().prepareFault != nil)
+        @throw standins::sound().prepareFault;
 }
 - (BOOL)startAndReturnError:(NSError**)error
 {
