@@ -12,7 +12,13 @@ else()
     target_compile_options(vorlin_warnings INTERFACE -Wshadow)
 endif()
 
-# Under a sanitizer GCC takes code that it has instrumented for reads of uninitialised variables.
-if(VORLIN_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    target_compile_options(vorlin_warnings INTERFACE -Wno-maybe-uninitialized)
+# Under a sanitizer GCC takes code that it has instrumented for reads of uninitialised variables,
+# and for copies behind the end of them.
+set(VORLIN_SANITIZED_WARNINGS)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    set(VORLIN_SANITIZED_WARNINGS
+        -Wno-maybe-uninitialized -Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread)
+endif()
+if(VORLIN_SANITIZE)
+    target_compile_options(vorlin_warnings INTERFACE ${VORLIN_SANITIZED_WARNINGS})
 endif()
