@@ -76,8 +76,8 @@ private:
         return {.symbol = selected ? "checkmark.circle.fill" : "circle",
                 .help = "Use " + needs.wording(engine.name),
                 .enabled = get<ModelStore::Installed>() != nullptr,
-                .press =
-                    act([](ModelStore& store, const Engine& chosen) { store.select(chosen.id); })};
+                .press = act(
+                    [](ModelStore& models, const Engine& chosen) { models.select(chosen.id); })};
     }
 
     Command cross(std::string help) const
