@@ -13,11 +13,14 @@ else()
 endif()
 
 # Under a sanitizer GCC takes code that it has instrumented for reads of uninitialised variables,
-# and for copies behind the end of them.
+# and since version 13 for copies behind the end of them.
 set(VORLIN_SANITIZED_WARNINGS)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    set(VORLIN_SANITIZED_WARNINGS
-        -Wno-maybe-uninitialized -Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread)
+    list(APPEND VORLIN_SANITIZED_WARNINGS -Wno-maybe-uninitialized)
+    if(CMAKE_CXX_COMPILER_VERSION VERSION_GREATER_EQUAL 13)
+        list(APPEND VORLIN_SANITIZED_WARNINGS
+            -Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread)
+    endif()
 endif()
 if(VORLIN_SANITIZE)
     target_compile_options(vorlin_warnings INTERFACE ${VORLIN_SANITIZED_WARNINGS})
