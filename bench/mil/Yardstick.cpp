@@ -55,7 +55,11 @@ Product makeProduct(const dnnl::engine& engine, const Shape& s)
     const dnnl::memory::desc x(dims(s.m, s.k), Type::f32, plain);
     const dnnl::memory::desc weight(dims(s.k, s.n), Type::f32, Tag::any);
     const dnnl::memory::desc y(dims(s.m, s.n), Type::f32, plain);
+#if DNNL_VERSION_MAJOR >= 3
+    const dnnl::matmul::primitive_desc description(engine, x, weight, y);
+#else
     const dnnl::matmul::primitive_desc description(dnnl::matmul::desc(x, weight, y), engine);
+#endif
     return {dnnl::matmul(description), dnnl::memory(x, engine),
             dnnl::memory(description.weights_desc(), engine), dnnl::memory(y, engine), s.count};
 }

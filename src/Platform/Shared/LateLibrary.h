@@ -25,8 +25,7 @@ public:
     };
 
     /// `name` is the library's own, "libcurl.so.4", by which the system finds it, or a path, which
-    /// macOS wants. Fails with a
-    /// `std::runtime_error` of one line when it cannot be loaded.
+    /// macOS wants. Fails with a `std::runtime_error` of one line when it cannot be loaded.
     explicit LateLibrary(const char* name);
 
     /// What the library, or one that it needs, has under this name. Fails with a
