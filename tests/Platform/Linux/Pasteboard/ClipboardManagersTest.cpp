@@ -9,13 +9,14 @@ namespace vorlin {
 
 namespace {
 
-/// The one that reads by polling: Debian 13 has its successor only.
+/// The one that reads by polling; Debian 13 has neither it nor its successor, but another in their
+/// place.
 std::vector<std::string> pollingManager()
 {
     if (installed("parcellite")) {
         return {"parcellite", "-n"};
     }
-    return {"clipit", "-n"};
+    return {"diodon"};
 }
 
 /// With no window focused every reader counts but the managers.
