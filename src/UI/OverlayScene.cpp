@@ -68,10 +68,9 @@ const QImage& OverlayScene::draw(const QSize& size, double scale)
         control.polishItems();
         // From here on a change is one of the next picture.
         stale = false;
-        control.beginFrame();
+        // Without the frame that a graphics device would want around them.
         control.sync();
         control.render();
-        control.endFrame();
     }
     return picture;
 }
