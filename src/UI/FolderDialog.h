@@ -1,8 +1,10 @@
 #pragma once
 
+#include "UI/Announcer.h"
+
+#include <QColor>
 #include <QObject>
 #include <QQmlEngine>
-#include <QUrl>
 
 #include <filesystem>
 #include <functional>
@@ -21,27 +23,34 @@ class FolderDialog final : public QObject {
     Q_OBJECT
 
 public:
+    /// How the person has set up the desktop. Without an accent it is the palette's.
+    struct Look {
+        bool dark = false;
+        std::optional<QColor> accent;
+    };
     /// Nothing where the person cancelled.
     using Chosen = std::optional<std::filesystem::path>;
 
     ~FolderDialog() override;
 
-    /// Opens it, with `prompt` on the button that chooses; the window of this program that has the
-    /// focus waits for it. An open one is cancelled. `whenDone` is called once, from the loop.
-    /// False, and `whenDone` is not called, where Qt's dialogs are not installed.
-    bool open(const std::string& title, const std::string& prompt,
+    /// Opens it on the person's home, with `prompt` on the button that chooses; the window of this
+    /// program that has the focus waits for it. An open one is cancelled. `whenDone` is called
+    /// once, from the loop, with a folder that was there a moment ago. False, and `whenDone` is not
+    /// called, where Qt's list of folders is not installed.
+    bool open(const std::string& title, const std::string& prompt, const Look& look,
               std::function<void(Chosen)> whenDone);
 
     /// Closes the one that is open, as if the person had cancelled it.
     void cancel() { finish(std::nullopt); }
 
 private Q_SLOTS:
-    void accepted(const QUrl& folder);
+    void accepted(const QString& typed);
     void rejected();
 
 private:
     void finish(const Chosen& chosen);
 
+    Announcer announcer;
     std::function<void(Chosen)> whenDone;
     std::unique_ptr<QQmlEngine> engine;
     std::unique_ptr<QWindow> window;

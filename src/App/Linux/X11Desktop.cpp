@@ -16,7 +16,11 @@ X11Desktop::X11Desktop(LinuxServices& services, const Environment& environment)
     workspace.setOwnDialog({.open =
                                 [this](const std::string& title, const std::string& prompt,
                                        std::function<void(FolderDialog::Chosen)> whenDone) {
-                                    return folderDialog.open(title, prompt, std::move(whenDone));
+                                    return folderDialog.open(
+                                        title, prompt,
+                                        {.dark = this->services.appearance.isDark(),
+                                         .accent = this->services.appearance.accent()},
+                                        std::move(whenDone));
                                 },
                             .cancel = [this] { folderDialog.cancel(); }});
 }

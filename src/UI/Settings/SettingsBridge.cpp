@@ -1,8 +1,9 @@
 #include "UI/Settings/SettingsBridge.h"
 
+#include "UI/PaletteAccent.h"
+
+#include <QCoreApplication>
 #include <QEvent>
-#include <QGuiApplication>
-#include <QPalette>
 
 namespace vorlin {
 
@@ -92,14 +93,7 @@ void SettingsBridge::announceTroubles(const FormBridge& form)
 
 QColor SettingsBridge::accent() const
 {
-    if (chosenAccent) {
-        return *chosenAccent;
-    }
-#if QT_VERSION >= QT_VERSION_CHECK(6, 6, 0)
-    return QGuiApplication::palette().color(QPalette::Active, QPalette::Accent);
-#else
-    return QGuiApplication::palette().color(QPalette::Active, QPalette::Highlight);
-#endif
+    return chosenAccent ? *chosenAccent : paletteAccent();
 }
 
 bool SettingsBridge::eventFilter(QObject* watched, QEvent* event)

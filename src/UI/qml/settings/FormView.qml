@@ -99,22 +99,10 @@ Flickable {
         }
     }
 
-    T.ScrollBar.vertical: T.ScrollBar {
-        id: bar
-
+    T.ScrollBar.vertical: ScrollMark {
         parent: view
         anchors.top: parent.top
         anchors.bottom: parent.bottom
         anchors.right: parent.right
-        padding: 3
-        implicitWidth: 12
-        focusPolicy: Qt.NoFocus
-        visible: size < 1
-        Accessible.ignored: true
-
-        contentItem: Rectangle {
-            radius: 3
-            color: bar.pressed || bar.hovered ? Theme.secondary : Theme.track
-        }
     }
 }
