@@ -145,11 +145,32 @@ TEST_F(SettingsKeyboard, choosesFromAMenu)
     EXPECT_EQ(focused(), "Display");
 }
 
+TEST_F(SettingsKeyboard, aPointerThatRestsWhereAListOpensMarksNothing)
+{
+    open(SettingsTab::general);
+    model->preferences.setLanguage("fr-FR");
+    settle();
+    focus("Language (Built-in Speech)");
+    press(Qt::Key_Space);
+    pointAt("Italiano, Not installed");
+    press(Qt::Key_Down);
+    press(Qt::Key_Return);
+    EXPECT_EQ(stored().language(), "en-US");
+    // One that moves does.
+    press(Qt::Key_Space);
+    pointAt("Italiano, Not installed");
+    pointAt("Deutsch, Not installed");
+    pointAt("Español, Not installed");
+    press(Qt::Key_Return);
+    EXPECT_EQ(stored().language(), "es-ES");
+}
+
 TEST_F(SettingsKeyboard, choosesAPresetFromItsMenu)
 {
     open(SettingsTab::general);
     focus("Presets");
     press(Qt::Key_Space);
+    pointAt("Alt+Space"); // where it rests
     press(Qt::Key_Down);
     press(Qt::Key_Down);
     press(Qt::Key_Return);

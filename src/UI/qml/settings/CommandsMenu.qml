@@ -6,10 +6,11 @@ import Vorlin
 
 // A menu of the core's commands.
 T.Menu {
-    id: menu
+    id: list
 
     required property var commands
 
+    onAboutToShow: (contentItem as PointedList).begin()
     onClosed: parent.forceActiveFocus(Qt.PopupFocusReason)
 
     margins: 6
@@ -17,23 +18,24 @@ T.Menu {
     implicitWidth: Math.max(150, implicitContentWidth + leftPadding + rightPadding)
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
 
-    contentItem: ListView {
+    contentItem: PointedList {
         implicitWidth: contentItem.childrenRect.width
         implicitHeight: contentHeight
-        model: menu.contentModel
+        model: list.contentModel
         interactive: false
-        currentIndex: menu.currentIndex
+        currentIndex: list.currentIndex
     }
     background: PopupBackground {}
 
     Instantiator {
-        model: menu.commands
+        model: list.commands
         delegate: MenuEntry {
             required property CommandBridge modelData
 
             command: modelData
+            hoverEnabled: (list.contentItem as PointedList).pointed
         }
-        onObjectAdded: (index, object) => menu.insertItem(index, object as MenuEntry)
-        onObjectRemoved: (index, object) => menu.removeItem(object as MenuEntry)
+        onObjectAdded: (index, object) => list.insertItem(index, object as MenuEntry)
+        onObjectRemoved: (index, object) => list.removeItem(object as MenuEntry)
     }
 }

@@ -9,6 +9,7 @@ T.Popup {
     required property T.ComboBox picker
     required property var choices
     readonly property bool hasNotes: choices.some(each => each.note !== "")
+    readonly property bool pointed: (contentItem as PointedList).pointed
 
     x: picker.width - width
     y: picker.height + 3
@@ -17,8 +18,9 @@ T.Popup {
     margins: 6
     padding: 5
     background: PopupBackground {}
+    onAboutToShow: (contentItem as PointedList).begin()
 
-    contentItem: ListView {
+    contentItem: PointedList {
         implicitHeight: contentHeight
         clip: true
         model: list.picker.delegateModel

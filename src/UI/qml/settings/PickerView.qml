@@ -52,6 +52,7 @@ T.ComboBox {
     }
     delegate: PickerLine {
         picker: box
+        hoverEnabled: (box.popup as PickerPopup).pointed
     }
     popup: PickerPopup {
         picker: box
