@@ -9,7 +9,7 @@ import time
 from gi.repository import Gio, GLib
 from Xlib import X, Xatom, display as xdisplay, error
 
-from waiting import wait_until
+from waiting import WaitedTooLong, wait_until
 
 POSITIONS = [row + column for row in ("top", "middle", "bottom")
              for column in ("Left", "Center", "Right")]
@@ -22,6 +22,7 @@ class Overlay:
         self.desktop = desktop
         self.x = desktop.x
         self._window = None
+        self.reader = None
 
     def window(self):
         """Its window; nothing before the program has made it."""
@@ -248,7 +249,8 @@ def connect(address):
 
 
 class ScreenReader:
-    """What a screen reader would say of notifications; the desktop must be `accessible`."""
+    """What a screen reader would say of notifications; the desktop must be `accessible`. A program
+    whose start coincides with the reader's may overlook it: have the one before the other."""
 
     def __init__(self, desktop):
         self.said = []
@@ -266,6 +268,13 @@ class ScreenReader:
         while GLib.MainContext.default().iteration(False):
             pass
         return text in self.said
+
+    def await_heard(self, text):
+        """Returns once `text` was announced."""
+        try:
+            wait_until(lambda: self.heard(text), "words")
+        except WaitedTooLong:
+            raise WaitedTooLong(f"waited in vain for '{text}'; heard: {self.said}") from None
 
     @staticmethod
     def _address(session):

@@ -34,9 +34,12 @@ def _start(artefacts, request):
         desktops.append(desktop.__enter__())
         if wallpaper:  # which compositors leave alone
             wallpapers.append(OtherWindow(desktop, WHOLE, managed=False).lower().show())
+        overlay = Overlay(desktop)
+        if desktop.accessible:  # people who need a screen reader have it running
+            overlay.reader = ScreenReader(desktop)
         program = Program(desktop, request.config.getoption("--program"),
                           settings={"recordMode": "toggle", "sounds": False} | (settings or {}))
-        return desktop, program, Overlay(desktop)
+        return desktop, program, overlay
 
     yield start
     for desktop in desktops:
@@ -302,7 +305,7 @@ def test_it_follows_a_desktop_that_turns_dark_and_back_or_wants_no_motion(start)
 def test_a_dictation_is_shown_and_announced_from_press_to_text(start, theme):
     desktop, program, overlay = start(
         accessible=True, variables={"GTK_THEME": "Adwaita:dark" if theme == "dark" else "Adwaita"})
-    reader = ScreenReader(desktop)
+    reader = overlay.reader
     editor = GTKEditor(desktop)
     for mode in ("clip", "full"):
         change(program, hud__textMode=mode)
@@ -315,12 +318,12 @@ def test_a_dictation_is_shown_and_announced_from_press_to_text(start, theme):
         desktop.screenshot(f"{mode}-text")
         if mode == "clip":
             desktop.keyboard.tap("Escape")
-            wait_until(lambda: reader.heard("Cancelled"), '"Cancelled" to be said')
+            reader.await_heard("Cancelled")
             stays(overlay.is_shown, 0.25)  # at rest by then, and there for 0.7 s
             desktop.screenshot("cancelled")
             overlay.await_hidden()
     desktop.keyboard.tap("Alt_R")
-    wait_until(lambda: reader.heard("Transcribing…"), "the end to be said")
+    reader.await_heard("Transcribing…")
     assert editor.await_text()
     overlay.await_hidden()
     assert reader.heard("Getting ready…")
@@ -328,11 +331,11 @@ def test_a_dictation_is_shown_and_announced_from_press_to_text(start, theme):
 
 def test_a_silent_microphone_and_a_dead_sound_server_are_shown_and_announced(start):
     desktop, program, overlay = start({"hud.textMode": "full"}, accessible=True)
-    reader = ScreenReader(desktop)
+    reader = overlay.reader
     desktop.keyboard.tap("Alt_R")
     overlay.await_shown()
     warning = "No sound from the microphone. Check Microphone access."
-    wait_until(lambda: reader.heard(warning), "the warning of a silent microphone")
+    reader.await_heard(warning)
     overlay.picture("silent-microphone")
     desktop.sound.die()
     said = len(reader.said)
