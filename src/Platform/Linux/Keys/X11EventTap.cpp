@@ -281,11 +281,21 @@ void X11EventTap::watch(Session& current, const KeyChange& change)
     }
 }
 
-bool X11EventTap::isHotkey(const KeyChange& change) const
+/// Whether a press is the hotkey's by the keys that are held; what is latched nothing tells.
+bool X11EventTap::isHotkey(const KeyChange& change)
 {
     const auto& hotkey = interest.hotkey;
-    return hotkey && !hotkey->modifierOnly && hardwareKey(hotkey->keyCode) == change.key &&
-           (change.flags & eventFlags::maskHotkeyModifiers) == hotkey->modifiers;
+    if (!hotkey || hotkey->modifierOnly || hardwareKey(hotkey->keyCode) != change.key) {
+        return false;
+    }
+    const auto& layout = keyboard.typedLayout();
+    const auto& held = keyboard.held();
+    XModifiers effective = 0;
+    for (unsigned key = 0; key < held.size(); ++key) {
+        effective |= held[key] ? layout.modifiersOf(static_cast<HardwareKey>(key)) : 0;
+    }
+    return (layout.joinedFlags(change.flags, effective) & eventFlags::maskHotkeyModifiers) ==
+           hotkey->modifiers;
 }
 
 void X11EventTap::silence(const KeyChange& change)

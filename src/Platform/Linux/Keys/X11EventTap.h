@@ -49,7 +49,7 @@ private:
     void judge(Session& session, bool posted);
     void endSession();
     void reopenSession();
-    bool isHotkey(const KeyChange& change) const;
+    bool isHotkey(const KeyChange& change);
     void silence(const KeyChange& change);
 
     X11Keyboard& keyboard;

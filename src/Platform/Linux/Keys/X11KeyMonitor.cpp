@@ -1,8 +1,34 @@
 #include "Platform/Linux/Keys/X11KeyMonitor.h"
 
+#include <algorithm>
+#include <deque>
 #include <utility>
 
 namespace vorlin {
+
+namespace {
+
+/// All that an event's state says of modifiers; the rest are groups and buttons.
+constexpr XModifiers everyModifier = 0xFF;
+
+/// A key that went down, as the grab tells of it.
+struct GrabbedPress {
+    HardwareKey key = 0;
+    /// The server's time stamp, ms; it wraps around.
+    std::uint32_t time = 0;
+    /// Those in effect, held, latched or locked.
+    XModifiers modifiers = 0;
+};
+
+/// Whether the focus goes from the window.
+bool isLoss(const xcb_focus_out_event_t& out)
+{
+    // A window inside this one is still this window; a grab moves no focus.
+    return out.detail != XCB_NOTIFY_DETAIL_INFERIOR && out.detail != XCB_NOTIFY_DETAIL_POINTER &&
+           (out.mode == XCB_NOTIFY_MODE_NORMAL || out.mode == XCB_NOTIFY_MODE_WHILE_GRABBED);
+}
+
+} // namespace
 
 /// What lives from a start until the keyboard is let go.
 struct X11KeyMonitor::Session {
@@ -18,9 +44,29 @@ struct X11KeyMonitor::Session {
     KeySet told;
     std::shared_ptr<const void> watching;
     Timer limit;
+    /// Not yet matched with the keyboard's changes, which tell nothing of their modifiers.
+    std::deque<GrabbedPress> presses;
+    /// The window has lost the focus.
+    bool lost = false;
 
     explicit Session(X11Connection::Callbacks callbacks) : connection(std::move(callbacks)) {}
+
+    void read();
 };
+
+/// Takes in what the grab has brought.
+void X11KeyMonitor::Session::read()
+{
+    while (const auto event = connection.nextEvent()) {
+        const auto type = event->response_type & 0x7FU;
+        if (type == XCB_KEY_PRESS) {
+            const auto& press = reinterpret_cast<const xcb_key_press_event_t&>(*event);
+            presses.push_back({press.detail, press.time, press.state & everyModifier});
+        } else if (type == XCB_FOCUS_OUT) {
+            lost = lost || isLoss(reinterpret_cast<const xcb_focus_out_event_t&>(*event));
+        }
+    }
+}
 
 X11KeyMonitor::X11KeyMonitor(X11Keyboard& keyboard, MainLoop& loop) : keyboard(keyboard), loop(loop)
 {
@@ -100,6 +146,7 @@ void X11KeyMonitor::takeChanges()
         const auto current = session; // being told may end it
         tell(*current, change);
     }
+    readGrab(); // telling may have read what ends it
 }
 
 void X11KeyMonitor::tell(Session& current, const KeyChange& change)
@@ -112,10 +159,35 @@ void X11KeyMonitor::tell(Session& current, const KeyChange& change)
     const auto code = virtualKey(change.key);
     const auto handler = current.handler;
     if (code && isModifierKey(*code)) {
-        handler(KeyEventType::flagsChanged, {*code, change.flags, false});
+        handler(KeyEventType::flagsChanged, {*code, flagsAt(current, change), false});
     } else if (code && change.down) {
-        handler(KeyEventType::keyDown, {*code, change.flags, false});
+        handler(KeyEventType::keyDown, {*code, flagsAt(current, change), false});
     }
+}
+
+/// The event flags of a change, with those of modifiers that come from elsewhere than the held
+/// keys: for a key the ones in effect at its press; for a modifier key that is let go, the ones
+/// that stay (a latched one was not pressed for itself).
+std::uint64_t X11KeyMonitor::flagsAt(Session& current, const KeyChange& change)
+{
+    const auto code = virtualKey(change.key);
+    XModifiers effective = 0;
+    if (!change.down) {
+        const auto state = keyboard.lockState();
+        effective = state.latched | state.locked;
+    } else if (!code || !isModifierKey(*code)) {
+        current.connection.sync(); // the grab's own report of the press is there then
+        current.read();
+        auto& presses = current.presses;
+        const auto found = std::ranges::find_if(presses, [&change](const GrabbedPress& press) {
+            return press.key == change.key && press.time == change.time;
+        });
+        if (found != presses.end()) {
+            effective = found->modifiers;
+            presses.erase(presses.begin(), std::next(found));
+        }
+    }
+    return keyboard.typedLayout().joinedFlags(change.flags, effective);
 }
 
 /// The grab's own events: what becomes of the window, and the keys that nobody else shall see.
@@ -125,19 +197,8 @@ void X11KeyMonitor::readGrab()
     if (!current) {
         return;
     }
-    bool lost = false;
-    while (const auto event = current->connection.nextEvent()) {
-        if ((event->response_type & 0x7FU) == XCB_FOCUS_OUT) {
-            const auto& out = reinterpret_cast<const xcb_focus_out_event_t&>(*event);
-            // A window inside this one is still this window; a grab moves no focus.
-            lost =
-                lost ||
-                (out.detail != XCB_NOTIFY_DETAIL_INFERIOR &&
-                 out.detail != XCB_NOTIFY_DETAIL_POINTER &&
-                 (out.mode == XCB_NOTIFY_MODE_NORMAL || out.mode == XCB_NOTIFY_MODE_WHILE_GRABBED));
-        }
-    }
-    if (lost) {
+    current->read();
+    if (current->lost) {
         endByItself();
     } else if (!current->handler) {
         keyboard.sync();

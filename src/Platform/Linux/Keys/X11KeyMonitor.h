@@ -32,6 +32,7 @@ private:
     bool grab(Session& session);
     void takeChanges();
     void tell(Session& session, const KeyChange& change);
+    std::uint64_t flagsAt(Session& session, const KeyChange& change);
     void readGrab();
     void endByItself();
     void letGo();

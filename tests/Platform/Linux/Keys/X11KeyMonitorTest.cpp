@@ -132,6 +132,44 @@ TEST_F(X11KeyMonitorTest, aModifierHeldSinceBeforeCountsForOtherKeys)
     release(keys::rightControl);
 }
 
+TEST_F(X11KeyMonitorTest, aKeyThatTheLayoutMakesAModifierCounts)
+{
+    PrivateDisplay::setLayout("us -option ctrl:nocaps");
+    ASSERT_EQ(start(), std::nullopt);
+    press(keys::capsLock);
+    tap(keys::space);
+    release(keys::capsLock);
+    tap(keys::f8);
+    EXPECT_THAT(told, ElementsAre(flagsChanged(57, 0), keyDown(keyCodes::space, maskControl),
+                                  flagsChanged(57, 0), keyDown(100)));
+}
+
+TEST_F(X11KeyMonitorTest, aLatchedModifierCountsForTheNextKey)
+{
+    typist.useStickyKeys();
+    ASSERT_EQ(start(), std::nullopt);
+    tap(keys::leftControl);
+    tap(keys::space);
+    tap(keys::f8);
+    // Still in effect when it is let go: it was not pressed for itself.
+    EXPECT_THAT(told, ElementsAre(flagsChanged(59, maskControl), flagsChanged(59, maskControl),
+                                  keyDown(keyCodes::space, maskControl), keyDown(100)));
+}
+
+TEST_F(X11KeyMonitorTest, eachOfSeveralKeysTypedAtOnceHasItsOwnModifiers)
+{
+    typist.useStickyKeys();
+    ASSERT_EQ(start(), std::nullopt);
+    tap(keys::leftControl);
+    told.clear();
+    for (const auto key : {keys::space, keys::f8, keys::a}) { // faster than the loop
+        typist.press(key);
+        typist.release(key);
+    }
+    settle();
+    EXPECT_THAT(told, ElementsAre(keyDown(keyCodes::space, maskControl), keyDown(100), keyDown(0)));
+}
+
 TEST_F(X11KeyMonitorTest, theRecordedKeyStartsNothingUntilItIsPressedAnew)
 {
     X11EventTap eventTap(keyboard, loop);

@@ -66,6 +66,21 @@ TEST_F(X11TapRivalsTest, ofClassicGrabsAndOursTheLatestCounts)
     EXPECT_EQ(monitor->releases, 2);
 }
 
+TEST_F(X11TapRivalsTest, aHotkeyLostToAClassicGrabIsTakenBackWithEveryKeyThatIsItsModifier)
+{
+    PrivateDisplay::setLayout("us -option ctrl:nocaps");
+    start({keyCodes::space, maskControl, false});
+    tap(keys::a); // from another device than the layout's: the map changes
+    ASSERT_TRUE(rival.grabCoreKey(keys::space, control));
+    press(keys::capsLock);
+    tap(keys::space);
+    EXPECT_EQ(monitor->presses, 0) << "they have it";
+    tap(keys::space);
+    release(keys::capsLock);
+    EXPECT_EQ(monitor->presses, 1);
+    EXPECT_EQ(monitor->releases, 1);
+}
+
 TEST_F(X11TapRivalsTest, keysThatWindowManagersTakeAnewWithTheLayoutAreTakenBackInTime)
 {
     start(optionSpace);
