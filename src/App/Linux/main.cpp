@@ -24,8 +24,9 @@ namespace {
 constexpr const char* noDisplay =
     "vorlin: no X11 display with XInput 2.2 and XTEST can be reached.\n";
 
-/// The end takes two seconds at most, the last of them included.
+/// The end takes two seconds at most, what follows the deadline included.
 constexpr std::chrono::milliseconds quitLimit{1800};
+static_assert(quitLimit < std::chrono::seconds(2));
 
 /// The keys work and the tray has its symbol first; loading the overlay's view holds up the loop.
 constexpr std::chrono::milliseconds untilTheView{100};
