@@ -35,16 +35,32 @@ def includes_between_facilities(tree):
                 yield Finding(path, number, f"an adapter may not include {found[1]}")
 
 
+def linkable(path):
+    """What the libraries of a build file may link of ours besides its own; None: anything."""
+    if path.parts[1] == "App":
+        return None
+    if path.parts[1] == "UI":
+        return {"vorlin_core", "vorlin_warnings"}
+    if path.parts[1] != "Platform":  # the core, and mil
+        return {"vorlin_warnings"}
+    if len(path.parts) == 5 or path.parts[2:-1] == ("macOS",):
+        return SHARED_LIBRARIES | ({"vorlin_macos_speech"} if len(path.parts) == 4 else set())
+    if path.parts[2:-1] == ("Linux",):  # what every facility may link
+        return {"vorlin_warnings"}
+    return {"vorlin_core", "vorlin_warnings"}
+
+
 def links_between_facilities(tree):
-    """What a facility's library links states what it may include."""
+    """What a library links states what it may include: arrows point down only."""
     for path in tree.files({".cmake"}, "src"):
-        if path.parts[1] != "Platform" or len(path.parts) != 5:
+        allowed = linkable(path)
+        if allowed is None:
             continue
-        allowed = SHARED_LIBRARIES | set(OWN_LIBRARY.findall(tree.text(path)))
+        own = set(OWN_LIBRARY.findall(tree.text(path)))
         for number, line in tree.lines(path):
             for name in LIBRARY.findall(line):
-                if name not in allowed:
-                    yield Finding(path, number, f"a facility may not link {name}")
+                if name not in allowed | own:
+                    yield Finding(path, number, f"what is here may not link {name}")
 
 
 RULES = (includes_between_facilities, links_between_facilities)

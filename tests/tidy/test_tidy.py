@@ -108,6 +108,30 @@ class RuleTest(unittest.TestCase):
                                 "    vorlin_linux_environment vorlin_platform_shared\n"
                                 "    PRIVATE vorlin_warnings)\n")
 
+    def test_no_other_library_links_upwards(self):
+        for path, bad, good in (
+                ("src/CMakeLists.txt", "vorlin_linux_keys", "vorlin_warnings"),
+                ("src/MIL/CMakeLists.txt", "vorlin_core", "vorlin_warnings"),
+                ("src/UI/CMakeLists.txt", "vorlin_linux_keys", "vorlin_core"),
+                ("src/Platform/CMakeLists.txt", "vorlin_linux_keys", "vorlin_core"),
+                ("src/Platform/Linux/CMakeLists.txt", "vorlin_linux_keys", "vorlin_warnings"),
+                ("src/Platform/macOS/CMakeLists.txt", "vorlin_ui", "vorlin_macos_speech")):
+            head = "add_library(vorlin_own STATIC A.cpp)\ntarget_link_libraries(vorlin_own PUBLIC "
+            self.assert_catches(facilities.links_between_facilities, path,
+                                f"{head}{bad})\n", f"{head}{good})\n")
+        self.assertEqual(self.found(facilities.links_between_facilities, {
+            "src/App/Linux/CMakeLists.txt": "target_link_libraries(a PUBLIC vorlin_ui)\n"}), [])
+
+    def test_our_own_headers_are_included_in_quotes(self):
+        for path in ("src/Platform/Linux/Keys/A.cpp", "src/UI/A.cpp", "src/App/Linux/A.cpp",
+                     "tests/UI/ATest.cpp"):
+            for header in ("Platform/Linux/Overlay/B.h", "App/Main.h", "Async/Task.h"):
+                self.assert_catches(tidy.includes_on_the_wrong_floor, path,
+                                    f"#include <{header}>\n", "#include <QObject>\n")
+        self.assertEqual(self.found(tidy.includes_on_the_wrong_floor, {
+            "src/AppModel.h": "#pragma once\n",
+            "src/UI/A.cpp": "#include <AppModel.h>\n"}), ["src/UI/A.cpp:1"])
+
     def test_one_desktop_includes_nothing_of_the_other(self):
         self.assert_catches(tidy.includes_on_the_wrong_floor, "src/Platform/Linux/A/A.cpp",
                             '#include "Platform/macOS/B.h"\n', '#include "Platform/Shared/B.h"\n')

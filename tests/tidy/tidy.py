@@ -81,8 +81,13 @@ def own_header_allowed(floor, path, header):
     return not header.startswith(FORBIDDEN_FOLDERS.get(floor, ()))
 
 
+OWN_FOLDERS = tuple(folder + "/" for folder in
+                    layers.FOLDERS + ("App", "MIL", "Platform", "UI"))
+
+
 def includes_on_the_wrong_floor(tree):
     """Arrows point down only: each floor includes what stands below it, and its own."""
+    own_files = {path.name for path in tree.files({".h"}, "src") if len(path.parts) == 2}
     for path in tree.files(CPP, "src", "tests", "bench"):
         floor = floor_of(path)
         for number, line in tree.lines(path):
@@ -92,6 +97,9 @@ def includes_on_the_wrong_floor(tree):
             bracket, header = found.groups()
             if ".." in header.split("/"):
                 yield Finding(path, number, f"include {header} by its path from src")
+            elif bracket == "<" and (header.startswith(OWN_FOLDERS) or header in own_files):
+                # The rules of floors, layers and facilities look at quotes.
+                yield Finding(path, number, f"include our own {header} in quotes")
             elif bracket == '"':
                 if not own_header_allowed(floor, path, header):
                     yield Finding(path, number, f"{floor} may not include {header}")
