@@ -28,8 +28,8 @@ LANGUAGE = """
     -Wobjc-missing-super-calls -Wno-auto-var-id -Werror
 """.split()
 # What Clang defines for macOS and must not for this machine's libraries, and the reverse. The C
-# library has a macro of the name that Clang gives to an annotation; and from 2.41 on it believes that
-# every Clang has floats of 128 bits, unless it is one that compiles SYCL.
+# library has a macro of the name that Clang gives to an annotation; and from 2.41 on it believes
+# that every Clang has floats of 128 bits, unless it is one that compiles SYCL.
 DISGUISE = """
     -D__INTEL_LLVM_COMPILER -DSYCL_LANGUAGE_VERSION
     -nostdinc -nostdinc++ -U__APPLE__ -U__MACH__ -U__APPLE_CC__ -U__nonnull -U__nullable
