@@ -37,9 +37,6 @@ struct ContentRange {
     std::int64_t first = 0;
     std::int64_t last = 0;
     std::optional<std::int64_t> total;
-
-    /// Whether nothing is missing behind it; of an unknown total nobody can tell.
-    bool isToTheEnd() const { return !total || last + 1 == *total; }
 };
 
 std::optional<ContentRange> contentRange(std::string_view text)
@@ -144,9 +141,12 @@ bool FileBody::continues(const HTTPHead& head) const
 {
     const auto range = contentRange(header(head, "content-range"));
     const auto tag = header(head, "etag");
-    return asked > 0 && range && range->first == asked && range->isToTheEnd() &&
-           (tag.empty() || tag == entityTag) &&
-           (!range->total || !item.size || *range->total == *item.size);
+    if (asked == 0 || !range || range->first != asked || (!tag.empty() && tag != entityTag)) {
+        return false;
+    }
+    // Of a rest whose end nobody knows nobody can tell whether it is all.
+    const auto end = size() ? size() : range->total;
+    return end && range->last + 1 == *end && (!range->total || *range->total == *end);
 }
 
 void FileBody::refuse(const HTTPHead& head)
@@ -182,6 +182,7 @@ bool FileBody::accept(const HTTPHead& head)
     before = position;
     const auto tag = header(head, "etag");
     if (!rest) {
+        announced = number(header(head, "content-length"));
         const bool resumes = header(head, "accept-ranges") == "bytes" && isStrong(tag);
         entityTag = resumes ? std::optional(std::string(tag)) : std::nullopt;
     }
@@ -210,8 +211,10 @@ std::exception_ptr FileBody::failure()
     if (!failed && !accepted) {
         failed = std::make_exception_ptr(URLError(URLError::Code::badServerResponse));
     }
-    if (!failed && item.size && position < *item.size) {
-        failed = badResponse("The model hub sent less than it lists for " + shown(item.path) + ".");
+    if (!failed && size() && position < *size()) {
+        failed = badResponse("The model hub sent less than it " +
+                             std::string(item.size ? "lists" : "announced") + " for " +
+                             shown(item.path) + ".");
     }
     return failed;
 }

@@ -59,12 +59,13 @@ public:
     std::int64_t bytesThere() const override { return position; }
     std::exception_ptr failure() override;
 
-    /// Whether all has come that the list says.
-    bool isWhole() const { return item.size && *item.size == position; }
+    /// Whether all has come that the list says, or else the server.
+    bool isWhole() const { return accepted && size() == position; }
     /// Whether the refusal is one that may pass by itself.
     bool mayPass() const { return serverFailed; }
 
 private:
+    std::optional<std::int64_t> size() const { return item.size ? item.size : announced; }
     bool continues(const HTTPHead& head) const;
     void refuse(const HTTPHead& head);
     bool fits(std::int64_t more);
@@ -77,6 +78,8 @@ private:
     std::int64_t position = 0;
     /// The entity that the bytes are of, if the server resumes it.
     std::optional<std::string> entityTag;
+    /// The size that the answer with its beginning told.
+    std::optional<std::int64_t> announced;
     bool accepted = false;
     bool serverFailed = false;
     std::exception_ptr failed;

@@ -56,9 +56,6 @@ Task<void> FileDownloader::download(std::string url, HubItem item,
 Task<bool> FileDownloader::attempt(int number, const std::string& url,
                                    const std::shared_ptr<FileBody>& body, const OnBytes& onBytes)
 {
-    if (number > 1 && body->isWhole()) {
-        co_return true; // the connection was lost behind the last byte
-    }
     HTTPRequest wanted = body->request(url);
     try {
         auto answered = request(std::move(wanted), body, onBytes);
@@ -67,6 +64,9 @@ Task<bool> FileDownloader::attempt(int number, const std::string& url,
     } catch (const URLError& error) {
         if (!mayPass(error) && !body->mayPass()) {
             throw;
+        }
+        if (body->isWhole()) {
+            co_return true; // the connection was lost behind the last byte
         }
         if (number == attempts) {
             throw afterAllAttempts(error);
@@ -123,8 +123,8 @@ Completion<Done> FileDownloader::begin(HTTPRequest request, std::shared_ptr<Down
 void FileDownloader::listen(HTTPClient::TaskId task)
 {
     jobs.at(task).silence = loop.startTimer(patience, [this, task] {
-        if (http.isHeldUp()) {
-            listen(task); // it is our disk that is silent
+        if (http.wasHeldUp(patience)) {
+            listen(task); // it is our disk that was silent
             return;
         }
         jobs.at(task).timedOut = true;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Async/MainLoop.h"
 #include "Ports/URLError.h"
 
 #include <cstddef>
@@ -77,9 +78,9 @@ public:
     /// first. Does nothing for one that has completed. One that was never started is forgotten.
     virtual void cancel(TaskId task) = 0;
 
-    /// Whether a body has not come back for a second or longer: no task gets anything meanwhile,
-    /// whatever its server sends.
-    virtual bool isHeldUp() const = 0;
+    /// Whether at any moment of the last `within` a body had not come back for a second or longer:
+    /// no task gets anything meanwhile, whatever its server sends.
+    virtual bool wasHeldUp(Duration within) const = 0;
 };
 
 } // namespace vorlin

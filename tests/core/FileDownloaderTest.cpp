@@ -63,13 +63,27 @@ TEST_F(FileDownloaderTest, aDiskOfOursThatIsSlowIsNoSilenceOfTheHub)
     silent.stalls = true;
     http.answers[at(weights)] = {silent, whole("wgt")};
     const auto outcome = begin();
-    http.heldUp = true;
+    http.holdUp();
     loop.advance(std::chrono::minutes(5));
     EXPECT_EQ(outcome->end, "running");
     EXPECT_EQ(requestsFor(at(weights)), 1U);
-    http.heldUp = false;
-    loop.advance(std::chrono::seconds(30 + 1));
+    http.release();
+    loop.advance(std::chrono::minutes(1) + std::chrono::seconds(1));
     EXPECT_EQ(outcome->end, "complete");
+}
+
+TEST_F(FileDownloaderTest, whoeverIsSilentWhileOurDiskIsSlowHasThirtySecondsFromThenOn)
+{
+    http.answers[listing()] = {{0, {}, {}, std::nullopt, true, {}}};
+    const auto outcome = begin();
+    loop.advance(std::chrono::seconds(1));
+    http.holdUp();
+    loop.advance(std::chrono::seconds(28));
+    http.release();
+    loop.advance(std::chrono::seconds(30));
+    EXPECT_EQ(outcome->end, "running");
+    loop.advance(std::chrono::seconds(1));
+    EXPECT_EQ(outcome->end, "The model hub did not answer in time. Try again later.");
 }
 
 TEST_F(FileDownloaderTest, theListIsAskedForOnceAndNotWaitedForLonger)
@@ -208,6 +222,55 @@ TEST_F(FileDownloaderTest, aRestThatEndsBeforeTheFileDoesIsNoModelEvenWhereNoSiz
     EXPECT_THAT(disk.placed[destination], IsEmpty());
 }
 
+TEST_F(FileDownloaderTest, whereNoSizeIsListedARestGoesToTheEndOfWhatWasAnnounced)
+{
+    const auto resumed = [this](const std::string& announced, const Answer& answer) {
+        publish(model, false);
+        auto first = resumable(broken("w"));
+        first.headers["content-length"] = announced;
+        http.answers[at(weights)] = {first, answer};
+        return run()->end;
+    };
+    for (const auto& answer :
+         {rest("bytes 1-1/*", "g"), rest("bytes 1-1/2", "g"), rest("bytes 1-1/3", "g"),
+          rest("bytes 1-2/4", "gt"), rest("bytes 1-3/4", "gtx"), rest("bytes 1-3/*", "gtx")}) {
+        EXPECT_THAT(resumed("3", answer), HasSubstr("refused a file of the model (206)"))
+            << answer.headers.at("content-range");
+        EXPECT_THAT(disk.placed[destination], IsEmpty());
+    }
+    EXPECT_THAT(resumed("", rest("bytes 1-2/*", "gt")), HasSubstr("(206)"));
+    EXPECT_EQ(resumed("3", rest("bytes 1-2/*", "gt")), "complete");
+    EXPECT_EQ(fetched(), "wgt");
+    EXPECT_EQ(resumed("", rest("bytes 1-2/3", "gt")), "complete");
+}
+
+TEST_F(FileDownloaderTest, whereNoSizeIsListedWhatArrivesIsHeldAgainstWhatWasAnnounced)
+{
+    auto shorter = whole("wg");
+    shorter.headers["content-length"] = "3";
+    publish(model, false);
+    http.answers[at(weights)] = {shorter};
+    EXPECT_EQ(run()->end,
+              "The model hub sent less than it announced for Encoder.mlmodelc/weights/weight.bin.");
+    http.requests.clear();
+    auto lost = broken("wgt");
+    lost.headers["content-length"] = "3";
+    publish(model, false);
+    http.answers[at(weights)] = {lost};
+    EXPECT_EQ(run()->end, "complete");
+    EXPECT_EQ(requestsFor(at(weights)), 1U);
+}
+
+TEST_F(FileDownloaderTest, anEntityThatChangedIsHeldAgainstItsOwnSize)
+{
+    publish(model, false);
+    auto first = resumable(broken("wg"));
+    first.headers["content-length"] = "3";
+    http.answers[at(weights)] = {first, resumable(whole("xy"), "\"two\"")};
+    EXPECT_EQ(run()->end, "complete");
+    EXPECT_EQ(fetched(), "xy");
+}
+
 TEST_F(FileDownloaderTest, onlyARestThatContinuesTheFileIsTaken)
 {
     for (const auto& answer :
@@ -234,6 +297,8 @@ TEST_F(FileDownloaderTest, whatIsLostBehindTheLastByteIsNoLoss)
 {
     EXPECT_EQ(outcomeOf(weights, {broken("wgt")}), "complete");
     EXPECT_EQ(requestsFor(at(weights)), 1U);
+    EXPECT_EQ(outcomeOf(weights, {broken("w"), broken("w"), broken("wgt")}), "complete");
+    EXPECT_EQ(fetched(), "wgt");
 }
 
 TEST_F(FileDownloaderTest, whatArrivesIsHeldAgainstTheListedSize)
@@ -258,6 +323,16 @@ TEST_F(FileDownloaderTest, aFileOfNoBytesIsAFile)
     http.answers[at(weights)].front().pieces.clear();
     EXPECT_EQ(run()->end, "complete");
     EXPECT_EQ(disk.placed[destination], files);
+}
+
+TEST_F(FileDownloaderTest, aServerThatFailsHasNotGivenAFileOfNoBytesEither)
+{
+    Files files = model;
+    files[weights] = "";
+    publish(files);
+    http.answers[at(weights)] = {status(503)};
+    EXPECT_THAT(run()->end, HasSubstr("(503)"));
+    EXPECT_EQ(requestsFor(at(weights)), 3U);
 }
 
 TEST_F(FileDownloaderTest, eachFailureIsOneLineThatAPersonUnderstands)

@@ -41,8 +41,6 @@ public:
     };
     /// Those that were started.
     std::vector<HTTPRequest> requests;
-    /// The disk does not answer the thread that transfers.
-    bool heldUp = false;
     std::size_t inFlight = 0;
     std::size_t mostInFlight = 0;
     /// Tasks that were made and not started.
@@ -82,7 +80,17 @@ public:
         }
     }
 
-    bool isHeldUp() const override { return heldUp; }
+    bool wasHeldUp(Duration within) const override
+    {
+        return heldUp || (heldUpUntil && loop.now() - *heldUpUntil <= within);
+    }
+    /// From now on the disk does not answer the thread that transfers, until it is released.
+    void holdUp() { heldUp = true; }
+    void release()
+    {
+        heldUp = false;
+        heldUpUntil = loop.now();
+    }
 
 private:
     struct Running {
@@ -188,6 +196,8 @@ private:
     }
 
     SimulatedLoop& loop;
+    bool heldUp = false;
+    std::optional<TimePoint> heldUpUntil;
     TaskId lastId = 0;
     std::map<TaskId, Task> made;
 };

@@ -28,7 +28,7 @@ public:
     TaskId makeTask(HTTPRequest request, std::shared_ptr<HTTPBody> body, Events events) override;
     void start(TaskId task) override;
     void cancel(TaskId task) override;
-    bool isHeldUp() const override { return transfers->isHeldUp(); }
+    bool wasHeldUp(Duration within) const override { return transfers->wasHeldUp(within); }
 
 private:
     struct Task {

@@ -42,8 +42,9 @@ public:
                            std::shared_ptr<HTTPBody> body);
     void cancel(HTTPClient::TaskId task);
 
-    /// Whether a body has not come back for a second or longer. Any thread.
-    bool isHeldUp() const { return disk.isHeldUp(); }
+    /// Whether at any moment of the last `within` a body had not come back for a second or longer.
+    /// Any thread.
+    bool wasHeldUp(Duration within) const { return disk.wasHeldUp(within); }
 
     /// Ends all transfers; nothing is reported from now on. Any thread.
     void close();
