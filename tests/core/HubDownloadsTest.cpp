@@ -259,6 +259,33 @@ TEST_F(HubDownloadsTest, theEndOfTheProgramLeavesNoWorkingFolder)
     }
 }
 
+TEST_F(HubDownloadsTest, whateverADownloadEndsOfItTakesAlongWhatAnEarlierOneLeft)
+{
+    const Files left = {{"left", "by a crash"}};
+    for (const int code : {404, 500}) {
+        publish(model);
+        http.answers[listing()] = {status(code)};
+        disk.partial[destination] = left;
+        EXPECT_THAT(run()->end, HasSubstr("Couldn't find"));
+        EXPECT_THAT(disk.partial, IsEmpty());
+    }
+    publish(model);
+    http.answers[listing()].front().stalls = true;
+    disk.partial[destination] = left;
+    const auto cancelled = begin();
+    loop.runReady();
+    cancelled->stop.request_stop();
+    loop.runReady();
+    EXPECT_EQ(cancelled->end, "cancelled");
+    EXPECT_THAT(disk.partial, IsEmpty());
+    disk.partial[destination] = left;
+    begin();
+    loop.runReady();
+    downloads.reset(); // the end of the program
+    loop.runReady();
+    EXPECT_THAT(disk.partial, IsEmpty());
+}
+
 TEST_F(HubDownloadsTest, aDiskThatHangsAtTheEndOfTheProgramGetsNoFileAnyMore)
 {
     publish(model);

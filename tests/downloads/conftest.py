@@ -20,7 +20,7 @@ def pytest_addoption(parser):
                      help="the catalog under test")
     parser.addoption("--vorlin", type=pathlib.Path,
                      default=ROOT / "build/release/src/App/Linux/vorlin", help="the whole program")
-    parser.addoption("--rounds", type=int, default=3, help="how often it is killed")
+    parser.addoption("--rounds", type=int, default=20, help="how often it is killed")
 
 
 @pytest.fixture(name="hub")

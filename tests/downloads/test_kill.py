@@ -28,9 +28,14 @@ def await_requests(hub, count):
     wait_until(lambda: len(hub.requests) >= count, f"{count} requests", timeout=60, interval=0.001)
 
 
-def at_some_moment(chance, hub, files, number, longest):
+def at_some_moment(chance, hub, tab, files, number, longest):
     """Returns at any moment of the download, a little behind an event on purpose; every other time
-    near its end, where the model takes its place: within `longest` seconds."""
+    near its end, where the model takes its place: within `longest` seconds. Of those, some wait
+    until it has, where none was before."""
+    if number % 8 == 7:
+        wait_until((tab.models / ULTRA).exists, "the model in its place", timeout=60,
+                   interval=0.001)
+        return
     late = number % 2 == 1
     await_requests(hub, 1 + len(files) if late else chance.randrange(2 + len(files)))
     time.sleep(chance.uniform(0, longest if late else 0.02))
@@ -62,7 +67,7 @@ def test_a_killed_program_leaves_the_old_model_or_the_new_one(request, hub):
             hub.requests.clear()
             previous = tab.put_model() if number % 4 < 2 else None
             tab.download()
-            at_some_moment(chance, hub, wanted, number, longest)
+            at_some_moment(chance, hub, tab, wanted, number, longest)
             tab.program.quit(signal.SIGKILL)
             there = tab.folder()
             assert there in (previous, wanted), f"round {number}: neither the old nor the new"
@@ -85,3 +90,4 @@ def test_a_killed_program_leaves_the_old_model_or_the_new_one(request, hub):
         tab.close()
     print(outcomes)
     assert outcomes["a working folder"] > 0, "nothing was ever killed in the middle"
+    assert outcomes["the new model"] > 0, "nothing was ever killed behind the exchange"

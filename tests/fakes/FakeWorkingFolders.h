@@ -133,6 +133,7 @@ private:
             disk->placed[destination] = std::move(disk->partial[destination]);
             disk->partial.erase(destination);
             isThere = false;
+            isInPlace = true;
             if (disk->folders != nullptr) {
                 auto& names = disk->folders->contents[destination];
                 names.clear();
@@ -146,7 +147,8 @@ private:
         {
             disk->note();
             discarded = true;
-            if (std::exchange(isThere, false)) {
+            isThere = false;
+            if (!isInPlace) { // what an earlier one left goes, too
                 for (const auto& [path, text] : disk->partial[destination]) {
                     disk->room += text.size();
                 }
@@ -167,6 +169,7 @@ private:
         const std::shared_ptr<Disk> disk;
         const std::filesystem::path destination;
         bool isThere = false;
+        bool isInPlace = false;
         bool discarded = false;
     };
 };

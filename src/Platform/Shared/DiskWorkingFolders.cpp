@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <iterator>
 #include <mutex>
 #include <set>
 #include <string>
@@ -44,6 +45,9 @@ constexpr mode_t fileMode = 0666;
     case ENOENT: throw DiskError::refused("the folder is gone");
     case ENOTDIR:
     case ELOOP: throw DiskError::refused("something else stands in its place");
+    case EEXIST:
+    case ENOTEMPTY: throw DiskError::refused("something is in the way that cannot be deleted");
+    case EFBIG: throw DiskError::refused("a file is too large for this disk");
     case ENAMETOOLONG: throw DiskError::refused("a name is too long for this disk");
     default: throw DiskError::refused("error " + std::to_string(code));
     }
@@ -140,6 +144,9 @@ public:
         if (!parent) {
             refused(error ? error.value() : errno);
         }
+        if (!bringFormerBack()) {
+            refused(errno);
+        }
         removeTree(parent, partialName);
         if (::mkdirat(parent.number(), partialName.c_str(), folderMode) != 0) {
             refused(errno);
@@ -201,7 +208,10 @@ public:
             if (!parent) {
                 parent = Descriptor(::open(models.c_str(), folderFlags & ~O_NOFOLLOW));
             }
-            removePartial(); // of an earlier download, too, if this one made none
+            // Of an earlier download, too, if this one made none.
+            if (parent && bringFormerBack()) {
+                removeTree(parent, partialName);
+            }
         }
         top.close();
         parent.close();
@@ -238,11 +248,21 @@ private:
         return folder;
     }
 
-    void removePartial() const
+    /// Where no model is in the place, the one that a move took out of it, and could not replace,
+    /// returns. Returns whether the working folder holds none any more that is needed; `errno` says
+    /// why one that is cannot return.
+    bool bringFormerBack() const
     {
-        if (parent) {
-            removeTree(parent, partialName);
+        const Descriptor left(::openat(parent.number(), partialName.c_str(), folderFlags));
+        if (!left) {
+            return errno == ENOENT || errno == ENOTDIR || errno == ELOOP;
         }
+        const int number = left.number();
+        if (::renameat(number, formerName, parent.number(), name.c_str()) == 0) {
+            return true;
+        }
+        constexpr int taken[] = {EEXIST, ENOTEMPTY, ENOTDIR, EISDIR};
+        return errno == ENOENT || std::ranges::find(taken, errno) != std::end(taken);
     }
 
     /// What lay in the place goes once it is sure who lies there now; else the next download
@@ -254,7 +274,7 @@ private:
         } catch (const DiskError&) {
             return;
         }
-        removePartial();
+        removeTree(parent, partialName);
         removeTree(top, formerName);
     }
 

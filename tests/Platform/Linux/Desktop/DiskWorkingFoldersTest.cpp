@@ -7,11 +7,16 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
+#include <functional>
+#include <future>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -23,6 +28,12 @@ unsigned unknownFlags = 0;
 int plainRenames = 0;
 /// What the next call to sync this item fails with, by the item's name.
 std::map<std::string, int> syncFailures;
+/// What happens while this item is synced, by the item's name.
+std::map<std::string, std::function<void()>> duringSync;
+/// The items of these names stay where they are: the disk reports an error.
+std::set<std::string> stuck;
+/// The item that was not all written when it is closed.
+std::atomic<const char*> lostAtClose = nullptr;
 /// What was asked of the disk, in its order.
 std::vector<std::string> calls;
 std::mutex callsLock;
@@ -56,10 +67,33 @@ extern "C" int renameat2(int fromFolder, const char* from, int toFolder, const c
     return static_cast<int>(::syscall(SYS_renameat2, fromFolder, from, toFolder, to, flags));
 }
 
+extern "C" int renameat(int fromFolder, const char* from, int toFolder, const char* to) noexcept
+{
+    if (stuck.contains(from)) {
+        errno = EIO;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_renameat2, fromFolder, from, toFolder, to, 0));
+}
+
+extern "C" int close(int descriptor)
+{
+    const char* const lost = lostAtClose;
+    const bool fails = lost != nullptr && nameOf(descriptor) == lost;
+    const auto result = static_cast<int>(::syscall(SYS_close, descriptor));
+    if (fails) {
+        errno = EIO;
+    }
+    return fails ? -1 : result;
+}
+
 extern "C" int fsync(int descriptor)
 {
     const std::string name = nameOf(descriptor);
     note("sync " + name);
+    if (const auto found = duringSync.find(name); found != duringSync.end()) {
+        found->second();
+    }
     if (const auto failure = syncFailures.find(name); failure != syncFailures.end()) {
         errno = failure->second;
         return -1;
@@ -69,6 +103,10 @@ extern "C" int fsync(int descriptor)
 
 extern "C" int unlinkat(int folder, const char* name, int flags) noexcept
 {
+    if (stuck.contains(name)) {
+        errno = EPERM;
+        return -1;
+    }
     const auto result = static_cast<int>(::syscall(SYS_unlinkat, folder, name, flags));
     if (result == 0) {
         note(std::string("delete ") + name);
@@ -87,6 +125,9 @@ protected:
     {
         unknownFlags = 0;
         syncFailures.clear();
+        duringSync.clear();
+        stuck.clear();
+        lostAtClose = nullptr;
     }
 
     /// From now on the disk knows neither of the flags of a rename.
@@ -269,6 +310,99 @@ TEST_F(DiskWorkingFoldersTest, whereTheMoveFailsTheFormerModelIsBackInItsPlace)
     EXPECT_EQ(everything(), (Files{{"one/former", "former"}}));
 }
 
+TEST_F(DiskWorkingFoldersTest, aModelThatAMoveTookOutOfItsPlaceReturnsWithTheNextDownload)
+{
+    for (const bool isMade : {false, true}) {
+        fs::create_directories(models / "one.partial/.former");
+        write(models / "one.partial/.former/former", "former");
+        write(models / "one.partial/new", "new");
+        const auto folder = isMade ? created() : make();
+        EXPECT_EQ(fs::exists(destination / "former"), isMade);
+        folder->discard();
+        EXPECT_EQ(everything(), (Files{{"one/former", "former"}}));
+        EXPECT_FALSE(fs::exists(models / "one.partial"));
+        fs::remove_all(destination);
+    }
+}
+
+TEST_F(DiskWorkingFoldersTest, whereNeitherModelCanTakeThePlaceTheFormerIsKeptForTheNextDownload)
+{
+    fs::create_directories(destination);
+    write(destination / "former", "former");
+    const auto folder = created();
+    put(*folder, "file", "new");
+    knowNoFlags(0);
+    stuck = {".former"};
+    EXPECT_NE(failure([&] { folder->moveIntoPlace(); }), "(none)");
+    EXPECT_FALSE(fs::exists(destination));
+    const Files kept = {{"one.partial/.former/former", "former"}, {"one.partial/file", "new"}};
+    folder->discard();
+    EXPECT_EQ(everything(), kept);
+    const auto next = make();
+    EXPECT_EQ(failure([&] { next->create(); }),
+              "The models folder cannot be written to: the disk reports an error.");
+    next->discard();
+    EXPECT_EQ(everything(), kept);
+    stuck.clear();
+    make()->discard();
+    EXPECT_EQ(everything(), (Files{{"one/former", "former"}}));
+}
+
+TEST_F(DiskWorkingFoldersTest, aFormerModelThatIsReplacedGoesWithTheNextDownload)
+{
+    for (const bool isMade : {false, true}) {
+        fs::create_directories(destination);
+        write(destination / "file", "new");
+        fs::create_directories(models / "one.partial/.former");
+        write(models / "one.partial/.former/former", "former");
+        (isMade ? created() : make())->discard();
+        EXPECT_EQ(everything(), (Files{{"one/file", "new"}}));
+    }
+}
+
+TEST_F(DiskWorkingFoldersTest, whatADiskReportsIsSaidInWordsOfAPerson)
+{
+    const std::string line = "The models folder cannot be written to: ";
+    const std::map<int, std::string> lines = {
+        {ENOSPC, DiskError::full().what()},
+        {EDQUOT, DiskError::full().what()},
+        {EACCES, line + "permission denied."},
+        {EPERM, line + "permission denied."},
+        {EROFS, line + "the disk is read-only."},
+        {EIO, line + "the disk reports an error."},
+        {ENOENT, line + "the folder is gone."},
+        {ENOTDIR, line + "something else stands in its place."},
+        {ELOOP, line + "something else stands in its place."},
+        {EEXIST, line + "something is in the way that cannot be deleted."},
+        {ENOTEMPTY, line + "something is in the way that cannot be deleted."},
+        {EFBIG, line + "a file is too large for this disk."},
+        {ENAMETOOLONG, line + "a name is too long for this disk."},
+        {ENODEV, line + "error " + std::to_string(ENODEV) + "."},
+    };
+    for (const auto& [code, expected] : lines) {
+        const auto folder = created();
+        syncFailures = {{"file", code}};
+        EXPECT_EQ(failure([&] { put(*folder, "file", "text"); }), expected);
+    }
+}
+
+TEST_F(DiskWorkingFoldersTest, whatIsLostWhenAFileIsClosedIsNoticed)
+{
+    const auto folder = created();
+    lostAtClose = "file";
+    EXPECT_EQ(failure([&] { put(*folder, "file", "text"); }),
+              "The models folder cannot be written to: the disk reports an error.");
+}
+
+TEST_F(DiskWorkingFoldersTest, whatAnEarlierOneLeftAndCannotBeDeletedIsInTheWay)
+{
+    fs::create_directories(models / "one.partial");
+    write(models / "one.partial/rock", "left");
+    stuck = {"rock"};
+    EXPECT_EQ(failure([&] { created(); }), "The models folder cannot be written to: something is "
+                                           "in the way that cannot be deleted.");
+}
+
 TEST_F(DiskWorkingFoldersTest, piecesFollowEachOtherUntilTheyAreTakenBack)
 {
     const auto folder = created();
@@ -381,21 +515,28 @@ TEST_F(DiskWorkingFoldersTest, aModelsFolderThatCannotBeMadeIsSaidInOneLine)
     EXPECT_EQ(line.find('\n'), std::string::npos);
 }
 
-TEST_F(DiskWorkingFoldersTest, discardedDuringTheMoveItLeavesOneModelWhole)
+TEST_F(DiskWorkingFoldersTest, discardedDuringTheMoveItWaitsAndLeavesTheNewModelWhole)
 {
-    for (int round = 0; round < 50; ++round) {
-        fs::create_directories(destination);
-        write(destination / "former", "former");
-        const auto folder = created();
-        put(*folder, "a/file", "text");
-        std::jthread moving([&folder] { failure([&folder] { folder->moveIntoPlace(); }); });
-        folder->discard();
-        moving.join();
-        const Files files = everything();
-        EXPECT_TRUE(files == (Files{{"one/a/file", "text"}}) ||
-                    files == (Files{{"one/former", "former"}}));
-        fs::remove_all(destination);
-    }
+    fs::create_directories(destination);
+    write(destination / "former", "former");
+    const auto folder = created();
+    put(*folder, "a/file", "text");
+    std::promise<void> begun;
+    std::promise<void> ended;
+    auto end = ended.get_future();
+    std::jthread discarding;
+    duringSync["a"] = [&] {
+        discarding = std::jthread([&] {
+            begun.set_value();
+            folder->discard();
+            ended.set_value();
+        });
+        begun.get_future().wait();
+        EXPECT_EQ(end.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    };
+    EXPECT_EQ(failure([&] { folder->moveIntoPlace(); }), "(none)");
+    discarding.join();
+    EXPECT_EQ(everything(), (Files{{"one/a/file", "text"}}));
 }
 
 TEST_F(DiskWorkingFoldersTest, filesAreMadeBySeveralThreadsWhileItIsDiscarded)
