@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <net/route.h>
+
+#include <fstream>
 #include <memory>
 #include <string>
 
@@ -61,6 +64,37 @@ TEST(CurlErrors, whatCannotBeReachedWithoutANetworkIsTheNetworksFault)
     EXPECT_EQ(meaning(CURLE_COULDNT_RESOLVE_HOST, false).code(), Code::noNetwork);
     EXPECT_EQ(meaning(CURLE_COULDNT_CONNECT, false).code(), Code::noNetwork);
     EXPECT_EQ(meaning(CURLE_PARTIAL_FILE, false).code(), Code::connectionLost);
+}
+
+/// Whether the kernel knows a way out, as the table of its routes tells; not where there is none.
+bool hasWayOut()
+{
+    std::ifstream routes("/proc/net/route");
+    std::string line;
+    std::getline(routes, line); // what its columns are
+    std::string interface;
+    std::string target;
+    std::string gateway;
+    unsigned flags = 0;
+    while (routes >> interface >> target >> gateway >> std::hex >> flags) {
+        if (target == "00000000" && (flags & RTF_UP) != 0 && interface != "lo") {
+            return true;
+        }
+        std::getline(routes, line);
+    }
+    return false;
+}
+
+TEST(CurlErrors, aMachineWithAWayOutHasANetwork)
+{
+    EXPECT_TRUE(hasNetwork() || !hasWayOut());
+}
+
+TEST(CurlErrors, theNetworkThatIsAskedForIsTheMachines)
+{
+    const std::unique_ptr<CURL, CleanUp> handle(libcurl().easyInit());
+    EXPECT_EQ(errorOf(CURLE_COULDNT_CONNECT, handle.get()).code(),
+              hasNetwork() ? Code::hostUnreachable : Code::noNetwork);
 }
 
 TEST(CurlErrors, whatIsUnheardOfIsToldInTheLibrarysWords)

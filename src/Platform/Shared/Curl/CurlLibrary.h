@@ -8,10 +8,12 @@ namespace vorlin {
 
 /// libcurl, which brings some twenty libraries along, loaded with the first transfer.
 struct CurlLibrary {
+    /// Fails with a `std::runtime_error` when it cannot be loaded, or is too old.
     CurlLibrary();
 
     const LateLibrary library;
 
+    const decltype(&curl_version_info) versionInfo = library.find("curl_version_info");
     const decltype(&curl_global_init) globalInit = library.find("curl_global_init");
     const decltype(&curl_slist_append) slistAppend = library.find("curl_slist_append");
     const decltype(&curl_slist_free_all) slistFreeAll = library.find("curl_slist_free_all");
@@ -31,7 +33,8 @@ struct CurlLibrary {
     const decltype(&curl_multi_wakeup) multiWakeup = library.find("curl_multi_wakeup");
 };
 
-/// Whether it is there. The first call loads it, which may wait for a disk. Any thread.
+/// Whether it is there and has what downloads need. The first call loads it, which may wait for a
+/// disk. Any thread.
 bool loadLibcurl();
 
 /// Any thread, and only once `loadLibcurl` has said that it is there.
