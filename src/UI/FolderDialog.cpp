@@ -1,5 +1,6 @@
 #include "UI/FolderDialog.h"
 
+#include "Async/Fatal.h"
 #include "UI/PaletteAccent.h"
 
 #include <QDir>
@@ -16,49 +17,34 @@ namespace vorlin {
 
 FolderDialog::~FolderDialog() = default;
 
-bool FolderDialog::open(const std::string& title, const std::string& prompt, const Look& look,
+void FolderDialog::open(const std::string& title, const std::string& prompt, const Look& look,
                         std::function<void(Chosen)> next)
 {
     qml_register_types_Vorlin();
     auto* const waiting = window ? window->transientParent() : QGuiApplication::focusWindow();
     cancel();
-    auto nextEngine = std::make_unique<QQmlEngine>();
-    nextEngine->addImportPath("qrc:/qt/qml"); // Qt 6.5 and later know it by themselves
-    QQmlComponent component(nextEngine.get(), QUrl("qrc:/qt/qml/Vorlin/qml/FolderChooser.qml"));
-    if (!component.isReady()) {
-        return false;
-    }
+    browser = std::make_unique<FolderBrowser>(workers, loop);
+    browser->list(QDir::homePath());
+    engine = std::make_unique<QQmlEngine>();
+    engine->addImportPath("qrc:/qt/qml"); // Qt 6.5 and later know it by themselves
+    QQmlComponent component(engine.get(), QUrl("qrc:/qt/qml/Vorlin/qml/FolderChooser.qml"));
     window.reset(qobject_cast<QWindow*>(component.createWithInitialProperties(
         {{"title", QString::fromStdString(title)},
          {"prompt", QString::fromStdString(prompt)},
-         {"start", QDir::homePath()},
+         {"browser", QVariant::fromValue(browser.get())},
          {"dark", look.dark},
          {"accent", look.accent.value_or(paletteAccent())},
          {"transientParent", QVariant::fromValue(waiting)}})));
     if (!window) {
-        return false;
+        fatal("the folder dialog cannot be drawn: " + component.errorString().toStdString());
     }
     if (waiting != nullptr) {
         window->setIcon(waiting->icon());
     }
-    engine = std::move(nextEngine);
     whenDone = std::move(next);
-    connect(window.get(), SIGNAL(accepted(QString)), this, SLOT(accepted(QString)));
+    connect(browser.get(), &FolderBrowser::chosen, this,
+            [this](const QString& path) { finish(path.toStdString()); });
     connect(window.get(), SIGNAL(rejected()), this, SLOT(rejected()));
-    return true;
-}
-
-void FolderDialog::accepted(const QString& typed)
-{
-    const auto path = typed == "~" || typed.startsWith("~/") ? QDir::homePath() + typed.mid(1)
-                                                             : typed;
-    if (QDir::isAbsolutePath(path) && QDir(path).exists()) {
-        finish(QDir::cleanPath(path).toStdString());
-    } else {
-        const QString problem = "There is no such folder.";
-        window->setProperty("problem", problem);
-        announcer.announce(problem);
-    }
 }
 
 void FolderDialog::rejected()
@@ -69,11 +55,13 @@ void FolderDialog::rejected()
 void FolderDialog::finish(const Chosen& chosen)
 {
     if (window) {
-        // The view may be calling us.
+        // The view may be calling us. Each goes before what it shows.
         disconnect(window.get(), nullptr, this, nullptr);
+        disconnect(browser.get(), nullptr, this, nullptr);
         window->close();
         window.release()->deleteLater();
         engine.release()->deleteLater();
+        browser.release()->deleteLater();
     }
     if (const auto done = std::exchange(whenDone, nullptr)) {
         done(chosen);

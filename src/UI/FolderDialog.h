@@ -1,6 +1,8 @@
 #pragma once
 
-#include "UI/Announcer.h"
+#include "Async/MainLoop.h"
+#include "Ports/Workers.h"
+#include "UI/FolderBrowser.h"
 
 #include <QColor>
 #include <QObject>
@@ -31,27 +33,29 @@ public:
     /// Nothing where the person cancelled.
     using Chosen = std::optional<std::filesystem::path>;
 
+    /// Both must outlive this object.
+    FolderDialog(Workers& workers, MainLoop& loop) : workers(workers), loop(loop) {}
     ~FolderDialog() override;
 
     /// Opens it on the person's home, with `prompt` on the button that chooses; the window of this
     /// program that has the focus waits for it. An open one is cancelled. `whenDone` is called
-    /// once, from the loop, with a folder that was there a moment ago. False, and `whenDone` is not
-    /// called, where Qt's list of folders is not installed.
-    bool open(const std::string& title, const std::string& prompt, const Look& look,
+    /// once, from the loop, with a folder that was there a moment ago.
+    void open(const std::string& title, const std::string& prompt, const Look& look,
               std::function<void(Chosen)> whenDone);
 
     /// Closes the one that is open, as if the person had cancelled it.
     void cancel() { finish(std::nullopt); }
 
 private Q_SLOTS:
-    void accepted(const QString& typed);
     void rejected();
 
 private:
     void finish(const Chosen& chosen);
 
-    Announcer announcer;
+    Workers& workers;
+    MainLoop& loop;
     std::function<void(Chosen)> whenDone;
+    std::unique_ptr<FolderBrowser> browser;
     std::unique_ptr<QQmlEngine> engine;
     std::unique_ptr<QWindow> window;
 };

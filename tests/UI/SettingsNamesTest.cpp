@@ -88,6 +88,20 @@ TEST_F(SettingsNames, everyLineOfAListAndOfAMenuHasANameAndARole)
     expectANameAndARoleForEveryControl();
 }
 
+TEST_F(SettingsNames, theMarkedLineOfAnOpenListIsSaid)
+{
+    open(SettingsTab::general);
+    focus("Language (Built-in Speech)");
+    said.clear();
+    QAccessible::installFactory(overhear);
+    press(Qt::Key_Space);
+    press(Qt::Key_Down);
+    press(Qt::Key_Up);
+    QAccessible::removeFactory(overhear);
+    EXPECT_EQ(said,
+              (std::vector<std::string>{"English (UK), Not installed", "English (US), Installed"}));
+}
+
 TEST_F(SettingsNames, everyControlOfADownloadAndOfAnEngineOfOnesOwnHasANameAndARole)
 {
     desktop.folders.putModel("/disk/mine");

@@ -11,16 +11,17 @@ X11Desktop::X11Desktop(LinuxServices& services, const Environment& environment)
       keyPoster(keyboard), focusedProgram(keyboard.server()), pasteboard(services.loop),
       permissions([this] { return keyAccess.granted().get(); }, services.microphoneAccess),
       screens(environment), overlayPanel(screens), keyMonitor(keyboard, services.loop),
-      workspace(environment)
+      folderDialog(services.workers, services.loop), workspace(environment)
 {
     workspace.setOwnDialog({.open =
                                 [this](const std::string& title, const std::string& prompt,
                                        std::function<void(FolderDialog::Chosen)> whenDone) {
-                                    return folderDialog.open(
+                                    folderDialog.open(
                                         title, prompt,
                                         {.dark = this->services.appearance.isDark(),
                                          .accent = this->services.appearance.accent()},
                                         std::move(whenDone));
+                                    return true;
                                 },
                             .cancel = [this] { folderDialog.cancel(); }});
 }

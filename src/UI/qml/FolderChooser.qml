@@ -1,52 +1,18 @@
-pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Layouts
 import QtQuick.Templates as T
-import Qt.labs.folderlistmodel
 import Vorlin
 
-// A window in which a person goes through the folders and chooses one: that whose path stands in
-// the field, which is the one that is marked in the list, else the one whose folders are listed.
+// A window in which a person goes through the folders and chooses one.
 Window {
     id: root
 
     required property string prompt
-    required property string start
+    required property FolderBrowser browser
     required property bool dark
     required property color accent
-    // The path of the folder whose folders are listed.
-    property string current: "/"
-    // Why what was chosen cannot be.
-    property string problem: ""
 
-    signal accepted(string folder)
     signal rejected
-
-    function addressOf(path: string): string {
-        return "file://" + path.split("/").map(encodeURIComponent).join("/");
-    }
-    // Lists what is in a folder, with the mark on one of them where it is there.
-    function list(path: string, marked: string) {
-        folders.currentIndex = -1;
-        folders.wanted = marked;
-        current = path;
-        inside.folder = addressOf(path);
-        field.text = path;
-        problem = "";
-    }
-    function open(index: int) {
-        if (index >= 0 && index < inside.count) {
-            list(inside.get(index, "filePath"), "");
-        }
-    }
-    function leave() {
-        if (current !== "/") {
-            list(current.replace(/\/[^\/]*$/, "") || "/", current);
-        }
-    }
-    function choose() {
-        accepted(field.text);
-    }
 
     width: 600
     height: 420
@@ -57,10 +23,13 @@ Window {
     visible: true
     color: Theme.window
     onClosing: root.rejected()
-    Component.onCompleted: {
-        list(start, "");
-        folders.forceActiveFocus();
+    // Another program may have made or removed folders meanwhile.
+    onActiveChanged: {
+        if (active) {
+            browser.refresh();
+        }
     }
+    Component.onCompleted: folders.forceActiveFocus()
 
     Binding {
         target: Theme
@@ -77,13 +46,12 @@ Window {
         property: "pixelRatio"
         value: Screen.devicePixelRatio
     }
+    Connections {
+        function onProblemChanged() {
+            Speaker.say(root.browser.problem);
+        }
 
-    FolderListModel {
-        id: inside
-
-        showFiles: false
-        caseSensitive: false
-        onStatusChanged: folders.mark()
+        target: root.browser
     }
 
     Shortcut {
@@ -92,7 +60,7 @@ Window {
     }
     Shortcut {
         sequences: ["Alt+Up"]
-        onActivated: root.leave()
+        onActivated: root.browser.leave()
     }
     Shortcut {
         sequences: ["Ctrl+L"]
@@ -100,7 +68,7 @@ Window {
     }
     Shortcut {
         sequences: ["Ctrl+H"]
-        onActivated: inside.showHidden = !inside.showHidden
+        onActivated: root.browser.toggleHidden()
     }
 
     ColumnLayout {
@@ -115,8 +83,8 @@ Window {
                 objectName: "up"
                 text: "Up"
                 help: "The folder around this one"
-                enabled: root.current !== "/"
-                onClicked: root.leave()
+                enabled: root.browser.current !== "/"
+                onClicked: root.browser.leave()
             }
             TextBox {
                 id: field
@@ -124,8 +92,9 @@ Window {
                 objectName: "path"
                 Layout.fillWidth: true
                 label: "Folder"
-                onTextEdited: root.problem = ""
-                onAccepted: root.choose()
+                text: root.browser.typed
+                onTextEdited: root.browser.typed = text
+                onAccepted: root.browser.choose()
             }
         }
         Rectangle {
@@ -136,92 +105,17 @@ Window {
             border.width: folders.activeFocus ? 2 : Theme.hairline
             border.color: folders.activeFocus ? Theme.accent : Theme.outline
 
-            ListView {
+            FolderList {
                 id: folders
-
-                // The path of the folder that is marked once it is listed.
-                property string wanted: ""
-
-                function mark() {
-                    if (wanted !== "" && inside.status === FolderListModel.Ready) {
-                        currentIndex = inside.indexOf(root.addressOf(wanted));
-                        wanted = "";
-                    }
-                }
-                function move(index: int) {
-                    currentIndex = Math.max(0, Math.min(count - 1, index));
-                }
-                // The next folder whose name begins so.
-                function find(letter: string) {
-                    for (let step = 1; step <= count; ++step) {
-                        const index = (Math.max(currentIndex, -1) + step) % count;
-                        if (inside.get(index, "fileName").toLowerCase().startsWith(letter)) {
-                            currentIndex = index;
-                            return;
-                        }
-                    }
-                }
 
                 objectName: "folders"
                 anchors.fill: parent
                 anchors.margins: 5
-                clip: true
-                activeFocusOnTab: true
-                boundsBehavior: Flickable.StopAtBounds
-                keyNavigationEnabled: false
-                currentIndex: -1
-                model: inside
-                Accessible.role: Accessible.List
-                Accessible.name: "Folders"
-                onCurrentIndexChanged: {
-                    if (currentIndex >= 0 && currentIndex < inside.count) {
-                        field.text = inside.get(currentIndex, "filePath");
-                        root.problem = "";
-                    }
-                }
-                delegate: FolderLine {
-                    onClicked: {
-                        folders.currentIndex = index;
-                        folders.forceActiveFocus(Qt.MouseFocusReason);
-                    }
-                    onDoubleClicked: root.open(index)
-                    Accessible.onPressAction: folders.currentIndex = index
-                }
-                Keys.onPressed: event => {
-                    const page = Math.max(1, Math.floor(height / (currentItem?.height ?? height)) - 1);
-                    event.accepted = true;
-                    if (event.modifiers & (Qt.ControlModifier | Qt.AltModifier)) {
-                        event.accepted = false;
-                    } else if (event.key === Qt.Key_Up) {
-                        move(currentIndex - 1);
-                    } else if (event.key === Qt.Key_Down) {
-                        move(currentIndex + 1);
-                    } else if (event.key === Qt.Key_PageUp) {
-                        move(currentIndex - page);
-                    } else if (event.key === Qt.Key_PageDown) {
-                        move(currentIndex + page);
-                    } else if (event.key === Qt.Key_Home) {
-                        move(0);
-                    } else if (event.key === Qt.Key_End) {
-                        move(count - 1);
-                    } else if (event.key === Qt.Key_Right || event.key === Qt.Key_Return
-                               || event.key === Qt.Key_Enter) {
-                        root.open(currentIndex);
-                    } else if (event.key === Qt.Key_Left || event.key === Qt.Key_Backspace) {
-                        root.leave();
-                    } else if (event.text > " ") {
-                        find(event.text.toLowerCase());
-                    } else {
-                        event.accepted = false;
-                    }
-                }
-
-                T.ScrollBar.vertical: ScrollMark {}
+                browser: root.browser
             }
             Label {
                 anchors.centerIn: parent
-                visible: inside.status === FolderListModel.Ready && inside.count === 0
-                text: "No folders in here"
+                text: root.browser.note
                 secondary: true
             }
         }
@@ -230,20 +124,22 @@ Window {
 
             Label {
                 Layout.fillWidth: true
-                text: root.problem
+                text: root.browser.problem
                 visible: true
                 color: Theme.destructive
                 Accessible.role: Accessible.AlertMessage
-                Accessible.ignored: root.problem === ""
+                Accessible.ignored: text === ""
             }
             PushButton {
+                objectName: "cancel"
                 text: "Cancel"
                 onClicked: root.rejected()
             }
             PushButton {
+                objectName: "choose"
                 text: root.prompt
                 suggested: true
-                onClicked: root.choose()
+                onClicked: root.browser.choose()
             }
         }
     }

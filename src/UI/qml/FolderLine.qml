@@ -7,9 +7,9 @@ T.ItemDelegate {
     id: line
 
     required property int index
-    required property string fileName
+    required property string modelData
 
-    text: fileName
+    text: modelData
     highlighted: ListView.isCurrentItem
     width: ListView.view ? ListView.view.width : 0
     implicitHeight: Math.max(28, implicitContentHeight + 10)

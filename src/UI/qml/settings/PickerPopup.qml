@@ -26,5 +26,11 @@ T.Popup {
         model: list.picker.delegateModel
         currentIndex: list.picker.highlightedIndex
         boundsBehavior: Flickable.StopAtBounds
+        // The focus stays on the picker.
+        onCurrentItemChanged: {
+            if (list.opened && currentItem) {
+                Speaker.say((currentItem as PickerLine).Accessible.name);
+            }
+        }
     }
 }
