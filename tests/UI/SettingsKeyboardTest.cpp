@@ -163,6 +163,28 @@ TEST_F(SettingsKeyboard, aPointerThatRestsWhereAListOpensMarksNothing)
     pointAt("Español, Not installed");
     press(Qt::Key_Return);
     EXPECT_EQ(stored().language(), "es-ES");
+    // Each time the list opens it rests anew.
+    for (const auto* language : {"en-GB", "en-US"}) {
+        press(Qt::Key_Space);
+        pointAt("Español, Not installed");
+        press(Qt::Key_Up);
+        press(Qt::Key_Return);
+        EXPECT_EQ(stored().language(), language);
+    }
+}
+
+TEST_F(SettingsKeyboard, aHeldEnterTurnsAToggleOnceAndOpensALinkOnce)
+{
+    build.makerLink = "https://example.org";
+    open(SettingsTab::general);
+    focus("Play sounds");
+    hold(Qt::Key_Return);
+    EXPECT_FALSE(stored().sounds());
+    scene->showTab(SettingsTab::about);
+    settle();
+    focus("The Vorlin makers");
+    hold(Qt::Key_Return);
+    EXPECT_EQ(desktop.workspace.links.size(), 1U);
 }
 
 TEST_F(SettingsKeyboard, choosesAPresetFromItsMenu)
@@ -175,6 +197,14 @@ TEST_F(SettingsKeyboard, choosesAPresetFromItsMenu)
     press(Qt::Key_Down);
     press(Qt::Key_Return);
     EXPECT_EQ(model->hotkey.get(), (Hotkey{keyCodes::rightControl, 0, true}));
+    // A pointer that moves marks.
+    focus("Presets");
+    press(Qt::Key_Space);
+    pointAt("Right Ctrl");
+    pointAt("Right Super");
+    pointAt("Alt+Space");
+    press(Qt::Key_Return);
+    EXPECT_EQ(model->hotkey.get().keyCode, keyCodes::space);
 }
 
 TEST_F(SettingsKeyboard, opensAnEnginesMenuByTheMenuKey)

@@ -63,11 +63,28 @@ void SettingsWindowFixture::open(SettingsTab tab)
 void SettingsWindowFixture::settle()
 {
     desktop.loop.runReady();
-    for (int i = 0; i < 3; ++i) { // what is shown later is asked for by what is shown first
+    for (int i = 0; i < 2; ++i) { // what is shown later is asked for by what is shown first
         QCoreApplication::sendPostedEvents();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QCoreApplication::processEvents();
+        awaitFrame();
     }
+}
+
+/// Items get their places and sizes when they are drawn.
+void SettingsWindowFixture::awaitFrame()
+{
+    if (!window || !window->quickWindow().isExposed()) {
+        return;
+    }
+    bool isDrawn = false;
+    const auto drawn = QObject::connect(&window->quickWindow(), &QQuickWindow::frameSwapped,
+                                        [&isDrawn] { isDrawn = true; });
+    window->quickWindow().update();
+    while (!isDrawn && window->quickWindow().isExposed()) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    QObject::disconnect(drawn);
 }
 
 std::vector<QQuickItem*> SettingsWindowFixture::controls()

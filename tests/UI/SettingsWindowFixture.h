@@ -66,6 +66,7 @@ protected:
     std::unique_ptr<SettingsWindow> window;
 
 private:
+    void awaitFrame();
     void click(const std::string& name, Qt::MouseButton button,
                std::initializer_list<QEvent::Type> events);
 };

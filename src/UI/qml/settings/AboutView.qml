@@ -68,8 +68,15 @@ ColumnLayout {
             implicitWidth: implicitContentWidth
             implicitHeight: implicitContentHeight
             onClicked: about.maker.press()
-            Keys.onReturnPressed: clicked()
-            Keys.onEnterPressed: clicked()
+            Keys.onReturnPressed: event => clickOnce(event)
+            Keys.onEnterPressed: event => clickOnce(event)
+
+            function clickOnce(event: KeyEvent) {
+                if (!event.isAutoRepeat) {
+                    clicked();
+                }
+            }
+
             Accessible.role: Accessible.Link
             Accessible.name: text
             Accessible.description: about.maker.help

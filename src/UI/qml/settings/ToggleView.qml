@@ -10,8 +10,16 @@ T.Switch {
 
     checked: row.control.on
     onToggled: row.toggle(checked)
-    Keys.onReturnPressed: row.toggle(!checked)
-    Keys.onEnterPressed: row.toggle(!checked)
+    Keys.onReturnPressed: event => turnOnce(event)
+    Keys.onEnterPressed: event => turnOnce(event)
+    // A held key means what its first press did.
+
+    function turnOnce(event: KeyEvent) {
+        if (!event.isAutoRepeat) {
+            row.toggle(!checked);
+        }
+    }
+
     Accessible.role: Accessible.CheckBox
     Accessible.name: row.label
     Accessible.checkable: true
