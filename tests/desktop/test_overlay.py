@@ -160,7 +160,11 @@ def test_it_takes_no_focus_and_no_click_and_stays_above_full_screen_windows(star
                    "the other workspace")
         wait_until(lambda: overlay.pixels((5, 5, 1, 1))[0][0] != (0xd0, 0x20, 0x20),
                    "the full-screen window to stay behind")
-        assert stays(lambda: min(overlay.pixels((x, y - 18, 1, 1))[0][0]) > 0xd0, 0.3)
+        def is_light():
+            return min(overlay.pixels((x, y - 18, 1, 1))[0][0]) > 0xd0
+
+        wait_until(is_light, "the overlay on it")
+        assert stays(is_light, 0.3)
     full.close()
     below.close()
     desktop.keyboard.tap("Escape")
