@@ -1,6 +1,7 @@
 #include "ParakeetFixture.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vorlin {
 namespace {
@@ -88,6 +89,31 @@ TEST_F(FeatureCheckTest, everyInputOfAnotherTypeIsNamed)
             }
             wrong.elementType = kept;
         }
+    }
+}
+
+TEST_F(FeatureCheckTest, everyOutputOfATypeThatDoesNotCrossIsNamed)
+{
+    for (auto& [name, script] : models.scripts) {
+        for (auto& wrong : script.signature.outputs) {
+            const auto kept = std::exchange(wrong.elementType, std::nullopt);
+            const auto text = failure();
+            EXPECT_TRUE(text.starts_with("The model " + name + " has an output \"" + wrong.name +
+                                         "\" that is not "))
+                << text;
+            wrong.elementType = kept;
+        }
+    }
+}
+
+TEST_F(FeatureCheckTest, aStateOfAnotherTypeDoesNotFit)
+{
+    for (const auto* const name : {"h_out", "c_out"}) {
+        auto& state = output(decoder, name);
+        const auto kept = std::exchange(state.elementType, MLElementType::float16);
+        EXPECT_EQ(failure(), std::string("The model Decoder.mlmodelc has an output \"") + name +
+                                 "\" that is not float32 [2, 1, 640].");
+        state.elementType = kept;
     }
 }
 
