@@ -115,6 +115,14 @@ class Program:
         return f"/{library}." in pathlib.Path(f"/proc/{self.process.pid}/maps").read_text(
             encoding="utf-8")
 
+    def threads_that_give_way(self):
+        """How many of its threads run as work that nobody waits for."""
+        policies = []
+        for thread in pathlib.Path(f"/proc/{self.process.pid}/task").iterdir():
+            stat = (thread / "stat").read_text(encoding="ascii")
+            policies.append(int(stat.rpartition(")")[2].split()[38]))
+        return policies.count(os.SCHED_BATCH)
+
     def processor_seconds(self):
         """Processor time used since the start, of all threads."""
         with open(f"/proc/{self.process.pid}/stat", encoding="ascii") as stat:

@@ -15,6 +15,7 @@ import pytest
 from editors import GTKEditor
 from local_model import LocalModel, engine_processes
 from program import Program, assert_arrived
+from tray import Panel
 from waiting import stays, wait_until
 
 SENTENCE = "the committee decided to postpone the meeting until next month"
@@ -52,12 +53,12 @@ def _start(desktop, request):
     return start
 
 
-def end(program, artefacts):
+def end(program, artefacts, ask=Program.quit):
     """Ends it; returns its status and what it said. Notes how long that took."""
     log = artefacts / "vorlin.log"
     earlier = len(log.read_text())
     before = time.monotonic()
-    status = program.quit()
+    status = ask(program)
     seconds = time.monotonic() - before
     (artefacts / "quit.txt").write_text(f"{seconds:.3f} s\n")
     print(f"ended after {seconds:.3f} s")
@@ -245,12 +246,21 @@ def test_a_halted_message_bus_holds_up_neither_the_words_nor_the_end(desktop, la
         os.kill(bus.pid, signal.SIGCONT)
 
 
-def test_where_the_display_server_is_halted_the_end_is_cut_short(desktop, launch, artefacts):
+@pytest.mark.parametrize("how", ["signal", "menu"])
+def test_where_the_display_server_is_halted_the_end_is_cut_short(desktop, launch, artefacts, how):
+    panel = Panel(desktop)
     program = launch()
+    panel.await_item()
+    panel.entries()  # as a panel reads them, ahead of the click
+
+    def quit_in_the_menu(program):
+        panel.click("Quit Vorlin")
+        return program.process.wait(30)
+
     display = next(each for each in desktop.processes if each.args[0] == "Xvfb")
     display.send_signal(signal.SIGSTOP)
     try:
-        status, said = end(program, artefacts)
+        status, said = end(program, artefacts, quit_in_the_menu if how == "menu" else Program.quit)
     finally:
         display.send_signal(signal.SIGCONT)
     assert status == 1

@@ -22,6 +22,11 @@ def test_it_quits_cleanly_while_idle(desktop, launch):
     assert not desktop.keyboard.down()
 
 
+def test_the_worker_for_background_work_gives_way_and_no_other_thread_does(launch):
+    program = launch()
+    wait_until(lambda: program.threads_that_give_way() == 1, "one thread that gives way")
+
+
 def test_interrupted_in_a_dictation_it_quits_cleanly_and_types_nothing(desktop, launch):
     program = launch()
     editor = GTKEditor(desktop)
