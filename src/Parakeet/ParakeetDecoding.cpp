@@ -214,7 +214,8 @@ Task<std::string> decode(const std::vector<float>& utterance, ParakeetLoaded& mo
     auto encoded = co_await models.encoder->predict(features, options.priority, options.stop);
     const MultiArray encoder = take(encoded, "encoder");
     const auto frames = firstInteger(take(encoded, "encoder_length"));
-    if (!frames) {
+    // A platform may not tell at the load what shape this output will have.
+    if (!frames || encoder.rank() < 3) {
         throw RuntimeError::badOutput();
     }
     co_return detokenised(co_await greedyTDT(encoder, *frames, models, options), models.vocabulary);

@@ -306,6 +306,21 @@ TEST_F(ParakeetDecodingTest, noFramesOfAnAbsurdWidthAreAnUnexpectedResultAndNoMe
     EXPECT_EQ(runs("Decoder.mlmodelc"), 0U);
 }
 
+TEST_F(ParakeetDecodingTest, framesOfTooFewDimensionsAreAnUnexpectedResult)
+{
+    using Extents = MultiArray::Extents;
+    for (const auto& extents : {Extents{}, Extents{3, 5}}) {
+        models.scripts["Encoder.mlmodelc"].compute = [&extents](const MLFeatures&) {
+            MLFeatures out;
+            out["encoder"] = MultiArray(MLElementType::float32, extents);
+            out["encoder_length"] = integer(5);
+            return out;
+        };
+        EXPECT_EQ(text(spoken(50)), "failed: The speech model returned an unexpected result.");
+    }
+    EXPECT_EQ(runs("Decoder.mlmodelc"), 0U);
+}
+
 TEST_F(ParakeetDecodingTest, aFailingPredictionIsTheFailureOfTheUtterance)
 {
     models.scripts["Encoder.mlmodelc"].compute = [](const MLFeatures&) -> MLFeatures {
