@@ -94,11 +94,15 @@ std::optional<std::string> MacMLModel::tryToRun(const MLFeatures& inputs, MLFeat
     if (predicted == nil) {
         return lineOf(error);
     }
-    for (NSString* name in predicted.featureNames) {
-        MLMultiArray* const value = [predicted featureValueForName:name].multiArrayValue;
-        if (auto array = arrayOf(value)) {
-            outputs.emplace(textOf(name), std::move(*array));
+    for (const auto& output : declared.outputs) {
+        if (!output.elementType) {
+            continue; // no array that `MultiArray` could hold
         }
+        auto array = arrayOf([predicted featureValueForName:nsText(output.name)].multiArrayValue);
+        if (!array || array->elementType() != *output.elementType) {
+            return "The model did not give the output \"" + output.name + "\" that it declares.";
+        }
+        outputs.emplace(output.name, std::move(*array));
     }
     return std::nullopt;
 }

@@ -258,9 +258,47 @@ TEST_F(MacMLModelsTest, givesEachInputByItsNameWithItsStrides)
                               provider + "(length, signal)", predicts, provider + "()"}));
 }
 
+/// The declaration of an array of any shape.
+MLFeatureDescription* declared(MLMultiArrayDataType type)
+{
+    return feature(arrays(type, [NSArray array], MLMultiArrayShapeConstraintTypeUnspecified));
+}
+
+TEST_F(MacMLModelsTest, anOutputThatIsNotThereAsDeclaredFailsThePrediction)
+{
+    const auto model = loadedModel(modelOf(nothing(), @{
+        @"duration" : declared(MLMultiArrayDataTypeInt32),
+        @"text" : feature(nil),
+        @"token_id" : declared(MLMultiArrayDataTypeInt32),
+    }));
+    std::array<std::int32_t, 1> whole = {4};
+    std::array<float, 1> real = {4};
+    MLFeatureValue* number = output(whole, MLMultiArrayDataTypeInt32, @[ @1 ], @[ @1 ]);
+    MLFeatureValue* other = output(real, MLMultiArrayDataTypeFloat32, @[ @1 ], @[ @1 ]);
+    __block NSDictionary* values = @{@"duration" : number, @"token_id" : number};
+    models().prediction = ^id<MLFeatureProvider>(id<MLFeatureProvider>, NSError**)
+    {
+        return standins::features(values);
+    };
+    EXPECT_EQ(predict(*model), "done");
+    const std::string wanted = "The model did not give the output \"token_id\" that it declares.";
+    values = @{@"duration" : number};
+    EXPECT_EQ(predict(*model), wanted);
+    values = @{@"duration" : number, @"token_id" : standins::noArray()};
+    EXPECT_EQ(predict(*model), wanted);
+    values = @{@"duration" : number, @"token_id" : other};
+    EXPECT_EQ(predict(*model), wanted);
+}
+
 TEST_F(MacMLModelsTest, readsOutputsByTheirStridesWhereTheyAreLentAndKeepsACopy)
 {
-    const auto model = loadedModel();
+    const auto model = loadedModel(modelOf(nothing(), @{
+        @"floats" : declared(MLMultiArrayDataTypeFloat32),
+        @"halves" : declared(MLMultiArrayDataTypeFloat16),
+        @"wholes" : declared(MLMultiArrayDataTypeInt32),
+        @"doubles" : declared(MLMultiArrayDataTypeDouble),
+        @"text" : feature(nil),
+    }));
     std::array<float, 16> padded = {1, 2, 3, 0, 0, 0, 0, 0, 4, 5, 6};
     std::array<std::uint16_t, 2> half = {0x3C00, 0xC000};
     std::array<std::int32_t, 1> whole = {-5};
