@@ -66,6 +66,16 @@ protected:
         });
     }
 
+    /// The window that the window manager says is active; 0 for none.
+    static WId activeWindow()
+    {
+        QProcess process;
+        process.start("xprop", {"-root", "-notype", "_NET_ACTIVE_WINDOW"});
+        EXPECT_TRUE(runUntil([&] { return process.state() == QProcess::NotRunning; }));
+        const QString said = process.readAll(); // "… # 0x1400007", and some say more
+        return said.section("# ", 1).section(',', 0, 0).trimmed().toULongLong(nullptr, 16);
+    }
+
     static void act(const QStringList& arguments)
     {
         QProcess process;
@@ -138,12 +148,14 @@ protected:
     {
         return std::ranges::none_of(QGuiApplication::topLevelWindows(), &QWindow::isVisible);
     }
-    /// Whether it comes to stand there with the focus and so many folders in its list.
+    /// Whether it comes to stand there with the focus, as the window manager sees it, too, and so
+    /// many folders in its list.
     static bool lists(int folders)
     {
         return runUntil([=] {
             return list() != nullptr && list()->property("count") == folders &&
-                   list()->hasActiveFocus();
+                   list()->hasActiveFocus() &&
+                   activeWindow() == QGuiApplication::focusWindow()->winId();
         });
     }
     static bool isActive() { return lists(2); }
