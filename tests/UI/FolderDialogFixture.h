@@ -153,9 +153,9 @@ protected:
     static bool lists(int folders)
     {
         return runUntil([=] {
+            const auto active = activeWindow(); // serves the loop: the focus may go meanwhile
             return list() != nullptr && list()->property("count") == folders &&
-                   list()->hasActiveFocus() &&
-                   activeWindow() == QGuiApplication::focusWindow()->winId();
+                   list()->hasActiveFocus() && list()->window()->winId() == active;
         });
     }
     static bool isActive() { return lists(2); }
