@@ -398,6 +398,25 @@ TEST_F(MacMLModelsTest, aPredictionInTheBackgroundYieldsAndOthersDoNot)
     EXPECT_EQ(taken(), (Calls{provider, predicts}));
 }
 
+TEST_F(MacMLModelsTest, aWorkerGoesBackToTheClassItHadAndOneWithoutToTheUsual)
+{
+    const auto model = loadedModel();
+    models().prediction = ^id<MLFeatureProvider>(id<MLFeatureProvider>, NSError**)
+    {
+        return nil;
+    };
+    constexpr auto initiated = static_cast<qos_class_t>(25);
+    for (const auto before : {QOS_CLASS_UNSPECIFIED, initiated}) {
+        qos_class_t after = QOS_CLASS_UNSPECIFIED;
+        elsewhere([&] {
+            pthread_set_qos_class_self_np(before, 0);
+            model->predict(inputs, WorkPriority::background, stop.get_token());
+            after = qos_class_self();
+        });
+        EXPECT_EQ(after, before == initiated ? initiated : QOS_CLASS_DEFAULT);
+    }
+}
+
 TEST_F(MacMLModelsTest, aWorkerThatYieldsAnywayGoesOnYielding)
 {
     const auto model = loadedModel();

@@ -14,7 +14,8 @@ inline void setThreadPriority(qos_class_t work)
 /// Lets this thread yield the processor to all other work for as long as this lives, or not.
 class Yielding {
 public:
-    explicit Yielding(bool yields) : yields(yields), before(yields ? qos_class_self() : 0)
+    explicit Yielding(bool yields)
+        : yields(yields), before(yields ? qos_class_self() : QOS_CLASS_UNSPECIFIED)
     {
         if (yields) {
             setThreadPriority(QOS_CLASS_UTILITY);
@@ -25,7 +26,8 @@ public:
     ~Yielding()
     {
         if (yields) {
-            setThreadPriority(before);
+            // A thread may have no class, which cannot be asked for.
+            setThreadPriority(before != QOS_CLASS_UNSPECIFIED ? before : QOS_CLASS_DEFAULT);
         }
     }
 
