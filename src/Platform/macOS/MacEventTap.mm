@@ -68,6 +68,10 @@ bool MacEventTap::start(Handler handler)
         return false;
     }
     made->source = CFRef(CFMachPortCreateRunLoopSource(kCFAllocatorDefault, made->port.get(), 0));
+    if (!made->source) {
+        CFMachPortInvalidate(made->port.get());
+        return false;
+    }
     CFRunLoopAddSource(CFRunLoopGetMain(), made->source.get(), kCFRunLoopCommonModes);
     CGEventTapEnable(made->port.get(), true);
     tap = std::move(made);

@@ -68,6 +68,18 @@ TEST_F(MacEventTapTest, saysSoWhereTheSystemAllowsNoTapAndLeavesNothing)
     EXPECT_EQ(taken(), Calls());
 }
 
+TEST_F(MacEventTapTest, saysSoWhereTheMainLoopCannotWatchTheTapAndLeavesNothing)
+{
+    standins::events().refusesPortSources = true;
+    const long before = standins::alive();
+    EXPECT_FALSE(tap.start(keep()));
+    EXPECT_EQ(taken(), (Calls{startCalls[0], startCalls[1], "CFMachPortInvalidate"}));
+    EXPECT_EQ(standins::alive(), before);
+    tap.stop();
+    tap.enable();
+    EXPECT_EQ(taken(), Calls());
+}
+
 TEST_F(MacEventTapTest, stopsByDisablingAndInvalidatingThePortAndRemovingItsSource)
 {
     EXPECT_TRUE(tap.start(keep()));

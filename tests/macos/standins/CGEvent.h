@@ -11,6 +11,7 @@ struct Events {
     bool refusesTaps = false;
     /// Calls back without the data that a tap was made with.
     bool forgetsUserInfo = false;
+    bool refusesPortSources = false;
     bool refusesSources = false;
     bool refusesKeysDown = false;
     bool refusesKeysUp = false;

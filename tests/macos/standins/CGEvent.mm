@@ -138,6 +138,8 @@ CFRunLoopSourceRef CFMachPortCreateRunLoopSource(CFAllocatorRef allocator, CFMac
 {
     note("CFMachPortCreateRunLoopSource " + std::to_string(order) +
          (allocator == kCFAllocatorDefault ? "" : " with an allocator"));
+    if (standins::events().refusesPortSources)
+        return nullptr;
     StandinRunLoopSource* source = [[StandinRunLoopSource alloc] init];
     source->_port = port(of);
     return (CFRunLoopSourceRef)(__bridge_retained void*)source;
