@@ -2,6 +2,7 @@
 """What a bundle says of itself, and what the script that packs it does, with tools of a Mac that
 only note that they were called."""
 
+import ast
 import os
 import pathlib
 import plistlib
@@ -67,6 +68,21 @@ class Bundle(unittest.TestCase):
         main = (ROOT / "src/App/macOS/main.cpp").read_text()
         told = main.index('qputenv("QT_MAC_DISABLE_FOREGROUND_APPLICATION_TRANSFORM", "1");')
         self.assertLess(told, main.index("QGuiApplication qt("))
+
+
+class Tests(unittest.TestCase):
+    """What of the tests a Mac is spared, and what runs there on its own Python."""
+
+    def test_the_rules_for_all_files_are_looked_after_on_linux(self):
+        text = (ROOT / "tests/CMakeLists.txt").read_text()
+        block = re.search(r'if\(CMAKE_SYSTEM_NAME STREQUAL "Linux"\)(.*?)endif', text, re.DOTALL)[1]
+        self.assertEqual(set(re.findall(r"add_subdirectory\((\w+)\)", block)),
+                         {"desktop", "downloads", "scripts", "tidy"})
+        self.assertEqual(text.count("add_subdirectory(tidy)"), 1)
+
+    def test_what_a_mac_runs_its_own_python_understands(self):
+        for path in (ROOT / "tests/macos").glob("test_*.py"):
+            ast.parse(path.read_text(), feature_version=(3, 9))
 
 
 class MakeDist(unittest.TestCase):

@@ -178,6 +178,16 @@ class RuleTest(unittest.TestCase):
             "src/Platform/Shared/A.cpp": "#ifdef __linux__\n",
             "tests/Platform/Shared/A.cpp": "#ifdef __linux__\n"}), [])
 
+    def test_what_only_linux_has_stands_in_its_folders(self):
+        for call in ("auto id = ::gettid();", "auto file = ::open(path, O_PATH | O_CLOEXEC);",
+                     "::sched_getscheduler(0);", "#include <linux/input.h>"):
+            for path in ("src/Platform/Shared/A.cpp", "src/UI/A.h", "tests/Platform/Shared/A.cpp"):
+                self.assert_catches(tidy.calls_of_linux_alone, path, f"{call}\n",
+                                    "auto file = ::open(path, O_CLOEXEC); // O_PATHS\n")
+            self.assertEqual(self.found(tidy.calls_of_linux_alone, {
+                "src/Platform/Linux/Keys/A.cpp": call, "tests/Platform/Linux/A.cpp": call,
+                "src/Platform/Shared/LinkedFiles.cpp": call, "tests/desktop/A.cpp": call}), [])
+
     def test_every_source_file_is_listed(self):
         files = {
             "src/CMakeLists.txt": "add_library(a STATIC\n  A.cpp Deep/B.cpp) # C.cpp\n",
@@ -387,6 +397,11 @@ class RuleTest(unittest.TestCase):
                         mock.patch("sys.argv", ["tidy.py"]), self.assertRaises(SystemExit):
                     tidy.main()
                 self.assertIn(words, output.getvalue())
+
+    def test_a_system_that_does_not_say_its_name_has_another_layout(self):
+        with mock.patch.object(tidy, "platform", object()), \
+                mock.patch.object(tidy.shutil, "which", lambda program: None):
+            self.assertEqual(self.found(tidy.unformatted, {"src/A.cpp": "int  a ;\n"}), [])
 
     def test_build_results_and_corpora_are_not_looked_at(self):
         bad = "a" * 200

@@ -122,6 +122,28 @@ def platform_conditions(tree):
                     yield Finding(path, number, "only src/Platform may ask for the system")
 
 
+# What only Linux's C library has. Code that a Mac compiles, too, stands outside the folders below.
+LINUX_FOLDERS = {"Linux", "bench", "desktop", "downloads", "scripts"}
+# Built on Linux only, and what asks which system it is built for.
+LINUX_FILES = {pathlib.PurePath("src/Platform/Shared/LinkedFiles.cpp"),
+               pathlib.PurePath("src/Platform/Shared/Rename.cpp")}
+LINUX_CALL = re.compile(
+    r"\b(?:gettid|sched_\w+|eventfd|epoll_\w+|inotify_\w+|fanotify_\w+|timerfd_\w+|signalfd|"
+    r"memfd_create|pidfd_\w+|timer_create|prctl|syscall|pipe2|accept4|dup3|ppoll|renameat2|"
+    r"statx|getrandom|secure_getenv|O_PATH|O_TMPFILE|SOCK_CLOEXEC|SOCK_NONBLOCK|MSG_NOSIGNAL|"
+    r"linux/\w+\.h)\b")
+
+
+def calls_of_linux_alone(tree):
+    """What a Mac compiles, too, calls nothing that only Linux has."""
+    for path in tree.files(CPP, "src", "tests"):
+        if not LINUX_FOLDERS & set(path.parts) and path not in LINUX_FILES:
+            for number, line in tree.lines(path):
+                found = LINUX_CALL.search(line)
+                if found:
+                    yield Finding(path, number, f"only Linux has {found[0]}")
+
+
 ENVIRONMENT = pathlib.Path("src/Platform/Linux/Environment.cpp")
 ENVIRONMENT_CALL = re.compile(r"\b(?:secure_)?getenv\b|\bqgetenv\b|\bqEnvironmentVariable")
 # What the C library writes or reads of a fraction depends on the locale: "0,4" in German.
@@ -230,7 +252,7 @@ def formatter_is_elsewhere():
     """Whether this Debian does not have the one formatter whose layout counts."""
     try:
         suite = platform.freedesktop_os_release().get("VERSION_CODENAME")
-    except OSError:
+    except (AttributeError, OSError):  # an older Python, or no such system
         suite = None
     return suite != FORMATTER_SUITE and shutil.which(FORMATTER) is None
 
@@ -259,6 +281,7 @@ def unformatted(tree):
 RULES = (
     includes_on_the_wrong_floor,
     platform_conditions,
+    calls_of_linux_alone,
     outside_world,
     unlisted_files,
     *documents.RULES,

@@ -1,11 +1,9 @@
 #include "Platform/Shared/ThreadPool.h"
 
 #include "Async/SerialExecutor.h"
+#include "Platform/CountingExecutor.h"
 
 #include <gtest/gtest.h>
-
-#include <sys/resource.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -147,27 +145,9 @@ TEST(ThreadPool, aSerialExecutorOnItRunsOnePieceAtATimeInOrder)
     EXPECT_TRUE(std::ranges::is_sorted(ran));
 }
 
-/// Counts what is posted to it, and runs it at once.
-class Counting final : public Executor {
-public:
-    std::atomic<int> posted = 0;
-    void post(Work work) override
-    {
-        work();
-        ++posted;
-        posted.notify_all();
-    }
-    void waitFor(int count) const
-    {
-        for (int seen = posted; seen < count; seen = posted) {
-            posted.wait(seen);
-        }
-    }
-};
-
 TEST(ThreadPool, patientWorkIsFollowedByWhatItIsDoneWith)
 {
-    Counting to;
+    CountingExecutor to;
     ThreadPool pool([] {});
     std::atomic<int> slow = 0;
     std::atomic<bool> early = false;
@@ -188,7 +168,7 @@ TEST(ThreadPool, patientWorkIsFollowedByWhatItIsDoneWith)
 
 TEST(ThreadPool, patientBackgroundWorkRunsAtLoweredPriorityAndNormalDoesNot)
 {
-    Counting to;
+    CountingExecutor to;
     std::mutex lock;
     std::set<std::thread::id> lowered;
     ThreadPool pool([&] {
@@ -212,35 +192,6 @@ TEST(ThreadPool, patientBackgroundWorkRunsAtLoweredPriorityAndNormalDoesNot)
     EXPECT_EQ(wrong, 0);
 }
 
-int threadPriority()
-{
-    return ::getpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()));
-}
-
-TEST(ThreadPool, patientWorkThatHadToWaitForBackgroundWorkRunsAtItsOwnPriority)
-{
-    const int usual = threadPriority();
-    constexpr int others = 127; // one more is the most that runs
-    const auto over = std::make_shared<std::latch>(1);
-    const auto lowered = std::make_shared<std::latch>(1);
-    std::atomic<int> priority = -1;
-    Counting to;
-    ThreadPool pool([] { ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), 10); });
-    for (int i = 0; i < others; ++i) {
-        pool.runPatiently(
-            WorkPriority::normal, [over] { over->wait(); }, to, [] {});
-    }
-    pool.runPatiently(
-        WorkPriority::background, [lowered] { lowered->wait(); }, to, [] {});
-    pool.runPatiently(
-        WorkPriority::normal, [&priority] { priority = threadPriority(); }, to, [] {});
-    lowered->count_down();
-    to.waitFor(2);
-    EXPECT_EQ(priority, usual);
-    over->count_down();
-    to.waitFor(others + 2);
-}
-
 TEST(ThreadPool, workThatHangsHoldsUpNeitherOtherWorkNorTheEnd)
 {
     struct Hang {
@@ -249,7 +200,7 @@ TEST(ThreadPool, workThatHangsHoldsUpNeitherOtherWorkNorTheEnd)
         std::latch left{10};
     };
     const auto hang = std::make_shared<Hang>();
-    auto answers = std::make_unique<Counting>();
+    auto answers = std::make_unique<CountingExecutor>();
     {
         ThreadPool pool([] {});
         for (int i = 0; i < 10; ++i) {
@@ -266,7 +217,7 @@ TEST(ThreadPool, workThatHangsHoldsUpNeitherOtherWorkNorTheEnd)
         std::latch others(3);
         pool.executor(WorkPriority::normal).post([&] { others.count_down(); });
         pool.executor(WorkPriority::background).post([&] { others.count_down(); });
-        Counting to;
+        CountingExecutor to;
         pool.runPatiently(
             WorkPriority::normal, [] {}, to, [&] { others.count_down(); });
         others.wait();
@@ -280,7 +231,7 @@ TEST(ThreadPool, workThatHangsHoldsUpNeitherOtherWorkNorTheEnd)
 TEST(ThreadPool, destructionDropsThePatientWorkThatIsQueued)
 {
     const auto runs = std::make_shared<std::atomic<int>>(0);
-    Counting to;
+    CountingExecutor to;
     {
         ThreadPool pool([] {});
         const auto gate = std::make_shared<std::latch>(1);
@@ -339,7 +290,7 @@ TEST(ThreadPool, whatEndsDuringTheEndIsLetGoOfByWhoEndsThePool)
     std::atomic<std::thread::id> letGoBy;
     std::latch begun(1);
     const auto ended = std::make_shared<std::latch>(1);
-    Counting to;
+    CountingExecutor to;
     {
         ThreadPool pool([] {});
         pool.runPatiently(
@@ -366,7 +317,7 @@ TEST(ThreadPool, theEndLetsGoOfWhatHangingWorkWouldHaveBeenDoneWith)
     const auto begun = std::make_shared<std::latch>(1);
     const auto left = std::make_shared<std::latch>(1);
     std::atomic<bool> gone = false;
-    Counting to;
+    CountingExecutor to;
     {
         ThreadPool pool([] {});
         pool.runPatiently(
