@@ -113,7 +113,64 @@ def mend(root):
     (tree.root / DOCUMENT).write_text("\n".join(lines), encoding="utf-8")
 
 
-RULES = (ports_without_an_adapter, long_adapters, calls_of_the_platform)
+# --- The declared surface -------------------------------------------------------------------------
+
+SURFACE = pathlib.Path("tests/macos/surface")
+CONSTANTS = pathlib.Path("tests/macos/PlatformConstants.mm")
+# The list of what is unconfirmed has one row a header.
+UNCONFIRMED = re.compile(r"^## Declarations that nothing confirms\n(.*?)^## ",
+                         re.MULTILINE | re.DOTALL)
+UNCONFIRMED_ROW = re.compile(r"^\| `(?P<header>[^`]+\.h)` \| .*`.* \|$")
+# A number with a name: one of an enumeration, or an integer on its own. A floating-point one is no
+# constant to the compiler; the tests of the adapters see it.
+CONSTANT = re.compile(r"^(?:static const (?!CGFloat)\w+ |\s+)(?P<name>[A-Z]\w+|k[A-Z]\w+)"
+                      r"(?: API_AVAILABLE\(.*\))?(?: = [^;]+?)?[,;]?$")
+COMMENT = re.compile(r"//.*")
+
+
+def unconfirmed_declarations(tree):
+    """docs/MACOS.md lists each header that holds something unconfirmed, and no other."""
+    if DOCUMENT not in tree.paths:
+        return
+    text = tree.text(DOCUMENT)
+    section = UNCONFIRMED.search(text + "\n## ")
+    first = text.count("\n", 0, section.start(1)) + 1 if section else 1
+    listed = {}
+    for number, line in enumerate(section[1].split("\n") if section else [], first):
+        if row := UNCONFIRMED_ROW.match(line):
+            listed[SURFACE / row["header"]] = number
+    for path in tree.files({".h"}, "tests"):
+        if SURFACE not in path.parents:
+            continue
+        marked = [number for number, line in tree.lines(path) if "unconfirmed" in line]
+        if marked and path not in listed:
+            yield Finding(path, marked[0], f"{DOCUMENT} does not list it")
+        if not marked and path in listed:
+            yield Finding(DOCUMENT, listed[path], "nothing there is unconfirmed")
+    for path, number in listed.items():
+        if path not in tree.paths:
+            yield Finding(DOCUMENT, number, f"{path} does not exist")
+
+
+def constants_without_a_number(tree):
+    """What an adapter names, the constants hold to its number."""
+    declared = set()
+    for path in tree.files({".h"}, "tests"):
+        if SURFACE in path.parents:
+            declared |= {found["name"] for _, line in tree.lines(path)
+                         if (found := CONSTANT.match(line))}
+    held = set(re.findall(r"\w+", tree.text(CONSTANTS))) if CONSTANTS in tree.paths else set()
+    for path in tree.files({".mm", ".h"}, "src"):
+        if ADAPTERS not in path.parents:
+            continue
+        for number, line in tree.lines(path):
+            for name in re.findall(r"\w+", COMMENT.sub("", line)):
+                if name in declared - held:
+                    yield Finding(path, number, f"{CONSTANTS} does not hold {name} to its number")
+
+
+RULES = (ports_without_an_adapter, long_adapters, calls_of_the_platform, unconfirmed_declarations,
+         constants_without_a_number)
 
 if __name__ == "__main__":
     if sys.argv[1:2] != ["--mend"]:

@@ -266,6 +266,40 @@ class RuleTest(unittest.TestCase):
             macos.mend(folder)
             self.assertIn("`src/A.mm:5`", document.read_text(encoding="utf-8"))
 
+    def test_what_is_unconfirmed_of_macos_is_listed(self):
+        document, header = "docs/MACOS.md", "tests/macos/surface/AppKit/A.h"
+        marked, plain = "\n// unconfirmed: a page\nint a;\n", "// a page\nint a;\n"
+        row = "| `AppKit/A.h` | `a` |\n"
+
+        def found(text, rows):
+            head = ("# macOS\n\n## Declarations that nothing confirms\n\n"
+                    "| header | those |\n|---|---|\n")
+            return self.found(macos.unconfirmed_declarations, {
+                header: text, document: f"{head}{rows}\n## More\n\n| `AppKit/B.h` | `b` |\n"})
+
+        self.assertEqual(found(marked, row), [])
+        self.assertEqual(found(plain, ""), [])
+        self.assertEqual(found(marked, ""), [f"{header}:2"])
+        self.assertEqual(found(plain, row), [f"{document}:7"])
+        self.assertEqual(found(marked, row + "| `AppKit/B.h` | `b` |\n"), [f"{document}:8"])
+        self.assertEqual(self.found(macos.unconfirmed_declarations,
+                                    {header: marked, document: "# macOS\n"}), [f"{header}:2"])
+
+    def test_constants_of_macos_are_held_to_their_numbers(self):
+        constants, adapter = "tests/macos/PlatformConstants.mm", "src/Platform/macOS/MacA.mm"
+        surface = ("typedef NS_ENUM(NSInteger, A) {\n    AOne = 1,\n    ATwo,\n"
+                   "    AThree API_AVAILABLE(macos(15.0)) = 3,\n};\nenum { };\n"
+                   "static const NSInteger kFour = 4;\nstatic const CGFloat Five = 5.0;\n")
+
+        def found(text):
+            return self.found(macos.constants_without_a_number, {
+                "tests/macos/surface/A/A.h": surface, adapter: text,
+                constants: "static_assert(AOne == 1);\n"})
+
+        self.assertEqual(found("go(AOne, Five, sought);\n// ATwo\n"), [])
+        for name in ("ATwo", "AThree", "kFour"):
+            self.assertEqual(found(f"\ngo({name});\n"), [f"{adapter}:2"])
+
     def test_a_document_says_things_once(self):
         for bad, good in (
                 ("## A\n\ntext\n\n## A\n", "## A\n\n### C\n\n## B\n\n### C\n"),

@@ -7,20 +7,12 @@
 
 namespace vorlin {
 
-namespace {
-
-constexpr std::int64_t float32 = 0x10000 | 32;
-constexpr std::int64_t float16 = 0x10000 | 16;
-constexpr std::int64_t int32 = 0x20000 | 32;
-
-} // namespace
-
 std::optional<MLElementType> elementType(std::int64_t dataType)
 {
     switch (dataType) {
-    case float32: return MLElementType::float32;
-    case float16: return MLElementType::float16;
-    case int32: return MLElementType::int32;
+    case dataTypes::float32: return MLElementType::float32;
+    case dataTypes::float16: return MLElementType::float16;
+    case dataTypes::int32: return MLElementType::int32;
     default: return std::nullopt;
     }
 }
@@ -28,9 +20,9 @@ std::optional<MLElementType> elementType(std::int64_t dataType)
 std::int64_t dataType(MLElementType type)
 {
     switch (type) {
-    case MLElementType::float32: return float32;
-    case MLElementType::float16: return float16;
-    case MLElementType::int32: return int32;
+    case MLElementType::float32: return dataTypes::float32;
+    case MLElementType::float16: return dataTypes::float16;
+    case MLElementType::int32: return dataTypes::int32;
     }
     fatal("an element type out of range");
 }

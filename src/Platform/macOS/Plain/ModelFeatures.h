@@ -8,6 +8,13 @@
 
 namespace vorlin {
 
+/// The numbers that Core ML gives to element types.
+namespace dataTypes {
+inline constexpr std::int64_t float32 = 0x10000 | 32;
+inline constexpr std::int64_t float16 = 0x10000 | 16;
+inline constexpr std::int64_t int32 = 0x20000 | 32;
+} // namespace dataTypes
+
 /// An element type by the number that Core ML gives it; nothing for one that `MultiArray` does not
 /// have.
 std::optional<MLElementType> elementType(std::int64_t dataType);

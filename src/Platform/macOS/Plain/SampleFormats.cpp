@@ -4,20 +4,12 @@
 
 namespace vorlin {
 
-namespace {
-
-constexpr std::uint32_t float32 = 1;
-constexpr std::uint32_t int16 = 3;
-constexpr std::uint32_t int32 = 4;
-
-} // namespace
-
 std::optional<SampleType> sampleType(std::uint64_t commonFormat)
 {
     switch (commonFormat) {
-    case float32: return SampleType::float32;
-    case int16: return SampleType::int16;
-    case int32: return SampleType::int32;
+    case commonFormats::float32: return SampleType::float32;
+    case commonFormats::int16: return SampleType::int16;
+    case commonFormats::int32: return SampleType::int32;
     default: return std::nullopt;
     }
 }
@@ -25,9 +17,9 @@ std::optional<SampleType> sampleType(std::uint64_t commonFormat)
 std::uint32_t commonFormat(SampleType type)
 {
     switch (type) {
-    case SampleType::float32: return float32;
-    case SampleType::int16: return int16;
-    case SampleType::int32: return int32;
+    case SampleType::float32: return commonFormats::float32;
+    case SampleType::int16: return commonFormats::int16;
+    case SampleType::int32: return commonFormats::int32;
     }
     fatal("a sample type out of range");
 }

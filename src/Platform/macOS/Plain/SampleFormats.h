@@ -7,6 +7,13 @@
 
 namespace vorlin {
 
+/// The numbers that the audio frameworks give to sample types.
+namespace commonFormats {
+inline constexpr std::uint32_t float32 = 1;
+inline constexpr std::uint32_t int16 = 3;
+inline constexpr std::uint32_t int32 = 4;
+} // namespace commonFormats
+
 /// A sample type by the number that the audio frameworks give it; nothing for one that
 /// `PCMBuffer` does not have.
 std::optional<SampleType> sampleType(std::uint64_t commonFormat);

@@ -35,8 +35,7 @@ typedef NS_ENUM(NSUInteger, AVAudioCommonFormat) {
 // coreaudiotypes/audiochannellayouttag: "AudioChannelLayoutTag"
 typedef UInt32 AudioChannelLayoutTag;
 enum : AudioChannelLayoutTag {
-    // unconfirmed: coreaudiotypes/kaudiochannellayouttag_discreteinorder: the number of channels
-    // is to be added
+    // coreaudiotypes/kaudiochannellayouttag_discreteinorder: the number of channels is to be added
     kAudioChannelLayoutTag_DiscreteInOrder = (147U << 16) | 0,
 };
 

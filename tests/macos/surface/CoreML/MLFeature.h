@@ -43,13 +43,12 @@ typedef NS_ENUM(NSInteger, MLFeatureType) {
 // coreml/mlmultiarrayshapeconstrainttype: "The possible types of shape constraints."
 typedef NS_ENUM(NSInteger, MLMultiArrayShapeConstraintType) {
     // coreml/mlmultiarrayshapeconstrainttype/unspecified: "The constraint type is undefined."
-    // unconfirmed: its number
     MLMultiArrayShapeConstraintTypeUnspecified = 1,
     // coreml/mlmultiarrayshapeconstrainttype/enumerated: "The constraint is an array of allowed
-    // shapes." unconfirmed: its number
+    // shapes."
     MLMultiArrayShapeConstraintTypeEnumerated = 2,
     // coreml/mlmultiarrayshapeconstrainttype/range: "The constraint is a set of ranges allowed for
-    // the array shape." unconfirmed: its number
+    // the array shape."
     MLMultiArrayShapeConstraintTypeRange = 3,
 };
 
