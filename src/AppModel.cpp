@@ -3,6 +3,7 @@
 #include "Models/HubAddress.h"
 #include "Models/HubDownloads.h"
 #include "Ports/Permissions.h"
+#include "Ports/Session.h"
 #include "Ports/Sounds.h"
 
 namespace vorlin {
@@ -75,6 +76,22 @@ void AppModel::wireMonitor()
             changeHotkey(preferences.hotkey());
         }
     });
+    sessionChanges = ports.session.isAway().observe([this](bool away) {
+        if (away) {
+            dictation.cancel();
+            monitor.stop(); // a key that is let go meanwhile may not be seen
+        } else {
+            refreshPermissions();
+        }
+    });
+}
+
+/// Begins to watch the key, unless a new one is being recorded or nobody is there to press it.
+void AppModel::watchKey()
+{
+    if (!recording.get() && !ports.session.isAway().get()) {
+        monitor.start(hotkey.get());
+    }
 }
 
 void AppModel::pressed()
@@ -147,8 +164,8 @@ void AppModel::refreshPermissions()
     accessibilityGranted.set(ports.permissions.isTrusted());
     microphoneGranted.set(ports.permissions.microphoneGranted());
     keyboardSecured.set(ports.permissions.isKeyboardSecured());
-    if (accessibilityGranted.get() && !monitor.isRunning() && !recording.get()) {
-        monitor.start(hotkey.get());
+    if (accessibilityGranted.get() && !monitor.isRunning()) {
+        watchKey();
     }
     if (!accessibilityGranted.get() && monitor.isRunning()) {
         monitor.stop();
@@ -173,7 +190,7 @@ void AppModel::setRecordingHotkey(bool on)
             released();
         }
     } else {
-        monitor.start(hotkey.get());
+        watchKey();
     }
 }
 
@@ -181,8 +198,8 @@ void AppModel::setHotkey(const Hotkey& chosen)
 {
     changeHotkey(chosen);
     preferences.setHotkey(chosen);
-    if (!recording.get() && !monitor.isRunning()) {
-        monitor.start(chosen);
+    if (!monitor.isRunning()) {
+        watchKey();
     }
 }
 

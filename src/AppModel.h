@@ -21,8 +21,8 @@
 namespace vorlin {
 
 /// The one application-wide object: owns the dictation, the engine catalog, the hotkey monitor,
-/// the overlay and the text inserter, wires them together, and follows the two permissions. Main
-/// loop.
+/// the overlay and the text inserter, wires them together, and follows the two permissions. While
+/// the person is away (`Session`) no dictation runs and the key is not watched. Main loop.
 class AppModel {
 public:
     /// Builds and wires everything, asks for missing permissions and starts watching the key.
@@ -72,6 +72,7 @@ public:
 private:
     void wireDictation();
     void wireMonitor();
+    void watchKey();
     void pressed();
     void released();
     void changeHotkey(const Hotkey& chosen);
@@ -89,6 +90,7 @@ private:
     TimePoint finishingSince;
     Subscription phaseChanges;
     Subscription settingChanges;
+    Subscription sessionChanges;
     /// Until the permissions are read again.
     Timer timer;
     Lifetime lifetime;

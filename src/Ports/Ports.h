@@ -22,6 +22,7 @@ class Pasteboard;
 class Permissions;
 class Random;
 class Screens;
+class Session;
 class Sounds;
 class SpeechAnalyzers;
 class StatusItem;
@@ -45,6 +46,7 @@ struct Ports {
     /// What the program noticed by itself: a store of its own.
     Defaults& state;
     Permissions& permissions;
+    const Session& session;
     Sounds& sounds;
     const Locale& locale;
     MLModels& mlModels;

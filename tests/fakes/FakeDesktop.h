@@ -6,6 +6,7 @@
 #include "Ports/KeyPoster.h"
 #include "Ports/Locale.h"
 #include "Ports/Permissions.h"
+#include "Ports/Session.h"
 #include "Ports/Sounds.h"
 
 #include <functional>
@@ -98,6 +99,12 @@ public:
     bool isKeyboardSecured() const override { return keyboardSecured; }
     void promptForTrust() override { ++trustPrompts; }
     void requestMicrophone() override { ++microphoneRequests; }
+};
+
+class FakeSession final : public Session {
+public:
+    /// The person goes, or comes back.
+    using Session::setAway;
 };
 
 class FakeSounds final : public Sounds {

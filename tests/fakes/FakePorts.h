@@ -34,6 +34,7 @@ struct FakePorts {
     FakeDefaults defaults;
     FakeDefaults state;
     FakePermissions permissions;
+    FakeSession session;
     FakeSounds sounds;
     FakeLocale locale;
     FakeMLModels mlModels{loop};
@@ -66,6 +67,7 @@ struct FakePorts {
             .defaults = defaults,
             .state = state,
             .permissions = permissions,
+            .session = session,
             .sounds = sounds,
             .locale = locale,
             .mlModels = mlModels,

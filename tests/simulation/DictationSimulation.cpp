@@ -65,6 +65,7 @@ public:
         case 11: changeOverlaySetting(); break;
         case 12: changeScreens(); break;
         case 13: editHotkey(); break;
+        case 14: desktop.session.setAway(chance(30)); break;
         default: desktop.loop.advance(std::chrono::milliseconds(below(1200))); break;
         }
         if (chance(50)) {
@@ -77,6 +78,7 @@ public:
     void rest()
     {
         desktop.permissions.trusted = true;
+        desktop.session.setAway(false);
         desktop.loop.advance(2s);
         desktop.defaults.values["recordMode"] = "hold";
         desktop.analyzers.finishesAtOnce = true;

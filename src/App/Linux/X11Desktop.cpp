@@ -40,6 +40,7 @@ Ports X11Desktop::ports()
         .defaults = services.defaults,
         .state = services.state,
         .permissions = permissions,
+        .session = session,
         .sounds = services.sounds,
         .locale = services.locale,
         .mlModels = services.mlModels,

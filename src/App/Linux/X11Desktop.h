@@ -13,6 +13,7 @@
 #include "Platform/Linux/Pasteboard/X11Pasteboard.h"
 #include "Platform/Linux/Tray/TrayStatusItem.h"
 #include "Platform/Linux/Workspace/LinuxWorkspace.h"
+#include "Platform/Shared/NobodyAway.h"
 #include "Ports/Ports.h"
 #include "UI/FolderDialog.h"
 
@@ -45,6 +46,7 @@ private:
     X11FocusedProgram focusedProgram;
     X11Pasteboard pasteboard;
     LinuxPermissions permissions;
+    NobodyAway session;
     X11Screens screens;
     X11OverlayPanel overlayPanel;
     TrayStatusItem statusItem;

@@ -41,6 +41,7 @@ Ports MacDesktop::ports()
         .defaults = defaults,
         .state = state,
         .permissions = permissions,
+        .session = session,
         .sounds = sounds,
         .locale = locale,
         .mlModels = mlModels,

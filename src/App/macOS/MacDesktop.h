@@ -21,6 +21,7 @@
 #include "Platform/macOS/MacPasteboard.h"
 #include "Platform/macOS/MacPermissions.h"
 #include "Platform/macOS/MacScreens.h"
+#include "Platform/macOS/MacSession.h"
 #include "Platform/macOS/MacSounds.h"
 #include "Platform/macOS/MacStatusItem.h"
 #include "Platform/macOS/MacWorkspace.h"
@@ -55,6 +56,7 @@ public:
     MacLocale locale;
     MacLoginItem loginItem;
     MacPermissions permissions;
+    MacSession session;
     MacAudioInput audioInput;
     MacAudioConverters audioConverters;
     MacSounds sounds;

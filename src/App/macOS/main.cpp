@@ -3,7 +3,6 @@
 #include "App/macOS/MacDesktop.h"
 #include "App/macOS/MacOverlay.h"
 #include "Platform/macOS/MacApplication.h"
-#include "Platform/macOS/MacSession.h"
 #include "Platform/macOS/MacSettingsWindow.h"
 #include "VorlinApp.h"
 
@@ -37,7 +36,6 @@ int main(int /*argc*/, char* argv[])
     AppModel& model = app.model();
     openSettings = [&app] { app.settings.open(); };
     desktop.permissions.onMicrophoneAnswer = [&model] { model.refreshPermissions(); };
-    const MacSession session([&model] { model.dictation.cancel(); });
     SettingsOpener settings(
         app.settings, model, desktop.ports(), buildFacts(),
         {.isDark = [&desktop] { return desktop.appearance.isDark(); },

@@ -1,23 +1,24 @@
 #pragma once
 
-#include <functional>
+#include "Ports/Session.h"
+
 #include <memory>
 
 namespace vorlin {
 
-/// Tells when the person turns away from the machine: it goes to sleep, or their session gives way
-/// to another person's. That the screen is locked is told by no documented means. Main thread.
-class MacSession {
+/// Away while the machine sleeps and while another person's session is in front. That the screen
+/// is locked is told by no documented means. Main thread.
+class MacSession final : public Session {
 public:
-    /// `onAway` is called within the system's notification, so that what it does is done before
-    /// the machine sleeps.
-    explicit MacSession(std::function<void()> onAway);
-    MacSession(const MacSession&) = delete;
-    MacSession& operator=(const MacSession&) = delete;
-    ~MacSession();
+    MacSession();
+    ~MacSession() override;
 
 private:
     struct Observers;
+    void follow();
+
+    bool asleep = false;
+    bool behind = false;
     std::unique_ptr<Observers> observers;
 };
 

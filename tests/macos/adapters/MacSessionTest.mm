@@ -17,43 +17,75 @@ NSNotificationCenter* ofTheMachine()
     return NSWorkspace.sharedWorkspace.notificationCenter;
 }
 
-TEST(MacSessionTest, listensToTheWorkspaceAndNotToTheProgramForSleepAndForAnotherPersonsSession)
+void tell(NSNotificationName name)
 {
-    const MacSession session([] {});
+    standins::post(ofTheMachine(), name);
+}
+
+TEST(MacSessionTest, listensToTheWorkspaceAndNotToTheProgram)
+{
+    const MacSession session;
     const std::string listens =
         "-[StandInWorkspaceCenter addObserverForName:object:queue:usingBlock:] ";
     EXPECT_EQ(standins::taken(),
               (Calls{listens + "NSWorkspaceWillSleepNotification nil nil",
-                     listens + "NSWorkspaceSessionDidResignActiveNotification nil nil"}));
+                     listens + "NSWorkspaceDidWakeNotification nil nil",
+                     listens + "NSWorkspaceSessionDidResignActiveNotification nil nil",
+                     listens + "NSWorkspaceSessionDidBecomeActiveNotification nil nil"}));
+    EXPECT_FALSE(session.isAway().get());
 }
 
-TEST(MacSessionTest, tellsOfSleepAndOfAnotherPersonsSessionWithinTheNotification)
+TEST(MacSessionTest, isAwayFromSleepToWakingWithinTheNotifications)
 {
-    int aways = 0;
-    const MacSession session([&aways] { ++aways; });
-    standins::post(ofTheMachine(), NSWorkspaceWillSleepNotification);
-    EXPECT_EQ(aways, 1);
-    standins::post(ofTheMachine(), NSWorkspaceSessionDidResignActiveNotification);
-    EXPECT_EQ(aways, 2);
-    standins::post(ofTheMachine(), NSWorkspaceAccessibilityDisplayOptionsDidChangeNotification);
-    EXPECT_EQ(aways, 2);
+    const MacSession session;
+    std::vector<bool> told;
+    const auto watch = session.isAway().observe([&told](bool away) { told.push_back(away); });
+    tell(NSWorkspaceWillSleepNotification);
+    EXPECT_EQ(told, std::vector{true});
+    tell(NSWorkspaceAccessibilityDisplayOptionsDidChangeNotification);
+    tell(NSWorkspaceSessionDidBecomeActiveNotification);
+    EXPECT_EQ(told, std::vector{true}) << "it still sleeps";
+    tell(NSWorkspaceDidWakeNotification);
+    EXPECT_EQ(told, (std::vector{true, false}));
 }
 
-TEST(MacSessionTest, nobodyIsToldOnceItIsGone)
+TEST(MacSessionTest, isAwayWhileAnotherPersonsSessionIsInFront)
+{
+    const MacSession session;
+    tell(NSWorkspaceSessionDidResignActiveNotification);
+    EXPECT_TRUE(session.isAway().get());
+    tell(NSWorkspaceDidWakeNotification);
+    EXPECT_TRUE(session.isAway().get()) << "that person has woken it";
+    tell(NSWorkspaceSessionDidBecomeActiveNotification);
+    EXPECT_FALSE(session.isAway().get());
+}
+
+TEST(MacSessionTest, comesBackOnlyOnceItIsAwakeAndInFront)
+{
+    const MacSession session;
+    tell(NSWorkspaceSessionDidResignActiveNotification);
+    tell(NSWorkspaceWillSleepNotification);
+    tell(NSWorkspaceSessionDidBecomeActiveNotification);
+    EXPECT_TRUE(session.isAway().get());
+    tell(NSWorkspaceDidWakeNotification);
+    EXPECT_FALSE(session.isAway().get());
+}
+
+TEST(MacSessionTest, leavesNothingBehind)
 {
     const NSUInteger before = standins::observers(ofTheMachine());
-    int aways = 0;
     {
-        const MacSession session([&aways] { ++aways; });
-        EXPECT_EQ(standins::observers(ofTheMachine()), before + 2);
+        const MacSession session;
+        EXPECT_EQ(standins::observers(ofTheMachine()), before + 4);
         standins::taken();
     }
     const std::string leaves = "-[StandInWorkspaceCenter removeObserver:] ";
-    EXPECT_EQ(standins::taken(), (Calls{leaves + "NSWorkspaceSessionDidResignActiveNotification",
+    EXPECT_EQ(standins::taken(), (Calls{leaves + "NSWorkspaceSessionDidBecomeActiveNotification",
+                                        leaves + "NSWorkspaceSessionDidResignActiveNotification",
+                                        leaves + "NSWorkspaceDidWakeNotification",
                                         leaves + "NSWorkspaceWillSleepNotification"}));
     EXPECT_EQ(standins::observers(ofTheMachine()), before);
-    standins::post(ofTheMachine(), NSWorkspaceWillSleepNotification);
-    EXPECT_EQ(aways, 0);
+    tell(NSWorkspaceWillSleepNotification);
 }
 
 } // namespace

@@ -3,6 +3,9 @@
 #include "Described.h"
 
 NSNotificationName NSWorkspaceWillSleepNotification = @"NSWorkspaceWillSleepNotification";
+NSNotificationName NSWorkspaceDidWakeNotification = @"NSWorkspaceDidWakeNotification";
+NSNotificationName NSWorkspaceSessionDidBecomeActiveNotification =
+    @"NSWorkspaceSessionDidBecomeActiveNotification";
 NSNotificationName NSWorkspaceSessionDidResignActiveNotification =
     @"NSWorkspaceSessionDidResignActiveNotification";
 NSNotificationName NSWorkspaceAccessibilityDisplayOptionsDidChangeNotification =

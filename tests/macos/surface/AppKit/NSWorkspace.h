@@ -8,6 +8,12 @@ NS_ASSUME_NONNULL_BEGIN
 // appkit/nsworkspace/willsleepnotification: "A notification that the workspace posts before the
 // device goes to sleep."
 APPKIT_EXTERN NSNotificationName NSWorkspaceWillSleepNotification;
+// appkit/nsworkspace/didwakenotification: "A notification that the workspace posts when the device
+// wakes from sleep."
+APPKIT_EXTERN NSNotificationName NSWorkspaceDidWakeNotification;
+// appkit/nsworkspace/sessiondidbecomeactivenotification: "A notification that the workspace posts
+// after a user session switches in."
+APPKIT_EXTERN NSNotificationName NSWorkspaceSessionDidBecomeActiveNotification;
 // appkit/nsworkspace/sessiondidresignactivenotification: "A notification that the workspace posts
 // before a user session switches out."
 APPKIT_EXTERN NSNotificationName NSWorkspaceSessionDidResignActiveNotification;
