@@ -1,8 +1,10 @@
 #include "InProcessModels.h"
 
+#include "Async/Stop.h"
 #include "MIL/Model.h"
 
 #include <cstring>
+#include <stop_token>
 #include <utility>
 
 namespace vorlin {
@@ -39,7 +41,7 @@ public:
     bool isLost() const override { return false; }
 
     Completion<MLFeatures> predict(const MLFeatures& inputs, WorkPriority /*priority*/,
-                                   std::stop_token stop) override
+                                   StopToken stop) override
     {
         std::vector<mil::NamedInput> named;
         for (const auto& [name, array] : inputs) {
@@ -52,7 +54,9 @@ public:
             named.push_back({name, {{type, shape}, array.data()}});
         }
         MLFeatures outputs;
-        for (const auto& output : model.predict(named, stop)) {
+        std::stop_source stopping;
+        const StopCallback whenStopped(stop, [&stopping] { stopping.request_stop(); });
+        for (const auto& output : model.predict(named, stopping.get_token())) {
             MultiArray array(portType(output.type.element),
                              {output.type.shape.begin(), output.type.shape.end()});
             std::memcpy(array.data(), output.bytes.data(), output.bytes.size());

@@ -16,7 +16,7 @@ public:
     bool isLost() const override { return model->isLost(); }
 
     Completion<MLFeatures> predict(const MLFeatures& inputs, WorkPriority priority,
-                                   std::stop_token stop) override
+                                   StopToken stop) override
     {
         owner.inBackground = priority == WorkPriority::background;
         const auto start = std::chrono::steady_clock::now();

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "Async/Completion.h"
+#include "Async/Stop.h"
 
 #include <filesystem>
 #include <functional>
 #include <stdexcept>
-#include <stop_token>
 #include <string>
 
 namespace vorlin {
@@ -32,7 +32,7 @@ public:
     /// Returns at once. Main loop.
     virtual Completion<Done> download(const std::string& repository,
                                       const std::filesystem::path& folder, OnProgress onProgress,
-                                      std::stop_token stop) = 0;
+                                      StopToken stop) = 0;
 };
 
 } // namespace vorlin

@@ -5,7 +5,7 @@ namespace vorlin {
 EngineOperations::~EngineOperations()
 {
     for (auto& [id, stop] : downloads) {
-        stop.request_stop();
+        stop.requestStop();
     }
 }
 
@@ -26,9 +26,9 @@ void EngineOperations::forget(const std::string& id)
     tickets.erase(id);
 }
 
-std::stop_token EngineOperations::beginDownload(const std::string& id)
+StopToken EngineOperations::beginDownload(const std::string& id)
 {
-    return downloads[id].get_token();
+    return downloads[id].token();
 }
 
 bool EngineOperations::isDownloading(const std::string& id) const
@@ -44,7 +44,7 @@ void EngineOperations::endDownload(const std::string& id)
 void EngineOperations::cancelDownload(const std::string& id)
 {
     if (auto download = downloads.extract(id)) {
-        download.mapped().request_stop();
+        download.mapped().requestStop();
     }
 }
 

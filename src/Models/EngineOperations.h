@@ -1,10 +1,10 @@
 #pragma once
 
+#include "Async/Stop.h"
 #include "Models/FolderTurns.h"
 
 #include <cstdint>
 #include <map>
-#include <stop_token>
 #include <string>
 
 namespace vorlin {
@@ -29,7 +29,7 @@ public:
     void forget(const std::string& id);
 
     /// From now on the engine counts as being downloaded. The result asks the download to end.
-    std::stop_token beginDownload(const std::string& id);
+    StopToken beginDownload(const std::string& id);
     bool isDownloading(const std::string& id) const;
     void endDownload(const std::string& id);
     /// Asks the download to end, if there is one; it does not count as running any more.
@@ -41,7 +41,7 @@ public:
 private:
     std::map<std::string, Ticket> tickets;
     Ticket lastTicket = 0;
-    std::map<std::string, std::stop_source> downloads;
+    std::map<std::string, StopSource> downloads;
 };
 
 } // namespace vorlin

@@ -14,7 +14,7 @@ HubDownloads::~HubDownloads()
 
 Completion<Done> HubDownloads::download(const std::string& repository,
                                         const std::filesystem::path& folder, OnProgress onProgress,
-                                        std::stop_token stop)
+                                        StopToken stop)
 {
     Completion<Done> ended;
     auto download = std::make_shared<HubDownload>(needs, repository, folder, std::move(onProgress));
@@ -24,12 +24,12 @@ Completion<Done> HubDownloads::download(const std::string& repository,
     return ended;
 }
 
-Task<void> HubDownloads::follow(std::shared_ptr<HubDownload> download, std::stop_token stop,
+Task<void> HubDownloads::follow(std::shared_ptr<HubDownload> download, StopToken stop,
                                 Completer<Done> ended)
 {
     std::exception_ptr failure;
     try {
-        const std::stop_callback cancel(stop, [&download] { download->cancel(); });
+        const StopCallback cancel(stop, [&download] { download->cancel(); });
         auto all = download->run();
         co_await std::move(all);
     } catch (...) {

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "Async/Lifetime.h"
+#include "Async/Stop.h"
 #include "Models/Downloads.h"
 #include "Models/HubDownload.h"
 
 #include <memory>
 #include <set>
-#include <stop_token>
 #include <string>
 
 namespace vorlin {
@@ -22,11 +22,10 @@ public:
     ~HubDownloads() override;
 
     Completion<Done> download(const std::string& repository, const std::filesystem::path& folder,
-                              OnProgress onProgress, std::stop_token stop) override;
+                              OnProgress onProgress, StopToken stop) override;
 
 private:
-    Task<void> follow(std::shared_ptr<HubDownload> download, std::stop_token stop,
-                      Completer<Done> ended);
+    Task<void> follow(std::shared_ptr<HubDownload> download, StopToken stop, Completer<Done> ended);
 
     const HubDownload::Needs needs;
     std::set<std::shared_ptr<HubDownload>> running;

@@ -3,6 +3,7 @@
 #include "Async/Lifetime.h"
 #include "Async/MainLoop.h"
 #include "Async/Published.h"
+#include "Async/Stop.h"
 #include "Async/Task.h"
 #include "Engine.h"
 #include "Models/Downloads.h"
@@ -18,7 +19,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <stop_token>
 #include <string>
 #include <variant>
 #include <vector>
@@ -132,7 +132,7 @@ private:
     void beginInstall(const std::string& id, const std::string& repository,
                       const std::filesystem::path& modelFolder);
     Task<void> transfer(std::string id, std::string repository, std::filesystem::path modelFolder,
-                        Ticket ticket, std::stop_token stop);
+                        Ticket ticket, StopToken stop);
     Downloads::OnProgress progressFor(const std::string& id, Ticket ticket);
     void progressed(const std::string& id, Ticket ticket, double fraction);
     void transferred(const std::string& id, const std::filesystem::path& modelFolder,

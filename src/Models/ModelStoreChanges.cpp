@@ -55,7 +55,7 @@ void ModelStore::install(const Engine& engine)
 void ModelStore::beginInstall(const std::string& id, const std::string& repository,
                               const std::filesystem::path& modelFolder)
 {
-    const std::stop_token stop = operations.beginDownload(id);
+    const StopToken stop = operations.beginDownload(id);
     const Ticket ticket = operations.begin(id);
     const bool wasUnknown = !states.get().contains(id);
     lastError.set(std::nullopt);
@@ -71,13 +71,12 @@ void ModelStore::beginInstall(const std::string& id, const std::string& reposito
 }
 
 Task<void> ModelStore::transfer(std::string id, std::string repository,
-                                std::filesystem::path modelFolder, Ticket ticket,
-                                std::stop_token stop)
+                                std::filesystem::path modelFolder, Ticket ticket, StopToken stop)
 {
     std::optional<std::string> failure;
     bool complete = false;
     try {
-        if (!stop.stop_requested()) {
+        if (!stop.stopRequested()) {
             const auto arrival =
                 needs.downloads.download(repository, modelFolder, progressFor(id, ticket), stop);
             co_await arrival;

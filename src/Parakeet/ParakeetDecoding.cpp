@@ -145,7 +145,7 @@ Task<std::vector<std::int64_t>> greedyTDT(const MultiArray& encoder, std::int64_
         std::int64_t advance = 0;
         int emitted = 0;
         for (int steps = 0; advance < 1; ++steps) {
-            if (options.stop.stop_requested()) {
+            if (options.stop.stopRequested()) {
                 throw MLStopped();
             }
             if (steps == mostStepsOnOneFrame) {

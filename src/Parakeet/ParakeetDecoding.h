@@ -1,11 +1,11 @@
 #pragma once
 
+#include "Async/Stop.h"
 #include "Async/Task.h"
 #include "Parakeet/ParakeetLoaded.h"
 #include "Ports/MLModel.h"
 
 #include <cstdint>
-#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -14,7 +14,7 @@ namespace vorlin {
 /// How one utterance's predictions run.
 struct PredictOptions {
     WorkPriority priority = WorkPriority::normal;
-    std::stop_token stop;
+    StopToken stop;
 };
 
 /// The text of one utterance: mono samples at 16 kHz, of which the first 240000 count. Runs no

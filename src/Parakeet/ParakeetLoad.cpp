@@ -57,7 +57,7 @@ void ParakeetLoad::giveUp(std::exception_ptr failure)
 
 bool ParakeetLoad::hasDictation() const
 {
-    return !std::ranges::all_of(dictations, &std::stop_token::stop_requested);
+    return !std::ranges::all_of(dictations, &StopToken::stopRequested);
 }
 
 std::shared_ptr<const ParakeetLoad::Attempt> ParakeetLoad::attempt(WorkPriority wanted,

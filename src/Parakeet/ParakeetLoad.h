@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Async/Completion.h"
+#include "Async/Stop.h"
 #include "Parakeet/ParakeetRuntime.h"
 
 #include <atomic>
@@ -10,7 +11,6 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <stop_token>
 #include <vector>
 
 namespace vorlin {
@@ -50,7 +50,7 @@ public:
     void giveUp(std::exception_ptr failure);
 
     /// A dictation wants the models, until `stop` is requested.
-    void addDictation(std::stop_token stop) { dictations.push_back(std::move(stop)); }
+    void addDictation(StopToken stop) { dictations.push_back(std::move(stop)); }
     bool hasDictation() const;
 
     /// Notes that the models are to come with this priority. Returns the attempt that must be
@@ -70,7 +70,7 @@ private:
     void end(const Attempt& attempt);
 
     std::optional<Completer<Models>> waiting;
-    std::vector<std::stop_token> dictations;
+    std::vector<StopToken> dictations;
     /// At what priority the newest attempt was begun, while it is under way.
     std::optional<WorkPriority> begun;
     TimePoint begunAt;

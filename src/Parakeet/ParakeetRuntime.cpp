@@ -29,8 +29,7 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
 
     /// Somebody wants the models of `directory`. A load of them under way hurries for a
     /// dictation; one of another folder makes room, unless a dictation waits for it.
-    void want(const std::filesystem::path& directory, WorkPriority priority,
-              const std::stop_token& stop)
+    void want(const std::filesystem::path& directory, WorkPriority priority, const StopToken& stop)
     {
         const auto load = loading.lock();
         if (!load) {
@@ -54,7 +53,7 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
 
     /// The loaded models of `directory`. Under the hold of `oneAtATime`.
     Task<std::shared_ptr<Loaded>> modelsAt(std::filesystem::path directory, WorkPriority priority,
-                                           std::stop_token stop)
+                                           StopToken stop)
     {
         if (loaded && loaded->directory == directory && !loaded->isLost()) {
             co_return loaded;
@@ -67,7 +66,7 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
 
     /// Has the models of `directory` loaded, and looks after that.
     Completion<ParakeetLoad::Models> arrivalAt(const std::filesystem::path& directory,
-                                               WorkPriority priority, std::stop_token stop)
+                                               WorkPriority priority, StopToken stop)
     {
         const auto load = loadOf(directory);
         loading = load;
@@ -220,12 +219,12 @@ Executor& ParakeetRuntime::executor()
 
 Task<std::string> ParakeetRuntime::transcribe(std::vector<float> utterance,
                                               std::filesystem::path directory,
-                                              WorkPriority priority, std::stop_token stop)
+                                              WorkPriority priority, StopToken stop)
 {
     const auto held = state;
     held->want(directory, priority, stop);
     const auto hold = co_await held->oneAtATime.lock();
-    if (stop.stop_requested()) {
+    if (stop.stopRequested()) {
         throw MLStopped();
     }
     const auto models = co_await held->modelsAt(std::move(directory), priority, stop);
@@ -243,11 +242,11 @@ Task<std::string> ParakeetRuntime::transcribe(std::vector<float> utterance,
 }
 
 void ParakeetRuntime::warm(const std::filesystem::path& directory, WorkPriority priority,
-                           std::stop_token stop)
+                           StopToken stop)
 {
     spawn(state->executor,
           [](std::shared_ptr<State> held, std::filesystem::path at, WorkPriority wanted,
-             std::stop_token until) -> Task<void> {
+             StopToken until) -> Task<void> {
               const auto number = ++held->warmUps;
               held->want(at, wanted, until);
               const auto hold = co_await held->oneAtATime.lock();

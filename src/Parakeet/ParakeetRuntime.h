@@ -2,6 +2,7 @@
 
 #include "Async/Executor.h"
 #include "Async/MainLoop.h"
+#include "Async/Stop.h"
 #include "Async/Task.h"
 #include "Ports/Folders.h"
 #include "Ports/MLModel.h"
@@ -9,7 +10,6 @@
 
 #include <filesystem>
 #include <memory>
-#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -45,13 +45,13 @@ public:
     /// dropped. Loads the models of `directory` if they are not the loaded ones. Fails with
     /// `MLStopped` soon after `stop`, but lets a load go on; else with what is wrong in one line.
     Task<std::string> transcribe(std::vector<float> utterance, std::filesystem::path directory,
-                                 WorkPriority priority, std::stop_token stop);
+                                 WorkPriority priority, StopToken stop);
 
     /// Loads the models of `directory` ahead of their first use, unless another folder is warmed
     /// before its turn has come; failures are ignored, since the first use will meet them again.
     /// `priority` is normal when a dictation waits for them until `stop` is requested. Any
     /// thread; returns at once.
-    void warm(const std::filesystem::path& directory, WorkPriority priority, std::stop_token stop);
+    void warm(const std::filesystem::path& directory, WorkPriority priority, StopToken stop);
 
     /// Drops the loaded models once nothing uses them, and those being loaded if nobody waits for
     /// them. Any thread; returns at once.

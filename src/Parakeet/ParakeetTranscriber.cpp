@@ -1,10 +1,10 @@
 #include "Parakeet/ParakeetTranscriber.h"
 
+#include "Async/Stop.h"
 #include "Async/Stream.h"
 #include "Parakeet/Segmenter.h"
 
 #include <mutex>
-#include <stop_token>
 #include <utility>
 #include <vector>
 
@@ -36,7 +36,7 @@ struct ParakeetTranscriber::State {
 
     void emit(Segmenter::Samples utterance)
     {
-        if (cancelled.stop_requested()) {
+        if (cancelled.stopRequested()) {
             return;
         }
         const auto draft = [this] {
@@ -44,7 +44,7 @@ struct ParakeetTranscriber::State {
             ++queued;
             return runningDraft;
         }();
-        draft.request_stop();
+        draft.requestStop();
         stream.yield(std::move(utterance));
     }
 
@@ -63,7 +63,7 @@ struct ParakeetTranscriber::State {
             sleeper = std::exchange(drafter, std::nullopt);
             return runningDraft;
         }();
-        draft.request_stop();
+        draft.requestStop();
         if (sleeper) {
             sleeper->wakes.complete({});
         }
@@ -97,14 +97,14 @@ struct ParakeetTranscriber::State {
 
     /// Permission for a draft, as long as the result is not asked to stop; none while final
     /// transcriptions wait.
-    std::optional<std::stop_token> beginDraft()
+    std::optional<StopToken> beginDraft()
     {
         const std::scoped_lock guard(lock);
         if (queued != 0 || stopped) {
             return std::nullopt;
         }
-        runningDraft = std::stop_source();
-        return runningDraft.get_token();
+        runningDraft = StopSource();
+        return runningDraft.token();
     }
 
     bool isStopped() const
@@ -131,7 +131,7 @@ struct ParakeetTranscriber::State {
     Segmenter segmenter;
     Stream<Segmenter::Samples> stream;
     /// Ends the consumer without a result.
-    std::stop_source cancelled;
+    StopSource cancelled;
     Completion<std::string> result;
     bool prepared = false;
 
@@ -144,14 +144,14 @@ struct ParakeetTranscriber::State {
     /// The drafter between two drafts.
     std::optional<Sleeper> drafter;
     std::optional<std::string> failure;
-    std::stop_source runningDraft{std::nostopstate};
+    StopSource runningDraft;
 };
 
 /// Transcribes the utterances in order.
 Task<void> ParakeetTranscriber::State::consume(std::shared_ptr<State> state,
                                                Completer<std::string> result)
 {
-    const auto cancelled = state->cancelled.get_token();
+    const auto cancelled = state->cancelled.token();
     while (auto utterance = co_await state->stream.next()) {
         std::string text;
         try {
@@ -162,7 +162,7 @@ Task<void> ParakeetTranscriber::State::consume(std::shared_ptr<State> state,
             state->failure = error.what();
         }
         const std::string running = state->settle(text);
-        if (!text.empty() && state->onText && !cancelled.stop_requested()) {
+        if (!text.empty() && state->onText && !cancelled.stopRequested()) {
             state->onText(running);
         }
     }
@@ -229,7 +229,7 @@ std::optional<std::string> ParakeetTranscriber::failure() const
 Task<void> ParakeetTranscriber::prepare()
 {
     state->prepared = true;
-    state->runtime->warm(state->directory, WorkPriority::normal, state->cancelled.get_token());
+    state->runtime->warm(state->directory, WorkPriority::normal, state->cancelled.token());
     spawn(state->runtime->executor(), State::consume(state, state->result.completer()));
     spawn(state->runtime->executor(), State::runDrafts(state));
     co_return;
@@ -263,7 +263,7 @@ int ParakeetTranscriber::queued() const
 void ParakeetTranscriber::cancel()
 {
     state->stop();
-    state->cancelled.request_stop();
+    state->cancelled.requestStop();
     state->stream.finish();
 }
 

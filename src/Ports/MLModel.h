@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Async/Completion.h"
+#include "Async/Stop.h"
 #include "Ports/MultiArray.h"
 #include "Ports/Workers.h"
 
@@ -11,7 +12,6 @@
 #include <memory>
 #include <optional>
 #include <stdexcept>
-#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -79,7 +79,7 @@ public:
     /// `MLStopped` soon after `stop` is requested, `MLModelLost`, or another
     /// `std::runtime_error` when the inputs do not fit.
     virtual Completion<MLFeatures> predict(const MLFeatures& inputs, WorkPriority priority,
-                                           std::stop_token stop) = 0;
+                                           StopToken stop) = 0;
 };
 
 /// How a model is loaded.

@@ -254,12 +254,13 @@ public:
     TwoThreads()
     {
         for (int i = 0; i < 2; ++i) {
-            threads.emplace_back([this](const std::stop_token& stop) {
+            threads.emplace_back([this] {
                 while (true) {
                     Work next;
                     {
                         std::unique_lock guard(lock);
-                        if (!ready.wait(guard, stop, [this] { return !queue.empty(); })) {
+                        ready.wait(guard, [this] { return ending || !queue.empty(); });
+                        if (queue.empty()) {
                             return;
                         }
                         next = std::move(queue.front());
@@ -268,6 +269,19 @@ public:
                     next();
                 }
             });
+        }
+    }
+    TwoThreads(const TwoThreads&) = delete;
+    TwoThreads& operator=(const TwoThreads&) = delete;
+    ~TwoThreads() override
+    {
+        {
+            const std::scoped_lock guard(lock);
+            ending = true;
+        }
+        ready.notify_all();
+        for (auto& thread : threads) {
+            thread.join();
         }
     }
     void post(Work work) override
@@ -279,9 +293,10 @@ public:
 
 private:
     std::mutex lock;
-    std::condition_variable_any ready;
+    std::condition_variable ready;
     std::deque<Work> queue;
-    std::vector<std::jthread> threads;
+    bool ending = false;
+    std::vector<std::thread> threads;
 };
 
 TEST(SerialExecutor, runsOneAtATimeInOrderOnManyThreads)

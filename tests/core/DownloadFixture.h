@@ -78,7 +78,7 @@ protected:
         /// "running", "complete", "cancelled", or the line of the failure.
         std::string end = "running";
         std::vector<double> progress;
-        std::stop_source stop;
+        StopSource stop;
     };
 
     /// Begins a download.
@@ -90,9 +90,9 @@ protected:
             EXPECT_EQ(outcome->end, "running");
             outcome->progress.push_back(share);
         };
-        spawn(loop, await(downloads->download(from, folder, std::move(onProgress),
-                                              outcome->stop.get_token()),
-                          outcome));
+        spawn(loop,
+              await(downloads->download(from, folder, std::move(onProgress), outcome->stop.token()),
+                    outcome));
         return outcome;
     }
     /// The outcome of a download that is left alone.

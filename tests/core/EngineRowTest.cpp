@@ -122,7 +122,7 @@ TEST_F(EngineRowTest, anEngineThatIsNotInstalledIsDownloadedAndCancelled)
     ASSERT_EQ(texts(loading.commands), (Names{"Cancel download"}));
     EXPECT_EQ(loading.commands[0].symbol, "xmark.circle.fill");
     loading.commands[0].press();
-    EXPECT_TRUE(downloads.last().stop.stop_requested());
+    EXPECT_TRUE(downloads.last().stop.stopRequested());
     EXPECT_EQ(texts(control("parakeetRedux").commands), (Names{"Download"}));
     EXPECT_EQ(store->lastError.get(), std::nullopt);
     FakeDownloads::endCancelled(downloads.last());

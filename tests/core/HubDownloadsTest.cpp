@@ -193,7 +193,7 @@ TEST_F(HubDownloadsTest, cancellingEndsAllAtOnceWheneverItComes)
         const auto outcome = begin();
         loop.advance(std::chrono::milliseconds(100 + 250 * step));
         const bool wasOver = outcome->end == "complete";
-        outcome->stop.request_stop();
+        outcome->stop.requestStop();
         loop.runReady();
         EXPECT_EQ(outcome->end, wasOver ? "complete" : "cancelled") << step;
         EXPECT_THAT(disk.partial, IsEmpty());
@@ -208,7 +208,7 @@ TEST_F(HubDownloadsTest, cancellingWhileAFileWaitsForItsNextAttemptEndsAtOnce)
     const auto outcome = begin();
     loop.advance(std::chrono::milliseconds(500));
     EXPECT_EQ(outcome->end, "running");
-    outcome->stop.request_stop();
+    outcome->stop.requestStop();
     loop.runReady();
     EXPECT_EQ(outcome->end, "cancelled");
 }
@@ -217,7 +217,7 @@ TEST_F(HubDownloadsTest, cancelledBeforeItStartsItTouchesNothing)
 {
     publish(model);
     const auto outcome = begin();
-    outcome->stop.request_stop();
+    outcome->stop.requestStop();
     loop.runReady();
     EXPECT_EQ(outcome->end, "cancelled");
     EXPECT_THAT(http.requests, IsEmpty());
@@ -274,7 +274,7 @@ TEST_F(HubDownloadsTest, whateverADownloadEndsOfItTakesAlongWhatAnEarlierOneLeft
     disk.partial[destination] = left;
     const auto cancelled = begin();
     loop.runReady();
-    cancelled->stop.request_stop();
+    cancelled->stop.requestStop();
     loop.runReady();
     EXPECT_EQ(cancelled->end, "cancelled");
     EXPECT_THAT(disk.partial, IsEmpty());

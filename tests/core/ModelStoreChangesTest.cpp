@@ -197,7 +197,7 @@ TEST_F(ModelStoreInstall, anEndOfTheProgramCancelsWhatRuns)
 {
     const auto stop = download().stop;
     store.reset();
-    EXPECT_TRUE(stop.stop_requested());
+    EXPECT_TRUE(stop.stopRequested());
     FakeDownloads::endCancelled(downloads.last());
     loop.runReady();
 }
@@ -233,7 +233,7 @@ TEST_F(ModelStoreRemove, theSelectedEngineWhileItDownloads)
     store->select("parakeetUltra");
     const auto stop = download().stop;
     store->remove(engine("parakeetUltra"));
-    EXPECT_TRUE(stop.stop_requested());
+    EXPECT_TRUE(stop.stopRequested());
     EXPECT_EQ(store->selected.get(), "apple");
     EXPECT_EQ(storedSelection(), "apple");
     EXPECT_EQ(state("parakeetUltra"), "notInstalled");

@@ -62,9 +62,8 @@ protected:
         return std::vector<float>(count, FakeParakeet::amplitude(word));
     }
 
-    std::shared_ptr<Outcome<std::string>> transcribe(std::vector<float> samples,
-                                                     const std::filesystem::path& folder,
-                                                     std::stop_token stop = {})
+    std::shared_ptr<Outcome<std::string>>
+    transcribe(std::vector<float> samples, const std::filesystem::path& folder, StopToken stop = {})
     {
         return outcomeOf(
             runtime->executor(),

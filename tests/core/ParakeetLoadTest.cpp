@@ -19,7 +19,7 @@ protected:
     }
 
     void warm(const std::filesystem::path& folder, WorkPriority priority = WorkPriority::background,
-              std::stop_token stop = {})
+              StopToken stop = {})
     {
         runtime->warm(folder, priority, std::move(stop));
         loop.runReady();
@@ -222,11 +222,11 @@ TEST_F(ParakeetLoadTest, aWarmUpGivesWayToAnotherFolderAtOnce)
 TEST_F(ParakeetLoadTest, aCancelledDictationsLoadGivesWayToAnotherFolderAtOnce)
 {
     models.hanging = {a};
-    std::stop_source dictation;
-    warm(a, WorkPriority::normal, dictation.get_token());
-    const auto cancelled = transcribe(spoken(20), a, dictation.get_token());
+    StopSource dictation;
+    warm(a, WorkPriority::normal, dictation.token());
+    const auto cancelled = transcribe(spoken(20), a, dictation.token());
     loop.advance(seconds(1));
-    dictation.request_stop();
+    dictation.requestStop();
     const auto outcome = transcribe(spoken(21), b);
     loop.advance(seconds(5));
     EXPECT_EQ(outcome->value, "w21");

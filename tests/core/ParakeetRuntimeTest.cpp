@@ -203,14 +203,14 @@ TEST_F(ParakeetRuntimeTest, modelsLostBetweenUtterancesCostNothing)
 TEST_F(ParakeetRuntimeTest, aStopEndsTheDecodingAndLetsTheNextOneIn)
 {
     models.scripts["Encoder.mlmodelc"].takes = seconds(10);
-    std::stop_source stop;
-    const auto stopped = transcribe(spoken(20), a, stop.get_token());
+    StopSource stop;
+    const auto stopped = transcribe(spoken(20), a, stop.token());
     loop.advance(seconds(1));
     models.scripts["Encoder.mlmodelc"].takes = seconds(0);
     const auto next = transcribe(spoken(21), a);
     loop.runReady();
     EXPECT_FALSE(next->done());
-    stop.request_stop();
+    stop.requestStop();
     loop.runReady();
     EXPECT_EQ(stopped->error, MLStopped().what());
     EXPECT_EQ(next->value, "w21");
@@ -218,9 +218,9 @@ TEST_F(ParakeetRuntimeTest, aStopEndsTheDecodingAndLetsTheNextOneIn)
 
 TEST_F(ParakeetRuntimeTest, aStopBeforeItsTurnRunsNoModel)
 {
-    std::stop_source stop;
-    stop.request_stop();
-    const auto stopped = transcribe(spoken(20), a, stop.get_token());
+    StopSource stop;
+    stop.requestStop();
+    const auto stopped = transcribe(spoken(20), a, stop.token());
     loop.runReady();
     EXPECT_EQ(stopped->error, MLStopped().what());
     EXPECT_TRUE(models.loads.empty());

@@ -77,7 +77,7 @@ TEST(TimerQueue, threadsMayStartTimersAndTakeThemBackWhileAnotherRunsThem)
 {
     TimerQueue queue;
     std::atomic<bool> ending = false;
-    std::jthread running([&] {
+    std::thread running([&] {
         while (!ending) {
             if (const Work work = queue.takeDue(start)) {
                 work();

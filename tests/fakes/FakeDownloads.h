@@ -17,7 +17,7 @@ public:
         std::string repository;
         std::filesystem::path folder;
         OnProgress onProgress;
-        std::stop_token stop;
+        StopToken stop;
         Completer<Done> completer;
         bool ended = false;
     };
@@ -27,7 +27,7 @@ public:
     bool collided = false;
 
     Completion<Done> download(const std::string& repository, const std::filesystem::path& folder,
-                              OnProgress onProgress, std::stop_token stop) override
+                              OnProgress onProgress, StopToken stop) override
     {
         for (const auto& each : all) {
             collided = collided || (!each->ended && each->folder == folder);

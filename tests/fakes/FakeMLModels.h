@@ -107,7 +107,7 @@ private:
         const MLSignature& signature() const override { return declared; }
         bool isLost() const override { return !lost.empty(); }
         Completion<MLFeatures> predict(const MLFeatures& inputs, WorkPriority priority,
-                                       std::stop_token stop) override
+                                       StopToken stop) override
         {
             return owner.predict(*this, inputs, priority, std::move(stop));
         }
@@ -119,7 +119,7 @@ private:
     };
 
     Completion<MLFeatures> predict(const Model& model, const MLFeatures& inputs,
-                                   WorkPriority priority, std::stop_token stop)
+                                   WorkPriority priority, StopToken stop)
     {
         predictions.push_back(model.name);
         if (keepsGiven) {
@@ -135,15 +135,14 @@ private:
         const auto id = nextId++;
         pending.emplace(id, done.completer());
         mostAtOnce = std::max(mostAtOnce, static_cast<int>(pending.size()));
-        auto stopper =
-            std::make_shared<std::stop_callback<std::function<void()>>>(stop, [this, id] {
-                if (const auto found = pending.find(id); found != pending.end()) {
-                    ++stopped;
-                    const auto completer = found->second;
-                    pending.erase(found);
-                    completer.fail(std::make_exception_ptr(MLStopped()));
-                }
-            });
+        auto stopper = std::make_shared<StopCallback>(stop, [this, id] {
+            if (const auto found = pending.find(id); found != pending.end()) {
+                ++stopped;
+                const auto completer = found->second;
+                pending.erase(found);
+                completer.fail(std::make_exception_ptr(MLStopped()));
+            }
+        });
         const auto& script = scripts[model.name];
         later(script.takes, [this, id, name = model.name, inputs, stopper] {
             if (const auto found = pending.find(id); found != pending.end()) {

@@ -70,7 +70,7 @@ protected:
     FakeDownloads::Download* running(const PlainStore::Entry& entry)
     {
         for (const auto& each : downloads.all) {
-            if (!each->ended && !each->stop.stop_requested() && each->folder == folderOf(entry)) {
+            if (!each->ended && !each->stop.stopRequested() && each->folder == folderOf(entry)) {
                 return each.get();
             }
         }
@@ -191,7 +191,7 @@ protected:
     void endOneCancelled()
     {
         for (const auto& each : downloads.all) {
-            if (each->ended || !each->stop.stop_requested()) {
+            if (each->ended || !each->stop.stopRequested()) {
                 continue;
             }
             switch (below(3)) {
@@ -359,7 +359,7 @@ protected:
     void endOneRunning()
     {
         for (const auto& each : downloads.all) {
-            if (!each->ended && !each->stop.stop_requested() && below(2) == 0) {
+            if (!each->ended && !each->stop.stopRequested() && below(2) == 0) {
                 each->onProgress(0.5);
                 if (below(2) == 0) {
                     FakeDownloads::fail(*each, "The network is down.");

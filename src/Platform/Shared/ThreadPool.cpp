@@ -5,7 +5,6 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
-#include <stop_token>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -17,13 +16,21 @@ class ThreadPool::Lane : public Executor {
 public:
     Lane(unsigned threadCount, const std::function<void()>& prepareThread)
     {
-        for (unsigned i = 0; i < threadCount; ++i) {
-            threads.emplace_back([this, prepareThread](const std::stop_token& stop) {
-                prepareThread();
-                run(stop);
-            });
+        try {
+            for (unsigned i = 0; i < threadCount; ++i) {
+                threads.emplace_back([this, prepareThread] {
+                    prepareThread();
+                    run();
+                });
+            }
+        } catch (...) { // one that cannot be made must not end the program by those that were
+            stopThreads();
+            throw;
         }
     }
+    Lane(const Lane&) = delete;
+    Lane& operator=(const Lane&) = delete;
+    ~Lane() override { stopThreads(); }
 
     void post(Work work) override
     {
@@ -39,10 +46,7 @@ public:
     /// Waits for the work that runs and drops what is queued, which may post more.
     void close()
     {
-        for (auto& thread : threads) {
-            thread.request_stop();
-        }
-        threads.clear();
+        stopThreads();
         std::deque<Work> dropped;
         do {
             dropped.clear();
@@ -53,14 +57,27 @@ public:
     }
 
 private:
-    void run(const std::stop_token& stop)
+    void stopThreads()
+    {
+        {
+            const std::scoped_lock guard(lock);
+            stopping = true;
+        }
+        ready.notify_all();
+        for (auto& thread : threads) {
+            thread.join();
+        }
+        threads.clear();
+    }
+
+    void run()
     {
         while (true) {
             Work next;
             {
                 std::unique_lock guard(lock);
-                ready.wait(guard, stop, [this] { return !queue.empty(); });
-                if (stop.stop_requested()) {
+                ready.wait(guard, [this] { return stopping || !queue.empty(); });
+                if (stopping) {
                     return;
                 }
                 next = std::move(queue.front());
@@ -71,10 +88,11 @@ private:
     }
 
     std::mutex lock;
-    std::condition_variable_any ready;
+    std::condition_variable ready;
     std::deque<Work> queue;
+    bool stopping = false;
     bool closed = false;
-    std::vector<std::jthread> threads; // last: they stop before what they use goes
+    std::vector<std::thread> threads;
 };
 
 /// A thread for each piece of work that may hang, so that it holds up nothing else. The threads

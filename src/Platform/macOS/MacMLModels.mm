@@ -30,7 +30,7 @@ public:
     const MLSignature& signature() const override { return declared; }
     bool isLost() const override { return false; }
     Completion<MLFeatures> predict(const MLFeatures& inputs, WorkPriority priority,
-                                   std::stop_token stop) override;
+                                   StopToken stop) override;
 
 private:
     std::optional<std::string> run(const MLFeatures& inputs, MLFeatures& outputs) const;
@@ -41,17 +41,17 @@ private:
 };
 
 Completion<MLFeatures> MacMLModel::predict(const MLFeatures& inputs, WorkPriority priority,
-                                           std::stop_token stop)
+                                           StopToken stop)
 {
     Completion<MLFeatures> prediction;
     const auto completer = prediction.completer();
     MLFeatures outputs;
     std::optional<std::string> reason;
-    if (!stop.stop_requested()) {
+    if (!stop.stopRequested()) {
         const Yielding scope(priority == WorkPriority::background);
         reason = run(inputs, outputs);
     }
-    if (stop.stop_requested()) {
+    if (stop.stopRequested()) {
         completer.fail(std::make_exception_ptr(MLStopped()));
     } else if (reason) {
         completer.failWith(*reason);

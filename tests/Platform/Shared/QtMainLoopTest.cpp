@@ -56,18 +56,19 @@ TEST(QtMainLoop, eachThreadsPostsKeepTheirOrderAndRunOnTheMainThread)
     QtMainLoop loop;
     std::array<std::vector<int>, 4> ran;
     bool elsewhere = false;
-    {
-        std::vector<std::jthread> threads;
-        for (auto& own : ran) {
-            threads.emplace_back([&] {
-                for (int i = 0; i < perThread; ++i) {
-                    loop.post([&, i, home = qApp->thread()] {
-                        elsewhere = elsewhere || QThread::currentThread() != home;
-                        own.push_back(i);
-                    });
-                }
-            });
-        }
+    std::vector<std::thread> threads;
+    for (auto& own : ran) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < perThread; ++i) {
+                loop.post([&, i, home = qApp->thread()] {
+                    elsewhere = elsewhere || QThread::currentThread() != home;
+                    own.push_back(i);
+                });
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
     }
     ASSERT_TRUE(runUntil([&] {
         return std::ranges::all_of(ran, [](const auto& own) { return own.size() == perThread; });
@@ -119,7 +120,7 @@ TEST(QtMainLoop, aTimerMayBeSetFromAnyThreadAndFiresOnTheMainThread)
     QtMainLoop loop;
     QThread* firedOn = nullptr;
     Timer timer;
-    std::jthread([&] {
+    std::thread([&] {
         timer = loop.startTimer(milliseconds(1), [&] { firedOn = QThread::currentThread(); });
     }).join();
     ASSERT_TRUE(runUntil([&] { return firedOn != nullptr; }));

@@ -23,7 +23,7 @@ TEST(ThreadPool, allPostedWorkRunsWhoeverPostsIt)
     constexpr std::ptrdiff_t perThread = 1000;
     std::latch done(4 * perThread);
     ThreadPool pool([] {});
-    std::vector<std::jthread> threads;
+    std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
             for (std::ptrdiff_t n = 0; n < perThread; ++n) {
@@ -32,6 +32,9 @@ TEST(ThreadPool, allPostedWorkRunsWhoeverPostsIt)
         });
     }
     done.wait();
+    for (auto& thread : threads) {
+        thread.join();
+    }
 }
 
 TEST(ThreadPool, normalWorkRunsInParallelAndNotOnThePostersThread)

@@ -115,10 +115,10 @@ protected:
     {
         std::string end;
         elsewhere([&] {
-            const auto predicted = model.predict(inputs, priority, stop.get_token());
+            const auto predicted = model.predict(inputs, priority, stop.token());
             end = failureOf(predicted);
             if (end == "done" && outputs != nullptr) {
-                *outputs = model.predict(inputs, priority, stop.get_token()).await_resume();
+                *outputs = model.predict(inputs, priority, stop.token()).await_resume();
             }
         });
         return end;
@@ -139,7 +139,7 @@ protected:
     std::unique_ptr<MacMLModels> system = std::make_unique<MacMLModels>(loop);
     MLFeatures inputs;
     MLFeatures* outputs = nullptr;
-    std::stop_source stop;
+    StopSource stop;
 };
 
 TEST_F(MacMLModelsTest, loadsABundleWithAConfigurationOfItsOwnForTheUnitsAskedFor)
@@ -369,10 +369,10 @@ TEST_F(MacMLModelsTest, eachStepThatFailsEndsThePredictionInOneLine)
 TEST_F(MacMLModelsTest, aStoppedPredictionAnswersOnceItHasEnded)
 {
     const auto model = loadedModel();
-    std::stop_source* stopping = &stop;
+    StopSource* stopping = &stop;
     models().prediction = ^id<MLFeatureProvider>(id<MLFeatureProvider>, NSError** error)
     {
-        stopping->request_stop();
+        stopping->requestStop();
         *error = failure(@"late");
         return nil;
     };
@@ -410,7 +410,7 @@ TEST_F(MacMLModelsTest, aWorkerGoesBackToTheClassItHadAndOneWithoutToTheUsual)
         qos_class_t after = QOS_CLASS_UNSPECIFIED;
         elsewhere([&] {
             pthread_set_qos_class_self_np(before, 0);
-            model->predict(inputs, WorkPriority::background, stop.get_token());
+            model->predict(inputs, WorkPriority::background, stop.token());
             after = qos_class_self();
         });
         EXPECT_EQ(after, before == initiated ? initiated : QOS_CLASS_DEFAULT);
@@ -427,7 +427,7 @@ TEST_F(MacMLModelsTest, aWorkerThatYieldsAnywayGoesOnYielding)
     elsewhere([&] {
         pthread_set_qos_class_self_np(QOS_CLASS_UTILITY, 0);
         taken();
-        model->predict(inputs, WorkPriority::background, stop.get_token());
+        model->predict(inputs, WorkPriority::background, stop.token());
     });
     EXPECT_EQ(taken().back(), utilityOn);
 }

@@ -46,7 +46,7 @@ EngineModel::~EngineModel()
 }
 
 Completion<MLFeatures> EngineModel::predict(const MLFeatures& inputs, WorkPriority priority,
-                                            std::stop_token stop)
+                                            StopToken stop)
 {
     Completion<MLFeatures> completion;
     const auto completer = completion.completer();
@@ -59,10 +59,10 @@ Completion<MLFeatures> EngineModel::predict(const MLFeatures& inputs, WorkPriori
 }
 
 MLFeatures EngineModel::compute(const MLFeatures& inputs, WorkPriority priority,
-                                const std::stop_token& stop)
+                                const StopToken& stop)
 {
     const std::scoped_lock mine(turn);
-    if (stop.stop_requested()) {
+    if (stop.stopRequested()) {
         throw MLStopped();
     }
     if (unanswered) {
@@ -82,7 +82,7 @@ MLFeatures EngineModel::compute(const MLFeatures& inputs, WorkPriority priority,
                                .outputs = outputs,
                                .inputs = std::move(arranged.tensors)},
         fresh.number());
-    const std::stop_callback stopping(stop, [this] { process->stop(id, sequence); });
+    const StopCallback stopping(stop, [this] { process->stop(id, sequence); });
     return await(outputs, stop);
 }
 
@@ -105,7 +105,7 @@ Descriptor EngineModel::makeRoom(std::uint64_t bytes)
 }
 
 /// The outputs of the request just made.
-MLFeatures EngineModel::await(std::uint64_t outputs, const std::stop_token& stop)
+MLFeatures EngineModel::await(std::uint64_t outputs, const StopToken& stop)
 {
     while (true) {
         const Reply reply = nextReply(stop);
@@ -126,7 +126,7 @@ MLFeatures EngineModel::await(std::uint64_t outputs, const std::stop_token& stop
 }
 
 /// Waits for the answer to the last request.
-Reply EngineModel::nextReply(const std::stop_token& stop)
+Reply EngineModel::nextReply(const StopToken& stop)
 {
     EnginePatience patience(process->limits.silence, process->limits.longest);
     std::chrono::milliseconds sinceStop{0};
@@ -151,7 +151,7 @@ Reply EngineModel::nextReply(const std::stop_token& stop)
         if (patience.endsAfterTick(process->processorTime())) {
             fail("The speech engine stopped responding.");
         }
-        sinceStop += stop.stop_requested() ? engineTick : std::chrono::milliseconds(0);
+        sinceStop += stop.stopRequested() ? engineTick : std::chrono::milliseconds(0);
         if (sinceStop >= process->limits.stopping) {
             throw MLStopped();
         }

@@ -21,14 +21,13 @@ public:
     const MLSignature& signature() const override { return declared; }
     bool isLost() const override { return process->ended(); }
     Completion<MLFeatures> predict(const MLFeatures& inputs, WorkPriority priority,
-                                   std::stop_token stop) override;
+                                   StopToken stop) override;
 
 private:
-    MLFeatures compute(const MLFeatures& inputs, WorkPriority priority,
-                       const std::stop_token& stop);
+    MLFeatures compute(const MLFeatures& inputs, WorkPriority priority, const StopToken& stop);
     Descriptor makeRoom(std::uint64_t bytes);
-    MLFeatures await(std::uint64_t outputs, const std::stop_token& stop);
-    engine::Reply nextReply(const std::stop_token& stop);
+    MLFeatures await(std::uint64_t outputs, const StopToken& stop);
+    engine::Reply nextReply(const StopToken& stop);
     void provide(const engine::NeedsMemoryReply& wanted, std::uint64_t outputs);
     void ask(const engine::ModelRequest& request, int attached);
     [[noreturn]] void lost();

@@ -150,7 +150,7 @@ std::unique_ptr<MLModel> EngineTest::loadFrom(const fs::path& bundle, ComputeUni
     return waitFor(models->load(bundle, {units}));
 }
 
-MLFeatures EngineTest::predict(MLModel& model, const MLFeatures& inputs, std::stop_token stop,
+MLFeatures EngineTest::predict(MLModel& model, const MLFeatures& inputs, StopToken stop,
                                WorkPriority priority)
 {
     return waitFor(model.predict(inputs, priority, std::move(stop)));
@@ -161,8 +161,7 @@ std::vector<float> EngineTest::doubled(MLModel& model)
     return floatsOf(predict(model, {{"x", floats({1, 2}, {2})}}).at("y"));
 }
 
-std::future<std::string> EngineTest::predictAside(MLModel& model, MLFeatures inputs,
-                                                  std::stop_token stop)
+std::future<std::string> EngineTest::predictAside(MLModel& model, MLFeatures inputs, StopToken stop)
 {
     return std::async(std::launch::async,
                       [&model, inputs = std::move(inputs), stop = std::move(stop)] {

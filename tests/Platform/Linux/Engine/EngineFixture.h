@@ -101,7 +101,7 @@ protected:
                                   ComputeUnits units = ComputeUnits::cpuOnly);
     std::unique_ptr<MLModel> loadFrom(const std::filesystem::path& bundle,
                                       ComputeUnits units = ComputeUnits::cpuOnly);
-    static MLFeatures predict(MLModel& model, const MLFeatures& inputs, std::stop_token stop = {},
+    static MLFeatures predict(MLModel& model, const MLFeatures& inputs, StopToken stop = {},
                               WorkPriority priority = WorkPriority::normal);
     /// What `Double` makes of 1 and 2.
     static std::vector<float> doubled(MLModel& model);
@@ -111,7 +111,7 @@ protected:
 
     /// What a prediction on another thread throws.
     static std::future<std::string> predictAside(MLModel& model, MLFeatures inputs,
-                                                 std::stop_token stop = {});
+                                                 StopToken stop = {});
     /// Waits until the engine process has done some work from now on.
     static bool isComputing();
 

@@ -126,12 +126,12 @@ TEST_F(LifetimeTest, modelsPredictSideBySide)
     writeEndless();
     const auto endless = load("Endless.mlmodelc");
     const auto quick = load("Double.mlmodelc");
-    std::stop_source stop;
-    auto outcome = predictAside(*endless, {{"x", largeInput()}}, stop.get_token());
+    StopSource stop;
+    auto outcome = predictAside(*endless, {{"x", largeInput()}}, stop.token());
     ASSERT_TRUE(isComputing());
     EXPECT_EQ(doubled(*quick), (std::vector<float>{2, 4}));
     EXPECT_EQ(outcome.wait_for(0s), std::future_status::timeout);
-    stop.request_stop();
+    stop.requestStop();
     EXPECT_EQ(outcome.get(), "stopped");
 }
 
@@ -153,10 +153,10 @@ TEST_F(LifetimeTest, aStopEndsARunningPredictionAndTheModelGoesOn)
     writeEndless();
     const auto model = load("Endless.mlmodelc", ComputeUnits::cpuAndGPU);
     for (int i = 0; i < 3; ++i) {
-        std::stop_source stop;
-        auto outcome = predictAside(*model, {{"x", largeInput()}}, stop.get_token());
+        StopSource stop;
+        auto outcome = predictAside(*model, {{"x", largeInput()}}, stop.token());
         ASSERT_TRUE(isComputing());
-        stop.request_stop();
+        stop.requestStop();
         EXPECT_EQ(outcome.get(), "stopped");
     }
     EXPECT_EQ(children().size(), 1U);
@@ -166,10 +166,10 @@ TEST_F(LifetimeTest, aPredictionStoppedBeforehandDoesNotStart)
 {
     writeDouble();
     const auto model = load("Double.mlmodelc");
-    std::stop_source stop;
-    stop.request_stop();
+    StopSource stop;
+    stop.requestStop();
     EXPECT_EQ(thrownBy([&] {
-                  predict(*model, {{"x", floats({1, 2}, {2})}}, stop.get_token());
+                  predict(*model, {{"x", floats({1, 2}, {2})}}, stop.token());
               }),
               "stopped");
     EXPECT_EQ(doubled(*model), (std::vector<float>{2, 4}));
@@ -180,10 +180,10 @@ TEST_F(LifetimeTest, aStopThatComesTooLateChangesNothing)
     writeDouble();
     const auto model = load("Double.mlmodelc");
     for (int i = 0; i < 200; ++i) {
-        std::stop_source stop;
-        std::thread late([&] { stop.request_stop(); });
+        StopSource stop;
+        std::thread late([&] { stop.requestStop(); });
         const auto outcome = thrownBy([&] {
-            predict(*model, {{"x", floats({1, 2}, {2})}}, stop.get_token());
+            predict(*model, {{"x", floats({1, 2}, {2})}}, stop.token());
         });
         late.join();
         EXPECT_TRUE(outcome == "nothing" || outcome == "stopped") << outcome;
@@ -228,19 +228,19 @@ TEST_F(LifetimeTest, aHaltedProcessHoldsUpNobodyWhoStops)
 {
     writeEndless();
     const auto model = load("Endless.mlmodelc");
-    std::stop_source stop;
-    auto outcome = predictAside(*model, {{"x", largeInput()}}, stop.get_token());
+    StopSource stop;
+    auto outcome = predictAside(*model, {{"x", largeInput()}}, stop.token());
     ASSERT_TRUE(isComputing());
     const auto halted = engine();
     halt(halted);
-    stop.request_stop();
+    stop.requestStop();
     EXPECT_EQ(outcome.get(), "stopped");
     EXPECT_EQ(engine(), halted);
     ::kill(halted, SIGCONT); // and when it goes on, so does the model
-    std::stop_source again;
-    outcome = predictAside(*model, {{"x", largeInput()}}, again.get_token());
+    StopSource again;
+    outcome = predictAside(*model, {{"x", largeInput()}}, again.token());
     ASSERT_TRUE(isComputing());
-    again.request_stop();
+    again.requestStop();
     EXPECT_EQ(outcome.get(), "stopped");
 }
 
@@ -264,10 +264,10 @@ TEST_F(LifetimeTest, hardWorkIsNoHanging)
     useEngine(builtEngine(), {.silence = 1s, .stopping = 60s, .longest = 60s});
     writeEndless();
     const auto model = load("Endless.mlmodelc");
-    std::stop_source stop;
-    auto outcome = predictAside(*model, {{"x", largeInput()}}, stop.get_token());
+    StopSource stop;
+    auto outcome = predictAside(*model, {{"x", largeInput()}}, stop.token());
     EXPECT_EQ(outcome.wait_for(4s), std::future_status::timeout);
-    stop.request_stop();
+    stop.requestStop();
     EXPECT_EQ(outcome.get(), "stopped");
 }
 
