@@ -24,7 +24,6 @@ namespace vorlin {
 
 namespace {
 
-constexpr const char* partialEnding = ".partial";
 /// What lay in the place, inside what took it, on a disk that cannot exchange the two. No model has
 /// a file of this name.
 constexpr const char* formerName = ".former";

@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -119,6 +120,20 @@ void removeTree(const Descriptor& parent, const std::string& name)
         } while (removal.takeMoved());
     }
     ::unlinkat(parent.number(), name.c_str(), AT_REMOVEDIR);
+}
+
+Descriptor openFolder(const std::filesystem::path& folder)
+{
+    return Descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
+void removeWhole(const Descriptor& parent, const std::string& name)
+{
+    const std::string working = name + partialEnding;
+    removeTree(parent, working);
+    ::renameat(parent.number(), name.c_str(), parent.number(), working.c_str());
+    removeTree(parent, name);
+    removeTree(parent, working);
 }
 
 } // namespace vorlin

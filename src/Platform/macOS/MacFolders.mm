@@ -1,5 +1,7 @@
 #include "Platform/macOS/MacFolders.h"
 
+#include "Async/Fatal.h"
+#include "Platform/Shared/FolderTree.h"
 #include "Platform/Shared/PlainFile.h"
 #include "Platform/macOS/Objects/Text.h"
 #include "Platform/macOS/Plain/ModelFolders.h"
@@ -17,6 +19,9 @@ std::filesystem::path applicationSupport()
             [[NSFileManager defaultManager] URLsForDirectory:NSApplicationSupportDirectory
                                                    inDomains:NSUserDomainMask]
                 .firstObject;
+        if (folder == nil) {
+            fatal("the person has no Application Support folder");
+        }
         return textOf(folder.path);
     }
 }
@@ -28,10 +33,12 @@ MacFolders::MacFolders() : root(applicationSupport() / "Vorlin" / "Models") {}
 void MacFolders::makeModelsRoot()
 {
     @autoreleasepool { // as below: a worker has none
-        [[NSFileManager defaultManager] createDirectoryAtURL:fileURL(root)
-                                 withIntermediateDirectories:YES
-                                                  attributes:nil
-                                                       error:nil];
+        if (NSURL* const folder = fileURL(root)) {
+            [[NSFileManager defaultManager] createDirectoryAtURL:folder
+                                     withIntermediateDirectories:YES
+                                                      attributes:nil
+                                                           error:nil];
+        }
     }
 }
 
@@ -48,8 +55,12 @@ std::optional<std::string> MacFolders::whyUnusable(const std::filesystem::path& 
 std::uint64_t MacFolders::allocatedSize(const std::filesystem::path& folder)
 {
     @autoreleasepool {
+        NSURL* const address = fileURL(folder);
+        if (address == nil) {
+            return 0;
+        }
         NSDirectoryEnumerator<NSURL*>* const items = [[NSFileManager defaultManager]
-                       enumeratorAtURL:fileURL(folder)
+                       enumeratorAtURL:address
             includingPropertiesForKeys:[NSArray arrayWithObject:NSURLTotalFileAllocatedSizeKey]
                                options:0
                           errorHandler:nil];
@@ -66,9 +77,7 @@ std::uint64_t MacFolders::allocatedSize(const std::filesystem::path& folder)
 void MacFolders::removeModel(const std::filesystem::path& folder)
 {
     if (isDirectlyBelow(folder, root)) {
-        @autoreleasepool {
-            [[NSFileManager defaultManager] removeItemAtURL:fileURL(folder) error:nil];
-        }
+        removeWhole(openFolder(root), folder.filename());
     }
 }
 

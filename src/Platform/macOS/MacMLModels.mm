@@ -157,7 +157,12 @@ Completion<std::unique_ptr<MLModel>> MacMLModels::load(const std::filesystem::pa
             MLModelConfiguration* const configuration =
                 autoreleased([[MLModelConfiguration alloc] init]);
             configuration.computeUnits = computeUnits(options.units);
-            [CoreModel loadContentsOfURL:fileURL(bundle)
+            NSURL* const address = fileURL(bundle);
+            if (address == nil) {
+                completer.failWith("The model's path is no text.");
+                return loaded;
+            }
+            [CoreModel loadContentsOfURL:address
                            configuration:configuration
                        completionHandler:^(CoreModel* model, NSError* error) {
                          @autoreleasepool { // on a thread of the system's

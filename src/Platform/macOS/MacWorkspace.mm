@@ -52,10 +52,14 @@ Completion<Done> MacWorkspace::open(const std::filesystem::path& folder)
 
 Completion<Done> MacWorkspace::reveal(const std::filesystem::path& item)
 {
-    [[NSWorkspace sharedWorkspace]
-        activateFileViewerSelectingURLs:[NSArray arrayWithObject:fileURL(item)]];
     Completion<Done> result;
-    result.completer().complete({});
+    if (NSURL* const address = fileURL(item)) {
+        [[NSWorkspace sharedWorkspace]
+            activateFileViewerSelectingURLs:[NSArray arrayWithObject:address]];
+        result.completer().complete({});
+    } else {
+        result.completer().failWith("Nothing here shows it.");
+    }
     return result;
 }
 

@@ -177,6 +177,16 @@ TEST_F(MacMLModelsTest, aLoadThatFailsSaysWhyInOneLineOnTheMainLoop)
     }
 }
 
+TEST_F(MacMLModelsTest, whatIsNoPathIsNotTakenForTheFolderOfTheProgram)
+{
+    for (const std::string path : {"", "/\xff"}) {
+        EXPECT_EQ(failureOf(system->load(path, {})), "The model's path is no text.");
+        EXPECT_EQ(taken(), Calls{"-[MLModelConfiguration init]"});
+    }
+    loop.runReady();
+    EXPECT_EQ(loop.pendingTimers(), 0U);
+}
+
 TEST_F(MacMLModelsTest, anExceptionIsAFailedLoad)
 {
     models().loadFault = [NSException exceptionWithName:NSGenericException

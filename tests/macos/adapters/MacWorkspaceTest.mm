@@ -95,6 +95,15 @@ TEST_F(MacWorkspaceTest, anItemIsRevealedSelectedInTheFileViewer)
                               "(file:///Volumes/Disk/Models/one)"}));
 }
 
+TEST_F(MacWorkspaceTest, whatIsNoPathIsNotTakenForTheFolderOfTheProgram)
+{
+    for (const std::string path : {"", "/\xff"}) {
+        EXPECT_EQ(failure(workspace.open(path)), "Nothing here opens it.");
+        EXPECT_EQ(failure(workspace.reveal(path)), "Nothing here shows it.");
+    }
+    EXPECT_EQ(taken(), Calls());
+}
+
 TEST_F(MacWorkspaceTest, thePanelChoosesFoldersOnlyAndRunsFromTheLoop)
 {
     const auto chosen = workspace.chooseFolder("Folder on this Mac", "Choose");

@@ -4,7 +4,7 @@
 
 #include "Recorder.h"
 
-#import <Foundation/NSObject.h>
+#import <Foundation/NSString.h>
 
 #include <string>
 

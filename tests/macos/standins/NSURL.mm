@@ -2,6 +2,10 @@
 
 #import <Foundation/Foundation.h>
 
+#include <sys/stat.h>
+
+NSURLResourceKey const NSURLTotalFileAllocatedSizeKey = @"NSURLTotalFileAllocatedSizeKey";
+
 @implementation NSURL {
     NSString* _text;
     NSString* _path;
@@ -46,6 +50,17 @@
 - (NSString*)lastPathComponent
 {
     return _path.lastPathComponent;
+}
+// A folder has no size of its own, and what cannot be read has none.
+- (BOOL)getResourceValue:(id*)value forKey:(NSURLResourceKey)key error:(NSError**)error
+{
+    (void)error;
+    struct stat item = {};
+    const bool isRead = ::lstat(self.path.UTF8String, &item) == 0;
+    constexpr unsigned long long blockSize = 512;
+    if (isRead && !S_ISDIR(item.st_mode) && [key isEqualToString:NSURLTotalFileAllocatedSizeKey])
+        *value = [NSNumber numberWithUnsignedLongLong:item.st_blocks * blockSize];
+    return isRead;
 }
 - (NSUInteger)hash
 {

@@ -49,6 +49,24 @@ std::u16string units(const std::string& utf8)
     return result;
 }
 
+// As far as leading and following bytes go.
+bool isUTF8(const std::string& bytes)
+{
+    std::size_t following = 0;
+    for (const char one : bytes) {
+        const auto byte = static_cast<unsigned char>(one);
+        const bool follows = (byte & 0xC0) == 0x80;
+        if (follows != (following > 0) || byte >= 0xF8)
+            return false;
+        following = follows       ? following - 1
+                    : byte < 0x80 ? 0
+                    : byte < 0xE0 ? 1
+                    : byte < 0xF0 ? 2
+                                  : 3;
+    }
+    return following == 0;
+}
+
 } // namespace
 
 @implementation NSString {
@@ -83,11 +101,9 @@ std::u16string units(const std::string& utf8)
                        length:(NSUInteger)length
                      encoding:(NSStringEncoding)encoding
 {
-    if (encoding != NSUTF8StringEncoding)
-        return nil;
     self = [self init];
     _bytes.assign(static_cast<const char*>(bytes), length);
-    return self;
+    return encoding == NSUTF8StringEncoding && isUTF8(_bytes) ? self : nil;
 }
 - (const char*)UTF8String
 {

@@ -4,7 +4,6 @@
 #include "Platform/Shared/LinkedFiles.h"
 #include "Platform/Shared/PlainFile.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <set>
@@ -14,9 +13,6 @@
 namespace vorlin {
 
 namespace {
-
-/// What a download's working folder has behind the model folder's name.
-constexpr const char* partialEnding = ".partial";
 
 constexpr std::uint64_t blockSize = 512; // what st_blocks counts, whatever the file system's own
 
@@ -31,11 +27,6 @@ bool isSingleName(const std::string& name)
 {
     const std::filesystem::path path(name);
     return isPath(path) && path == path.filename() && path != "." && path != "..";
-}
-
-Descriptor openFolder(const std::filesystem::path& folder)
-{
-    return Descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
 } // namespace
@@ -77,14 +68,7 @@ void XDGFolders::removeModel(const std::filesystem::path& folder)
 {
     const std::string name = folder.filename();
     if (isPath(folder) && isSingleName(name) && folder == root / name) {
-        const Descriptor models = openFolder(root);
-        const std::string working = name + partialEnding;
-        removeTree(models, working);
-        // First out of its place, whole: the process may end before the last file is gone, and the
-        // rest must not count as a model.
-        ::renameat(models.number(), name.c_str(), models.number(), working.c_str());
-        removeTree(models, name);
-        removeTree(models, working);
+        removeWhole(openFolder(root), name);
     }
 }
 

@@ -11,14 +11,14 @@
 namespace vorlin {
 
 /// UTF-8; empty for nil.
-inline std::string textOf(NSString* text)
+inline std::string textOf(NSString* _Nullable text)
 {
     const char* const bytes = text.UTF8String;
     return bytes != nullptr ? bytes : "";
 }
 
 /// Empty when `text` is no UTF-8.
-inline NSString* nsText(const std::string& text)
+inline NSString* _Nonnull nsText(const std::string& text)
 {
     NSString* const made = [[NSString alloc] initWithBytes:text.data()
                                                     length:text.size()
@@ -26,20 +26,22 @@ inline NSString* nsText(const std::string& text)
     return made != nil ? autoreleased(made) : @"";
 }
 
-/// The address of a file or folder.
-inline NSURL* fileURL(const std::filesystem::path& path)
+/// The address of a file or folder. Nothing when `path` is empty or no UTF-8: to the system that
+/// would be the folder that the program runs in.
+inline NSURL* _Nullable fileURL(const std::filesystem::path& path)
 {
-    return [NSURL fileURLWithPath:nsText(path.string())];
+    NSString* const text = nsText(path.string());
+    return text.length != 0 ? [NSURL fileURLWithPath:text] : nil;
 }
 
 /// What an error says, in one line for a person.
-inline std::string lineOf(NSError* error)
+inline std::string lineOf(NSError* _Nullable error)
 {
     return errorLine(textOf(error.localizedDescription));
 }
 
 /// What an exception says, in one line for a person.
-inline std::string lineOf(NSException* exception)
+inline std::string lineOf(NSException* _Nonnull exception)
 {
     return errorLine(textOf(exception.reason));
 }

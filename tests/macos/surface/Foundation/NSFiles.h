@@ -92,9 +92,6 @@ typedef NSString* NSFileAttributeKey NS_TYPED_EXTENSIBLE_ENUM;
     withIntermediateDirectories:(BOOL)createIntermediates
                      attributes:(nullable NSDictionary<NSFileAttributeKey, id>*)attributes
                           error:(NSError* _Nullable* _Nullable)error;
-// foundation/nsfilemanager/1413590-removeitematurl: "Removes the file or directory at the
-// specified URL."
-- (BOOL)removeItemAtURL:(NSURL*)URL error:(NSError* _Nullable* _Nullable)error;
 // foundation/nsfilemanager/1409571-enumeratoraturl: "Returns a directory enumerator object that
 // can be used to perform a deep enumeration of the directory at the specified URL."
 - (nullable NSDirectoryEnumerator<NSURL*>*)
