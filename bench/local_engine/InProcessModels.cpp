@@ -3,8 +3,8 @@
 #include "Async/Stop.h"
 #include "MIL/Model.h"
 
+#include <atomic>
 #include <cstring>
-#include <stop_token>
 #include <utility>
 
 namespace vorlin {
@@ -54,9 +54,9 @@ public:
             named.push_back({name, {{type, shape}, array.data()}});
         }
         MLFeatures outputs;
-        std::stop_source stopping;
-        const StopCallback whenStopped(stop, [&stopping] { stopping.request_stop(); });
-        for (const auto& output : model.predict(named, stopping.get_token())) {
+        std::atomic<bool> stopping = false;
+        const StopCallback whenStopped(stop, [&stopping] { stopping = true; });
+        for (const auto& output : model.predict(named, &stopping)) {
             MultiArray array(portType(output.type.element),
                              {output.type.shape.begin(), output.type.shape.end()});
             std::memcpy(array.data(), output.bytes.data(), output.bytes.size());

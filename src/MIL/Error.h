@@ -24,7 +24,7 @@ private:
     }
 };
 
-/// A prediction ended early because its stop token asked for it.
+/// A prediction ended early because it was told to stop.
 class Stopped : public std::runtime_error {
 public:
     Stopped() : std::runtime_error("The prediction was stopped.") {}

@@ -241,7 +241,7 @@ const std::vector<FeatureDescription>& Model::states() const
 }
 
 std::vector<NamedOutput> Model::predict(std::span<const NamedInput> inputs,
-                                        const std::stop_token& stop, Urgency urgency)
+                                        const std::atomic<bool>* stop, Urgency urgency)
 {
     const std::lock_guard guard(implementation->turn);
     Executor& executor = implementation->executor;

@@ -6,6 +6,7 @@
 #include "MIL/SumVectors.h"
 #include "MIL/Tensor.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <filesystem>
@@ -14,7 +15,6 @@
 #include <memory>
 #include <optional>
 #include <span>
-#include <stop_token>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -118,9 +118,9 @@ public:
     /// Computes the outputs, in the order of `outputs()`. `inputs` holds every input once, in
     /// any order, with exactly the declared element type and shape (where the declaration leaves
     /// an extent open, any that is accepted). Throws Error for other inputs and for operands the
-    /// program cannot take, Stopped soon after `stop` is requested. States keep what was written.
+    /// program cannot take, Stopped soon after `*stop` became true. States keep what was written.
     std::vector<NamedOutput> predict(std::span<const NamedInput> inputs,
-                                     const std::stop_token& stop = {},
+                                     const std::atomic<bool>* stop = nullptr,
                                      Urgency urgency = Urgency::foreground);
 
     Statistics statistics() const;

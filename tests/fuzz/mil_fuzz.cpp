@@ -2,12 +2,12 @@
 
 #include "MIL/Model.h"
 
+#include <atomic>
 #include <chrono>
 #include <fstream>
 #include <mutex>
 
 #include <random>
-#include <stop_token>
 #include <string>
 #include <thread>
 #include <vector>
@@ -22,32 +22,40 @@ constexpr auto patience = std::chrono::milliseconds(300);
 /// Stops what takes too long: a program may ask for any amount of work, but must stop when told.
 class Watch {
 public:
-    Watch() : thread([this](const std::stop_token& end) { watch(end); }) {}
+    Watch() : thread([this] { watch(); }) {}
+    Watch(const Watch&) = delete;
+    Watch& operator=(const Watch&) = delete;
+    ~Watch()
+    {
+        ending = true;
+        thread.join();
+    }
 
-    std::stop_token start()
+    const std::atomic<bool>* start()
     {
         const std::lock_guard guard(lock);
-        source = std::stop_source();
+        stopping = false;
         deadline = std::chrono::steady_clock::now() + patience;
-        return source.get_token();
+        return &stopping;
     }
 
 private:
-    void watch(const std::stop_token& end)
+    void watch()
     {
-        while (!end.stop_requested()) {
+        while (!ending) {
             std::this_thread::sleep_for(patience / 3);
             const std::lock_guard guard(lock);
             if (std::chrono::steady_clock::now() > deadline) {
-                source.request_stop();
+                stopping = true;
             }
         }
     }
 
     std::mutex lock;
-    std::stop_source source;
+    std::atomic<bool> ending = false;
+    std::atomic<bool> stopping = false;
     std::chrono::steady_clock::time_point deadline;
-    std::jthread thread;
+    std::thread thread;
 };
 
 } // namespace

@@ -63,7 +63,7 @@ Executor::Executor(const Graph& graph, const Settings& settings)
     states.resize(graph.states.size());
     execution = {.pool = foreground.get(),
                  .threads = std::max<std::size_t>(settings.threads, 1),
-                 .stop = {},
+                 .stop = nullptr,
                  .referenceKernels = settings.referenceKernels,
                  .sumVectors = settings.sumVectors,
                  .largestScratch = settings.largestBuffers,
@@ -87,7 +87,7 @@ std::size_t Executor::heldBytes() const
     return sum;
 }
 
-void Executor::run(std::span<const TensorView> inputs, const std::stop_token& stop,
+void Executor::run(std::span<const TensorView> inputs, const std::atomic<bool>* stop,
                    WorkerPool::Kind urgency)
 {
     execution.stop = stop;
@@ -119,7 +119,7 @@ void Executor::run(std::span<const TensorView> inputs, const std::stop_token& st
 /// Runs the nodes [first, last).
 void Executor::runStep(std::size_t first, std::size_t last)
 {
-    if (execution.stop.stop_requested()) {
+    if (execution.mustStop()) {
         throw Stopped();
     }
     const Node& node = graph.nodes[first];

@@ -4,12 +4,12 @@
 #include "MIL/Execution/WorkerPool.h"
 #include "MIL/Graph/Graph.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <map>
 #include <memory>
 #include <span>
-#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -54,7 +54,7 @@ public:
     /// Inputs by position of `graph.inputs`, their types already checked. Afterwards `output`
     /// shows the results, until the next call. Throws Error or Stopped; states then keep what
     /// was written so far.
-    void run(std::span<const TensorView> inputs, const std::stop_token& stop,
+    void run(std::span<const TensorView> inputs, const std::atomic<bool>* stop,
              WorkerPool::Kind urgency = WorkerPool::Kind::foreground);
 
     const TensorView& output(std::size_t position) const;

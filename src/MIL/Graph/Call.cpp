@@ -193,7 +193,7 @@ void Call::parallel(std::int64_t count, std::int64_t grain,
     grain = std::max<std::int64_t>(grain, 1);
     const std::int64_t pieces = (count + grain - 1) / grain;
     const auto piece = [&](std::size_t index) {
-        if (execution.stop.stop_requested()) {
+        if (execution.mustStop()) {
             throw Stopped();
         }
         const std::int64_t begin = static_cast<std::int64_t>(index) * grain;
@@ -210,7 +210,7 @@ void Call::parallel(std::int64_t count, std::int64_t grain,
 
 void Call::checkStop() const
 {
-    if (execution.stop.stop_requested()) {
+    if (execution.mustStop()) {
         throw Stopped();
     }
 }

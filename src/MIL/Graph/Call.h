@@ -5,10 +5,10 @@
 #include "MIL/Tensor.h"
 #include "MIL/Weights/StoredValues.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <stop_token>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,7 +38,7 @@ struct NotKnownYet {};
 struct Execution {
     WorkerPool* pool = nullptr;
     std::size_t threads = 1;
-    std::stop_token stop{};
+    const std::atomic<bool>* stop = nullptr; // null where nobody stops it
     bool referenceKernels = false;
     SumVectors sumVectors = SumVectors::fitting;
     /// Kernels refuse to work in more memory of their own than this.
@@ -47,6 +47,8 @@ struct Execution {
     std::size_t* loadBudget = nullptr;
     /// Memory that kernels share between their tasks; grows to the largest need and stays.
     std::vector<std::byte>* scratch = nullptr;
+
+    bool mustStop() const { return stop != nullptr && *stop; }
 };
 
 /// One operation about to be checked or computed: its operands by parameter name, its outputs by

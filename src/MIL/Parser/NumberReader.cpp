@@ -3,7 +3,9 @@
 #include "MIL/Half.h"
 
 #include <charconv>
+#include <clocale>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <optional>
@@ -27,6 +29,17 @@ bool sameIgnoringCase(std::string_view word, std::string_view lower)
     return true;
 }
 
+/// `word` as strtod wants it: the locale says which character stands for the point. The C++ library
+/// of a Mac reads fractions in no other way yet.
+std::string withPointOfLocale(std::string_view word)
+{
+    std::string text(word);
+    if (const auto point = text.find('.'); point != std::string::npos) {
+        text.replace(point, 1, std::localeconv()->decimal_point);
+    }
+    return text;
+}
+
 /// Parses a floating literal; nothing when `word` is none. Beyond the range it gives infinity.
 std::optional<double> parseFloat(std::string_view word)
 {
@@ -40,27 +53,16 @@ std::optional<double> parseFloat(std::string_view word)
     } else if (sameIgnoringCase(word, "nan")) {
         value = std::numeric_limits<double>::quiet_NaN();
     } else {
-        auto format = std::chars_format::general;
-        if (word.starts_with("0x") || word.starts_with("0X")) {
-            word.remove_prefix(2);
-            format = std::chars_format::hex;
-        }
-        if (word.empty() || word.front() == '-' || word.front() == '+') {
+        // What else strtod reads is no literal: spaces, a second sign, "nan(1)".
+        constexpr std::string_view literal = "0123456789abcdefABCDEFxXpP.+-";
+        if (word.empty() || word.front() == '-' || word.front() == '+' ||
+            word.find_first_not_of(literal) != std::string_view::npos) {
             return std::nullopt;
         }
-        const char* const end = word.data() + word.size();
-        const auto [stop, error] = std::from_chars(word.data(), end, value, format);
-        if (stop != end) {
-            return std::nullopt;
-        }
-        if (error == std::errc::result_out_of_range) {
-            // Too small reads as zero, too large as infinity, which no type then accepts.
-            const auto exponent =
-                word.find_first_of(format == std::chars_format::hex ? "pP" : "eE");
-            const bool tiny =
-                exponent != std::string_view::npos && word.substr(exponent + 1).starts_with('-');
-            value = tiny ? 0.0 : std::numeric_limits<double>::infinity();
-        } else if (error != std::errc()) {
+        const std::string text = withPointOfLocale(word);
+        char* stop = nullptr;
+        value = std::strtod(text.c_str(), &stop); // too large reads as infinity, too small as zero
+        if (stop != text.c_str() + text.size()) {
             return std::nullopt;
         }
     }

@@ -74,15 +74,11 @@ void ServedModel::serve()
 
 void ServedModel::stop(std::uint64_t sequence)
 {
-    std::stop_source source(std::nostopstate);
-    {
-        const std::scoped_lock guard(lock);
-        lastToStop = std::max(lastToStop, sequence);
-        if (lastBegun == sequence) {
-            source = stopping;
-        }
+    const std::scoped_lock guard(lock);
+    lastToStop = std::max(lastToStop, sequence);
+    if (lastBegun == sequence) {
+        stopping = true;
     }
-    source.request_stop();
 }
 
 bool ServedModel::load()
@@ -146,8 +142,8 @@ bool ServedModel::take(Descriptor& attached, std::uint64_t bytes)
 
 Reply ServedModel::predict(const PredictRequest& asked)
 {
-    const auto stop = begin(asked.sequence);
-    held = model->predict(inputsOf(asked), stop,
+    begin(asked.sequence);
+    held = model->predict(inputsOf(asked), &stopping,
                           asked.background ? mil::Urgency::background : mil::Urgency::foreground);
     return placed(asked.sequence, asked.outputs);
 }
@@ -172,16 +168,11 @@ std::vector<mil::NamedInput> ServedModel::inputsOf(const PredictRequest& asked) 
     return inputs;
 }
 
-std::stop_token ServedModel::begin(std::uint64_t sequence)
+void ServedModel::begin(std::uint64_t sequence)
 {
-    std::stop_source fresh;
     const std::scoped_lock guard(lock);
-    stopping = fresh;
     lastBegun = sequence;
-    if (lastToStop >= sequence) {
-        fresh.request_stop();
-    }
-    return fresh.get_token();
+    stopping = lastToStop >= sequence;
 }
 
 /// Puts the held outputs into the shared memory, from `begin` on, if they fit.

@@ -6,10 +6,10 @@
 #include "Platform/Linux/Engine/Wire/Messages.h"
 #include "Platform/Linux/Engine/Wire/SharedMemory.h"
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <optional>
-#include <stop_token>
 #include <vector>
 
 namespace vorlin::engine {
@@ -34,7 +34,7 @@ private:
     bool take(Descriptor& attached, std::uint64_t bytes);
     Reply predict(const PredictRequest& request);
     std::vector<mil::NamedInput> inputsOf(const PredictRequest& request) const;
-    std::stop_token begin(std::uint64_t sequence);
+    void begin(std::uint64_t sequence);
     Reply placed(std::uint64_t sequence, std::uint64_t begin);
     void reply(const Reply& message);
 
@@ -46,9 +46,9 @@ private:
     std::vector<mil::NamedOutput> held; // computed, and not yet handed over
 
     std::mutex lock;
-    std::stop_source stopping;    // guarded by lock; of the last prediction begun
-    std::uint64_t lastBegun = 0;  // guarded by lock
-    std::uint64_t lastToStop = 0; // guarded by lock
+    std::atomic<bool> stopping = false; // of the last prediction begun; set under lock
+    std::uint64_t lastBegun = 0;        // guarded by lock
+    std::uint64_t lastToStop = 0;       // guarded by lock
 };
 
 } // namespace vorlin::engine
