@@ -171,6 +171,8 @@ class VirtualDesktop:
             "XDG_DATA_HOME": str(self.data_folder),
             "XDG_CACHE_HOME": str(cache),
             "XDG_SESSION_TYPE": "x11",
+            # None: whether this machine is locked is nothing to it.
+            "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={self.runtime_folder}/no-system-bus",
             "PULSE_SERVER": f"unix:{self.runtime_folder}/pulse/native",
             # Desktop services that the editors would start and nobody needs.
             "NO_AT_BRIDGE": "1",

@@ -3,6 +3,7 @@
 #include "Platform/Linux/Desktop/ThreadPriority.h"
 
 #include <QCoreApplication>
+#include <QDBusConnection>
 
 namespace vorlin {
 
@@ -15,6 +16,7 @@ LinuxServices::LinuxServices(const Environment& environment)
       state(statePath(environment), loop, workers.executor(WorkPriority::background)),
       locale(environment),
       loginItem(environment, QCoreApplication::applicationFilePath().toStdString()),
+      session(QDBusConnection::sessionBus(), environment, workers, loop),
       microphoneAccess(pulse, loop), audioInput(pulse, loop), sounds(pulse),
       speechAnalyzers(speechModelFolders(environment), workers, loop), appearance(environment)
 {

@@ -6,6 +6,7 @@
 #include "Platform/Linux/Audio/PulseSounds.h"
 #include "Platform/Linux/Desktop/EnvironmentLocale.h"
 #include "Platform/Linux/Desktop/JsonDefaults.h"
+#include "Platform/Linux/Desktop/SessionLock.h"
 #include "Platform/Linux/Desktop/XDGFolders.h"
 #include "Platform/Linux/Desktop/XDGLoginItem.h"
 #include "Platform/Linux/Engine/EngineModels.h"
@@ -45,6 +46,7 @@ public:
     JsonDefaults state;
     EnvironmentLocale locale;
     XDGLoginItem loginItem;
+    SessionLock session;
     PulseContext pulse;
     PulseMicrophoneAccess microphoneAccess;
     PulseAudioInput audioInput;

@@ -40,7 +40,7 @@ Ports X11Desktop::ports()
         .defaults = services.defaults,
         .state = services.state,
         .permissions = permissions,
-        .session = session,
+        .session = services.session,
         .sounds = services.sounds,
         .locale = services.locale,
         .mlModels = services.mlModels,

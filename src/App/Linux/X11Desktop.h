@@ -13,7 +13,6 @@
 #include "Platform/Linux/Pasteboard/X11Pasteboard.h"
 #include "Platform/Linux/Tray/TrayStatusItem.h"
 #include "Platform/Linux/Workspace/LinuxWorkspace.h"
-#include "Platform/Shared/NobodyAway.h"
 #include "Ports/Ports.h"
 #include "UI/FolderDialog.h"
 
@@ -46,7 +45,6 @@ private:
     X11FocusedProgram focusedProgram;
     X11Pasteboard pasteboard;
     LinuxPermissions permissions;
-    NobodyAway session;
     X11Screens screens;
     X11OverlayPanel overlayPanel;
     TrayStatusItem statusItem;

@@ -1,0 +1,47 @@
+#include "Platform/Linux/Desktop/SessionLock.h"
+
+#include "Platform/Linux/Desktop/AwayServices.h"
+#include "Platform/Linux/Desktop/SystemBus.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+namespace vorlin {
+
+SessionLock::SessionLock(const QDBusConnection& sessionBus, const Environment& environment,
+                         Workers& workers, MainLoop& loop)
+{
+    if (sessionBus.isConnected()) {
+        follow(std::make_unique<ScreenSaver>(sessionBus, "org.freedesktop.ScreenSaver",
+                                             "/org/freedesktop/ScreenSaver"));
+        follow(std::make_unique<ScreenSaver>(sessionBus, "org.gnome.ScreenSaver",
+                                             "/org/gnome/ScreenSaver"));
+    }
+    const auto opened = std::make_shared<std::optional<QDBusConnection>>();
+    const auto address = systemBusAddress(environment);
+    workers.runPatiently(
+        WorkPriority::normal, [opened, address] { *opened = openSystemBus(address); }, loop,
+        lifetime.guard([this, opened] {
+            if (*opened) {
+                systemBus = (*opened)->name();
+                follow(std::make_unique<LoginSession>(**opened));
+            }
+        }));
+}
+
+SessionLock::~SessionLock()
+{
+    services.clear();
+    QDBusConnection::disconnectFromBus(systemBus);
+}
+
+void SessionLock::follow(std::unique_ptr<AwayService> service)
+{
+    QObject::connect(service.get(), &AwayService::changed, [this] {
+        setAway(std::ranges::any_of(services, [](const auto& each) { return each->isAway(); }));
+    });
+    services.push_back(std::move(service));
+}
+
+} // namespace vorlin

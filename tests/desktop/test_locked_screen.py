@@ -1,0 +1,65 @@
+"""A locked screen: what runs is cancelled, and the key does nothing until it is unlocked."""
+
+from gi.repository import Gio, GLib
+
+from editors import Terminal
+from overlay import Overlay, connect
+from program import assert_arrived
+from waiting import stays, wait_until
+
+SENTENCE = "the committee decided to postpone the meeting until next month"
+
+
+class ScreenSaver:
+    """The screen saver of a desktop. It answers no question: it locks when it is told to."""
+
+    NAME = "org.gnome.ScreenSaver"
+
+    def __init__(self, desktop):
+        self.bus = connect(desktop.environment["DBUS_SESSION_BUS_ADDRESS"])
+        self.bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                           "RequestName", GLib.Variant("(su)", (self.NAME, 0)), None,
+                           Gio.DBusCallFlags.NONE, 5000, None)
+
+    def set_active(self, active):
+        self.bus.emit_signal(None, "/org/gnome/ScreenSaver", self.NAME, "ActiveChanged",
+                             GLib.Variant("(b)", (active,)))
+        self.bus.flush_sync(None)
+
+
+def test_a_lock_cancels_and_the_key_does_nothing_until_it_is_unlocked(desktop, launch):
+    saver = ScreenSaver(desktop)
+    program = launch()
+    terminal = Terminal(desktop)
+    overlay = Overlay(desktop)
+    with desktop.keyboard.held("Alt_R"):
+        program.await_recording()
+        overlay.await_shown()
+        saver.set_active(True)
+        program.await_silence()
+    overlay.await_hidden()
+    with desktop.keyboard.held("Alt_R"):
+        assert stays(lambda: not program.is_recording() and not overlay.is_shown(), 2)
+    assert not terminal.changed(), "nothing was inserted"
+    with desktop.keyboard.held("Alt_R"):
+        saver.set_active(False)
+        assert stays(lambda: not program.is_recording(), 2), "held since it was locked"
+    wait_until(lambda: not desktop.keyboard.down(), "all keys to be up")
+    program.dictate(SENTENCE)
+    assert_arrived(SENTENCE, terminal.await_text())
+
+
+def test_a_screen_saver_that_ends_while_it_is_locked_leaves_the_key_working(desktop, launch):
+    saver = ScreenSaver(desktop)
+    program = launch()
+    with desktop.keyboard.held("Alt_R"):
+        program.await_recording()
+        saver.set_active(True)
+        program.await_silence()
+    saver.bus.close_sync(None)
+
+    def records_while_held():
+        with desktop.keyboard.held("Alt_R"):
+            return not stays(lambda: not program.is_recording(), 1)
+
+    wait_until(records_while_held, "the key to be listened to again", 60)
