@@ -1,6 +1,7 @@
 #include "Platform/macOS/Speech/MacSpeechAnalyzers.h"
 
 #include "Platform/macOS/Speech/VorlinSpeechAnalyzer.h"
+#include "Platform/macOS/Underway.h"
 #include "simulation/SimulatedLoop.h"
 
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -276,6 +278,33 @@ TEST_F(MacSpeechAnalyzersTest, nothingIsHeardOnceTheAnalysisIsCancelled)
     asked.hear("late", false);
     EXPECT_EQ(heard, std::vector<std::string>{});
     EXPECT_EQ(asked.calls, (std::vector<std::string>{"start en-GB", "cancel"}));
+}
+
+TEST_F(MacSpeechAnalyzersTest, aCancelWaitsForAResultThatIsBeingTold)
+{
+    Underway call;
+    const auto analyzer =
+        analyzers.start("en-GB", [&call](const std::string&, bool) { call.run(); });
+    std::thread system([this] { asked.hear("hello", false); });
+    call.awaitBegin();
+    analyzer->cancelAndFinishNow();
+    EXPECT_TRUE(call.isOver());
+    system.join();
+}
+
+TEST_F(MacSpeechAnalyzersTest, theEndWaitsForAResultThatIsBeingTold)
+{
+    Underway call;
+    const auto analyzer =
+        analyzers.start("en-GB", [&call](const std::string&, bool) { call.run(); });
+    const auto outcome = outcomeOf(analyzer->finalizeAndFinishThroughEndOfInput());
+    std::thread system([this] { asked.hear("hello", true); });
+    call.awaitBegin();
+    asked.answer(nullptr, nullptr);
+    loop.runReady();
+    EXPECT_TRUE(outcome->value);
+    EXPECT_TRUE(call.isOver());
+    system.join();
 }
 
 TEST_F(MacSpeechAnalyzersTest, aCancelWhileFinishingCancelsTheAnalysis)
