@@ -1,5 +1,6 @@
 #include "Platform/macOS/MacLoginItem.h"
 
+#include "Platform/Contracts/LoginItemContract.h"
 #include "Recorder.h"
 #include "SMAppService.h"
 
@@ -10,6 +11,23 @@ namespace {
 
 using standins::taken;
 using Calls = std::vector<std::string>;
+
+struct MacSystem {
+    MacSystem() { standins::loginItems() = {}; }
+    ~MacSystem() { standins::loginItems() = {}; }
+    MacSystem(const MacSystem&) = delete;
+    MacSystem& operator=(const MacSystem&) = delete;
+
+    static MacLoginItem item() { return {}; }
+    static void refuse()
+    {
+        standins::loginItems().refusal =
+            [NSError errorWithDomain:@"SMAppServiceErrorDomain"
+                                code:1
+                            userInfo:@{NSLocalizedDescriptionKey : @"Not permitted\nmore"}];
+    }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Mac, LoginItemContract, MacSystem);
 
 class MacLoginItemTest : public testing::Test {
 protected:

@@ -1,6 +1,7 @@
 #include "Platform/macOS/MacPasteboard.h"
 
 #include "CGEvent.h"
+#include "Platform/Contracts/PasteboardContract.h"
 #include "Platform/Shared/NoFocusedProgram.h"
 #include "Platform/macOS/MacKeyPoster.h"
 #include "Runtime.h"
@@ -35,6 +36,22 @@ NSData* data(const std::string& text)
 {
     return [NSData dataWithBytes:text.data() length:text.size()];
 }
+
+struct MacGeneral {
+    static constexpr auto textType = "public.utf8-plain-text";
+
+    MacGeneral() { [NSPasteboard.generalPasteboard clearContents]; }
+    ~MacGeneral() { [NSPasteboard.generalPasteboard clearContents]; }
+    MacGeneral(const MacGeneral&) = delete;
+    MacGeneral& operator=(const MacGeneral&) = delete;
+
+    Pasteboard& pasteboard() { return own; }
+    PasteboardSnapshot snapshot() { return own.snapshot(clipboard).await_resume(); }
+
+private:
+    MacPasteboard own;
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(Mac, PasteboardContract, MacGeneral);
 
 class MacPasteboardTest : public testing::Test {
 protected:

@@ -1,5 +1,6 @@
 #include "Platform/Linux/Desktop/XDGLoginItem.h"
 
+#include "Platform/Contracts/LoginItemContract.h"
 #include "TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -21,6 +22,22 @@ constexpr const char* launch = "import sys, gi\n"
                                "gi.require_version('Gio', '2.0')\n"
                                "from gi.repository import Gio\n"
                                "Gio.DesktopAppInfo.new_from_filename(sys.argv[1]).launch([])\n";
+
+struct XDGAutostart {
+    TemporaryFolder folder;
+
+    XDGLoginItem item() const
+    {
+        return {[home = folder.path().string()](const char* name) -> std::optional<std::string> {
+                    return std::string(name) == "XDG_CONFIG_HOME" ? std::optional(home)
+                                                                  : std::nullopt;
+                },
+                "/usr/bin/vorlin"};
+    }
+    /// There is a file where the entries' folder would be.
+    void refuse() const { write(folder / "autostart", ""); }
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(XDG, LoginItemContract, XDGAutostart);
 
 class XDGLoginItemTest : public testing::Test {
 protected:

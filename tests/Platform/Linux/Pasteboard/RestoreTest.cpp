@@ -1,3 +1,4 @@
+#include "Platform/Contracts/PasteboardContract.h"
 #include "Platform/Linux/Pasteboard/Offering.h"
 #include "Platform/Linux/Pasteboard/PasteboardFixture.h"
 #include "Platform/Linux/Pasteboard/PasteboardStatus.h"
@@ -12,6 +13,19 @@ namespace {
 class Restored : public PasteboardFixture {};
 
 constexpr auto clipboard = PasteSource::clipboard;
+
+/// A server and a pasteboard on it, for tests of other classes.
+class X11Server : PasteboardFixture {
+public:
+    static constexpr auto textType = "UTF8_STRING";
+
+    Pasteboard& pasteboard() { return *PasteboardFixture::pasteboard; }
+    PasteboardSnapshot snapshot() { return PasteboardFixture::snapshot(); }
+
+private:
+    void TestBody() override {}
+};
+INSTANTIATE_TYPED_TEST_SUITE_P(X11, PasteboardContract, X11Server);
 
 } // namespace
 
