@@ -2,13 +2,13 @@
 #include "App/Linux/LinuxServices.h"
 #include "App/Linux/LinuxSettings.h"
 #include "App/Linux/X11Desktop.h"
+#include "App/Shared/QtSetUp.h"
 #include "Platform/Linux/Desktop/DBusApplication.h"
 #include "Platform/Linux/Desktop/QuitDeadline.h"
 #include "Platform/Linux/Desktop/QuitSignals.h"
 #include "VorlinApp.h"
 
 #include <QGuiApplication>
-#include <QQuickWindow>
 #include <QTimer>
 
 #include <xcb/xcb.h>
@@ -59,11 +59,7 @@ int run(char* argv[])
         return 1;
     }
     const QuitDeadline deadline(quitLimit);
-    // One renderer everywhere: the overlay is small, and a GPU's driver would cost more memory
-    // than the whole program.
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
-    QGuiApplication::setQuitOnLastWindowClosed(false);
-    QGuiApplication::setApplicationName("Vorlin");
+    setUpQt();
     int onlyTheName = 1; // there are no command-line options
     const auto usual = qInstallMessageHandler(endWithOneLine);
     const QGuiApplication qt(onlyTheName, argv);

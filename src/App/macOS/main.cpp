@@ -1,4 +1,5 @@
 #include "App/Shared/BuildFacts.h"
+#include "App/Shared/QtSetUp.h"
 #include "App/Shared/SettingsOpener.h"
 #include "App/macOS/MacDesktop.h"
 #include "App/macOS/MacOverlay.h"
@@ -7,7 +8,6 @@
 #include "VorlinApp.h"
 
 #include <QGuiApplication>
-#include <QQuickWindow>
 #include <QTimer>
 
 #include <functional>
@@ -19,9 +19,7 @@ int main(int /*argc*/, char* argv[])
 
     // Qt would come to the front with each start, and take the keys from whoever is there.
     qputenv("QT_MAC_DISABLE_FOREGROUND_APPLICATION_TRANSFORM", "1");
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software); // one renderer everywhere
-    QGuiApplication::setQuitOnLastWindowClosed(false);
-    QGuiApplication::setApplicationName("Vorlin");
+    setUpQt();
     int onlyTheName = 1; // there are no command-line options
     const QGuiApplication qt(onlyTheName, argv);
     MacApplication application;
