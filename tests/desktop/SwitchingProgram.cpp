@@ -4,7 +4,7 @@
 #include "App/Linux/LinuxServices.h"
 #include "App/Linux/X11Desktop.h"
 #include "Platform/Linux/Desktop/DBusApplication.h"
-#include "Platform/Linux/Desktop/QuitSignals.h"
+#include "Platform/Shared/QuitSignals.h"
 #include "VorlinApp.h"
 
 #include <QGuiApplication>

@@ -4,8 +4,8 @@
 #include "App/Linux/X11Desktop.h"
 #include "App/Shared/QtSetUp.h"
 #include "Platform/Linux/Desktop/DBusApplication.h"
-#include "Platform/Linux/Desktop/QuitDeadline.h"
-#include "Platform/Linux/Desktop/QuitSignals.h"
+#include "Platform/Shared/QuitDeadline.h"
+#include "Platform/Shared/QuitSignals.h"
 #include "VorlinApp.h"
 
 #include <QGuiApplication>

@@ -1,7 +1,7 @@
 // A program that only wants to be the only one: it tells on standard output how that goes.
 
 #include "Platform/Linux/Desktop/DBusApplication.h"
-#include "Platform/Linux/Desktop/QuitSignals.h"
+#include "Platform/Shared/QuitSignals.h"
 
 #include <QCoreApplication>
 

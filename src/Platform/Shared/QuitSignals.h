@@ -34,6 +34,8 @@ private:
     void received();
 
     std::function<void()> onSignal;
+    /// What the signal handler writes to, and what the main loop reads.
+    Descriptor departures;
     Descriptor arrivals;
     std::unique_ptr<QSocketNotifier> notifier;
     std::array<Saved, 4> saved{};

@@ -1,25 +1,22 @@
-#include "Platform/Linux/Desktop/QuitDeadline.h"
+#include "Platform/Shared/QuitDeadline.h"
 
 #include "Async/Fatal.h"
 
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
-#include <ctime>
 #include <string_view>
 
 namespace vorlin {
 
 namespace {
 
-struct Timer {
-    timer_t id{};
-    itimerspec limit{};
-};
-
-Timer timer;
-/// Whether `timer` may be started; taken by the first start.
+/// What the process's own timer is set to; the one kind that each system has, and that a signal
+/// handler may start. A child does not inherit it.
+itimerval limitOfAll{};
+/// Whether the timer may be started; taken by the first start.
 std::atomic<bool> ready = false;
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler may not wait");
 
@@ -35,17 +32,14 @@ void endNow(int /*signal*/)
 QuitDeadline::QuitDeadline(std::chrono::milliseconds limit)
 {
     const auto seconds = std::chrono::floor<std::chrono::seconds>(limit);
-    timer.limit.it_value = {.tv_sec = seconds.count(),
-                            .tv_nsec = std::chrono::nanoseconds(limit - seconds).count()};
-    sigevent event{};
-    event.sigev_notify = SIGEV_SIGNAL;
-    event.sigev_signo = SIGALRM;
+    const std::chrono::microseconds rest = limit - seconds;
+    limitOfAll.it_value.tv_sec = static_cast<time_t>(seconds.count());
+    limitOfAll.it_value.tv_usec = static_cast<suseconds_t>(rest.count());
     struct sigaction action {};
     action.sa_handler = endNow;
     sigemptyset(&action.sa_mask);
-    if (::timer_create(CLOCK_MONOTONIC, &event, &timer.id) != 0 ||
-        ::sigaction(SIGALRM, &action, &before) != 0) {
-        fatal("no timer is left to end by");
+    if (::sigaction(SIGALRM, &action, &before) != 0) {
+        fatal("nothing is left to end by");
     }
     ready = true;
 }
@@ -53,7 +47,8 @@ QuitDeadline::QuitDeadline(std::chrono::milliseconds limit)
 QuitDeadline::~QuitDeadline()
 {
     ready = false;
-    ::timer_delete(timer.id);
+    const itimerval never{};
+    ::setitimer(ITIMER_REAL, &never, nullptr);
     ::sigaction(SIGALRM, &before, nullptr);
 }
 
@@ -61,7 +56,7 @@ void QuitDeadline::begin()
 {
     const int code = errno;
     if (ready.exchange(false)) {
-        ::timer_settime(timer.id, 0, &timer.limit, nullptr);
+        ::setitimer(ITIMER_REAL, &limitOfAll, nullptr);
     }
     errno = code;
 }

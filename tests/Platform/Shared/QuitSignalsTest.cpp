@@ -1,4 +1,4 @@
-#include "Platform/Linux/Desktop/QuitSignals.h"
+#include "Platform/Shared/QuitSignals.h"
 
 #include "Platform/RunUntil.h"
 
@@ -42,7 +42,7 @@ TEST(QuitSignals, aSignalThatAnotherThreadTakesCountsToo)
         ++calls;
         onMain = std::this_thread::get_id() == main;
     });
-    std::jthread([] { std::raise(SIGTERM); }).join();
+    std::thread([] { std::raise(SIGTERM); }).join();
     EXPECT_TRUE(runUntil([&] { return calls == 1; }));
     EXPECT_TRUE(onMain);
 }

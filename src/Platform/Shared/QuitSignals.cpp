@@ -1,16 +1,17 @@
-#include "Platform/Linux/Desktop/QuitSignals.h"
+#include "Platform/Shared/QuitSignals.h"
 
 #include "Async/Fatal.h"
-#include "Platform/Linux/Desktop/QuitDeadline.h"
+#include "Platform/Shared/QuitDeadline.h"
 
 #include <QSocketNotifier>
 
-#include <sys/eventfd.h>
+#include <fcntl.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
-#include <cstdint>
+#include <tuple>
 #include <utility>
 
 namespace vorlin {
@@ -25,17 +26,33 @@ void wake(int /*signal*/)
 {
     const int code = errno;
     QuitDeadline::begin(); // here: the main loop may be what hangs
-    const std::uint64_t one = 1;
-    [[maybe_unused]] const auto written = ::write(wakeDescriptor.load(), &one, sizeof one);
+    // Where there is no room, the main loop has yet to see what lies there.
+    [[maybe_unused]] const auto written = ::write(wakeDescriptor.load(), "", 1);
     errno = code;
+}
+
+/// Never waits, and is no program's that is started.
+bool prepare(const Descriptor& end)
+{
+    return ::fcntl(end.number(), F_SETFL, O_NONBLOCK) == 0 &&
+           ::fcntl(end.number(), F_SETFD, FD_CLOEXEC) == 0;
+}
+
+/// From the signal handler to the main loop. Sockets: every system's main loop can watch those.
+std::pair<Descriptor, Descriptor> makeWay()
+{
+    std::array<int, 2> ends{-1, -1};
+    ::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data());
+    return {Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
 } // namespace
 
-QuitSignals::QuitSignals(std::function<void()> onSignal)
-    : onSignal(std::move(onSignal)), arrivals(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
+QuitSignals::QuitSignals(std::function<void()> onSignal) : onSignal(std::move(onSignal))
 {
-    if (!arrivals || wakeDescriptor.exchange(arrivals.number()) != -1) {
+    std::tie(departures, arrivals) = makeWay();
+    if (!prepare(departures) || !prepare(arrivals) ||
+        wakeDescriptor.exchange(departures.number()) != -1) {
         fatal("the signals that end the program cannot be watched");
     }
     notifier = std::make_unique<QSocketNotifier>(arrivals.number(), QSocketNotifier::Read);
@@ -66,8 +83,12 @@ QuitSignals::~QuitSignals()
 
 void QuitSignals::received()
 {
-    std::uint64_t count = 0;
-    if (::read(arrivals.number(), &count, sizeof count) == sizeof count) {
+    std::array<char, 256> bytes;
+    bool any = false;
+    while (::read(arrivals.number(), bytes.data(), bytes.size()) > 0) {
+        any = true;
+    }
+    if (any) {
         onSignal();
     }
 }
