@@ -3,18 +3,16 @@
 namespace vorlin {
 
 LinuxOverlay::LinuxOverlay(X11OverlayPanel& panel, DesktopAppearance& look, const HUDModel& model)
-    : panel(panel), look(look), scene(model)
+    : panel(panel), look(look),
+      root(model, {.isDark = [&look] { return look.isDark(); },
+                   .hasReducedMotion = [&look] { return look.hasReducedMotion(); },
+                   .contentChanged = [&panel] { panel.contentChanged(); }}),
+      lookChanges(
+          QObject::connect(&look, &DesktopAppearance::changed, [this] { followAppearance(); }))
 {
-    lookChanges =
-        QObject::connect(&look, &DesktopAppearance::changed, [this] { followAppearance(); });
     followAppearance();
-    scene.draw(QSize(430, 76), 1);
-    scene.onChanged = [this] { this->panel.contentChanged(); };
     panel.setContent([this](const QSize& size, double scale) -> const QImage& {
-        return scene.draw(size, scale);
-    });
-    announcements = model.announcement.observe([this](const HUDAnnouncement& latest) {
-        announcer.announce(QString::fromStdString(latest.text));
+        return root.scene.draw(size, scale);
     });
 }
 
@@ -26,7 +24,7 @@ LinuxOverlay::~LinuxOverlay()
 
 void LinuxOverlay::followAppearance()
 {
-    scene.setAppearance(look.isDark(), look.hasReducedMotion());
+    root.followAppearance();
     panel.setReducedMotion(look.hasReducedMotion());
 }
 

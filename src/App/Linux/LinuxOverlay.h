@@ -1,15 +1,12 @@
 #pragma once
 
-#include "HUDModel.h"
+#include "App/Shared/OverlayRoot.h"
 #include "Platform/Linux/Overlay/DesktopAppearance.h"
 #include "Platform/Linux/Overlay/X11OverlayPanel.h"
-#include "UI/Announcer.h"
-#include "UI/OverlayScene.h"
 
 namespace vorlin {
 
-/// The overlay's view in the desktop's panel, and its announcements. Create it ahead of the first
-/// dictation: it loads the view and draws it once, so that later pictures are quick. Main thread.
+/// The overlay's root in the desktop's panel. Main thread.
 class LinuxOverlay {
 public:
     /// All must outlive this object.
@@ -23,10 +20,8 @@ private:
 
     X11OverlayPanel& panel;
     DesktopAppearance& look;
+    OverlayRoot root;
     QMetaObject::Connection lookChanges;
-    OverlayScene scene;
-    Announcer announcer;
-    Subscription announcements;
 };
 
 } // namespace vorlin

@@ -7,15 +7,12 @@
 namespace vorlin {
 
 MacOverlay::MacOverlay(MacOverlayPanel& panel, MacAppearance& look, const HUDModel& model)
-    : panel(panel), look(look), scene(model),
-      announcements(model.announcement.observe([this](const HUDAnnouncement& latest) {
-          announcer.announce(QString::fromStdString(latest.text));
-      })),
-      lookChanges(look.observe([this] { followAppearance(); }))
+    : panel(panel), root(model, {.isDark = [&look] { return look.isDark(); },
+                                 .hasReducedMotion = [&look] { return look.hasReducedMotion(); },
+                                 .contentChanged = [&panel] { panel.contentChanged(); }}),
+      lookChanges(look.observe([this] { root.followAppearance(); }))
 {
-    scene.setSystemGlass(true);
-    followAppearance();
-    scene.onChanged = [this] { this->panel.contentChanged(); };
+    root.scene.setSystemGlass(true);
     panel.setContent(
         [this](double width, double height, double scale) { return draw(width, height, scale); });
 }
@@ -25,13 +22,9 @@ MacOverlay::~MacOverlay()
     panel.setContent({});
 }
 
-void MacOverlay::followAppearance()
-{
-    scene.setAppearance(look.isDark(), look.hasReducedMotion());
-}
-
 OverlayPicture MacOverlay::draw(double width, double height, double scale)
 {
+    OverlayScene& scene = root.scene;
     const QSize pixels(static_cast<int>(std::lround(width * scale)),
                        static_cast<int>(std::lround(height * scale)));
     const QImage& picture = scene.draw(pixels, scale);

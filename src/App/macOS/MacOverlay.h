@@ -1,16 +1,12 @@
 #pragma once
 
-#include "HUDModel.h"
+#include "App/Shared/OverlayRoot.h"
 #include "Platform/macOS/MacAppearance.h"
 #include "Platform/macOS/MacOverlayPanel.h"
-#include "UI/Announcer.h"
-#include "UI/OverlayScene.h"
-
-#include <memory>
 
 namespace vorlin {
 
-/// The overlay's view over the system's glass in its panel, and its announcements. Main thread.
+/// The overlay's root over the system's glass in its panel. Main thread.
 class MacOverlay {
 public:
     /// All must outlive this object.
@@ -20,14 +16,10 @@ public:
     ~MacOverlay();
 
 private:
-    void followAppearance();
     OverlayPicture draw(double width, double height, double scale);
 
     MacOverlayPanel& panel;
-    MacAppearance& look;
-    OverlayScene scene;
-    Announcer announcer;
-    Subscription announcements;
+    OverlayRoot root;
     Subscription lookChanges;
 };
 
