@@ -138,11 +138,11 @@ bool CurlTransfers::takeChanges(CURLM* multi)
     return true;
 }
 
-void CurlTransfers::begin(CURLM* multi, Added added)
+void CurlTransfers::begin(CURLM* multi, Added fresh)
 {
-    auto transfer = std::make_unique<CurlTransfer>(added.request, std::move(added.body), disk);
+    auto transfer = std::make_unique<CurlTransfer>(fresh.request, std::move(fresh.body), disk);
     libcurl().multiAdd(multi, transfer->handle());
-    running.emplace(added.task, Running{std::move(transfer)});
+    running.emplace(fresh.task, Running{std::move(transfer)});
 }
 
 /// Ends what libcurl has brought to an end.
