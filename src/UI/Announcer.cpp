@@ -52,8 +52,13 @@ void Announcer::announce(const QString& text)
         return;
     }
     latest.push_back(std::make_unique<Announcement>(text));
-    QAccessibleEvent shown(latest.back().get(), QAccessible::ObjectShow);
-    QAccessible::updateAccessibility(&shown);
+#if QT_VERSION >= QT_VERSION_CHECK(6, 8, 0)
+    // What every screen reader hears; VoiceOver knows nothing of notifications that are shown.
+    QAccessibleAnnouncementEvent event(latest.back().get(), text);
+#else
+    QAccessibleEvent event(latest.back().get(), QAccessible::ObjectShow);
+#endif
+    QAccessible::updateAccessibility(&event);
     if (latest.size() > kept) {
         latest.pop_front();
     }

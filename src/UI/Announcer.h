@@ -18,8 +18,9 @@ public:
     const QString text;
 };
 
-/// Tells a screen reader what it should say, without moving the focus: notifications without a
-/// window, whose names are the texts, are shown to it. Main thread, after the Qt application.
+/// Tells a screen reader what it should say, without moving the focus: it is announced by
+/// notifications without a window, whose names are the texts, or, where Qt knows no announcements
+/// (before 6.8), these are shown to it. Main thread, after the Qt application.
 class Announcer final {
 public:
     Announcer();

@@ -249,19 +249,17 @@ def connect(address):
 
 
 class ScreenReader:
-    """What a screen reader would say of notifications; the desktop must be `accessible`. A program
-    whose start coincides with the reader's may overlook it: have the one before the other."""
+    """What a screen reader would say of announcements, which Qt sends from 6.8 on, and of
+    notifications that are shown; the desktop must be `accessible`. A program whose start coincides
+    with the reader's may overlook it: have the one before the other."""
 
     def __init__(self, desktop):
         self.said = []
         session = connect(desktop.environment["DBUS_SESSION_BUS_ADDRESS"])
         address = wait_until(lambda: self._address(session), "the accessibility bus")
         self.bus = connect(address)
-        self._call("org.a11y.atspi.Registry", "/org/a11y/atspi/registry",
-                   "org.a11y.atspi.Registry", "RegisterEvent",
-                   GLib.Variant("(sas)", ("object:state-changed:showing", [])))
-        self.bus.signal_subscribe(None, "org.a11y.atspi.Event.Object", "StateChanged", None, None,
-                                  Gio.DBusSignalFlags.NONE, self._changed)
+        self._listen("object:state-changed:showing", "StateChanged", self._changed)
+        self._listen("object:announcement", "Announcement", self._announced)
 
     def heard(self, text):
         """Whether `text` was announced."""
@@ -284,6 +282,12 @@ class ScreenReader:
         except GLib.Error:
             return None
 
+    def _listen(self, event, signal, heard):
+        self._call("org.a11y.atspi.Registry", "/org/a11y/atspi/registry",
+                   "org.a11y.atspi.Registry", "RegisterEvent", GLib.Variant("(sas)", (event, [])))
+        self.bus.signal_subscribe(None, "org.a11y.atspi.Event.Object", signal, None, None,
+                                  Gio.DBusSignalFlags.NONE, heard)
+
     def _call(self, name, path, interface, method, arguments):
         return self.bus.call_sync(name, path, interface, method, arguments, None,
                                   Gio.DBusCallFlags.NONE, 5000, None)
@@ -296,3 +300,6 @@ class ScreenReader:
                           GLib.Variant("(ss)", ("org.a11y.atspi.Accessible", "Name")))[0]
         if role == "notification":
             self.said.append(name)
+
+    def _announced(self, _bus, _sender, _path, _interface, _signal, arguments):
+        self.said.append(arguments[3])
