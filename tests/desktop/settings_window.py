@@ -4,7 +4,7 @@ is told of it."""
 import time
 
 from gi.repository import Gio, GLib
-from Xlib import X, error, protocol
+from Xlib import X, display as xdisplay, error, protocol
 
 from overlay import connect
 from program import BUS_NAME
@@ -16,8 +16,33 @@ SIZE = (560, 470)
 ACCESSIBLE = "org.a11y.atspi.Accessible"
 ACTION = "org.a11y.atspi.Action"
 PROPERTIES = "org.freedesktop.DBus.Properties"
-UNKNOWN = "org.freedesktop.DBus.Error.UnknownObject"
+# What the program answers of an item that went, or that is not yet whole.
+UNKNOWN = ("org.freedesktop.DBus.Error.UnknownObject",
+           "org.freedesktop.DBus.Error.UnknownInterface")
 STATE_FOCUSABLE, STATE_VISIBLE = 11, 30
+
+
+class Raises:
+    """Counts how often anybody asks the window manager to bring a window to the front."""
+
+    def __init__(self, desktop):
+        self.x = xdisplay.Display(desktop.display)
+        self.wish = self.x.intern_atom("_NET_ACTIVE_WINDOW")
+        self.seen = 0
+
+    def __enter__(self):
+        self.x.screen().root.change_attributes(event_mask=X.SubstructureNotifyMask)
+        self.x.sync()
+        return self
+
+    def __exit__(self, *_):
+        self.x.close()
+
+    def count(self):
+        while self.x.pending_events():
+            event = self.x.next_event()
+            self.seen += event.type == X.ClientMessage and event.client_type == self.wish
+        return self.seen
 
 
 class SettingsWindow:
@@ -67,8 +92,11 @@ class SettingsWindow:
                                    None)
 
     def open(self):
-        self.ask()
-        wait_until(self.is_painted, "the settings window", 60)
+        """Opens it; returns once the program has brought it to the front for the last time."""
+        with Raises(self.desktop) as raises:
+            self.ask()
+            wait_until(self.is_painted, "the settings window", 60)
+            wait_until(lambda: raises.count() == 2, "the settings' second way to the front")
 
     def open_timed(self):
         """Opens it; returns the milliseconds from the wish to the picture."""
@@ -120,6 +148,9 @@ class Reader:
 
     def window(self, title=TITLE):
         """The window of this title as an accessible: (bus name, path)."""
+        return self._look(lambda: self._window(title))
+
+    def _window(self, title):
         root = ("org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root")
         for application in self.children(root):
             for window in self.children(application):
@@ -163,13 +194,21 @@ class Reader:
     def find(self, name, title=TITLE):
         """The item of this name in the window of this title, also where it has to be scrolled to;
         nothing where there is none."""
-        try:
-            window = self.window(title)
+        def look():
+            window = self._window(title)
             return window and self._below(window, name)
-        except GLib.Error as problem:
-            if Gio.DBusError.get_remote_error(problem) != UNKNOWN:
-                raise
-            return self.find(name, title)  # something went while it was looked at
+
+        return self._look(look)
+
+    @staticmethod
+    def _look(look):
+        """What the look finds; looks again where something went or came meanwhile."""
+        while True:
+            try:
+                return look()
+            except GLib.Error as problem:
+                if Gio.DBusError.get_remote_error(problem) not in UNKNOWN:
+                    raise
 
     def _below(self, item, name):
         # A dialog may be called as its button is.
