@@ -11,6 +11,7 @@ import sys
 from tree import Finding, Tree
 
 ADAPTERS = pathlib.PurePath("src/Platform/macOS")
+HELPERS = ADAPTERS / "Objects"
 SHARED = pathlib.PurePath("src/Platform/Shared")
 PORTS = pathlib.PurePath("src/Ports")
 # Ports whose adapter has another name than Mac and theirs, or serves Linux, too.
@@ -27,6 +28,7 @@ ELSEWHERE = {
 # An adapter translates: one that needs more than this decides something.
 LONGEST_ADAPTER = 200
 LONGEST_SWIFT = 150
+LONGEST_HELPER = 120
 
 
 def ports_without_an_adapter(tree):
@@ -40,12 +42,40 @@ def ports_without_an_adapter(tree):
 
 
 def long_adapters(tree):
-    """An adapter translates and decides nothing: it is short."""
-    for path in tree.files({".mm", ".swift"}, "src"):
-        limit = LONGEST_SWIFT if path.suffix == ".swift" else LONGEST_ADAPTER
+    """An adapter translates and decides nothing: it is short, as is what adapters share."""
+    limits = {".mm": LONGEST_ADAPTER, ".swift": LONGEST_SWIFT, ".h": LONGEST_HELPER}
+    for path in tree.files(limits, "src"):
+        if not (ADAPTERS if path.suffix != ".h" else HELPERS) in path.parents:
+            continue
+        limit = limits[path.suffix]
         length = tree.text(path).count("\n")
-        if ADAPTERS in path.parents and length > limit:
+        if length > limit:
             yield Finding(path, limit + 1, f"{length} lines, at most {limit}")
+
+
+# A rule of the core is a number, or a time to wait.
+NUMBER = re.compile(r"(?<![\w.])(?![01](?![\w.']))\d[\w.']*")
+TIME = re.compile(r"std::chrono::(?!duration\b)\w+")
+NO_CODE = re.compile(r'//.*|"(?:[^"\\]|\\.)*"|^\s*#.*')
+# How often the system is asked, or told, for want of a notice of its own.
+PACES = {
+    "constexpr auto frame = std::chrono::milliseconds(16);",
+    "constexpr auto progressEvery = std::chrono::seconds(1);",
+    "constexpr auto longest = std::chrono::seconds(30);",
+}
+
+
+def adapters_hold_no_rules(tree):
+    """An adapter reckons with no number and no time of its own: these are the core's, or stand in
+    plain C++ with a test."""
+    for path in tree.files({".mm"}, "src"):
+        if ADAPTERS not in path.parents:
+            continue
+        for number, line in tree.lines(path):
+            code = NO_CODE.sub("", line)
+            found = NUMBER.search(code) or TIME.search(code)
+            if found and line.strip() not in PACES:
+                yield Finding(path, number, f"an adapter has a rule: {found[0]}")
 
 
 # --- docs/MACOS.md --------------------------------------------------------------------------------
@@ -169,8 +199,8 @@ def constants_without_a_number(tree):
                     yield Finding(path, number, f"{CONSTANTS} does not hold {name} to its number")
 
 
-RULES = (ports_without_an_adapter, long_adapters, calls_of_the_platform, unconfirmed_declarations,
-         constants_without_a_number)
+RULES = (ports_without_an_adapter, long_adapters, adapters_hold_no_rules, calls_of_the_platform,
+         unconfirmed_declarations, constants_without_a_number)
 
 if __name__ == "__main__":
     if sys.argv[1:2] != ["--mend"]:

@@ -228,11 +228,24 @@ class RuleTest(unittest.TestCase):
             self.assertEqual(self.found(rule, {header: port, adapter: ""}), [])
 
     def test_an_adapter_for_macos_is_short(self):
-        for name, most in (("MacSounds.mm", 200), ("Speech/Analyzer.swift", 150)):
+        for name, most in (("MacSounds.mm", 200), ("Speech/Analyzer.swift", 150),
+                           ("Objects/Text.h", 120)):
             path = f"src/Platform/macOS/{name}"
             self.assertEqual(self.found(macos.long_adapters, {path: "a\n" * most}), [])
             self.assertEqual(self.found(macos.long_adapters, {path: "a\n" * (most + 1)}),
                              [f"{path}:{most + 1}"])
+
+    def test_an_adapter_for_macos_holds_no_rule_of_the_core(self):
+        path = "src/Platform/macOS/MacA.mm"
+        good = ("#include <a64.h>\ngo(0, 1, int64, 'a'); // not 28\nsay(\"28\");\n"
+                "constexpr auto frame = std::chrono::milliseconds(16);\n"
+                "std::chrono::duration<double>(wait).count();\n")
+        for bad in ("int n = 28;", "wait(0.5);", "f(1'000, 0x10);",
+                    "constexpr auto wait = std::chrono::seconds(1);"):
+            self.assert_catches(macos.adapters_hold_no_rules, path, f"{good}{bad}\n", good)
+        for bad in ("HotkeyMonitor.h", "Dictation.h", "Models/ModelStore.h"):
+            self.assert_catches(facilities.includes_between_facilities, path,
+                                f'#include "{bad}"\n', '#include "Ports/EventTap.h"\n')
 
     def test_each_call_of_macos_stands_where_its_row_says(self):
         document, adapter = "docs/MACOS.md", "src/Platform/macOS/MacA.mm"

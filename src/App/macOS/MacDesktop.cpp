@@ -1,23 +1,17 @@
 #include "App/macOS/MacDesktop.h"
 
-#include "Hotkey.h"
 #include "Platform/macOS/MacThreadPriority.h"
+#include "Platform/macOS/Plain/PasteChord.h"
 #include "Wording.h"
 
 namespace vorlin {
-
-namespace {
-
-/// Command-V, wherever the text goes.
-constexpr PasteChord paste{keyCodes::v, eventFlags::maskCommand, PasteSource::clipboard};
-
-} // namespace
 
 MacDesktop::MacDesktop()
     : workers(lowerThreadPriority), folders(std::make_shared<MacFolders>()),
       workingFolders(std::make_shared<DiskWorkingFolders>()), http(loop, workers), mlModels(loop),
       state("Vorlin.state"), permissions(loop), audioInput(loop), speechAnalyzers(loop),
-      focusedProgram(paste), overlayPanel(loop), statusItem(loop), keyMonitor(loop), workspace(loop)
+      focusedProgram(commandV), overlayPanel(loop), statusItem(loop), keyMonitor(loop),
+      workspace(loop)
 {
 }
 

@@ -16,8 +16,6 @@ public:
     ~MacOverlay();
 
 private:
-    OverlayPicture draw(double width, double height, double scale);
-
     MacOverlayPanel& panel;
     OverlayRoot root;
     Subscription lookChanges;

@@ -1,6 +1,7 @@
 #include "Platform/macOS/Plain/ErrorLine.h"
 #include "Platform/macOS/Plain/FlippedRect.h"
 #include "Platform/macOS/Plain/ModelFolders.h"
+#include "Platform/macOS/Plain/PasteChord.h"
 #include "Platform/macOS/Plain/PrivacyPanes.h"
 #include "Platform/macOS/Plain/SampleFormats.h"
 #include "Platform/macOS/Plain/StatusSymbols.h"
@@ -9,6 +10,13 @@
 
 namespace vorlin {
 namespace {
+
+TEST(PasteChordTest, pastesByTheKeyOfVWithCommandAlone)
+{
+    EXPECT_EQ(commandV.keyCode, 9);
+    EXPECT_EQ(commandV.modifiers, 0x100000U);
+    EXPECT_EQ(commandV.source, PasteSource::clipboard);
+}
 
 TEST(ErrorLineTest, aFailureIsItsFirstLine)
 {
