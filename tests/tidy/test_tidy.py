@@ -257,7 +257,6 @@ class RuleTest(unittest.TestCase):
 
         place = f"`{adapter}:2`"
         self.assertEqual(found(f"| goes | `go]` | {place} | `A.mm` |"), [])
-        self.assertEqual(found(f"| goes | `go]` | {place} | compiled only |"), [])
         for bad in (f"| goes | `gone]` | {place} | `A.mm` |", f"| goes | `go]` | {place} | |",
                     f"| goes | `go]` | `{adapter}:1` | `A.mm` |",
                     f"| goes | `go]` | {place} | `B.mm` |", f"| goes | `go]` | {place} | read |",
@@ -267,7 +266,7 @@ class RuleTest(unittest.TestCase):
         self.assertEqual(found(""), [f"{document}:1"])
 
     def test_rows_of_macos_follow_what_they_name(self):
-        row = "| goes | `go]` | `src/A.mm:9` | compiled only |"
+        row = "| goes | `go]` | `src/A.mm:9` | `A.mm` |"
         with tempfile.TemporaryDirectory() as folder:
             root = pathlib.Path(folder)
             (root / "docs").mkdir()
