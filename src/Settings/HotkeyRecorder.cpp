@@ -32,7 +32,7 @@ void HotkeyRecorder::start()
     // First: a dictation that runs by the held key ends, and the key is seen here alone.
     model.setRecordingHotkey(true);
     const auto refusal =
-        keys.start([this](KeyEventType type, const KeyEvent& event) { handle(type, event); },
+        keys.start([this](KeyEventType type, const KeyEvent& event) { return handle(type, event); },
                    [this] { stop(); });
     if (refusal) {
         model.setRecordingHotkey(false);
@@ -53,10 +53,10 @@ void HotkeyRecorder::stop()
     model.setRecordingHotkey(false);
 }
 
-void HotkeyRecorder::handle(KeyEventType type, const KeyEvent& event)
+bool HotkeyRecorder::handle(KeyEventType type, const KeyEvent& event)
 {
     if (event.keyCode < 0 || event.keyCode > std::numeric_limits<std::uint16_t>::max()) {
-        return; // no key that could be stored
+        return false; // no key that could be stored
     }
     const auto keyCode = static_cast<std::uint16_t>(event.keyCode);
     if (type == KeyEventType::flagsChanged) {
@@ -64,6 +64,7 @@ void HotkeyRecorder::handle(KeyEventType type, const KeyEvent& event)
     } else if (type == KeyEventType::keyDown && !event.autorepeat) {
         keyPressed(keyCode, event.flags);
     }
+    return !recording.get();
 }
 
 void HotkeyRecorder::modifierChanged(std::uint16_t keyCode, std::uint64_t flags)

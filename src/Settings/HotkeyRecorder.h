@@ -39,8 +39,9 @@ public:
     /// Takes a key that was not recorded but chosen: ends recording.
     void choose(const Hotkey& chosen);
 
-    /// Takes one event of the keyboard while recording. Every one is swallowed.
-    void handle(KeyEventType type, const KeyEvent& event);
+    /// Takes one event of the keyboard while recording. Returns whether it is used up: a key was
+    /// recorded by it, or Escape ended the recording.
+    bool handle(KeyEventType type, const KeyEvent& event);
 
 private:
     void modifierChanged(std::uint16_t keyCode, std::uint64_t flags);

@@ -134,6 +134,19 @@ TEST_F(SettingsKeyboard, turnsTogglesBySpaceAndByEnter)
     EXPECT_TRUE(stored().sounds());
 }
 
+TEST_F(SettingsKeyboard, aKeyThatReachesTheWindowWhileAKeyIsRecordedIsNoSecondClick)
+{
+    open(SettingsTab::general);
+    focus("Dictation key");
+    press(Qt::Key_Space);
+    ASSERT_TRUE(desktop.recorderKeys.isRunning());
+    for (const auto key : {Qt::Key_Space, Qt::Key_Return, Qt::Key_Enter}) {
+        press(key);
+        EXPECT_TRUE(desktop.recorderKeys.isRunning()) << key;
+    }
+    EXPECT_EQ(desktop.recorderKeys.starts, 1);
+}
+
 TEST_F(SettingsKeyboard, choosesFromAMenu)
 {
     open(SettingsTab::popup);

@@ -100,6 +100,32 @@ TEST_F(HotkeyRecorderTest, anotherKeyAloneShowsTheHintAndGoesOn)
     EXPECT_EQ(model.hotkey.get(), before);
 }
 
+TEST_F(HotkeyRecorderTest, whatIsIgnoredOrOnlyHintsIsNotUsedUp)
+{
+    recorder.start();
+    keys.flagsChanged(capsLock, 0x10000);
+    EXPECT_FALSE(keys.isUsedUp);
+    keys.flagsChanged(leftShift, maskShift);
+    EXPECT_FALSE(keys.isUsedUp);
+    keys.keyDown(keyCodes::space);
+    EXPECT_FALSE(keys.isUsedUp);
+}
+
+TEST_F(HotkeyRecorderTest, whatIsRecordedOrEndsTheRecordingIsUsedUp)
+{
+    recorder.start();
+    keys.keyDown(f5);
+    EXPECT_TRUE(keys.isUsedUp);
+    recorder.start();
+    keys.flagsChanged(62, maskControl);
+    EXPECT_FALSE(keys.isUsedUp);
+    keys.flagsChanged(62, 0);
+    EXPECT_TRUE(keys.isUsedUp);
+    recorder.start();
+    keys.keyDown(keyCodes::escape);
+    EXPECT_TRUE(keys.isUsedUp);
+}
+
 TEST_F(HotkeyRecorderTest, theHintStandsUntilTheNextRecording)
 {
     recorder.start();

@@ -54,6 +54,8 @@ public:
     Handler handler;
     std::function<void()> onEnd;
     int starts = 0;
+    /// Whether the latest key was used up.
+    bool isUsedUp = false;
 
     std::optional<std::string> start(Handler nextHandler, std::function<void()> nextOnEnd) override
     {
@@ -94,7 +96,7 @@ private:
     void send(KeyEventType type, const KeyEvent& event)
     {
         if (const auto current = handler) {
-            current(type, event);
+            isUsedUp = current(type, event);
         }
     }
 };

@@ -61,7 +61,6 @@ NO_CODE = re.compile(r'//.*|"(?:[^"\\]|\\.)*"|^\s*#.*')
 PACES = {
     "constexpr auto frame = std::chrono::milliseconds(16);",
     "constexpr auto progressEvery = std::chrono::seconds(1);",
-    "constexpr auto longest = std::chrono::seconds(30);",
 }
 
 

@@ -5,23 +5,20 @@
 
 #include <AppKit/AppKit.h>
 
-#include <chrono>
 #include <utility>
 
 namespace vorlin {
 
 namespace {
 
-constexpr auto longest = std::chrono::seconds(30);
-
-void tell(NSEvent* event, const LocalKeyMonitor::Handler& handler)
+/// Whether the event is used up.
+bool tell(NSEvent* event, const LocalKeyMonitor::Handler& handler)
 {
     const auto type =
         event.type == NSEventTypeFlagsChanged ? KeyEventType::flagsChanged : KeyEventType::keyDown;
     // Only an event of a key that goes up or down may be asked whether it is repeated.
-    if (type == KeyEventType::flagsChanged || !event.isARepeat) {
-        handler(type, {event.keyCode, event.modifierFlags, false});
-    }
+    return (type == KeyEventType::flagsChanged || !event.isARepeat) &&
+           handler(type, {event.keyCode, event.modifierFlags, false});
 }
 
 } // namespace
@@ -46,16 +43,15 @@ std::optional<std::string> MacLocalKeyMonitor::start(Handler handler, std::funct
     monitoring = std::make_unique<Monitoring>();
     monitoring->onEnd = std::move(onEnd);
     const auto told = std::make_shared<const Handler>(std::move(handler));
-    const id monitor = [NSEvent addLocalMonitorForEventsMatchingMask:recordedEvents
-                                                             handler:^NSEvent*(NSEvent* event) {
-                                                               const auto held = told; // may stop
-                                                               tell(event, *held);
-                                                               return nil;
-                                                             }];
+    const id monitor =
+        [NSEvent addLocalMonitorForEventsMatchingMask:recordedEvents
+                                              handler:^NSEvent*(NSEvent* event) {
+                                                const auto held = told; // may stop
+                                                return tell(event, *held) ? nil : event;
+                                              }];
     monitoring->monitor = Ref<NSObject>(monitor);
     monitoring->focus = Observer([NSNotificationCenter defaultCenter],
                                  NSWindowDidResignKeyNotification, nil, [this] { endSoon(); });
-    monitoring->end = loop.startTimer(longest, [this] { endSoon(); });
     return std::nullopt;
 }
 

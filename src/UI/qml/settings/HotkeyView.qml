@@ -14,6 +14,7 @@ RowLayout {
     PushButton {
         text: line.row.control.text
         tinted: line.row.control.recording
+        ignoresKeys: line.row.control.recording
         Layout.minimumWidth: 120
         Accessible.name: line.row.label
         Accessible.description: text

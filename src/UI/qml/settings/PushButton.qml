@@ -13,6 +13,8 @@ T.AbstractButton {
     property bool suggested: false
     property bool destructive: false
     property bool tinted: false
+    // Keys are meant for something else: none is a click.
+    property bool ignoresKeys: false
 
     readonly property color ink: !enabled ? Theme.secondary
                                  : suggested ? Theme.accentInk
@@ -34,13 +36,14 @@ T.AbstractButton {
     Accessible.name: text === "" ? help : text
     Accessible.description: text === "" ? "" : help
     Accessible.onPressAction: button.clicked()
+    Keys.onSpacePressed: event => event.accepted = button.ignoresKeys
     Keys.onReturnPressed: event => clickOnce(event)
     Keys.onEnterPressed: event => clickOnce(event)
     // What follows the first press of a held key is meant for what the button showed then: by now
     // it may do the opposite.
 
     function clickOnce(event: KeyEvent) {
-        if (!event.isAutoRepeat) {
+        if (!event.isAutoRepeat && !ignoresKeys) {
             clicked();
         }
     }

@@ -31,6 +31,7 @@ protected:
             [this](KeyEventType type, const KeyEvent& event) {
                 told.push_back({type, event.keyCode, event.flags});
                 onKey();
+                return false; // they are swallowed all the same
             },
             [this] { ++ends; });
     }
