@@ -3,6 +3,8 @@
 #include "Platform/Linux/Desktop/AwayServices.h"
 #include "Platform/Linux/Desktop/SystemBus.h"
 
+#include <QString>
+
 #include <algorithm>
 #include <optional>
 #include <utility>
@@ -13,10 +15,10 @@ SessionLock::SessionLock(const QDBusConnection& sessionBus, const Environment& e
                          Workers& workers, MainLoop& loop)
 {
     if (sessionBus.isConnected()) {
-        follow(std::make_unique<ScreenSaver>(sessionBus, "org.freedesktop.ScreenSaver",
-                                             "/org/freedesktop/ScreenSaver"));
-        follow(std::make_unique<ScreenSaver>(sessionBus, "org.gnome.ScreenSaver",
-                                             "/org/gnome/ScreenSaver"));
+        for (const QString desktop : {"freedesktop", "gnome", "cinnamon", "mate", "xfce"}) {
+            follow(std::make_unique<ScreenSaver>(sessionBus, "org." + desktop + ".ScreenSaver",
+                                                 "/org/" + desktop + "/ScreenSaver"));
+        }
     }
     const auto opened = std::make_shared<std::optional<QDBusConnection>>();
     const auto address = systemBusAddress(environment);

@@ -10,6 +10,7 @@
 
 #include <QDBusObjectPath>
 #include <QDBusVariant>
+#include <QStringList>
 
 #include <memory>
 #include <vector>
@@ -22,6 +23,8 @@ namespace {
 
 const QString gnome = QStringLiteral("org.gnome.ScreenSaver");
 const QString freedesktop = QStringLiteral("org.freedesktop.ScreenSaver");
+const QStringList everyName = {freedesktop, gnome, "org.cinnamon.ScreenSaver",
+                               "org.mate.ScreenSaver", "org.xfce.ScreenSaver"};
 const QString login = QStringLiteral("org.freedesktop.login1");
 const QString loginPath = QStringLiteral("/org/freedesktop/login1");
 const QString ownSession = QStringLiteral("/org/freedesktop/login1/session/_31");
@@ -135,7 +138,7 @@ TEST_F(SessionLockTest, nobodyIsAwayWhereNothingSaysSo)
 
 TEST_F(SessionLockTest, aScreenSaverThatIsActiveAtTheStartCounts)
 {
-    for (const auto& name : {gnome, freedesktop}) {
+    for (const QString& name : everyName) {
         PlayedSaver saver(sessionBus, name, true);
         start();
         EXPECT_TRUE(comesToBe(true)) << name.toStdString();
@@ -146,7 +149,7 @@ TEST_F(SessionLockTest, aScreenSaverThatIsActiveAtTheStartCounts)
 TEST_F(SessionLockTest, followsEachScreenSaver)
 {
     start();
-    for (const auto& name : {gnome, freedesktop}) {
+    for (const QString& name : everyName) {
         PlayedSaver saver(sessionBus, name, true);
         ASSERT_TRUE(comesToBe(true)) << "it has come later";
         saver.setActive(false);
