@@ -63,6 +63,17 @@ class Bundle(unittest.TestCase):
         text = (ROOT / "src/Platform/Shared/Curl/CMakeLists.txt").read_text()
         self.assertRegex(text, r"\$<PLATFORM_ID:Darwin>,/usr/lib/libcurl\.4\.dylib,")
 
+    def test_swift_is_compiled_for_the_oldest_system_too(self):
+        """CMake tells the others by CMAKE_OSX_DEPLOYMENT_TARGET, Swift only by its target."""
+        text = (ROOT / "CMakeLists.txt").read_text()
+        told = text.index("set(CMAKE_Swift_COMPILER_TARGET arm64-apple-macosx14.0)")
+        self.assertLess(told, text.index("enable_language(OBJCXX Swift)"))
+
+    def test_a_screen_reader_is_told_before_it_has_looked_at_a_window(self):
+        main = (ROOT / "src/App/macOS/main.cpp").read_text()
+        self.assertLess(main.index("QGuiApplication qt("),
+                        main.index("QAccessible::setActive(true);"))
+
     def test_a_start_leaves_the_keys_where_they_are(self):
         """Qt brings the program to the front when it starts, unless told before it does."""
         main = (ROOT / "src/App/macOS/main.cpp").read_text()

@@ -9,6 +9,7 @@
 #include "Platform/macOS/MacSettingsWindow.h"
 #include "VorlinApp.h"
 
+#include <QAccessible>
 #include <QGuiApplication>
 
 #include <chrono>
@@ -26,6 +27,8 @@ int run(char* argv[])
     setUpQt();
     int onlyTheName = 1; // there are no command-line options
     const QGuiApplication qt(onlyTheName, argv);
+    // Qt waits for a reader to look at one of its windows, and the overlay's is none.
+    QAccessible::setActive(true);
     MacApplication application;
     Program program(application);
     if (!program.isOnly()) {
