@@ -121,6 +121,7 @@ int main(int argc, char** argv)
         .defaults = real.defaults,
         .state = real.state,
         .permissions = real.permissions,
+        .session = real.session,
         .sounds = real.sounds,
         .locale = real.locale,
         .mlModels = real.mlModels,
