@@ -343,15 +343,18 @@ TEST_F(LifetimeTest, loadingAndUnloadingLeavesNothingBehind)
     for (int i = 0; i < 20; ++i) {
         once();
     }
+    // The last process may still be on its way out, and with it who waits for its end.
+    const auto noChild = [&] { return eventually([&] { return children().empty(); }); };
+    ASSERT_TRUE(noChild());
     const auto descriptors = countIn("/proc/self/fd");
     const auto threads = countIn("/proc/self/task");
     [[maybe_unused]] const auto memory = residentKiB();
     for (int i = 0; i < 200; ++i) {
         once();
     }
-    EXPECT_EQ(countIn("/proc/self/fd"), descriptors);
-    EXPECT_TRUE(eventually([&] { return countIn("/proc/self/task") == threads; }));
-    EXPECT_TRUE(children().empty());
+    EXPECT_TRUE(noChild());
+    EXPECT_TRUE(eventually([&] { return countIn("/proc/self/fd") <= descriptors; }));
+    EXPECT_TRUE(eventually([&] { return countIn("/proc/self/task") <= threads; }));
 #if !defined(__SANITIZE_ADDRESS__) // which keeps what was freed
     EXPECT_LT(residentKiB(), memory + 4096);
 #endif
