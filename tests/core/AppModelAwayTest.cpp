@@ -1,9 +1,7 @@
-#include "AppModel.h"
-#include "fakes/FakePorts.h"
+#include "AppModelFixture.h"
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -17,24 +15,8 @@ using Names = std::vector<std::string>;
 constexpr std::uint16_t f5 = 96;
 
 /// The whole model while the person turns away from the machine and comes back.
-class AppModelAwayTest : public testing::Test {
+class AppModelAwayTest : public AppModelFixture {
 protected:
-    FakePorts desktop;
-    std::unique_ptr<AppModel> model;
-
-    AppModelAwayTest() { desktop.analyzers.spoken = "hello world"; }
-
-    void start() { model = std::make_unique<AppModel>(desktop.ports()); }
-    void press()
-    {
-        desktop.tap.pressOption();
-        desktop.loop.runReady();
-    }
-    void release()
-    {
-        desktop.tap.releaseOption();
-        desktop.loop.runReady();
-    }
     void leave()
     {
         desktop.session.setAway(true);

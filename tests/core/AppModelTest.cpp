@@ -1,11 +1,10 @@
-#include "AppModel.h"
+#include "AppModelFixture.h"
+
 #include "VorlinApp.h"
 #include "fakes/FakeParakeet.h"
-#include "fakes/FakePorts.h"
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <vector>
 
 namespace vorlin {
@@ -15,28 +14,12 @@ using namespace std::chrono_literals;
 using Phase = Dictation::Phase;
 using Names = std::vector<std::string>;
 
-class AppModelTest : public testing::Test {
+class AppModelTest : public AppModelFixture {
 protected:
-    FakePorts desktop;
-    std::unique_ptr<AppModel> model;
-
-    AppModelTest() { desktop.analyzers.spoken = "hello world"; }
-
-    void start() { model = std::make_unique<AppModel>(desktop.ports()); }
     void startInToggleMode()
     {
         desktop.defaults.values["recordMode"] = "toggle";
         start();
-    }
-    void press()
-    {
-        desktop.tap.pressOption();
-        desktop.loop.runReady();
-    }
-    void release()
-    {
-        desktop.tap.releaseOption();
-        desktop.loop.runReady();
     }
     bool escape()
     {
