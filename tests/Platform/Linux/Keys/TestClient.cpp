@@ -252,6 +252,13 @@ bool TestWindow::hasFocus()
     return reply && reply->focus == window;
 }
 
+bool TestWindow::isManaged()
+{
+    const auto reply = owned(
+        xcb_query_tree_reply(program.get(), xcb_query_tree(program.get(), window), nullptr));
+    return reply && reply->parent != program.root();
+}
+
 void TestWindow::unmap()
 {
     xcb_unmap_window(program.get(), window);

@@ -120,6 +120,8 @@ public:
     xcb_window_t addChild();
     void focus(xcb_window_t which);
     bool hasFocus();
+    /// Whether a window manager has put a frame around it.
+    bool isManaged();
     void unmap();
     /// Notes from now on when the window gets or loses the focus.
     void watchFocus();
