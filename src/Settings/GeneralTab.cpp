@@ -17,7 +17,7 @@ constexpr std::array<const char*, recordModes.size()> recordModeLabels = {"Hold 
 } // namespace
 
 GeneralTab::GeneralTab(AppModel& model, const Ports& ports)
-    : FormModel(ports.wording), recorder(model, ports.localKeyMonitor), model(model),
+    : FormModel(ports.wording), recorder(model, ports.localKeyMonitor, ports.session), model(model),
       tap(ports.eventTap), loginItem(ports.loginItem), analyzers(ports.speechAnalyzers),
       launchAtLogin(loginItem.isEnabled())
 {

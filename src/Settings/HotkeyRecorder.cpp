@@ -6,7 +6,14 @@ namespace vorlin {
 
 using eventFlags::maskHotkeyModifiers;
 
-HotkeyRecorder::HotkeyRecorder(AppModel& model, LocalKeyMonitor& keys) : model(model), keys(keys) {}
+HotkeyRecorder::HotkeyRecorder(AppModel& model, LocalKeyMonitor& keys, const Session& session)
+    : model(model), keys(keys), sessionChanges(session.isAway().observe([this](bool away) {
+          if (away) {
+              stop();
+          }
+      }))
+{
+}
 
 HotkeyRecorder::~HotkeyRecorder()
 {

@@ -3,6 +3,7 @@
 #include "AppModel.h"
 #include "Async/Published.h"
 #include "Ports/LocalKeyMonitor.h"
+#include "Ports/Session.h"
 
 #include <cstdint>
 #include <optional>
@@ -15,8 +16,8 @@ namespace vorlin {
 /// does nothing. Main loop.
 class HotkeyRecorder {
 public:
-    /// Both must outlive this object.
-    HotkeyRecorder(AppModel& model, LocalKeyMonitor& keys);
+    /// All must outlive this object.
+    HotkeyRecorder(AppModel& model, LocalKeyMonitor& keys, const Session& session);
     HotkeyRecorder(const HotkeyRecorder&) = delete;
     HotkeyRecorder& operator=(const HotkeyRecorder&) = delete;
     /// Stops recording.
@@ -30,7 +31,8 @@ public:
     /// The button was clicked: starts, or stops.
     void click();
 
-    /// Begins to record. Ends by itself with a recorded key, Escape, or when the monitoring ends.
+    /// Begins to record. Ends by itself with a recorded key, Escape, or when the monitoring ends;
+    /// when the person turns away, too, for who locks the screen wants the keyboard.
     void start();
 
     /// Ends it without a change; safe when nothing is recorded.
@@ -51,6 +53,7 @@ private:
     LocalKeyMonitor& keys;
     /// A modifier key that went down alone, and is the hotkey if it goes up alone.
     std::optional<std::uint16_t> pendingModifier;
+    Subscription sessionChanges;
 };
 
 } // namespace vorlin

@@ -33,7 +33,7 @@ protected:
     FakePorts desktop;
     FakeLocalKeyMonitor& keys = desktop.recorderKeys;
     AppModel model{desktop.ports()};
-    HotkeyRecorder recorder{model, keys};
+    HotkeyRecorder recorder{model, keys, desktop.session};
     const Hotkey before = model.hotkey.get();
 };
 
@@ -64,6 +64,15 @@ TEST_F(HotkeyRecorderTest, aModifierThatWasHeldAtTheStartIsNotRecordedByItsRelea
     recorder.start();
     keys.flagsChanged(leftOption, 0);
     EXPECT_TRUE(isRecording());
+    EXPECT_EQ(model.hotkey.get(), before);
+}
+
+TEST_F(HotkeyRecorderTest, whoLocksTheScreenGetsTheKeyboard)
+{
+    recorder.start();
+    desktop.session.setAway(true);
+    EXPECT_FALSE(isRecording());
+    EXPECT_FALSE(keys.isRunning());
     EXPECT_EQ(model.hotkey.get(), before);
 }
 
@@ -255,7 +264,7 @@ TEST_F(HotkeyRecorderTest, aDictationByTwoPressesGoesOnWhileAKeyIsRecorded)
 TEST_F(HotkeyRecorderTest, theEndOfTheRecorderEndsTheRecording)
 {
     {
-        HotkeyRecorder another(model, keys);
+        HotkeyRecorder another(model, keys, desktop.session);
         another.start();
         EXPECT_FALSE(desktop.tap.isRunning());
     }
