@@ -254,8 +254,8 @@ bool TestWindow::hasFocus()
 
 bool TestWindow::isManaged()
 {
-    const auto reply = owned(
-        xcb_query_tree_reply(program.get(), xcb_query_tree(program.get(), window), nullptr));
+    const auto reply =
+        owned(xcb_query_tree_reply(program.get(), xcb_query_tree(program.get(), window), nullptr));
     return reply && reply->parent != program.root();
 }
 
