@@ -79,6 +79,9 @@ void AppModel::wireMonitor()
     sessionChanges = ports.session.isAway().observe([this](bool away) {
         if (away) {
             dictation.cancel();
+            if (inserter.abandon()) {
+                play("Funk");
+            }
             monitor.stop(); // a key that is let go meanwhile may not be seen
         } else {
             refreshPermissions();

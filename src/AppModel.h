@@ -22,7 +22,8 @@ namespace vorlin {
 
 /// The one application-wide object: owns the dictation, the engine catalog, the hotkey monitor,
 /// the overlay and the text inserter, wires them together, and follows the two permissions. While
-/// the person is away (`Session`) no dictation runs and the key is not watched. Main loop.
+/// the person is away (`Session`) no dictation runs, no text is pasted, and the key is not watched.
+/// Main loop.
 class AppModel {
 public:
     /// Builds and wires everything, asks for missing permissions and starts watching the key.

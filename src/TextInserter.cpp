@@ -86,17 +86,28 @@ void TextInserter::insert(const std::string& text)
     }
 }
 
+bool TextInserter::abandon()
+{
+    return !std::exchange(waiting, {}).empty();
+}
+
 Task<void> TextInserter::insertWaiting()
 {
     while (!waiting.empty()) {
-        std::string text = std::move(waiting.front());
-        waiting.pop_front();
-        co_await paste(std::move(text));
+        const PasteChord chord = co_await readyChord();
+        if (!waiting.empty()) { // none was abandoned
+            paste(waiting.front(), chord);
+            waiting.pop_front();
+        }
+    }
+    if (watching == 0) {
+        ahead.clear(); // what was read for nothing
     }
     inserting = false;
 }
 
-Task<void> TextInserter::paste(std::string text)
+/// The chord for the next text, once that may be pasted and the contents below it are known.
+Task<PasteChord> TextInserter::readyChord()
 {
     PasteChord chord = focus.pasteChord();
     while (true) {
@@ -105,9 +116,13 @@ Task<void> TextInserter::paste(std::string text)
         // Either may have taken a second and more: the person may be in another program by now.
         const PasteSource ready = std::exchange(chord, focus.pasteChord()).source;
         if (chord.source == ready) {
-            break;
+            co_return chord;
         }
     }
+}
+
+void TextInserter::paste(const std::string& text, const PasteChord& chord)
+{
     auto items = takeContents(chord.source);
     pasteboard.setString(chord.source, text);
     pasteShortcut(chord);
@@ -145,14 +160,11 @@ Task<void> TextInserter::readContents(PasteSource source)
     ahead[source] = {count, std::move(items)};
 }
 
-/// What `readContents` made known; what it read for nothing is let go.
+/// What `readContents` made known.
 PasteboardSnapshot TextInserter::takeContents(PasteSource source)
 {
     auto restore = pending.extract(source);
     auto known = ahead.extract(source);
-    if (watching == 0) {
-        ahead.clear();
-    }
     if (restore && (!known || pasteboard.use(source) != PasteboardUse::replaced)) {
         return std::move(restore.mapped().items);
     }

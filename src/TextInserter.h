@@ -42,6 +42,10 @@ public:
     /// Pastes `text`. Returns at once.
     void insert(const std::string& text);
 
+    /// Pastes none of the texts that still wait: what has the focus now is not what they were
+    /// spoken into. Returns whether there was one.
+    bool abandon();
+
 private:
     /// Contents that stood on a pasteboard at some `changeCount`.
     struct Contents {
@@ -60,7 +64,8 @@ private:
     void watch();
     Task<void> readAhead(PasteSource source, std::int64_t number);
     Task<void> insertWaiting();
-    Task<void> paste(std::string text);
+    Task<PasteChord> readyChord();
+    void paste(const std::string& text, const PasteChord& chord);
     Task<void> awaitReader(PasteSource source);
     Task<void> readContents(PasteSource source);
     PasteboardSnapshot takeContents(PasteSource source);
@@ -73,6 +78,7 @@ private:
     Pasteboard& pasteboard;
     KeyPoster& keys;
     FocusedProgram& focus;
+    /// Texts whose chord was not posted yet.
     std::deque<std::string> waiting;
     bool inserting = false;
     /// Names the current watch; 0 while none runs.

@@ -77,6 +77,28 @@ TEST_F(AppModelAwayTest, leavingWhileTheTextIsFinishedInsertsNone)
     expectCancelled();
 }
 
+TEST_F(AppModelAwayTest, aTextThatStillWaitsIsNotPastedIntoALocker)
+{
+    desktop.pasteboard.copy(FakePasteboard::text("old"));
+    start();
+    for (int i = 0; i < 2; ++i) { // a program that does not read
+        press();
+        release();
+    }
+    ASSERT_EQ(phase(), Phase::idle);
+    ASSERT_EQ(pastes(), 1U);
+    leave();
+    EXPECT_EQ(desktop.sounds.played.back(), "Funk");
+    desktop.loop.advance(10s);
+    comeBack();
+    desktop.loop.advance(10s);
+    EXPECT_EQ(pastes(), 1U);
+    EXPECT_EQ(desktop.pasteboard.string(), "old");
+    press();
+    release();
+    EXPECT_EQ(pastes(), 2U);
+}
+
 TEST_F(AppModelAwayTest, leavingAndComingBackWithoutADictationIsNoticedByNobody)
 {
     start();

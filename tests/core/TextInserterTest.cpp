@@ -169,6 +169,48 @@ TEST_F(TextInserterTest, aProgramThatNeverReadsHoldsUpTheNextTextForThreeSeconds
     EXPECT_EQ(board(), "old");
 }
 
+TEST_F(TextInserterTest, aTextThatIsAbandonedWhileItWaitsIsNeverPasted)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    programReadsAfter(1s);
+    insert("one");
+    insert("two");
+    EXPECT_TRUE(inserter->abandon());
+    EXPECT_FALSE(inserter->abandon()) << "the first is the program's by now";
+    loop.advance(990ms);
+    EXPECT_EQ(board(), "one");
+    loop.advance(5s);
+    EXPECT_EQ(pasted, (std::vector<std::string>{"one"}));
+    EXPECT_EQ(board(), "old");
+}
+
+TEST_F(TextInserterTest, aTextThatIsAbandonedWhileTheContentsAreReadIsNeverPasted)
+{
+    pasteboard.snapshotsCompleteAtOnce = false;
+    pasteboard.copy(FakePasteboard::text("old"));
+    insert("hello");
+    EXPECT_TRUE(inserter->abandon());
+    pasteboard.completeSnapshot();
+    loop.advance(5s);
+    EXPECT_TRUE(keys.posted.empty());
+    EXPECT_EQ(board(), "old");
+    insert("again");
+    EXPECT_EQ(pasteboard.snapshots, 2) << "nothing was kept of the contents";
+}
+
+TEST_F(TextInserterTest, aTextAfterAnAbandonedOneIsPasted)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    programReadsAfter(1s);
+    insert("one");
+    insert("two");
+    inserter->abandon();
+    insert("three");
+    loop.advance(5s);
+    EXPECT_EQ(pasted, (std::vector<std::string>{"one", "three"}));
+    EXPECT_EQ(board(), "old");
+}
+
 TEST_F(TextInserterTest, theContentsAreReadAheadSoThatInsertingCostsNothing)
 {
     pasteboard.snapshotsCompleteAtOnce = false;
