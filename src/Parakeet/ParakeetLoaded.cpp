@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstddef>
 #include <exception>
+#include <string_view>
 #include <utility>
 #include <variant>
 
@@ -107,7 +108,9 @@ Completion<Done> beginParts(const ParakeetSource& source, const std::shared_ptr<
 
 std::vector<std::string> parakeetVocabulary(const Bytes& json)
 {
-    const auto object = nlohmann::json::parse(json.begin(), json.end(), nullptr, false);
+    // As characters: not every C++ library takes bytes for them.
+    const std::string_view text(reinterpret_cast<const char*>(json.data()), json.size());
+    const auto object = nlohmann::json::parse(text, nullptr, false);
     if (!object.is_object()) {
         throw std::runtime_error(std::string(vocabularyName) + " is not a vocabulary.");
     }
