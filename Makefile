@@ -10,7 +10,7 @@ export PATH := /usr/sbin:/usr/bin:/sbin:/bin:$(PATH)
 
 PYTHON := /usr/bin/python3
 PROGRAM := build/release/src/App/Linux/vorlin
-PRESETS := dev release asan tsan asan-all tsan-all fuzz nightly
+PRESETS := dev release libcxx asan tsan asan-all tsan-all fuzz nightly
 # How long each fuzz target runs at night.
 FUZZ_SECONDS := 180
 # The Debians that everything must work on, and those of them that this machine is not.
@@ -46,8 +46,8 @@ build:
 
 test:
 	@scripts/install-packages tests
-	@$(MAKE) --no-print-directory build-release build-asan build-tsan
-	@$(PYTHON) scripts/run-tests release asan tsan
+	@$(MAKE) --no-print-directory build-release build-libcxx build-asan build-tsan
+	@$(PYTHON) scripts/run-tests release libcxx asan tsan
 
 nightly:
 	@scripts/install-packages nightly
