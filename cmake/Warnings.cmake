@@ -1,9 +1,11 @@
 # What every target of ours compiles with: all warnings, as errors.
-add_library(vorlin_warnings INTERFACE)
-target_compile_options(vorlin_warnings INTERFACE
+set(VORLIN_WARNINGS
     -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wnon-virtual-dtor
     -Woverloaded-virtual -Wold-style-cast -Wcast-align -Wnull-dereference -Wimplicit-fallthrough
     -Werror)
+set(VORLIN_CLANG_WARNINGS ${VORLIN_WARNINGS} -Wshadow)
+add_library(vorlin_warnings INTERFACE)
+target_compile_options(vorlin_warnings INTERFACE ${VORLIN_WARNINGS})
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # A constructor's parameter may carry its member's name. g++ 12 reports null dereferences
     # inside its own library when it inlines std::function.

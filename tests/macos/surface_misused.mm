@@ -34,6 +34,9 @@ void mistake(NSPasteboard* pasteboard, MLMultiArray* array)
     [pasteboard writeObjects:@[ array ]];
     NSPasteboardItem* item = pasteboard;
 #endif
+#ifdef SIGN_LOST
+    const std::size_t changes = pasteboard.changeCount;
+#endif
 }
 
 #ifdef CONSTANT_OFF_BY_ONE
