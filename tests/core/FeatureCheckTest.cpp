@@ -12,18 +12,18 @@ protected:
     {
         using enum MLElementType;
         // As a real export declares them.
-        auto& preprocessor = models.scripts["Preprocessor.mlmodelc"].signature;
-        preprocessor.outputs = {feature("mel", float32, {1, 80, 1501}),
-                                feature("mel_length", int32, {1})};
-        auto& encoder = models.scripts["Encoder.mlmodelc"].signature;
-        encoder.inputs = preprocessor.outputs;
-        encoder.outputs = {feature("encoder", float32, {1, 144, 188}),
-                           feature("encoder_length", int32, {1})};
-        auto& decoder = models.scripts["Decoder.mlmodelc"].signature;
-        decoder.outputs[2] = feature("decoder", float32, {1, 128, 1});
-        auto& joint = models.scripts["JointDecisionv3.mlmodelc"].signature;
-        joint.inputs = {feature("encoder_step", float32, {1, 144, 1}),
-                        feature("decoder_step", float32, {1, 128, 1})};
+        auto& preprocessing = models.scripts["Preprocessor.mlmodelc"].signature;
+        preprocessing.outputs = {feature("mel", float32, {1, 80, 1501}),
+                                 feature("mel_length", int32, {1})};
+        auto& encoding = models.scripts["Encoder.mlmodelc"].signature;
+        encoding.inputs = preprocessing.outputs;
+        encoding.outputs = {feature("encoder", float32, {1, 144, 188}),
+                            feature("encoder_length", int32, {1})};
+        auto& decoding = models.scripts["Decoder.mlmodelc"].signature;
+        decoding.outputs[2] = feature("decoder", float32, {1, 128, 1});
+        auto& joining = models.scripts["JointDecisionv3.mlmodelc"].signature;
+        joining.inputs = {feature("encoder_step", float32, {1, 144, 1}),
+                          feature("decoder_step", float32, {1, 128, 1})};
     }
 
     MLFeature& input(const std::string& model, const std::string& name)
