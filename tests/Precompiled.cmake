@@ -1,11 +1,15 @@
 # Three quarters of a build are tests, and most of what each compiles is the same headers: compiled
 # once, they are given to every test program.
+# GNU's library has it in <thread> anyway.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    set(of_thread <stop_token>)
+endif()
 add_library(vorlin_test_headers STATIC Precompiled.cpp)
 target_link_libraries(vorlin_test_headers PRIVATE vorlin_warnings GTest::gmock)
 target_precompile_headers(vorlin_test_headers PRIVATE
     <algorithm> <array> <atomic> <chrono> <cmath> <coroutine> <cstdint> <cstring> <deque>
     <exception> <filesystem> <fstream> <functional> <map> <memory> <mutex> <numeric> <optional>
-    <random> <set> <span> <sstream> <stdexcept> <string> <string_view> <thread> <tuple>
+    <random> <set> <span> <sstream> <stdexcept> ${of_thread} <string> <string_view> <thread> <tuple>
     <utility> <variant> <vector> <gmock/gmock.h> <gtest/gtest.h>)
 
 # Headers compiled one way serve only what is compiled the same way. Executables would not ask for
