@@ -18,6 +18,8 @@ public final class Platform: @unchecked Sendable {
     public var startFailure: String?, finishFailure: String?, downloadFailure: String?
     public var format: AVAudioFormat?
     public var bytesPerBuffer = 0
+    /// A cancelled analysis ends its results, as far as one knows.
+    public var endsResultsOnCancel = true
     /// Where the system is told to be older: `#available` is compiled as this.
     public static var isNew = true
 
@@ -28,6 +30,7 @@ public final class Platform: @unchecked Sendable {
         lock.withLock { (noted, heard, told) = ([], [], nil) }
         (locales, assets, format, bytesPerBuffer) = ([:], false, nil, 0)
         (startFailure, finishFailure, downloadFailure) = (nil, nil, nil)
+        endsResultsOnCancel = true
     }
 
     public func say(_ text: String, isFinal: Bool) {
@@ -156,7 +159,7 @@ public final actor SpeechAnalyzer {
     /// speech/speechanalyzer/cancelandfinishnow(): "Finishes analysis immediately."
     public func cancelAndFinishNow() async {
         Platform.shared.note("cancel")
-        Platform.shared.endResults()
+        if Platform.shared.endsResultsOnCancel { Platform.shared.endResults() }
     }
 }
 

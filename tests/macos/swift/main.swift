@@ -146,6 +146,17 @@ func aCancelEndsIt() {
     expect(platform.calls.last, "analyzer gone")
 }
 
+func whatIsSaidAfterACancelIsNotHeardThoughTheResultsStayOpen() {
+    platform.endsResultsOnCancel = false
+    let (analysis, told) = start()
+    platform.say("in time", isFinal: false)
+    expect(told.wait(for: 1), ["heard in time false"])
+    vorlinSpeechCancel(analysis)
+    platform.say("too late", isFinal: true)
+    vorlinSpeechRelease(analysis)
+    expect(told.wait(for: 2), ["heard in time false", "ended"])
+}
+
 func aStartThatFailsSaysWhyAndLeavesNothing() {
     platform.startFailure = "No room."
     let told = Told()
@@ -197,6 +208,8 @@ let tests: [(String, () -> Void)] = [
     ("audioGoesInAsItIs", audioGoesInAsItIs),
     ("everyResultIsToldBeforeTheEndIs", everyResultIsToldBeforeTheEndIs),
     ("aCancelEndsIt", aCancelEndsIt),
+    ("whatIsSaidAfterACancelIsNotHeardThoughTheResultsStayOpen",
+     whatIsSaidAfterACancelIsNotHeardThoughTheResultsStayOpen),
     ("aStartThatFailsSaysWhyAndLeavesNothing", aStartThatFailsSaysWhyAndLeavesNothing),
     ("anEndThatFailsSaysWhyAndLeavesNothingOnceCancelled",
      anEndThatFailsSaysWhyAndLeavesNothingOnceCancelled),

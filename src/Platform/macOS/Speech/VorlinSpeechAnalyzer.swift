@@ -48,7 +48,7 @@ private final class Analysis: @unchecked Sendable {
         start = Task { [analyzer] in try await analyzer.start(inputSequence: sequence) }
         results = Task { [self] in
             try await start.value
-            for try await result in transcriber.results {
+            for try await result in transcriber.results where !Task.isCancelled {
                 self.heard(self.context, String(result.text.characters), result.isFinal)
             }
         }
