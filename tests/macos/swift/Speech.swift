@@ -158,6 +158,7 @@ public final actor SpeechAnalyzer {
 
     /// speech/speechanalyzer/cancelandfinishnow(): "Finishes analysis immediately."
     public func cancelAndFinishNow() async {
+        try? await reading?.value // once its input has ended
         Platform.shared.note("cancel")
         if Platform.shared.endsResultsOnCancel { Platform.shared.endResults() }
     }
