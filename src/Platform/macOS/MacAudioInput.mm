@@ -39,12 +39,16 @@ struct MacAudioInput::Engine {
     std::shared_ptr<TapGate> gate;
     /// The input node has a tap, though it may not run yet.
     bool tapInstalled = false;
+    /// What the tap was made for; nothing for samples that no buffer has.
+    std::optional<AudioFormat> tapped;
     Observer changes;
     /// How often the microphone was set running: what was told of an earlier time is settled. The
     /// notifying thread reads it.
     std::shared_ptr<std::atomic<unsigned>> runs = std::make_shared<std::atomic<unsigned>>(0);
 
     std::optional<std::string> begin();
+    /// It runs, and the microphone is as it was when it began.
+    bool goesOn() const;
     void end();
 
 private:
@@ -66,6 +70,7 @@ std::optional<std::string> MacAudioInput::Engine::tapAndStart()
 {
     AVAudioInputNode* const microphone = engine.get().inputNode;
     AVAudioFormat* const format = [microphone outputFormatForBus:microphoneBus];
+    tapped = formatOf(format);
     const auto open = gate;
     [microphone installTapOnBus:microphoneBus
                      bufferSize:bufferFrames
@@ -77,6 +82,12 @@ std::optional<std::string> MacAudioInput::Engine::tapAndStart()
     [engine.get() prepare];
     NSError* error = nil;
     return [engine.get() startAndReturnError:&error] ? std::nullopt : std::optional(lineOf(error));
+}
+
+bool MacAudioInput::Engine::goesOn() const
+{
+    return engine.get().isRunning != NO &&
+           formatOf([engine.get().inputNode outputFormatForBus:microphoneBus]) == tapped;
 }
 
 void MacAudioInput::Engine::end()
@@ -137,6 +148,10 @@ void MacAudioInput::drop()
 void MacAudioInput::configurationChanged(unsigned run)
 {
     if (!engine->gate || run != *engine->runs) {
+        return;
+    }
+    // A start may itself change what is told of: to begin again for that would never end.
+    if (engine->goesOn()) {
         return;
     }
     engine->end();

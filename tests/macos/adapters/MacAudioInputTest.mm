@@ -80,8 +80,14 @@ protected:
                                   [this](const std::string& line) { failures.push_back(line); }));
     }
 
-    /// Tells on another thread that the microphone is another one.
+    /// The engine stops, and tells on another thread that the microphone is another one.
     void changeMicrophone(AVAudioFormat* format)
+    {
+        standins::stopByItself(standins::lastAudioEngine());
+        tellOfAChange(format);
+    }
+
+    static void tellOfAChange(AVAudioFormat* format)
     {
         sound().microphone = format;
         std::thread([] {
@@ -262,6 +268,28 @@ TEST_F(MacAudioInputTest, followsTheMicrophoneOnTheMainLoopAndNotWithinTheNotifi
     EXPECT_TRUE(hear(bufferOf(sound().microphone, 10, 10)));
     EXPECT_EQ(heard.size(), 1U) << "into the tap that was given at the start";
     EXPECT_TRUE(failures.empty());
+}
+
+TEST_F(MacAudioInputTest, anEngineThatRunsOnWithItsMicrophoneIsLeftAlone)
+{
+    start();
+    taken();
+    tellOfAChange(standins::soundFormat(AVAudioPCMFormatFloat32, 48000, 2, false));
+    loop.runReady();
+    EXPECT_EQ(taken(), (Calls{startCalls[0], startCalls[1]})) << "it is only asked";
+    EXPECT_TRUE(hear(bufferOf(sound().microphone, 10, 10)));
+    EXPECT_EQ(heard.size(), 1U);
+}
+
+TEST_F(MacAudioInputTest, anEngineThatRunsOnFollowsAMicrophoneOfAnotherFormat)
+{
+    start();
+    taken();
+    tellOfAChange(standins::soundFormat(AVAudioPCMFormatFloat32, 16000, 1, false));
+    loop.runReady();
+    Calls again = startCalls;
+    again[2] = "-[AVAudioInputNode installTapOnBus:bufferSize:format:block:] 0 2048 1/16000/1p";
+    EXPECT_EQ(taken(), both({startCalls[0], startCalls[1]}, both(stopCalls, again)));
 }
 
 TEST_F(MacAudioInputTest, aChangeWithoutACaptureChangesNothing)

@@ -47,6 +47,9 @@ AVAudioFormat* _Nonnull soundFormat(AVAudioCommonFormat type, double rate, std::
 /// The engine that was made last; nil when it is gone.
 AVAudioEngine* _Nullable lastAudioEngine();
 
+/// The engine stops itself, as it does before it tells of a change.
+void stopByItself(AVAudioEngine* _Nonnull engine);
+
 /// Gives a buffer to the tap of the engine that was made last, on the thread that calls. Says
 /// whether there is such a tap, and the engine runs.
 bool hear(AVAudioPCMBuffer* _Nonnull buffer);

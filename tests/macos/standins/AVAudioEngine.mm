@@ -68,6 +68,10 @@ __weak AVAudioEngine* lastEngine = nil;
     standins::note(self, _cmd);
     return _input;
 }
+- (BOOL)isRunning
+{
+    return _running;
+}
 - (void)prepare
 {
     standins::note(self, _cmd);
@@ -98,6 +102,11 @@ namespace standins {
 AVAudioEngine* lastAudioEngine()
 {
     return lastEngine;
+}
+
+void stopByItself(AVAudioEngine* engine)
+{
+    engine->_running = NO;
 }
 
 bool hear(AVAudioPCMBuffer* buffer)
