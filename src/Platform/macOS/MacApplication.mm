@@ -42,7 +42,21 @@ void setReopenTarget(VorlinReopenTarget* target)
                                                         andEventID:kAEReopenApplication];
 }
 
-/// Whether another process runs this very program.
+/// Whether the other one of two that run was there first. Of one that the system's launcher has not
+/// started nobody knows when it was: then it was.
+bool isElder(NSRunningApplication* other, NSRunningApplication* self)
+{
+    NSDate* const started = other.launchDate;
+    NSDate* const ownStart = self.launchDate;
+    if (started == nil || ownStart == nil) {
+        return true;
+    }
+    using Age = std::pair<NSTimeInterval, pid_t>;
+    return Age(started.timeIntervalSinceReferenceDate, other.processIdentifier) <
+           Age(ownStart.timeIntervalSinceReferenceDate, self.processIdentifier);
+}
+
+/// Whether another process ran this very program before this one did.
 bool isRunningElsewhere()
 {
     NSRunningApplication* const self = [NSRunningApplication currentApplication];
@@ -52,7 +66,7 @@ bool isRunningElsewhere()
     }
     for (NSRunningApplication* other in
          [NSRunningApplication runningApplicationsWithBundleIdentifier:name]) {
-        if (other.processIdentifier != self.processIdentifier) {
+        if (other.processIdentifier != self.processIdentifier && isElder(other, self)) {
             return true;
         }
     }

@@ -73,6 +73,22 @@ TEST_F(MacApplicationTest, aSecondOneTellsTheFirstAtOnceAndListensToNothing)
     EXPECT_EQ(activations, 0);
 }
 
+TEST_F(MacApplicationTest, ofTwoThatStartAtOnceTheElderStays)
+{
+    standins::program().running = {100, 57};
+    standins::program().launched = {{100, 20.0}, {57, 20.5}};
+    EXPECT_TRUE(become()) << "the other one ends";
+    standins::program().launched = {{100, 20.0}, {57, 19.5}};
+    EXPECT_FALSE(become());
+    standins::program().launched = {{100, 20.0}, {57, 20.0}};
+    EXPECT_FALSE(become()) << "their numbers decide";
+    standins::program().running = {100, 157};
+    standins::program().launched = {{100, 20.0}, {157, 20.0}};
+    EXPECT_TRUE(become());
+    standins::program().launched = {{100, 20.0}};
+    EXPECT_FALSE(become()) << "nobody knows when the other one was started";
+}
+
 TEST_F(MacApplicationTest, aProgramWithoutABundleIsTheOnlyOne)
 {
     standins::program().identifier = nil;

@@ -2,6 +2,7 @@
 
 #import <AppKit/AppKit.h>
 
+#include <map>
 #include <sys/types.h>
 #include <vector>
 
@@ -13,6 +14,8 @@ struct Program {
     pid_t own = 100;
     /// The processes with its identifier.
     std::vector<pid_t> running = {100};
+    /// When they were launched, of those that the system launched.
+    std::map<pid_t, NSTimeInterval> launched;
     NSArray<NSWindow*>* windows = nil;
 };
 Program& program();

@@ -80,6 +80,21 @@ std::vector<id> lookObservers;
 
 __kindof NSApplication* NSApp = [[NSApplication alloc] init];
 
+@implementation NSDate {
+@public
+    NSTimeInterval _time;
+}
+- (id)copyWithZone:(NSZone*)zone
+{
+    (void)zone;
+    return self;
+}
+- (NSTimeInterval)timeIntervalSinceReferenceDate
+{
+    return _time;
+}
+@end
+
 @implementation NSRunningApplication {
 @public
     pid_t _process;
@@ -104,6 +119,15 @@ __kindof NSApplication* NSApp = [[NSApplication alloc] init];
 - (pid_t)processIdentifier
 {
     return _process;
+}
+- (NSDate*)launchDate
+{
+    const auto found = standins::program().launched.find(_process);
+    if (found == standins::program().launched.end())
+        return nil;
+    NSDate* date = [[NSDate alloc] init];
+    date->_time = found->second;
+    return date;
 }
 @end
 

@@ -77,6 +77,8 @@ APPKIT_EXTERN __kindof NSApplication* _Null_unspecified NSApp;
 // appkit/nsrunningapplication/processidentifier: "Indicates the process identifier (pid) of the
 // application."
 @property(readonly) pid_t processIdentifier;
+// appkit/nsrunningapplication/launchdate: "Indicates the date when the application was launched."
+@property(nullable, readonly, copy) NSDate* launchDate;
 // appkit/nsrunningapplication/runningapplications(withbundleidentifier:): "Returns an array of
 // currently running applications with the specified bundle identifier."
 + (NSArray<NSRunningApplication*>*)runningApplicationsWithBundleIdentifier:

@@ -7,6 +7,14 @@ NS_ASSUME_NONNULL_BEGIN
 @class NSNotification;
 @class NSOperationQueue;
 
+// foundation/nsdate: "A representation of a specific point in time, independent of any calendar or
+// time zone."
+@interface NSDate : NSObject <NSCopying>
+// foundation/nsdate/timeintervalsincereferencedate: "The interval between the date object and
+// 00:00:00 UTC on 1 January 2001."
+@property(readonly) NSTimeInterval timeIntervalSinceReferenceDate;
+@end
+
 // foundation/nsnotification/name: "A structure that defines the name of a notification."
 typedef NSString* NSNotificationName NS_TYPED_EXTENSIBLE_ENUM;
 
