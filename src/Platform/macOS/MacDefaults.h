@@ -17,6 +17,7 @@ public:
     explicit MacDefaults(const std::string& suite);
     MacDefaults(const MacDefaults&) = delete;
     MacDefaults& operator=(const MacDefaults&) = delete;
+    /// Returns once the system has all that was set.
     ~MacDefaults() override;
 
     /// A store without anything in it is none to the platform: a mark is left in one that is made.

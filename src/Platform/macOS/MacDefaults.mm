@@ -39,21 +39,30 @@ void setObject(NSUserDefaults* defaults, NSString* key, const DefaultsValue& val
 
 struct MacDefaults::Store {
     Ref<NSUserDefaults> defaults;
+    Ref<NSString> suite; // nil: the program's own
 };
 
 MacDefaults::MacDefaults()
     : store(std::make_unique<Store>(
-          Store{Ref<NSUserDefaults>([NSUserDefaults standardUserDefaults])}))
+          Store{Ref<NSUserDefaults>([NSUserDefaults standardUserDefaults]), {}}))
 {
 }
 
 MacDefaults::MacDefaults(const std::string& suite)
-    : store(std::make_unique<Store>(Store{Ref<NSUserDefaults>(
-          autoreleased([[NSUserDefaults alloc] initWithSuiteName:nsText(suite)]))}))
+    : store(std::make_unique<Store>(Store{Ref<NSUserDefaults>(autoreleased([[NSUserDefaults alloc]
+                                              initWithSuiteName:nsText(suite)])),
+                                          Ref<NSString>(nsText(suite))}))
 {
 }
 
-MacDefaults::~MacDefaults() = default;
+MacDefaults::~MacDefaults()
+{
+    // The system takes changes over a little later, and the process may end at once, with neither
+    // AppKit's end nor the C library's.
+    CFPreferencesAppSynchronize(store->suite
+                                    ? static_cast<CFStringRef>(cfObject(store->suite.get()))
+                                    : kCFPreferencesCurrentApplication);
+}
 
 bool MacDefaults::create()
 {

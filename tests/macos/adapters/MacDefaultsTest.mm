@@ -105,6 +105,18 @@ TEST_F(MacDefaultsTest, aSuiteIsAStoreOfItsOwn)
     EXPECT_EQ(defaults.value("sounds"), std::nullopt);
 }
 
+TEST_F(MacDefaultsTest, whatWasSetHasReachedTheSystemOnceItIsGone)
+{
+    {
+        MacDefaults own;
+        MacDefaults suite("io.vorlin.test");
+        suite.set("sounds", false);
+        taken();
+    }
+    EXPECT_EQ(taken(), (Calls{"CFPreferencesAppSynchronize io.vorlin.test",
+                              "CFPreferencesAppSynchronize the program"}));
+}
+
 struct UserDefaults {
     UserDefaults() = default;
     UserDefaults(const UserDefaults&) = delete;

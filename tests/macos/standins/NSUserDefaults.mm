@@ -4,10 +4,20 @@
 
 #include "Recorder.h"
 
+#import <CoreFoundation/CoreFoundation.h>
 #import <Foundation/Foundation.h>
 
 #include <map>
 #include <string>
+
+const CFStringRef kCFPreferencesCurrentApplication = (__bridge CFStringRef) @"the program";
+
+Boolean CFPreferencesAppSynchronize(CFStringRef applicationID)
+{
+    standins::note(std::string("CFPreferencesAppSynchronize ") +
+                   ((__bridge NSString*)applicationID).UTF8String);
+    return true;
+}
 
 namespace {
 

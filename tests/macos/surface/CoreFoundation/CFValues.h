@@ -47,6 +47,14 @@ CF_EXPORT const CFBooleanRef _Null_unspecified kCFBooleanTrue;
 // CFBoolean opaque type."
 CF_EXPORT CFTypeID CFBooleanGetTypeID(void);
 
+// corefoundation/kcfpreferencescurrentapplication: "Indicates a preference that applies only to the
+// current application."
+CF_EXPORT const CFStringRef kCFPreferencesCurrentApplication;
+// corefoundation/1515510-cfpreferencesappsynchronize: "Writes to permanent storage all pending
+// changes to the preference data for the application, and reads the latest preference data from
+// permanent storage."
+CF_EXPORT Boolean CFPreferencesAppSynchronize(CFStringRef applicationID);
+
 // corefoundation/cfstringbuiltinencodings: "Encodings that are built-in on all platforms on which
 // macOS runs."
 typedef CF_ENUM(CFStringEncoding, CFStringBuiltInEncodings) {
