@@ -81,6 +81,41 @@ class Bundle(unittest.TestCase):
         self.assertLess(told, main.index("QGuiApplication qt("))
 
 
+class Root(unittest.TestCase):
+    """What puts the program together for a Mac, which is compiled here and runs there only."""
+
+    def says(self, name, *lines):
+        text = " ".join((ROOT / "src/App/macOS" / name).read_text().split())
+        for line in lines:
+            self.assertIn(line, text)
+
+    def test_the_settings_come_to_the_front_and_are_found_by_their_name(self):
+        self.says("main.cpp", ".opening = [&application] { application.activate(); }",
+                  ".made = nameSettingsWindow,")
+
+    def test_the_settings_look_as_the_system_does_and_follow_it(self):
+        self.says("main.cpp", ".isDark = [&desktop] { return desktop.appearance.isDark(); }",
+                  "{ return desktop.appearance.hasReducedMotion(); }",
+                  "const auto lookChanges = "
+                  "desktop.appearance.observe([&settings] { settings.followAppearance(); });")
+
+    def test_an_answer_about_the_microphone_shows_at_once(self):
+        self.says("main.cpp", "desktop.permissions.onMicrophoneAnswer = "
+                              "[&model] { model.refreshPermissions(); };")
+
+    def test_the_end_waits_for_nothing_that_hangs(self):
+        self.says("main.cpp", "const QuitDeadline deadline(quitLimit);",
+                  "vorlin::endProcess(run(argv));")
+
+    def test_settings_are_the_programs_own_defaults_and_its_memory_is_a_suite(self):
+        self.says("MacDesktop.cpp", ".defaults = defaults,", ".state = state,",
+                  'state("Vorlin.state")')
+        self.says("MacDesktop.h", "MacDefaults defaults;")
+
+    def test_texts_are_worded_for_a_mac(self):
+        self.says("MacDesktop.cpp", ".wording = plainWording(),")
+
+
 class Tests(unittest.TestCase):
     """What of the tests a Mac is spared, and what runs there on its own Python."""
 
