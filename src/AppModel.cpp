@@ -58,6 +58,8 @@ void AppModel::wireDictation()
     });
     phaseChanges = dictation.phase.observe([this](const Dictation::Phase& phase) {
         monitor.updateInterest();
+        // One who speaks for long touches nothing: the screen that then locks would cancel it.
+        ports.session.keepAwake(phase != Dictation::Phase::idle && !dictation.isDemo.get());
         followSpeed(phase);
     });
 }

@@ -46,7 +46,7 @@ struct Ports {
     /// What the program noticed by itself: a store of its own.
     Defaults& state;
     Permissions& permissions;
-    const Session& session;
+    Session& session;
     Sounds& sounds;
     const Locale& locale;
     MLModels& mlModels;

@@ -12,9 +12,14 @@ public:
     Session& operator=(const Session&) = delete;
     virtual ~Session() = default;
 
+    /// Asks the desktop not to go idle by itself, or no longer: what is not touched for a while
+    /// would count as left. The person may still lock it. Does nothing where a desktop takes no
+    /// such wish, and is not waited for.
+    virtual void keepAwake(bool /*on*/) {}
+
     /// Nobody is at the keyboard: the machine sleeps, the screen is locked, another person's
     /// session is in front. As far as the desktop tells; one that tells nothing is never away. It
-    /// changes within the desktop's own notice, before the machine sleeps.
+    /// changes within the desktop's own notice; of sleep that may come to us at the wake-up only.
     const Published<bool, Session>& isAway() const { return away; }
 
 protected:

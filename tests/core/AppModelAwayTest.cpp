@@ -99,6 +99,27 @@ TEST_F(AppModelAwayTest, aTextThatStillWaitsIsNotPastedIntoALocker)
     EXPECT_EQ(pastes(), 2U);
 }
 
+TEST_F(AppModelAwayTest, theDesktopIsKeptFromGoingIdleForAsLongAsADictationRuns)
+{
+    desktop.analyzers.finishesAtOnce = false;
+    start();
+    EXPECT_FALSE(desktop.session.isKeptAwake);
+    press();
+    EXPECT_TRUE(desktop.session.isKeptAwake);
+    desktop.loop.advance(1h);
+    release();
+    EXPECT_TRUE(desktop.session.isKeptAwake) << "the text is still to come";
+    desktop.analyzers.finish(*desktop.analyzers.streams.back());
+    desktop.loop.runReady();
+    EXPECT_EQ(pastes(), 1U);
+    EXPECT_FALSE(desktop.session.isKeptAwake);
+    press();
+    leave();
+    EXPECT_FALSE(desktop.session.isKeptAwake);
+    model->previewHUD();
+    EXPECT_FALSE(desktop.session.isKeptAwake) << "nobody speaks";
+}
+
 TEST_F(AppModelAwayTest, leavingAndComingBackWithoutADictationIsNoticedByNobody)
 {
     start();

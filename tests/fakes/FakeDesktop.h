@@ -103,8 +103,11 @@ public:
 
 class FakeSession final : public Session {
 public:
+    bool isKeptAwake = false;
+
     /// The person goes, or comes back.
     using Session::setAway;
+    void keepAwake(bool on) override { isKeptAwake = on; }
 };
 
 class FakeSounds final : public Sounds {

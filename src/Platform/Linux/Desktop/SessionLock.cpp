@@ -13,6 +13,7 @@ namespace vorlin {
 
 SessionLock::SessionLock(const QDBusConnection& sessionBus, const Environment& environment,
                          Workers& workers, MainLoop& loop)
+    : idle(sessionBus)
 {
     if (sessionBus.isConnected()) {
         for (const QString desktop : {"freedesktop", "gnome", "cinnamon", "mate", "xfce"}) {

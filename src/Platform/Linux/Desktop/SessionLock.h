@@ -2,6 +2,7 @@
 
 #include "Async/Lifetime.h"
 #include "Async/MainLoop.h"
+#include "Platform/Linux/Desktop/IdleInhibitor.h"
 #include "Platform/Linux/Environment.h"
 #include "Ports/Session.h"
 #include "Ports/Workers.h"
@@ -27,9 +28,12 @@ public:
                 MainLoop& loop);
     ~SessionLock() override;
 
+    void keepAwake(bool on) override { idle.want(on); }
+
 private:
     void follow(std::unique_ptr<AwayService> service);
 
+    IdleInhibitor idle;
     std::vector<std::unique_ptr<AwayService>> services;
     /// The name of our connection to it; empty before there is one.
     QString systemBus;

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QObject>
+
+#include <cstdint>
+#include <optional>
+
+namespace vorlin {
+
+/// Asks the desktop not to go idle (`org.freedesktop.ScreenSaver.Inhibit`) for as long as it is
+/// wanted. Where nobody owns that name nothing
+/// happens. Nothing waits for an
+/// answer; the bus ends what was asked for with our connection. Main loop.
+class IdleInhibitor final : public QObject {
+    Q_OBJECT
+
+public:
+    /// `sessionBus` may be unconnected.
+    explicit IdleInhibitor(const QDBusConnection& sessionBus);
+    /// Wants it no longer.
+    ~IdleInhibitor() override;
+
+    /// To want what is wanted already changes nothing.
+    void want(bool on);
+
+private:
+    void inhibit();
+    void giveBack(const QDBusMessage& what);
+
+    QDBusConnection bus;
+    /// Names the current wish: what is granted to an older one is given back at once.
+    std::uint64_t wish = 0;
+    bool wanted = false;
+    /// The answer that grants the current wish.
+    std::optional<QDBusMessage> granted;
+};
+
+} // namespace vorlin
