@@ -30,8 +30,8 @@ MenuItem separator()
 
 MenuContent::MenuContent(AppModel& model, const Ports& ports, SettingsScene& scene,
                          std::function<void()> quit)
-    : model(model), statusItem(ports.statusItem), wording(ports.wording), scene(scene),
-      quit(std::move(quit))
+    : model(model), statusItem(ports.statusItem), session(ports.session), wording(ports.wording),
+      scene(scene), quit(std::move(quit))
 {
     const auto follow = [this](const auto& source) {
         changes.push_back(source.observe([this](const auto&) { show(); }));
@@ -40,6 +40,7 @@ MenuContent::MenuContent(AppModel& model, const Ports& ports, SettingsScene& sce
     follow(model.hotkey);
     follow(model.accessibilityGranted);
     follow(model.microphoneGranted);
+    follow(session.isAway());
     changes.push_back(model.preferences.observe([this] { show(); }));
     statusItem.setHandlers({lifetime.guard([this](const std::string& id) { chosen(id); }),
                             lifetime.guard([this] { this->scene.open(); })});
@@ -69,6 +70,9 @@ std::vector<MenuItem> MenuContent::items() const
     std::vector<MenuItem> items = {
         text(hold ? "Hold " + key + " to dictate" : "Press " + key + " to start, again to stop"),
         text(hold ? "Esc, or press again, to cancel" : "Esc to cancel")};
+    if (session.isAway().get()) {
+        items.insert(items.begin(), text("Paused: the system says that the screen is locked"));
+    }
     if (!model.accessibilityGranted.get() || !model.microphoneGranted.get()) {
         items.push_back(action(finishSetup, "Finish setup…", {}));
     }

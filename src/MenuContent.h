@@ -5,6 +5,7 @@
 #include "Async/MainLoop.h"
 #include "Async/Published.h"
 #include "Ports/Ports.h"
+#include "Ports/Session.h"
 #include "Ports/StatusItem.h"
 #include "Settings/SettingsScene.h"
 
@@ -34,6 +35,7 @@ private:
 
     AppModel& model;
     StatusItem& statusItem;
+    const Session& session;
     const Wording& wording;
     SettingsScene& scene;
     std::function<void()> quit;

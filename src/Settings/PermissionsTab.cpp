@@ -12,17 +12,21 @@ namespace {
 constexpr const char* keyboardIsSecured =
     "Another app has the keyboard to itself, as for a password. Until it lets go of it, the "
     "dictation key is not seen.";
+constexpr const char* screenIsLocked =
+    "The system says that the screen is locked. Until it takes that back, the dictation key does "
+    "nothing. If the screen is open, lock and unlock it once.";
 
 } // namespace
 
 PermissionsTab::PermissionsTab(AppModel& model, const Ports& ports)
-    : FormModel(ports.wording), model(model), workspace(ports.workspace),
+    : FormModel(ports.wording), model(model), session(ports.session), workspace(ports.workspace),
       wishes(ports.loop, [this] { update(); })
 {
     for (const auto* granted :
          {&model.microphoneGranted, &model.accessibilityGranted, &model.keyboardSecured}) {
         changes.push_back(granted->observe([this](bool) { update(); }));
     }
+    changes.push_back(session.isAway().observe([this](bool) { update(); }));
     update();
 }
 
@@ -38,6 +42,9 @@ void PermissionsTab::update()
         paragraph("models", aboutModels)};
     if (model.keyboardSecured.get()) {
         promises.insert(promises.begin(), paragraph("secured", keyboardIsSecured));
+    }
+    if (session.isAway().get()) {
+        promises.insert(promises.begin(), paragraph("locked", screenIsLocked));
     }
     setForm(
         {{{},

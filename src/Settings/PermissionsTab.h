@@ -2,6 +2,7 @@
 
 #include "AppModel.h"
 #include "Ports/Ports.h"
+#include "Ports/Session.h"
 #include "Ports/Workspace.h"
 #include "Settings/Form.h"
 #include "Settings/WorkspaceWishes.h"
@@ -22,6 +23,7 @@ private:
                 SystemPanel panel);
 
     AppModel& model;
+    const Session& session;
     Workspace& workspace;
     WorkspaceWishes wishes;
     std::vector<Subscription> changes;

@@ -60,6 +60,20 @@ TEST_F(MenuContentTest, saysHowToDictateByTwoPresses)
     EXPECT_EQ(menu().at(1), "Esc to cancel");
 }
 
+TEST_F(MenuContentTest, saysThatItIsPausedForAsLongAsTheScreenCountsAsLocked)
+{
+    constexpr auto paused = "Paused: the system says that the screen is locked";
+    desktop.session.setAway(true);
+    start();
+    EXPECT_EQ(menu().at(0), paused);
+    EXPECT_EQ(content().menu.at(0).kind, MenuItem::Kind::text);
+    EXPECT_EQ(menu().at(1), "Hold Right ⌥ Option to dictate");
+    desktop.session.setAway(false);
+    EXPECT_EQ(menu().at(0), "Hold Right ⌥ Option to dictate");
+    desktop.session.setAway(true);
+    EXPECT_EQ(menu().at(0), paused);
+}
+
 TEST_F(MenuContentTest, namesTheKeyAsThisDesktopDoesAndFollowsIt)
 {
     desktop.wording = &linuxWording();

@@ -72,6 +72,20 @@ TEST_F(PermissionsTabTest, aKeyboardThatAnotherProgramHasToItselfIsToldForAsLong
     EXPECT_EQ(rowIds(form(SettingsTab::permissions).at(1)), promises);
 }
 
+TEST_F(PermissionsTabTest, aScreenThatCountsAsLockedIsToldForAsLongAsItDoes)
+{
+    desktop.session.setAway(true);
+    open();
+    EXPECT_EQ(control<TextControl>(SettingsTab::permissions, "locked").text,
+              "The system says that the screen is locked. Until it takes that back, the dictation "
+              "key does nothing. If the screen is open, lock and unlock it once.");
+    const Names promises = {"never", "models"};
+    desktop.session.setAway(false);
+    EXPECT_EQ(rowIds(form(SettingsTab::permissions).at(1)), promises);
+    desktop.session.setAway(true);
+    EXPECT_EQ(rowIds(form(SettingsTab::permissions).at(1)).at(0), "locked");
+}
+
 TEST_F(PermissionsTabTest, aDesktopWithoutSuchAPageSaysSo)
 {
     desktop.permissions.microphone = false;
