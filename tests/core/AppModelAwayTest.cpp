@@ -77,6 +77,40 @@ TEST_F(AppModelAwayTest, leavingWhileTheTextIsFinishedInsertsNone)
     expectCancelled();
 }
 
+TEST_F(AppModelAwayTest, leavingEndsADictationByTwoPressesAndTheNextPressStartsOne)
+{
+    start();
+    model->preferences.setRecordMode(RecordMode::toggle);
+    press();
+    release();
+    ASSERT_EQ(phase(), Phase::listening);
+    leave();
+    expectCancelled();
+    comeBack();
+    press();
+    release();
+    EXPECT_EQ(phase(), Phase::listening);
+    press();
+    EXPECT_EQ(pastes(), 1U);
+}
+
+TEST_F(AppModelAwayTest, leavingEndsAPreviewAsEscapeDoes)
+{
+    start();
+    model->previewHUD();
+    desktop.loop.runReady();
+    leave();
+    EXPECT_EQ(phase(), Phase::idle);
+    EXPECT_EQ(model->dictation.notice.get(), "Cancelled");
+    EXPECT_EQ(desktop.sounds.played, (Names{"Funk"}));
+    desktop.loop.advance(700ms);
+    EXPECT_FALSE(desktop.panel.isShown());
+    comeBack();
+    press();
+    release();
+    EXPECT_EQ(pastes(), 1U);
+}
+
 TEST_F(AppModelAwayTest, aTextThatStillWaitsIsNotPastedIntoALocker)
 {
     desktop.pasteboard.copy(FakePasteboard::text("old"));

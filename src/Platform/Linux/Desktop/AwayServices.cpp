@@ -1,6 +1,5 @@
 #include "Platform/Linux/Desktop/AwayServices.h"
 
-#include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
 
@@ -36,18 +35,25 @@ void AwayService::follow(const QString& next)
 }
 
 void AwayService::ask(const QString& path, const QString& interface, const QString& method,
-                      const QVariantList& arguments, std::function<void(const QVariant&)> answered)
+                      const QVariantList& arguments, std::function<void(const QVariant&)> answered,
+                      std::function<void()> refused)
 {
     auto message = QDBusMessage::createMethodCall(owner, path, interface, method);
     message.setArguments(arguments);
     auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(message), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this,
-            [this, answer, asked = signalCount, answered = std::move(answered)] {
+            [this, answer, asked = signalCount, answered = std::move(answered),
+             refused = std::move(refused)] {
                 answer->deleteLater();
                 const auto reply = answer->reply();
-                if (asked == signalCount && reply.type() == QDBusMessage::ReplyMessage) {
+                if (asked != signalCount) {
+                    return;
+                }
+                if (reply.type() == QDBusMessage::ReplyMessage) {
                     answered(reply.arguments().value(0));
                     Q_EMIT changed();
+                } else {
+                    refused();
                 }
             });
 }
@@ -76,8 +82,15 @@ void ScreenSaver::activeChanged(bool now, const QDBusMessage& message)
     Q_EMIT changed();
 }
 
-LoginSession::LoginSession(const QDBusConnection& bus) : AwayService(bus, "org.freedesktop.login1")
+LoginSession::LoginSession(const QDBusConnection& bus, const std::optional<std::string>& id)
+    : AwayService(bus, "org.freedesktop.login1")
 {
+    if (id) {
+        names.push_back(QString::fromStdString(*id));
+    }
+    names.push_back("auto");
+    connection().connect({}, loginPath, loginManager, "SessionNew", this,
+                         SLOT(sessionNew(QString, QDBusObjectPath, QDBusMessage)));
     connection().connect({}, loginPath, loginManager, "PrepareForSleep", this,
                          SLOT(prepareForSleep(bool, QDBusMessage)));
     connection().connect({}, {}, properties, "PropertiesChanged", {loginSession}, "sa{sv}as", this,
@@ -86,11 +99,27 @@ LoginSession::LoginSession(const QDBusConnection& bus) : AwayService(bus, "org.f
 
 void LoginSession::begin()
 {
+    askForSession(names);
+}
+
+void LoginSession::forget()
+{
     session.clear();
-    ask(loginPath, loginManager, "GetSession", {"auto"}, [this](const QVariant& answer) {
+    locked = asleep = false;
+}
+
+void LoginSession::askForSession(QStringList left)
+{
+    if (left.isEmpty()) {
+        return;
+    }
+    const QString name = left.takeFirst();
+    const auto take = [this](const QVariant& answer) {
         session = answer.value<QDBusObjectPath>().path();
         askForLock();
-    });
+    };
+    const auto askOn = [this, left] { askForSession(left); };
+    ask(loginPath, loginManager, "GetSession", {name}, take, askOn);
 }
 
 void LoginSession::askForLock()
@@ -102,9 +131,21 @@ void LoginSession::askForLock()
 
 void LoginSession::prepareForSleep(bool begins, const QDBusMessage& message)
 {
-    if (isItsOwn(message)) {
-        asleep = begins;
-        Q_EMIT changed();
+    if (!isItsOwn(message)) {
+        return;
+    }
+    asleep = begins;
+    Q_EMIT changed();
+    if (!asleep && session.isEmpty()) {
+        askForSession(names);
+    }
+}
+
+void LoginSession::sessionNew(const QString& /*id*/, const QDBusObjectPath& /*path*/,
+                              const QDBusMessage& message)
+{
+    if (isItsOwn(message) && session.isEmpty()) {
+        askForSession(names);
     }
 }
 

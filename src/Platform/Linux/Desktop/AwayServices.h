@@ -3,11 +3,14 @@
 #include "Platform/Linux/Desktop/BusName.h"
 
 #include <QDBusMessage>
+#include <QDBusObjectPath>
 #include <QStringList>
 #include <QVariantMap>
 
 #include <cstdint>
 #include <functional>
+#include <optional>
+#include <string>
 
 namespace vorlin {
 
@@ -36,9 +39,12 @@ protected:
     QDBusConnection& connection() { return bus; }
     /// Whether the owner has sent it: anyone may send a signal.
     bool isItsOwn(const QDBusMessage& message) const { return message.service() == owner; }
-    /// Asks the owner. An answer that is older than a signal, or an error, is dropped.
-    void ask(const QString& path, const QString& interface, const QString& method,
-             const QVariantList& arguments, std::function<void(const QVariant&)> answered);
+    /// Asks the owner. An answer that is older than a signal is dropped; `refused` is told of an
+    /// error.
+    void ask(
+        const QString& path, const QString& interface, const QString& method,
+        const QVariantList& arguments, std::function<void(const QVariant&)> answered,
+        std::function<void()> refused = [] {});
     /// It has told something by itself.
     void noteSignal() { ++signalCount; }
 
@@ -73,27 +79,34 @@ private:
     bool active = false;
 };
 
-/// systemd's logind: away while this session says that it is locked, and from before the machine
-/// sleeps until it is awake.
+/// systemd's logind: away while this session says that it is locked, and while the machine sleeps.
 class LoginSession final : public AwayService {
     Q_OBJECT
 
 public:
-    explicit LoginSession(const QDBusConnection& bus);
+    /// `id` is what logind calls the session, as far as known: where it knows none by that name
+    /// the session is the one this process is in, or else the person's first on a display. While
+    /// there is none at all it is asked for again when one is new, and when the machine wakes up.
+    LoginSession(const QDBusConnection& bus, const std::optional<std::string>& id);
 
     bool isAway() const override { return locked || asleep; }
 
 private Q_SLOTS:
     void prepareForSleep(bool begins, const QDBusMessage& message);
+    void sessionNew(const QString& id, const QDBusObjectPath& path, const QDBusMessage& message);
     void propertiesChanged(const QString& interface, const QVariantMap& values,
                            const QStringList& invalid, const QDBusMessage& message);
 
 private:
     void begin() override;
-    void forget() override { locked = asleep = false; }
+    void forget() override;
+    void askForSession(QStringList left);
     void askForLock();
 
+    /// What to ask for the session by, one after the other.
+    QStringList names;
     /// The session's object: its signals come from there, not from the name it was asked for by.
+    /// Empty while none is known.
     QString session;
     bool locked = false;
     bool asleep = false;

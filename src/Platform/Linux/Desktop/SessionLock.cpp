@@ -23,12 +23,13 @@ SessionLock::SessionLock(const QDBusConnection& sessionBus, const Environment& e
     }
     const auto opened = std::make_shared<std::optional<QDBusConnection>>();
     const auto address = systemBusAddress(environment);
+    const auto id = environment("XDG_SESSION_ID");
     workers.runPatiently(
         WorkPriority::normal, [opened, address] { *opened = openSystemBus(address); }, loop,
-        lifetime.guard([this, opened] {
+        lifetime.guard([this, opened, id] {
             if (*opened) {
                 systemBus = (*opened)->name();
-                follow(std::make_unique<LoginSession>(**opened));
+                follow(std::make_unique<LoginSession>(**opened, id));
             }
         }));
 }

@@ -1,19 +1,6 @@
-#include "Platform/Linux/Desktop/SessionLock.h"
+#include "SessionLockFixture.h"
 
-#include "Platform/RunUntil.h"
 #include "Platform/Shared/Descriptor.h"
-#include "Platform/Shared/QtMainLoop.h"
-#include "Platform/Shared/ThreadPool.h"
-#include "PlayedBus.h"
-
-#include <gtest/gtest.h>
-
-#include <QDBusObjectPath>
-#include <QDBusVariant>
-#include <QStringList>
-
-#include <memory>
-#include <vector>
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -25,82 +12,9 @@ const QString gnome = QStringLiteral("org.gnome.ScreenSaver");
 const QString freedesktop = QStringLiteral("org.freedesktop.ScreenSaver");
 const QStringList everyName = {freedesktop, gnome, "org.cinnamon.ScreenSaver",
                                "org.mate.ScreenSaver", "org.xfce.ScreenSaver"};
-const QString login = QStringLiteral("org.freedesktop.login1");
-const QString loginPath = QStringLiteral("/org/freedesktop/login1");
-const QString ownSession = QStringLiteral("/org/freedesktop/login1/session/_31");
 
-/// The screen saver of a desktop.
-class PlayedSaver final : public PlayedService {
-public:
-    PlayedSaver(const PlayedBus& on, const QString& name, bool active)
-        : PlayedService(on, name), interface(name), path("/" + QString(name).replace('.', '/'))
-    {
-        answers[question()] = active;
-    }
-    std::string question() const { return path.toStdString() + " GetActive"; }
-    void setActive(bool active)
-    {
-        answers[question()] = active;
-        program.emitSignal(path, interface, "ActiveChanged", {active});
-    }
-
-    const QString interface;
-    const QString path;
-};
-
-/// systemd's logind.
-class PlayedLogin final : public PlayedService {
-public:
-    explicit PlayedLogin(const PlayedBus& on, bool locked) : PlayedService(on, login)
-    {
-        answers[loginPath.toStdString() + " GetSession"] =
-            QVariant::fromValue(QDBusObjectPath(ownSession));
-        answers[ownSession.toStdString() + " Get"] = hint(locked);
-    }
-    void setLocked(bool locked, const QString& session = ownSession)
-    {
-        program.emitSignal(
-            session, "org.freedesktop.DBus.Properties", "PropertiesChanged",
-            {"org.freedesktop.login1.Session", QVariantMap{{"LockedHint", locked}}, QStringList()});
-    }
-    void prepareForSleep(bool begins)
-    {
-        program.emitSignal(loginPath, "org.freedesktop.login1.Manager", "PrepareForSleep",
-                           {begins});
-    }
-
-private:
-    static QVariant hint(bool locked) { return QVariant::fromValue(QDBusVariant(locked)); }
-};
-
-class SessionLockTest : public testing::Test {
+class SessionLockTest : public SessionLockFixture {
 protected:
-    SessionLockTest() { variables["DBUS_SYSTEM_BUS_ADDRESS"] = systemBus.address; }
-
-    void start(bool withSessionBus = true)
-    {
-        if (withSessionBus) {
-            ours.emplace(sessionBus, "ours");
-        }
-        lock = std::make_unique<SessionLock>(
-            ours ? ours->bus : QDBusConnection("none"),
-            [this](const char* name) -> std::optional<std::string> {
-                const auto found = variables.find(name);
-                return found == variables.end() ? std::nullopt : std::optional(found->second);
-            },
-            workers, loop);
-        watch = lock->isAway().observe([this](bool away) { told.push_back(away); });
-    }
-    bool comesToBe(bool away)
-    {
-        return runUntil([&] { return lock->isAway().get() == away; });
-    }
-    /// Takes in what the session bus has brought.
-    void takeIn()
-    {
-        PlayedProgram::roundTrip(ours->bus);
-        QCoreApplication::sendPostedEvents();
-    }
     /// Until what is said to us by now has been taken in.
     void letItAsk(PlayedSaver& saver)
     {
@@ -110,30 +24,19 @@ protected:
         ASSERT_TRUE(comesToBe(false));
         told.clear();
     }
-
-    PlayedBus sessionBus;
-    PlayedBus systemBus;
-    std::map<std::string, std::string> variables;
-    QtMainLoop loop;
-    ThreadPool workers{[] {}};
-    std::optional<PlayedProgram> ours;
-    std::unique_ptr<SessionLock> lock;
-    Subscription watch;
-    std::vector<bool> told;
 };
 
-TEST_F(SessionLockTest, nobodyIsAwayWhereNothingSaysSo)
+TEST_F(SessionLockTest, aScreenSaverThatIsNotActiveCountsAsWhatItIs)
 {
     PlayedSaver saver(sessionBus, gnome, false);
-    PlayedLogin logind(systemBus, false);
+    saver.answers.clear();
     start();
+    ASSERT_TRUE(runUntil([&] { return saver.open.contains(saver.question()); }));
+    saver.program.bus.send(saver.open.at(saver.question()).createReply(false));
+    PlayedProgram::roundTrip(saver.program.bus);
+    takeIn();
+    EXPECT_TRUE(told.empty());
     EXPECT_FALSE(lock->isAway().get());
-    logind.prepareForSleep(true); // whenever it is listened to
-    runUntil([&] {
-        logind.prepareForSleep(true);
-        return lock->isAway().get();
-    });
-    EXPECT_EQ(told, std::vector{true});
 }
 
 TEST_F(SessionLockTest, aScreenSaverThatIsActiveAtTheStartCounts)
@@ -211,47 +114,6 @@ TEST_F(SessionLockTest, aScreenSaverThatDoesNotAnswerCountsOnceItSpeaks)
     PlayedProgram::roundTrip(saver.program.bus);
     takeIn();
     EXPECT_TRUE(lock->isAway().get());
-}
-
-TEST_F(SessionLockTest, aSessionThatIsLockedAtTheStartCountsUntilItIsUnlocked)
-{
-    PlayedLogin logind(systemBus, true);
-    start();
-    ASSERT_TRUE(comesToBe(true));
-    logind.setLocked(false, "/org/freedesktop/login1/session/_32");
-    logind.prepareForSleep(true);
-    logind.prepareForSleep(false);
-    logind.setLocked(false);
-    EXPECT_TRUE(comesToBe(false));
-    logind.setLocked(true);
-    EXPECT_TRUE(comesToBe(true));
-    EXPECT_EQ(told, (std::vector{true, false, true}));
-}
-
-TEST_F(SessionLockTest, isAwayFromBeforeTheMachineSleepsUntilItIsAwake)
-{
-    PlayedLogin logind(systemBus, true);
-    start();
-    ASSERT_TRUE(comesToBe(true));
-    logind.prepareForSleep(true);
-    logind.setLocked(false);
-    logind.setLocked(true, "/org/freedesktop/login1/session/_32");
-    logind.prepareForSleep(false);
-    EXPECT_TRUE(comesToBe(false));
-    logind.prepareForSleep(true);
-    EXPECT_TRUE(comesToBe(true));
-    EXPECT_EQ(told, (std::vector{true, false, true}));
-}
-
-TEST_F(SessionLockTest, aLogindThatGoesAwayCountsAsUnlocked)
-{
-    auto logind = std::make_unique<PlayedLogin>(systemBus, true);
-    start();
-    ASSERT_TRUE(comesToBe(true));
-    logind.reset();
-    EXPECT_TRUE(comesToBe(false));
-    logind = std::make_unique<PlayedLogin>(systemBus, true);
-    EXPECT_TRUE(comesToBe(true)) << "it has come again";
 }
 
 TEST_F(SessionLockTest, isAwayAsLongAsOneOfThemSaysSo)
