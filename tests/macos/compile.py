@@ -1,13 +1,14 @@
 #!/usr/bin/python3
 """Compiles Objective-C++ for macOS on a machine that has none, against the declared surface.
 
-    compile.py CLANG [--rejected-for TEXT] [--include FOLDER]... FILE [-DNAME]...
+    compile.py CLANG [--libcxx CLANG] [--rejected-for TEXT] [--include FOLDER]... FILE [-DNAME]...
 
 Compiles each file twice. First for this machine, as it would be for macOS: with reference counting,
 blocks and the runtime of macOS 14, up to an object file. Clang takes no notice of availability
 there, because this machine's system is not the one that the availability speaks of. So once more,
 up to the syntax only, for macOS 14 itself; the C and C++ libraries are this machine's then, which
-are told that they are on Linux.
+are told that they are on Linux. With --libcxx it is the other compiler that does this, with its own
+C++ library, which is a Mac's, too.
 
 With --rejected-for the second compilation must fail, and say TEXT.
 """
@@ -37,10 +38,10 @@ DISGUISE = """
 """.split()
 
 
-def system_folders(clang):
+def system_folders(compiler):
     """Where this compiler finds the C and C++ libraries of this machine."""
-    said = subprocess.run([clang, "-E", "-x", "c++", "-v", "/dev/null"], stdout=subprocess.DEVNULL,
-                          stderr=subprocess.PIPE, text=True, check=True).stderr
+    said = subprocess.run([*compiler, "-E", "-x", "c++", "-v", "/dev/null"], text=True, check=True,
+                          stdout=subprocess.DEVNULL, stderr=subprocess.PIPE).stderr
     listed = re.search(r"<\.\.\.> search starts here:\n(.*?)End of search", said, re.DOTALL)
     return [line.strip() for line in listed[1].splitlines()]
 
@@ -48,6 +49,7 @@ def system_folders(clang):
 def arguments():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("clang")
+    parser.add_argument("--libcxx")
     parser.add_argument("--rejected-for")
     parser.add_argument("--include", action="append", default=[])
     parser.add_argument("file")
@@ -59,8 +61,9 @@ def main():
     # Not as system headers: nothing that they say wrongly is to be overlooked.
     folders = [f"-I{HERE / 'surface'}", *(f"-I{folder}" for folder in given.include)]
     machine = "x86_64" if platform.machine() == "x86_64" else "arm64"
-    for_macos = [given.clang, "-target", f"{machine}-apple-macos14", *LANGUAGE, *DISGUISE,
-                 *(f"-isystem{folder}" for folder in system_folders(given.clang)), *folders,
+    compiler = [given.libcxx, "-stdlib=libc++"] if given.libcxx else [given.clang]
+    for_macos = [*compiler, "-target", f"{machine}-apple-macos14", *LANGUAGE, *DISGUISE,
+                 *(f"-isystem{folder}" for folder in system_folders(compiler)), *folders,
                  "-fsyntax-only", given.file, *rest]
     if given.rejected_for:
         said = subprocess.run(for_macos, stderr=subprocess.PIPE, text=True, check=False)

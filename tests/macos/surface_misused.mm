@@ -4,6 +4,7 @@
 #import <CoreML/CoreML.h>
 
 #include <cstddef>
+#include <thread>
 
 void mistake(NSPasteboard* pasteboard, MLMultiArray* array);
 void mistake(NSPasteboard* pasteboard, MLMultiArray* array)
@@ -33,6 +34,9 @@ void mistake(NSPasteboard* pasteboard, MLMultiArray* array)
 #ifdef WRONG_CLASS
     [pasteboard writeObjects:@[ array ]];
     NSPasteboardItem* item = pasteboard;
+#endif
+#ifdef OF_THE_OTHER_CXX_LIBRARY
+    const std::jthread thread;
 #endif
 #ifdef SIGN_LOST
     const std::size_t changes = pasteboard.changeCount;
