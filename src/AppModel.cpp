@@ -14,6 +14,8 @@ constexpr auto permissionPoll = std::chrono::milliseconds(1500);
 /// How long what the overlay says stays readable.
 constexpr auto noticeTime = std::chrono::milliseconds(1600);
 constexpr auto cancelledTime = std::chrono::milliseconds(700);
+/// Who dictates pauses, but not for so long.
+constexpr auto longestStillness = std::chrono::minutes(10);
 
 } // namespace
 
@@ -58,10 +60,22 @@ void AppModel::wireDictation()
     });
     phaseChanges = dictation.phase.observe([this](const Dictation::Phase& phase) {
         monitor.updateInterest();
-        // One who speaks for long touches nothing: the screen that then locks would cancel it.
-        ports.session.keepAwake(phase != Dictation::Phase::idle && !dictation.isDemo.get());
+        stayAwake();
         followSpeed(phase);
     });
+    textChanges = dictation.transcript.observe([this](const std::string&) { stayAwake(); });
+}
+
+/// One who speaks for long touches nothing: the screen that then locks would cancel it. A dictation
+/// that was forgotten is to lock.
+void AppModel::stayAwake()
+{
+    const bool dictating =
+        dictation.phase.get() != Dictation::Phase::idle && !dictation.isDemo.get();
+    ports.session.keepAwake(dictating);
+    stillness = dictating ? ports.loop.startTimer(longestStillness,
+                                                  [this] { ports.session.keepAwake(false); })
+                          : nullptr;
 }
 
 void AppModel::wireMonitor()

@@ -72,6 +72,7 @@ public:
 
 private:
     void wireDictation();
+    void stayAwake();
     void wireMonitor();
     void watchKey();
     void pressed();
@@ -90,10 +91,13 @@ private:
     TimePoint listeningSince;
     TimePoint finishingSince;
     Subscription phaseChanges;
+    Subscription textChanges;
     Subscription settingChanges;
     Subscription sessionChanges;
     /// Until the permissions are read again.
     Timer timer;
+    /// Until a dictation in which nothing was understood no longer keeps the desktop awake.
+    Timer stillness;
     Lifetime lifetime;
 };
 

@@ -140,7 +140,7 @@ TEST_F(AppModelAwayTest, theDesktopIsKeptFromGoingIdleForAsLongAsADictationRuns)
     EXPECT_FALSE(desktop.session.isKeptAwake);
     press();
     EXPECT_TRUE(desktop.session.isKeptAwake);
-    desktop.loop.advance(1h);
+    desktop.loop.advance(9min);
     release();
     EXPECT_TRUE(desktop.session.isKeptAwake) << "the text is still to come";
     desktop.analyzers.finish(*desktop.analyzers.streams.back());
@@ -152,6 +152,24 @@ TEST_F(AppModelAwayTest, theDesktopIsKeptFromGoingIdleForAsLongAsADictationRuns)
     EXPECT_FALSE(desktop.session.isKeptAwake);
     model->previewHUD();
     EXPECT_FALSE(desktop.session.isKeptAwake) << "nobody speaks";
+}
+
+TEST_F(AppModelAwayTest, aDictationThatWasForgottenDoesNotKeepTheDesktopAwake)
+{
+    start();
+    press();
+    desktop.loop.advance(9min);
+    desktop.analyzers.streams.back()->onResult("still here", false);
+    desktop.loop.advance(9min);
+    EXPECT_TRUE(desktop.session.isKeptAwake);
+    desktop.loop.advance(1min);
+    EXPECT_FALSE(desktop.session.isKeptAwake);
+    EXPECT_EQ(model->dictation.phase.get(), Dictation::Phase::listening);
+    desktop.analyzers.streams.back()->onResult("and again", false);
+    desktop.loop.runReady();
+    EXPECT_TRUE(desktop.session.isKeptAwake);
+    model->dictation.cancel();
+    EXPECT_FALSE(desktop.session.isKeptAwake);
 }
 
 TEST_F(AppModelAwayTest, leavingAndComingBackWithoutADictationIsNoticedByNobody)

@@ -251,6 +251,7 @@ private:
         const auto phase = model->dictation.phase.get();
         if (phase == Phase::idle) {
             EXPECT_FALSE(desktop.microphone.isCapturing()) << "no recording while idle";
+            EXPECT_FALSE(desktop.session.isKeptAwake) << "the desktop may sleep";
         }
         EXPECT_EQ(model->dictation.levels.get().size(), 28U);
         checkOverlay();

@@ -2,6 +2,7 @@
 
 #include <QDBusPendingCallWatcher>
 
+#include <limits>
 #include <utility>
 
 namespace vorlin {
@@ -40,7 +41,9 @@ void IdleInhibitor::inhibit()
         QDBusMessage::createMethodCall(screenSaver, path, screenSaver, QStringLiteral("Inhibit"));
     message.setArguments({QStringLiteral("Vorlin"), QStringLiteral("Dictation")});
     message.setAutoStartService(false); // one that nobody runs locks nothing
-    auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(message), this);
+    // However late it is granted: what is not given back keeps the desktop awake for good.
+    constexpr int noLimit = std::numeric_limits<int>::max();
+    auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(message, noLimit), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer, asked = wish] {
         answer->deleteLater();
         const auto reply = answer->reply();

@@ -10,9 +10,8 @@
 namespace vorlin {
 
 /// Asks the desktop not to go idle (`org.freedesktop.ScreenSaver.Inhibit`) for as long as it is
-/// wanted. Where nobody owns that name nothing
-/// happens. Nothing waits for an
-/// answer; the bus ends what was asked for with our connection. Main loop.
+/// wanted. Where nobody owns that name nothing happens. Nothing waits for an answer; the desktop
+/// ends what was asked for when our connection is gone. Main loop.
 class IdleInhibitor final : public QObject {
     Q_OBJECT
 

@@ -94,6 +94,17 @@ TEST_F(LoginSessionTest, aLogindThatGoesAwayCountsAsUnlocked)
     EXPECT_TRUE(comesToBe(true)) << "it has come again";
 }
 
+TEST_F(LoginSessionTest, aLogindThatGoesAwayBeforeItSaysThatTheMachineIsAwakeCountsAsAwake)
+{
+    auto logind = std::make_unique<PlayedLogin>(systemBus, true);
+    start();
+    unlock(*logind);
+    logind->prepareForSleep(true);
+    ASSERT_TRUE(comesToBe(true));
+    logind.reset();
+    EXPECT_TRUE(comesToBe(false));
+}
+
 TEST_F(LoginSessionTest, whatAnotherProgramSaysDoesNotCount)
 {
     PlayedLogin logind(systemBus, true);
