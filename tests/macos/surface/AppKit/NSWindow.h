@@ -147,7 +147,7 @@ static const NSWindowLevel NSStatusWindowLevel = 25;
 
 // appkit/nsdevicedescriptionkey: "These constants are the keys for device description
 // dictionaries."
-typedef NSString* NSDeviceDescriptionKey NS_TYPED_ENUM;
+typedef NSString* NSDeviceDescriptionKey NS_TYPED_EXTENSIBLE_ENUM;
 // appkit/nsscreen: "An object that describes the attributes of a computer’s monitor or screen."
 @interface NSScreen : NSObject
 // appkit/nsscreen/screens: "Returns an array of screen objects representing all of the screens

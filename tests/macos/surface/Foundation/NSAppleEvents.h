@@ -9,7 +9,7 @@ NS_ASSUME_NONNULL_BEGIN
 typedef UInt32 AEEventClass;
 // learn.microsoft.com/dotnet/api/foundation.aeeventid: "ReopenApplication | 1918988400"
 typedef UInt32 AEEventID;
-enum {
+enum : UInt32 {
     // appendix2_aepg.html of the archived Apple event guide: "kCoreEventClass 'aevt'"
     kCoreEventClass = 0x61657674,
     // learn.microsoft.com/dotnet/api/foundation.aeeventid: "ReopenApplication | 1918988400"
@@ -17,7 +17,7 @@ enum {
 };
 
 // foundation/nsappleeventdescriptor: "A wrapper for the Apple event descriptor data type."
-@interface NSAppleEventDescriptor : NSObject <NSCopying>
+@interface NSAppleEventDescriptor : NSObject <NSCopying, NSSecureCoding>
 @end
 
 // foundation/nsappleeventmanager: "A mechanism for registering handler routines for specific types

@@ -13,6 +13,6 @@ typedef enum : unsigned int {
     QOS_CLASS_UNSPECIFIED = 0x00,
 } qos_class_t;
 
-// unconfirmed: pub.dev/documentation/native_log_plus/NativeLog/qos_class_self: "Returns the
-// requested QOS class of the current thread."
+// pub.dev/documentation/native_log_plus/NativeLog/qos_class_self: "Returns the requested QOS class
+// of the current thread."
 SURFACE_EXTERN qos_class_t qos_class_self(void);
