@@ -31,40 +31,56 @@ void IdleInhibitor::want(bool on)
         inhibit();
     }
     if (!on && granted) {
-        giveBack(*std::exchange(granted, std::nullopt));
+        bus.send(*std::exchange(granted, std::nullopt));
     }
 }
 
 void IdleInhibitor::inhibit()
 {
-    auto message =
-        QDBusMessage::createMethodCall(screenSaver, path, screenSaver, QStringLiteral("Inhibit"));
-    message.setArguments({QStringLiteral("Vorlin"), QStringLiteral("Dictation")});
-    message.setAutoStartService(false); // one that nobody runs locks nothing
-    // However late it is granted: what is not given back keeps the desktop awake for good.
-    constexpr int noLimit = std::numeric_limits<int>::max();
-    auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(message, noLimit), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer, asked = wish] {
-        answer->deleteLater();
-        const auto reply = answer->reply();
-        if (reply.type() != QDBusMessage::ReplyMessage) {
-            return;
-        }
+    auto question = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/"),
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetNameOwner"));
+    question.setArguments({screenSaver});
+    ask(question, [this, asked = wish](const QVariant& owner) {
         if (asked == wish) {
-            granted = reply;
-        } else {
-            giveBack(reply);
+            inhibitBy(owner.toString());
         }
     });
 }
 
-/// To whom granted it: another owner of the name would take the number for one of its own.
-void IdleInhibitor::giveBack(const QDBusMessage& what)
+/// By the owner of the name itself, which then knows the number: the next one would take it for one
+/// of its own.
+void IdleInhibitor::inhibitBy(const QString& owner)
 {
-    auto message = QDBusMessage::createMethodCall(what.service(), path, screenSaver,
-                                                  QStringLiteral("UnInhibit"));
-    message.setArguments({what.arguments().value(0)});
-    bus.send(message);
+    auto message =
+        QDBusMessage::createMethodCall(owner, path, screenSaver, QStringLiteral("Inhibit"));
+    message.setArguments({QStringLiteral("Vorlin"), QStringLiteral("Dictation")});
+    ask(message, [this, owner, asked = wish](const QVariant& number) {
+        auto ending =
+            QDBusMessage::createMethodCall(owner, path, screenSaver, QStringLiteral("UnInhibit"));
+        ending.setArguments({number});
+        if (asked == wish) {
+            granted = ending;
+        } else {
+            bus.send(ending);
+        }
+    });
+}
+
+/// Calls `answered` when it is; a refusal is dropped.
+void IdleInhibitor::ask(const QDBusMessage& question,
+                        const std::function<void(const QVariant&)>& answered)
+{
+    // However late it is granted: what is not given back keeps the desktop awake for good.
+    constexpr int noLimit = std::numeric_limits<int>::max();
+    auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(question, noLimit), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [answer, answered] {
+        answer->deleteLater();
+        const auto reply = answer->reply();
+        if (reply.type() == QDBusMessage::ReplyMessage) {
+            answered(reply.arguments().value(0));
+        }
+    });
 }
 
 } // namespace vorlin

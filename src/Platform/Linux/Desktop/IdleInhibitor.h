@@ -5,6 +5,7 @@
 #include <QObject>
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 
 namespace vorlin {
@@ -26,13 +27,14 @@ public:
 
 private:
     void inhibit();
-    void giveBack(const QDBusMessage& what);
+    void inhibitBy(const QString& owner);
+    void ask(const QDBusMessage& question, const std::function<void(const QVariant&)>& answered);
 
     QDBusConnection bus;
     /// Names the current wish: what is granted to an older one is given back at once.
     std::uint64_t wish = 0;
     bool wanted = false;
-    /// The answer that grants the current wish.
+    /// What gives back what was granted to the current wish.
     std::optional<QDBusMessage> granted;
 };
 
