@@ -1,5 +1,4 @@
-#include "AppModel.h"
-#include "fakes/FakePorts.h"
+#include "AppModelFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -14,35 +13,17 @@ using Phase = Dictation::Phase;
 constexpr auto fadeOut = 220ms;
 
 /// The overlay of the whole model, at one desktop.
-class AppModelOverlayTest : public testing::Test {
+class AppModelOverlayTest : public AppModelFixture {
 protected:
-    FakePorts desktop;
-    AppModel model;
+    AppModelOverlayTest() { start(); }
 
-    AppModelOverlayTest() : model(spoken("hello world")) {}
-
-    Ports spoken(const std::string& words)
-    {
-        desktop.analyzers.spoken = words;
-        return desktop.ports();
-    }
-    void press()
-    {
-        desktop.tap.pressOption();
-        desktop.loop.runReady();
-    }
-    void release()
-    {
-        desktop.tap.releaseOption();
-        desktop.loop.runReady();
-    }
     void escape()
     {
         desktop.tap.keyDown(keyCodes::escape);
         desktop.loop.runReady();
     }
     bool shown() const { return desktop.panel.isVisible(); }
-    const HUDView& view() const { return model.hud.model()->view.get(); }
+    const HUDView& view() const { return model->hud.model()->view.get(); }
 
     /// Whether it stays fully shown for `delay`, and is gone a fade later.
     testing::AssertionResult hidesAfter(Duration delay)
@@ -92,7 +73,7 @@ TEST_F(AppModelOverlayTest, staysFor1600MillisecondsAfterAnEmptyResultWithANotic
 {
     desktop.microphone.startFailure = "No microphone was found.";
     press();
-    EXPECT_EQ(model.dictation.phase.get(), Phase::idle);
+    EXPECT_EQ(model->dictation.phase.get(), Phase::idle);
     EXPECT_EQ(view().label, "No microphone was found.");
     EXPECT_TRUE(hidesAfter(1600ms));
 }
@@ -102,7 +83,7 @@ TEST_F(AppModelOverlayTest, hidesAtOnceAfterATextWithANotice)
     press();
     desktop.microphone.fail("The microphone was disconnected.");
     desktop.loop.runReady();
-    EXPECT_TRUE(model.dictation.notice.get());
+    EXPECT_TRUE(model->dictation.notice.get());
     EXPECT_FALSE(desktop.panel.isShown());
 }
 
@@ -123,7 +104,7 @@ TEST_F(AppModelOverlayTest, isKeptByAPressWhileItWaitsToHide)
     press();
     desktop.loop.advance(10s);
     EXPECT_TRUE(desktop.panel.isShown());
-    EXPECT_EQ(model.dictation.phase.get(), Phase::listening);
+    EXPECT_EQ(model->dictation.phase.get(), Phase::listening);
 }
 
 TEST_F(AppModelOverlayTest, isKeptByAPressWhileItFadesOut)
@@ -150,65 +131,65 @@ TEST_F(AppModelOverlayTest, staysWhileATextIsFinished)
 
 TEST_F(AppModelOverlayTest, ofAPreviewHides2500MillisecondsAfterTheLastCall)
 {
-    model.previewHUD();
+    model->previewHUD();
     desktop.loop.runReady();
     EXPECT_TRUE(shown());
     EXPECT_TRUE(view().showWaveform);
     desktop.loop.advance(2s);
-    model.previewHUD();
+    model->previewHUD();
     EXPECT_TRUE(hidesAfter(2500ms));
-    EXPECT_EQ(model.dictation.phase.get(), Phase::idle);
+    EXPECT_EQ(model->dictation.phase.get(), Phase::idle);
 }
 
 TEST_F(AppModelOverlayTest, ofAPreviewFollowsEverySetting)
 {
-    model.previewHUD();
+    model->previewHUD();
     desktop.defaults.set("hud.position", "topLeft");
-    model.previewHUD();
+    model->previewHUD();
     EXPECT_EQ(desktop.panel.frame, (Rect{56, 668, 430, 76}));
 }
 
 TEST_F(AppModelOverlayTest, previewIsIgnoredDuringADictation)
 {
     press();
-    const auto token = model.hud.hideToken();
-    model.previewHUD();
-    EXPECT_EQ(model.hud.hideToken(), token);
-    EXPECT_FALSE(model.dictation.isDemo.get());
+    const auto token = model->hud.hideToken();
+    model->previewHUD();
+    EXPECT_EQ(model->hud.hideToken(), token);
+    EXPECT_FALSE(model->dictation.isDemo.get());
     desktop.loop.advance(10s);
     EXPECT_TRUE(desktop.panel.isShown());
 }
 
 TEST_F(AppModelOverlayTest, aPressDuringAPreviewShowsTheDictationInstead)
 {
-    model.previewHUD();
+    model->previewHUD();
     desktop.loop.advance(1s);
     press();
-    EXPECT_FALSE(model.dictation.isDemo.get());
+    EXPECT_FALSE(model->dictation.isDemo.get());
     desktop.loop.advance(10s);
     EXPECT_TRUE(desktop.panel.isShown()) << "the end of the preview does not hide the dictation";
 }
 
 TEST_F(AppModelOverlayTest, escapeDuringAPreviewCancelsItAndAPreviewWorksAgain)
 {
-    model.previewHUD();
+    model->previewHUD();
     desktop.loop.advance(1s);
     escape();
     EXPECT_EQ(view().label, "Cancelled");
     EXPECT_TRUE(hidesAfter(700ms));
-    model.previewHUD();
+    model->previewHUD();
     EXPECT_TRUE(desktop.panel.isShown());
     EXPECT_TRUE(hidesAfter(2500ms));
 }
 
 TEST_F(AppModelOverlayTest, aPressWhileTheCancelledPreviewIsShownStartsADictation)
 {
-    model.previewHUD();
+    model->previewHUD();
     desktop.loop.advance(1s);
     escape();
     press();
     desktop.loop.advance(10s);
-    EXPECT_EQ(model.dictation.phase.get(), Phase::listening);
+    EXPECT_EQ(model->dictation.phase.get(), Phase::listening);
     EXPECT_TRUE(desktop.panel.isShown());
 }
 
