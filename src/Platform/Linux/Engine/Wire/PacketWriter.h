@@ -5,60 +5,26 @@
 
 #include <string_view>
 #include <type_traits>
-#include <utility>
+#include <vector>
 
 namespace vorlin::engine {
 
 /// Writes values one after the other; lists and texts begin with their count.
 class PacketWriter {
 public:
-    explicit PacketWriter(MessageKind kind)
-    {
-        bytes.reserve(512);
-        put(kind);
-    }
+    explicit PacketWriter(MessageKind kind);
 
     template <class T>
         requires std::is_trivially_copyable_v<T>
     void put(T value)
     {
-        const auto* raw = reinterpret_cast<const std::byte*>(&value);
-        bytes.insert(bytes.end(), raw, raw + sizeof value);
+        append(&value, sizeof value);
     }
 
-    void put(std::string_view text)
-    {
-        text = text.substr(0, longestText);
-        put(static_cast<std::uint32_t>(text.size()));
-        const auto* raw = reinterpret_cast<const std::byte*>(text.data());
-        bytes.insert(bytes.end(), raw, raw + text.size());
-    }
-
-    void put(const Tensor& tensor)
-    {
-        put(tensor.feature);
-        put(tensor.element);
-        putCount(tensor.shape.size());
-        for (const auto extent : tensor.shape) {
-            put(extent);
-        }
-        put(tensor.offset);
-    }
-
-    void put(const Feature& feature)
-    {
-        put(std::string_view(feature.name));
-        put(feature.element);
-        put(static_cast<std::uint8_t>(feature.optional));
-        putCount(feature.shapes.size());
-        for (const auto& shape : feature.shapes) {
-            putCount(shape.size());
-            for (const auto& range : shape) {
-                put(range.least);
-                put(range.most);
-            }
-        }
-    }
+    /// What is longer than `longestText` is cut off.
+    void put(std::string_view text);
+    void put(const Tensor& tensor);
+    void put(const Feature& feature);
 
     template <class T>
     void put(const std::vector<T>& list)
@@ -69,10 +35,12 @@ public:
         }
     }
 
-    Packet take() { return bytes.size() <= largestMessage ? std::move(bytes) : Packet(); }
+    /// The packet; an empty one if it is larger than a packet may be.
+    Packet take();
 
 private:
-    void putCount(std::size_t count) { put(static_cast<std::uint32_t>(count)); }
+    void append(const void* data, std::size_t size);
+    void putCount(std::size_t count);
 
     Packet bytes;
 };
