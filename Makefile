@@ -17,7 +17,7 @@ FUZZ_SECONDS := 180
 SUITES := bookworm trixie
 OTHER_SUITES := $(filter-out $(shell . /etc/os-release; echo $$VERSION_CODENAME),$(SUITES))
 
-.PHONY: build program run test nightly lint sanitizers simulations slow-tests fuzz bench
+.PHONY: build program run test package nightly lint sanitizers simulations slow-tests fuzz bench
 .PHONY: first-starts other-suites swift format
 .PHONY: $(PRESETS:%=build-%)
 .NOTPARALLEL:
@@ -48,6 +48,11 @@ test:
 	@scripts/install-packages tests
 	@$(MAKE) --no-print-directory build-release build-libcxx build-asan build-tsan
 	@$(PYTHON) scripts/run-tests release libcxx asan tsan
+
+# The Debian package of what is committed, in build/package.
+package:
+	@scripts/install-packages packaging
+	@packaging/linux/make-package
 
 nightly:
 	@scripts/install-packages nightly
