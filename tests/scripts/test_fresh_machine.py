@@ -60,6 +60,10 @@ def assert_refused(done, *words):
     (["--suite", "sid", "true"], ["sid", "usage"]),
     (["--suite=", "true"], ["usage"]),
     (["--shell", "true"], ["--shell", "usage"]),
+    (["--with"], ["usage"]),
+    (["--keep"], ["usage"]),
+    (["--keep", "/etc", "true"], ["/etc", "inside the checkout"]),
+    (["--with", "a/../../b", "true"], ["a/../../b", "inside the checkout"]),
 ])
 def test_says_in_one_line_how_it_is_used(checkout, arguments, words):
     done = fresh_machine(checkout, *arguments)
@@ -82,6 +86,10 @@ def test_help_is_no_failure(checkout):
 def test_refuses_what_a_clone_would_not_have(checkout, change, suite):
     change(checkout)
     assert_refused(fresh_machine(checkout, "--suite", suite, "true"), "uncommitted")
+
+
+def test_what_is_to_be_taken_along_is_there(checkout):
+    assert_refused(fresh_machine(checkout, "--with", "build/nothing", "true"), "build/nothing")
 
 
 def test_wants_root(checkout):
