@@ -1,5 +1,6 @@
 #include "AppleTranscriber.h"
 
+#include "Engine.h"
 #include "Preferences.h"
 
 #include <algorithm>
@@ -19,8 +20,8 @@ bool fits(const std::string& locale, const DictationLanguage& language)
     return locale == identifier || locale == identifier.substr(0, identifier.find('-'));
 }
 
-/// Says which language there is instead: US English, else the first of the settings' list.
-std::string unavailable(const std::vector<std::string>& offered)
+/// A language that the recogniser has: US English, else the first of the settings' list.
+std::optional<std::string> instead(const std::vector<std::string>& offered)
 {
     const auto isOffered = [&](const DictationLanguage& language) {
         return std::ranges::any_of(
@@ -30,11 +31,23 @@ std::string unavailable(const std::vector<std::string>& offered)
     if (!isOffered(*found)) {
         found = std::ranges::find_if(dictationLanguages, isOffered);
     }
-    if (found == dictationLanguages.end()) {
+    return found == dictationLanguages.end() ? std::nullopt
+                                             : std::optional<std::string>(found->displayName);
+}
+
+/// Says which engine knows the language that the recogniser lacks, or that none does.
+std::string unavailable(const std::string& language,
+                        const std::optional<std::vector<std::string>>& offered)
+{
+    if (!offered) {
         return unavailableLanguage;
     }
-    return "No speech recognition for this language. " + std::string(found->displayName) +
-           " is available.";
+    if (const auto* engine = Engine::knowing(language)) {
+        return "No speech recognition for " + displayName(language) + ". " + engine->name + " (" +
+               engine->sizeLabel + ") knows it.";
+    }
+    const auto other = instead(*offered);
+    return "No engine knows this language." + (other ? " " + *other + " is available." : "");
 }
 
 } // namespace
@@ -55,7 +68,7 @@ Task<void> AppleTranscriber::prepare()
     const auto supported = co_await analyzers.supportedLocale(locale);
     if (!supported) {
         const auto offered = co_await analyzers.localesToOffer();
-        throw std::runtime_error(unavailable(offered));
+        throw std::runtime_error(unavailable(locale, offered));
     }
     co_await analyzers.installAssets(*supported);
     const auto format = co_await analyzers.bestAudioFormat(*supported);

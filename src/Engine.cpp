@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <array>
 #include <stdexcept>
 #include <utility>
 
@@ -13,6 +15,11 @@ using nlohmann::json;
 
 /// Far more than a person adds; a larger text is damage that would only hold up the start.
 constexpr std::size_t largestText = 4U << 20U;
+
+/// What the built-in Parakeet models were trained on, by ISO 639-1 code.
+constexpr std::array<std::string_view, 25> parakeetLanguages = {
+    "bg", "cs", "da", "de", "el", "en", "es", "et", "fi", "fr", "hr", "hu", "it",
+    "lt", "lv", "mt", "nl", "pl", "pt", "ro", "ru", "sk", "sl", "sv", "uk"};
 
 [[noreturn]] void corrupted(const std::string& what)
 {
@@ -153,6 +160,17 @@ const std::vector<Engine>& Engine::builtIn()
          Tags{"25 languages", "Auto-detects language", "Most accurate"}},
     };
     return engines;
+}
+
+const Engine* Engine::knowing(std::string_view language)
+{
+    const auto code = language.substr(0, language.find_first_of("-_"));
+    if (std::ranges::find(parakeetLanguages, code) == parakeetLanguages.end()) {
+        return nullptr;
+    }
+    const auto found = std::ranges::find_if(
+        builtIn(), [](const Engine& engine) { return std::holds_alternative<Hub>(engine.source); });
+    return found == builtIn().end() ? nullptr : &*found;
 }
 
 Engine Engine::added(std::string id, const std::string& name, const std::string& otherwise,

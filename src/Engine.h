@@ -47,6 +47,10 @@ struct Engine {
     /// The engines that are always there, first in the list and in this order.
     static const std::vector<Engine>& builtIn();
 
+    /// The first of those, but the platform's own, that knows a language, by its identifier such
+    /// as "de-DE" or "de"; null when none does.
+    static const Engine* knowing(std::string_view language);
+
     /// An engine that the person adds from a hub repository or a folder. `name` is what was
     /// typed; when that is empty the engine is called as `otherwise`.
     static Engine added(std::string id, const std::string& name, const std::string& otherwise,

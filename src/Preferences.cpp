@@ -1,5 +1,6 @@
 #include "Preferences.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -215,6 +216,13 @@ void Preferences::setCustomEngines(const std::vector<Engine>& engines)
     if (const auto json = Engine::encoded(engines)) {
         defaults.set("customEngines", Bytes(json->begin(), json->end()));
     }
+}
+
+std::string displayName(std::string_view language)
+{
+    const auto found =
+        std::ranges::find(dictationLanguages, language, &DictationLanguage::identifier);
+    return std::string(found == dictationLanguages.end() ? language : found->displayName);
 }
 
 std::string Preferences::defaultLanguage() const

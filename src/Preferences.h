@@ -63,6 +63,9 @@ inline constexpr std::array<DictationLanguage, 7> dictationLanguages = {{
     {"pt-PT", "Português"},
 }};
 
+/// What people call a language: as in the list, or its identifier where it is not there.
+std::string displayName(std::string_view language);
+
 /// The stored string of a setting: its case name.
 std::string_view rawValue(RecordMode mode);
 std::string_view rawValue(HUDPosition position);

@@ -47,9 +47,9 @@ public:
     virtual Completion<std::optional<std::string>>
     supportedLocale(const std::string& equivalentTo) = 0;
 
-    /// The recogniser's locales to tell a person of whose language it has none; empty where the
-    /// platform tells of none.
-    virtual Completion<std::vector<std::string>> localesToOffer() = 0;
+    /// The recogniser's locales, to tell a person of whose language it has none; nothing where the
+    /// platform fetches what it lacks by itself.
+    virtual Completion<std::optional<std::vector<std::string>>> localesToOffer() = 0;
 
     /// Makes the data of a supported locale available; fails with a `std::runtime_error`.
     virtual Completion<Done> installAssets(const std::string& locale) = 0;

@@ -30,10 +30,12 @@ GeneralTab::GeneralTab(AppModel& model, const Ports& ports)
     follow(recorder.hint);
     follow(tap.conflict());
     follow(tap.layoutChanges());
+    follow(model.models.selected);
     update();
     for (const auto& language : dictationLanguages) {
         spawn(ports.loop, lifetime.token(), askForModel(std::string(language.identifier)));
     }
+    spawn(ports.loop, lifetime.token(), askForModel(model.preferences.language()));
 }
 
 Task<void> GeneralTab::askForModel(std::string language)
@@ -148,11 +150,24 @@ PickerControl GeneralTab::languages()
     return picker;
 }
 
+std::string GeneralTab::languageHint() const
+{
+    const std::string language = model.preferences.language();
+    const auto known = hasModel.find(language);
+    if (model.models.selected.get() != appleEngineId || known == hasModel.end() || known->second) {
+        return {};
+    }
+    const auto* engine = Engine::knowing(language);
+    return engine == nullptr ? "No engine knows this language."
+                             : engine->name + " (" + engine->sizeLabel + ") knows " +
+                                   displayName(language) + ": see Models.";
+}
+
 FormSection GeneralTab::speech()
 {
     return {"Speech",
             {},
-            {{"language", "Language (Apple Speech)", languages(), {}},
+            {{"language", "Language (Apple Speech)", languages(), languageHint()},
              {"sounds",
               "Play sounds",
               ToggleControl{model.preferences.sounds(),

@@ -29,6 +29,8 @@ private:
     FormSection speech();
     FormSection system();
     PickerControl languages();
+    /// Which engine knows the chosen language, where the platform's recogniser is to and does not.
+    std::string languageHint() const;
     /// What else the dictation key does, where it does something else.
     std::string sideEffect() const;
     /// What the row of the key says is wrong.

@@ -56,21 +56,41 @@ TEST_F(AppleTranscriberTest, anUnsupportedLanguageFailsWithItsText)
     EXPECT_FALSE(prepared);
 }
 
-TEST_F(AppleTranscriberTest, anUnsupportedLanguageIsToldWhichOneThereIsInstead)
+TEST_F(AppleTranscriberTest, aLanguageWithoutAModelIsToldWhichEngineKnowsIt)
 {
     analyzers.locales.clear();
+    analyzers.offered = {"en-US"};
+    const auto told = [this](const std::string& language) {
+        transcriber = std::make_shared<AppleTranscriber>(analyzers, converters, language);
+        prepare();
+        return error;
+    };
+    const std::string knows = " NVIDIA Parakeet Redux (≈ 220 MB) knows it.";
+    EXPECT_EQ(told("de-DE"), "No speech recognition for Deutsch." + knows);
+    EXPECT_EQ(told("en-GB"), "No speech recognition for English (UK)." + knows);
+    EXPECT_EQ(told("sv-SE"), "No speech recognition for sv-SE." + knows);
+    EXPECT_EQ(told("uk"), "No speech recognition for uk." + knows);
+    analyzers.offered->clear();
+    EXPECT_EQ(told("it-IT"), "No speech recognition for Italiano." + knows);
+    EXPECT_FALSE(prepared);
+}
+
+TEST_F(AppleTranscriberTest, aLanguageThatNoEngineKnowsIsToldWhichOneThereIsInstead)
+{
+    analyzers.locales.clear();
+    transcriber = std::make_shared<AppleTranscriber>(analyzers, converters, "ja-JP");
     const auto told = [this](std::vector<std::string> offered) {
         analyzers.offered = std::move(offered);
         prepare();
         return error;
     };
-    const std::string none = "No speech recognition for this language. ";
+    const std::string none = "No engine knows this language. ";
     EXPECT_EQ(told({"en-US"}), none + "English (US) is available.");
     EXPECT_EQ(told({"fr-FR", "en-GB", "en-US"}), none + "English (US) is available.");
     EXPECT_EQ(told({"en"}), none + "English (US) is available.");
     EXPECT_EQ(told({"pt-PT", "en-GB"}), none + "English (UK) is available.");
     EXPECT_EQ(told({"de-DE", "fr-FR"}), none + "Français is available.");
-    EXPECT_EQ(told({"ru-RU", "eng"}), "Speech recognition is unavailable for this language.");
+    EXPECT_EQ(told({"ru-RU", "eng"}), "No engine knows this language.");
     EXPECT_FALSE(prepared);
 }
 

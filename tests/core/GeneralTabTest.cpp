@@ -222,6 +222,30 @@ TEST_F(GeneralTabTest, theLanguagesThatTheMachineHasAModelForAreMarkedOnceItHasA
                               "Installed", "Not installed", "Not installed"}));
 }
 
+TEST_F(GeneralTabTest, aLanguageWithoutAModelSaysWhichEngineKnowsIt)
+{
+    desktop.analyzers.locales = {{"en-US", "en-US"}};
+    desktop.defaults.values["language"] = "de-DE";
+    open();
+    EXPECT_EQ(row("language").caption,
+              "NVIDIA Parakeet Redux (≈ 220 MB) knows Deutsch: see Models.");
+    control<PickerControl>("language").choose(1);
+    EXPECT_EQ(row("language").caption, "");
+    control<PickerControl>("language").choose(5);
+    EXPECT_EQ(row("language").caption,
+              "NVIDIA Parakeet Redux (≈ 220 MB) knows Italiano: see Models.");
+    model->models.selected.set("parakeetRedux");
+    EXPECT_EQ(row("language").caption, "");
+}
+
+TEST_F(GeneralTabTest, aLanguageThatNoEngineKnowsSaysSo)
+{
+    desktop.analyzers.locales = {{"en-US", "en-US"}};
+    desktop.defaults.values["language"] = "ja-JP";
+    open();
+    EXPECT_EQ(row("language").caption, "No engine knows this language.");
+}
+
 TEST_F(GeneralTabTest, aLanguageIsChosenByItsIdentifier)
 {
     open();

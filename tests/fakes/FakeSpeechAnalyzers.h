@@ -27,7 +27,7 @@ public:
 
     /// What is asked for, and the recogniser's own locale for it.
     std::map<std::string, std::string> locales = {{"en-US", "en-US"}};
-    std::vector<std::string> offered;
+    std::optional<std::vector<std::string>> offered;
     bool looksAtOnce = true;
     std::optional<AudioFormat> format = AudioFormat{SampleType::int16, 16000, 1, false};
     bool assetsInstalled = true;
@@ -65,7 +65,10 @@ public:
         }
     }
 
-    Completion<std::vector<std::string>> localesToOffer() override { return answered(offered); }
+    Completion<std::optional<std::vector<std::string>>> localesToOffer() override
+    {
+        return answered(offered);
+    }
 
     Completion<Done> installAssets(const std::string& locale) override
     {

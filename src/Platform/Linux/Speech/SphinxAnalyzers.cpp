@@ -103,9 +103,9 @@ SphinxAnalyzers::supportedLocale(const std::string& equivalentTo)
     return named;
 }
 
-Completion<std::vector<std::string>> SphinxAnalyzers::localesToOffer()
+Completion<std::optional<std::vector<std::string>>> SphinxAnalyzers::localesToOffer()
 {
-    Completion<std::vector<std::string>> offered;
+    Completion<std::optional<std::vector<std::string>>> offered;
     look([this, completer = offered.completer()] {
         std::vector<std::string> locales;
         for (const auto& model : found.all()) {

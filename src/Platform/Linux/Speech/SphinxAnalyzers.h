@@ -42,7 +42,7 @@ public:
     Completion<std::optional<std::string>>
     supportedLocale(const std::string& equivalentTo) override;
     /// All that is installed.
-    Completion<std::vector<std::string>> localesToOffer() override;
+    Completion<std::optional<std::vector<std::string>>> localesToOffer() override;
     /// Completes at once: the model was found or it was not.
     Completion<Done> installAssets(const std::string& locale) override;
     /// 16 kHz, one channel, 16 bits, not interleaved, for every locale whose model was found.

@@ -195,10 +195,10 @@ MacSpeechAnalyzers::supportedLocale(const std::string& equivalentTo)
     return answer;
 }
 
-Completion<std::vector<std::string>> MacSpeechAnalyzers::localesToOffer()
+Completion<std::optional<std::vector<std::string>>> MacSpeechAnalyzers::localesToOffer()
 {
-    Completion<std::vector<std::string>> answer;
-    answer.completer().complete({});
+    Completion<std::optional<std::vector<std::string>>> answer;
+    answer.completer().complete(std::nullopt);
     return answer;
 }
 

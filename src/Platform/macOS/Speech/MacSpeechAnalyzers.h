@@ -14,7 +14,7 @@ public:
     Completion<std::optional<std::string>>
     supportedLocale(const std::string& equivalentTo) override;
     /// None: who lacks their language is told no more than that.
-    Completion<std::vector<std::string>> localesToOffer() override;
+    Completion<std::optional<std::vector<std::string>>> localesToOffer() override;
     Completion<Done> installAssets(const std::string& locale) override;
     Completion<std::optional<AudioFormat>> bestAudioFormat(const std::string& locale) override;
     std::unique_ptr<SpeechAnalyzer> start(const std::string& locale, OnResult onResult) override;

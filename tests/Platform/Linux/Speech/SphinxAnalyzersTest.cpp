@@ -337,7 +337,7 @@ TEST_F(SphinxAnalyzersTest, knowsItsLocalesAndTheirFormat)
 {
     EXPECT_EQ(answerTo(loop, analyzers.supportedLocale("en-GB")), "en-US");
     EXPECT_EQ(answerTo(loop, analyzers.supportedLocale("xx-XX")), std::nullopt);
-    EXPECT_THAT(answerTo(loop, analyzers.localesToOffer()), testing::Contains("en-US"));
+    EXPECT_THAT(answerTo(loop, analyzers.localesToOffer()).value(), testing::Contains("en-US"));
     EXPECT_EQ(answerTo(loop, analyzers.bestAudioFormat("en-US")),
               (AudioFormat{SampleType::int16, 16000, 1, false}));
     EXPECT_EQ(answerTo(loop, analyzers.bestAudioFormat("xx-XX")), std::nullopt);
