@@ -18,7 +18,7 @@ SUITES := bookworm trixie
 OTHER_SUITES := $(filter-out $(shell . /etc/os-release; echo $$VERSION_CODENAME),$(SUITES))
 
 .PHONY: build program run test package nightly lint sanitizers simulations slow-tests fuzz bench
-.PHONY: first-starts other-suites swift format
+.PHONY: packages first-starts other-suites swift format
 .PHONY: $(PRESETS:%=build-%)
 .NOTPARALLEL:
 
@@ -57,7 +57,7 @@ package:
 nightly:
 	@scripts/install-packages nightly
 	@$(MAKE) --keep-going lint sanitizers simulations slow-tests fuzz bench first-starts \
-	    swift other-suites
+	    packages swift other-suites
 
 # By the clang-tidy that this Debian has, which cannot read headers that GCC has compiled.
 lint: build-release
@@ -96,6 +96,9 @@ first-starts:
 	    scripts/fresh-machine --suite $$suite make run && \
 	    scripts/fresh-machine --suite $$suite scripts/start-on-a-display || exit; \
 	done
+
+packages:
+	@scripts/try-package $(SUITES)
 
 # The one file that is Swift, for macOS, by the compiler of the Debian that has one.
 swift:
