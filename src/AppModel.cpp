@@ -1,10 +1,14 @@
 #include "AppModel.h"
 
+#include "DefaultHotkey.h"
 #include "Models/HubAddress.h"
 #include "Models/HubDownloads.h"
 #include "Ports/Permissions.h"
 #include "Ports/Session.h"
 #include "Ports/Sounds.h"
+#include "Wording.h"
+
+#include <utility>
 
 namespace vorlin {
 
@@ -22,7 +26,7 @@ constexpr auto longestStillness = std::chrono::minutes(10);
 AppModel::AppModel(const Ports& ports)
     : preferences(ports.defaults, ports.locale), dictation(ports.loop, ports.audioInput),
       speech(std::make_shared<ParakeetRuntime>(ports.mlModels, ports.folders, ports.loop,
-                                               ports.workers),
+                                               ports.workers, &ports.state),
              ports.speechAnalyzers, ports.audioConverters, ports.loop),
       downloads(std::make_unique<HubDownloads>(HubDownload::Needs{
           ports.loop, ports.workers, ports.http, ports.workingFolders, std::string(hubAddress)})),
@@ -30,11 +34,12 @@ AppModel::AppModel(const Ports& ports)
               *downloads}),
       speeds(ports.state), monitor(ports.eventTap),
       hud(ports.loop, ports.screens, ports.overlayPanel, preferences), ports(ports),
-      inserter(ports.loop, ports.pasteboard, ports.keyPoster, ports.focusedProgram)
+      inserter(ports.loop, ports.pasteboard, ports.keyPoster, ports.focusedProgram),
+      limits(ports.loop, dictation, ports.focusedProgram)
 {
     accessibilityGranted.set(ports.permissions.isTrusted());
     microphoneGranted.set(ports.permissions.microphoneGranted());
-    hotkey.set(preferences.hotkey());
+    lookAtKey();
     hud.attach(dictation);
     wireDictation();
     wireMonitor();
@@ -58,8 +63,10 @@ void AppModel::wireDictation()
         play("Funk");
         hud.hide(cancelledTime);
     });
+    inserter.onLeft = lifetime.guard([this] { textLeft(); });
     phaseChanges = dictation.phase.observe([this](const Dictation::Phase& phase) {
         monitor.updateInterest();
+        showEscape();
         stayAwake();
         followSpeed(phase);
     });
@@ -84,14 +91,24 @@ void AppModel::wireMonitor()
         return alive.expired() || dictation.phase.get() != Dictation::Phase::idle;
     };
     monitor.onEscape = lifetime.guard([this] { dictation.cancel(); });
-    monitor.onPress = lifetime.guard([this] { pressed(); });
-    monitor.onRelease = lifetime.guard([this] { released(); });
-    // The file of the settings may be edited while the program runs.
-    settingChanges = preferences.observe([this] {
-        if (preferences.hotkey() != hotkey.get()) {
-            changeHotkey(preferences.hotkey());
+    monitor.onPress = lifetime.guard([this] {
+        keyTimes.note(ports.loop.now());
+        pressed(recordMode(), mayLoseRelease());
+    });
+    monitor.onRepeat = lifetime.guard([this] { keyTimes.note(ports.loop.now()); });
+    monitor.onAgain = lifetime.guard([this] {
+        const bool isNew = keyTimes.note(ports.loop.now());
+        if (isNew && (mayLoseRelease() || !monitor.hasEscape())) {
+            pressedAgain(recordMode(), mayLoseRelease());
         }
     });
+    monitor.onRelease = lifetime.guard([this] { released(recordMode()); });
+    // The file of the settings may be edited while the program runs.
+    settingChanges = preferences.observe([this] { lookAtKey(); });
+    // Not within the tap's own call: it may have to stop.
+    layoutChanges = ports.eventTap.layoutChanges().observe(
+        [this](std::size_t) { ports.loop.post(lifetime.guard([this] { lookAtKey(); })); });
+    conflictChanges = ports.eventTap.conflict().observe([this](KeyConflict) { showEscape(); });
     sessionChanges = ports.session.isAway().observe([this](bool away) {
         if (away) {
             dictation.cancel();
@@ -99,6 +116,7 @@ void AppModel::wireMonitor()
                 play("Funk");
             }
             monitor.stop(); // a key that is let go meanwhile may not be seen
+            actionHeld = false;
         } else {
             refreshPermissions();
         }
@@ -109,11 +127,66 @@ void AppModel::wireMonitor()
 void AppModel::watchKey()
 {
     if (!recording.get() && !ports.session.isAway().get()) {
+        lookAtKey();
         monitor.start(hotkey.get());
+        keyWatch.set(ports.eventTap.watchable(hotkey.get())); // it may know only now
     }
 }
 
-void AppModel::pressed()
+/// Which key it is, and what the desktop tells of it.
+void AppModel::lookAtKey()
+{
+    changeHotkey(preferences.hotkey(defaultHotkey(ports.wording.defaultKeys, ports.eventTap)));
+    keyWatch.set(ports.eventTap.watchable(hotkey.get()));
+}
+
+void AppModel::showEscape()
+{
+    hud.setHasEscape(dictation.isDemo.get() || monitor.hasEscape());
+}
+
+/// How the dictation key works: a hold ends by a release.
+RecordMode AppModel::recordMode() const
+{
+    return keyWatch.get() == KeyWatch::presses ? RecordMode::toggle : preferences.recordMode();
+}
+
+bool AppModel::mayLoseRelease() const
+{
+    return ports.eventTap.losesReleases() || keyWatch.get() == KeyWatch::presses;
+}
+
+void AppModel::perform(DictationAction action)
+{
+    if (recording.get() || ports.session.isAway().get()) {
+        return;
+    }
+    const RecordMode mode = preferences.recordMode();
+    switch (action) {
+    case DictationAction::press: {
+        const bool isNew = actionTimes.note(ports.loop.now());
+        if (!std::exchange(actionHeld, true)) {
+            pressed(mode, /*limited=*/true);
+        } else if (isNew) {
+            pressedAgain(mode, /*limited=*/true);
+        }
+        break;
+    }
+    case DictationAction::release:
+        if (std::exchange(actionHeld, false)) {
+            released(mode);
+        }
+        break;
+    case DictationAction::toggle:
+        if (actionTimes.note(ports.loop.now())) {
+            pressed(RecordMode::toggle, /*limited=*/true);
+        }
+        break;
+    case DictationAction::cancel: dictation.cancel(); break;
+    }
+}
+
+void AppModel::pressed(RecordMode mode, bool limited)
 {
     dictation.endDemo();
     const auto phase = dictation.phase.get();
@@ -122,18 +195,30 @@ void AppModel::pressed()
         play("Tink");
         hud.show();
         dictation.keyDown(make);
+        limits.begin(limited);
         inserter.anticipate();
-    } else if (preferences.recordMode() == RecordMode::toggle &&
-               phase != Dictation::Phase::finishing) {
+    } else if (mode == RecordMode::toggle && phase != Dictation::Phase::finishing) {
         dictation.keyUp();
+    } else if (phase == Dictation::Phase::listening && (limited || !monitor.hasEscape())) {
+        dictation.keyUp(); // nobody holds the key that it was begun with
     } else {
         dictation.keyDown(make);
     }
 }
 
-void AppModel::released()
+/// A press of a key that counts as down: its release was not told.
+void AppModel::pressedAgain(RecordMode mode, bool limited)
 {
-    if (preferences.recordMode() == RecordMode::hold) {
+    if (dictation.phase.get() == Dictation::Phase::idle || dictation.isDemo.get()) {
+        pressed(mode, limited);
+    } else {
+        dictation.keyUp();
+    }
+}
+
+void AppModel::released(RecordMode mode)
+{
+    if (mode == RecordMode::hold) {
         dictation.keyUp();
     }
 }
@@ -146,9 +231,27 @@ void AppModel::finished(const std::string& text)
         return;
     }
     hud.hide(Duration::zero());
-    play("Pop");
-    inserter.insert(text);
     measureSpeed();
+    if (!limits.endedBySilence()) {
+        play("Pop");
+        inserter.insert(text);
+    } else if (const auto window = limits.window();
+               window && ports.focusedProgram.window() == window) {
+        play("Pop");
+        inserter.insert(text, window);
+    } else {
+        inserter.leave(text);
+    }
+}
+
+/// A text that nobody ended is on the clipboard.
+void AppModel::textLeft()
+{
+    if (dictation.phase.get() == Dictation::Phase::idle) {
+        dictation.tell("Copied. Paste it where you want it.");
+        hud.show();
+        hud.hide(noticeTime);
+    }
 }
 
 void AppModel::followSpeed(Dictation::Phase phase)
@@ -206,7 +309,10 @@ void AppModel::setRecordingHotkey(bool on)
     if (on) {
         monitor.stop();
         if (lost) {
-            released();
+            released(recordMode());
+        }
+        if (std::exchange(actionHeld, false)) {
+            released(preferences.recordMode());
         }
     } else {
         watchKey();
@@ -228,14 +334,17 @@ void AppModel::changeHotkey(const Hotkey& chosen)
         return; // one that is held stays held
     }
     const bool lost = monitor.isHeld(); // its release will not be seen
+    const RecordMode mode = recordMode();
     const bool watched = monitor.isRunning();
     monitor.stop(); // what is known of the old key is not told of the new one
+    keyWatch.set(KeyWatch::pressesAndReleases);
     hotkey.set(chosen);
     if (watched) {
         monitor.start(chosen);
     }
+    keyWatch.set(ports.eventTap.watchable(chosen));
     if (lost) {
-        released();
+        released(mode);
     }
 }
 

@@ -5,12 +5,14 @@
 #include "Async/Published.h"
 #include "Dictation.h"
 #include "HUDController.h"
+#include "HoldLimits.h"
 #include "Hotkey.h"
 #include "HotkeyMonitor.h"
 #include "Models/Downloads.h"
 #include "Models/EngineSpeeds.h"
 #include "Models/ModelStore.h"
 #include "Models/RuntimeEngines.h"
+#include "Ports/EventTap.h"
 #include "Ports/Ports.h"
 #include "Preferences.h"
 #include "TextInserter.h"
@@ -19,6 +21,9 @@
 #include <string>
 
 namespace vorlin {
+
+/// What a key that the person has bound in the desktop may ask for.
+enum class DictationAction { press, release, toggle, cancel };
 
 /// The one application-wide object: owns the dictation, the engine catalog, the hotkey monitor,
 /// the overlay and the text inserter, wires them together, and follows the two permissions. While
@@ -52,6 +57,8 @@ public:
     Published<bool, AppModel> keyboardSecured{false};
     /// The dictation key.
     Published<Hotkey, AppModel> hotkey{Hotkey{}};
+    /// What the desktop tells of it.
+    Published<KeyWatch, AppModel> keyWatch{KeyWatch::pressesAndReleases};
     /// A new key is being recorded; the monitor is stopped meanwhile.
     Published<bool, AppModel> recording{false};
 
@@ -66,6 +73,15 @@ public:
     /// release would.
     void setHotkey(const Hotkey& hotkey);
 
+    /// What the dictation key does, asked for by another program of the session: `press` and
+    /// `release` as that key in the stored mode, a `press` that repeats counting once; `toggle`
+    /// starts or ends; `cancel` abandons. Nothing while the person is away or a key is recorded.
+    void perform(DictationAction action);
+
+    /// The process is about to be replaced without its objects' end: puts back at once what a
+    /// pasted text stands in the place of.
+    void leaveInHaste() { inserter.restoreNow(); }
+
     /// Shows the overlay with made-up levels until 2.5 s after the latest call. Ignored during a
     /// dictation.
     void previewHUD();
@@ -75,10 +91,16 @@ private:
     void stayAwake();
     void wireMonitor();
     void watchKey();
-    void pressed();
-    void released();
+    void lookAtKey();
+    void showEscape();
+    RecordMode recordMode() const;
+    bool mayLoseRelease() const;
+    void pressed(RecordMode mode, bool limited);
+    void pressedAgain(RecordMode mode, bool limited);
+    void released(RecordMode mode);
     void changeHotkey(const Hotkey& chosen);
     void finished(const std::string& text);
+    void textLeft();
     void play(const char* sound);
     void pollPermissions();
     void followSpeed(Dictation::Phase phase);
@@ -86,6 +108,12 @@ private:
 
     const Ports ports;
     TextInserter inserter;
+    HoldLimits limits;
+    /// Of the dictation key, and of the actions that stand for it.
+    PressTimes keyTimes;
+    PressTimes actionTimes;
+    /// `press` was asked for, `release` was not.
+    bool actionHeld = false;
     /// Of the current dictation: who listens, since when, and when it was told to finish.
     std::string listener;
     TimePoint listeningSince;
@@ -94,6 +122,8 @@ private:
     Subscription textChanges;
     Subscription settingChanges;
     Subscription sessionChanges;
+    Subscription layoutChanges;
+    Subscription conflictChanges;
     /// Until the permissions are read again.
     Timer timer;
     /// Until a dictation in which nothing was understood no longer keeps the desktop awake.

@@ -1,6 +1,7 @@
 #include "Dictation.h"
 
 #include "Async/Fatal.h"
+#include "SpeechWatch.h"
 
 #include <algorithm>
 #include <cmath>
@@ -102,9 +103,14 @@ Task<void> Dictation::startEngine(std::shared_ptr<Transcriber> feeding, Session 
 {
     tapInstalled = true; // before the start, so that a failed one is cleaned up too
     const auto showLevel = lifetime.guard([this](float newest) { push(newest); });
-    auto tap = [&mainLoop = loop, feeding, showLevel](const PCMBuffer& buffer) {
+    const auto tellSpeech = lifetime.guard([this] { speechHeard(); });
+    auto tap = [&mainLoop = loop, feeding, showLevel, tellSpeech,
+                watch = std::make_shared<SpeechWatch>()](const PCMBuffer& buffer) {
         feeding->feed(buffer);
         mainLoop.post([showLevel, newest = level(buffer)] { showLevel(newest); });
+        if (watch->hear(buffer)) {
+            mainLoop.post(tellSpeech);
+        }
     };
     co_await engine.start(std::move(tap), lifetime.guard([this, id](const std::string& message) {
         captureFailed(message, id);
@@ -141,6 +147,13 @@ void Dictation::push(float level)
 
     silentBuffers = level == 0 ? silentBuffers + 1 : 0;
     micSilent.set(silentBuffers >= silentBuffersToNotice && !isDemo.get());
+}
+
+void Dictation::speechHeard()
+{
+    if (phase.get() == Phase::listening && onSpeech) {
+        onSpeech();
+    }
 }
 
 void Dictation::keyUp()
@@ -230,6 +243,13 @@ void Dictation::cancel()
     notice.set("Cancelled");
     if (onCancelled) {
         onCancelled();
+    }
+}
+
+void Dictation::tell(const std::string& line)
+{
+    if (phase.get() == Phase::idle) {
+        notice.set(line);
     }
 }
 

@@ -50,6 +50,8 @@ public:
     std::function<void(const std::string&)> onFinished;
     /// Called when the person cancels.
     std::function<void()> onCancelled;
+    /// Called again and again while somebody speaks, as far as the sound tells (`SpeechWatch`).
+    std::function<void()> onSpeech;
 
     /// The person wants to speak: starts a dictation if idle, else only renews the wish.
     void keyDown(const MakeTranscriber& makeTranscriber);
@@ -57,6 +59,9 @@ public:
     void keyUp();
     /// Abandons the dictation; nothing is inserted.
     void cancel();
+
+    /// Shows a line for the person. Ignored during a dictation.
+    void tell(const std::string& line);
 
     /// Shows made-up levels until 2.5 s after the latest call. Ignored during a dictation.
     void demo();
@@ -78,6 +83,7 @@ private:
     void dropCapture();
     void stepDemo();
     void push(float level);
+    void speechHeard();
 
     MainLoop& loop;
     AudioInput& engine;

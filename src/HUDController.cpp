@@ -33,6 +33,11 @@ void HUDController::attach(const Dictation& dictation)
         content->settings.observe([this](const HUDSettings&) { placeAnew(targetScreen()); });
 }
 
+void HUDController::setHasEscape(bool has)
+{
+    content->setHasEscape(has);
+}
+
 void HUDController::show()
 {
     ++token;

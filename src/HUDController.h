@@ -34,6 +34,9 @@ public:
     /// nothing.
     void attach(const Dictation& dictation);
 
+    /// Whether Escape cancels, so that the overlay says so. After `attach`.
+    void setHasEscape(bool has);
+
     /// Places the panel for the current settings and fades it in over 0.18 s, from whatever alpha
     /// it has. Takes back every `hide` still to come.
     void show();

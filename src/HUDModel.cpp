@@ -28,10 +28,17 @@ void HUDModel::readSettings()
     update();
 }
 
+void HUDModel::setHasEscape(bool has)
+{
+    if (std::exchange(hasEscape, has) != has) {
+        sessionChanged();
+    }
+}
+
 HUDSession HUDModel::session() const
 {
     return {dictation.phase.get(), dictation.transcript.get(), dictation.notice.get(),
-            dictation.micSilent.get()};
+            dictation.micSilent.get(), hasEscape};
 }
 
 void HUDModel::sessionChanged()

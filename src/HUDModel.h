@@ -41,6 +41,9 @@ public:
     /// The latest phase, notice or warning, as text.
     Published<HUDAnnouncement, HUDModel> announcement;
 
+    /// Whether Escape cancels, as until the first call.
+    void setHasEscape(bool has);
+
     /// Looks at the stored settings now.
     void readSettings();
 
@@ -56,6 +59,7 @@ private:
     MainLoop& loop;
     const Dictation& dictation;
     const Preferences& preferences;
+    bool hasEscape = true;
     /// What `view` is made from.
     HUDSession shown;
     /// What was last said, or was there to say.

@@ -94,7 +94,7 @@ HUDView HUDView::of(const HUDSession& session, const HUDSettings& settings)
     view.showWaveform =
         listening && !session.micSilent && (session.transcript.empty() || !settings.showText);
     view.showMeter = listening && !view.showWaveform;
-    view.showEsc = settings.showEsc && session.phase != Phase::idle;
+    view.showEsc = settings.showEsc && session.hasEscape && session.phase != Phase::idle;
     view.icon = iconOf(session);
     view.tint = tintOf(session.phase);
     view.horizontal = horizontalAlignment(settings.position);

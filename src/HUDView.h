@@ -16,6 +16,8 @@ struct HUDSession {
     std::string transcript;
     std::optional<std::string> notice;
     bool micSilent = false;
+    /// Escape cancels.
+    bool hasEscape = true;
 
     bool operator==(const HUDSession&) const = default;
 };

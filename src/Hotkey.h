@@ -33,6 +33,7 @@ inline constexpr std::uint16_t rightCommand = 54;
 inline constexpr std::uint16_t rightOption = 61;
 inline constexpr std::uint16_t rightControl = 62;
 inline constexpr std::uint16_t function = 63;
+inline constexpr std::uint16_t f9 = 101;
 inline constexpr std::uint16_t insert = 114;
 } // namespace keyCodes
 

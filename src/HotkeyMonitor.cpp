@@ -3,6 +3,7 @@
 #include "Async/Fatal.h"
 
 #include <limits>
+#include <utility>
 
 namespace vorlin {
 
@@ -82,6 +83,9 @@ bool HotkeyMonitor::handle(KeyEventType type, const KeyEvent& event)
 bool HotkeyMonitor::handleKeyDown(std::uint16_t keyCode, const KeyEvent& event)
 {
     if (keyCode == keyCodes::escape && escapeActive()) {
+        if (tap.losesReleases()) {
+            isDown = false; // whatever was held, its next press is a new one
+        }
         call(onEscape);
         return true;
     }
@@ -91,9 +95,10 @@ bool HotkeyMonitor::handleKeyDown(std::uint16_t keyCode, const KeyEvent& event)
     if ((event.flags & eventFlags::maskHotkeyModifiers) != hotkey.modifiers) {
         return false;
     }
-    if (!event.autorepeat && !isDown) {
-        isDown = true;
-        call(onPress);
+    if (!event.autorepeat) {
+        pressed();
+    } else if (isDown) {
+        call(onRepeat);
     }
     return true;
 }
@@ -104,8 +109,7 @@ bool HotkeyMonitor::handleKeyUp(std::uint16_t keyCode)
     if (hotkey.modifierOnly || keyCode != hotkey.keyCode || !isDown) {
         return false;
     }
-    isDown = false;
-    call(onRelease);
+    released();
     return true;
 }
 
@@ -115,17 +119,23 @@ void HotkeyMonitor::handleFlagsChanged(std::uint16_t keyCode, const KeyEvent& ev
         return;
     }
     if (const auto flag = Hotkey::flag(keyCode)) {
-        transition((event.flags & *flag) != 0);
+        if ((event.flags & *flag) != 0) {
+            pressed();
+        } else if (isDown) {
+            released();
+        }
     }
 }
 
-void HotkeyMonitor::transition(bool down)
+void HotkeyMonitor::pressed()
 {
-    if (down == isDown) {
-        return;
-    }
-    isDown = down;
-    call(down ? onPress : onRelease);
+    call(std::exchange(isDown, true) ? onAgain : onPress);
+}
+
+void HotkeyMonitor::released()
+{
+    isDown = false;
+    call(onRelease);
 }
 
 } // namespace vorlin

@@ -21,6 +21,10 @@ public:
     /// The callbacks run inside the delivery of a key event and must return quickly.
     std::function<void()> onPress;
     std::function<void()> onRelease;
+    /// The hotkey, which is down, repeats.
+    std::function<void()> onRepeat;
+    /// The hotkey was pressed although it counts as down: it bounced, or its release was lost.
+    std::function<void()> onAgain;
     std::function<void()> onEscape;
     /// Asked on every Escape whether to swallow it; never empty.
     std::function<bool()> escapeActive = [] { return false; };
@@ -34,6 +38,14 @@ public:
     bool isRunning() const { return running; }
     /// The hotkey is down: its press was reported, its release was not.
     bool isHeld() const { return isDown; }
+    /// Escape is watched while it is active: the tap runs and sees keys, and Escape is no other
+    /// program's.
+    bool hasEscape() const
+    {
+        const auto conflict = tap.conflict().get();
+        return running && conflict != KeyConflict::escapeTaken &&
+               conflict != KeyConflict::unwatched;
+    }
 
     /// Tells the tap anew what it may swallow. Call when the answer of `escapeActive` changes.
     void updateInterest();
@@ -45,7 +57,8 @@ private:
     bool handleKeyDown(std::uint16_t keyCode, const KeyEvent& event);
     bool handleKeyUp(std::uint16_t keyCode);
     void handleFlagsChanged(std::uint16_t keyCode, const KeyEvent& event);
-    void transition(bool down);
+    void pressed();
+    void released();
 
     EventTap& tap;
     bool running = false;

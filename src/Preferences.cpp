@@ -63,10 +63,10 @@ T Preferences::read(const char* key, T otherwise) const
     return stored ? *stored : otherwise;
 }
 
-Hotkey Preferences::hotkey() const
+Hotkey Preferences::hotkey(const Hotkey& otherwise) const
 {
     const auto data = read<Bytes>("hotkey.v2", {});
-    return Hotkey::decode(asText(data)).value_or(Hotkey{});
+    return Hotkey::decode(asText(data)).value_or(otherwise);
 }
 
 void Preferences::setHotkey(const Hotkey& hotkey)

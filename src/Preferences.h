@@ -79,7 +79,8 @@ public:
     /// The ports must outlive this object.
     Preferences(Defaults& defaults, const Locale& locale);
 
-    Hotkey hotkey() const;
+    /// The stored key; `otherwise` when none was ever stored or what is stored is no key.
+    Hotkey hotkey(const Hotkey& otherwise = {}) const;
     void setHotkey(const Hotkey& hotkey);
     RecordMode recordMode() const;
     void setRecordMode(RecordMode mode);

@@ -10,6 +10,8 @@ namespace {
 
 constexpr auto restoreAfter = std::chrono::milliseconds(500);
 constexpr auto restoreAtLatest = std::chrono::milliseconds(3000);
+/// How long a text waits for keys that are not ready; it was spoken into what has the focus now.
+constexpr auto keysAtLatest = std::chrono::milliseconds(2000);
 constexpr auto lookEvery = std::chrono::milliseconds(20);
 constexpr auto watchEvery = std::chrono::milliseconds(100);
 
@@ -23,7 +25,12 @@ TextInserter::TextInserter(MainLoop& loop, Pasteboard& pasteboard, KeyPoster& ke
 
 TextInserter::~TextInserter()
 {
-    for (const auto& [source, restore] : pending) {
+    restoreNow();
+}
+
+void TextInserter::restoreNow()
+{
+    for (const auto& [source, restore] : std::exchange(pending, {})) {
         if (pasteboard.use(source) != PasteboardUse::replaced) {
             pasteboard.replace(source, restore.items);
         }
@@ -32,6 +39,8 @@ TextInserter::~TextInserter()
 
 void TextInserter::anticipate()
 {
+    expecting = true;
+    keys.prepare();
     if (pasteboard.isAtHand()) {
         return; // what is put back is what is found when the text is pasted
     }
@@ -42,6 +51,8 @@ void TextInserter::anticipate()
 
 void TextInserter::dismiss()
 {
+    expecting = false;
+    restKeys();
     watching = 0;
     nextWatch.reset();
     ahead.clear();
@@ -76,11 +87,22 @@ Task<void> TextInserter::readAhead(PasteSource source, std::int64_t number)
     }
 }
 
-void TextInserter::insert(const std::string& text)
+void TextInserter::insert(const std::string& text, std::optional<std::uint64_t> onlyInto)
 {
+    add({.text = text, .toBeLeft = false, .onlyInto = onlyInto});
+}
+
+void TextInserter::leave(const std::string& text)
+{
+    add({.text = text, .toBeLeft = true, .onlyInto = std::nullopt});
+}
+
+void TextInserter::add(Waiting text)
+{
+    expecting = false;
     watching = 0;
     nextWatch.reset();
-    waiting.push_back(text);
+    waiting.push_back(std::move(text));
     if (!std::exchange(inserting, true)) {
         spawn(loop, lifetime.token(), insertWaiting());
     }
@@ -93,10 +115,24 @@ bool TextInserter::abandon()
 
 Task<void> TextInserter::insertWaiting()
 {
+    // Whatever is awaited, the texts may be abandoned, and others wait, when it is there.
     while (!waiting.empty()) {
+        if (belongsElsewhere(waiting.front())) {
+            co_await awaitReader(PasteSource::clipboard);
+            if (!waiting.empty() && belongsElsewhere(waiting.front())) {
+                leaveNow(std::exchange(waiting.front().text, {}));
+                waiting.pop_front();
+            }
+            continue;
+        }
         const PasteChord chord = co_await readyChord();
-        if (!waiting.empty()) { // none was abandoned
-            paste(waiting.front(), chord);
+        if (waiting.empty()) {
+            break;
+        }
+        if (keys.readiness() != KeyReadiness::ready) {
+            waiting.front().toBeLeft = true; // it stays at hand
+        } else if (!belongsElsewhere(waiting.front())) {
+            paste(waiting.front().text, chord);
             waiting.pop_front();
         }
     }
@@ -104,6 +140,14 @@ Task<void> TextInserter::insertWaiting()
         ahead.clear(); // what was read for nothing
     }
     inserting = false;
+    restKeys();
+}
+
+void TextInserter::restKeys()
+{
+    if (!expecting && !inserting) {
+        keys.rest();
+    }
 }
 
 /// The chord for the next text, once that may be pasted and the contents below it are known.
@@ -113,11 +157,26 @@ Task<PasteChord> TextInserter::readyChord()
     while (true) {
         co_await awaitReader(chord.source);
         co_await readContents(chord.source);
+        co_await awaitKeys();
         // Either may have taken a second and more: the person may be in another program by now.
         const PasteSource ready = std::exchange(chord, focus.pasteChord()).source;
         if (chord.source == ready) {
             co_return chord;
         }
+    }
+}
+
+bool TextInserter::belongsElsewhere(const Waiting& text) const
+{
+    return text.toBeLeft || (text.onlyInto && focus.window() != text.onlyInto);
+}
+
+void TextInserter::leaveNow(const std::string& text)
+{
+    pending.erase(PasteSource::clipboard); // what was beneath does not come back
+    pasteboard.copyString(PasteSource::clipboard, text);
+    if (onLeft) {
+        onLeft();
     }
 }
 
@@ -142,6 +201,15 @@ Task<void> TextInserter::awaitReader(PasteSource source)
             loop.now() - before->second.pasted >= restoreAtLatest) {
             co_return;
         }
+        co_await sleepFor(loop, lookEvery);
+    }
+}
+
+/// Waits until the chord can be posted, or it is clear that it cannot.
+Task<void> TextInserter::awaitKeys()
+{
+    const TimePoint limit = loop.now() + keysAtLatest;
+    while (keys.readiness() == KeyReadiness::soon && loop.now() < limit) {
         co_await sleepFor(loop, lookEvery);
     }
 }

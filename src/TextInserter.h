@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -30,8 +31,11 @@ public:
     TextInserter(MainLoop& loop, Pasteboard& pasteboard, KeyPoster& keys, FocusedProgram& focus);
     TextInserter(const TextInserter&) = delete;
     TextInserter& operator=(const TextInserter&) = delete;
-    /// Puts back at once what is still to be put back.
+    /// As `restoreNow`.
     ~TextInserter();
+
+    /// Puts back at once what is still to be put back, read or not.
+    void restoreNow();
 
     /// A text may come soon: reads the pasteboard's contents ahead, and again whenever they
     /// change, until `insert` or `dismiss`.
@@ -39,14 +43,28 @@ public:
     /// No text will come.
     void dismiss();
 
-    /// Pastes `text`. Returns at once.
-    void insert(const std::string& text);
+    /// Called when a text was left on the clipboard.
+    std::function<void()> onLeft;
 
-    /// Pastes none of the texts that still wait: what has the focus now is not what they were
-    /// spoken into. Returns whether there was one.
+    /// Pastes `text`. Where a window is given, only while that has the focus; else `text` is left.
+    /// Returns at once.
+    void insert(const std::string& text, std::optional<std::uint64_t> onlyInto = std::nullopt);
+
+    /// Leaves `text` on the clipboard, after the texts before it: as if the person had copied it,
+    /// and for good. Returns at once.
+    void leave(const std::string& text);
+
+    /// Pastes and leaves none of the texts that still wait: what has the focus now is not what they
+    /// were spoken into. Returns whether there was one.
     bool abandon();
 
 private:
+    /// A text that waits, and where it belongs.
+    struct Waiting {
+        std::string text;
+        bool toBeLeft = false;
+        std::optional<std::uint64_t> onlyInto;
+    };
     /// Contents that stood on a pasteboard at some `changeCount`.
     struct Contents {
         std::int64_t changeCount = 0;
@@ -63,11 +81,16 @@ private:
     void watchIn(Duration delay);
     void watch();
     Task<void> readAhead(PasteSource source, std::int64_t number);
+    void add(Waiting text);
     Task<void> insertWaiting();
     Task<PasteChord> readyChord();
+    bool belongsElsewhere(const Waiting& text) const;
+    void leaveNow(const std::string& text);
     void paste(const std::string& text, const PasteChord& chord);
     Task<void> awaitReader(PasteSource source);
     Task<void> readContents(PasteSource source);
+    Task<void> awaitKeys();
+    void restKeys();
     PasteboardSnapshot takeContents(PasteSource source);
     Timer lookIn(Duration delay, PasteSource source);
     void look(PasteSource source);
@@ -78,9 +101,11 @@ private:
     Pasteboard& pasteboard;
     KeyPoster& keys;
     FocusedProgram& focus;
-    /// Texts whose chord was not posted yet.
-    std::deque<std::string> waiting;
+    /// Texts whose chord was not posted yet, and those not yet left.
+    std::deque<Waiting> waiting;
     bool inserting = false;
+    /// A text was announced, and has not come.
+    bool expecting = false;
     /// Names the current watch; 0 while none runs.
     std::int64_t watching = 0;
     std::int64_t watches = 0;

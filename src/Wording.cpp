@@ -84,7 +84,7 @@ std::string Wording::label(const Hotkey& hotkey) const
 const Wording& plainWording()
 {
     static const Wording wording{
-        {}, std::nullopt, {Hotkey::presets.begin(), Hotkey::presets.end()}};
+        {}, std::nullopt, {Hotkey::presets.begin(), Hotkey::presets.end()}, {Hotkey{}}};
     return wording;
 }
 
@@ -95,7 +95,10 @@ const Wording& linuxWording()
                                  {{keyCodes::rightOption, 0, true},
                                   {keyCodes::rightControl, 0, true},
                                   {keyCodes::rightCommand, 0, true},
-                                  {keyCodes::space, maskAlternate, false}}};
+                                  {keyCodes::space, maskAlternate, false}},
+                                 {{keyCodes::rightOption, 0, true},
+                                  {keyCodes::rightControl, 0, true},
+                                  {keyCodes::f9, 0, false}}};
     return wording;
 }
 

@@ -30,6 +30,8 @@ struct Wording {
     std::optional<Keys> keys;
     /// The hotkeys that the settings offer, in order.
     std::vector<Hotkey> presets;
+    /// The dictation key for as long as none was chosen: the first of these that will do.
+    std::vector<Hotkey> defaultKeys;
 
     /// `text` as it is shown.
     std::string operator()(const std::string& text) const;

@@ -43,11 +43,18 @@ enum class KeyConflict {
     none,
     /// Another program has taken the hotkey's key.
     hotkeyTaken,
+    /// Another program uses the hotkey, too; it is ours all the same.
+    hotkeyShared,
     /// No key of this keyboard is the hotkey's.
     hotkeyMissing,
     /// Another program has taken Escape.
     escapeTaken,
+    /// The desktop shows its keys to no program, Escape neither.
+    unwatched,
 };
+
+/// What a tap can tell of a key.
+enum class KeyWatch { nothing, presses, pressesAndReleases };
 
 /// The keyboard of the whole desktop, before any program sees it. Main loop.
 class EventTap {
@@ -76,6 +83,15 @@ public:
     /// Whether a modifier key is one that types other characters while it is held (AltGr) in a
     /// layout that the person has set up.
     virtual bool typesCharacters(std::uint16_t keyCode) = 0;
+
+    /// What is told of `hotkey` while it is watched, also before that.
+    virtual KeyWatch watchable(const Hotkey& /*hotkey*/) const
+    {
+        return KeyWatch::pressesAndReleases;
+    }
+
+    /// Whether the release of a key that is held may never be told, so that a hold needs limits.
+    virtual bool losesReleases() const { return false; }
 
     /// None while the tap is stopped.
     const Published<KeyConflict, EventTap>& conflict() const { return refusal; }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 namespace vorlin {
 
@@ -31,6 +32,10 @@ public:
     /// The chord that pastes there; the desktop's usual one when the program is not known.
     /// Main loop; returns within a few milliseconds.
     virtual PasteChord pasteChord() = 0;
+
+    /// A number of the focused window, its own for as long as it exists; nothing where no window
+    /// has the focus, or the desktop does not tell. Main loop; as quick.
+    virtual std::optional<std::uint64_t> window() { return std::nullopt; }
 };
 
 } // namespace vorlin

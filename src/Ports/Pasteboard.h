@@ -52,7 +52,10 @@ public:
     /// leave it alone.
     virtual void setString(PasteSource source, const std::string& text) = 0;
 
-    /// What became of the contents written last by `setString` or `replace`.
+    /// The same, marked as nothing: contents like those that a person copies.
+    virtual void copyString(PasteSource source, const std::string& text) = 0;
+
+    /// What became of the contents written last, by whichever call.
     virtual PasteboardUse use(PasteSource source) const = 0;
 };
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Hotkey.h"
+
 namespace vorlin {
 
 /// What the desktop allows this process. Main loop. The two questions are asked every 1.5 s and
@@ -23,6 +25,13 @@ public:
 
     /// Lets the platform ask the person for `isTrusted`, where it has such a question.
     virtual void promptForTrust() = 0;
+
+    /// Whether `askForTrust` can bring a question to the person.
+    virtual bool canAskForTrust() const { return false; }
+
+    /// Has the desktop ask the person, who has just wished it, for what `isTrusted` lacks: perhaps
+    /// to be told of `hotkey`.
+    virtual void askForTrust(const Hotkey& /*hotkey*/) {}
 
     /// Lets the platform ask the person for the microphone, where it has such a question.
     virtual void requestMicrophone() = 0;

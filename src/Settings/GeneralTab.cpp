@@ -26,6 +26,7 @@ GeneralTab::GeneralTab(AppModel& model, const Ports& ports)
         changes.push_back(source.observe([this](const auto&) { update(); }));
     };
     follow(model.hotkey);
+    follow(model.keyWatch);
     follow(recorder.recording);
     follow(recorder.hint);
     follow(tap.conflict());
@@ -83,11 +84,18 @@ FormSection GeneralTab::shortcut()
     return {"Shortcut",
             {},
             {{"hotkey", "Dictation key", key, sideEffect(), problem()},
-             {"recordMode", "Recording", mode, {}},
+             {"recordMode", "Recording", mode, modeOfDesktop()},
              {"cancel", "Cancel", TextControl{"Press Esc, or press the dictation key again"}, {}}},
             "Hold the key while you speak and release to insert the text, or switch to press once "
             "to start and again to stop. Choose a single modifier key, or click the key box and "
             "press any combination such as ⌥ Space or F5."};
+}
+
+std::string GeneralTab::modeOfDesktop() const
+{
+    return model.keyWatch.get() == KeyWatch::presses
+               ? "This desktop reports only presses: press to start, again to stop."
+               : "";
 }
 
 std::string GeneralTab::sideEffect() const
@@ -111,10 +119,24 @@ std::string GeneralTab::problem() const
 
 std::string GeneralTab::conflict() const
 {
-    switch (tap.conflict().get()) {
-    case KeyConflict::none: return {};
+    const auto refusal = tap.conflict().get();
+    if (refusal == KeyConflict::unwatched) {
+        return "This desktop does not let Vorlin watch keys. Bind Vorlin's actions to a key of the "
+               "desktop's instead: see DESKTOPS.md.";
+    }
+    // A key that another program has is not reported for that reason.
+    if (model.keyWatch.get() == KeyWatch::nothing && refusal != KeyConflict::hotkeyTaken) {
+        const std::string key = wording.label(model.hotkey.get());
+        return model.hotkey.get().modifierOnly
+                   ? "This desktop does not report " + key + " on its own. Choose another key."
+                   : "This desktop does not report " + key + ". Choose another key.";
+    }
+    switch (refusal) {
+    case KeyConflict::none:
+    case KeyConflict::unwatched: return {};
     case KeyConflict::hotkeyTaken:
         return "Another program uses " + wording.label(model.hotkey.get()) + ".";
+    case KeyConflict::hotkeyShared: return "Another program also uses this shortcut.";
     case KeyConflict::hotkeyMissing:
         return "This keyboard has no key for " + wording.label(model.hotkey.get()) + ".";
     case KeyConflict::escapeTaken: return "Another program uses Escape.";

@@ -31,6 +31,8 @@ private:
     PickerControl languages();
     /// Which engine knows the chosen language, where the platform's recogniser is to and does not.
     std::string languageHint() const;
+    /// Why a hold is not what was chosen.
+    std::string modeOfDesktop() const;
     /// What else the dictation key does, where it does something else.
     std::string sideEffect() const;
     /// What the row of the key says is wrong.

@@ -19,8 +19,8 @@ constexpr const char* screenIsLocked =
 } // namespace
 
 PermissionsTab::PermissionsTab(AppModel& model, const Ports& ports)
-    : FormModel(ports.wording), model(model), session(ports.session), workspace(ports.workspace),
-      wishes(ports.loop, [this] { update(); })
+    : FormModel(ports.wording), model(model), permissions(ports.permissions),
+      session(ports.session), workspace(ports.workspace), wishes(ports.loop, [this] { update(); })
 {
     for (const auto* granted :
          {&model.microphoneGranted, &model.accessibilityGranted, &model.keyboardSecured}) {
@@ -46,15 +46,28 @@ void PermissionsTab::update()
     if (session.isAway().get()) {
         promises.insert(promises.begin(), paragraph("locked", screenIsLocked));
     }
-    setForm(
-        {{{},
-          {},
-          {row("Microphone", "To hear you while the key is held.", model.microphoneGranted.get(),
-               SystemPanel::microphone),
-           row("Accessibility", "To detect the dictation key and type the text into other apps.",
-               model.accessibilityGranted.get(), SystemPanel::accessibility)},
-          {}},
-         {{}, {}, std::move(promises), {}}});
+    setForm({{{},
+              {},
+              {row("Microphone", "To hear you while the key is held.",
+                   model.microphoneGranted.get(), SystemPanel::microphone),
+               accessibilityRow()},
+              {}},
+             {{}, {}, std::move(promises), {}}});
+}
+
+FormRow PermissionsTab::accessibilityRow()
+{
+    const bool granted = model.accessibilityGranted.get();
+    auto shown =
+        row("Accessibility", "To detect the dictation key and type the text into other apps.",
+            granted, SystemPanel::accessibility);
+    if (!granted && permissions.canAskForTrust()) {
+        std::get<PermissionControl>(shown.control).open = Command{
+            .text = "Allow…",
+            .press = lifetime.guard([this] { permissions.askForTrust(model.hotkey.get()); })};
+        shown.caption.clear();
+    }
+    return shown;
 }
 
 FormRow PermissionsTab::row(const std::string& title, const std::string& reason, bool granted,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AppModel.h"
+#include "Ports/Permissions.h"
 #include "Ports/Ports.h"
 #include "Ports/Session.h"
 #include "Ports/Workspace.h"
@@ -19,10 +20,12 @@ public:
 
 private:
     void update();
+    FormRow accessibilityRow();
     FormRow row(const std::string& title, const std::string& reason, bool granted,
                 SystemPanel panel);
 
     AppModel& model;
+    Permissions& permissions;
     const Session& session;
     Workspace& workspace;
     WorkspaceWishes wishes;

@@ -61,7 +61,7 @@ TEST_F(AppModelOverlayTest, hidesAtOnceAfterTheTextIsInserted)
 
 TEST_F(AppModelOverlayTest, hidesAtOnceAfterAnEmptyResultWithoutNotice)
 {
-    spoken("");
+    desktop.analyzers.spoken = "";
     press();
     release();
     EXPECT_FALSE(desktop.panel.isShown());

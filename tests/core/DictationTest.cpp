@@ -1,4 +1,5 @@
 #include "Dictation.h"
+#include "PlayedSound.h"
 #include "fakes/FakeAudioInput.h"
 #include "fakes/FakeTranscriber.h"
 #include "simulation/SimulatedLoop.h"
@@ -411,6 +412,40 @@ TEST_F(DictationTest, destroyedWhileFinishingNobodyIsCalled)
     engine().completeFinish("too late");
     loop.runReady();
     EXPECT_TRUE(finished.empty());
+}
+
+TEST_F(DictationTest, speechIsToldWhileItListens)
+{
+    int spoken = 0;
+    dictation->onSpeech = [&] { ++spoken; };
+    const auto buffers = captured(joined(silence(1, 48000), vowel(1, 48000)), 48000);
+    const auto speak = [&] {
+        for (const auto& buffer : buffers) {
+            microphone.deliver(buffer);
+        }
+    };
+    pressAndListen();
+    deliverSilence(40);
+    EXPECT_EQ(spoken, 0);
+    speak();
+    EXPECT_EQ(spoken, 0) << "not on the capture thread";
+    loop.runReady();
+    EXPECT_GT(spoken, 0);
+    speak();
+    dictation->cancel();
+    spoken = 0;
+    press();
+    loop.runReady();
+    EXPECT_EQ(spoken, 0) << "that of a dictation before";
+}
+
+TEST_F(DictationTest, aLineForThePersonIsShownUnlessADictationRuns)
+{
+    dictation->tell("Copied.");
+    EXPECT_EQ(dictation->notice.get(), "Copied.");
+    press();
+    dictation->tell("Copied.");
+    EXPECT_EQ(dictation->notice.get(), std::nullopt);
 }
 
 TEST_F(DictationTest, aPreviewEndsTwoAndAHalfSecondsAfterTheLatestCall)

@@ -1,5 +1,7 @@
 #include "SettingsFixture.h"
 
+#include <gmock/gmock.h>
+
 #include <set>
 
 namespace vorlin {
@@ -179,6 +181,7 @@ TEST_F(GeneralTabTest, aKeyThatAlsoTypesCharactersSaysSoAndNamesOneThatDoesNot)
               "Right ⌥ Option is used as the dictation key. It also types characters on this "
               "keyboard: typing one with it starts a dictation. Right ⌃ Control does not.");
     desktop.wording = &linuxWording();
+    model->setHotkey({keyCodes::rightOption, 0, true});
     open();
     EXPECT_EQ(row("hotkey").caption,
               "Right Alt is used as the dictation key. It also types characters on this keyboard: "
@@ -196,6 +199,69 @@ TEST_F(GeneralTabTest, whetherTheKeyTypesCharactersFollowsTheLayout)
     desktop.tap.typing = {keyCodes::rightOption};
     desktop.tap.noteLayoutChange();
     EXPECT_NE(row("hotkey").caption, "");
+}
+
+TEST_F(GeneralTabTest, aShortcutThatAnotherProgramAlsoUsesSaysSo)
+{
+    open();
+    desktop.tap.setConflict(KeyConflict::hotkeyShared);
+    EXPECT_EQ(row("hotkey").problem, "Another program also uses this shortcut.");
+}
+
+TEST_F(GeneralTabTest, aKeyOfWhichOnlyPressesAreToldSaysHowItWorksAndLeavesTheChoice)
+{
+    desktop.tap.watches = {{keyCodes::rightOption, KeyWatch::presses}};
+    open();
+    EXPECT_EQ(row("recordMode").caption,
+              "This desktop reports only presses: press to start, again to stop.");
+    EXPECT_EQ(control<PickerControl>("recordMode").selected, 0U);
+    EXPECT_EQ(model->preferences.recordMode(), RecordMode::hold);
+    EXPECT_EQ(row("hotkey").problem, "");
+    key().presets[1].press();
+    EXPECT_EQ(row("recordMode").caption, "");
+    desktop.tap.watches = {{keyCodes::rightCommand, KeyWatch::presses}};
+    desktop.session.setAway(true);
+    desktop.session.setAway(false); // the tap starts
+    EXPECT_NE(row("recordMode").caption, "");
+}
+
+TEST_F(GeneralTabTest, aKeyOfWhichNothingIsToldSaysWhyAndIsKept)
+{
+    desktop.wording = &linuxWording();
+    open();
+    model->setHotkey({keyCodes::rightControl, 0, true});
+    desktop.tap.watches = {{keyCodes::rightControl, KeyWatch::nothing},
+                           {keyCodes::f9, KeyWatch::nothing}};
+    open();
+    EXPECT_EQ(model->hotkey.get(), (Hotkey{keyCodes::rightControl, 0, true}));
+    EXPECT_EQ(row("hotkey").problem,
+              "This desktop does not report Right Ctrl on its own. Choose another key.");
+    model->setHotkey({keyCodes::f9, 0, false});
+    EXPECT_EQ(row("hotkey").problem, "This desktop does not report F9. Choose another key.");
+    desktop.tap.setConflict(KeyConflict::hotkeyTaken);
+    EXPECT_EQ(row("hotkey").problem, "Another program uses F9.");
+    desktop.tap.setConflict(KeyConflict::unwatched);
+    EXPECT_THAT(row("hotkey").problem, testing::HasSubstr("see DESKTOPS.md"));
+    desktop.tap.setConflict(KeyConflict::none);
+    key().presets[0].press();
+    EXPECT_EQ(row("hotkey").problem, "");
+}
+
+TEST_F(GeneralTabTest, aKeyThatMovedAwayFromTheThirdLevelWarnsNobody)
+{
+    desktop.wording = &linuxWording();
+    desktop.tap.typing = {keyCodes::rightOption};
+    open();
+    EXPECT_EQ(key().text, "Right Ctrl");
+    EXPECT_EQ(row("hotkey").caption, "");
+    EXPECT_EQ(row("hotkey").problem, "");
+    desktop.tap.typing = {};
+    desktop.tap.noteLayoutChange();
+    desktop.loop.runReady();
+    EXPECT_EQ(key().text, "Right Alt");
+    key().click();
+    desktop.recorderKeys.keyDown(keyCodes::escape);
+    EXPECT_FALSE(desktop.defaults.values.contains("hotkey.v2"));
 }
 
 TEST_F(GeneralTabTest, theRecordModeIsChosenAndFollowsTheFile)
@@ -224,6 +290,7 @@ TEST_F(GeneralTabTest, theLanguagesThatTheMachineHasAModelForAreMarkedOnceItHasA
 
 TEST_F(GeneralTabTest, aLanguageWithoutAModelSaysWhichEngineKnowsIt)
 {
+    desktop.folders.putModel(desktop.folders.root / "parakeetRedux");
     desktop.analyzers.locales = {{"en-US", "en-US"}};
     desktop.defaults.values["language"] = "de-DE";
     open();
@@ -234,7 +301,7 @@ TEST_F(GeneralTabTest, aLanguageWithoutAModelSaysWhichEngineKnowsIt)
     control<PickerControl>("language").choose(5);
     EXPECT_EQ(row("language").caption,
               "NVIDIA Parakeet Redux (≈ 220 MB) knows Italiano: see Models.");
-    model->models.selected.set("parakeetRedux");
+    model->models.select("parakeetRedux");
     EXPECT_EQ(row("language").caption, "");
 }
 

@@ -64,6 +64,20 @@ protected:
     }
 };
 
+TEST_F(HUDModelTest, escapeIsOfferedOnlyWhereItCancels)
+{
+    listen();
+    EXPECT_TRUE(view().showEsc);
+    model->setHasEscape(false);
+    EXPECT_FALSE(view().showEsc);
+    release();
+    model->setHasEscape(true);
+    EXPECT_FALSE(view().showEsc) << "it fades as it was";
+    listen();
+    EXPECT_TRUE(view().showEsc);
+    EXPECT_EQ(std::ranges::count(said, "Listening"), 2) << "nothing is said of it";
+}
+
 TEST_F(HUDModelTest, followsADictationFromPressToText)
 {
     engine->finishesAtOnceWith.reset();

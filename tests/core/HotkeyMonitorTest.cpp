@@ -16,6 +16,8 @@ protected:
     HotkeyMonitor monitor{tap};
     int presses = 0;
     int releases = 0;
+    int repeats = 0;
+    int agains = 0;
     int escapes = 0;
     bool dictating = false;
 
@@ -23,6 +25,8 @@ protected:
     {
         monitor.onPress = [this] { ++presses; };
         monitor.onRelease = [this] { ++releases; };
+        monitor.onRepeat = [this] { ++repeats; };
+        monitor.onAgain = [this] { ++agains; };
         monitor.onEscape = [this] { ++escapes; };
         monitor.escapeActive = [this] { return dictating; };
     }
@@ -71,6 +75,50 @@ TEST_F(HotkeyMonitorTest, twoKeyDownsWithoutAKeyUpFireOnce)
     EXPECT_TRUE(tap.keyDown(49, maskAlternate));
     EXPECT_TRUE(tap.keyDown(49, maskAlternate));
     EXPECT_EQ(presses, 1);
+}
+
+TEST_F(HotkeyMonitorTest, aPressOfAKeyThatIsDownAndItsRepeatsAreToldApart)
+{
+    monitor.start(optionSpace);
+    tap.keyDown(49, maskAlternate, /*autorepeat=*/true);
+    EXPECT_EQ(repeats, 0) << "it is not down";
+    tap.keyDown(49, maskAlternate);
+    tap.keyDown(49, maskAlternate, /*autorepeat=*/true);
+    EXPECT_EQ(repeats, 1);
+    EXPECT_EQ(agains, 0);
+    EXPECT_TRUE(tap.keyDown(49, maskAlternate));
+    EXPECT_EQ(agains, 1);
+    EXPECT_EQ(presses, 1);
+    tap.keyUp(49, maskAlternate);
+    tap.keyDown(49, maskAlternate);
+    EXPECT_EQ(presses, 2);
+    EXPECT_EQ(agains, 1);
+}
+
+TEST_F(HotkeyMonitorTest, aLoneModifierThatGoesDownWhileItIsDownIsToldAgain)
+{
+    monitor.start(Hotkey{});
+    tap.flagsChanged(61, 0);
+    EXPECT_EQ(releases, 0);
+    tap.flagsChanged(61, maskAlternate);
+    tap.flagsChanged(61, maskAlternate);
+    EXPECT_EQ(presses, 1);
+    EXPECT_EQ(agains, 1);
+    tap.flagsChanged(61, 0);
+    EXPECT_EQ(releases, 1);
+}
+
+TEST_F(HotkeyMonitorTest, escapeIsHadWhileTheTapRunsAndNoOtherProgramHasIt)
+{
+    EXPECT_FALSE(monitor.hasEscape());
+    monitor.start(Hotkey{});
+    EXPECT_TRUE(monitor.hasEscape());
+    tap.setConflict(KeyConflict::hotkeyTaken);
+    EXPECT_TRUE(monitor.hasEscape());
+    for (const auto without : {KeyConflict::escapeTaken, KeyConflict::unwatched}) {
+        tap.setConflict(without);
+        EXPECT_FALSE(monitor.hasEscape());
+    }
 }
 
 TEST_F(HotkeyMonitorTest, aRepeatAloneIsSwallowedAndFiresNothing)
@@ -124,6 +172,22 @@ TEST_F(HotkeyMonitorTest, escapeIsSwallowedOnlyWhileItIsActive)
     EXPECT_EQ(escapes, 2);
     monitor.onEscape = nullptr;
     EXPECT_TRUE(tap.keyDown(53));
+}
+
+TEST_F(HotkeyMonitorTest, afterEscapeAPressIsANewOneWhereReleasesAreLost)
+{
+    for (const bool lost : {true, false}) {
+        tap.canLoseReleases = lost;
+        presses = agains = 0;
+        dictating = true;
+        monitor.start(optionSpace);
+        tap.keyDown(49, maskAlternate);
+        tap.keyDown(53, maskAlternate);
+        EXPECT_EQ(monitor.isHeld(), !lost);
+        tap.keyDown(49, maskAlternate);
+        EXPECT_EQ(presses, lost ? 2 : 1);
+        EXPECT_EQ(agains, lost ? 0 : 1);
+    }
 }
 
 TEST_F(HotkeyMonitorTest, escapeAsTheHotkeyWorksWhileItIsNotActive)

@@ -57,6 +57,19 @@ TEST_F(PermissionsTabTest, whatIsNotGrantedOpensItsPageOfTheDesktopsSettings)
               (std::vector<SystemPanel>{SystemPanel::microphone, SystemPanel::accessibility}));
 }
 
+TEST_F(PermissionsTabTest, aDesktopThatCanAskDoesSoWhenThePersonWishesIt)
+{
+    desktop.permissions.canAsk = true;
+    desktop.permissions.trusted = false;
+    open();
+    EXPECT_TRUE(desktop.permissions.asked.empty());
+    ASSERT_TRUE(permission("Accessibility").open);
+    EXPECT_EQ(permission("Accessibility").open->text, "Allow…");
+    permission("Accessibility").open->press();
+    EXPECT_EQ(desktop.permissions.asked, std::vector{model->hotkey.get()});
+    EXPECT_TRUE(desktop.workspace.openedPanels.empty());
+}
+
 TEST_F(PermissionsTabTest, aKeyboardThatAnotherProgramHasToItselfIsToldForAsLongAsItHasIt)
 {
     open();

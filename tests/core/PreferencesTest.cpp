@@ -97,6 +97,9 @@ TEST_F(PreferencesTest, aHotkeyThatDoesNotDecodeReadsAsTheRightOptionKey)
     EXPECT_EQ(preferences.hotkey(), (Hotkey{61, 0, true})); // a string is not binary data
     storeHotkey(R"({"keyCode":49,"modifiers":524288,"modifierOnly":false})");
     EXPECT_EQ(preferences.hotkey(), (Hotkey{49, 0x80000, false}));
+    EXPECT_EQ(preferences.hotkey({96, 0, false}), (Hotkey{49, 0x80000, false}));
+    defaults.values.erase("hotkey.v2");
+    EXPECT_EQ(preferences.hotkey({96, 0, false}), (Hotkey{96, 0, false}));
 }
 
 TEST_F(PreferencesTest, aStoredHotkeyReadsBack)

@@ -56,6 +56,101 @@ TEST_F(TextInserterTest, pastesWithTheChordOfTheFocusedProgram)
     EXPECT_EQ(keys.posted.back(), (PostedKey{keyCodes::insert, false, maskShift}));
 }
 
+TEST_F(TextInserterTest, aTextThatIsLeftIsLikeOneThatThePersonCopiedAndStays)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    int left = 0;
+    inserter->onLeft = [&] {
+        ++left;
+        EXPECT_EQ(board(), "hello") << "told once it is there";
+    };
+    inserter->anticipate();
+    inserter->leave("hello");
+    loop.advance(10s);
+    EXPECT_EQ(left, 1);
+    EXPECT_TRUE(keys.posted.empty());
+    EXPECT_FALSE(pasteboard.boards[PasteSource::clipboard].isMarked);
+    inserter.reset();
+    EXPECT_EQ(board(), "hello");
+}
+
+TEST_F(TextInserterTest, aTextThatIsLeftWaitsUntilTheOneBeforeWasReadAndOutlivesItsRestore)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    programReadsAfter(400ms);
+    insert("one");
+    inserter->leave("two");
+    loop.advance(200ms);
+    EXPECT_EQ(board(), "one");
+    loop.advance(10s);
+    EXPECT_EQ(pasted, (std::vector<std::string>{"one"}));
+    EXPECT_EQ(board(), "two");
+}
+
+TEST_F(TextInserterTest, textsAfterOneThatIsLeftArePastedAndItComesBack)
+{
+    programReadsAfter(10ms);
+    inserter->leave("one");
+    insert("two");
+    loop.advance(10s);
+    EXPECT_EQ(pasted, (std::vector<std::string>{"two"}));
+    EXPECT_EQ(board(), "one");
+}
+
+TEST_F(TextInserterTest, aTextForOneWindowIsPastedOnlyThere)
+{
+    programReadsAfter(10ms);
+    focus.focused = 7;
+    inserter->insert("one", 7);
+    loop.advance(10s);
+    EXPECT_EQ(pasted, (std::vector<std::string>{"one"}));
+    for (const auto elsewhere : {std::optional<std::uint64_t>(8), std::optional<std::uint64_t>()}) {
+        focus.focused = elsewhere;
+        inserter->insert("two", 7);
+        loop.advance(10s);
+        EXPECT_EQ(pasted.size(), 1U);
+        EXPECT_EQ(board(), "two");
+        pasteboard.copy(FakePasteboard::text("old"));
+    }
+}
+
+TEST_F(TextInserterTest, whereTheFocusGoesWhileTheOldContentsAreReadCounts)
+{
+    pasteboard.snapshotsCompleteAtOnce = false;
+    focus.focused = 7;
+    inserter->insert("one", 7);
+    loop.runReady();
+    focus.focused = 8;
+    pasteboard.completeSnapshot();
+    loop.advance(10s);
+    EXPECT_TRUE(keys.posted.empty());
+    EXPECT_EQ(board(), "one");
+}
+
+TEST_F(TextInserterTest, aTextInThePlaceOfAnAbandonedOneIsNotLeftForIt)
+{
+    programReadsAfter(400ms);
+    insert("one");
+    inserter->leave("two");
+    loop.advance(100ms);
+    inserter->abandon();
+    insert("three");
+    loop.advance(10s);
+    EXPECT_EQ(pasted, (std::vector<std::string>{"one", "three"}));
+}
+
+TEST_F(TextInserterTest, aTextToBeLeftIsAbandonedLikeTheOthers)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    programReadsAfter(-1ms);
+    insert("one");
+    inserter->leave("two");
+    loop.runReady();
+    EXPECT_TRUE(inserter->abandon());
+    loop.advance(10s);
+    EXPECT_EQ(board(), "old");
+}
+
 TEST_F(TextInserterTest, theOldContentsComeBackHalfASecondAfterThePaste)
 {
     const PasteboardSnapshot old = {{{"text/html", {1, 0, 2}}, {"text", {'o'}}},
@@ -305,6 +400,18 @@ TEST_F(TextInserterTest, onItsEndWhatIsPendingIsPutBackAtOnce)
     EXPECT_EQ(board(), "old");
 }
 
+TEST_F(TextInserterTest, whatIsPendingIsPutBackAtOnceWhenAskedForAndOnlyThen)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    insert("hello");
+    inserter->restoreNow();
+    EXPECT_EQ(board(), "old");
+    pasteboard.copy(FakePasteboard::text("copied since"));
+    loop.advance(10s);
+    inserter.reset();
+    EXPECT_EQ(board(), "copied since");
+}
+
 TEST_F(TextInserterTest, onItsEndACopyOfAnotherProgramStays)
 {
     pasteboard.copy(FakePasteboard::text("old"));
@@ -419,6 +526,65 @@ TEST_F(TextInserterTest, contentsReadAheadThatWereNotUsedAreLetGo)
     focus.chord = toSelection;
     insert("again");
     EXPECT_EQ(pasteboard.snapshots, 3) << "nothing was kept of the selection";
+}
+
+TEST_F(TextInserterTest, keysArePreparedFromTheAnnouncementToTheChord)
+{
+    inserter->anticipate();
+    EXPECT_TRUE(keys.isPrepared);
+    bool wasPrepared = false;
+    keys.onPost = [&](const PostedKey&) { wasPrepared = keys.isPrepared; };
+    insert("hello");
+    EXPECT_TRUE(wasPrepared);
+    EXPECT_FALSE(keys.isPrepared);
+    inserter->anticipate();
+    EXPECT_TRUE(keys.isPrepared);
+    inserter->dismiss();
+    EXPECT_FALSE(keys.isPrepared);
+}
+
+TEST_F(TextInserterTest, theNextAnnouncementKeepsKeysPreparedOverTheChordBefore)
+{
+    insert("first"); // nobody reads it, so that the next one waits
+    inserter->anticipate();
+    insert("second");
+    inserter->anticipate();
+    loop.advance(3s);
+    EXPECT_EQ(keys.posted.size(), 4U);
+    EXPECT_TRUE(keys.isPrepared);
+    inserter->dismiss();
+    EXPECT_FALSE(keys.isPrepared);
+}
+
+TEST_F(TextInserterTest, aTextWaitsForKeysThatAreReadySoon)
+{
+    keys.ready = KeyReadiness::soon;
+    insert("hello");
+    loop.advance(1s);
+    EXPECT_TRUE(keys.posted.empty());
+    EXPECT_NE(board(), "hello");
+    keys.ready = KeyReadiness::ready;
+    loop.advance(20ms);
+    EXPECT_EQ(keys.posted.size(), 2U);
+    EXPECT_EQ(board(), "hello");
+}
+
+TEST_F(TextInserterTest, aTextWhoseChordCannotBePostedIsLeftOnTheClipboard)
+{
+    int left = 0;
+    inserter->onLeft = [&] { ++left; };
+    keys.ready = KeyReadiness::never;
+    insert("hello");
+    EXPECT_EQ(left, 1);
+    EXPECT_EQ(board(), "hello");
+    loop.advance(10s);
+    EXPECT_EQ(board(), "hello");
+    keys.ready = KeyReadiness::soon; // and stays so
+    insert("world");
+    loop.advance(3s);
+    EXPECT_EQ(left, 2);
+    EXPECT_EQ(board(), "world");
+    EXPECT_TRUE(keys.posted.empty());
 }
 
 } // namespace

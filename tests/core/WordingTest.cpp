@@ -42,6 +42,16 @@ TEST(WordingTest, onLinuxKeysAreCalledAsOnItsKeyboards)
     EXPECT_EQ(label({61, 0, false}), "Key 61") << "not pressed as a lone modifier";
 }
 
+TEST(WordingTest, theFirstDefaultKeyIsTheOneThatIsStoredForNone)
+{
+    EXPECT_EQ(plainWording().defaultKeys, std::vector{Hotkey{}});
+    std::vector<std::string> labels;
+    for (const Hotkey& key : linuxWording().defaultKeys) {
+        labels.push_back(linuxWording().label(key));
+    }
+    EXPECT_EQ(labels, (std::vector<std::string>{"Right Alt", "Right Ctrl", "F9"}));
+}
+
 TEST(WordingTest, onLinuxThePresetsAreKeysThatItsKeyboardsHave)
 {
     std::vector<std::string> labels;

@@ -12,6 +12,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -33,6 +34,13 @@ public:
     /// Called on each event, as the focused program would see it.
     std::function<void(const PostedKey&)> onPost = [](const PostedKey&) {};
 
+    KeyReadiness ready = KeyReadiness::ready;
+    /// Between `prepare` and `rest`.
+    bool isPrepared = false;
+
+    void prepare() override { isPrepared = true; }
+    void rest() override { isPrepared = false; }
+    KeyReadiness readiness() const override { return ready; }
     void post(std::uint16_t keyCode, bool keyDown, std::uint64_t flags) override
     {
         posted.push_back({keyCode, keyDown, flags});
@@ -43,7 +51,10 @@ public:
 class FakeFocusedProgram final : public FocusedProgram {
 public:
     PasteChord chord{keyCodes::v, eventFlags::maskCommand, PasteSource::clipboard};
+    /// The focused window, where this desktop tells.
+    std::optional<std::uint64_t> focused;
     PasteChord pasteChord() override { return chord; }
+    std::optional<std::uint64_t> window() override { return focused; }
 };
 
 class FakeDefaults final : public Defaults {
@@ -91,6 +102,9 @@ public:
     bool answered = true;
     bool keyboardSecured = false;
     int trustPrompts = 0;
+    bool canAsk = false;
+    /// Of the questions that the person wished for, the keys.
+    std::vector<Hotkey> asked;
     int microphoneRequests = 0;
 
     bool isTrusted() const override { return trusted; }
@@ -98,6 +112,8 @@ public:
     bool microphoneAnswered() const override { return answered; }
     bool isKeyboardSecured() const override { return keyboardSecured; }
     void promptForTrust() override { ++trustPrompts; }
+    bool canAskForTrust() const override { return canAsk; }
+    void askForTrust(const Hotkey& hotkey) override { asked.push_back(hotkey); }
     void requestMicrophone() override { ++microphoneRequests; }
 };
 

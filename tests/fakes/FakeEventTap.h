@@ -2,6 +2,8 @@
 
 #include "Ports/EventTap.h"
 
+#include <functional>
+#include <map>
 #include <set>
 #include <utility>
 
@@ -14,8 +16,13 @@ public:
     Handler handler;
     KeyInterest interest;
     int starts = 0;
+    /// Called when it has started.
+    std::function<void()> onStart = [] {};
     /// The modifier keys that type characters.
     std::set<std::uint16_t> typing;
+    /// Keys of which less is told than of the others, by key code.
+    std::map<std::uint16_t, KeyWatch> watches;
+    bool canLoseReleases = false;
     int enables = 0;
     int interestChanges = 0;
     /// What the keyboard refuses from now on.
@@ -27,6 +34,7 @@ public:
         ++starts;
         if (allowed) {
             handler = std::move(newHandler);
+            onStart();
         }
         return allowed;
     }
@@ -36,6 +44,12 @@ public:
         setConflict(KeyConflict::none);
     }
     bool typesCharacters(std::uint16_t keyCode) override { return typing.contains(keyCode); }
+    KeyWatch watchable(const Hotkey& hotkey) const override
+    {
+        const auto found = watches.find(hotkey.keyCode);
+        return found == watches.end() ? KeyWatch::pressesAndReleases : found->second;
+    }
+    bool losesReleases() const override { return canLoseReleases; }
     void enable() override { ++enables; }
     void setInterest(const KeyInterest& wanted) override
     {

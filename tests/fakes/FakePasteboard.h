@@ -2,6 +2,7 @@
 
 #include "Ports/Pasteboard.h"
 
+#include <functional>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -15,6 +16,8 @@ public:
         PasteboardSnapshot items;
         std::int64_t changeCount = 0;
         PasteboardUse use = PasteboardUse::replaced;
+        /// Clipboard managers are asked to leave it alone.
+        bool isMarked = false;
     };
 
     /// Whether this platform tells who uses the pasteboard.
@@ -23,6 +26,8 @@ public:
     /// Whether this platform keeps the contents itself.
     bool atHand = false;
     int snapshots = 0;
+    /// Called after contents were put here that are to stay.
+    std::function<void(const std::string&)> onCopyString = [](const std::string&) {};
     std::map<PasteSource, Board> boards;
 
     static PasteboardSnapshot text(const std::string& text)
@@ -34,7 +39,7 @@ public:
     void copy(PasteboardSnapshot items, PasteSource source = PasteSource::clipboard)
     {
         auto& board = boards[source];
-        board = {std::move(items), board.changeCount + 1, PasteboardUse::replaced};
+        board = {std::move(items), board.changeCount + 1, PasteboardUse::replaced, false};
     }
 
     /// Another program pastes: gives the text it gets.
@@ -86,6 +91,12 @@ public:
     void setString(PasteSource source, const std::string& string) override
     {
         write(source, text(string));
+        boards[source].isMarked = true;
+    }
+    void copyString(PasteSource source, const std::string& string) override
+    {
+        write(source, text(string));
+        onCopyString(string);
     }
     PasteboardUse use(PasteSource source) const override
     {
@@ -100,7 +111,7 @@ private:
     void write(PasteSource source, PasteboardSnapshot items)
     {
         auto& board = boards[source];
-        board = {std::move(items), board.changeCount + 1, PasteboardUse::unread};
+        board = {std::move(items), board.changeCount + 1, PasteboardUse::unread, false};
     }
 
     std::optional<std::pair<PasteSource, Completer<PasteboardSnapshot>>> pending;

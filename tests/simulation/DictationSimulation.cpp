@@ -24,8 +24,10 @@ public:
     explicit Person(std::uint64_t seed) : random(seed), desktop(seed)
     {
         desktop.permissions.trusted = chance(90);
+        desktop.tap.canLoseReleases = chance(50);
         desktop.pasteboard.copy(FakePasteboard::text("copied 0"));
         desktop.keys.onPost = [this](const PostedKey& key) { programSees(key); };
+        desktop.pasteboard.onCopyString = [this](const std::string& text) { isLeft(text); };
         desktop.panel.tellsReplaced = chance(50);
         model = std::make_unique<AppModel>(desktop.ports());
         const auto onFinished = model->dictation.onFinished;
@@ -50,7 +52,7 @@ public:
 
     void act()
     {
-        switch (below(17)) {
+        switch (below(20)) {
         case 0:
         case 1:
         case 2: held ? release() : press(); break;
@@ -66,6 +68,10 @@ public:
         case 12: changeScreens(); break;
         case 13: editHotkey(); break;
         case 14: chance(30) ? leave() : desktop.session.setAway(false); break;
+        case 15: desktop.focus.focused = chance(30) ? std::nullopt : std::optional(below(3)); break;
+        case 16: model->perform(static_cast<DictationAction>(below(4))); break;
+        case 17: loseRelease(); break;
+        case 18: desktop.loop.advance(chance(20) ? 31s : 1s); break;
         default: desktop.loop.advance(std::chrono::milliseconds(below(1200))); break;
         }
         if (chance(50)) {
@@ -79,7 +85,10 @@ public:
     {
         desktop.permissions.trusted = true;
         desktop.session.setAway(false);
-        desktop.loop.advance(2s);
+        desktop.loop.advance(31s);
+        if (desktop.tap.canLoseReleases) {
+            EXPECT_NE(model->dictation.phase.get(), Phase::listening) << "nobody has spoken";
+        }
         desktop.defaults.values["recordMode"] = "hold";
         desktop.analyzers.finishesAtOnce = true;
         desktop.analyzers.assetsInstalled = true;
@@ -110,6 +119,13 @@ private:
     {
         held = true;
         desktop.tap.pressOption();
+    }
+    /// Somebody lets go of the key, and only some desktops tell.
+    void loseRelease()
+    {
+        if (desktop.tap.canLoseReleases) {
+            held = false;
+        }
     }
     void release()
     {
@@ -245,6 +261,15 @@ private:
                 pasted.push_back(desktop.pasteboard.read());
             });
         }
+    }
+    /// A text that nobody ended is on the clipboard instead, in its turn.
+    void isLeft(const std::string& text)
+    {
+        ASSERT_LT(chords, expected.size());
+        const auto turn = expected.begin() + static_cast<std::ptrdiff_t>(chords);
+        EXPECT_EQ(*turn, text);
+        expected.erase(turn);
+        lastCopy = text;
     }
     void check()
     {

@@ -13,6 +13,7 @@ public:
     std::int64_t changeCount(PasteSource source) const override;
     void replace(PasteSource source, const PasteboardSnapshot& contents) override;
     void setString(PasteSource source, const std::string& text) override;
+    void copyString(PasteSource source, const std::string& text) override;
     PasteboardUse use(PasteSource source) const override;
 };
 

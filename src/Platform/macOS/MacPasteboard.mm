@@ -63,6 +63,11 @@ void MacPasteboard::setString(PasteSource /*source*/, const std::string& text)
     [pasteboard setString:nsText(text) forType:NSPasteboardTypeString];
 }
 
+void MacPasteboard::copyString(PasteSource source, const std::string& text)
+{
+    setString(source, text);
+}
+
 PasteboardUse MacPasteboard::use(PasteSource /*source*/) const
 {
     return PasteboardUse::untracked;
