@@ -18,9 +18,23 @@ public:
     Completion<MLFeatures> predict(const MLFeatures& inputs, WorkPriority priority,
                                    StopToken stop) override
     {
+        return timed(priority, [&] { return model->predict(inputs, priority, std::move(stop)); });
+    }
+    bool computesFewerFrames() const override { return model->computesFewerFrames(); }
+    Completion<MLFeatures> predictAt(std::int64_t frames, const MLFeatures& inputs,
+                                     WorkPriority priority, StopToken stop) override
+    {
+        return timed(priority,
+                     [&] { return model->predictAt(frames, inputs, priority, std::move(stop)); });
+    }
+
+private:
+    template <class Predict>
+    Completion<MLFeatures> timed(WorkPriority priority, const Predict& predict)
+    {
         owner.inBackground = priority == WorkPriority::background;
         const auto start = std::chrono::steady_clock::now();
-        auto done = model->predict(inputs, priority, std::move(stop));
+        auto done = predict();
         const auto took = std::chrono::steady_clock::now() - start;
         owner.inBackground = false;
         const std::scoped_lock guard(owner.lock);
@@ -28,7 +42,6 @@ public:
         return done;
     }
 
-private:
     TimedModels& owner;
     const std::string name;
     const std::unique_ptr<MLModel> model;

@@ -3,6 +3,7 @@
 #include "MIL/Execution/Executor.h"
 #include "MIL/Execution/WorkerPool.h"
 #include "MIL/Graph/Graph.h"
+#include "MIL/Padding.h"
 #include "MIL/Parser/Parser.h"
 #include "MIL/Weights/MappedFile.h"
 
@@ -114,6 +115,8 @@ struct Model::Implementation {
     /// The inputs in the order of the signature.
     std::vector<TensorView> arrange(std::span<const NamedInput> given) const;
     std::size_t position(std::string_view name) const;
+    std::vector<NamedOutput> run(std::vector<TensorView> arranged, std::int64_t length,
+                                 const std::atomic<bool>* stop, Urgency urgency);
     void checkCombination(const std::vector<TensorView>& arranged) const;
 
     Graph graph;
@@ -121,6 +124,16 @@ struct Model::Implementation {
     std::vector<FeatureDescription> inputs;
     std::vector<FeatureDescription> outputs;
     std::vector<FeatureDescription> states;
+    /// By position: what holds frames, and what says how many count; once the program was
+    /// shortened.
+    struct Frames {
+        std::size_t data = 0;
+        std::size_t axis = 0;
+        std::size_t length = 0;
+    };
+    std::optional<Frames> frames;
+    std::string noShorterForm;
+    std::vector<std::byte> fewer; // frames, of the prediction under way
     std::mutex turn;
 };
 
@@ -240,23 +253,111 @@ const std::vector<FeatureDescription>& Model::states() const
     return implementation->states;
 }
 
+/// Computes at a length, or at the full one if it is 0. Under the hold of `turn`.
+std::vector<NamedOutput> Model::Implementation::run(std::vector<TensorView> arranged,
+                                                    std::int64_t length,
+                                                    const std::atomic<bool>* stop, Urgency urgency)
+{
+    if (length != 0) {
+        TensorView& data = arranged[frames->data];
+        Shape part = data.shape();
+        part[frames->axis] = length;
+        if (product(part, 0, frames->axis) != 1) {
+            cutDown(data, part, fewer);
+            data.data = fewer.data();
+        }
+        data.type.shape = part;
+    }
+    executor.run(arranged, length, stop,
+                 urgency == Urgency::background ? WorkerPool::Kind::background
+                                                : WorkerPool::Kind::foreground);
+    std::vector<NamedOutput> results;
+    results.reserve(outputs.size());
+    for (std::size_t i = 0; i < outputs.size(); ++i) {
+        const TensorView& view = executor.output(i);
+        if (length != 0 && view.shape() != outputs[i].type.shape) {
+            results.push_back(
+                {outputs[i].name, outputs[i].type, padded(view, outputs[i].type.shape)});
+        } else {
+            results.push_back(
+                {outputs[i].name, view.type, {view.data, view.data + byteCount(view.type)}});
+        }
+    }
+    return results;
+}
+
 std::vector<NamedOutput> Model::predict(std::span<const NamedInput> inputs,
                                         const std::atomic<bool>* stop, Urgency urgency)
 {
     const std::lock_guard guard(implementation->turn);
-    Executor& executor = implementation->executor;
-    executor.run(implementation->arrange(inputs), stop,
-                 urgency == Urgency::background ? WorkerPool::Kind::background
-                                                : WorkerPool::Kind::foreground);
-    std::vector<NamedOutput> results;
-    results.reserve(implementation->outputs.size());
-    for (std::size_t i = 0; i < implementation->outputs.size(); ++i) {
-        const TensorView& view = executor.output(i);
-        results.push_back({implementation->outputs[i].name,
-                           view.type,
-                           {view.data, view.data + byteCount(view.type)}});
+    return implementation->run(implementation->arrange(inputs), 0, stop, urgency);
+}
+
+std::vector<NamedOutput> Model::predictAt(std::int64_t length, std::span<const NamedInput> inputs,
+                                          const std::atomic<bool>* stop, Urgency urgency)
+{
+    const std::lock_guard guard(implementation->turn);
+    const std::vector<std::int64_t> known = implementation->executor.lengths();
+    if (std::find(known.begin(), known.end(), length) == known.end()) {
+        throw Error("the model cannot compute at length " + std::to_string(length));
     }
-    return results;
+    std::vector<TensorView> arranged = implementation->arrange(inputs);
+    const std::int64_t counting = arranged[implementation->frames->length].integer(0);
+    if (counting > length) {
+        throw Error(std::to_string(counting) + " frames do not fit into length " +
+                    std::to_string(length));
+    }
+    return implementation->run(std::move(arranged), length, stop, urgency);
+}
+
+std::string Model::shorten(const LengthInput& input, std::vector<std::int64_t> lengths)
+{
+    const std::lock_guard guard(implementation->turn);
+    const std::size_t data = implementation->position(input.data);
+    const std::size_t length = implementation->position(input.length);
+    const auto& inputs = implementation->inputs;
+    if (data == inputs.size() || length == inputs.size() ||
+        input.axis >= inputs[data].type.shape.size() || bitsOf(inputs[data].type.element) < 8) {
+        throw Error("the model has no inputs '" + input.data + "' and '" + input.length +
+                    "' of a length");
+    }
+    const TensorType& count = inputs[length].type;
+    const std::int64_t full = inputs[data].type.shape[input.axis];
+    if (isFloat(count.element) || !isKnown(count.shape) || elementCount(count.shape) != 1) {
+        throw Error("the input '" + input.length + "' is not one integer");
+    }
+    if (implementation->frames) {
+        return implementation->noShorterForm;
+    }
+    implementation->frames = Implementation::Frames{data, input.axis, length};
+    for (const FeatureDescription& output : implementation->outputs) {
+        if (!isKnown(output.type.shape)) {
+            return implementation->noShorterForm =
+                       "the output '" + output.name + "' has an unknown extent";
+        }
+    }
+    std::sort(lengths.begin(), lengths.end());
+    lengths.erase(std::unique(lengths.begin(), lengths.end()), lengths.end());
+    std::erase_if(lengths, [&](std::int64_t one) { return one <= 0 || one >= full; });
+    if (lengths.empty() || !isKnown(inputs[data].type.shape)) {
+        return implementation->noShorterForm =
+                   "no length is shorter than " + describe(inputs[data].type);
+    }
+    try {
+        implementation->executor.add(
+            solveLengths(implementation->graph, data, input.axis, lengths));
+    } catch (const NoShorterForm& why) {
+        implementation->noShorterForm = why.what();
+    } catch (const Error& error) {
+        implementation->noShorterForm = error.what();
+    }
+    return implementation->noShorterForm;
+}
+
+std::vector<std::int64_t> Model::shorterLengths() const
+{
+    const std::lock_guard guard(implementation->turn);
+    return implementation->executor.lengths();
 }
 
 Model::Statistics Model::statistics() const

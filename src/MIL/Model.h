@@ -59,6 +59,13 @@ enum class Urgency : std::uint8_t { foreground, background };
 /// of them before the first background prediction on more than one thread. It must not throw.
 void onBackgroundThreadStart(std::function<void()> hook);
 
+/// Which input of a program holds frames, and which one says how many of them count.
+struct LengthInput {
+    std::string data;     // its frames lie along `axis`, zeros behind those that count
+    std::size_t axis = 0; // of an extent that the program fixes
+    std::string length;   // one integer: how many frames count
+};
+
 /// A compiled ML program, ready to predict on the CPU.
 ///
 /// Loading maps the bundle's weight files and leaves them as they lie; beside them it allocates at
@@ -122,6 +129,24 @@ public:
     std::vector<NamedOutput> predict(std::span<const NamedInput> inputs,
                                      const std::atomic<bool>* stop = nullptr,
                                      Urgency urgency = Urgency::foreground);
+
+    /// Derives the program for fewer frames, too: for each of `lengths` that is shorter than the
+    /// declared extent of `input.data`. Takes milliseconds, and once; later calls change nothing.
+    /// Returns an empty text, else in one line why there is no shorter form; predictions then
+    /// know the full length only. Throws Error when the program has no such inputs.
+    ///
+    /// Nothing is known of what the program is for: a shorter form is consistent and computes what
+    /// the program says of shorter inputs, which is for the caller to compare with the full length.
+    std::string shorten(const LengthInput& input, std::vector<std::int64_t> lengths);
+    /// The lengths at which predictions can compute, ascending, without the full one.
+    std::vector<std::int64_t> shorterLengths() const;
+
+    /// As `predict`, but computes at one of `shorterLengths`: looks at as many frames only. Takes
+    /// the same inputs and gives outputs of the same shapes, with zeros where the full length has
+    /// more than this one. Throws Error for other lengths, and when more frames count.
+    std::vector<NamedOutput> predictAt(std::int64_t length, std::span<const NamedInput> inputs,
+                                       const std::atomic<bool>* stop = nullptr,
+                                       Urgency urgency = Urgency::foreground);
 
     Statistics statistics() const;
 

@@ -4,6 +4,7 @@ set(VORLIN_MIL_SOURCES
     Extents.cpp
     FlexibleShapes.cpp
     Model.cpp
+    Padding.cpp
     Tensor.cpp
     Execution/BufferPlan.cpp
     Execution/Chains.cpp
@@ -59,6 +60,12 @@ set(VORLIN_MIL_SOURCES
     Kernels/Stored/Stored.cpp
     Kernels/Stored/StoredOperands.cpp
     Kernels/Stored/Unpack.cpp
+    Lengths/Constants.cpp
+    Lengths/Demands.cpp
+    Lengths/LengthRules.cpp
+    Lengths/LengthSolver.cpp
+    Lengths/Series.cpp
+    Lengths/WayBack.cpp
     Parser/FlexibleShapesReader.cpp
     Parser/Lexer.cpp
     Parser/NumberReader.cpp

@@ -125,6 +125,42 @@ private:
     std::int32_t* targets = nullptr;
 };
 
+/// What the encoder says of what the preprocessor says of the audio, both at that length, or both
+/// at their full one.
+Task<MLFeatures> encodedAt(std::optional<ShorterLength> length, ParakeetLoaded& models,
+                           const MLFeatures& audio, const PredictOptions& options)
+{
+    const auto predict = [&](MLModel& model, std::int64_t frames, const MLFeatures& inputs) {
+        return length ? model.predictAt(frames, inputs, options.priority, options.stop)
+                      : model.predict(inputs, options.priority, options.stop);
+    };
+    auto mel = co_await predict(*models.preprocessor, length ? length->samples : 0, audio);
+    MLFeatures features;
+    features["mel"] = take(mel, "mel");
+    features["mel_length"] = take(mel, "mel_length");
+    co_return co_await predict(*models.encoder, length ? length->frames : 0, features);
+}
+
+/// The same at the shortest length for so many samples.
+Task<MLFeatures> encoded(std::int64_t samples, ParakeetLoaded& models, const MLFeatures& audio,
+                         const PredictOptions& options)
+{
+    const auto length = shortestFor(models.lengths, samples);
+    if (length) {
+        try {
+            co_return co_await encodedAt(length, models, audio, options);
+        } catch (const MLStopped&) {
+            throw;
+        } catch (const MLModelLost&) {
+            throw;
+        } catch (const std::runtime_error&) {
+            // Whatever is wrong with this length, the words are not to be lost over it.
+            std::erase(models.lengths, *length);
+        }
+    }
+    co_return co_await encodedAt(std::nullopt, models, audio, options);
+}
+
 } // namespace
 
 Task<std::vector<std::int64_t>> greedyTDT(const MultiArray& encoder, std::int64_t frames,
@@ -207,13 +243,9 @@ Task<std::string> decode(const std::vector<float>& utterance, ParakeetLoaded& mo
     audio["audio_length"] = MultiArray(MLElementType::int32, {1});
     audio["audio_length"].as<std::int32_t>()[0] = static_cast<std::int32_t>(count);
 
-    auto mel = co_await models.preprocessor->predict(audio, options.priority, options.stop);
-    MLFeatures features;
-    features["mel"] = take(mel, "mel");
-    features["mel_length"] = take(mel, "mel_length");
-    auto encoded = co_await models.encoder->predict(features, options.priority, options.stop);
-    const MultiArray encoder = take(encoded, "encoder");
-    const auto frames = firstInteger(take(encoded, "encoder_length"));
+    auto outputs = co_await encoded(static_cast<std::int64_t>(count), models, audio, options);
+    const MultiArray encoder = take(outputs, "encoder");
+    const auto frames = firstInteger(take(outputs, "encoder_length"));
     // A platform may not tell at the load what shape this output will have.
     if (!frames || encoder.rank() < 3) {
         throw RuntimeError::badOutput();

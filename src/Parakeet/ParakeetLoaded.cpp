@@ -89,15 +89,18 @@ Completion<Done> beginParts(const ParakeetSource& source, const std::shared_ptr<
     const auto follow = [&, completer = ended.completer()](auto part, auto place) {
         spawn(source.executor, settle(std::move(part), place, parts, completer));
     };
-    const auto load = [&](const char* name, ComputeUnits units, auto place) {
-        follow(source.models.load(source.directory / name,
-                                  LoadOptions{units, source.priority, source.onProgress}),
+    const auto load = [&](const char* name, ComputeUnits units, auto place,
+                          std::optional<MLFrames> frames = {}) {
+        follow(source.models.load(
+                   source.directory / name,
+                   LoadOptions{units, source.priority, source.onProgress, std::move(frames)}),
                place);
     };
     // The encoder alone is worth the graphics processor; handing it the small ones would cost
     // more than it saves.
-    load("Preprocessor.mlmodelc", ComputeUnits::cpuOnly, &ParakeetLoaded::preprocessor);
-    load("Encoder.mlmodelc", ComputeUnits::cpuAndGPU, &ParakeetLoaded::encoder);
+    load("Preprocessor.mlmodelc", ComputeUnits::cpuOnly, &ParakeetLoaded::preprocessor,
+         preprocessorFrames());
+    load("Encoder.mlmodelc", ComputeUnits::cpuAndGPU, &ParakeetLoaded::encoder, encoderFrames());
     load("Decoder.mlmodelc", ComputeUnits::cpuOnly, &ParakeetLoaded::decoder);
     load("JointDecisionv3.mlmodelc", ComputeUnits::cpuOnly, &ParakeetLoaded::joint);
     follow(readVocabulary(source), &ParakeetLoaded::vocabulary);

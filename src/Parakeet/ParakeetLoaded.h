@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Async/Task.h"
+#include "Parakeet/ShorterLengths.h"
 #include "Ports/Folders.h"
 #include "Ports/MLModel.h"
 #include "Ports/Workers.h"
@@ -24,6 +25,8 @@ struct ParakeetLoaded {
     std::unique_ptr<MLModel> joint;
     /// Token text by token id; a word's first piece begins with U+2581.
     std::vector<std::string> vocabulary;
+    /// At which lengths less than 15 s may be computed; none to begin with.
+    ShorterLengths lengths;
 
     /// One of the models is gone for good.
     bool isLost() const;

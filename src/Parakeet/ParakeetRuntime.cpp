@@ -2,6 +2,7 @@
 
 #include "Async/Mutex.h"
 #include "Async/SerialExecutor.h"
+#include "Parakeet/LengthFinder.h"
 #include "Parakeet/ParakeetDecoding.h"
 #include "Parakeet/ParakeetLoad.h"
 #include "Parakeet/ParakeetLoaded.h"
@@ -21,11 +22,16 @@ constexpr auto idleTime = std::chrono::seconds(600);
 
 /// All but the ports and the executor is touched on the executor only.
 struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
-    State(MLModels& models, std::shared_ptr<Folders> folders, MainLoop& loop, Workers& workers)
-        : models(models), folders(std::move(folders)), loop(loop), workers(workers),
-          executor(workers.executor(WorkPriority::normal))
+    State(MLModels& models, std::shared_ptr<Folders> heldFolders, MainLoop& loop, Workers& workers,
+          Defaults* memory)
+        : models(models), folders(std::move(heldFolders)), loop(loop), workers(workers),
+          executor(workers.executor(WorkPriority::normal)),
+          finder({folders, loop, workers, executor, oneAtATime, memory})
     {
     }
+
+    /// The finder, with a share of all it works with.
+    LengthFinder::Self heldFinder() { return {shared_from_this(), &finder}; }
 
     /// Somebody wants the models of `directory`. A load of them under way hurries for a
     /// dictation; one of another folder makes room, unless a dictation waits for it.
@@ -190,6 +196,7 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
     /// Held while models load or an utterance is decoded, across all awaits in between.
     Mutex oneAtATime;
     std::shared_ptr<Loaded> loaded;
+    LengthFinder finder;
     /// The load that somebody waits for. A load lives as long as one of the tasks that carry it
     /// out: where they go unfinished, so does the wait.
     std::weak_ptr<ParakeetLoad> loading;
@@ -205,12 +212,15 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
 };
 
 ParakeetRuntime::ParakeetRuntime(MLModels& models, std::shared_ptr<Folders> folders, MainLoop& loop,
-                                 Workers& workers)
-    : state(std::make_shared<State>(models, std::move(folders), loop, workers))
+                                 Workers& workers, Defaults* memory)
+    : state(std::make_shared<State>(models, std::move(folders), loop, workers, memory))
 {
 }
 
-ParakeetRuntime::~ParakeetRuntime() = default;
+ParakeetRuntime::~ParakeetRuntime()
+{
+    hurry();
+}
 
 Executor& ParakeetRuntime::executor()
 {
@@ -222,6 +232,7 @@ Task<std::string> ParakeetRuntime::transcribe(std::vector<float> utterance,
                                               WorkPriority priority, StopToken stop)
 {
     const auto held = state;
+    LengthFinder::noteUse(held->heldFinder());
     held->want(directory, priority, stop);
     const auto hold = co_await held->oneAtATime.lock();
     if (stop.stopRequested()) {
@@ -244,6 +255,7 @@ Task<std::string> ParakeetRuntime::transcribe(std::vector<float> utterance,
 void ParakeetRuntime::warm(const std::filesystem::path& directory, WorkPriority priority,
                            StopToken stop)
 {
+    hurry();
     spawn(state->executor,
           [](std::shared_ptr<State> held, std::filesystem::path at, WorkPriority wanted,
              StopToken until) -> Task<void> {
@@ -256,13 +268,25 @@ void ParakeetRuntime::warm(const std::filesystem::path& directory, WorkPriority 
               try {
                   co_await held->modelsAt(std::move(at), wanted, std::move(until));
                   held->scheduleUnload();
+                  LengthFinder::find(held->heldFinder(), held->loaded);
               } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): see the header
               }
           }(state, directory, priority, std::move(stop)));
 }
 
+void ParakeetRuntime::hurry()
+{
+    state->finder.giveWay();
+}
+
+std::shared_ptr<const void> ParakeetRuntime::dictation()
+{
+    return std::make_shared<const LengthFinder::Dictation>(state->heldFinder());
+}
+
 void ParakeetRuntime::unload()
 {
+    hurry();
     spawn(state->executor, [](std::shared_ptr<State> held) -> Task<void> {
         held->giveUpUnwanted();
         // After a load that is under way, so that it does not bring back what is to go.

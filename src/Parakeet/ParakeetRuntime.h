@@ -4,6 +4,7 @@
 #include "Async/MainLoop.h"
 #include "Async/Stop.h"
 #include "Async/Task.h"
+#include "Ports/Defaults.h"
 #include "Ports/Folders.h"
 #include "Ports/MLModel.h"
 #include "Ports/Workers.h"
@@ -31,9 +32,10 @@ class ParakeetRuntime {
 public:
     using Loaded = ParakeetLoaded;
 
-    /// The ports must outlive this object and its executor's work.
+    /// The ports must outlive this object and its executor's work. In `memory` it keeps at which
+    /// lengths models were found to say what they say at their full one; it keeps nothing without.
     ParakeetRuntime(MLModels& models, std::shared_ptr<Folders> folders, MainLoop& loop,
-                    Workers& workers);
+                    Workers& workers, Defaults* memory = nullptr);
     ParakeetRuntime(const ParakeetRuntime&) = delete;
     ParakeetRuntime& operator=(const ParakeetRuntime&) = delete;
     ~ParakeetRuntime();
@@ -49,12 +51,22 @@ public:
 
     /// Loads the models of `directory` ahead of their first use, unless another folder is warmed
     /// before its turn has come; failures are ignored, since the first use will meet them again.
+    /// Once nobody has wanted the models for some seconds, finds out in the background how short
+    /// utterances can be computed short; see `LengthProof`.
     /// `priority` is normal when a dictation waits for them until `stop` is requested. Any
     /// thread; returns at once.
     void warm(const std::filesystem::path& directory, WorkPriority priority, StopToken stop);
 
-    /// Drops the loaded models once nothing uses them, and those being loaded if nobody waits for
-    /// them. Any thread; returns at once.
+    /// What is computed ahead of need makes room at once: somebody is about to want the models.
+    /// Any thread; returns at once.
+    void hurry();
+
+    /// While what it returns exists, and for some seconds after it, nothing is computed ahead of
+    /// need. Any thread.
+    std::shared_ptr<const void> dictation();
+
+    /// Drops the loaded models once no utterance needs them, and those being loaded if nobody waits
+    /// for them. Any thread; returns at once.
     void unload();
 
 private:

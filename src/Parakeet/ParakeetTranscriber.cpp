@@ -45,6 +45,7 @@ struct ParakeetTranscriber::State {
             return runningDraft;
         }();
         draft.requestStop();
+        runtime->hurry();
         stream.yield(std::move(utterance));
     }
 
@@ -64,6 +65,7 @@ struct ParakeetTranscriber::State {
             return runningDraft;
         }();
         draft.requestStop();
+        runtime->hurry();
         if (sleeper) {
             sleeper->wakes.complete({});
         }
@@ -120,7 +122,8 @@ struct ParakeetTranscriber::State {
     }
 
     /// The tasks of a dictation. On the runtime's executor.
-    static Task<void> consume(std::shared_ptr<State> state, Completer<std::string> result);
+    static Task<void> consume(std::shared_ptr<State> state, Completer<std::string> result,
+                              std::shared_ptr<const void> dictation);
     static Task<void> runDrafts(std::shared_ptr<State> state);
     Task<void> draftOnce();
 
@@ -147,9 +150,10 @@ struct ParakeetTranscriber::State {
     StopSource runningDraft;
 };
 
-/// Transcribes the utterances in order.
+/// Transcribes the utterances in order. Holds the dictation until the last one is done.
 Task<void> ParakeetTranscriber::State::consume(std::shared_ptr<State> state,
-                                               Completer<std::string> result)
+                                               Completer<std::string> result,
+                                               std::shared_ptr<const void> /*dictation*/)
 {
     const auto cancelled = state->cancelled.token();
     while (auto utterance = co_await state->stream.next()) {
@@ -230,7 +234,8 @@ Task<void> ParakeetTranscriber::prepare()
 {
     state->prepared = true;
     state->runtime->warm(state->directory, WorkPriority::normal, state->cancelled.token());
-    spawn(state->runtime->executor(), State::consume(state, state->result.completer()));
+    spawn(state->runtime->executor(),
+          State::consume(state, state->result.completer(), state->runtime->dictation()));
     spawn(state->runtime->executor(), State::runDrafts(state));
     co_return;
 }

@@ -35,6 +35,14 @@ public:
     /// Links are counted as links, not followed.
     virtual std::uint64_t allocatedSize(const std::filesystem::path& folder) = 0;
 
+    /// What tells the files below `folder` from those of another time: their names, sizes and
+    /// times of change. Empty where that is not known.
+    virtual std::string identity(const std::filesystem::path& folder)
+    {
+        (void)folder;
+        return {};
+    }
+
     /// Deletes `folder`, which must lie directly below `modelsRoot`, with everything in it. It
     /// leaves its place first, whole: however this ends, no part of it counts as a model. Links are
     /// deleted, not followed. A failure is ignored.

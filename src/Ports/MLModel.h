@@ -50,6 +50,21 @@ struct MLSignature {
 /// Arrays by feature name.
 using MLFeatures = std::map<std::string, MultiArray>;
 
+/// Which input of a model holds frames of which only some count, and which one says how many. A
+/// platform that can compute fewer frames than the model declares does so where it is asked to;
+/// others take no notice.
+struct MLFrames {
+    /// The input whose frames lie along `axis`, with zeros behind those that count.
+    std::string data;
+    std::int64_t axis = 0;
+    /// The input, one integer, that says how many count.
+    std::string length;
+    /// How many frames it may be worth computing, ascending.
+    std::vector<std::int64_t> lengths;
+
+    bool operator==(const MLFrames&) const = default;
+};
+
 /// The failure of a prediction that was stopped.
 class MLStopped : public std::runtime_error {
 public:
@@ -59,6 +74,13 @@ public:
 /// The failure of a prediction whose model is gone for good: the process that held it ended, or
 /// its files were damaged under it. Loading it again may help.
 class MLModelLost : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The failure of a prediction of fewer frames where the platform or the model does not know that
+/// length, and never will.
+class MLNoSuchLength : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
@@ -80,6 +102,24 @@ public:
     /// `std::runtime_error` when the inputs do not fit.
     virtual Completion<MLFeatures> predict(const MLFeatures& inputs, WorkPriority priority,
                                            StopToken stop) = 0;
+
+    /// Whether `predictAt` may do anything at all on this platform.
+    virtual bool computesFewerFrames() const { return false; }
+
+    /// As `predict`, but computes only the first `frames` frames, one of the lengths that the
+    /// load was told of: of the same inputs outputs of the same shapes, with zeros where there
+    /// would have been more. What the model says of fewer frames need not be what it says of all,
+    /// which is for the caller to compare. Fails with `MLNoSuchLength` where the platform or this
+    /// model does not know that length, and with another `std::runtime_error` where more frames
+    /// count.
+    virtual Completion<MLFeatures> predictAt(std::int64_t frames, const MLFeatures& inputs,
+                                             WorkPriority priority, StopToken stop)
+    {
+        (void)frames, (void)inputs, (void)priority, (void)stop;
+        Completion<MLFeatures> none;
+        none.completer().failWith<MLNoSuchLength>("The model computes at its full length only.");
+        return none;
+    }
 };
 
 /// How a model is loaded.
@@ -89,6 +129,8 @@ struct LoadOptions {
     WorkPriority priority = WorkPriority::normal;
     /// Called from any thread whenever the load has got on, however little.
     std::function<void()> onProgress = [] {};
+    /// For `MLModel::predictAt`. Loading takes no longer for it.
+    std::optional<MLFrames> frames{};
 };
 
 /// Loads compiled models.

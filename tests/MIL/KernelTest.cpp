@@ -318,10 +318,15 @@ TEST(ProductTest, panelsStayWithinTheBoundOfSinglePrecisionSums)
         std::vector<float> c = randomFloats(rows * width, 1);
         const std::vector<float> before = c;
         const bool accumulate = round % 2 == 0;
+        const auto columns = 1 + randomCount(width - 1);
         multiplyPanel(a.data(), static_cast<std::int64_t>(stride), panel.data(),
-                      static_cast<std::int64_t>(inner), static_cast<std::int64_t>(rows), c.data(),
+                      static_cast<std::int64_t>(inner), static_cast<std::int64_t>(rows),
+                      static_cast<std::int64_t>(columns), c.data(),
                       static_cast<std::int64_t>(width), accumulate);
         for (std::size_t i = 0; i < rows * width; ++i) {
+            if (i % width >= columns) {
+                continue;
+            }
             double sum = accumulate ? static_cast<double>(before[i]) : 0;
             double magnitudes = std::abs(sum);
             for (std::size_t k = 0; k < inner; ++k) {

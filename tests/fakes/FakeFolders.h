@@ -21,6 +21,8 @@ public:
     std::map<std::filesystem::path, std::string> unusable;
     std::map<std::filesystem::path, std::uint64_t> sizes;
     std::map<std::filesystem::path, std::string> files;
+    /// What tells the files below a folder from others.
+    std::map<std::filesystem::path, std::string> identities;
     std::vector<std::filesystem::path> removed;
     bool madeRoot = false;
     /// Whether the main loop runs, on which nothing here may be asked but the root.
@@ -55,6 +57,11 @@ public:
     {
         note();
         return sizes[folder];
+    }
+    std::string identity(const std::filesystem::path& folder) override
+    {
+        note();
+        return identities[folder];
     }
     void removeModel(const std::filesystem::path& folder) override
     {

@@ -22,6 +22,8 @@ public:
         Duration takes{0};
         Duration loadTakes{0};
         std::string loadFailure{};
+        /// The same of so many frames; a model without it knows its full length only.
+        std::function<MLFeatures(std::int64_t, const MLFeatures&)> computeAt{};
     };
 
     explicit FakeMLModels(SimulatedLoop& loop) : loop(loop) {}
@@ -35,8 +37,10 @@ public:
     std::set<std::filesystem::path> hanging;
     /// A load tells so often that it has got on.
     Duration progressEvery{0};
-    /// The names of the predictions asked for, in order.
+    /// The names of the predictions asked for, in order; "NAME:FRAMES" of some frames only.
     std::vector<std::string> predictions;
+    /// What the loads were told of frames, by name.
+    std::map<std::string, std::optional<MLFrames>> frames;
     /// What the predictions were given, by name.
     std::map<std::string, std::vector<MLFeatures>> given;
     bool keepsGiven = false;
@@ -66,6 +70,7 @@ public:
         units.push_back(options.units);
         priorities.push_back(options.priority);
         const auto name = bundle.filename().string();
+        frames[name] = options.frames;
         Completion<std::unique_ptr<MLModel>> loaded;
         if (hanging.contains(bundle.parent_path())) {
             hung.push_back(loaded.completer());
@@ -109,7 +114,16 @@ private:
         Completion<MLFeatures> predict(const MLFeatures& inputs, WorkPriority priority,
                                        StopToken stop) override
         {
-            return owner.predict(*this, inputs, priority, std::move(stop));
+            return owner.predict(*this, 0, inputs, priority, std::move(stop));
+        }
+        bool computesFewerFrames() const override
+        {
+            return owner.scripts[name].computeAt != nullptr;
+        }
+        Completion<MLFeatures> predictAt(std::int64_t frames, const MLFeatures& inputs,
+                                         WorkPriority priority, StopToken stop) override
+        {
+            return owner.predict(*this, frames, inputs, priority, std::move(stop));
         }
 
         FakeMLModels& owner;
@@ -118,10 +132,10 @@ private:
         std::string lost;
     };
 
-    Completion<MLFeatures> predict(const Model& model, const MLFeatures& inputs,
-                                   WorkPriority priority, StopToken stop)
+    Completion<MLFeatures> predict(const Model& model, std::int64_t frames,
+                                   const MLFeatures& inputs, WorkPriority priority, StopToken stop)
     {
-        predictions.push_back(model.name);
+        predictions.push_back(model.name + (frames == 0 ? "" : ":" + std::to_string(frames)));
         if (keepsGiven) {
             given[model.name].push_back(copied(inputs));
         }
@@ -144,12 +158,13 @@ private:
             }
         });
         const auto& script = scripts[model.name];
-        later(script.takes, [this, id, name = model.name, inputs, stopper] {
+        later(script.takes, [this, id, name = model.name, frames, inputs, stopper] {
             if (const auto found = pending.find(id); found != pending.end()) {
                 const auto completer = found->second;
                 pending.erase(found);
                 try {
-                    completer.complete(scripts[name].compute(inputs));
+                    completer.complete(frames == 0 ? scripts[name].compute(inputs)
+                                                   : scripts[name].computeAt(frames, inputs));
                 } catch (...) {
                     completer.fail(std::current_exception());
                 }

@@ -2,6 +2,7 @@
 
 python3 mil_seeds.py ops.tar.xz FOLDER
   FOLDER/text     program texts
+  FOLDER/lengths  the same
   FOLDER/weights  weight files
   FOLDER/bundle   both in one file: length of the text (4 bytes, little-endian), text, weights
 """
@@ -21,14 +22,14 @@ def main(archive, folder):
                 if member.isfile() and member.name.endswith(ending):
                     name = member.name[: -len(ending)].split("/")[1]
                     bundles.setdefault(name, {})[ending] = tar.extractfile(member).read()
-    for part in ("text", "weights", "bundle"):
+    for part in ("text", "lengths", "weights", "bundle"):
         os.makedirs(os.path.join(folder, part), exist_ok=True)
     for name, files in bundles.items():
         text = files["/model.mil"]
         weights = files.get("/weights/weight.bin", b"")
         if len(text) + len(weights) > LARGEST:
             continue
-        seeds = {"text": text, "weights": weights,
+        seeds = {"text": text, "lengths": text, "weights": weights,
                  "bundle": struct.pack("<I", len(text)) + text + weights}
         for part, content in seeds.items():
             if content:

@@ -22,9 +22,11 @@ struct Lifetime {
 
 class Planner {
 public:
-    Planner(const Graph& graph, const std::vector<std::size_t>& steps) : graph(graph), steps(steps)
+    Planner(std::span<const Node> nodes, const ValueTable& values, std::span<const ValueId> outputs,
+            const std::vector<std::size_t>& steps)
+        : nodes(nodes), values(values), outputs(outputs), steps(steps)
     {
-        const std::size_t count = graph.values.views.size();
+        const std::size_t count = values.views.size();
         plan.homes.resize(count);
         root.resize(count);
         std::iota(root.begin(), root.end(), std::size_t{0});
@@ -60,8 +62,8 @@ private:
     /// The last node that reads a value, itself or as an alias; outputs are read in the end.
     void findLastReaders()
     {
-        for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
-            const Node& node = graph.nodes[i];
+        for (std::size_t i = 0; i < nodes.size(); ++i) {
+            const Node& node = nodes[i];
             for (const auto& ids : node.operands) {
                 for (ValueId id : ids) {
                     lastReader[root[id]] = i;
@@ -71,8 +73,8 @@ private:
                 root[node.outputs.front()] = root[node.operands.front().front()];
             }
         }
-        for (ValueId id : graph.outputIds) {
-            lastReader[root[id]] = graph.nodes.size();
+        for (ValueId id : outputs) {
+            lastReader[root[id]] = nodes.size();
         }
     }
 
@@ -80,14 +82,14 @@ private:
     /// as many bits, in the arena, that no later node reads. The output itself if there is none.
     std::size_t inheritedFrom(std::size_t index, std::size_t output) const
     {
-        const Node& node = graph.nodes[index];
+        const Node& node = nodes[index];
         if (node.kind->part == nullptr || !node.known) {
             return output;
         }
-        const TensorType& type = graph.values.views[output].type;
+        const TensorType& type = values.views[output].type;
         for (const auto& ids : node.operands) {
             for (ValueId id : ids) {
-                const TensorType& read = graph.values.views[id].type;
+                const TensorType& read = values.views[id].type;
                 if (plan.homes[root[id]].place == BufferPlan::Place::arena &&
                     lastReader[root[id]] == index && read.shape == type.shape &&
                     bitsOf(read.element) == bitsOf(type.element)) {
@@ -100,8 +102,8 @@ private:
 
     void findLifetimes()
     {
-        for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
-            const Node& node = graph.nodes[i];
+        for (std::size_t i = 0; i < nodes.size(); ++i) {
+            const Node& node = nodes[i];
             for (const auto& ids : node.operands) {
                 for (ValueId id : ids) {
                     lifetimes[owner[root[id]]].last = steps[i];
@@ -121,8 +123,8 @@ private:
                     node.known ? BufferPlan::Place::arena : BufferPlan::Place::slot;
             }
         }
-        for (ValueId id : graph.outputIds) {
-            lifetimes[owner[root[id]]].last = graph.nodes.size();
+        for (ValueId id : outputs) {
+            lifetimes[owner[root[id]]].last = nodes.size();
         }
     }
 
@@ -137,7 +139,7 @@ private:
         std::vector<Block> blocks;
         for (std::size_t id = 0; id < plan.homes.size(); ++id) {
             if (plan.homes[id].place == BufferPlan::Place::arena && owner[id] == id) {
-                const std::size_t bytes = byteCount(graph.values.views[id].type);
+                const std::size_t bytes = byteCount(values.views[id].type);
                 blocks.push_back({id, (bytes + alignment - 1) / alignment * alignment});
             }
         }
@@ -199,8 +201,8 @@ private:
     void placeInSlots()
     {
         std::vector<std::size_t> freeFrom; // by slot, the first step that may take it
-        for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
-            for (ValueId id : graph.nodes[i].outputs) {
+        for (std::size_t i = 0; i < nodes.size(); ++i) {
+            for (ValueId id : nodes[i].outputs) {
                 if (plan.homes[id].place != BufferPlan::Place::slot) {
                     continue;
                 }
@@ -216,7 +218,9 @@ private:
         plan.slots = freeFrom.size();
     }
 
-    const Graph& graph;
+    std::span<const Node> nodes;
+    const ValueTable& values;
+    std::span<const ValueId> outputs;
     const std::vector<std::size_t>& steps;
     BufferPlan plan;
     std::vector<std::size_t> root;       // the value whose bytes an alias shows
@@ -227,9 +231,10 @@ private:
 
 } // namespace
 
-BufferPlan planBuffers(const Graph& graph, const std::vector<std::size_t>& steps)
+BufferPlan planBuffers(std::span<const Node> nodes, const ValueTable& values,
+                       std::span<const ValueId> outputs, const std::vector<std::size_t>& steps)
 {
-    return Planner(graph, steps).run();
+    return Planner(nodes, values, outputs, steps).run();
 }
 
 } // namespace vorlin::mil

@@ -3,6 +3,7 @@
 #include "MIL/Graph/Graph.h"
 
 #include <cstddef>
+#include <span>
 #include <vector>
 
 namespace vorlin::mil {
@@ -22,8 +23,9 @@ struct BufferPlan {
 };
 
 /// Plans by lifetime: from the step that writes a value to the last that reads it, aliases
-/// included. `steps` is what `stepsOf` says of the graph. An element-wise operation writes over an
-/// operand of its size that nobody reads afterwards.
-BufferPlan planBuffers(const Graph& graph, const std::vector<std::size_t>& steps);
+/// included, `outputs` being read in the end. `steps` is what `stepsOf` says of the nodes. An
+/// element-wise operation writes over an operand of its size that nobody reads afterwards.
+BufferPlan planBuffers(std::span<const Node> nodes, const ValueTable& values,
+                       std::span<const ValueId> outputs, const std::vector<std::size_t>& steps);
 
 } // namespace vorlin::mil

@@ -3,6 +3,7 @@
 #include "MIL/Graph/Graph.h"
 
 #include <cstddef>
+#include <span>
 #include <vector>
 
 namespace vorlin::mil {
@@ -11,6 +12,6 @@ namespace vorlin::mil {
 /// run, the nodes of one stand side by side. A step of several nodes is a chain: element-wise
 /// operations on one shape that run part by part, all of them on one part before the next, so
 /// that what they hand on stays in the cache. Each of them computes what it would compute alone.
-std::vector<std::size_t> stepsOf(const Graph& graph);
+std::vector<std::size_t> stepsOf(std::span<const Node> nodes, const ValueTable& values);
 
 } // namespace vorlin::mil

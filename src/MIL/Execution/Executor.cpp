@@ -46,15 +46,11 @@ void ZeroedBytes::Release::operator()(std::byte* aligned) const
 }
 
 Executor::Executor(const Graph& graph, const Settings& settings)
-    : graph(graph), settings(settings), steps(stepsOf(graph)), plan(planBuffers(graph, steps)),
-      values(graph.values), foreground(WorkerPool::shared(WorkerPool::Kind::foreground)),
+    : graph(graph), settings(settings), values(graph.values),
+      foreground(WorkerPool::shared(WorkerPool::Kind::foreground)),
       background(WorkerPool::shared(WorkerPool::Kind::background))
 {
-    if (plan.arenaBytes > settings.largestBuffers) {
-        throw Error("the program needs " + std::to_string(plan.arenaBytes >> 20) +
-                    " MiB of buffers, more than allowed");
-    }
-    slots.resize(plan.slots);
+    addProcedure(graph.nodes, {});
     for (const Feature& state : graph.states) {
         if (byteCount(state.type) > settings.largestBuffers) {
             throw Error("the state '" + state.name + "' is too large");
@@ -68,6 +64,65 @@ Executor::Executor(const Graph& graph, const Settings& settings)
                  .sumVectors = settings.sumVectors,
                  .largestScratch = settings.largestBuffers,
                  .scratch = &scratch};
+}
+
+void Executor::addProcedure(std::span<const Node> nodes, ShortForm form)
+{
+    exchange(values, form);
+    Procedure procedure{nodes, {}, stepsOf(nodes, values), {}};
+    procedure.plan = planBuffers(nodes, values, graph.outputIds, procedure.steps);
+    exchange(values, form);
+    if (procedure.plan.arenaBytes > settings.largestBuffers) {
+        throw Error("the program needs " + std::to_string(procedure.plan.arenaBytes >> 20) +
+                    " MiB of buffers, more than allowed");
+    }
+    slots.resize(std::max(slots.size(), procedure.plan.slots));
+    procedure.form = std::move(form);
+    procedures.push_back(std::move(procedure));
+}
+
+void Executor::add(ShorterForms forms)
+{
+    turnTo(0);
+    const auto append = [](auto& to, const auto& from) {
+        to.insert(to.end(), from.begin() + static_cast<std::ptrdiff_t>(to.size()), from.end());
+    };
+    append(values.views, graph.values.views);
+    append(values.stored, graph.values.stored);
+    append(values.texts, graph.values.texts);
+    append(values.constants, graph.values.constants);
+    append(values.declared, graph.values.declared);
+    shorterNodes = std::move(forms.nodes);
+    try {
+        for (ShortForm& form : forms.forms) {
+            addProcedure(shorterNodes, std::move(form));
+        }
+    } catch (...) {
+        procedures.resize(1);
+        throw;
+    }
+}
+
+std::vector<std::int64_t> Executor::lengths() const
+{
+    std::vector<std::int64_t> result;
+    for (std::size_t i = 1; i < procedures.size(); ++i) {
+        result.push_back(procedures[i].form.length);
+    }
+    return result;
+}
+
+/// Makes the table of values that of the full length (0) or of a form that was added.
+void Executor::turnTo(std::int64_t length)
+{
+    const auto wanted = std::find_if(procedures.begin(), procedures.end(),
+                                     [&](const Procedure& p) { return p.form.length == length; });
+    const auto next = static_cast<std::size_t>(wanted - procedures.begin());
+    if (next != current) {
+        exchange(values, procedures[current].form);
+        exchange(values, procedures[next].form);
+        current = next;
+    }
 }
 
 const TensorView& Executor::output(std::size_t position) const
@@ -87,13 +142,16 @@ std::size_t Executor::heldBytes() const
     return sum;
 }
 
-void Executor::run(std::span<const TensorView> inputs, const std::atomic<bool>* stop,
-                   WorkerPool::Kind urgency)
+void Executor::run(std::span<const TensorView> inputs, std::int64_t length,
+                   const std::atomic<bool>* stop, WorkerPool::Kind urgency)
 {
+    turnTo(length);
+    const std::span<const Node> nodes = procedures[current].nodes;
+    const std::vector<std::size_t>& steps = procedures[current].steps;
     execution.stop = stop;
     execution.pool = (urgency == WorkerPool::Kind::background ? background : foreground).get();
     const WorkerPool::Expectation expectation(*execution.pool);
-    arena.ensure(plan.arenaBytes + alignment);
+    arena.ensure(procedures[current].plan.arenaBytes + alignment);
     for (std::size_t i = 0; i < states.size(); ++i) {
         const std::size_t bytes = std::max<std::size_t>(byteCount(graph.states[i].type), 1);
         values.views[graph.stateIds[i]].data = states[i].ensure(bytes);
@@ -106,7 +164,7 @@ void Executor::run(std::span<const TensorView> inputs, const std::atomic<bool>* 
             view.data = nothing; // an empty tensor is known, too
         }
     }
-    for (std::size_t first = 0; first < graph.nodes.size();) {
+    for (std::size_t first = 0; first < nodes.size();) {
         const auto end =
             std::find_if(steps.begin() + static_cast<std::ptrdiff_t>(first), steps.end(),
                          [&](std::size_t step) { return step != steps[first]; });
@@ -122,7 +180,8 @@ void Executor::runStep(std::size_t first, std::size_t last)
     if (execution.mustStop()) {
         throw Stopped();
     }
-    const Node& node = graph.nodes[first];
+    const std::span<const Node> nodes = procedures[current].nodes;
+    const Node& node = nodes[first];
     const auto start =
         timing ? std::chrono::steady_clock::now() : std::chrono::steady_clock::time_point();
     outputs.clear();
@@ -138,7 +197,7 @@ void Executor::runStep(std::size_t first, std::size_t last)
     if (timing) {
         std::string name(node.kind->name);
         for (std::size_t i = first + 1; i < last; ++i) {
-            name += " " + std::string(graph.nodes[i].kind->name);
+            name += " " + std::string(nodes[i].kind->name);
         }
         OperationTime& entry = timeByKind[name];
         ++entry.calls;
@@ -148,17 +207,18 @@ void Executor::runStep(std::size_t first, std::size_t last)
 
 void Executor::runChain(std::size_t first, std::size_t last)
 {
+    const std::span<const Node> nodes = procedures[current].nodes;
     for (std::size_t i = first; i < last; ++i) {
-        place(graph.nodes[i]);
+        place(nodes[i]);
     }
     const auto callOf = [&](std::size_t i) {
-        const Node& node = graph.nodes[i];
+        const Node& node = nodes[i];
         return Call(*node.kind, node.operands, graph.opset, values,
                     std::span(outputs).subspan(i - first, 1), execution);
     };
     const auto task = [&](std::int64_t begin, std::int64_t end) {
         for (std::size_t i = first; i < last; ++i) {
-            graph.nodes[i].kind->part(callOf(i), begin, end);
+            nodes[i].kind->part(callOf(i), begin, end);
         }
     };
     callOf(first).parallel(elementCount(outputs.front().shape()), partLength, task);
@@ -220,7 +280,7 @@ void Executor::place(const Node& node)
 
 std::byte* Executor::home(ValueId id, std::size_t bytes)
 {
-    const BufferPlan::Home& where = plan.homes[id];
+    const BufferPlan::Home& where = procedures[current].plan.homes[id];
     if (where.place == BufferPlan::Place::arena) {
         return arena.ensure(0) + where.index;
     }

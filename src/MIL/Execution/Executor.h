@@ -3,6 +3,7 @@
 #include "MIL/Execution/BufferPlan.h"
 #include "MIL/Execution/WorkerPool.h"
 #include "MIL/Graph/Graph.h"
+#include "MIL/Lengths/ShorterForms.h"
 
 #include <atomic>
 #include <chrono>
@@ -51,16 +52,21 @@ public:
 
     Executor(const Graph& graph, const Settings& settings);
 
-    /// Inputs by position of `graph.inputs`, their types already checked. Afterwards `output`
-    /// shows the results, until the next call. Throws Error or Stopped; states then keep what
-    /// was written so far.
-    void run(std::span<const TensorView> inputs, const std::atomic<bool>* stop,
+    /// From now on computes these forms, too, which solving has added to the graph. Once.
+    void add(ShorterForms forms);
+    /// The lengths of those, ascending as they were added.
+    std::vector<std::int64_t> lengths() const;
+
+    /// Inputs by position of `graph.inputs`, their types already checked: those of the full
+    /// length, or of the form `length` if it is not 0. Afterwards `output` shows the results,
+    /// until the next call. Throws Error or Stopped; states then keep what was written so far.
+    void run(std::span<const TensorView> inputs, std::int64_t length, const std::atomic<bool>* stop,
              WorkerPool::Kind urgency = WorkerPool::Kind::foreground);
 
     const TensorView& output(std::size_t position) const;
 
     /// Bytes the planned buffers take.
-    std::size_t plannedBytes() const { return plan.arenaBytes; }
+    std::size_t plannedBytes() const { return procedures.front().plan.arenaBytes; }
     /// Bytes of all buffers, scratch memory and states as they are now.
     std::size_t heldBytes() const;
 
@@ -68,6 +74,16 @@ public:
     const std::map<std::string, OperationTime>& times() const { return timeByKind; }
 
 private:
+    /// One way through the program: at its full length, or at another.
+    struct Procedure {
+        std::span<const Node> nodes;
+        ShortForm form; // empty at the full length
+        std::vector<std::size_t> steps;
+        BufferPlan plan;
+    };
+
+    void addProcedure(std::span<const Node> nodes, ShortForm form);
+    void turnTo(std::int64_t length);
     void place(const Node& node);
     void inferOutputs(const Node& node);
     void runStep(std::size_t first, std::size_t last);
@@ -78,10 +94,11 @@ private:
 
     const Graph& graph;
     Settings settings;
-    std::vector<std::size_t> steps;
-    BufferPlan plan;
-    ValueTable values;
-    ZeroedBytes arena;
+    ValueTable values; // as the current procedure has them
+    std::vector<Node> shorterNodes;
+    std::vector<Procedure> procedures; // the first is that of the full length
+    std::size_t current = 0;
+    ZeroedBytes arena; // for all of them
     std::vector<ZeroedBytes> slots;
     std::vector<ZeroedBytes> states; // empty until the first prediction
     std::vector<std::byte> scratch;

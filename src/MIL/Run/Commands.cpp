@@ -17,7 +17,8 @@ namespace vorlin::mil {
 const std::string_view usage =
     "usage: milrun info BUNDLE | "
     "milrun predict BUNDLE --in NAME=FILE.npy ... --out DIR [--threads N] | "
-    "milrun bench BUNDLE [--in NAME=FILE.npy ...] [--threads N] [--runs N]";
+    "milrun bench BUNDLE [--in NAME=FILE.npy ...] [--threads N] [--runs N] "
+    "[--at DATA:AXIS:LENGTH:FRAMES]";
 
 namespace {
 
@@ -28,6 +29,8 @@ struct Arguments {
     std::filesystem::path output;
     std::size_t threads = std::max(1u, std::thread::hardware_concurrency());
     std::size_t runs = 5;
+    LengthInput frames{};
+    std::int64_t at = 0; // frames of a shorter length
 };
 
 std::size_t positive(const std::string& text)
@@ -38,6 +41,28 @@ std::size_t positive(const std::string& text)
         throw Error("'" + text + "' is no number from 1 to 4096");
     }
     return value;
+}
+
+/// "mel:2:mel_length:317".
+void parseFrames(const std::string& text, Arguments& arguments)
+{
+    std::vector<std::string> parts(1);
+    for (const char c : text) {
+        if (c == ':') {
+            parts.emplace_back();
+        } else {
+            parts.back() += c;
+        }
+    }
+    std::int64_t axis = -1;
+    if (parts.size() == 4) {
+        std::from_chars(parts[1].data(), parts[1].data() + parts[1].size(), axis);
+        std::from_chars(parts[3].data(), parts[3].data() + parts[3].size(), arguments.at);
+    }
+    if (axis < 0 || arguments.at <= 0) {
+        throw Error("--at takes DATA:AXIS:LENGTH:FRAMES, not '" + text + "'");
+    }
+    arguments.frames = {parts[0], static_cast<std::size_t>(axis), parts[2]};
 }
 
 Arguments parse(std::span<const std::string> words)
@@ -65,6 +90,8 @@ Arguments parse(std::span<const std::string> words)
             arguments.threads = positive(value);
         } else if (words[i] == "--runs") {
             arguments.runs = positive(value);
+        } else if (words[i] == "--at") {
+            parseFrames(value, arguments);
         } else {
             throw Error("unknown option '" + words[i] + "'; " + std::string(usage));
         }
@@ -183,12 +210,48 @@ std::size_t peakResidentKilobytes()
     return value;
 }
 
+using Clock = std::chrono::steady_clock;
+
+double milliseconds(Clock::duration time)
+{
+    return std::chrono::duration<double, std::milli>(time).count();
+}
+
+/// Times the program at its full and at a shorter length, in turns.
+void benchShorter(const Arguments& arguments, Model& model, const LoadedInputs& inputs)
+{
+    const auto start = Clock::now();
+    const std::string why = model.shorten(arguments.frames, {arguments.at});
+    std::printf("shortened in %.3f ms%s%s\n", milliseconds(Clock::now() - start),
+                why.empty() ? "" : ": ", why.c_str());
+    if (!why.empty()) {
+        return;
+    }
+    for (const std::int64_t length : model.shorterLengths()) {
+        model.predictAt(length, inputs.named());
+        std::vector<double> full;
+        std::vector<double> shorter;
+        for (std::size_t i = 0; i < arguments.runs; ++i) {
+            const auto first = Clock::now();
+            model.predict(inputs.named());
+            const auto second = Clock::now();
+            model.predictAt(length, inputs.named());
+            full.push_back(milliseconds(second - first));
+            shorter.push_back(milliseconds(Clock::now() - second));
+        }
+        std::sort(full.begin(), full.end());
+        std::sort(shorter.begin(), shorter.end());
+        const std::size_t middle = arguments.runs / 2;
+        std::printf("at length %lld: median %.3f ms, minimum %.3f ms; full: %.3f ms, %.3f ms; "
+                    "ratios %.3f, %.3f\n",
+                    static_cast<long long>(length), shorter[middle], shorter.front(), full[middle],
+                    full.front(), shorter[middle] / full[middle], shorter.front() / full.front());
+    }
+    std::printf("held: %zu bytes\n", model.statistics().heldBytes);
+}
+
 void bench(const Arguments& arguments)
 {
-    using Clock = std::chrono::steady_clock;
-    const auto milliseconds = [](Clock::duration time) {
-        return std::chrono::duration<double, std::milli>(time).count();
-    };
     std::printf("vectors: %s\n", describeVectors(SumVectors::fitting).c_str());
     const auto loadStart = Clock::now();
     Model model = Model::load(arguments.bundle, {.threads = arguments.threads});
@@ -196,6 +259,10 @@ void bench(const Arguments& arguments)
     LoadedInputs inputs(arguments);
     completeInputs(model, inputs);
     model.predict(inputs.named()); // touches every page and buffer once
+    if (arguments.at != 0) {
+        benchShorter(arguments, model, inputs);
+        return;
+    }
     std::vector<double> times;
     model.collectTimes(true);
     for (std::size_t i = 0; i < arguments.runs; ++i) {

@@ -21,6 +21,12 @@ bool isPlainName(const std::string& name)
            name.find('\0') == std::string::npos;
 }
 
+/// The model does not know a length that it was asked for.
+class NoSuchLength : public mil::Error {
+public:
+    using mil::Error::Error;
+};
+
 /// What `compute` answers, or what it failed with.
 template <class Compute>
 Reply answerOf(std::uint64_t sequence, const Compute& compute)
@@ -31,6 +37,8 @@ Reply answerOf(std::uint64_t sequence, const Compute& compute)
         return StoppedReply{sequence};
     } catch (const std::bad_alloc&) {
         return FailedReply{sequence, "there is not enough memory for the model"};
+    } catch (const NoSuchLength& failure) {
+        return FailedReply{sequence, failure.what(), true};
     } catch (const std::exception& failure) {
         return FailedReply{sequence, failure.what()};
     }
@@ -143,9 +151,31 @@ bool ServedModel::take(Descriptor& attached, std::uint64_t bytes)
 Reply ServedModel::predict(const PredictRequest& asked)
 {
     begin(asked.sequence);
-    held = model->predict(inputsOf(asked), &stopping,
-                          asked.background ? mil::Urgency::background : mil::Urgency::foreground);
+    held = compute(asked);
     return placed(asked.sequence, asked.outputs);
+}
+
+std::vector<mil::NamedOutput> ServedModel::compute(const PredictRequest& asked)
+{
+    const auto urgency = asked.background ? mil::Urgency::background : mil::Urgency::foreground;
+    if (asked.frames == 0) {
+        return model->predict(inputsOf(asked), &stopping, urgency);
+    }
+    const Frames& frames = request.frames;
+    if (frames.data.empty()) {
+        throw NoSuchLength("the model was loaded for its full length only");
+    }
+    // The first time; afterwards it only says what it said.
+    const std::string why =
+        model->shorten({frames.data, frames.axis, frames.length}, frames.lengths);
+    if (!why.empty()) {
+        throw NoSuchLength(why);
+    }
+    const auto known = model->shorterLengths();
+    if (std::ranges::find(known, asked.frames) == known.end()) {
+        throw NoSuchLength("the model cannot compute at length " + std::to_string(asked.frames));
+    }
+    return model->predictAt(asked.frames, inputsOf(asked), &stopping, urgency);
 }
 
 std::vector<mil::NamedInput> ServedModel::inputsOf(const PredictRequest& asked) const

@@ -33,6 +33,7 @@ private:
     bool answer(const ResumeRequest& request, Descriptor& attached);
     bool take(Descriptor& attached, std::uint64_t bytes);
     Reply predict(const PredictRequest& request);
+    std::vector<mil::NamedOutput> compute(const PredictRequest& request);
     std::vector<mil::NamedInput> inputsOf(const PredictRequest& request) const;
     void begin(std::uint64_t sequence);
     Reply placed(std::uint64_t sequence, std::uint64_t begin);

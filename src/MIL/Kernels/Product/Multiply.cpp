@@ -107,8 +107,9 @@ public:
                     packed.panels + ((firstPanel + p) * size.inner + k) * width;
                 for (std::int64_t i = 0; i < rows; i += rowsAtOnce) {
                     multiplyPanel(a + i * tileInner, tileInner, panel, inner,
-                                  std::min(rowsAtOnce, rows - i), c + i * stride + p * width,
-                                  stride, k != 0);
+                                  std::min(rowsAtOnce, rows - i),
+                                  std::min(width, packed.columns - (firstPanel + p) * width),
+                                  c + i * stride + p * width, stride, k != 0);
                 }
             }
         }

@@ -30,55 +30,72 @@ std::int64_t panelRows()
     return mostRows;
 }
 
-template <std::size_t rows>
+/// Rows against the first `used` vectors of each row of the panel.
+template <std::size_t rows, std::size_t used>
 void multiplyRows(const float* a, std::int64_t aStride, const float* panel, std::int64_t inner,
                   float* c, std::int64_t cStride, bool accumulate)
 {
     const Tag tag;
     const auto lanes = static_cast<std::int64_t>(hn::Lanes(tag));
-    Vector sums[rows][vectors];
-    const auto target = [&](std::size_t i, std::int64_t v) {
-        return c + static_cast<std::int64_t>(i) * cStride + v * lanes;
+    Vector sums[rows][used];
+    const auto target = [&](std::size_t i, std::size_t v) {
+        return c + static_cast<std::int64_t>(i) * cStride + static_cast<std::int64_t>(v) * lanes;
     };
     for (std::size_t i = 0; i < rows; ++i) {
-        for (std::int64_t v = 0; v < vectors; ++v) {
+        for (std::size_t v = 0; v < used; ++v) {
             sums[i][v] = accumulate ? hn::LoadU(tag, target(i, v)) : hn::Zero(tag);
         }
     }
     for (std::int64_t k = 0; k < inner; ++k) {
-        const Vector b0 = hn::LoadU(tag, panel);
-        const Vector b1 = hn::LoadU(tag, panel + lanes);
-        const Vector b2 = hn::LoadU(tag, panel + 2 * lanes);
+        Vector b[used];
+        for (std::size_t v = 0; v < used; ++v) {
+            b[v] = hn::LoadU(tag, panel + static_cast<std::int64_t>(v) * lanes);
+        }
         for (std::size_t i = 0; i < rows; ++i) {
             const Vector x = hn::Set(tag, a[static_cast<std::int64_t>(i) * aStride + k]);
-            sums[i][0] = hn::MulAdd(x, b0, sums[i][0]);
-            sums[i][1] = hn::MulAdd(x, b1, sums[i][1]);
-            sums[i][2] = hn::MulAdd(x, b2, sums[i][2]);
+            for (std::size_t v = 0; v < used; ++v) {
+                sums[i][v] = hn::MulAdd(x, b[v], sums[i][v]);
+            }
         }
         panel += vectors * lanes;
     }
     for (std::size_t i = 0; i < rows; ++i) {
-        for (std::int64_t v = 0; v < vectors; ++v) {
+        for (std::size_t v = 0; v < used; ++v) {
             hn::StoreU(sums[i][v], tag, target(i, v));
         }
     }
 }
 
-void multiplyPanel(const float* a, std::int64_t aStride, const float* panel, std::int64_t inner,
-                   std::int64_t rows, float* c, std::int64_t cStride, bool accumulate)
+template <std::size_t used>
+void multiplyVectors(const float* a, std::int64_t aStride, const float* panel, std::int64_t inner,
+                     std::int64_t rows, float* c, std::int64_t cStride, bool accumulate)
 {
     switch (rows) {
-    case 1: multiplyRows<1>(a, aStride, panel, inner, c, cStride, accumulate); break;
-    case 2: multiplyRows<2>(a, aStride, panel, inner, c, cStride, accumulate); break;
-    case 3: multiplyRows<3>(a, aStride, panel, inner, c, cStride, accumulate); break;
-    case 4: multiplyRows<4>(a, aStride, panel, inner, c, cStride, accumulate); break;
+    case 1: multiplyRows<1, used>(a, aStride, panel, inner, c, cStride, accumulate); break;
+    case 2: multiplyRows<2, used>(a, aStride, panel, inner, c, cStride, accumulate); break;
+    case 3: multiplyRows<3, used>(a, aStride, panel, inner, c, cStride, accumulate); break;
+    case 4: multiplyRows<4, used>(a, aStride, panel, inner, c, cStride, accumulate); break;
 #if HWY_TARGET <= HWY_AVX3 || HWY_ARCH_ARM
-    case 5: multiplyRows<5>(a, aStride, panel, inner, c, cStride, accumulate); break;
-    case 6: multiplyRows<6>(a, aStride, panel, inner, c, cStride, accumulate); break;
-    case 7: multiplyRows<7>(a, aStride, panel, inner, c, cStride, accumulate); break;
-    case 8: multiplyRows<8>(a, aStride, panel, inner, c, cStride, accumulate); break;
+    case 5: multiplyRows<5, used>(a, aStride, panel, inner, c, cStride, accumulate); break;
+    case 6: multiplyRows<6, used>(a, aStride, panel, inner, c, cStride, accumulate); break;
+    case 7: multiplyRows<7, used>(a, aStride, panel, inner, c, cStride, accumulate); break;
+    case 8: multiplyRows<8, used>(a, aStride, panel, inner, c, cStride, accumulate); break;
 #endif
     default: break;
+    }
+}
+
+void multiplyPanel(const float* a, std::int64_t aStride, const float* panel, std::int64_t inner,
+                   std::int64_t rows, std::int64_t columns, float* c, std::int64_t cStride,
+                   bool accumulate)
+{
+    const auto lanes = static_cast<std::int64_t>(hn::Lanes(Tag()));
+    if (columns <= lanes) {
+        multiplyVectors<1>(a, aStride, panel, inner, rows, c, cStride, accumulate);
+    } else if (columns <= 2 * lanes) {
+        multiplyVectors<2>(a, aStride, panel, inner, rows, c, cStride, accumulate);
+    } else {
+        multiplyVectors<vectors>(a, aStride, panel, inner, rows, c, cStride, accumulate);
     }
 }
 
@@ -106,9 +123,11 @@ std::int64_t panelRows()
 }
 
 void multiplyPanel(const float* a, std::int64_t aStride, const float* panel, std::int64_t inner,
-                   std::int64_t rows, float* c, std::int64_t cStride, bool accumulate)
+                   std::int64_t rows, std::int64_t columns, float* c, std::int64_t cStride,
+                   bool accumulate)
 {
-    HWY_DYNAMIC_DISPATCH(multiplyPanel)(a, aStride, panel, inner, rows, c, cStride, accumulate);
+    HWY_DYNAMIC_DISPATCH(multiplyPanel)
+    (a, aStride, panel, inner, rows, columns, c, cStride, accumulate);
 }
 
 void transposeFloats(const float* in, std::int64_t inStride, std::int64_t rows,

@@ -14,6 +14,8 @@ namespace vorlin {
 
 namespace {
 
+constexpr std::size_t mostFiles = 1000;
+constexpr int deepestFile = 8;
 constexpr std::uint64_t blockSize = 512; // what st_blocks counts, whatever the file system's own
 
 /// Whether the path can be handed to the system as it is.
@@ -62,6 +64,38 @@ std::uint64_t XDGFolders::allocatedSize(const std::filesystem::path& folder)
         }
     });
     return size;
+}
+
+std::string XDGFolders::identity(const std::filesystem::path& folder)
+{
+    namespace fs = std::filesystem;
+    std::set<std::string> lines;
+    std::error_code failure;
+    for (fs::recursive_directory_iterator item(
+             folder, fs::directory_options::follow_directory_symlink, failure);
+         !failure && item != fs::recursive_directory_iterator(); item.increment(failure)) {
+        struct stat status = {};
+        if (lines.size() >= mostFiles || item.depth() > deepestFile) {
+            return {};
+        }
+        if (::stat(item->path().c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
+            lines.insert(item->path().lexically_relative(folder).native() + ' ' +
+                         std::to_string(status.st_size) + ' ' +
+                         std::to_string(status.st_mtim.tv_sec) + '.' +
+                         std::to_string(status.st_mtim.tv_nsec) + '\n');
+        }
+    }
+    if (failure || lines.empty()) {
+        return {};
+    }
+    // FNV-1a, the same in every build.
+    std::uint64_t hash = 14695981039346656037U;
+    for (const auto& line : lines) {
+        for (const char c : line) {
+            hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211U;
+        }
+    }
+    return std::to_string(lines.size()) + '-' + std::to_string(hash);
 }
 
 void XDGFolders::removeModel(const std::filesystem::path& folder)

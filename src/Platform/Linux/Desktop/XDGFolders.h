@@ -25,6 +25,9 @@ public:
     /// What has several names below `folder` counts once. `folder` itself may be a link.
     std::uint64_t allocatedSize(const std::filesystem::path& folder) override;
 
+    /// Follows links. Of more files than a model has it tells nothing.
+    std::string identity(const std::filesystem::path& folder) override;
+
     /// Takes along what a download that ended in a crash has left beside it, "NAME.partial".
     /// Neither a link below `folder` nor one put there meanwhile leads out of it.
     void removeModel(const std::filesystem::path& folder) override;

@@ -48,18 +48,25 @@ EngineModel::~EngineModel()
 Completion<MLFeatures> EngineModel::predict(const MLFeatures& inputs, WorkPriority priority,
                                             StopToken stop)
 {
+    return predictAt(0, inputs, priority, std::move(stop));
+}
+
+Completion<MLFeatures> EngineModel::predictAt(std::int64_t frames, const MLFeatures& inputs,
+                                              WorkPriority priority, StopToken stop)
+{
     Completion<MLFeatures> completion;
     const auto completer = completion.completer();
     try {
-        completer.complete(compute(inputs, priority, stop));
+        completer.complete(compute(frames, inputs, priority, stop));
     } catch (...) {
         completer.fail(std::current_exception());
     }
     return completion;
 }
 
-MLFeatures EngineModel::compute(const MLFeatures& inputs, WorkPriority priority,
-                                const StopToken& stop)
+/// Computes so many frames, or all if it is 0.
+MLFeatures EngineModel::compute(std::int64_t frames, const MLFeatures& inputs,
+                                WorkPriority priority, const StopToken& stop)
 {
     const std::scoped_lock mine(turn);
     if (stop.stopRequested()) {
@@ -78,6 +85,7 @@ MLFeatures EngineModel::compute(const MLFeatures& inputs, WorkPriority priority,
     ++sequence;
     ask(engine::PredictRequest{.sequence = sequence,
                                .background = priority == WorkPriority::background,
+                               .frames = frames,
                                .memory = fresh ? memory.size() : 0,
                                .outputs = outputs,
                                .inputs = std::move(arranged.tensors)},
@@ -120,7 +128,11 @@ MLFeatures EngineModel::await(std::uint64_t outputs, const StopToken& stop)
         } else if (std::holds_alternative<engine::StoppedReply>(reply)) {
             throw MLStopped();
         } else {
-            throw std::runtime_error(shown(std::get<engine::FailedReply>(reply).text));
+            const auto& failed = std::get<engine::FailedReply>(reply);
+            if (failed.noSuchLength) {
+                throw MLNoSuchLength(shown(failed.text));
+            }
+            throw std::runtime_error(shown(failed.text));
         }
     }
 }

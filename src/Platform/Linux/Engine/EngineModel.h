@@ -22,9 +22,13 @@ public:
     bool isLost() const override { return process->ended(); }
     Completion<MLFeatures> predict(const MLFeatures& inputs, WorkPriority priority,
                                    StopToken stop) override;
+    bool computesFewerFrames() const override { return true; }
+    Completion<MLFeatures> predictAt(std::int64_t frames, const MLFeatures& inputs,
+                                     WorkPriority priority, StopToken stop) override;
 
 private:
-    MLFeatures compute(const MLFeatures& inputs, WorkPriority priority, const StopToken& stop);
+    MLFeatures compute(std::int64_t frames, const MLFeatures& inputs, WorkPriority priority,
+                       const StopToken& stop);
     Descriptor makeRoom(std::uint64_t bytes);
     MLFeatures await(std::uint64_t outputs, const StopToken& stop);
     engine::Reply nextReply(const StopToken& stop);

@@ -39,6 +39,15 @@ unsigned threadsFor(ComputeUnits units)
     return units == ComputeUnits::cpuAndGPU ? std::max(1U, std::thread::hardware_concurrency()) : 1;
 }
 
+engine::Frames framesOf(const LoadOptions& options)
+{
+    if (!options.frames) {
+        return {};
+    }
+    const MLFrames& frames = *options.frames;
+    return {frames.data, static_cast<std::uint32_t>(frames.axis), frames.length, frames.lengths};
+}
+
 /// Answers a load with what the engine said.
 void complete(const ModelCompleter& completer, const std::shared_ptr<EngineProcess>& process,
               const engine::LoadRequest& request, Descriptor channel,
@@ -112,7 +121,8 @@ void EngineModels::State::load(FoundFolder folder, const std::string& bundle,
                                       .model = process->nextModel(),
                                       .threads = threadsFor(options.units),
                                       .background = options.priority == WorkPriority::background,
-                                      .bundle = bundle};
+                                      .bundle = bundle,
+                                      .frames = framesOf(options)};
     process->load(
         request,
         [=, unanswered = unanswered](Descriptor channel,

@@ -244,6 +244,33 @@ TEST_F(XDGFoldersTest, aLinkToWhatThePersonMayNotReadIsRefused)
     fs::permissions(outside, fs::perms::owner_all);
 }
 
+TEST_F(XDGFoldersTest, otherFilesAreToldApartByNameSizeAndTime)
+{
+    makeLinkedBundle(model / "A.mlmodelc");
+    const auto first = folders.identity(model);
+    EXPECT_NE(first, "");
+    EXPECT_EQ(folders.identity(model), first);
+    write(outside / "blob-2", "heavier");
+    const auto heavier = folders.identity(model);
+    EXPECT_NE(heavier, first);
+    fs::last_write_time(outside / "blob-1",
+                        fs::file_time_type::clock::now() + std::chrono::seconds(5));
+    const auto later = folders.identity(model);
+    EXPECT_NE(later, heavier);
+    fs::rename(model / "A.mlmodelc", model / "B.mlmodelc");
+    EXPECT_NE(folders.identity(model), later);
+}
+
+TEST_F(XDGFoldersTest, whatIsNoModelHasNoIdentity)
+{
+    EXPECT_EQ(folders.identity(model), "");
+    fs::create_directories(model);
+    EXPECT_EQ(folders.identity(model), "");
+    fs::create_directory_symlink(model, model / "again");
+    write(model / "file", "x");
+    EXPECT_EQ(folders.identity(model), "") << "a folder in itself";
+}
+
 TEST_F(XDGFoldersTest, sizesAreWhatIsAllocatedNotWhatIsInside)
 {
     fs::create_directories(model / "a" / "b");

@@ -19,6 +19,7 @@ const std::vector<Reply> replies{
     NeedsMemoryReply{8, 4096},
     StoppedReply{9},
     FailedReply{10, "what is wrong"},
+    FailedReply{11, "no such length", true},
 };
 
 /// The packet with one number of it replaced.
@@ -37,11 +38,12 @@ TEST(MessagesTest, everyMessageReadsBackAsItWas)
     for (const auto& reply : replies) {
         EXPECT_EQ(parseReply(encode(reply)), reply);
     }
-    const ModelRequest predict = PredictRequest{5, true, 8192, 64, {tensor}};
+    const ModelRequest predict = PredictRequest{5, true, 317, 8192, 64, {tensor}};
     EXPECT_EQ(parseModelRequest(encode(predict)), predict);
     const ModelRequest resume = ResumeRequest{5, 8192, 64};
     EXPECT_EQ(parseModelRequest(encode(resume)), resume);
-    const ControlRequest load = LoadRequest{protocolVersion, 2, 4, true, "Encoder.mlmodelc"};
+    const ControlRequest load = LoadRequest{
+        protocolVersion, 2, 4, true, "Encoder.mlmodelc", {"mel", 2, "mel_length", {217, 317}}};
     EXPECT_EQ(parseControlRequest(encode(load)), load);
     const ControlRequest stop = StopRequest{2, 5};
     EXPECT_EQ(parseControlRequest(encode(stop)), stop);
@@ -77,6 +79,20 @@ TEST(MessagesTest, tensorsKeepTheirLimits)
     EXPECT_EQ(parseReply(changed(packet, feature + 9, std::int64_t{-1})), std::nullopt);
     EXPECT_EQ(parseReply(changed(packet, feature + 9, std::int64_t{1} << 40)), std::nullopt);
     EXPECT_EQ(parseReply(changed(packet, feature + 33, std::uint64_t{129})), std::nullopt);
+}
+
+TEST(MessagesTest, framesKeepTheirLimits)
+{
+    const auto load = [](const Frames& frames) {
+        return parseControlRequest(
+            encode(ControlRequest(LoadRequest{protocolVersion, 2, 4, true, "x", frames})));
+    };
+    EXPECT_NE(load({"mel", mostAxes - 1, "n", {1}}), std::nullopt);
+    EXPECT_EQ(load({"mel", mostAxes, "n", {1}}), std::nullopt);
+    EXPECT_EQ(load({"mel", 2, "n", {0}}), std::nullopt);
+    EXPECT_EQ(load({"mel", 2, "n", std::vector<std::int64_t>(mostLengths + 1, 5)}), std::nullopt);
+    EXPECT_EQ(parseModelRequest(encode(ModelRequest(PredictRequest{5, true, -1, 0, 0, {}}))),
+              std::nullopt);
 }
 
 TEST(MessagesTest, aPacketThatWouldBeTooLargeIsEmpty)

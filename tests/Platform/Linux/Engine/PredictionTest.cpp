@@ -138,4 +138,86 @@ TEST_F(PredictionTest, operationsOfAllShapesAndTypesGiveTheSameBits)
     EXPECT_GT(compared, 40);
 }
 
+/// A program of frames `x`, fp32 [1, 24], and their count `n`.
+class FewerFramesTest : public EngineTest {
+protected:
+    std::unique_ptr<MLModel> loadFramed(std::string_view body, std::optional<MLFrames> frames)
+    {
+        mil::test::writeBundle(folder.path / "Framed.mlmodelc",
+                               "program(1.3)\n{\n func main<ios17>(tensor<fp32, [1, 24]> x, "
+                               "tensor<int32, [1]> n) {\n" +
+                                   std::string(body) + "\n } -> (y);\n}\n");
+        return waitFor(models->load(folder.path / "Framed.mlmodelc",
+                                    {.units = ComputeUnits::cpuOnly, .frames = std::move(frames)}));
+    }
+
+    static MLFeatures inputs(std::int32_t count)
+    {
+        MLFeatures features{{"x", floats(std::vector<float>(24, -1), {1, 24})},
+                            {"n", MultiArray(MLElementType::int32, {1})}};
+        *features.at("n").as<std::int32_t>() = count;
+        return features;
+    }
+
+    static std::vector<float> predictAt(MLModel& model, std::int64_t frames, std::int32_t count,
+                                        WorkPriority priority = WorkPriority::normal)
+    {
+        return floatsOf(waitFor(model.predictAt(frames, inputs(count), priority, {})).at("y"));
+    }
+
+    const MLFrames declared{"x", 1, "n", {6, 12, 100}};
+};
+
+TEST_F(FewerFramesTest, whatLiesBeyondThemIsZero)
+{
+    const auto model = loadFramed("tensor<fp32, [1, 24]> y = abs(x = x);", declared);
+    const std::vector<float> all(24, 1);
+    for (const auto priority : {WorkPriority::background, WorkPriority::normal}) {
+        std::vector<float> few(24);
+        std::fill_n(few.begin(), 6, 1.0f);
+        EXPECT_EQ(predictAt(*model, 6, 4, priority), few);
+        EXPECT_EQ(floatsOf(predict(*model, inputs(4), {}, priority).at("y")), all);
+        std::fill_n(few.begin(), 12, 1.0f);
+        EXPECT_EQ(predictAt(*model, 12, 12, priority), few);
+    }
+}
+
+TEST_F(FewerFramesTest, whatCannotBeComputedFailsAndTheRestGoesOn)
+{
+    const auto model = loadFramed("tensor<fp32, [1, 24]> y = abs(x = x);", declared);
+    EXPECT_EQ(thrownBy([&] { predictAt(*model, 7, 4); }), "the model cannot compute at length 7");
+    EXPECT_EQ(thrownBy([&] { predictAt(*model, 100, 4); }),
+              "the model cannot compute at length 100");
+    EXPECT_THROW(predictAt(*model, 7, 4), MLNoSuchLength);
+    try {
+        predictAt(*model, 6, 7);
+    } catch (const MLNoSuchLength&) {
+        ADD_FAILURE() << "the length is known";
+    } catch (const std::runtime_error&) { // NOLINT(bugprone-empty-catch): see the next line
+    }
+    EXPECT_EQ(thrownBy([&] { predictAt(*model, 6, 7); }), "7 frames do not fit into length 6");
+    EXPECT_EQ(predictAt(*model, 6, 4).front(), 1);
+}
+
+TEST_F(FewerFramesTest, aProgramWithoutAShorterFormSaysWhy)
+{
+    const auto model =
+        loadFramed("tensor<fp32, [2, 12]> y = reshape(shape = tensor<int32, [2]>([2, 12]), x = x);",
+                   MLFrames{"x", 1, "n", {7}});
+    const auto why = thrownBy([&] { predictAt(*model, 7, 4); });
+    EXPECT_NE(why.find("no shape fits"), std::string::npos) << why;
+    EXPECT_EQ(predict(*model, inputs(4)).at("y").elementCount(), 24U);
+}
+
+TEST_F(FewerFramesTest, aModelOfWhichNothingWasDeclaredKnowsItsFullLengthOnly)
+{
+    const auto model = loadFramed("tensor<fp32, [1, 24]> y = abs(x = x);", std::nullopt);
+    EXPECT_EQ(thrownBy([&] { predictAt(*model, 6, 4); }),
+              "the model was loaded for its full length only");
+    const auto strange =
+        loadFramed("tensor<fp32, [1, 24]> y = abs(x = x);", MLFrames{"z", 1, "n", {6}});
+    EXPECT_NE(thrownBy([&] { predictAt(*strange, 6, 4); }).find("no inputs 'z'"),
+              std::string::npos);
+}
+
 } // namespace vorlin::test

@@ -1,6 +1,7 @@
 // The local speech engine with a small trained model: recorded speech in, text out, through the
 // real engine process, on virtual time.
 
+#include "Parakeet/LengthProof.h"
 #include "Parakeet/ParakeetDecoding.h"
 #include "Parakeet/ParakeetTranscriber.h"
 #include "Platform/Linux/Desktop/XDGFolders.h"
@@ -126,6 +127,41 @@ TEST_F(TinySpeechTest, everyUtteranceGivesItsTokens)
         loop.runReady();
         EXPECT_EQ(tokens, utterance.tokens) << utterance.file;
         EXPECT_EQ(text, utterance.text);
+    }
+}
+
+TEST_F(TinySpeechTest, everyUtteranceGivesItsTextAtTheShortestLengthThatIsProved)
+{
+    std::shared_ptr<ParakeetLoaded> loaded;
+    LengthProof proof;
+    spawn(loop,
+          [](SimulatedLoop& turns, ParakeetSource source, LengthProof& proving,
+             std::shared_ptr<ParakeetLoaded>& into) -> Task<void> {
+              into = co_await loadParakeet(std::move(source));
+              const auto turn = [&turns] {
+                  Completion<Done> come;
+                  turns.post([completer = come.completer()] { completer.complete({}); });
+                  return come;
+              };
+              while (!proving.isDone()) {
+                  co_await proving.proveNext(*into, {}, turn);
+              }
+          }(loop, {loadedAtOnce, folders, loop, loop, tinyModel(), WorkPriority::normal, [] {}, {}},
+                                                    proof, loaded));
+    loop.runReady();
+    EXPECT_EQ(proof.result(), everyShorterLength());
+    loaded->lengths = proof.result();
+    for (const auto& utterance : spokenUtterances()) {
+        std::string text;
+        spawn(loop,
+              [](const SpokenUtterance& spoken, ParakeetLoaded& with,
+                 std::string& heard) -> Task<void> {
+                  const PredictOptions options;
+                  const auto samples = spoken.samples();
+                  heard = co_await decode(samples, with, options);
+              }(utterance, *loaded, text));
+        loop.runReady();
+        EXPECT_EQ(text, utterance.text) << utterance.file;
     }
 }
 

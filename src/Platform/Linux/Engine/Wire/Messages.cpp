@@ -14,6 +14,10 @@ Packet encode(const ControlRequest& message)
         out.put(load->threads);
         out.put(static_cast<std::uint8_t>(load->background));
         out.put(std::string_view(load->bundle));
+        out.put(std::string_view(load->frames.data));
+        out.put(load->frames.axis);
+        out.put(std::string_view(load->frames.length));
+        out.put(load->frames.lengths);
         return out.take();
     }
     const auto& stop = std::get<StopRequest>(message);
@@ -29,6 +33,7 @@ Packet encode(const ModelRequest& message)
         PacketWriter out(MessageKind::predict);
         out.put(predict->sequence);
         out.put(static_cast<std::uint8_t>(predict->background));
+        out.put(predict->frames);
         out.put(predict->memory);
         out.put(predict->outputs);
         out.put(predict->inputs);
@@ -80,6 +85,7 @@ Packet write(const FailedReply& reply)
     PacketWriter out(MessageKind::failed);
     out.put(reply.sequence);
     out.put(std::string_view(reply.text));
+    out.put(static_cast<std::uint8_t>(reply.noSuchLength));
     return out.take();
 }
 
@@ -101,6 +107,11 @@ std::optional<ControlRequest> parseControlRequest(std::span<const std::byte> pac
         load.threads = in.number<std::uint32_t>();
         load.background = in.flag();
         load.bundle = in.text();
+        load.frames.data = in.text();
+        load.frames.axis = in.number<std::uint32_t>();
+        load.frames.length = in.text();
+        load.frames.lengths = in.lengths();
+        in.require(load.frames.axis < mostAxes);
         return in.finish<ControlRequest>(std::move(load));
     }
     case MessageKind::stop: {
@@ -121,10 +132,12 @@ std::optional<ModelRequest> parseModelRequest(std::span<const std::byte> packet)
         PredictRequest predict;
         predict.sequence = in.number<std::uint64_t>();
         predict.background = in.flag();
+        predict.frames = in.number<std::int64_t>();
         predict.memory = in.number<std::uint64_t>();
         predict.outputs = in.number<std::uint64_t>();
         predict.inputs = in.tensors();
-        in.require(predict.memory <= largestMemory && predict.outputs <= largestMemory);
+        in.require(predict.frames >= 0 && predict.memory <= largestMemory &&
+                   predict.outputs <= largestMemory);
         return in.finish<ModelRequest>(std::move(predict));
     }
     case MessageKind::resume: {
@@ -167,6 +180,7 @@ std::optional<Reply> parseReply(std::span<const std::byte> packet)
         FailedReply failed;
         failed.sequence = in.number<std::uint64_t>();
         failed.text = in.text();
+        failed.noSuchLength = in.flag();
         return in.finish<Reply>(std::move(failed));
     }
     default: return std::nullopt;

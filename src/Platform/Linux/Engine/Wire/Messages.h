@@ -14,12 +14,13 @@
 namespace vorlin::engine {
 
 /// Both programs come from one build; this tells when they do not.
-inline constexpr std::uint32_t protocolVersion = 2;
+inline constexpr std::uint32_t protocolVersion = 4;
 /// No packet is larger.
 inline constexpr std::size_t largestMessage = std::size_t{64} << 10;
 inline constexpr std::size_t mostAxes = 12;
 inline constexpr std::size_t mostFeatures = 256;
 inline constexpr std::size_t longestText = 4096;
+inline constexpr std::size_t mostLengths = 16;
 /// No tensor, and no shared memory, is larger.
 inline constexpr std::uint64_t largestMemory = std::uint64_t{4} << 30;
 /// Where tensors begin in shared memory: at multiples of this.
@@ -55,6 +56,17 @@ struct Tensor {
     bool operator==(const Tensor&) const = default;
 };
 
+/// Which input holds frames along an axis, which one says how many count, and how many it may be
+/// worth computing. Without a name in `data`: none.
+struct Frames {
+    std::string data;
+    std::uint32_t axis = 0;
+    std::string length;
+    std::vector<std::int64_t> lengths;
+
+    bool operator==(const Frames&) const = default;
+};
+
 // --- From the program, on the control channel ---
 
 /// Load `bundle`, a name in the model folder. The model's own channel comes along.
@@ -64,6 +76,7 @@ struct LoadRequest {
     std::uint32_t threads = 1;
     bool background = false;
     std::string bundle;
+    Frames frames{};
 
     bool operator==(const LoadRequest&) const = default;
 };
@@ -84,6 +97,7 @@ using ControlRequest = std::variant<LoadRequest, StopRequest>;
 struct PredictRequest {
     std::uint64_t sequence = 0; // grows by one
     bool background = false;
+    std::int64_t frames = 0;  // how many to compute of those the model declares; 0: all
     std::uint64_t memory = 0; // bytes of the shared memory that comes along; 0: the one at hand
     std::uint64_t outputs = 0;
     std::vector<Tensor> inputs;
@@ -136,6 +150,8 @@ struct StoppedReply {
 struct FailedReply {
     std::uint64_t sequence = 0;
     std::string text;
+    /// The model does not know the length it was asked for, and never will.
+    bool noSuchLength = false;
 
     bool operator==(const FailedReply&) const = default;
 };

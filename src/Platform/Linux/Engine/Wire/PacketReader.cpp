@@ -88,6 +88,16 @@ std::vector<Tensor> PacketReader::tensors()
     return result;
 }
 
+std::vector<std::int64_t> PacketReader::lengths()
+{
+    std::vector<std::int64_t> result(count(mostLengths, sizeof(std::int64_t)));
+    for (auto& length : result) {
+        length = number<std::int64_t>();
+        require(length > 0);
+    }
+    return result;
+}
+
 std::vector<Feature> PacketReader::features()
 {
     std::vector<Feature> result(count(mostFeatures, smallestFeature));

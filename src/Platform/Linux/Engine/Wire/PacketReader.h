@@ -35,6 +35,7 @@ public:
     std::string text();
     std::vector<Tensor> tensors();
     std::vector<Feature> features();
+    std::vector<std::int64_t> lengths();
 
     void require(bool condition) { good = good && condition; }
 
