@@ -19,8 +19,10 @@ class ApplicationInterface final : public QDBusAbstractAdaptor {
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
 
 public:
-    ApplicationInterface(QObject& object, std::function<void()> onActivate)
-        : QDBusAbstractAdaptor(&object), onActivate(std::move(onActivate))
+    ApplicationInterface(QObject& object, std::function<void()> onActivate,
+                         std::function<void(const std::string&)> onAction)
+        : QDBusAbstractAdaptor(&object), onActivate(std::move(onActivate)),
+          onAction(std::move(onAction))
     {
     }
 
@@ -28,15 +30,16 @@ public Q_SLOTS:
     // NOLINTBEGIN(readability-identifier-naming)
     void Activate(const QVariantMap& /*platformData*/) { onActivate(); }
     void Open(const QStringList& /*uris*/, const QVariantMap& /*platformData*/) { onActivate(); }
-    void ActivateAction(const QString& /*name*/, const QVariantList& /*parameter*/,
-                        const QVariantMap& /*platformData*/) const
+    void ActivateAction(const QString& name, const QVariantList& /*parameter*/,
+                        const QVariantMap& /*platformData*/)
     {
-        // The program declares no actions.
+        onAction(name.toStdString());
     }
     // NOLINTEND(readability-identifier-naming)
 
 private:
     std::function<void()> onActivate;
+    std::function<void(const std::string&)> onAction;
 };
 
 namespace {
@@ -89,7 +92,12 @@ DBusApplication::~DBusApplication()
 
 bool DBusApplication::becomeOnlyInstance(std::function<void()> onActivate)
 {
-    new ApplicationInterface(object, std::move(onActivate)); // `object` owns it
+    const auto act = [this](const std::string& name) {
+        if (onAction) {
+            onAction(name);
+        }
+    };
+    new ApplicationInterface(object, std::move(onActivate), act); // `object` owns it
     auto bus = QDBusConnection::sessionBus();
     if (bus.isConnected()) {
         // Before the name is ours: who finds the name must find the object.

@@ -6,6 +6,8 @@
 #include <QObject>
 
 #include <functional>
+#include <string>
+#include <utility>
 
 namespace vorlin {
 
@@ -28,12 +30,20 @@ public:
 
     void quit() override;
 
+    /// Calls `action` with the name of each action that is asked for from now on, whatever it is,
+    /// on the main thread. Any program of the session can ask.
+    void setOnAction(std::function<void(const std::string& name)> action)
+    {
+        onAction = std::move(action);
+    }
+
 private:
     enum class Claim { ours, theirs, unclear };
 
     Claim claim();
 
     InstanceLock lock;
+    std::function<void(const std::string&)> onAction;
     QObject object;
 };
 

@@ -1,5 +1,7 @@
 #include "Platform/Linux/Keys/X11EventTap.h"
 
+#include "Platform/Linux/Keys/ClassicGrabs.h"
+
 #include <array>
 #include <chrono>
 #include <exception>
@@ -122,6 +124,7 @@ void X11EventTap::endSession()
     QMetaObject::invokeMethod(
         &context, [ended = std::move(session)] {}, Qt::QueuedConnection);
     session.reset();
+    isShared = false;
     setConflict(KeyConflict::none);
 }
 
@@ -136,6 +139,7 @@ void X11EventTap::reopenSession()
 
 void X11EventTap::setInterest(const KeyInterest& next)
 {
+    isShared = isShared && next.hotkey == interest.hotkey;
     interest = next;
     applyInterest();
 }
@@ -172,6 +176,19 @@ void X11EventTap::retakeSoon()
     retake();
     if (attempt < retakes.size()) {
         again = loop.startTimer(retakes.at(attempt++), [this] { retakeSoon(); });
+    } else {
+        lookForSharers();
+    }
+}
+
+void X11EventTap::lookForSharers()
+{
+    const auto& hotkey = interest.hotkey;
+    const auto key = hotkey && !hotkey->modifierOnly ? hardwareKey(hotkey->keyCode) : std::nullopt;
+    isShared = key && isGrabbedClassically(keyboard.server(), *key,
+                                           keyboard.typedLayout().modifiersFor(hotkey->modifiers));
+    if (session) {
+        setConflict(findConflict());
     }
 }
 
@@ -195,7 +212,10 @@ KeyConflict X11EventTap::findConflict() const
             return KeyConflict::hotkeyTaken;
         }
     }
-    return refused.empty() ? KeyConflict::none : KeyConflict::escapeTaken;
+    if (!refused.empty()) {
+        return KeyConflict::escapeTaken;
+    }
+    return isShared ? KeyConflict::hotkeyShared : KeyConflict::none;
 }
 
 void X11EventTap::pump()

@@ -21,7 +21,8 @@ namespace vorlin {
 /// swallowed, and the hotkey's key is not told. While a lone Alt or Super key is the hotkey and
 /// held, a silent key is posted, so that programs do not take its release for a command.
 /// Of a key that a window manager has taken in the classic way, the latest grab counts: the tap
-/// takes its keys anew after window managers did.
+/// takes its keys anew after window managers did, and tells once they are done whether one of them
+/// has the hotkey, too.
 /// `keyboard` and `loop` must outlive the tap.
 class X11EventTap final : public EventTap {
 public:
@@ -42,6 +43,7 @@ private:
     void applyInterest();
     void retake();
     void retakeSoon();
+    void lookForSharers();
     KeyConflict findConflict() const;
     void pump();
     bool step(Session& session);
@@ -55,6 +57,8 @@ private:
     X11Keyboard& keyboard;
     MainLoop& loop;
     KeyInterest interest;
+    /// Another program has the hotkey, too; known some seconds after it was taken.
+    bool isShared = false;
     std::shared_ptr<Session> session;
     std::shared_ptr<const void> watching;
     bool pumping = false;

@@ -141,6 +141,7 @@ TEST_F(DBusApplicationTest, theBusOffersTheDesktopsInterface)
     EXPECT_TRUE(hears("Open", {QStringList("file:///a"), QVariantMap()}));
     EXPECT_EQ(call(interface, "ActivateAction", {"x", QVariantList(), QVariantMap()}).type(),
               QDBusMessage::ReplyMessage);
+    EXPECT_TRUE(first->comesToSay("action x\n"));
     EXPECT_EQ(call(interface, "Activate", {"wrong"}).type(), QDBusMessage::ErrorMessage);
     const auto introspection =
         call("org.freedesktop.DBus.Introspectable", "Introspect").arguments().value(0).toString();

@@ -4,6 +4,7 @@ namespace vorlin {
 namespace {
 
 using namespace eventFlags;
+using namespace std::chrono_literals;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -64,6 +65,34 @@ TEST_F(X11TapRivalsTest, ofClassicGrabsAndOursTheLatestCounts)
     release(keys::leftAlt);
     EXPECT_EQ(monitor->presses, 2) << "which is noticed, and taken back";
     EXPECT_EQ(monitor->releases, 2);
+}
+
+TEST_F(X11TapRivalsTest, aHotkeyThatAWindowManagerHasTooIsOursAndNamedOnceTheyAreDone)
+{
+    ASSERT_TRUE(rival.grabCoreKey(keys::space, alt));
+    start(optionSpace);
+    loop.advance(2s);
+    EXPECT_EQ(eventTap.conflict().get(), KeyConflict::hotkeyShared);
+    press(keys::leftAlt);
+    tap(keys::space);
+    release(keys::leftAlt);
+    EXPECT_EQ(monitor->presses, 1);
+    eventTap.setInterest({rightOption, false});
+    EXPECT_EQ(eventTap.conflict().get(), KeyConflict::none);
+}
+
+TEST_F(X11TapRivalsTest, askingWhoElseHasAKeyTakesItFromNobody)
+{
+    start(optionSpace);
+    loop.advance(2s);
+    EXPECT_EQ(eventTap.conflict().get(), KeyConflict::none) << "our own does not count";
+    EXPECT_TRUE(rival.couldGrabCoreKey(keys::space, alt)) << "it was given back";
+    eventTap.stop();
+    ASSERT_TRUE(rival.grabCoreKey(keys::space, alt));
+    start(optionSpace);
+    loop.advance(2s);
+    TestClient third;
+    EXPECT_FALSE(third.couldGrabCoreKey(keys::space, alt)) << "theirs stays";
 }
 
 TEST_F(X11TapRivalsTest, aHotkeyLostToAClassicGrabIsTakenBackWithEveryKeyThatIsItsModifier)

@@ -1,0 +1,188 @@
+#include "Platform/Linux/Keys/SwayFocus.h"
+
+#include "Platform/Linux/Keys/PasteChords.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdlib>
+#include <vector>
+
+namespace vorlin {
+
+namespace {
+
+using nlohmann::json;
+
+/// Far beyond any screen, so that sums of such numbers are numbers.
+constexpr std::int64_t farthest = 1 << 24;
+
+const json* member(const json& object, const char* name)
+{
+    if (!object.is_object()) {
+        return nullptr;
+    }
+    const auto found = object.find(name);
+    return found == object.end() ? nullptr : &*found;
+}
+
+std::string text(const json& object, const char* name)
+{
+    const auto* value = member(object, name);
+    return value != nullptr && value->is_string() ? value->get<std::string>() : "";
+}
+
+std::optional<std::int64_t> number(const json& object, const char* name)
+{
+    const auto* value = member(object, name);
+    if (value == nullptr || !value->is_number_integer()) {
+        return std::nullopt;
+    }
+    return value->get<std::int64_t>();
+}
+
+std::optional<SwayArea> areaOf(const json& node)
+{
+    const auto* rect = member(node, "rect");
+    if (rect == nullptr) {
+        return std::nullopt;
+    }
+    SwayArea area;
+    for (const auto& [name, side] :
+         {std::pair("x", &SwayArea::x), std::pair("y", &SwayArea::y),
+          std::pair("width", &SwayArea::width), std::pair("height", &SwayArea::height)}) {
+        const auto value = number(*rect, name);
+        if (!value || std::abs(*value) > farthest) {
+            return std::nullopt;
+        }
+        area.*side = static_cast<int>(*value);
+    }
+    return area.width > 0 && area.height > 0 ? std::optional(area) : std::nullopt;
+}
+
+/// The node that has the focus; null for none. Without recursion: nobody vouches for the depth.
+const json* focusedNode(const json& tree)
+{
+    std::vector<const json*> open{&tree};
+    while (!open.empty()) {
+        const auto* node = open.back();
+        open.pop_back();
+        const auto* focused = member(*node, "focused");
+        if (focused != nullptr && *focused == json(true)) {
+            return node;
+        }
+        for (const auto* name : {"nodes", "floating_nodes"}) {
+            const auto* children = member(*node, name);
+            if (children != nullptr && children->is_array()) {
+                for (const auto& child : *children) {
+                    open.push_back(&child);
+                }
+            }
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+SwayFocus::SwayFocus(SwaySocket& socket) : socket(socket), alive(std::make_shared<int>())
+{
+    events =
+        socket.observe([this](SwayEvent event, const json& details) { follow(event, details); });
+    connection = socket.connected().observe([this](bool connected) {
+        forget();
+        asking = false;
+        if (connected) {
+            ask();
+        }
+    });
+    if (socket.connected().get()) {
+        ask();
+    }
+}
+
+PasteChord SwayFocus::pasteChord()
+{
+    return pasteChordFor(instanceName, className);
+}
+
+std::optional<std::uint64_t> SwayFocus::window()
+{
+    return id;
+}
+
+void SwayFocus::follow(SwayEvent event, const json& details)
+{
+    const auto change = text(details, "change");
+    if (event == SwayEvent::window && change == "focus") {
+        if (const auto* container = member(details, "container")) {
+            focus(*container);
+        }
+    } else if ((event == SwayEvent::window && change != "title" && change != "mark" &&
+                change != "urgent") ||
+               event == SwayEvent::workspace) {
+        // Which window has the focus then only the tree tells.
+        ask();
+    }
+}
+
+void SwayFocus::ask()
+{
+    if (asking) {
+        stale = true;
+        return;
+    }
+    asking = true;
+    stale = false;
+    socket.ask(SwayRequest::getTree, "", [this, token = std::weak_ptr(alive)](const json* answer) {
+        if (token.expired()) {
+            return;
+        }
+        asking = false;
+        if (answer == nullptr) {
+            return;
+        }
+        const auto* node = focusedNode(*answer);
+        if (node != nullptr) {
+            focus(*node);
+        } else {
+            forget();
+        }
+        if (stale) {
+            ask();
+        }
+    });
+}
+
+void SwayFocus::forget()
+{
+    id.reset();
+    instanceName.clear();
+    className.clear();
+    area.reset();
+    owner.reset();
+    onXWayland = false;
+}
+
+void SwayFocus::focus(const json& node)
+{
+    forget();
+    area = areaOf(node);
+    const auto* process =
+        member(node, "pid"); // workspaces and what only arranges windows have none
+    const auto number = vorlin::number(node, "id");
+    if (process == nullptr || !number || *number < 0) {
+        return;
+    }
+    id = static_cast<std::uint64_t>(*number);
+    if (process->is_number_integer()) {
+        owner = static_cast<pid_t>(process->get<std::int64_t>());
+    }
+    onXWayland = text(node, "shell") == "xwayland";
+    className = text(node, "app_id");
+    if (const auto* properties = member(node, "window_properties")) {
+        instanceName = text(*properties, "instance");
+        className = className.empty() ? text(*properties, "class") : className;
+    }
+}
+
+} // namespace vorlin

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "Platform/Linux/Sway/SwaySocket.h"
+#include "Ports/FocusedProgram.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <sys/types.h>
+
+namespace vorlin {
+
+/// Where something is in sway's layout of all screens, with y downwards; XWayland counts the same
+/// way while no screen is scaled.
+struct SwayArea {
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+
+    bool operator==(const SwayArea&) const = default;
+};
+
+/// The window that has the focus, as sway tells it; kept current, so that asking costs nothing.
+/// `socket` must outlive this. Main loop.
+class SwayFocus final : public FocusedProgram {
+public:
+    explicit SwayFocus(SwaySocket& socket);
+
+    PasteChord pasteChord() override;
+    std::optional<std::uint64_t> window() override;
+
+    /// Where the focused window is, or, where none has the focus, the workspace that has; nothing
+    /// when sway does not tell.
+    std::optional<SwayArea> focusedArea() const { return area; }
+
+    /// The process of the focused window's program; nothing when no window has the focus.
+    std::optional<pid_t> process() const { return owner; }
+
+    /// Whether the focused window is one of XWayland's.
+    bool isOnXWayland() const { return onXWayland; }
+
+private:
+    void follow(SwayEvent event, const nlohmann::json& details);
+    void ask();
+    void forget();
+    /// Takes over a node of the tree that has the focus.
+    void focus(const nlohmann::json& node);
+
+    SwaySocket& socket;
+    std::optional<std::uint64_t> id;
+    std::string instanceName;
+    std::string className;
+    std::optional<SwayArea> area;
+    std::optional<pid_t> owner;
+    bool onXWayland = false;
+    /// The tree is being asked for; something changed meanwhile.
+    bool asking = false;
+    bool stale = false;
+    Subscription events;
+    Subscription connection;
+    std::shared_ptr<const void> alive;
+};
+
+} // namespace vorlin
