@@ -22,6 +22,12 @@ def pytest_addoption(parser):
     parser.addoption("--forgetful-engine", type=pathlib.Path,
                      default=ROOT / "build" / "release" / "tests/desktop/libforgetful_engine.so",
                      help="what makes the engine answer nonsense that it is preloaded into")
+    parser.addoption("--person", type=pathlib.Path,
+                     default=ROOT / "build" / "release" / "tests/desktop/wayland_person",
+                     help="what presses keys in a Wayland session")
+    parser.addoption("--owner", type=pathlib.Path,
+                     default=ROOT / "build" / "release" / "tests/desktop/wayland_owner",
+                     help="what has copied something in a Wayland session")
     parser.addoption("--switching", type=pathlib.Path,
                      default=ROOT / "build" / "release" / "src/App/Linux/switching_program",
                      help="the program with a hand on its engine catalog")

@@ -73,6 +73,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         {{text.substr(0, size / 2), {input.begin() + half, input.end()}}}};
     const auto read = vorlin::snapshotOf(vorlin::restoredOffering(contents));
     expect(read.empty() || read == contents);
-    expect(vorlin::textOffering(text).secret());
+    expect(vorlin::secretOffering(text).secret());
+    expect(!vorlin::textOffering(text).secret());
     return 0;
 }

@@ -1,7 +1,8 @@
+#include "App/Linux/DictationActions.h"
+#include "App/Linux/LinuxDesktop.h"
 #include "App/Linux/LinuxOverlay.h"
 #include "App/Linux/LinuxServices.h"
 #include "App/Linux/LinuxSettings.h"
-#include "App/Linux/X11Desktop.h"
 #include "App/Shared/Program.h"
 #include "App/Shared/QtSetUp.h"
 #include "Platform/Linux/Desktop/DBusApplication.h"
@@ -15,12 +16,22 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <optional>
+
+#include <sys/time.h>
+#include <unistd.h>
 
 namespace {
 
 constexpr const char* noDisplay =
     "vorlin: no X11 display with XInput 2.2 and XTEST can be reached.\n";
+constexpr const char* noXWayland =
+    "vorlin: no XWayland can be reached; in a Wayland session it shows what there is to see.\n";
+
+/// What this start follows, in seconds of the clock that goes on while the machine sleeps.
+constexpr const char* restartVariable = "VORLIN_RESTARTED";
+constexpr std::chrono::seconds restartPause{10};
 
 /// The keys work and the tray has its symbol first; loading the overlay's view holds up the loop.
 constexpr std::chrono::milliseconds untilTheView{100};
@@ -44,13 +55,69 @@ void endWithOneLine(QtMsgType type, const QMessageLogContext& /*context*/, const
     }
 }
 
-int run(char* argv[])
+/// Takes this process's place with a new start; returns where the one before was so short ago that
+/// the next display would not last either.
+void startAgain(char* argv[])
+{
+    const itimerval never{};
+    ::setitimer(ITIMER_REAL, &never, nullptr); // the deadline of this start's end is no other's
+    timespec now{};
+    ::clock_gettime(CLOCK_BOOTTIME, &now);
+    const auto before = vorlin::processEnvironment()(restartVariable);
+    const auto passed = before ? now.tv_sec - std::atoll(before->c_str()) : -1;
+    if (passed < 0 || passed > restartPause.count()) { // less than none: the machine was restarted
+        qputenv(restartVariable, QByteArray::number(static_cast<qlonglong>(now.tv_sec)));
+        ::execv("/proc/self/exe", argv);
+    }
+}
+
+/// For when Qt notices the display's end first: it calls exit() then, out of the main loop or
+/// while it is tidied up.
+struct LastResort {
+    char** argv = nullptr;
+    /// While there are any.
+    vorlin::LinuxDesktop* desktop = nullptr;
+    vorlin::AppModel* model = nullptr;
+    /// The program has noticed by itself.
+    bool again = false;
+};
+LastResort lastResort;
+
+/// Sees to it that the clipboard stays as it is to be.
+void leaveInHaste()
+{
+    lastResort.model->leaveInHaste();
+    lastResort.desktop->leaveInHaste();
+}
+
+void exitCalled()
+{
+    if (lastResort.desktop != nullptr && lastResort.desktop->outlivesDisplay()) {
+        leaveInHaste();
+        lastResort.again = true;
+    }
+    if (lastResort.again) {
+        startAgain(lastResort.argv);
+    }
+}
+
+struct End {
+    int status = 0;
+    /// The display is gone and the session is not: another display comes in its place.
+    bool again = false;
+};
+
+End run(char* argv[])
 {
     using namespace vorlin;
 
+    const bool inWayland = processEnvironment()("WAYLAND_DISPLAY").has_value();
     if (!reachesDisplay()) {
-        std::fputs(noDisplay, stderr);
-        return 1;
+        std::fputs(inWayland ? noXWayland : noDisplay, stderr);
+        return {.status = 1};
+    }
+    if (inWayland) {
+        qputenv("QT_QPA_PLATFORM", "xcb"); // a window of Qt's there would take the focus
     }
     const QuitDeadline deadline(quitLimit);
     setUpQt();
@@ -62,31 +129,51 @@ int run(char* argv[])
     DBusApplication application(environment);
     Program program(application);
     if (!program.isOnly()) {
-        return 0;
+        return {};
     }
 
     LinuxServices services(environment);
-    X11Desktop desktop(services, environment);
-    if (!desktop.hasDisplay().get()) {
+    const auto desktop = desktopOf(services, environment);
+    if (!desktop->hasDisplay().get()) {
         std::fputs(noDisplay, stderr);
-        return 1;
+        return {.status = 1};
     }
-    const auto displayWatch =
-        desktop.hasDisplay().observe([&application](bool) { application.quit(); });
+    bool displayGone = false;
+    const auto endWatch = desktop->watchEnd([&] {
+        displayGone = true;
+        application.quit();
+    });
 
-    VorlinApp app(desktop.ports(), program.quit());
+    VorlinApp app(desktop->ports(), program.quit());
     AppModel& model = app.model();
-    const LinuxSettings settings(app.settings, model, desktop.ports(), services.appearance,
+    lastResort.desktop = desktop.get();
+    lastResort.model = &model;
+    // What is registered last is called first: what Qt has made so far is still there then.
+    std::atexit(exitCalled);
+    followActions(application, model);
+    const LinuxSettings settings(app.settings, model, desktop->ports(), services.appearance,
                                  program.quit());
     std::optional<LinuxOverlay> overlay;
-    return program.run(app.settings, untilTheView, [&] {
-        overlay.emplace(desktop.panel(), services.appearance, *model.hud.model());
+    const int status = program.run(app.settings, untilTheView, [&] {
+        overlay.emplace(desktop->panel(), services.appearance, *model.hud.model());
     });
+    lastResort.again = displayGone && desktop->outlivesDisplay();
+    if (lastResort.again) {
+        leaveInHaste(); // Qt may yet end the process while it is tidied up
+    }
+    lastResort.desktop = nullptr;
+    lastResort.model = nullptr;
+    return {.status = status, .again = lastResort.again};
 }
 
 } // namespace
 
 int main(int /*argc*/, char* argv[])
 {
-    vorlin::endProcess(run(argv));
+    lastResort.argv = argv;
+    const End end = run(argv);
+    if (end.again) {
+        startAgain(argv);
+    }
+    vorlin::endProcess(end.status);
 }

@@ -1,5 +1,7 @@
 #include "Platform/Linux/Overlay/X11OverlayPanel.h"
 
+#include "Platform/Linux/Overlay/X11OverlayWindow.h"
+
 #include <algorithm>
 #include <chrono>
 #include <utility>
@@ -13,8 +15,15 @@ constexpr std::int64_t frameNs = 1'000'000'000 / 60;
 
 } // namespace
 
-X11OverlayPanel::X11OverlayPanel(const X11Screens& screens)
-    : screens(screens), window([this] { frameSoon(); })
+X11OverlayPanel::X11OverlayPanel(const X11Screens& screens) : X11OverlayPanel(screens, inDisplay) {}
+
+std::unique_ptr<OverlayWindow> X11OverlayPanel::inDisplay(std::function<void()> showAgain)
+{
+    return std::make_unique<X11OverlayWindow>(std::move(showAgain));
+}
+
+X11OverlayPanel::X11OverlayPanel(const X11Screens& screens, const MakeWindow& makeWindow)
+    : screens(screens), window(makeWindow([this] { frameSoon(); }))
 {
     fade.setStartValue(0.0);
     fade.setEndValue(0.0);
@@ -66,11 +75,11 @@ void X11OverlayPanel::order(Order order)
 {
     visible = order == Order::front;
     if (visible) {
-        window.raise();
+        window->raise();
         frameSoon();
     } else {
         nextFrame.stop();
-        window.hide();
+        window->hide();
     }
 }
 
@@ -117,8 +126,8 @@ void X11OverlayPanel::showFrame()
     }
     sinceLastFrame.start();
     // A frame is seen until the next one: what appears is there with the first.
-    window.show(draw({place.width, place.height}, scale), alphaAfter(frameNs / 1'000'000), place.x,
-                place.y);
+    window->show(draw({place.width, place.height}, scale), alphaAfter(frameNs / 1'000'000), place.x,
+                 place.y);
 }
 
 } // namespace vorlin

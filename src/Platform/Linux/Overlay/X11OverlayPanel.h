@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Linux/Overlay/X11OverlayWindow.h"
+#include "Platform/Linux/Overlay/OverlayWindow.h"
 #include "Platform/Linux/Overlay/X11Screens.h"
 #include "Ports/DevicePixels.h"
 #include "Ports/OverlayPanel.h"
@@ -11,6 +11,7 @@
 #include <QVariantAnimation>
 
 #include <functional>
+#include <memory>
 
 namespace vorlin {
 
@@ -23,8 +24,16 @@ public:
     /// pixels to a point.
     using Draw = std::function<const QImage&(const QSize&, double)>;
 
-    /// `screens` must outlive this object.
+    /// Makes the window, which calls what it is given when its picture must be shown again.
+    using MakeWindow = std::function<std::unique_ptr<OverlayWindow>(std::function<void()>)>;
+
+    /// Makes one of the X11 display.
+    static std::unique_ptr<OverlayWindow> inDisplay(std::function<void()> showAgain);
+
+    /// Shows a window of the X11 display. `screens` must outlive this object.
     explicit X11OverlayPanel(const X11Screens& screens);
+    /// Shows another window, which stands where one of the X11 display would.
+    X11OverlayPanel(const X11Screens& screens, const MakeWindow& makeWindow);
 
     /// Until there is one, nothing is shown.
     void setContent(Draw draw);
@@ -47,7 +56,7 @@ private:
     double alphaAfter(std::int64_t milliseconds) const;
 
     const X11Screens& screens;
-    X11OverlayWindow window;
+    const std::unique_ptr<OverlayWindow> window;
     Draw draw;
     DeviceRect place;
     double scale = 1;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/Linux/Overlay/OverlayWindow.h"
 #include "Platform/Linux/Overlay/VisibleArea.h"
 #include "Platform/Linux/X11/X11Atoms.h"
 #include "Platform/Linux/X11/X11Connection.h"
@@ -14,22 +15,16 @@ namespace vorlin {
 /// the focus and the pointer never get to see: it asks no window manager for anything, so none
 /// can move, frame or focus it. Translucent where a compositor runs; where none does, an opaque
 /// shape with clean edges. Main thread. Without a display every call does nothing.
-class X11OverlayWindow {
+class X11OverlayWindow final : public OverlayWindow {
 public:
     /// `onCompositorChanged` is called when a compositor came or went: show the picture again.
     explicit X11OverlayWindow(std::function<void()> onCompositorChanged);
-    X11OverlayWindow(const X11OverlayWindow&) = delete;
-    X11OverlayWindow& operator=(const X11OverlayWindow&) = delete;
-    ~X11OverlayWindow();
+    ~X11OverlayWindow() override;
 
-    /// Shows `picture` (premultiplied) at `alpha` (0 to 1) with its top left corner at (x, y),
-    /// and the window if it is hidden. Only what has changed is sent.
-    void show(const QImage& picture, double alpha, int x, int y);
-
-    void hide();
-
-    /// Above every other window.
-    void raise();
+    /// Only what has changed is sent.
+    void show(const QImage& picture, double alpha, int x, int y) override;
+    void hide() override;
+    void raise() override;
 
 private:
     /// The display's format for windows with an alpha channel, else that of its root window.

@@ -28,8 +28,11 @@ struct Offering {
 /// The target by which contents ask clipboard managers to leave them alone.
 inline constexpr std::string_view secrecyHint = "x-kde-passwordManagerHint";
 
-/// `text` under all names by which programs ask for text, and the mark of a secret.
+/// `text` under all names by which programs ask for text.
 Offering textOffering(const std::string& text);
+
+/// The same, and the mark of a secret.
+Offering secretOffering(const std::string& text);
 
 /// What was read in a snapshot, as it was. X11 knows one item: further ones add what the first
 /// lacks. Names that no snapshot has, and data of no whole number of elements, are left out.

@@ -22,12 +22,12 @@ std::string processName(std::uint32_t process)
 
 bool isClipboardManager(std::string_view processName)
 {
-    static constexpr std::array<std::string_view, 34> names = {
+    static constexpr std::array<std::string_view, 36> names = {
         // Programs for nothing else.
         "klipper", "copyq", "xfce4-clipman", "panel-clipman", "clipman", "parcellite", "clipit",
         "diodon", "gpaste-daemon", "clipmenud", "clipcatd", "greenclip", "cliphist", "clipse",
         "qlipper", "glipper", "pasteit", "xclipboard", "autocutsel", "cutsel", "ringboard-x11",
-        "lxqt-clipboard",
+        "lxqt-clipboard", "wl-paste", "wl-clip-persist",
         // Parts of a desktop that keep the clipboard.
         "plasmashell", "gnome-shell", "gsd-clipboard", "csd-clipboard", "msd-clipboard",
         "mate-settings-d", "cinnamon-settin",

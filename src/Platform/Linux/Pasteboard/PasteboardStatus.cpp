@@ -27,6 +27,12 @@ std::uint64_t PasteboardStatus::writing(std::size_t selection)
     return ++selections[selection].newest;
 }
 
+bool PasteboardStatus::isNewest(std::size_t selection, std::uint64_t number) const
+{
+    const std::scoped_lock guard(lock);
+    return selections[selection].newest == number;
+}
+
 void PasteboardStatus::became(std::size_t selection, std::uint64_t number, PasteboardUse use)
 {
     const std::scoped_lock guard(lock);

@@ -30,6 +30,9 @@ public:
     /// below name them; contents that are not the newest are no longer of interest.
     std::uint64_t writing(std::size_t selection);
 
+    /// Whether nothing of ours has been written since contents `number`.
+    bool isNewest(std::size_t selection, std::uint64_t number) const;
+
     /// What became of contents `number`. What has been replaced stays so.
     void became(std::size_t selection, std::uint64_t number, PasteboardUse use);
 

@@ -36,9 +36,24 @@ void SnapshotCollector::add(std::string type, std::vector<std::uint8_t> bytes)
     gathered.front().insert_or_assign(std::move(type), std::move(bytes));
 }
 
+void SnapshotCollector::list(std::vector<std::string> listed)
+{
+    const std::scoped_lock guard(lock);
+    if (!done) {
+        names = std::move(listed);
+    }
+}
+
+std::vector<std::string> SnapshotCollector::listed() const
+{
+    const std::scoped_lock guard(lock);
+    return names;
+}
+
 void SnapshotCollector::startAnew()
 {
     const std::scoped_lock guard(lock);
+    names.clear();
     gathered.clear();
 }
 

@@ -21,6 +21,11 @@ public:
 
     void add(std::string type, std::vector<std::uint8_t> bytes);
 
+    /// The names of everything that the owner says it has.
+    void list(std::vector<std::string> names);
+    /// None where it has not said so.
+    std::vector<std::string> listed() const;
+
     /// Drops what has been added: it belongs to contents that are no longer there.
     void startAnew();
 
@@ -33,6 +38,7 @@ private:
     mutable std::mutex lock;
     bool done = false;
     PasteboardSnapshot gathered;
+    std::vector<std::string> names;
     std::vector<Completer<PasteboardSnapshot>> waiters;
     Timer limit;
 };

@@ -183,6 +183,7 @@ void SnapshotJob::list(const PropertyValue& targets)
         return readingOrder(one.name) < readingOrder(other.name);
     });
     usualTextListed = true;
+    collector->list(names);
 }
 
 void SnapshotJob::listUsualText()

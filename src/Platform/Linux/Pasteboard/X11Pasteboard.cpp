@@ -7,6 +7,8 @@
 #include "Platform/Linux/Pasteboard/SelectionThread.h"
 #include "Platform/Linux/Pasteboard/SnapshotCollector.h"
 
+#include <utility>
+
 namespace vorlin {
 
 using namespace std::chrono_literals;
@@ -38,6 +40,7 @@ Completion<PasteboardSnapshot> X11Pasteboard::snapshot(PasteSource source)
     const auto waiter = read.completer();
     const auto collector = std::make_shared<SnapshotCollector>();
     collector->addWaiter(waiter);
+    latest[selectionIndex(source)] = collector;
     // The thread ends it a little before its time; the loop, should the thread be held up.
     const Deadline deadline = std::chrono::steady_clock::now() + limits.time * 9 / 10;
     collector->keepUntilFinished(
@@ -47,6 +50,12 @@ Completion<PasteboardSnapshot> X11Pasteboard::snapshot(PasteSource source)
             client.read(selection, collector, waiter, bytes, deadline);
         });
     return read;
+}
+
+std::vector<std::string> X11Pasteboard::targets(PasteSource source) const
+{
+    const auto& collector = latest[selectionIndex(source)];
+    return collector ? collector->listed() : std::vector<std::string>{};
 }
 
 std::int64_t X11Pasteboard::changeCount(PasteSource source) const
@@ -70,10 +79,20 @@ void X11Pasteboard::replace(PasteSource source, const PasteboardSnapshot& conten
 
 void X11Pasteboard::setString(PasteSource source, const std::string& text)
 {
+    put(source, secretOffering(text));
+}
+
+void X11Pasteboard::copyString(PasteSource source, const std::string& text)
+{
+    put(source, textOffering(text));
+}
+
+void X11Pasteboard::put(PasteSource source, Offering offering)
+{
     const std::size_t selection = selectionIndex(source);
     const std::uint64_t number = status->writing(selection);
     thread->run(
-        [=, offering = textOffering(text)](SelectionClient& client) {
+        [=, offering = std::move(offering)](SelectionClient& client) {
             client.write(selection, offering, number, Displace::whatever);
         },
         writePatience);

@@ -3,12 +3,17 @@
 #include "Async/MainLoop.h"
 #include "Ports/Pasteboard.h"
 
+#include <array>
 #include <chrono>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace vorlin {
 
+struct Offering;
 class PasteboardStatus;
+class SnapshotCollector;
 class SelectionThread;
 
 /// The X11 selections CLIPBOARD and PRIMARY, through a connection and a thread of their own.
@@ -18,7 +23,8 @@ class SelectionThread;
 ///   the same bytes, type and format. There is one item.
 /// - What is not data is left out of a snapshot: questions (TARGETS, TIMESTAMP, ...), commands
 ///   (DELETE, INSERT_...), and handles that are the owner's only (PIXMAP, WINDOW, ...).
-/// - `replace` and `setString` have taken effect when they return: the server has confirmed that
+/// - `replace`, `setString` and `copyString` have taken effect when they return: the server has
+/// confirmed that
 ///   the selection is ours, so that a paste made next gets the text. They wait for that one round
 ///   trip, usually a fraction of a millisecond, at most 500 ms; a server slower than that
 ///   finds the request waiting, before any paste it has not delivered yet.
@@ -48,15 +54,23 @@ public:
     ~X11Pasteboard() override;
 
     Completion<PasteboardSnapshot> snapshot(PasteSource source) override;
+    /// The names of all targets that the owner listed for the latest snapshot; none where it has
+    /// listed none so far.
+    std::vector<std::string> targets(PasteSource source) const;
     std::int64_t changeCount(PasteSource source) const override;
     void replace(PasteSource source, const PasteboardSnapshot& contents) override;
     void setString(PasteSource source, const std::string& text) override;
+    void copyString(PasteSource source, const std::string& text) override;
     PasteboardUse use(PasteSource source) const override;
 
 private:
+    void put(PasteSource source, Offering offering);
+
     MainLoop& loop;
     const Limits limits;
     const std::shared_ptr<PasteboardStatus> status;
+    /// Of the clipboard and of the primary selection.
+    std::array<std::shared_ptr<SnapshotCollector>, 2> latest;
     const std::unique_ptr<SelectionThread> thread;
 };
 

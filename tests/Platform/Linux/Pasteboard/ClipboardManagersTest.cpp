@@ -47,7 +47,7 @@ protected:
 TEST(ClipboardManagerNames, areThoseOfTheProgramsAndNoOthers)
 {
     for (const char* name : {"klipper", "copyq", "xfce4-clipman", "parcellite", "plasmashell",
-                             "panel-8-clipman", "gnome-shell"}) {
+                             "panel-8-clipman", "gnome-shell", "wl-paste", "wl-clip-persist"}) {
         EXPECT_TRUE(isClipboardManager(name)) << name;
     }
     for (const char* name : {"", "xterm", "gedit", "firefox-esr", "konsole", "xclip"}) {

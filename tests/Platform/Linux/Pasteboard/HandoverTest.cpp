@@ -72,6 +72,15 @@ TEST_F(Handover, secretsAreNotHandedOver)
     EXPECT_EQ(manager.asked("SAVE_TARGETS"), 0);
 }
 
+TEST_F(Handover, aTextThatWasCopiedForGoodIsHandedOver)
+{
+    const ScriptedOwner manager([](ScriptedOwner&, const ScriptedOwner::Request&) {},
+                                "CLIPBOARD_MANAGER");
+    pasteboard->copyString(clipboard, "dictated");
+    pasteboard.reset();
+    EXPECT_TRUE(manager.awaitAsked("SAVE_TARGETS"));
+}
+
 TEST_F(Handover, contentsOfOthersAreNotOursToHandOver)
 {
     const ScriptedOwner manager([](ScriptedOwner&, const ScriptedOwner::Request&) {},

@@ -1,3 +1,4 @@
+#include "Platform/Linux/Pasteboard/Offering.h"
 #include "Platform/Linux/Pasteboard/PasteboardFixture.h"
 
 #include <algorithm>
@@ -31,6 +32,16 @@ TEST_F(OfferedText, isThereWhenSetStringReturns)
         EXPECT_NE(pasteboard->changeCount(clipboard), before);
         EXPECT_EQ(reader.text(), text);
     }
+}
+
+TEST_F(OfferedText, thatIsCopiedForGoodBearsNoMarkAndOneToBePastedDoes)
+{
+    ScriptedReader reader;
+    pasteboard->setString(clipboard, "pasted");
+    EXPECT_TRUE(reader.read(std::string(secrecyHint)));
+    pasteboard->copyString(clipboard, "copied");
+    EXPECT_EQ(reader.text(), "copied");
+    EXPECT_FALSE(reader.read(std::string(secrecyHint)));
 }
 
 TEST_F(OfferedText, doesNotLookLikeAnotherProgramsCopy)
