@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Linux/Desktop/BusName.h"
+#include "Platform/Linux/Portal/BusName.h"
 
 #include <QDBusMessage>
 #include <QDBusObjectPath>

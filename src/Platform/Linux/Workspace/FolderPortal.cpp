@@ -2,7 +2,6 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QGuiApplication>
@@ -15,10 +14,7 @@ namespace vorlin {
 
 namespace {
 
-const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString chooser = QStringLiteral("org.freedesktop.portal.FileChooser");
-const QString requestInterface = QStringLiteral("org.freedesktop.portal.Request");
 /// The first that lets a person choose a folder.
 constexpr uint neededVersion = 3;
 
@@ -34,14 +30,25 @@ QString focusedWindow()
     return window == nullptr ? QString() : "x11:" + QString::number(window->winId(), 16);
 }
 
+FolderPortal::Answer chosen(const PortalAnswer& answer)
+{
+    const auto uris = answer.results.value("uris").toStringList();
+    if (answer.end == PortalAnswer::End::refused) {
+        return FolderPortal::Missing{};
+    }
+    if (!answer.succeeded() || uris.isEmpty()) {
+        return FolderPortal::Chosen();
+    }
+    const auto path = QUrl(uris.front()).toLocalFile().toStdString();
+    if (path.empty()) {
+        return FolderPortal::Unusable{"This folder is not on this computer."};
+    }
+    return FolderPortal::Chosen(path);
+}
+
 } // namespace
 
-FolderPortal::FolderPortal()
-{
-    connect(&watch, &QDBusServiceWatcher::serviceUnregistered, this, [this] {
-        finish(Chosen()); // it took the dialog along
-    });
-}
+FolderPortal::FolderPortal() : request(bus()) {}
 
 void FolderPortal::choose(const std::string& title, const std::string& prompt,
                           std::function<void(Answer)> next)
@@ -50,7 +57,7 @@ void FolderPortal::choose(const std::string& title, const std::string& prompt,
     whenDone = std::move(next);
     const Question question{focusedWindow(), QString::fromStdString(title),
                             QString::fromStdString(prompt)};
-    auto message = QDBusMessage::createMethodCall(service, portalPath,
+    auto message = QDBusMessage::createMethodCall(portals::service, portals::path,
                                                   "org.freedesktop.DBus.Properties", "Get");
     message << chooser << "version";
     auto* answer = new QDBusPendingCallWatcher(bus().asyncCall(message), this);
@@ -71,88 +78,21 @@ void FolderPortal::choose(const std::string& title, const std::string& prompt,
 
 void FolderPortal::open(const Question& question)
 {
-    const auto token = "vorlin" + QString::number(generation);
-    auto sender = bus().baseService().mid(1);
-    sender.replace('.', '_');
-    // Ahead of the call: the answer may come before its reply.
-    follow(portalPath + "/request/" + sender + "/" + token);
-    watch.setConnection(bus());
-    watch.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
-    watch.setWatchedServices({service});
-    auto message = QDBusMessage::createMethodCall(service, portalPath, chooser, "OpenFile");
-    message << question.parent << question.title
-            << QVariantMap{{"handle_token", token},
-                           {"accept_label", question.prompt},
-                           {"directory", true},
-                           {"modal", true}};
-    auto* answer = new QDBusPendingCallWatcher(bus().asyncCall(message), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this,
-            [this, mine = generation](QDBusPendingCallWatcher* done) {
-                done->deleteLater();
-                const QDBusPendingReply<QDBusObjectPath> reply = *done;
-                if (mine != generation) {
-                    return;
-                }
-                if (reply.isError()) {
-                    finish(Missing{});
-                } else {
-                    follow(reply.value().path());
-                }
-            });
-}
-
-void FolderPortal::follow(const QString& path)
-{
-    if (path == request) {
-        return;
-    }
-    const auto connectTo = [this](const QString& which, bool connected) {
-        if (which.isEmpty()) {
-            return;
-        }
-        if (connected) {
-            bus().connect(service, which, requestInterface, "Response", this,
-                          SLOT(responded(uint, QVariantMap)));
-        } else {
-            bus().disconnect(service, which, requestInterface, "Response", this,
-                             SLOT(responded(uint, QVariantMap)));
-        }
-    };
-    connectTo(std::exchange(request, path), false);
-    connectTo(request, true);
-}
-
-void FolderPortal::responded(uint response, const QVariantMap& results)
-{
-    const auto uris = results.value("uris").toStringList();
-    if (response != 0 || uris.isEmpty()) {
-        finish(Chosen());
-        return;
-    }
-    const auto path = QUrl(uris.front()).toLocalFile().toStdString();
-    if (path.empty()) {
-        finish(Unusable{"This folder is not on this computer."});
-    } else {
-        finish(Chosen(path));
-    }
+    request.send(chooser, "OpenFile", {question.parent, question.title},
+                 {{"accept_label", question.prompt}, {"directory", true}, {"modal", true}},
+                 [this](const PortalAnswer& answer) { finish(chosen(answer)); });
 }
 
 void FolderPortal::cancel()
 {
     whenDone = nullptr;
-    if (!request.isEmpty()) {
-        auto message = QDBusMessage::createMethodCall(service, request, requestInterface, "Close");
-        message.setAutoStartService(false);
-        bus().asyncCall(message);
-    }
-    finish(Chosen());
+    request.close();
+    ++generation;
 }
 
 void FolderPortal::finish(const Answer& answer)
 {
     ++generation;
-    follow({});
-    watch.setWatchedServices({});
     if (const auto done = std::exchange(whenDone, nullptr)) {
         done(answer);
     }

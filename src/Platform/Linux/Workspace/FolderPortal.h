@@ -1,8 +1,9 @@
 #pragma once
 
-#include <QDBusServiceWatcher>
+#include "Platform/Linux/Portal/PortalRequest.h"
+
 #include <QObject>
-#include <QVariantMap>
+#include <QString>
 
 #include <filesystem>
 #include <functional>
@@ -15,8 +16,6 @@ namespace vorlin {
 /// The desktop's own dialog for choosing a folder: org.freedesktop.portal.FileChooser. Main loop;
 /// waits for nothing.
 class FolderPortal final : public QObject {
-    Q_OBJECT
-
 public:
     /// The desktop has no such dialog.
     struct Missing {};
@@ -38,9 +37,6 @@ public:
     /// Closes the dialog that is open; its `whenDone` is not called any more.
     void cancel();
 
-private Q_SLOTS:
-    void responded(uint response, const QVariantMap& results);
-
 private:
     struct Question {
         /// The window that waits for the answer, as portals name it; empty for none.
@@ -49,15 +45,13 @@ private:
         QString prompt;
     };
     void open(const Question& question);
-    void follow(const QString& path);
     void finish(const Answer& answer);
 
     std::function<void(Answer)> whenDone;
-    /// The object of the dialog that is open.
-    QString request;
+    /// The dialog that is open.
+    PortalRequest request;
     /// Counts dialogs: an answer that belongs to an earlier one is dropped.
     int generation = 0;
-    QDBusServiceWatcher watch;
 };
 
 } // namespace vorlin

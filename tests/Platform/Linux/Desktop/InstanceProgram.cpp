@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 
 #include <cstdio>
+#include <string>
 
 namespace {
 
@@ -21,6 +22,7 @@ int main(int argc, char** argv)
 {
     const QCoreApplication qt(argc, argv);
     vorlin::DBusApplication application(vorlin::processEnvironment());
+    application.setOnAction([](const std::string& name) { say(("action " + name).c_str()); });
     const vorlin::QuitSignals quitSignals([&] {
         say("quitting");
         application.quit();

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "Async/MainLoop.h"
+#include "Hotkey.h"
+#include "Platform/Linux/Portal/HostRegistry.h"
+#include "Platform/Linux/Portal/PortalEventTap.h"
+#include "Platform/Linux/Portal/PortalKey.h"
+#include "Platform/Linux/Portal/PortalMemory.h"
+#include "Platform/Linux/Portal/RemoteDesktopPoster.h"
+#include "Ports/Defaults.h"
+#include "Ports/EventTap.h"
+#include "Ports/KeyPoster.h"
+
+#include <QDBusConnection>
+
+#include <string>
+
+namespace vorlin {
+
+/// What the portals let this program do with keys, once the person agrees: watch the dictation key
+/// and Escape, press the chord. Main loop; waits for nothing.
+class PortalAccess {
+public:
+    /// The names of the desktop entries that the program's questions are asked under: some desktops
+    /// keep one list of keys for each.
+    static constexpr const char* appId = "org.vorlin.Vorlin";
+    static constexpr const char* escapeAppId = "org.vorlin.Vorlin.Escape";
+
+    /// Both buses are connections that nothing else is asked on. What the person answers is kept in
+    /// `state`, apart for each `desktop`. The ports must outlive this object.
+    PortalAccess(const QDBusConnection& bus, const QDBusConnection& escapeBus, Defaults& state,
+                 const std::string& desktop, MainLoop& loop);
+
+    EventTap& eventTap() { return tap; }
+    KeyPoster& keyPoster() { return poster; }
+
+    /// Whether there are portals for key and chord, and the person has not said no to one, nor
+    /// would have to be asked.
+    bool isGranted() const;
+
+    /// Has the desktop ask the person for what is not granted: `hotkey`, the chord, Escape, one
+    /// after the other.
+    void ask(const Hotkey& hotkey);
+
+    /// What triggers the dictation key, in the words of the desktop; empty while none is watched.
+    const Published<std::string, PortalKey>& trigger() const { return hotkey.trigger(); }
+
+private:
+    PortalMemory memory;
+    HostRegistry registry;
+    HostRegistry escapeRegistry;
+    PortalKey hotkey;
+    PortalKey escape;
+    PortalEventTap tap;
+    RemoteDesktopPoster poster;
+};
+
+} // namespace vorlin

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "Async/MainLoop.h"
+#include "Platform/Linux/Portal/PortalKey.h"
+#include "Ports/EventTap.h"
+
+#include <functional>
+#include <optional>
+
+namespace vorlin {
+
+/// The keyboard as the portals show it: the dictation key, and Escape while a dictation runs, each
+/// under an app id of its own. A key that is told of is always swallowed. What the person would
+/// have to be asked first is not watched, and `start` asks nobody. Main loop.
+///
+/// A desktop may tell of a release that was another key's, or never tell of one.
+class PortalEventTap final : public EventTap {
+public:
+    /// Both must outlive this object, which is told of their keys from its first `start` on.
+    PortalEventTap(PortalKey& hotkey, PortalKey& escape, MainLoop& loop);
+    PortalEventTap(const PortalEventTap&) = delete;
+    PortalEventTap& operator=(const PortalEventTap&) = delete;
+    ~PortalEventTap() override;
+
+    bool start(Handler handler) override;
+    void stop() override;
+    void enable() override {}
+    void setInterest(const KeyInterest& interest) override;
+    bool typesCharacters(std::uint16_t /*keyCode*/) override { return false; }
+    /// Ordinary keys: modifiers alone make no shortcut.
+    KeyWatch watchable(const Hotkey& hotkey) const override;
+    bool losesReleases() const override { return true; }
+
+    /// Whether the portals are there, and the hotkey that was wanted last needs no question.
+    bool isGranted() const;
+
+    /// What the portals tell of the hotkey and of Escape.
+    void hotkeyPressed(bool again);
+    void hotkeyReleased();
+    void escapePressed();
+
+    /// The shortcut that stands for a hotkey; nothing where it makes none.
+    static std::optional<WantedShortcut> shortcutFor(const Hotkey& hotkey);
+    static WantedShortcut escapeShortcut();
+
+private:
+    void updateConflict();
+    void tell(KeyEventType type, const KeyEvent& event);
+
+    PortalKey& hotkey;
+    PortalKey& escape;
+    MainLoop& loop;
+    Handler handler;
+    KeyInterest interest;
+    std::optional<Hotkey> lastHotkey;
+    /// When the hotkey was told of last.
+    TimePoint lastTold;
+    Subscription hotkeyChanges;
+    Subscription escapeChanges;
+};
+
+} // namespace vorlin

@@ -1,0 +1,93 @@
+#pragma once
+
+#include "Async/Published.h"
+#include "Platform/Linux/Portal/HostRegistry.h"
+#include "Platform/Linux/Portal/PortalMemory.h"
+#include "Platform/Linux/Portal/PortalRequest.h"
+#include "Ports/KeyPoster.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QObject>
+#include <QString>
+#include <QTimer>
+#include <QVariantMap>
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+
+namespace vorlin {
+
+/// Presses keys through org.freedesktop.portal.RemoteDesktop. The person is asked once, and what
+/// the portal gives for it then opens each later session without a question. A session is open
+/// from `prepare` to `rest` only: the desktop shows the person one that is. Keys go by what they
+/// type, so that the layout does not matter. Main loop; waits for nothing.
+///
+/// A desktop may add to a chord the modifiers that the person holds.
+class RemoteDesktopPoster final : public QObject, public KeyPoster {
+    Q_OBJECT
+
+public:
+    /// What is known of the portal.
+    enum class Access {
+        unknown,
+        missing,
+        unasked,
+        refused,
+        granted,
+    };
+
+    /// All must outlive this object; `registry` is the one of the same connection. A session that
+    /// needs no question opens within `patience`.
+    RemoteDesktopPoster(const QDBusConnection& bus, const HostRegistry& registry,
+                        PortalMemory& memory,
+                        std::chrono::milliseconds patience = std::chrono::seconds(5));
+    ~RemoteDesktopPoster() override;
+
+    void prepare() override;
+    void rest() override;
+    KeyReadiness readiness() const override;
+    void post(std::uint16_t keyCode, bool keyDown, std::uint64_t flags) override;
+
+    /// Lets the desktop ask the person, unless it was allowed already; `answered` is called once
+    /// that is settled.
+    void ask(std::function<void()> answered);
+
+    const Published<Access, RemoteDesktopPoster>& access() const { return allowed; }
+
+private Q_SLOTS:
+    void closed(const QDBusMessage& message);
+
+private:
+    enum class Stage { closed, opening, open };
+
+    void look();
+    void remember();
+    void open();
+    void selectDevices();
+    void startSession();
+    void started(const PortalAnswer& answer);
+    void takeBack();
+    void fail(bool byThePerson);
+    void close();
+    void forget();
+    void listen(bool on);
+    void notify(std::uint32_t symbol, bool down);
+    void answer();
+
+    QDBusConnection bus;
+    const HostRegistry& registry;
+    PortalMemory& memory;
+    PortalRequest request;
+    Stage stage = Stage::closed;
+    QString session;
+    std::function<void()> whenAnswered;
+    /// Whether a session is wanted, between `prepare` and `rest`.
+    bool isWanted = false;
+    /// Until a session that is still not open must be taken to wait for the person.
+    QTimer limit;
+    Published<Access, RemoteDesktopPoster> allowed{Access::unknown};
+};
+
+} // namespace vorlin

@@ -1,0 +1,108 @@
+"""A private session of GNOME Shell without a screen, with its portals, a bus and a sound server.
+
+    with GnomeDesktop() as desktop:
+        desktop.spawn(["gnome-text-editor"])
+        desktop.keyboard.type("hello")
+"""
+
+import contextlib
+
+from gi.repository import GLib
+
+from portal_session import PortalSession
+from waiting import stays, wait_until
+from wayland_keyboard import BUTTON_LEFT, KEYS, WaylandKeyboard
+
+SHELL = "org.gnome.Shell"
+MUTTER = "org.gnome.Mutter.RemoteDesktop"
+
+
+class GnomeDesktop(PortalSession):
+    """See the module."""
+
+    session_variables = {"XDG_CURRENT_DESKTOP": "GNOME", "GSETTINGS_BACKEND": "dconf"}
+    backend = "/usr/libexec/xdg-desktop-portal-gnome"
+    backend_name = "org.freedesktop.impl.portal.desktop.gnome"
+
+    def start_compositor_and_person(self):
+        socket = "wayland-gnome"
+        self.make_socket_folder()
+        self.output(["dconf", "write", "/org/gnome/shell/welcome-dialog-last-shown-version",
+                     "'99'"])
+        # What the shell starts by itself would find no display yet, and serve nobody.
+        self.shell = self.spawn(["gnome-shell", "--headless", "--wayland", "--unsafe-mode",
+                                 "--virtual-monitor", "1280x800", "--wayland-display", socket],
+                                log="gnome-shell")
+        wait_until((self.runtime_folder / socket).exists, "GNOME Shell to start", 120)
+        self.environment["WAYLAND_DISPLAY"] = socket
+        wait_until(lambda: self.evaluate("Main.layoutManager._startingUp") == "false",
+                   "GNOME Shell to be ready", 120)
+        self.display = self.evaluate("GLib.getenv('DISPLAY')").strip('"')
+        authority = self.evaluate("GLib.getenv('XAUTHORITY')").strip('"')
+        self.environment |= {"DISPLAY": self.display, "XAUTHORITY": authority}
+        self.keyboard = GnomeKeyboard(self)
+        self.evaluate("Main.overview.hide()")
+        wait_until(lambda: self.evaluate("Main.overview.visible") == "false",
+                   "the overview to go")
+
+    def evaluate(self, script):
+        """What a script gives inside the shell, as JSON; empty while it cannot run."""
+        with contextlib.suppress(GLib.Error):
+            good, answer = self.bus.call_sync(
+                SHELL, "/org/gnome/Shell", SHELL, "Eval", GLib.Variant("(s)", (script,)), None, 0,
+                20000, None).unpack()
+            return answer if good else ""
+        return ""
+
+    def screenshot(self, name):
+        folder = self.artefacts or self.folder
+        folder.mkdir(parents=True, exist_ok=True)
+        path = folder / f"{name}.png"
+        interface = f"{SHELL}.Screenshot"
+        self.bus.call_sync(interface, "/org/gnome/Shell/Screenshot", interface, "Screenshot",
+                           GLib.Variant("(bbs)", (False, False, str(path))), None, 0, 20000, None)
+        return path
+
+    def windows(self):
+        """The titles of all windows, and which one has the keyboard."""
+        focused = self.evaluate("global.display.focus_window?.get_title() ?? ''").strip('"')
+        titles = self.evaluate("global.get_window_actors().map(a => a.meta_window.get_title())")
+        return titles, focused
+
+    def answer(self, title, keys):
+        """Waits for a dialog, and answers it as a person at the keyboard."""
+        wait_until(lambda: title in self.windows()[0], f"the dialog {title!r}")
+        # One that has just opened takes no key for a moment, and nothing tells when it does.
+        wait_until(lambda: stays(lambda: self.windows()[1] == title, 2),
+                   f"the dialog {title!r} to have the keyboard")
+        for key in keys:
+            self.keyboard.tap(key)
+            stays(lambda: True, 0.3)  # as fast as a person
+
+
+class GnomeKeyboard(WaylandKeyboard):
+    """By the compositor's own interface for those who sit elsewhere."""
+
+    def __init__(self, desktop):  # no process is its hands
+        self.bus = desktop.bus
+        path = self._call("/org/gnome/Mutter/RemoteDesktop", MUTTER, "CreateSession")[0]
+        self.session = path
+        self._notify("Start")
+
+    def press(self, key):
+        self._notify("NotifyKeyboardKeycode", GLib.Variant("(ub)", (KEYS[key], True)))
+
+    def release(self, key):
+        self._notify("NotifyKeyboardKeycode", GLib.Variant("(ub)", (KEYS[key], False)))
+
+    def click(self, x, y):
+        for step in ((-5000, -5000), (x, y)):
+            self._notify("NotifyPointerMotionRelative", GLib.Variant("(dd)", step))
+        for down in (True, False):
+            self._notify("NotifyPointerButton", GLib.Variant("(ib)", (BUTTON_LEFT, down)))
+
+    def _notify(self, method, arguments=None):
+        self._call(self.session, f"{MUTTER}.Session", method, arguments)
+
+    def _call(self, path, interface, method, arguments=None):
+        return self.bus.call_sync(MUTTER, path, interface, method, arguments, None, 0, 20000, None)

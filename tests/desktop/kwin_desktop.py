@@ -1,0 +1,58 @@
+"""A private session of KWin without a screen, with its portals, a bus and a sound server.
+
+    with KWinDesktop() as desktop:
+        desktop.spawn(["konsole"])
+        desktop.keyboard.type("hello")
+"""
+
+import pathlib
+
+from gi.repository import GLib
+
+from portal_session import PortalSession
+from waiting import wait_until
+from wayland_keyboard import WaylandKeyboard
+
+HERE = pathlib.Path(__file__).resolve().parent
+PROTOCOL = "/usr/share/plasma-wayland-protocols/fake-input.xml"
+STORE = "org.freedesktop.impl.portal.PermissionStore"
+
+
+class KWinDesktop(PortalSession):
+    """See the module."""
+
+    session_variables = {
+        "XDG_CURRENT_DESKTOP": "KDE",
+        "XDG_MENU_PREFIX": "plasma-", "KWIN_COMPOSE": "Q",
+        # Its own programs would start portals before there is a backend for keys.
+        "QT_NO_XDG_DESKTOP_PORTAL": "1",
+        # For the person's hands; the program gets nothing by it.
+        "KWIN_WAYLAND_NO_PERMISSION_CHECKS": "1",
+    }
+    backend = "/usr/lib/x86_64-linux-gnu/libexec/xdg-desktop-portal-kde"
+    backend_name = "org.freedesktop.impl.portal.desktop.kde"
+
+    def start_compositor_and_person(self):
+        names = self.folder / "names"
+        script = self.folder / "session.sh"
+        script.write_text("#!/bin/sh\n"
+                          f"echo \"$WAYLAND_DISPLAY;$DISPLAY;$XAUTHORITY\" > {names}.new\n"
+                          f"mv {names}.new {names}\n")
+        script.chmod(0o700)
+        self.make_socket_folder()
+        self.kwin = self.spawn(["kwin_wayland", "--virtual", "--width", "1280", "--height", "800",
+                                "--no-lockscreen", "--xwayland", script], log="kwin")
+        wait_until(names.exists, "KWin to start", 60)
+        wait_until(lambda: self.has_name("org.kde.kglobalaccel"), "KWin on the bus", 60)
+        wayland, self.display, authority = names.read_text().strip().split(";")
+        self.environment |= {"WAYLAND_DISPLAY": wayland, "DISPLAY": self.display}
+        if authority:
+            self.environment["XAUTHORITY"] = authority
+        self.keyboard = WaylandKeyboard(self, HERE / "kwin_person.py", PROTOCOL)
+
+    def allow_typing(self, app_id="org.vorlin.Vorlin"):
+        """The person has allowed a program to type, as in the system's settings."""
+        call_arguments = GLib.Variant("(sbssas)", ("kde-authorized", True, "remote-desktop",
+                                                   app_id, ["yes"]))
+        self.bus.call_sync(STORE, "/org/freedesktop/impl/portal/PermissionStore", STORE,
+                           "SetPermission", call_arguments, None, 0, 20000, None)
