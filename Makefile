@@ -18,7 +18,7 @@ SUITES := bookworm trixie
 OTHER_SUITES := $(filter-out $(shell . /etc/os-release; echo $$VERSION_CODENAME),$(SUITES))
 
 .PHONY: build program run test package nightly lint sanitizers simulations slow-tests fuzz bench
-.PHONY: packages first-starts other-suites swift format
+.PHONY: packages first-starts other-suites swift sessions format
 .PHONY: $(PRESETS:%=build-%)
 .NOTPARALLEL:
 
@@ -57,7 +57,7 @@ package:
 nightly:
 	@scripts/install-packages nightly
 	@$(MAKE) --keep-going lint sanitizers simulations slow-tests fuzz bench first-starts \
-	    packages swift other-suites
+	    packages swift sessions other-suites
 
 # By the clang-tidy that this Debian has, which cannot read headers that GCC has compiled.
 lint: build-release
@@ -104,6 +104,10 @@ packages:
 swift:
 	@scripts/fresh-machine --suite trixie \
 	    sh -c 'scripts/install-packages swift && tests/macos/swift/run'
+
+# Whole dictations on KWin and GNOME Shell, of the Debian whose portals watch keys.
+sessions:
+	@scripts/fresh-machine --suite trixie scripts/test-sessions
 
 other-suites:
 	@for suite in $(OTHER_SUITES); do scripts/fresh-machine --suite $$suite make test || exit; done

@@ -30,9 +30,21 @@ def test_open_at_login_writes_a_valid_file_that_starts_the_program_and_takes_it_
     assert not controls.is_checked(SWITCH)
 
 
+def test_the_key_that_nobody_chose_types_no_characters_in_any_layout(stage):
+    begun = stage(layout="us,de")
+    controls = begun.open_settings()
+    wait_until(lambda: controls.description("Dictation key") == "Right Ctrl", "the other key")
+    assert not controls.has(TYPES)
+    begun.desktop.output(["setxkbmap", "-layout", "us"])
+    wait_until(lambda: controls.description("Dictation key") == "Right Alt", "the usual key")
+    assert begun.program.stored_hotkey() is None
+
+
 def test_where_right_alt_types_characters_it_says_so_as_long_as_it_does(stage):
     begun = stage(layout="de")
     controls = begun.open_settings()
+    controls.press("Presets")
+    controls.press("Right Alt")
     controls.find(TYPES)
     begun.desktop.screenshot("types-characters")
     begun.desktop.output(["setxkbmap", "-layout", "us"])

@@ -6,11 +6,16 @@ from tree import CPP, Finding
 
 # What every adapter may include besides its own facility.
 SHARED_HEADERS = ("Ports/", "Async/", "Audio/", "Hotkey.h", "Platform/Shared/",
-                  "Platform/Linux/X11/", "Platform/Linux/Environment.h",
+                  "Platform/Linux/X11/", "Platform/Linux/Portal/", "Platform/Linux/Sway/",
+                  "Platform/Linux/Wayland/",
+                  "Platform/Linux/Environment.h",
                   "Platform/macOS/Plain/", "Platform/macOS/Objects/")
 # What a facility's library may link of ours besides itself.
 SHARED_LIBRARIES = {"vorlin_core", "vorlin_platform_shared", "vorlin_warnings",
-                    "vorlin_linux_environment", "vorlin_linux_x11", "vorlin_macos_plain"}
+                    "vorlin_linux_environment", "vorlin_linux_portal", "vorlin_linux_x11",
+                    "vorlin_linux_sway",
+                    "vorlin_linux_wayland",
+                    "vorlin_macos_plain"}
 
 INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*"([^"]+)"')
 LIBRARY = re.compile(r"\bvorlin_\w+")

@@ -61,7 +61,7 @@ TEST_F(SphinxHangingDiskTest, allWhoAskForALocaleWaitForOneLook)
     answer();
     EXPECT_EQ(first->value(), "en-US");
     EXPECT_EQ(second->value(), std::nullopt);
-    EXPECT_THAT(offered->value(), ElementsAre("en-US"));
+    EXPECT_THAT(offered->value().value(), ElementsAre("en-US"));
 }
 
 TEST_F(SphinxHangingDiskTest, whatIsInstalledLaterIsFound)
