@@ -128,7 +128,7 @@ Task<void> LengthFinder::lookUp(Self self, std::weak_ptr<ParakeetLoaded> weak)
         models->lengths = *known;
         co_return;
     }
-    self->identity = std::move(identity);
+    self->currentIdentity = std::move(identity);
     self->proof = std::make_shared<LengthProof>();
     noteUse(self);
 }
@@ -165,7 +165,7 @@ Task<bool> LengthFinder::proveOnce(Self self, StopToken stop)
     } catch (const MLModelLost&) {
         // Their full length never ended them: it is theirs from now on, or every load would lead
         // to this again.
-        self->remember(self->identity, {});
+        self->remember(self->currentIdentity, {});
         self->proof.reset();
         co_return false;
     } catch (const std::exception&) {
@@ -174,7 +174,7 @@ Task<bool> LengthFinder::proveOnce(Self self, StopToken stop)
     }
     if (proof->isDone() && self->proof == proof) {
         models->lengths = proof->result();
-        self->remember(self->identity, models->lengths);
+        self->remember(self->currentIdentity, models->lengths);
         self->proof.reset();
     }
     co_return self->proof == proof;

@@ -82,7 +82,7 @@ private:
     Needs needs;
     std::weak_ptr<ParakeetLoaded> current;
     /// Of the files of the current models.
-    std::string identity;
+    std::string currentIdentity;
     /// What is known so far; none once it is done or nothing is to be done.
     std::shared_ptr<LengthProof> proof;
     Timer quiet;

@@ -155,9 +155,9 @@ protected:
 TEST_F(LengthProofTest, theTwoModelsAreLoadedWithTheirFrames)
 {
     warm(a);
-    EXPECT_EQ(models.frames.at("Preprocessor.mlmodelc"), preprocessorFrames());
-    EXPECT_EQ(models.frames.at("Encoder.mlmodelc"), encoderFrames());
-    EXPECT_EQ(models.frames.at("Decoder.mlmodelc"), std::nullopt);
+    EXPECT_EQ(models.toldFrames.at("Preprocessor.mlmodelc"), preprocessorFrames());
+    EXPECT_EQ(models.toldFrames.at("Encoder.mlmodelc"), encoderFrames());
+    EXPECT_EQ(models.toldFrames.at("Decoder.mlmodelc"), std::nullopt);
 }
 
 TEST_F(LengthProofTest, lengthsThatSayTheSameAreFoundInTheBackgroundOnceItIsQuiet)

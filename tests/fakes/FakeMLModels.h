@@ -40,7 +40,7 @@ public:
     /// The names of the predictions asked for, in order; "NAME:FRAMES" of some frames only.
     std::vector<std::string> predictions;
     /// What the loads were told of frames, by name.
-    std::map<std::string, std::optional<MLFrames>> frames;
+    std::map<std::string, std::optional<MLFrames>> toldFrames;
     /// What the predictions were given, by name.
     std::map<std::string, std::vector<MLFeatures>> given;
     bool keepsGiven = false;
@@ -70,7 +70,7 @@ public:
         units.push_back(options.units);
         priorities.push_back(options.priority);
         const auto name = bundle.filename().string();
-        frames[name] = options.frames;
+        toldFrames[name] = options.frames;
         Completion<std::unique_ptr<MLModel>> loaded;
         if (hanging.contains(bundle.parent_path())) {
             hung.push_back(loaded.completer());
