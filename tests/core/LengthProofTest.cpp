@@ -33,7 +33,7 @@ protected:
         auto& first = models.scripts["Preprocessor.mlmodelc"];
         first.signature.outputs = {feature("mel", float32, {1, 2, melFrames}),
                                    feature("mel_length", int32, {1})};
-        first.compute = [this](const MLFeatures& in) { return mel(in, 240000); };
+        first.compute = [](const MLFeatures& in) { return mel(in, 240000); };
         first.computeAt = [this](std::int64_t samples, const MLFeatures& in) {
             return damaged(mel(in, samples), samples == faultySamples ? fault : Fault::none, "mel");
         };
@@ -42,7 +42,7 @@ protected:
             {feature("mel", float32, {1, 2, melFrames}), feature("mel_length", int32, {1})},
             {feature("encoder", float32, {1, 1, encoderFrames15}),
              feature("encoder_length", int32, {1})}};
-        second.compute = [this](const MLFeatures& in) { return encoded(in, melFrames); };
+        second.compute = [](const MLFeatures& in) { return encoded(in, melFrames); };
         second.computeAt = [this](std::int64_t frames, const MLFeatures& in) {
             return damaged(encoded(in, frames), frames == faultyFrames ? fault : Fault::none,
                            "encoder");
