@@ -102,8 +102,8 @@ class SwayDesktop(VirtualDesktop):
             f"\nexec sh -c 'echo \"$WAYLAND_DISPLAY;$DISPLAY;$SWAYSOCK\" > {names}.new && "
             f"mv {names}.new {names}'\n")
         command = ["sway", "-c", file]
-        if os.getuid() == 0:  # it refuses to run as one who could become root again
-            command = ["unshare", "--user", "--map-user=1000", "--map-group=1000", *command]
+        if os.getuid() == 0:  # it refuses root; XWayland lets in only users that the machine has
+            command = ["unshare", "--user", "--map-user=1", "--map-group=1", *command]
         self.sway = self.spawn(command, log="sway")
         wait_until(names.exists, "sway to start", 60)
         wayland, display, socket = names.read_text().strip().split(";")

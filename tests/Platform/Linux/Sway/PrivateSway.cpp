@@ -50,7 +50,7 @@ PrivateSway::PrivateSway(const std::string& configuration)
         unsetenv("WAYLAND_DISPLAY");
         unsetenv("DISPLAY");
         if (geteuid() == 0) { // sway refuses to run as root
-            execlp("unshare", "unshare", "--user", "--map-user=1000", "--map-group=1000", "sway",
+            execlp("unshare", "unshare", "--user", "--map-user=1", "--map-group=1", "sway",
                    "-c", configFile.c_str(), nullptr);
         }
         execlp("sway", "sway", "-c", configFile.c_str(), nullptr);

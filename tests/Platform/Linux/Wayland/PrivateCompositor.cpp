@@ -41,7 +41,7 @@ PrivateCompositor::PrivateCompositor(const QString& configuration)
     process.setStandardErrorFile(path("log"));
     QStringList command{"sway", "-c", path("config")};
     if (getuid() == 0) { // it refuses to run as one who could become root again
-        command = QStringList{"unshare", "--user", "--map-user=1000", "--map-group=1000"} + command;
+        command = QStringList{"unshare", "--user", "--map-user=1", "--map-group=1"} + command;
     }
     process.start(command.front(), command.mid(1));
     EXPECT_TRUE(runUntil([this] { return QFile::exists(path("names")); }));
