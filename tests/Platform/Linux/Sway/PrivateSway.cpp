@@ -50,8 +50,8 @@ PrivateSway::PrivateSway(const std::string& configuration)
         unsetenv("WAYLAND_DISPLAY");
         unsetenv("DISPLAY");
         if (geteuid() == 0) { // sway refuses to run as root
-            execlp("unshare", "unshare", "--user", "--map-user=1", "--map-group=1", "sway",
-                   "-c", configFile.c_str(), nullptr);
+            execlp("unshare", "unshare", "--user", "--map-user=1", "--map-group=1", "sway", "-c",
+                   configFile.c_str(), nullptr);
         }
         execlp("sway", "sway", "-c", configFile.c_str(), nullptr);
         _exit(127);
