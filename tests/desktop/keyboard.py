@@ -8,6 +8,7 @@ from Xlib import X, XK, display as xdisplay
 from Xlib.ext import record, xtest
 from Xlib.protocol import rq
 
+from hands import Hands
 from waiting import wait_until
 
 # Names of keys by position; ordinary characters are found through the keyboard's layout.
@@ -20,7 +21,7 @@ KEYS = {
 }
 
 
-class Keyboard:
+class Keyboard(Hands):
     """Presses keys as a person does: the display cannot tell the difference."""
 
     def __init__(self, x):
@@ -31,32 +32,6 @@ class Keyboard:
 
     def release(self, key):
         self._post(X.KeyRelease, key)
-
-    def tap(self, key):
-        """Presses and releases one key."""
-        self.press(key)
-        self.release(key)
-
-    @contextlib.contextmanager
-    def held(self, *keys):
-        """Holds keys down for the length of the block."""
-        for key in keys:
-            self.press(key)
-        try:
-            yield
-        finally:
-            for key in reversed(keys):
-                self.release(key)
-
-    def chord(self, *keys):
-        """Holds all keys but the last, which is tapped: chord("Control_L", "s")."""
-        with self.held(*keys[:-1]):
-            self.tap(keys[-1])
-
-    def type(self, text):
-        """Types small letters, digits and spaces."""
-        for character in text:
-            self.tap("space" if character == " " else character)
 
     def down(self):
         """The codes of all keys that are down now, whoever pressed them."""

@@ -1,7 +1,8 @@
 """Keys and a pointer of a person in a Wayland session, by a program that is their hands."""
 
-import contextlib
 import subprocess
+
+from hands import Hands
 
 # The kernel's numbers, by position.
 ROWS = {16: "qwertyuiop", 30: "asdfghjkl", 44: "zxcvbnm", 2: "1234567890"}
@@ -14,7 +15,7 @@ KEYS |= {
 BUTTON_LEFT = 0x110
 
 
-class WaylandKeyboard:
+class WaylandKeyboard(Hands):
     """Presses keys as a person does at a keyboard of their own. `person` is the program that does
     it, `layout` what xkb calls the layout."""
 
@@ -28,32 +29,6 @@ class WaylandKeyboard:
 
     def release(self, key):
         self._tell(f"release {KEYS[key]}")
-
-    def tap(self, key):
-        """Presses and releases one key."""
-        self.press(key)
-        self.release(key)
-
-    @contextlib.contextmanager
-    def held(self, *keys):
-        """Holds keys down for the length of the block."""
-        for key in keys:
-            self.press(key)
-        try:
-            yield
-        finally:
-            for key in reversed(keys):
-                self.release(key)
-
-    def chord(self, *keys):
-        """Holds all keys but the last, which is tapped: chord("Control_L", "s")."""
-        with self.held(*keys[:-1]):
-            self.tap(keys[-1])
-
-    def type(self, text):
-        """Types small letters, digits and spaces."""
-        for character in text:
-            self.tap("space" if character == " " else character)
 
     def move(self, x, y):
         """Moves the pointer there."""
