@@ -77,6 +77,9 @@ protected:
 
     static MLFeatures encoded(const MLFeatures& in, std::int64_t frames)
     {
+        if (in.at("mel").shape() != MultiArray::Extents{1, 2, melFrames}) {
+            throw std::runtime_error("the model takes no such array");
+        }
         const auto count = in.at("mel_length").as<std::int32_t>()[0];
         MultiArray out(MLElementType::float32, {1, 1, encoderFrames15});
         for (std::int64_t t = 0; t * 8 < frames && t < encoderFrames15; ++t) {
