@@ -40,6 +40,27 @@ PasteChord X11FocusedProgram::pasteChord()
     return pasteChordFor({}, {});
 }
 
+std::optional<std::uint64_t> X11FocusedProgram::window()
+{
+    if (!server.isAlive()) {
+        return std::nullopt;
+    }
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    auto window = focusedWindow(deadline);
+    if (window == server.root()) {
+        return std::nullopt;
+    }
+    for (int level = 0; window && level < mostLevels; ++level) {
+        const auto tree = server.reply<xcb_query_tree_reply_t>(
+            xcb_query_tree(server.get(), *window), timeLeft(deadline));
+        if (!tree || tree->parent == server.root()) {
+            return tree ? std::optional<std::uint64_t>(*window) : std::nullopt;
+        }
+        window = tree->parent;
+    }
+    return std::nullopt;
+}
+
 std::optional<xcb_window_t> X11FocusedProgram::focusedWindow(Deadline deadline)
 {
     const auto focus = server.reply<xcb_get_input_focus_reply_t>(xcb_get_input_focus(server.get()),

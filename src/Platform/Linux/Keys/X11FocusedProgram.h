@@ -4,6 +4,7 @@
 #include "Ports/FocusedProgram.h"
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -16,6 +17,9 @@ public:
     explicit X11FocusedProgram(X11Connection& server) : server(server) {}
 
     PasteChord pasteChord() override;
+    /// The window below the root that holds the focused one: a window manager's frame, if it has
+    /// one.
+    std::optional<std::uint64_t> window() override;
 
 private:
     using Deadline = std::chrono::steady_clock::time_point;

@@ -98,6 +98,25 @@ TEST_F(X11FocusedProgramTest, aServerThatDoesNotAnswerIsNotWaitedForLong)
     EXPECT_EQ(program.pasteChord(), xterm);
 }
 
+TEST_F(X11FocusedProgramTest, theFocusedWindowKeepsItsNumber)
+{
+    EXPECT_EQ(program.window(), std::nullopt);
+    TestWindow first("editor", "Editor");
+    const auto number = program.window();
+    EXPECT_NE(number, std::nullopt);
+    first.focus(first.addChild());
+    EXPECT_EQ(program.window(), number) << "another part of the same window";
+    {
+        TestWindow second("editor", "Editor");
+        EXPECT_NE(program.window(), std::nullopt);
+        EXPECT_NE(program.window(), number);
+    }
+    first.focus(first.id());
+    EXPECT_EQ(program.window(), number);
+    first.focus(other.root());
+    EXPECT_EQ(program.window(), std::nullopt) << "no window of any program";
+}
+
 TEST_F(X11FocusedProgramTest, aDeadServerIsAnUnknownProgram)
 {
     {
@@ -106,6 +125,7 @@ TEST_F(X11FocusedProgramTest, aDeadServerIsAnUnknownProgram)
     }
     display.kill();
     EXPECT_EQ(program.pasteChord(), usual);
+    EXPECT_EQ(program.window(), std::nullopt);
 }
 
 } // namespace
