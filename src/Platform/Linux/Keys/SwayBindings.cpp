@@ -81,6 +81,37 @@ const std::array<SwayModifiers, 32>& everySwayModifiers()
     return every;
 }
 
+std::size_t countOf(const SwayBindings& bindings)
+{
+    std::size_t result = 0;
+    for (const auto& [mode, each] : bindings) {
+        result += each.size();
+    }
+    return result;
+}
+
+bool contains(const SwayBindings& bindings, const std::string& mode, const SwayBinding& binding)
+{
+    const auto found = bindings.find(mode);
+    return found != bindings.end() && found->second.contains(binding);
+}
+
+void add(SwayBindings& to, const SwayBindings& more)
+{
+    for (const auto& [mode, each] : more) {
+        to[mode].insert(each.begin(), each.end());
+    }
+}
+
+void remove(SwayBindings& from, const SwayBindings& those)
+{
+    for (const auto& [mode, each] : those) {
+        for (const auto& binding : each) {
+            from[mode].erase(binding);
+        }
+    }
+}
+
 std::string swayBindingName(const std::string& token, const SwayBinding& binding)
 {
     return token + (binding.release ? " r " : " p ") + std::to_string(binding.key) + " " +

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <compare>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -42,6 +43,12 @@ struct SwayBinding {
 
 /// By mode.
 using SwayBindings = std::map<std::string, std::set<SwayBinding>>;
+
+/// How many there are.
+std::size_t countOf(const SwayBindings& bindings);
+bool contains(const SwayBindings& bindings, const std::string& mode, const SwayBinding& binding);
+void add(SwayBindings& to, const SwayBindings& more);
+void remove(SwayBindings& from, const SwayBindings& those);
 
 /// What a binding of ours does: nothing, under a name that only one process knows. sway tells the
 /// name when the key is pressed.

@@ -1,5 +1,7 @@
 #include "Platform/Linux/Keys/SwayEventTap.h"
 
+#include "Platform/Linux/Sway/SwayAnswers.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -17,68 +19,16 @@ using nlohmann::json;
 /// who typed meanwhile has let go long before; the binding does nothing to anybody.
 constexpr std::chrono::seconds longestHold{60};
 constexpr std::chrono::milliseconds untilUnbound{100};
-/// Before a sway that takes no questions is asked again.
-constexpr std::chrono::seconds pause{1};
-
-/// A member that is a string; empty for anything else.
-std::string text(const json& object, const char* name)
-{
-    const auto member = object.is_object() ? object.find(name) : object.end();
-    return member != object.end() && member->is_string() ? member->get<std::string>() : "";
-}
-
-/// The layouts of one keyboard of `get_inputs`. Those that programs make say nothing of the
-/// person's.
-void addLayouts(std::set<std::string>& layouts, const json& input)
-{
-    const auto names = input.is_object() ? input.find("xkb_layout_names") : input.end();
-    if (text(input, "type") != "keyboard" || names == input.end() || !names->is_array() ||
-        text(input, "identifier").find("virtual") != std::string::npos) {
-        return;
-    }
-    for (const auto& name : *names) {
-        if (name.is_string()) {
-            layouts.insert(name.get<std::string>());
-        }
-    }
-}
-
-std::size_t count(const SwayBindings& bindings)
-{
-    std::size_t result = 0;
-    for (const auto& [mode, each] : bindings) {
-        result += each.size();
-    }
-    return result;
-}
-
-bool contains(const SwayBindings& bindings, const std::string& mode, const SwayBinding& binding)
-{
-    const auto found = bindings.find(mode);
-    return found != bindings.end() && found->second.contains(binding);
-}
-
-void merge(SwayBindings& into, const SwayBindings& more)
-{
-    for (const auto& [mode, each] : more) {
-        into[mode].insert(each.begin(), each.end());
-    }
-}
-
-void take(SwayBindings& from, const SwayBindings& away)
-{
-    for (const auto& [mode, each] : away) {
-        for (const auto& binding : each) {
-            from[mode].erase(binding);
-        }
-    }
-}
 
 } // namespace
 
 SwayEventTap::SwayEventTap(Needs wanted)
     : needs(std::move(wanted)), guard(needs.guard), leftovers(guard.leftovers()),
-      held(guard.heldBefore()), heldBefore(!held.empty()), alive(std::make_shared<int>())
+      held(guard.heldBefore()), heldBefore(!held.empty()),
+      inquiry({needs.socket, needs.loop, needs.workers},
+              {[this](const std::string& name) { mode = name; },
+               [this](SwayKnowledge knowledge) { learnt(std::move(knowledge)); }}),
+      alive(std::make_shared<int>())
 {
     heldChanged();
     events = needs.socket.observe(
@@ -86,14 +36,14 @@ SwayEventTap::SwayEventTap(Needs wanted)
     connection =
         needs.socket.connected().observe([this](bool connected) { connectionChanged(connected); });
     if (needs.socket.connected().get()) {
-        ask();
+        inquiry.ask();
     }
 }
 
 SwayEventTap::~SwayEventTap()
 {
     stop();
-    if (count(bound) + count(leftovers) > 0 || changing) {
+    if (countOf(bound) + countOf(leftovers) > 0 || changing) {
         needs.socket.drain(untilUnbound);
     }
 }
@@ -141,115 +91,44 @@ KeyWatch SwayEventTap::watchable(const Hotkey& hotkey) const
 
 void SwayEventTap::connectionChanged(bool connected)
 {
-    ++epoch; // what was asked on the old connection is not answered
-    awaited = 0;
+    inquiry.drop();
     changing = false;
-    learning = false;
-    untilAsked.reset();
-    learnt.reset();
     forget();
     if (connected) {
-        ask();
+        inquiry.ask();
     }
 }
 
 /// Who is connected to may be another sway, or the same one with all that was bound.
 void SwayEventTap::forget()
 {
-    merge(leftovers, std::exchange(bound, {}));
+    add(leftovers, std::exchange(bound, {}));
     wishes.refused.clear();
 }
 
-/// Asks sway for everything that binding a key takes.
-void SwayEventTap::ask()
+void SwayEventTap::learnt(SwayKnowledge knowledge)
 {
-    facts = {};
-    untilAsked.reset();
-    learning = false;
-    stale = false;
-    const auto asked = ++epoch;
-    const auto nobodyTook = std::make_shared<bool>(false);
-    const auto question = [&](SwayRequest request, auto take) {
-        ++awaited;
-        needs.socket.ask(
-            request, "",
-            [this, asked, take, nobodyTook, token = std::weak_ptr(alive)](const json* answer) {
-                if (token.expired() || asked != epoch) {
-                    return;
-                }
-                if (answer != nullptr) {
-                    take(*answer);
-                } else {
-                    *nobodyTook = true;
-                }
-                if (--awaited > 0) {
-                    return;
-                }
-                if (*nobodyTook) {
-                    untilAsked = needs.loop.startTimer(pause, [this] { ask(); });
-                } else {
-                    learn();
-                }
-            });
-    };
-    awaited = 0;
-    question(SwayRequest::getBindingState, [this](const json& answer) {
-        const auto name = text(answer, "name");
-        mode = name.empty() ? "default" : name;
-    });
-    question(SwayRequest::getVersion, [this](const json& answer) {
-        facts.configuration.path = text(answer, "loaded_config_file_name");
-    });
-    question(SwayRequest::getConfig,
-             [this](const json& answer) { facts.configuration.text = text(answer, "config"); });
-    question(SwayRequest::getInputs, [this](const json& answer) {
-        if (answer.is_array()) {
-            for (const auto& input : answer) {
-                addLayouts(facts.layouts, input);
-            }
-        }
-    });
-}
-
-/// The rest of the configuration, and the layouts, are on the disk.
-void SwayEventTap::learn()
-{
-    const auto result = std::make_shared<SwayKnowledge>();
-    const auto asked = ++epoch; // what is being read meanwhile is of yesterday
-    learning = true;
-    needs.workers.runPatiently(
-        WorkPriority::normal, [result, known = facts] { *result = SwayKnowledge::of(known); },
-        needs.loop,
-        [this, asked, result, token = std::weak_ptr(alive)] {
-            if (token.expired() || asked != epoch) {
-                return;
-            }
-            learning = false;
-            const bool isNews = wishes.knowledge.chooseLevel != result->chooseLevel ||
-                                wishes.knowledge.taken != result->taken;
-            learnt = facts;
-            wishes.knowledge = std::move(*result);
-            reconcile();
-            if (isNews) {
-                noteLayoutChange();
-            }
-            if (stale) {
-                askInputs();
-            }
-        });
+    const bool isNews = wishes.knowledge.chooseLevel != knowledge.chooseLevel ||
+                        wishes.knowledge.taken != knowledge.taken;
+    wishes.knowledge = std::move(knowledge);
+    reconcile();
+    if (isNews) {
+        noteLayoutChange();
+    }
 }
 
 void SwayEventTap::follow(SwayEvent event, const json& details)
 {
-    const auto change = text(details, "change");
+    const auto change = swayText(details, "change");
     if (event == SwayEvent::binding) {
         const auto binding = details.find("binding");
         if (binding != details.end()) {
-            if (const auto ours = swayBindingNamed(text(*binding, "command"), guard.token())) {
+            if (const auto ours = swayBindingNamed(swayText(*binding, "command"), guard.token())) {
                 told(*ours);
-            } else if (const auto theirs = heldBefore ? swayBindingNamed(text(*binding, "command"),
-                                                                         guard.earlierToken())
-                                                      : std::nullopt;
+            } else if (const auto theirs = heldBefore
+                                               ? swayBindingNamed(swayText(*binding, "command"),
+                                                                  guard.earlierToken())
+                                               : std::nullopt;
                        theirs && theirs->release) {
                 releasedForEarlier(theirs->key);
             }
@@ -264,42 +143,10 @@ void SwayEventTap::follow(SwayEvent event, const json& details)
         bound.clear();
         leftovers.clear();
         wishes.refused.clear();
-        learnt.reset();
-        ask();
+        inquiry.drop();
+        inquiry.ask();
     } else if (event == SwayEvent::input && change != "xkb_layout" && change != "libinput_config") {
-        askInputs();
-    }
-}
-
-/// The keyboards may have become others; what is being learnt may not know it yet.
-void SwayEventTap::askInputs()
-{
-    stale = !learnt || awaited > 0 || learning;
-    if (stale) {
-        return;
-    }
-    needs.socket.ask(SwayRequest::getInputs, "",
-                     [this, token = std::weak_ptr(alive)](const json* answer) {
-                         if (!token.expired() && answer != nullptr && answer->is_array()) {
-                             inputsAnswered(*answer);
-                         }
-                     });
-}
-
-void SwayEventTap::inputsAnswered(const json& answer)
-{
-    stale = !learnt || awaited > 0 || learning;
-    if (stale) {
-        return;
-    }
-    std::set<std::string> layouts;
-    for (const auto& input : answer) {
-        addLayouts(layouts, input);
-    }
-    if (layouts != learnt->layouts) {
-        facts = *learnt;
-        facts.layouts = std::move(layouts);
-        learn();
+        inquiry.askInputs();
     }
 }
 
@@ -332,16 +179,16 @@ SwayChange SwayEventTap::nextChange() const
 /// known when it is answered.
 void SwayEventTap::reconcile()
 {
-    if (!learnt || changing || !needs.socket.connected().get()) {
+    if (!inquiry.isAnswered() || changing || !needs.socket.connected().get()) {
         return;
     }
     updateConflict();
     const auto change = nextChange();
     auto all = bound;
-    merge(all, leftovers);
-    merge(all, change.bind);
+    add(all, leftovers);
+    add(all, change.bind);
     guard.keep(all);
-    if (!held.empty() && (!handler || heldBefore || count(change.unbind) > 0)) {
+    if (!held.empty() && (!handler || heldBefore || countOf(change.unbind) > 0)) {
         waitForRelease();
     }
     if (change.isEmpty()) {
@@ -361,7 +208,7 @@ void SwayEventTap::changed(const SwayChange& change, const json* answer)
     if (answer == nullptr) {
         if (changing && needs.socket.connected().get()) {
             changing = false; // nobody took it
-            untilAsked = needs.loop.startTimer(pause, [this] { ask(); });
+            inquiry.askLater();
         }
         return; // or the connection is gone; what sway did nobody knows
     }
@@ -382,9 +229,9 @@ void SwayEventTap::changed(const SwayChange& change, const json* answer)
             }
         }
     }
-    take(bound, change.unbind);
-    take(leftovers, change.unbind);
-    take(leftovers, change.bind);
+    remove(bound, change.unbind);
+    remove(leftovers, change.unbind);
+    remove(leftovers, change.bind);
     reconcile();
     if (wishes.refused.size() > refusals) {
         noteLayoutChange(); // another key may be the better one

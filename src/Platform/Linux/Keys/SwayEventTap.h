@@ -2,6 +2,7 @@
 
 #include "Async/MainLoop.h"
 #include "Platform/Linux/Keys/SwayGuard.h"
+#include "Platform/Linux/Keys/SwayInquiry.h"
 #include "Platform/Linux/Keys/SwayWishes.h"
 #include "Platform/Linux/Sway/SwaySocket.h"
 #include "Ports/EventTap.h"
@@ -58,10 +59,7 @@ private:
     void follow(SwayEvent event, const nlohmann::json& details);
     void connectionChanged(bool connected);
     void forget();
-    void ask();
-    void askInputs();
-    void inputsAnswered(const nlohmann::json& answer);
-    void learn();
+    void learnt(SwayKnowledge knowledge);
     void reconcile();
     SwayChange nextChange() const;
     void changed(const SwayChange& change, const nlohmann::json* answer);
@@ -76,17 +74,6 @@ private:
     Handler handler;
     SwayWishes wishes;
 
-    /// What sway was last heard to say of itself, while it is being asked.
-    SwayFacts facts;
-    /// Which of the facts are still awaited.
-    int awaited = 0;
-    std::uint64_t epoch = 0;
-    std::optional<SwayFacts> learnt;
-    /// The rest of them is being read.
-    bool learning = false;
-    /// The keyboards may have become others since they were asked for.
-    bool stale = false;
-    Timer untilAsked;
     /// The mode that sway is in.
     std::string mode = "default";
 
@@ -101,6 +88,7 @@ private:
     /// Some of them were pressed before we started: their releases, if told, are another's.
     bool heldBefore = false;
     Timer untilReleased;
+    SwayInquiry inquiry;
     Subscription events;
     Subscription connection;
     std::shared_ptr<const void> alive;

@@ -1,6 +1,7 @@
 #include "Platform/Linux/Keys/SwayFocus.h"
 
 #include "Platform/Linux/Keys/PasteChords.h"
+#include "Platform/Linux/Sway/SwayAnswers.h"
 
 #include <nlohmann/json.hpp>
 
@@ -16,24 +17,9 @@ using nlohmann::json;
 /// Far beyond any screen, so that sums of such numbers are numbers.
 constexpr std::int64_t farthest = 1 << 24;
 
-const json* member(const json& object, const char* name)
-{
-    if (!object.is_object()) {
-        return nullptr;
-    }
-    const auto found = object.find(name);
-    return found == object.end() ? nullptr : &*found;
-}
-
-std::string text(const json& object, const char* name)
-{
-    const auto* value = member(object, name);
-    return value != nullptr && value->is_string() ? value->get<std::string>() : "";
-}
-
 std::optional<std::int64_t> number(const json& object, const char* name)
 {
-    const auto* value = member(object, name);
+    const auto* value = swayMember(object, name);
     if (value == nullptr || !value->is_number_integer()) {
         return std::nullopt;
     }
@@ -42,7 +28,7 @@ std::optional<std::int64_t> number(const json& object, const char* name)
 
 std::optional<SwayArea> areaOf(const json& node)
 {
-    const auto* rect = member(node, "rect");
+    const auto* rect = swayMember(node, "rect");
     if (rect == nullptr) {
         return std::nullopt;
     }
@@ -66,12 +52,12 @@ const json* focusedNode(const json& tree)
     while (!open.empty()) {
         const auto* node = open.back();
         open.pop_back();
-        const auto* focused = member(*node, "focused");
+        const auto* focused = swayMember(*node, "focused");
         if (focused != nullptr && *focused == json(true)) {
             return node;
         }
         for (const auto* name : {"nodes", "floating_nodes"}) {
-            const auto* children = member(*node, name);
+            const auto* children = swayMember(*node, name);
             if (children != nullptr && children->is_array()) {
                 for (const auto& child : *children) {
                     open.push_back(&child);
@@ -112,9 +98,9 @@ std::optional<std::uint64_t> SwayFocus::window()
 
 void SwayFocus::follow(SwayEvent event, const json& details)
 {
-    const auto change = text(details, "change");
+    const auto change = swayText(details, "change");
     if (event == SwayEvent::window && change == "focus") {
-        if (const auto* container = member(details, "container")) {
+        if (const auto* container = swayMember(details, "container")) {
             focus(*container);
         }
     } else if ((event == SwayEvent::window && change != "title" && change != "mark" &&
@@ -168,7 +154,7 @@ void SwayFocus::focus(const json& node)
     forget();
     area = areaOf(node);
     const auto* process =
-        member(node, "pid"); // workspaces and what only arranges windows have none
+        swayMember(node, "pid"); // workspaces and what only arranges windows have none
     const auto number = vorlin::number(node, "id");
     if (process == nullptr || !number || *number < 0) {
         return;
@@ -177,11 +163,11 @@ void SwayFocus::focus(const json& node)
     if (process->is_number_integer()) {
         owner = static_cast<pid_t>(process->get<std::int64_t>());
     }
-    onXWayland = text(node, "shell") == "xwayland";
-    className = text(node, "app_id");
-    if (const auto* properties = member(node, "window_properties")) {
-        instanceName = text(*properties, "instance");
-        className = className.empty() ? text(*properties, "class") : className;
+    onXWayland = swayText(node, "shell") == "xwayland";
+    className = swayText(node, "app_id");
+    if (const auto* properties = swayMember(node, "window_properties")) {
+        instanceName = swayText(*properties, "instance");
+        className = className.empty() ? swayText(*properties, "class") : className;
     }
 }
 
