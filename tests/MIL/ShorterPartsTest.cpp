@@ -28,7 +28,7 @@ std::vector<std::byte> bytesOf(const TensorType& type)
     return std::vector<std::byte>(byteCount(type));
 }
 
-const NamedOutput& named(const std::vector<NamedOutput>& outputs, const std::string& name)
+const NamedOutput& named(const std::vector<NamedOutput>& outputs, const char* name)
 {
     return *std::find_if(outputs.begin(), outputs.end(),
                          [&](const NamedOutput& output) { return output.name == name; });
