@@ -116,7 +116,7 @@ void AppModel::wireMonitor()
                 play("Funk");
             }
             monitor.stop(); // a key that is let go meanwhile may not be seen
-            actionHeld = false;
+            boundKey.letGo();
         } else {
             refreshPermissions();
         }
@@ -163,26 +163,32 @@ void AppModel::perform(DictationAction action)
     }
     const RecordMode mode = preferences.recordMode();
     switch (action) {
-    case DictationAction::press: {
-        const bool isNew = actionTimes.note(ports.loop.now());
-        if (!std::exchange(actionHeld, true)) {
-            pressed(mode, /*limited=*/true);
-        } else if (isNew) {
-            pressedAgain(mode, /*limited=*/true);
-        }
-        break;
-    }
+    case DictationAction::press: pressedBound(boundKey.press(ports.loop.now()), mode); break;
     case DictationAction::release:
-        if (std::exchange(actionHeld, false)) {
+        if (boundKey.release(ports.loop.now())) {
             released(mode);
         }
         break;
     case DictationAction::toggle:
-        if (actionTimes.note(ports.loop.now())) {
+        if (boundKey.toggle(ports.loop.now())) {
             pressed(RecordMode::toggle, /*limited=*/true);
         }
         break;
     case DictationAction::cancel: dictation.cancel(); break;
+    }
+}
+
+void AppModel::pressedBound(BoundKey::Press press, RecordMode mode)
+{
+    switch (press) {
+    case BoundKey::Press::begins: pressed(mode, /*limited=*/true); break;
+    case BoundKey::Press::again: pressedAgain(mode, /*limited=*/true); break;
+    case BoundKey::Press::repeats: break;
+    case BoundKey::Press::tap:
+        if (mode == RecordMode::toggle) { // in a hold nothing was said
+            pressed(mode, /*limited=*/true);
+        }
+        break;
     }
 }
 
@@ -311,7 +317,7 @@ void AppModel::setRecordingHotkey(bool on)
         if (lost) {
             released(recordMode());
         }
-        if (std::exchange(actionHeld, false)) {
+        if (boundKey.letGo()) {
             released(preferences.recordMode());
         }
     } else {

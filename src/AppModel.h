@@ -15,6 +15,7 @@
 #include "Ports/EventTap.h"
 #include "Ports/Ports.h"
 #include "Preferences.h"
+#include "PressTimes.h"
 #include "TextInserter.h"
 
 #include <memory>
@@ -95,6 +96,7 @@ private:
     void showEscape();
     RecordMode recordMode() const;
     bool mayLoseRelease() const;
+    void pressedBound(BoundKey::Press press, RecordMode mode);
     void pressed(RecordMode mode, bool limited);
     void pressedAgain(RecordMode mode, bool limited);
     void released(RecordMode mode);
@@ -109,11 +111,9 @@ private:
     const Ports ports;
     TextInserter inserter;
     HoldLimits limits;
-    /// Of the dictation key, and of the actions that stand for it.
     PressTimes keyTimes;
-    PressTimes actionTimes;
-    /// `press` was asked for, `release` was not.
-    bool actionHeld = false;
+    /// What the actions are asked for by.
+    BoundKey boundKey;
     /// Of the current dictation: who listens, since when, and when it was told to finish.
     std::string listener;
     TimePoint listeningSince;

@@ -6,16 +6,9 @@ namespace vorlin {
 
 namespace {
 
-constexpr auto bounce = std::chrono::seconds(1);
 constexpr auto longestSilence = std::chrono::seconds(30);
 
 } // namespace
-
-bool PressTimes::note(TimePoint now)
-{
-    const auto before = std::exchange(latest, now);
-    return !before || now - *before >= bounce;
-}
 
 HoldLimits::HoldLimits(MainLoop& loop, Dictation& dictation, FocusedProgram& focus)
     : loop(loop), dictation(dictation), focus(focus)

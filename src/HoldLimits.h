@@ -13,18 +13,6 @@
 
 namespace vorlin {
 
-/// When the events of one key came, of which a release may never be told. Tells a press of a key
-/// that still counts as down, so that its release was lost, from a bounce and from a repeat.
-class PressTimes {
-public:
-    /// An event of the key came now. Returns whether it is 1 s or more after the one before, or
-    /// the first.
-    bool note(TimePoint now);
-
-private:
-    std::optional<TimePoint> latest;
-};
-
 /// Ends a dictation in which nobody has spoken for 30 s, where what is to end it may never be told,
 /// and says what may become of its text. Speech is what `Dictation::onSpeech` tells, and live text
 /// that grows. Main loop.

@@ -1,48 +1,11 @@
-#include "AppModelFixture.h"
-
-#include "PlayedSound.h"
-
-#include <vector>
+#include "HoldLimitsFixture.h"
 
 namespace vorlin {
 namespace {
 
-using namespace std::chrono_literals;
-using Phase = Dictation::Phase;
 using Names = std::vector<std::string>;
 
 constexpr auto copied = "Copied. Paste it where you want it.";
-constexpr double rate = 48000;
-
-/// A desktop that may never tell that a key was let go.
-class HoldLimitsTest : public AppModelFixture {
-protected:
-    HoldLimitsTest()
-    {
-        desktop.tap.canLoseReleases = true;
-        desktop.focus.focused = 7;
-        desktop.pasteboard.copy(FakePasteboard::text("copied before"));
-    }
-
-    Phase phase() const { return model->dictation.phase.get(); }
-    std::size_t pastes() const { return desktop.keys.posted.size() / 2; }
-    std::string notice() const { return model->dictation.notice.get().value_or(""); }
-    void perform(DictationAction action)
-    {
-        model->perform(action);
-        desktop.loop.runReady();
-    }
-    /// Somebody speaks for a second, of which half is silence.
-    void speak()
-    {
-        const Sound sound = joined(silence(0.5, rate), vowel(0.5, rate));
-        for (const auto& buffer : captured(sound, rate)) {
-            desktop.microphone.deliver(buffer);
-        }
-        desktop.loop.runReady();
-    }
-    void wait(Duration time) { desktop.loop.advance(time); }
-};
 
 class LossyHold : public HoldLimitsTest {
 protected:
@@ -505,134 +468,6 @@ TEST_F(HoldLimitsTest, aPreviewShowsTheOverlayAsItUsuallyIs)
     model->previewHUD();
     desktop.loop.runReady();
     EXPECT_TRUE(model->hud.model()->view.get().showEsc);
-}
-
-/// What a key bound in the desktop asks for, at one that tells of every release.
-class DictationActions : public HoldLimitsTest {
-protected:
-    DictationActions()
-    {
-        desktop.tap.canLoseReleases = false;
-        start();
-    }
-};
-
-TEST_F(DictationActions, pressAndReleaseAreAHoldAndTheOverlayShows)
-{
-    perform(DictationAction::press);
-    EXPECT_EQ(phase(), Phase::listening);
-    EXPECT_TRUE(desktop.panel.isVisible());
-    perform(DictationAction::release);
-    EXPECT_EQ(phase(), Phase::idle);
-    EXPECT_EQ(pastes(), 1U);
-}
-
-TEST_F(DictationActions, aPressThatRepeatsCountsOnceAndOneASecondLaterEndsIt)
-{
-    perform(DictationAction::press);
-    for (int i = 0; i < 50; ++i) {
-        wait(40ms);
-        perform(DictationAction::press);
-    }
-    EXPECT_EQ(phase(), Phase::listening);
-    EXPECT_EQ(desktop.analyzers.streams.size(), 1U);
-    wait(1s);
-    perform(DictationAction::press);
-    EXPECT_EQ(phase(), Phase::idle);
-    EXPECT_EQ(pastes(), 1U);
-    wait(1s);
-    perform(DictationAction::press);
-    EXPECT_EQ(phase(), Phase::listening);
-}
-
-TEST_F(DictationActions, aReleaseWithoutAPressEndsNothing)
-{
-    press();
-    perform(DictationAction::release);
-    EXPECT_EQ(phase(), Phase::listening);
-}
-
-TEST_F(DictationActions, inToggleModePressStartsAndEndsAndReleaseDoesNothing)
-{
-    desktop.defaults.set("recordMode", "toggle");
-    perform(DictationAction::press);
-    perform(DictationAction::release);
-    EXPECT_EQ(phase(), Phase::listening);
-    perform(DictationAction::press);
-    EXPECT_EQ(phase(), Phase::idle);
-}
-
-TEST_F(DictationActions, pressAndReleaseAreAHoldAlsoWhereTheKeyIsOneOfPresses)
-{
-    desktop.tap.watches = {{keyCodes::f9, KeyWatch::presses}};
-    model->setHotkey({keyCodes::f9, 0, false});
-    perform(DictationAction::press);
-    perform(DictationAction::release);
-    EXPECT_EQ(phase(), Phase::idle);
-}
-
-TEST_F(DictationActions, toggleStartsAndEndsAndItsRepeatsDoNothing)
-{
-    perform(DictationAction::toggle);
-    for (int i = 0; i < 50; ++i) {
-        wait(40ms);
-        perform(DictationAction::toggle);
-        EXPECT_EQ(phase(), Phase::listening);
-    }
-    wait(1s);
-    perform(DictationAction::toggle);
-    EXPECT_EQ(phase(), Phase::idle);
-    EXPECT_EQ(pastes(), 1U);
-}
-
-TEST_F(DictationActions, cancelAbandonsIt)
-{
-    perform(DictationAction::toggle);
-    perform(DictationAction::cancel);
-    EXPECT_EQ(phase(), Phase::idle);
-    EXPECT_EQ(notice(), "Cancelled");
-    perform(DictationAction::cancel);
-    wait(10s);
-    EXPECT_EQ(pastes(), 0U);
-}
-
-TEST_F(DictationActions, silenceEndsWhatTheyBegan)
-{
-    for (const auto action : {DictationAction::press, DictationAction::toggle}) {
-        perform(action);
-        ASSERT_EQ(phase(), Phase::listening);
-        wait(30s);
-        EXPECT_EQ(phase(), Phase::idle);
-        perform(DictationAction::release);
-    }
-    EXPECT_EQ(pastes(), 2U);
-}
-
-TEST_F(DictationActions, theKeyEndsWhatTheyBegan)
-{
-    perform(DictationAction::toggle);
-    press();
-    release();
-    EXPECT_EQ(phase(), Phase::idle);
-    EXPECT_EQ(pastes(), 1U);
-}
-
-TEST_F(DictationActions, nothingIsDoneForOneWhoIsAwayOrRecordsAKey)
-{
-    perform(DictationAction::press);
-    desktop.session.setAway(true);
-    perform(DictationAction::press);
-    perform(DictationAction::toggle);
-    EXPECT_EQ(phase(), Phase::idle);
-    desktop.session.setAway(false);
-    perform(DictationAction::press);
-    EXPECT_EQ(phase(), Phase::listening) << "no press is left over";
-    model->setRecordingHotkey(true);
-    desktop.loop.runReady();
-    EXPECT_EQ(phase(), Phase::idle) << "its release would not be heard";
-    EXPECT_EQ(pastes(), 1U);
-    perform(DictationAction::toggle);
-    EXPECT_EQ(phase(), Phase::idle);
 }
 
 } // namespace
