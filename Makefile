@@ -18,7 +18,7 @@ SUITES := bookworm trixie
 OTHER_SUITES := $(filter-out $(shell . /etc/os-release; echo $$VERSION_CODENAME),$(SUITES))
 
 .PHONY: build program run test package nightly lint sanitizers simulations slow-tests fuzz bench
-.PHONY: packages first-starts other-suites swift sessions format
+.PHONY: packages first-starts other-suites swift sessions format pictures
 .PHONY: $(PRESETS:%=build-%)
 .NOTPARALLEL:
 
@@ -56,7 +56,7 @@ package:
 
 nightly:
 	@scripts/install-packages nightly
-	@$(MAKE) --keep-going lint sanitizers simulations slow-tests fuzz bench first-starts \
+	@$(MAKE) --keep-going lint sanitizers simulations slow-tests fuzz bench pictures first-starts \
 	    packages swift sessions other-suites
 
 # By the clang-tidy that this Debian has, which cannot read headers that GCC has compiled.
@@ -83,6 +83,12 @@ fuzz: build/fuzz/CTestTestfile.cmake
 
 bench: build-release
 	@$(PYTHON) scripts/run-benches
+
+# Those of the README, taken anew into build/artefacts/pictures.
+pictures:
+	@scripts/install-packages demonstration
+	@$(MAKE) --no-print-directory program
+	@$(PYTHON) tests/desktop/pictures.py --program $(PROGRAM)
 
 # Tests install more than a start does, and would hide what it lacks.
 # Nothing that a run installs or builds is there in the next.
