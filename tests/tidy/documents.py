@@ -3,34 +3,73 @@
 import pathlib
 import re
 
-from tree import COLUMNS, CPP, Finding, width
+from tree import CODE, COLUMNS, CPP, Finding, width
 
 TABLE_HEADER = re.compile(r"^\|.*behaviou?r.*\|.*file.*\|.*test.*\|", re.IGNORECASE)
 
 
-def architecture_paths(tree):
-    """The table "behaviour, file, test" of docs/ARCHITECTURE.md names what exists."""
-    document = pathlib.Path("docs/ARCHITECTURE.md")
-    if document not in tree.paths:
-        yield Finding(document, 1, "the table of behaviours, files and tests is missing")
-        return
+OVERVIEW = pathlib.PurePath("docs/ARCHITECTURE.md")
+PAGES = pathlib.PurePath("docs/architecture")
+SECTIONS = ("## Parts", "## Threads", "## What fails, and how", "## What proves it")
+
+
+def subsystem_pages(tree):
+    """Each page of a subsystem has its sections, and docs/ARCHITECTURE.md leads to it. Its last
+    section is the table "behaviour, file, test"."""
+    overview = tree.text(OVERVIEW) if pathlib.Path(OVERVIEW) in tree.paths else ""
+    pages = [path for path in tree.files({".md"}) if path.parent == PAGES]
+    if not pages:
+        yield Finding(OVERVIEW, 1, f"there are no pages in {PAGES}")
+    for path in pages:
+        if f"(architecture/{path.name})" not in overview:
+            yield Finding(path, 1, f"{OVERVIEW} does not lead here")
+        headings = [line for _, line in tree.lines(path) if line.startswith("## ")]
+        if headings != list(SECTIONS):
+            yield Finding(path, 1, f"the sections of a page are {', '.join(SECTIONS)}")
+        yield from behaviours(tree, path)
+
+
+def behaviours(tree, path):
+    """The table "behaviour, file, test" is there, and each row names its file and its test."""
     rows = 0
     inside = False
-    for number, line in tree.lines(document):
+    for number, line in tree.lines(path):
         if TABLE_HEADER.match(line):
             inside = True
         elif not line.startswith("|"):
             inside = False
         elif inside and not re.fullmatch(r"[|\s:-]+", line):
             rows += 1
-            named = re.findall(r"`([^`]+)`", line)
-            for name in named:
-                if not list(tree.root.glob(name)):
-                    yield Finding(document, number, f"{name} does not exist")
-            if len(named) < 2:
-                yield Finding(document, number, "a behaviour names its file and its test")
+            if len(re.findall(r"`[^`]+`", line)) < 2:
+                yield Finding(path, number, "a behaviour names its file and its test")
     if rows == 0:
-        yield Finding(document, 1, "the table of behaviours, files and tests is missing")
+        yield Finding(path, 1, "the table of behaviours, files and tests is missing")
+
+
+# What a document names of the tree, and what it names of the code. Decision notes tell of their
+# time, and the log of changes, too.
+NAMED_PATH = re.compile(r"(?:src|tests|scripts|bench|packaging|docs|cmake)/[\w./*@+-]+")
+NAMED_CODE = re.compile(r"[A-Z]\w*[a-z]\w*(?:::\w+)?")
+HISTORY = (pathlib.PurePath("docs/decisions"), pathlib.PurePath("CHANGELOG.md"))
+
+
+def named_things(tree):
+    """What a document names of the tree exists, and what a page of a subsystem names of the code
+    stands in it."""
+    code = set()
+    for path in tree.files(CODE | {".mm", ".swift"}, "src", "tests"):
+        code.update(re.findall(r"\w+", tree.text(path)))
+    for path in markdown(tree):
+        if path in HISTORY or path.parent in HISTORY:
+            continue
+        for number, line in tree.lines(path):
+            for name in re.findall(r"`([^`]+)`", line):
+                file = re.sub(r":\d+$", "", name)
+                if NAMED_PATH.fullmatch(file) and not list(tree.root.glob(file)):
+                    yield Finding(path, number, f"{name} does not exist")
+                known = not NAMED_CODE.fullmatch(name) or set(name.split("::")) <= code
+                if path.parent == PAGES and not known:
+                    yield Finding(path, number, f"nothing in the code is called {name}")
 
 
 # --- Markdown -------------------------------------------------------------------------------------
@@ -139,9 +178,9 @@ NOTE = re.compile(r"(\d{4})-[a-z0-9-]+\.md")
 
 def decision_notes(tree):
     """A decision note is NNNN-name.md, is titled "# NNNN: Title", has a number of its own, and
-    docs/ARCHITECTURE.md leads to it."""
-    overview = tree.root / "docs/ARCHITECTURE.md"
-    linked = overview.read_text(encoding="utf-8") if overview.exists() else ""
+    the overview or a subsystem's page leads to it."""
+    linked = "".join(tree.text(path) for path in markdown(tree)
+                     if path == OVERVIEW or path.parent == PAGES)
     numbers = set()
     for path in markdown(tree):
         if path.parent != NOTES:
@@ -154,8 +193,8 @@ def decision_notes(tree):
             yield Finding(path, 1, f'the title has the form "# {name[1]}: Title"')
         if name[1] in numbers:
             yield Finding(path, 1, f"{name[1]} is the number of another note, too")
-        if f"(decisions/{path.name})" not in linked:
-            yield Finding(path, 1, "docs/ARCHITECTURE.md does not lead here")
+        if f"decisions/{path.name})" not in linked:
+            yield Finding(path, 1, f"neither {OVERVIEW} nor a page of {PAGES} leads here")
         numbers.add(name[1])
 
 
@@ -182,7 +221,8 @@ def folder_list(tree):
 
 
 RULES = (
-    architecture_paths,
+    subsystem_pages,
+    named_things,
     said_twice,
     prose_layout,
     broken_links,
