@@ -89,23 +89,36 @@ def markdown(tree):
     return tree.files({".md"})
 
 
+def classified(tree, path):
+    """The numbered lines of a document, each with the language of the code that it is part of: ""
+    where none is named, nothing for what is no code. The lines of a fence itself are left out."""
+    fence, after_blank, in_list = None, True, False
+    for number, line in tree.lines(path):
+        if line.lstrip().startswith("```"):
+            fence = line.strip().removeprefix("```") if fence is None else None
+            after_blank = True
+            continue
+        indented = line.startswith("    ") and after_blank and not in_list
+        code = fence if fence is not None else "" if indented else None
+        if code is None and line.strip():
+            in_list = bool(LIST_ITEM.match(line)) or (in_list and line.startswith(" "))
+        after_blank = not line.strip() or code is not None
+        yield number, line, code
+
+
 def blocks(tree, path):
     """The paragraphs, list items, headings and tables of a document, as lists of its numbered
     lines, without its code."""
-    block, fenced, after_blank, in_list = [], False, True, False
-    for number, line in tree.lines(path):
-        fence = line.lstrip().startswith("```")
-        code = fence or fenced or (line.startswith("    ") and after_blank and not in_list)
-        fenced ^= fence
-        starts = LIST_ITEM.match(line) or HEADING.match(line)
-        if code or not line.strip() or starts or (block and HEADING.match(block[0][1])):
-            if block:
-                yield block
+    block, before = [], 0
+    for number, line, code in classified(tree, path):
+        prose = code is None and line.strip()
+        starts = LIST_ITEM.match(line) or HEADING.match(line) or number != before + 1
+        if block and (not prose or starts or HEADING.match(block[0][1])):
+            yield block
             block = []
-        if line.strip() and not code:
+        if prose:
             block.append((number, line))
-            in_list = bool(LIST_ITEM.match(line)) or (in_list and line.startswith(" "))
-        after_blank = not line.strip() or code
+        before = number
     if block:
         yield block
 

@@ -10,30 +10,15 @@ from unittest import mock
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
 
 import declarations  # pylint: disable=wrong-import-position
-import documents  # pylint: disable=wrong-import-position
 import facilities  # pylint: disable=wrong-import-position
 import layers  # pylint: disable=wrong-import-position
 import macos  # pylint: disable=wrong-import-position
 import tidy  # pylint: disable=wrong-import-position
+from rule_test import RuleTest  # pylint: disable=wrong-import-position
 
 
-class RuleTest(unittest.TestCase):
-    """Rules on made-up trees."""
-
-    def found(self, rule, files):
-        """What a rule finds in a tree of these files: FILE:LINE each."""
-        with tempfile.TemporaryDirectory() as folder:
-            for name, text in files.items():
-                path = pathlib.Path(folder, name)
-                path.parent.mkdir(parents=True, exist_ok=True)
-                path.write_text(text, encoding="utf-8")
-            return [f"{finding.path}:{finding.line}" for finding in rule(tidy.Tree(folder))]
-
-    def assert_catches(self, rule, path, bad, good=""):
-        """The bad text is caught in its last line, the good one passes."""
-        line = len(bad.rstrip("\n").split("\n"))
-        self.assertEqual(self.found(rule, {path: bad}), [f"{path}:{line}"])
-        self.assertEqual(self.found(rule, {path: good}), [])
+class TidyTest(RuleTest):
+    """The rules of the code, on made-up trees."""
 
     def test_core_includes_no_system_header(self):
         for header in ("unistd.h", "QObject", "sys/stat.h", "stdint.h", "X11/Xlib.h"):
@@ -200,22 +185,6 @@ class RuleTest(unittest.TestCase):
         for name in ("src/C.cpp", "src/Deep/A.cpp", "tests/x/D.cpp", "bench/F.cpp", "src/G.mm"):
             self.assertEqual(self.found(tidy.unlisted_files, {**files, name: ""}), [f"{name}:1"])
 
-    def test_the_table_of_behaviours_names_what_exists(self):
-        head = "# Title\n\n| Behaviour | File | Test |\n|---|---|---|\n"
-        files = {"src/A.cpp": "", "tests/ATest.cpp": ""}
-        document = "docs/ARCHITECTURE.md"
-
-        def lines(row):
-            return self.found(documents.architecture_paths, {**files, document: head + row})
-
-        self.assertEqual(lines("| it works | `src/A.cpp` | `tests/ATest.cpp` |\n"), [])
-        self.assertEqual(lines("| it works | `src/A.cpp` | `tests/A*` |\n\n`no/path`\n"), [])
-        self.assertEqual(lines("| it works | `src/B.cpp` | `tests/ATest.cpp` |\n"),
-                         [f"{document}:5"])
-        self.assertEqual(lines("| it works | `src/A.cpp` | |\n"), [f"{document}:5"])
-        self.assertEqual(lines(""), [f"{document}:1"])
-        self.assertEqual(self.found(documents.architecture_paths, files), [f"{document}:1"])
-
     def test_each_port_has_its_adapter_for_macos(self):
         port = "class A {\npublic:\n    virtual ~A() = default;\n};\n"
         rule = macos.ports_without_an_adapter
@@ -311,62 +280,6 @@ class RuleTest(unittest.TestCase):
         self.assertEqual(found("go(AOne, Five, sought);\n// ATwo\n"), [])
         for name in ("ATwo", "AThree", "kFour"):
             self.assertEqual(found(f"\ngo({name});\n"), [f"{adapter}:2"])
-
-    def test_a_document_says_things_once(self):
-        for bad, good in (
-                ("## A\n\ntext\n\n## A\n", "## A\n\n### C\n\n## B\n\n### C\n"),
-                ("**Keys** grab.\n\n## B\n\ntext ends.\n**Keys** let go.\n",
-                 "**Keys** grab, and **keys** let go.\n\n**Grabs** hold.\n"),
-                ("- one\n  two\n\n- one\n  two\n",
-                 "- one\n- one\n\n```\n## A\n## A\n```\n")):
-            self.assertEqual(len(self.found(documents.said_twice, {"docs/A.md": bad})), 1, bad)
-            self.assertEqual(self.found(documents.said_twice, {"docs/A.md": good}), [])
-
-    def test_prose_fits_and_fills_a_hundred_columns(self):
-        word = "a" * 49 + " "
-        self.assert_catches(documents.prose_layout, "docs/A.md", f"\n- {word * 2}b\n",
-                            f"- {word}{word[2:]}\n  b\n\n| {word * 3}|\n\n    {word * 3}\n")
-        self.assertEqual(self.found(documents.prose_layout, {"docs/A.md": "ragged\nlines\n"}),
-                         ["docs/A.md:1"])
-        self.assertEqual(self.found(documents.prose_layout,
-                                    {"docs/A.md": f"{word}\n`{word}`\n\n- a\n- b\n"}), [])
-
-    def test_links_lead_somewhere(self):
-        files = {"docs/B.md": "## Of the *parts*\n", "src/A.cpp": ""}
-        for target, right in (("B.md", True), ("../src/A.cpp", True), ("B.md#of-the-parts", True),
-                              ("https://x.org/y", True), ("C.md", False), ("B.md#parts", False),
-                              ("#of-the-parts", False)):
-            found = self.found(documents.broken_links, {**files, "docs/A.md": f"\n[a]({target})\n"})
-            self.assertEqual(found, [] if right else ["docs/A.md:2"], target)
-
-    def test_decision_notes_have_one_form(self):
-        def found(name, title, overview="(decisions/0001-a.md)", **others):
-            notes = {f"docs/decisions/{name}.md": title + "\n"}
-            return self.found(documents.decision_notes,
-                              {"docs/ARCHITECTURE.md": overview, **notes, **others})
-
-        self.assertEqual(found("0001-a", "# 0001: A"), [])
-        for title in ("# 1. A", "# 0001 A", "# A", "# 0002: A", "0001: A"):
-            self.assertEqual(found("0001-a", title), ["docs/decisions/0001-a.md:1"], title)
-        self.assertEqual(found("1-a", "# 0001: A"), ["docs/decisions/1-a.md:1"])
-        self.assertEqual(found("0001-a", "# 0001: A", ""), ["docs/decisions/0001-a.md:1"])
-        self.assertEqual(found("0001-a", "# 0001: A", "(decisions/0001-a.md) (decisions/0001-b.md)",
-                               **{"docs/decisions/0001-b.md": "# 0001: B"}),
-                         ["docs/decisions/0001-b.md:1"])
-
-    def test_the_list_of_folders_is_that_of_src(self):
-        files = {name: "" for name in ("src/A.h", "src/B/Deep/C.cpp", "src/B/Deep/Deeper/D.cpp",
-                                       "src/E/F/G.h", "src/qml/H.qml")}
-        rows = ["| `src/B/Deep` | x |", "| `src/E/F` | y |", "| `src/B/Deep/Deeper` | z |"]
-        document = "docs/HACKING.md"
-
-        def found(rows):
-            return self.found(documents.folder_list, {**files, document: "\n".join(rows)})
-
-        self.assertEqual(found(rows), [])
-        self.assertEqual(found(rows[:2]), [])
-        self.assertEqual(found(rows[1:]), [f"{document}:1"])
-        self.assertEqual(found(rows + ["| `src/X` | gone |"]), [f"{document}:4"])
 
     def test_what_a_header_declares_is_used(self):
         def found(header, kept=(), **others):

@@ -11,6 +11,7 @@ import shutil
 import subprocess
 import sys
 
+import commands
 import declarations
 import documents
 import facilities
@@ -285,6 +286,7 @@ RULES = (
     outside_world,
     unlisted_files,
     *documents.RULES,
+    *commands.RULES,
     declarations.unused_declarations,
     *facilities.RULES,
     *layers.RULES,
