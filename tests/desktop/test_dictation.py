@@ -111,3 +111,15 @@ def test_silence_types_nothing(desktop, launch):
         assert stays(program.is_recording, 2)
     program.await_silence()
     assert stays(lambda: not editor.changed(), 1.5)
+
+
+def test_no_word_and_no_sound_stays_on_the_disk(desktop, launch):
+    program = launch()
+    editor = GTKEditor(desktop)
+    program.dictate(SENTENCE)
+    assert_arrived(SENTENCE, editor.await_text())
+    assert program.quit() == 0
+    files = [path for path in desktop.home.rglob("*") if path.is_file()]
+    ours = {path.name for path in files if "vorlin" in str(path.relative_to(desktop.home)).lower()}
+    assert ours <= {"settings.json", "state.json"}, ours
+    assert [path for path in files if b"committee" in path.read_bytes()] == []

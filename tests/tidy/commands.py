@@ -24,6 +24,7 @@ ON_A_MAC = NotRun("only a Mac has it; it is part of the hand test before a relea
 OF_A_PERSON = NotRun("it works on the files of the person who types it")
 NO_SUCH_COMPOSITOR = NotRun("no Debian that we test on has this compositor; follows its manual")
 DEBUG_BUILD = NotRun("a preset like those that `make test` builds, for whoever works on the code")
+BENCH = Run("scripts/run-benches", '"*_bench.py"')
 
 # As they stand in the documents. A block of another language than sh is one entry.
 COMMANDS = {
@@ -44,6 +45,10 @@ COMMANDS = {
     "scripts/try-package [SUITE…]": Run("Makefile:packages", "scripts/try-package $(SUITES)"),
     "scripts/install-packages": Run("Makefile:test"),
     "scripts/run-simulations": Run("Makefile:simulations"),
+    "scripts/run-tests": Run("Makefile:test"),
+    "scripts/start-on-a-display": Run("Makefile:first-starts"),
+    "scripts/debian-sources": Run("tests/scripts/test_debian_sources.py", "debian-sources"),
+    "scripts/try-package": Run("Makefile:packages"),
     "cmake --preset dev && cmake --build build/dev": DEBUG_BUILD,
     "ctest --test-dir build/dev -R Dictation": DEBUG_BUILD,
     "/usr/bin/python3 tests/desktop/inside.py -- COMMAND": Run(
@@ -74,9 +79,12 @@ COMMANDS = {
         ON_A_MAC,
     "python3 tests/tidy/macos.py --mend": Run("tests/tidy/test_tidy.py", "macos.mend("),
     # What measured the figures
-    "bench/downloads_bench.py": Run("scripts/run-benches", '"*_bench.py"'),
-    "bench/recogniser_bench.py": Run("scripts/run-benches", '"*_bench.py"'),
-    "bench/startup_bench.py": Run("scripts/run-benches", '"*_bench.py"'),
+    "bench/downloads_bench.py": BENCH,
+    "bench/mil_bench.py": BENCH,
+    "bench/overlay_bench.py": BENCH,
+    "bench/recogniser_bench.py": BENCH,
+    "bench/settings_bench.py": BENCH,
+    "bench/startup_bench.py": BENCH,
     # tests/desktop/README.md
     "inside.py -- xterm": Run("tests/CMakeLists.txt", "tests/desktop/inside.py --"),
     "/usr/bin/python3 -m pytest tests/desktop/test_clipboard.py -k html": Run(
