@@ -233,6 +233,28 @@ def folder_list(tree):
             yield Finding(document, number, f"{room} does not exist")
 
 
+SETTINGS = pathlib.PurePath("docs/SETTINGS.md")
+PREFERENCES = pathlib.PurePath("src/Preferences.cpp")
+STORED = re.compile(r'(?:read(?:<[^>]*>)?|value|set)\("([\w.]+)"')
+
+
+def settings_keys(tree):
+    """docs/SETTINGS.md lists the keys of the settings file, those and no others."""
+    if PREFERENCES not in tree.paths:
+        return
+    stored = set(STORED.findall(tree.text(PREFERENCES)))
+    listed = {}
+    if SETTINGS in tree.paths:
+        for number, line in tree.lines(SETTINGS):
+            if line.startswith("| `"):
+                listed |= dict.fromkeys(re.findall(r"`([^`]+)`", line.split("|")[1]), number)
+    for key in sorted(stored - set(listed)):
+        yield Finding(SETTINGS, 1, f"the list lacks {key}")
+    for key, number in listed.items():
+        if key not in stored:
+            yield Finding(SETTINGS, number, f"nothing is stored under {key}")
+
+
 RULES = (
     subsystem_pages,
     named_things,
@@ -241,4 +263,5 @@ RULES = (
     broken_links,
     decision_notes,
     folder_list,
+    settings_keys,
 )

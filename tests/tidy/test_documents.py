@@ -129,6 +129,21 @@ class DocumentTest(RuleTest):
         self.assertEqual(found(rows[1:]), [f"{document}:1"])
         self.assertEqual(found(rows + ["| `src/X` | gone |"]), [f"{document}:4"])
 
+    def test_the_list_of_settings_is_that_of_the_code(self):
+        code = ('a = read<std::string>("sounds", {});\nb = read("hud.scale", 1.0);\n'
+                'defaults.set("engine", id);\nmode == "hold";\n')
+
+        document, head = "docs/SETTINGS.md", "| key | value |\n|---|---|\n| `engine` | x |\n"
+
+        def found(rows):
+            return self.found(documents.settings_keys, {
+                "src/Preferences.cpp": code, document: head + rows})
+
+        self.assertEqual(found("| `sounds`, `hud.scale` | `y` |\n"), [])
+        self.assertEqual(found("| `sounds` | `hud.scale` |\n"), [f"{document}:1"])
+        self.assertEqual(found("| `sounds`, `hud.scale` | y |\n| `hold` | z |\n"),
+                         [f"{document}:5"])
+
     def test_a_command_is_run_or_it_is_said_why_not(self):
         files = {"Makefile": MAKEFILE, "scripts/run-benches": "bench --all\n",
                  "scripts/by-hand": "bench --all\n", "tests/a.py": "make fast\n"}
