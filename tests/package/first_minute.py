@@ -1,7 +1,11 @@
 """A newcomer's first minute with the installed package: from the program's entry in the menu to the
 first words, with pictures of what there is to see on the way."""
 
+import contextlib
+
 from gi.repository import Gio
+from Xlib import X
+from Xlib.ext import xtest
 
 from editors import GTKEditor
 from program import Program, wrong_words
@@ -15,7 +19,16 @@ SENTENCE = "the committee decided to postpone the meeting until next month"
 # Of a recogniser as small as the built-in one a wrong word is no fault of the package.
 MOST_WRONG_WORDS = 2
 OWN_FILES = {".config/Vorlin/settings.json", ".local/state/Vorlin/state.json"}
+# Where its symbol stands in the panel.
+SYMBOL = (1267, 16)
 SWAY_PANEL = "bar {\n position top\n}\n"
+
+
+class EchoingFoot(Foot):
+    """A terminal that shows what it is typed."""
+
+    def script(self, path):
+        return ["sh", "-c", f"stty -icanon; : > '{path}.ready'; exec cat > '{path}'"]
 
 
 def on_x11(pictures):
@@ -27,6 +40,8 @@ def on_x11(pictures):
         window = SettingsWindow(desktop, program)
         wait_until(window.is_painted, "the settings at the very first start", 60)
         desktop.screenshot("1-started")
+        with open_menu(desktop):
+            desktop.screenshot("1-menu")
         yield from walk(desktop, program, GTKEditor)
 
 
@@ -37,7 +52,25 @@ def on_sway(pictures, person):
         wait_until(lambda: any(each["name"] == "Vorlin Settings" for each in desktop.windows()),
                    "the settings at the very first start", 60)
         desktop.screenshot("1-started")
-        yield from walk(desktop, program, Foot)
+        yield from walk(desktop, program, EchoingFoot)
+
+
+@contextlib.contextmanager
+def open_menu(desktop):
+    """The menu of its symbol in the panel, until the block ends."""
+    def windows():
+        return {each.id for each in desktop.x.screen().root.query_tree().children
+                if each.get_attributes().map_state == X.IsViewable}
+
+    before = windows()
+    xtest.fake_input(desktop.x, X.MotionNotify, x=SYMBOL[0], y=SYMBOL[1])
+    xtest.fake_input(desktop.x, X.ButtonPress, 3)
+    xtest.fake_input(desktop.x, X.ButtonRelease, 3)
+    desktop.x.sync()
+    wait_until(lambda: windows() - before, "the menu")
+    yield
+    desktop.keyboard.tap("Escape")
+    wait_until(lambda: not windows() - before, "the menu to go")
 
 
 def started(desktop):

@@ -27,7 +27,8 @@ namespace {
 constexpr const char* noDisplay =
     "vorlin: no X11 display with XInput 2.2 and XTEST can be reached.\n";
 constexpr const char* noXWayland =
-    "vorlin: no XWayland can be reached; in a Wayland session it shows what there is to see.\n";
+    "vorlin: no XWayland can be reached, which shows its windows in a Wayland session. "
+    "Install it (Debian's package is xwayland), and log in anew.\n";
 
 /// What this start follows, in seconds of the clock that goes on while the machine sleeps.
 constexpr const char* restartVariable = "VORLIN_RESTARTED";
