@@ -117,6 +117,9 @@ void XDGLoginItem::setEnabled(bool enabled)
                              "Exec=" +
                              execLine(program.string()) +
                              "\n"
+                             "TryExec=" + // or a removed program is missed at each login
+                             escapedValue(program.string()) +
+                             "\n"
                              "Terminal=false\n"
                              "X-GNOME-Autostart-enabled=true\n";
     if (error || !output.open(QIODevice::WriteOnly) ||

@@ -17,6 +17,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// Says what must be there for an entry to count, as a desktop's own reader reads it.
+constexpr const char* condition = "import sys\n"
+                                  "from gi.repository import GLib\n"
+                                  "entry = GLib.KeyFile()\n"
+                                  "entry.load_from_file(sys.argv[1], GLib.KeyFileFlags.NONE)\n"
+                                  "print(entry.get_string('Desktop Entry', 'TryExec'), end='')\n";
+
 /// Starts what an entry's `Exec` names, with a desktop's own reader of entries.
 constexpr const char* launch = "import sys, gi\n"
                                "gi.require_version('Gio', '2.0')\n"
@@ -102,6 +109,16 @@ TEST_F(XDGLoginItemTest, aDesktopStartsTheProgramWhateverItsPathIs)
     ASSERT_TRUE(desktop.waitForFinished(-1));
     ASSERT_EQ(desktop.exitCode(), 0);
     EXPECT_EQ(textOf(sign), "0 " + program.string() + "\n");
+}
+
+TEST_F(XDGLoginItemTest, noDesktopMissesAProgramThatWasRemoved)
+{
+    const std::string program = "/opt/A \"strange\" `place` \\ $HOME/100%/vorlin";
+    item(program).setEnabled(true);
+    QProcess desktop;
+    desktop.start("/usr/bin/python3", {"-c", condition, QString::fromStdString(file.string())});
+    ASSERT_TRUE(desktop.waitForFinished(-1));
+    EXPECT_EQ(desktop.readAllStandardOutput().toStdString(), program);
 }
 
 TEST_F(XDGLoginItemTest, aPercentSignBeginsNoField)
