@@ -34,6 +34,10 @@ COMMANDS = {
     "make test": Run("Makefile:other-suites"),
     "make nightly": NotRun("it is what runs the others"),
     "make package": Run("scripts/try-package"),
+    "sudo apt install ./build/package/vorlin_*.deb": Run(
+        "tests/package/install_and_purge.py", 'apt("install", str(package))'),
+    "sudo apt purge --auto-remove vorlin": Run(
+        "tests/package/install_and_purge.py", 'apt("purge", "--auto-remove"'),
     "make pictures": Run("Makefile:pictures", "tests/desktop/pictures.py"),
     "make bench": Run("Makefile:bench", "scripts/run-benches"),
     "make format": NotRun("it changes the tree; tidy asks the same program what it would change"),
