@@ -5,7 +5,7 @@ import threading
 import time
 
 from Xlib import X, XK, display as xdisplay
-from Xlib.ext import record, xtest
+from Xlib.ext import record, xinput, xtest
 from Xlib.protocol import rq
 
 from hands import Hands
@@ -50,6 +50,70 @@ class Keyboard(Hands):
         if code == 0:
             raise ValueError(f"the layout has no key {key!r}")
         return code
+
+
+class ChangeHierarchy(rq.Request):
+    """XIChangeHierarchy with one change: a device leaves its keyboard, or joins one."""
+
+    LEAVE, JOIN = 4, 3
+    _request = rq.Struct(rq.Card8("opcode"), rq.Opcode(43), rq.RequestLength(),
+                         rq.Card8("changes"), rq.Pad(3), rq.Card16("change"),
+                         rq.Card16("length"), rq.Card16("device"), rq.Card16("keyboard"))
+
+
+class FakeDeviceInput(rq.Request):
+    """XTestFakeInput by a device other than XTEST's own."""
+
+    _request = rq.Struct(rq.Card8("opcode"), rq.Opcode(2), rq.RequestLength(),
+                         rq.Card8("event_type"), rq.Card8("detail"), rq.Pad(2),
+                         rq.Card32("time"), rq.Card32("root"), rq.Pad(8), rq.Int16("x"),
+                         rq.Int16("y"), rq.Pad(7), rq.Card8("device"))
+
+
+class PluggedKeyboard(Hands):
+    """The display's other keyboard, a device of its own, which can be taken off and plugged in.
+    (A new device would need a kernel's help; to the display one that joins is the same.)"""
+
+    PRESS, RELEASE = 1, 2  # of a device, counted from the extension's first event
+
+    def __init__(self, desktop):
+        self.x = desktop.x
+        self.xinput = self.x.query_extension(xinput.extname)
+        self.x.xinput_query_version()
+        found = self.x.xinput_query_device(xinput.AllDevices).devices
+        self.keyboard = next(each for each in found if each.use == xinput.MasterKeyboard).deviceid
+        self.device = next(each for each in found if each.use == xinput.SlaveKeyboard
+                           and "XTEST" not in each.name).deviceid
+
+    def take_off(self):
+        self._change(ChangeHierarchy.LEAVE, 0)
+        self._await_use(xinput.FloatingSlave)
+
+    def plug_in(self):
+        self._change(ChangeHierarchy.JOIN, self.keyboard)
+        self._await_use(xinput.SlaveKeyboard)
+
+    def press(self, key):
+        self._post(self.PRESS, key)
+
+    def release(self, key):
+        self._post(self.RELEASE, key)
+
+    def _change(self, change, keyboard):
+        ChangeHierarchy(display=self.x.display, opcode=self.xinput.major_opcode, changes=1,
+                        change=change, length=2, device=self.device, keyboard=keyboard)
+        self.x.sync()
+
+    def _await_use(self, use):
+        wait_until(lambda: self.x.xinput_query_device(self.device).devices[0].use == use,
+                   "the keyboard to come or go")
+
+    def _post(self, event, key):
+        FakeDeviceInput(display=self.x.display,
+                        opcode=self.x.display.get_extension_major(xtest.extname),
+                        event_type=self.xinput.first_event + event, detail=KEYS[key],
+                        time=X.CurrentTime, root=X.NONE, x=0, y=0, device=self.device)
+        self.x.sync()
 
 
 class KeyWatcher:
