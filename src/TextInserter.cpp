@@ -2,6 +2,7 @@
 
 #include "Async/Sleep.h"
 
+#include <string_view>
 #include <utility>
 
 namespace vorlin {
@@ -14,6 +15,43 @@ constexpr auto restoreAtLatest = std::chrono::milliseconds(3000);
 constexpr auto keysAtLatest = std::chrono::milliseconds(2000);
 constexpr auto lookEvery = std::chrono::milliseconds(20);
 constexpr auto watchEvery = std::chrono::milliseconds(100);
+
+/// How many bytes at `at` of a UTF-8 text are a control character or a line break; none if it is
+/// neither.
+std::size_t controlBytes(std::string_view text, std::size_t at)
+{
+    const auto byte = [&](std::size_t offset) {
+        return at + offset < text.size() ? static_cast<unsigned char>(text[at + offset]) : 0U;
+    };
+    if (byte(0) < 0x20 || byte(0) == 0x7f) {
+        return 1;
+    }
+    if (byte(0) == 0xc2 && byte(1) >= 0x80 && byte(1) < 0xa0) {
+        return 2; // U+0080 to U+009F
+    }
+    const bool separator = byte(0) == 0xe2 && byte(1) == 0x80 && (byte(2) | 1U) == 0xa9;
+    return separator ? 3 : 0; // U+2028 and U+2029
+}
+
+/// `text` for a terminal: line breaks and control characters in a row become one space, and none
+/// at its end.
+std::string inOneLine(std::string_view text)
+{
+    std::string line;
+    bool broken = false;
+    for (std::size_t at = 0; at < text.size();) {
+        if (const std::size_t bytes = controlBytes(text, at); bytes != 0) {
+            broken = true;
+            at += bytes;
+            continue;
+        }
+        if (std::exchange(broken, false)) {
+            line += ' ';
+        }
+        line += text[at++];
+    }
+    return line;
+}
 
 } // namespace
 
@@ -183,7 +221,7 @@ void TextInserter::leaveNow(const std::string& text)
 void TextInserter::paste(const std::string& text, const PasteChord& chord)
 {
     auto items = takeContents(chord.source);
-    pasteboard.setString(chord.source, text);
+    pasteboard.setString(chord.source, chord.typesIntoTerminal ? inOneLine(text) : text);
     pasteShortcut(chord);
     if (pasteboard.use(chord.source) == PasteboardUse::untracked) {
         spawn(loop, lifetime.token(), restoreUntracked(chord.source, std::move(items)));

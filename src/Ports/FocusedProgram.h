@@ -20,6 +20,9 @@ struct PasteChord {
     /// As in `Hotkey`.
     std::uint64_t modifiers = 0;
     PasteSource source = PasteSource::clipboard;
+    /// Whether what is pasted is typed into a terminal, where a line break may run a command and
+    /// other control characters are keys.
+    bool typesIntoTerminal = false;
 
     bool operator==(const PasteChord&) const = default;
 };

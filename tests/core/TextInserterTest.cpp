@@ -56,6 +56,34 @@ TEST_F(TextInserterTest, pastesWithTheChordOfTheFocusedProgram)
     EXPECT_EQ(keys.posted.back(), (PostedKey{keyCodes::insert, false, maskShift}));
 }
 
+TEST_F(TextInserterTest, aTerminalGetsOneLineAndNothingThatRunsIt)
+{
+    focus.chord.typesIntoTerminal = true;
+    insert("rm -r *\r\n");
+    EXPECT_EQ(board(), "rm -r *");
+    programReadsAfter(0ms);
+    loop.advance(1s);
+    for (const auto& [said, typed] : std::vector<std::pair<std::string, std::string>>{
+             {"one\ntwo", "one two"},
+             {"one\r\n\n\ttwo\x03\x7f", "one two"},
+             {"\x1b[200~hi", " [200~hi"},
+             {"a\u0085b\u2028c\u2029d\u009be", "a b c d e"},
+             {"Grüße, 日本 🎤 “x”\u00a0…", "Grüße, 日本 🎤 “x”\u00a0…"},
+             {"\n", ""},
+             {"\xe2\x80", "\xe2\x80"},
+         }) {
+        insert(said);
+        loop.advance(1s);
+        EXPECT_EQ(pasted.back(), typed);
+    }
+}
+
+TEST_F(TextInserterTest, elsewhereLineBreaksArePastedAsTheyAre)
+{
+    insert("one\ntwo\n");
+    EXPECT_EQ(board(), "one\ntwo\n");
+}
+
 TEST_F(TextInserterTest, aTextThatIsLeftIsLikeOneThatThePersonCopiedAndStays)
 {
     pasteboard.copy(FakePasteboard::text("old"));

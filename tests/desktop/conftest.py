@@ -5,6 +5,7 @@ import pathlib
 import pytest
 
 from controls import Controls
+from matrix import Matrix
 from program import Program
 from settings_window import SettingsWindow
 from virtual_desktop import VirtualDesktop
@@ -31,6 +32,21 @@ def pytest_addoption(parser):
     parser.addoption("--switching", type=pathlib.Path,
                      default=ROOT / "build" / "release" / "src/App/Linux/switching_program",
                      help="the program with a hand on its engine catalog")
+    parser.addoption("--matrix", type=pathlib.Path,
+                     help="file that what works where is added to")
+
+
+def pytest_configure(config):
+    config.addinivalue_line("markers", "matrix(table, row, column): a cell; see matrix.py")
+    path = config.getoption("--matrix")
+    config.matrix = Matrix(path) if path else None
+
+
+@pytest.hookimpl(hookwrapper=True)
+def pytest_runtest_makereport(item):
+    report = (yield).get_result()
+    if item.config.matrix:
+        item.config.matrix.note(item, report)
 
 
 @pytest.fixture(name="artefacts")

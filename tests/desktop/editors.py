@@ -59,6 +59,12 @@ class Editor:
         wait_until(self.changed, f"text in {self.name}", timeout)
         return self.text()
 
+    def await_more(self, before, timeout=30.0):
+        """Waits, without touching the program, for text behind what stood there; returns it."""
+        text = self.await_text(timeout)
+        assert text.startswith(before), f"{self.name} lost {before!r}: {text!r}"
+        return text[len(before):]
+
     def focus(self):
         """Gives the window the keyboard and waits until it has it."""
         root = self.desktop.x.screen().root
@@ -138,6 +144,10 @@ class Terminal(Editor):
         # The bytes of one paste arrive in pieces.
         wait_until(lambda: stays_equal(self.text, 0.3), "the text to be complete", timeout)
         return self.text()
+
+    def await_more(self, before, timeout=30.0):
+        wait_until(lambda: self.text() != before, f"more text in {self.name}", timeout)
+        return super().await_more(before, timeout)
 
     def text(self):
         return self.path.read_text()

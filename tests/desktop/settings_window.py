@@ -16,10 +16,11 @@ SIZE = (560, 470)
 ACCESSIBLE = "org.a11y.atspi.Accessible"
 ACTION = "org.a11y.atspi.Action"
 PROPERTIES = "org.freedesktop.DBus.Properties"
+TEXT = "org.a11y.atspi.Text"
 # What the program answers of an item that went, or that is not yet whole.
 UNKNOWN = ("org.freedesktop.DBus.Error.UnknownObject",
            "org.freedesktop.DBus.Error.UnknownInterface")
-STATE_FOCUSABLE, STATE_VISIBLE = 11, 30
+STATE_FOCUSABLE, STATE_FOCUSED, STATE_VISIBLE = 11, 12, 30
 
 
 class Raises:
@@ -199,6 +200,21 @@ class Reader:
             return window and self._below(window, name)
 
         return self._look(look)
+
+    def find_role(self, role, title):
+        """The item of this role that has the focus in the window of this title; nothing where there
+        is none."""
+        def look():
+            window = self._window(title)
+            found = self.walk(window) if window else ()
+            return next((item for item, its, _ in found if its == role and
+                         self.states(item) >> STATE_FOCUSED & 1), None)
+
+        return self._look(look)
+
+    def text(self, item):
+        """All of a text."""
+        return self._call(item, TEXT, "GetText", GLib.Variant("(ii)", (0, -1)))
 
     @staticmethod
     def _look(look):

@@ -14,8 +14,8 @@ using namespace eventFlags;
 constexpr std::uint16_t keyY = 16;
 
 constexpr PasteChord usual{keyCodes::v, maskControl, PasteSource::clipboard};
-constexpr PasteChord terminal{keyCodes::v, maskControl | maskShift, PasteSource::clipboard};
-constexpr PasteChord xterm{keyCodes::insert, maskShift, PasteSource::primarySelection};
+constexpr PasteChord terminal{keyCodes::v, maskControl | maskShift, PasteSource::clipboard, true};
+constexpr PasteChord xterm{keyCodes::insert, maskShift, PasteSource::primarySelection, true};
 constexpr PasteChord emacs{keyY, maskControl, PasteSource::clipboard};
 
 struct Program {
@@ -79,6 +79,9 @@ constexpr Program programs[] = {
     {"xfce4-terminal", terminal},
     {"yakuake", terminal},
     {"emacs", emacs},
+    {"emacs-gtk", emacs},
+    {"emacs-lucid", emacs},
+    {"emacs-pgtk", emacs},
 };
 
 bool equalIgnoringCase(std::string_view name, std::string_view lowerCase)

@@ -29,7 +29,15 @@ void X11KeyPoster::post(std::uint16_t keyCode, bool keyDown, std::uint64_t flags
     if (chord && (keyDown || chord->keyCode == keyCode)) {
         release();
     }
-    if (keyDown && keyboard.available().get()) {
+    if (!keyDown || !keyboard.available().get()) {
+        return;
+    }
+    if (keyCode == keyCodes::v && flags == maskControl && keyboard.postedLayout().lacksLetter('v')) {
+        press(keyCodes::insert, maskShift);
+        if (chord) {
+            chord->keyCode = keyCode; // whose release will be asked for
+        }
+    } else {
         press(keyCode, flags);
     }
 }

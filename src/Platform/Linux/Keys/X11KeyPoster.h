@@ -10,7 +10,8 @@ namespace vorlin {
 
 /// Posts keys through XTEST. Modifiers that are down are lifted first, and put back with the key
 /// up if the person still holds them. A letter is posted with the key that types it in the
-/// present layout, any other key, or a letter no key types, by its position.
+/// present layout, any other key, or a letter no key types, by its position; but Control+V, where
+/// nothing types a "v" and so no program takes it for that, as Shift+Insert, which pastes as well.
 ///
 /// A key down reaches the server together with its key up, in one piece, if that follows in the
 /// same turn of the loop: a process that dies leaves no key down. `keyboard` must outlive this.

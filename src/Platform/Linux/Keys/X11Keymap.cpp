@@ -262,4 +262,9 @@ std::optional<HardwareKey> X11Keymap::keyTyping(char letter, unsigned group) con
     return std::nullopt;
 }
 
+bool X11Keymap::lacksLetter(char letter) const
+{
+    return !letters.empty() && !keyTyping(letter, 0);
+}
+
 } // namespace vorlin

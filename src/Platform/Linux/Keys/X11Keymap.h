@@ -56,6 +56,9 @@ public:
     /// if there is one, else in another group, where programs look for shortcuts next.
     std::optional<HardwareKey> keyTyping(char letter, unsigned group) const;
 
+    /// Whether the layout is known and no key of it types a lower-case letter (a-z).
+    bool lacksLetter(char letter) const;
+
     /// A key without a symbol: programs see that a key was pressed, and do nothing.
     HardwareKey silentKey() const { return silent; }
 

@@ -45,12 +45,14 @@ Offering textOffering(const std::string& text)
         {{"STRING", "STRING"}, latin1},
         {{"TEXT", type}, exact ? latin1 : utf8},
         {{"COMPOUND_TEXT", "COMPOUND_TEXT"}, compound},
-    }};
+    },
+            false};
 }
 
 Offering secretOffering(const std::string& text)
 {
     Offering offering = textOffering(text);
+    offering.forPasteOnly = true;
     offering.entries.push_back(
         {{std::string(secrecyHint), std::string(secrecyHint)}, sharedText("secret")});
     return offering;

@@ -20,6 +20,9 @@ struct Offering {
         SharedBytes bytes;
     };
     std::vector<Entry> entries;
+    /// Whether it is there to be pasted only: nobody else is given its text. The mark and the list
+    /// of types are for everybody.
+    bool forPasteOnly = false;
 
     /// Whether it is marked as nothing to be remembered by clipboard managers.
     bool secret() const;
@@ -31,7 +34,7 @@ inline constexpr std::string_view secrecyHint = "x-kde-passwordManagerHint";
 /// `text` under all names by which programs ask for text.
 Offering textOffering(const std::string& text);
 
-/// The same, and the mark of a secret.
+/// The same with the mark of a secret, to be pasted only.
 Offering secretOffering(const std::string& text);
 
 /// What was read in a snapshot, as it was. X11 knows one item: further ones add what the first

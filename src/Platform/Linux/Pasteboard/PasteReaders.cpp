@@ -1,5 +1,7 @@
 #include "Platform/Linux/Pasteboard/PasteReaders.h"
 
+#include "Platform/Linux/Environment.h"
+
 #include <algorithm>
 #include <array>
 #include <fstream>
@@ -17,6 +19,14 @@ std::string processName(std::uint32_t process)
     std::getline(file, name);
     return name;
 }
+
+/// One process of theirs has the clipboard for all.
+bool isWindowsProgram(std::string_view processName)
+{
+    return processName.ends_with(".exe");
+}
+
+constexpr int deepestWindow = 32;
 
 } // namespace
 
@@ -38,7 +48,9 @@ bool isClipboardManager(std::string_view processName)
 }
 
 PasteReaders::PasteReaders(const SelectionConnection& connection)
-    : connection(connection), managerSelection(connection.atom("CLIPBOARD_MANAGER"))
+    : connection(connection), managerSelection(connection.atom("CLIPBOARD_MANAGER")),
+      windowManagerSelection(connection.atom("WM_S0")),
+      inWayland(processEnvironment()("WAYLAND_DISPLAY").has_value())
 {
 }
 
@@ -95,15 +107,62 @@ bool PasteReaders::sameProgram(xcb_window_t reader, xcb_window_t focused) const
         return true;
     }
     const std::uint32_t readers = process(reader);
-    return readers != 0 && readers == process(focused);
+    const std::uint32_t focuseds = process(focused);
+    if (readers == 0 || focuseds == 0) {
+        return false;
+    }
+    return readers == focuseds || (isWindowsProgram(processName(readers)) &&
+                                   isWindowsProgram(processName(focuseds)));
+}
+
+/// Whether `outer` is an ancestor of `window`: programs show windows of others in their own.
+bool PasteReaders::isWithin(xcb_window_t window, xcb_window_t outer) const
+{
+    for (int depth = 0; depth < deepestWindow && window != connection.root(); ++depth) {
+        if (window == outer) {
+            return true;
+        }
+        const XcbPointer<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(
+            connection.get(), xcb_query_tree(connection.get(), window), nullptr));
+        if (!tree || tree->parent == XCB_NONE) {
+            return false;
+        }
+        window = tree->parent;
+    }
+    return false;
+}
+
+bool PasteReaders::isFocused(xcb_window_t reader, xcb_window_t focused) const
+{
+    const auto isTheOneOf = [&](xcb_window_t window) {
+        return window != XCB_NONE && (sameProgram(reader, window) || isWithin(reader, window));
+    };
+    const bool nobodyFocused = focused == XCB_NONE && remembered == XCB_NONE;
+    return nobodyFocused || isTheOneOf(focused) || isTheOneOf(remembered);
+}
+
+bool PasteReaders::isBridge(xcb_window_t reader) const
+{
+    if (!inWayland) {
+        return false;
+    }
+    const XcbPointer<xcb_get_selection_owner_reply_t> manager(xcb_get_selection_owner_reply(
+        connection.get(), xcb_get_selection_owner(connection.get(), windowManagerSelection),
+        nullptr));
+    return manager && sameProgram(reader, manager->owner);
 }
 
 bool PasteReaders::counts(xcb_window_t window) const
 {
+    return isFocused(window, focus()) && !isManager(window);
+}
+
+bool PasteReaders::mayRead(xcb_window_t window) const
+{
     const xcb_window_t focused = focus();
-    const bool nobodyFocused = focused == XCB_NONE && remembered == XCB_NONE;
-    return (nobodyFocused || sameProgram(window, focused) || sameProgram(window, remembered)) &&
-           !isManager(window);
+    const bool somebodyFocused = focused != XCB_NONE || remembered != XCB_NONE;
+    return (isFocused(window, focused) && (somebodyFocused || !isManager(window))) ||
+           isBridge(window);
 }
 
 } // namespace vorlin

@@ -14,7 +14,8 @@ namespace vorlin {
 /// To take a clipboard manager for the paste means to take the text away before a slow program
 /// has read it; to miss a paste only means to wait longer. So a reader counts when it is the
 /// focused program: the client of the window that had the keyboard focus when the contents were
-/// written or when they are read, or another client of the same process. Where no window has the
+/// written or when they are read, another client of the same process, a window within that one, or,
+/// where both are Windows programs, the one that reads for all of them. Where no window has the
 /// focus every reader counts. A known clipboard manager, and the client that owns
 /// CLIPBOARD_MANAGER, never counts, focused or not.
 class PasteReaders {
@@ -27,14 +28,24 @@ public:
     /// Whether a request made from `window` counts. A few round trips.
     bool counts(xcb_window_t window) const;
 
+    /// Whether `window` may have a text that is only there to be pasted: whoever counts, a manager
+    /// that has the focus itself, and in a Wayland session the compositor, which asks for others. A
+    /// few round trips.
+    bool mayRead(xcb_window_t window) const;
+
 private:
     xcb_window_t focus() const;
     std::uint32_t process(xcb_window_t window) const;
     bool isManager(xcb_window_t window) const;
     bool sameProgram(xcb_window_t reader, xcb_window_t focused) const;
+    bool isWithin(xcb_window_t window, xcb_window_t outer) const;
+    bool isFocused(xcb_window_t reader, xcb_window_t focused) const;
+    bool isBridge(xcb_window_t reader) const;
 
     const SelectionConnection& connection;
     const xcb_atom_t managerSelection;
+    const xcb_atom_t windowManagerSelection;
+    const bool inWayland;
     xcb_window_t remembered = XCB_NONE;
 };
 

@@ -178,6 +178,9 @@ bool SelectionOwner::convertSeveral(xcb_window_t reader, xcb_atom_t property)
 
 bool SelectionOwner::give(xcb_window_t reader, const Content& content, xcb_atom_t property)
 {
+    if (owned->offering.forPasteOnly && content.tracked && !readers.mayRead(reader)) {
+        return false;
+    }
     const bool counts = content.tracked && readers.counts(reader);
     const auto given = [this, counts, of = number] {
         if (counts) {

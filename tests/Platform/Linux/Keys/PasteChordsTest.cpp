@@ -43,8 +43,11 @@ TEST(PasteChords, otherTerminalsPasteWithControlShiftV)
 
 TEST(PasteChords, emacsYanks)
 {
-    EXPECT_EQ(pasteChordFor("emacs", "Emacs"),
-              (PasteChord{16, maskControl, PasteSource::clipboard}));
+    constexpr PasteChord yank{16, maskControl, PasteSource::clipboard};
+    EXPECT_EQ(pasteChordFor("emacs", "Emacs"), yank);
+    for (const auto* name : {"emacs-gtk", "emacs-lucid", "emacs-pgtk"}) { // started by this name
+        EXPECT_EQ(pasteChordFor(name, ""), yank) << name;
+    }
 }
 
 } // namespace

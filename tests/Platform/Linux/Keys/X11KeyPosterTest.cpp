@@ -199,8 +199,24 @@ TEST_F(X11KeyPosterTest, withoutALatinLetterThePositionIsPosted)
 {
     PrivateDisplay::setLayout("ru");
     serveLoop();
+    post(16, maskControl); // y
+    EXPECT_THAT(of(29, seen()), ElementsAre(down(29, control), up(29, control)));
+}
+
+TEST_F(X11KeyPosterTest, withoutALatinVTheOtherChordThatPastesIsPosted)
+{
+    constexpr HardwareKey insert = 118;
+    PrivateDisplay::setLayout("ru");
+    serveLoop();
     post(keyCodes::v, maskControl);
-    EXPECT_THAT(of(keys::v, seen()), ElementsAre(down(keys::v, control), up(keys::v, control)));
+    const auto events = seen();
+    EXPECT_THAT(of(insert, events), ElementsAre(down(insert, shift), up(insert, shift)));
+    EXPECT_TRUE(of(keys::v, events).empty());
+    PrivateDisplay::setLayout("us,ru");
+    ASSERT_TRUE(waitUntil([&] {
+        post(keyCodes::v, maskControl);
+        return !of(keys::v, window.takeSeen(typist, keys::x)).empty();
+    }));
 }
 
 TEST_F(X11KeyPosterTest, levelThreeIsLiftedOnAGermanKeyboard)

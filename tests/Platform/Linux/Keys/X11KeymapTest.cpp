@@ -153,6 +153,9 @@ TEST(X11Keymap, letterKeysFollowTheLayout)
     EXPECT_EQ(layout("us,us", ",dvorak").keyTyping('v', 0), keys::v);
     EXPECT_EQ(layout("us,us", ",dvorak").keyTyping('v', 1), 60);
     EXPECT_EQ(X11Keymap().keyTyping('v', 0), std::nullopt);
+    EXPECT_TRUE(layout("ru").lacksLetter('v'));
+    EXPECT_FALSE(layout("us,ru", ",").lacksLetter('v'));
+    EXPECT_FALSE(X11Keymap().lacksLetter('v')) << "who knows";
 }
 
 TEST(X11Keymap, theSilentKeyHasNoSymbol)

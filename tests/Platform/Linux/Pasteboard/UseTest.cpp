@@ -11,6 +11,25 @@ protected:
     PasteboardUse use() const { return pasteboard->use(PasteSource::clipboard); }
 };
 
+/// What another program gets for a window of its own that it has made in `parent`.
+std::string readingWithin(xcb_window_t parent)
+{
+    constexpr const char* program = R"(
+import sys
+from Xlib import X, Xatom, display
+x = display.Display()
+parent = x.create_resource_object('window', int(sys.argv[1]))
+window = parent.create_window(0, 0, 1, 1, 0, X.CopyFromParent)
+window.convert_selection(x.intern_atom('CLIPBOARD'), x.intern_atom('UTF8_STRING'),
+                         Xatom.CUT_BUFFER0, X.CurrentTime)
+while (event := x.next_event()).type != X.SelectionNotify:
+    pass
+if event.property:
+    print(window.get_full_property(event.property, X.AnyPropertyType).value.decode(), end='')
+)";
+    return Process({"/usr/bin/python3", "-c", program, std::to_string(parent)}).output();
+}
+
 } // namespace
 
 TEST_F(PasteboardFixture, nothingIsKnownOfContentsNeverWritten)
@@ -77,8 +96,53 @@ TEST_F(Use, anUnfocusedProgramsReadingDoesNotCount)
     const ScriptedReader focused;
     focused.takeFocus();
     pasteboard->setString(PasteSource::clipboard, "dictated");
-    EXPECT_EQ(Process({"xclip", "-o", "-selection", "clipboard"}).output(), "dictated");
+    EXPECT_EQ(Process({"xclip", "-o", "-selection", "clipboard"}).output(), "");
     EXPECT_EQ(use(), PasteboardUse::unread);
+}
+
+TEST_F(Use, aCopyForGoodIsGivenToEverybody)
+{
+    ASSERT_TRUE(installed("xclip")) << "scripts/install-packages brings it";
+    const ScriptedReader focused;
+    focused.takeFocus();
+    pasteboard->copyString(PasteSource::clipboard, "copied");
+    EXPECT_EQ(Process({"xclip", "-o", "-selection", "clipboard"}).output(), "copied");
+}
+
+TEST_F(Use, whatIsRestoredIsGivenToEverybodyAlsoASecret)
+{
+    ASSERT_TRUE(installed("xclip")) << "scripts/install-packages brings it";
+    const ScriptedReader focused;
+    focused.takeFocus();
+    pasteboard->setString(PasteSource::clipboard, "dictated");
+    pasteboard->replace(PasteSource::clipboard,
+                        {{{"UTF8_STRING", bytesOf("old")},
+                          {"x-kde-passwordManagerHint", bytesOf("secret")}}});
+    EXPECT_EQ(Process({"xclip", "-o", "-selection", "clipboard"}).output(), "old");
+}
+
+TEST_F(Use, theListAndTheMarkAreForEverybody)
+{
+    ASSERT_TRUE(installed("xclip")) << "scripts/install-packages brings it";
+    const ScriptedReader focused;
+    focused.takeFocus();
+    pasteboard->setString(PasteSource::clipboard, "dictated");
+    const auto ask = [](const char* target) {
+        return Process({"xclip", "-o", "-selection", "clipboard", "-t", target}).output();
+    };
+    EXPECT_NE(ask("TARGETS").find("UTF8_STRING"), std::string::npos);
+    EXPECT_EQ(ask("x-kde-passwordManagerHint"), "secret");
+}
+
+TEST_F(Use, aWindowOfAnotherProgramWithinTheFocusedOneReadsForIt)
+{
+    const ScriptedReader focused;
+    focused.takeFocus();
+    pasteboard->setString(PasteSource::clipboard, "dictated");
+    EXPECT_EQ(readingWithin(focused.root), "");
+    EXPECT_EQ(use(), PasteboardUse::unread);
+    EXPECT_EQ(readingWithin(focused.window), "dictated");
+    EXPECT_EQ(use(), PasteboardUse::read);
 }
 
 TEST_F(Use, largeTextIsReadWhenItsLastPieceIs)
