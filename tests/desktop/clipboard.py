@@ -28,17 +28,19 @@ def targets(desktop):
 
 
 class ClipboardOwner:
-    """Offers the clipboard with the given contents, {target name: bytes}, as a program in which
-    something was copied does. What is larger than 64 KiB goes out in pieces (INCR).
+    """Offers the clipboard, or another selection, with the given contents, {target name: bytes}, as
+    a program in which something was copied does. What is larger than 64 KiB goes out in pieces
+    (INCR).
 
-    `lost` is set once another client has taken the clipboard.
+    `lost` is set once another client has taken the clipboard. A `silent` one never answers.
     """
 
-    def __init__(self, desktop, contents):
+    def __init__(self, desktop, contents, selection="CLIPBOARD", silent=False):
+        self.silent = silent
         self.lost = threading.Event()
         self.x = xdisplay.Display(desktop.display)
         self.contents = {self.x.intern_atom(name): data for name, data in contents.items()}
-        self.clipboard = self.x.intern_atom("CLIPBOARD")
+        self.clipboard = self.x.intern_atom(selection)
         self.targets = self.x.intern_atom("TARGETS")
         self.incr = self.x.intern_atom("INCR")
         self.transfers = {}
@@ -53,7 +55,7 @@ class ClipboardOwner:
         try:
             while True:
                 event = self.x.next_event()
-                if event.type == X.SelectionRequest:
+                if event.type == X.SelectionRequest and not self.silent:
                     self._answer(event)
                 elif event.type == X.SelectionClear:
                     self.lost.set()

@@ -10,6 +10,7 @@ import tarfile
 FIXTURE = (pathlib.Path(__file__).resolve().parent.parent / "fixtures" / "mil"
            / "tiny-speech.tar.xz")
 ENGINE_ID = "custom-0a1b2c3d"
+TOKEN_THE = 42  # "▁the"
 
 
 class LocalModel:
@@ -30,6 +31,13 @@ class LocalModel:
                   "custom": True}
         data = base64.b64encode(json.dumps([engine]).encode()).decode()
         return {"customEngines": {"data": data}, "engine": ENGINE_ID, **others}
+
+    def write_for(self, token, text):
+        """Lets the model write another text for one of its tokens."""
+        file = self.folder / "parakeet_v3_vocab.json"
+        vocabulary = json.loads(file.read_text())
+        assert str(token) in vocabulary
+        file.write_text(json.dumps(vocabulary | {str(token): text}))
 
     def become_links(self):
         """Lays the model out as a hub's cache does: every file a link into a store of files named

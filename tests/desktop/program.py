@@ -68,14 +68,14 @@ class Program:
     def await_silence(self):
         wait_until(lambda: not self.is_recording(), "the program to stop recording")
 
-    def say(self, text, voice="kal16", pause=0.2):
+    def say(self, text, voice="kal16", pause=0.2, sink="vmic"):
         """Speaks into the microphone, with a short pause around it."""
         wav = self.desktop.folder / f"{abs(hash((text, voice)))}.wav"
         if not wav.exists():
             plain = wav.with_suffix(".plain.wav")
             speech(text, plain, voice)
             subprocess.run(["sox", plain, wav, "pad", str(pause), str(pause)], check=True)
-        self.desktop.sound.play(wav)
+        self.desktop.sound.play(wav, sink)
 
     def dictate(self, text, key="Alt_R", voice="kal16"):
         """Holds the key, speaks, releases."""

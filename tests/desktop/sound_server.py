@@ -68,6 +68,13 @@ class SoundServer:
         """The process that plays a WAV file; returns at once."""
         return self.desktop.spawn(["paplay", "-d", sink, str(wav)], log="paplay")
 
+    def add_microphone(self, name, rate, channels):
+        """A further microphone "name", with a sink "name-in" into which it hears."""
+        self.control("load-module", "module-null-sink", f"sink_name={name}-in", "norewinds=1",
+                     f"rate={rate}", f"channels={channels}", "format=float32le")
+        return self.control("load-module", "module-remap-source", f"master={name}-in.monitor",
+                            f"source_name={name}").strip()
+
     def unplug_microphone(self):
         """Removes the default source, as pulling the plug does."""
         self.control("unload-module", "module-remap-source")
@@ -90,6 +97,54 @@ class SoundServer:
     def restart(self):
         self.launch()
         self.await_ready()
+
+
+class PipeWireServer(SoundServer):
+    """PipeWire in PulseAudio's place. Its session manager wants the session bus, so it is launched
+    when the desktop is there."""
+
+    NAMES = ("pipewire", "wireplumber", "pipewire-pulse")
+    MODULES = (
+        "module-null-sink sink_name=speakers norewinds=1",
+        "module-null-sink sink_name=vmic norewinds=1 format=float32le rate={rate} "
+        "channels={channels}",
+        "module-remap-source master=vmic.monitor source_name=mic",
+    )
+
+    def launch(self):
+        self.processes = []
+        for name, file in zip(self.NAMES, ("pipewire-0", None, "pulse/native")):
+            self.processes.append(self.desktop.spawn([name]))
+            if file:
+                wait_until((self.desktop.runtime_folder / file).exists, f"{name}'s socket")
+        self.process = self.processes[-1]
+
+    def await_ready(self):
+        wait_until(lambda: "auto_null.monitor" in self._info(), "the session manager")
+        for module in self.MODULES:
+            self.control("load-module", *module.format(
+                rate=self.rate, channels=self.channels).split())
+        self.control("set-default-sink", "speakers")
+        self.control("set-default-source", "mic")
+        wait_until(lambda: "Default Source: mic" in self._info(), "the microphone")
+
+    def source_outputs(self):
+        lines = self.control("list", "source-outputs", "short").splitlines()
+        # The server's own streams belong to no client.
+        return [line for line in lines if line.split("\t")[2] != "-"]
+
+    def die(self):
+        for process in self.processes:
+            process.send_signal(signal.SIGKILL)
+            process.wait()
+        for file in ("pulse/native", "pipewire-0", "pipewire-0-manager"):
+            (self.desktop.runtime_folder / file).unlink(missing_ok=True)
+
+    def _info(self):
+        try:
+            return self.control("info")
+        except subprocess.CalledProcessError:
+            return ""
 
 
 def speech(text, path, voice="kal16"):

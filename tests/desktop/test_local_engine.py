@@ -5,7 +5,7 @@ import shutil
 import signal
 
 from editors import GTKEditor, Terminal
-from local_model import LocalModel, engine_processes
+from local_model import TOKEN_THE, LocalModel, engine_processes
 from overlay import Overlay
 from program import Program, assert_arrived, wrong_words
 from waiting import stays, wait_until
@@ -35,6 +35,15 @@ def test_its_sentences_arrive_word_for_word(desktop, launch):
         wait_until(lambda: len(terminal.text()) >= len(expected), "the dictated text", 60)
         assert terminal.text() == expected
     assert len(engine_processes(program)) == 1
+
+
+def test_several_lines_come_into_a_terminal_as_one_that_nothing_runs(desktop, launch):
+    model = LocalModel(desktop)
+    model.write_for(TOKEN_THE, "\r\ntouch ran\n\x03")
+    program = launch(settings=model.settings())
+    terminal = Terminal(desktop)
+    dictate(desktop, program, model.recording(model.utterances[:1], "one"))
+    assert terminal.await_text(60) == "I will be in touch ran office at seven."
 
 
 def test_a_model_made_of_links_into_a_store_is_dictated_with(desktop, launch):

@@ -1,0 +1,189 @@
+"""Sound servers and microphones that come, go and change: a dictation ends in its text or in one
+line that says why, and the next one works without a restart."""
+
+import pytest
+
+from editors import Terminal
+from overlay import ScreenReader
+from program import Program, assert_arrived
+from sound_server import PipeWireServer
+from virtual_desktop import VirtualDesktop
+from waiting import stays, wait_until
+
+SENTENCE = "the committee decided to postpone the meeting until next month"
+OTHER = "the weather will be warm and sunny for the rest of the week"
+
+
+class Sounds:
+    """A desktop, the program, a terminal to dictate into, and a reader that hears its lines."""
+
+    def __init__(self, binary, artefacts, server=None, **options):
+        self.desktop = VirtualDesktop(artefacts=artefacts, accessible=True, **options).__enter__()
+        try:
+            if server:
+                self.desktop.sound = server(self.desktop)
+                self.server.launch()
+                self.server.await_ready()
+            self.reader = ScreenReader(self.desktop)
+            self.program = Program(self.desktop, binary, settings={"sounds": False})
+            self.terminal = Terminal(self.desktop)
+        except BaseException:
+            self.desktop.close()
+            raise
+        self.text = ""
+
+    @property
+    def server(self):
+        return self.desktop.sound
+
+    def hold(self):
+        return self.desktop.keyboard.held("Alt_R")
+
+    def assert_typed(self, said):
+        """That what was said, and nothing else, has come since the last time."""
+        assert_arrived(said, self.terminal.await_more(self.text))
+        self.text = self.terminal.text()
+
+    def assert_dictates(self, said=SENTENCE):
+        with self.hold():
+            self.program.await_recording()
+            self.program.say(said)
+        self.assert_typed(said)
+
+    def await_line(self, line):
+        """Presses the key until the overlay says why it cannot be: the program may not know yet."""
+        with self.hold():
+            self.reader.await_heard(line)
+        self.program.await_silence()
+
+    def await_dictation(self, said=OTHER):
+        """Dictates as soon as the program can."""
+        wait_until(self._records, "the program to record again")
+        self.assert_dictates(said)
+
+    def _records(self):
+        with self.hold():
+            return not stays(lambda: not self.program.is_recording(), 1)
+
+
+@pytest.fixture(name="begin")
+def _begin(artefacts, request):
+    begun = []
+
+    def begin(**options):
+        begun.append(Sounds(request.config.getoption("--program"), artefacts, **options))
+        return begun[-1]
+
+    yield begin
+    for each in begun:
+        each.desktop.screenshot("end")
+        each.desktop.close()
+
+
+def test_without_a_server_a_line_says_so_and_one_that_comes_is_used(begin):
+    sounds = begin(sound=False)
+    # Nobody to ask whether anything records.
+    with sounds.hold():
+        sounds.reader.await_heard("The sound server is not running.")
+    sounds.server.restart()
+    sounds.await_dictation()
+
+
+def test_a_server_that_restarts_while_idle_is_found_again(begin):
+    sounds = begin()
+    sounds.assert_dictates()
+    sounds.server.die()
+    sounds.server.restart()
+    sounds.await_dictation()
+
+
+def test_a_server_that_dies_while_listening_costs_no_words_heard(begin):
+    sounds = begin()
+    with sounds.hold():
+        sounds.program.await_recording()
+        sounds.program.say(SENTENCE)
+        sounds.server.die()
+        sounds.assert_typed(SENTENCE)
+    sounds.server.restart()
+    sounds.await_dictation()
+
+
+def test_a_server_that_dies_while_the_text_is_finished_costs_none_either(begin):
+    sounds = begin()
+    with sounds.hold():
+        sounds.program.await_recording()
+        sounds.program.say(SENTENCE)
+    sounds.server.die()
+    sounds.assert_typed(SENTENCE)
+    sounds.server.restart()
+    sounds.await_dictation()
+
+
+def test_the_default_microphone_of_the_moment_is_used(begin):
+    sounds = begin()
+    sounds.assert_dictates()
+    sounds.server.add_microphone("other", 44100, 1)
+    sounds.server.control("set-default-source", "other")
+    with sounds.hold():
+        sounds.program.await_recording()
+        sounds.program.say(OTHER, sink="other-in")
+    sounds.assert_typed(OTHER)
+
+
+def test_a_default_that_changes_while_listening_costs_no_words(begin):
+    sounds = begin()
+    sounds.server.add_microphone("other", 44100, 1)
+    with sounds.hold():
+        sounds.program.await_recording()
+        sounds.server.control("set-default-source", "other")
+        sounds.program.say(SENTENCE)
+    sounds.assert_typed(SENTENCE)
+    with sounds.hold():
+        sounds.program.await_recording()
+        sounds.program.say(OTHER, sink="other-in")
+    sounds.assert_typed(OTHER)
+
+
+def test_a_microphone_that_is_plugged_in_is_used_and_when_it_is_pulled_the_one_before(begin):
+    sounds = begin()
+    module = sounds.server.add_microphone("usb", 48000, 1)
+    sounds.server.control("set-default-source", "usb")
+    with sounds.hold():
+        sounds.program.await_recording()
+        sounds.program.say(OTHER, sink="usb-in")
+        sounds.server.control("unload-module", module)
+        sounds.assert_typed(OTHER)
+    sounds.server.control("set-default-source", "mic")
+    sounds.await_dictation(SENTENCE)
+
+
+@pytest.mark.parametrize("rate, channels", [(8000, 1), (96000, 8)])
+def test_any_format_of_a_microphone_is_understood(begin, rate, channels):
+    sounds = begin(rate=rate, channels=channels)
+    sounds.assert_dictates()
+    sounds.assert_dictates(OTHER)
+
+
+def test_what_the_speakers_play_is_never_taken_for_a_microphone(begin):
+    sounds = begin()
+    sounds.server.unplug_microphone()
+    sounds.server.control("set-default-source", "speakers.monitor")
+    sounds.await_line("No microphone was found.")
+    with sounds.hold():
+        sounds.program.say(SENTENCE, sink="speakers")
+        assert not sounds.program.is_recording()
+    assert stays(lambda: not sounds.terminal.changed(), 1)
+    sounds.server.plug_in_microphone()
+    sounds.await_dictation()
+
+
+def test_on_pipewire_all_of_it_holds(begin):
+    sounds = begin(sound=False, server=PipeWireServer)
+    sounds.assert_dictates()
+    with sounds.hold():
+        sounds.program.await_recording()
+        sounds.program.say(OTHER)
+        sounds.server.die()
+        sounds.assert_typed(OTHER)
+    sounds.server.restart()
+    sounds.await_dictation(SENTENCE)
