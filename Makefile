@@ -18,7 +18,7 @@ SUITES := bookworm trixie
 OTHER_SUITES := $(filter-out $(shell . /etc/os-release; echo $$VERSION_CODENAME),$(SUITES))
 
 .PHONY: build program run test package nightly lint sanitizers simulations slow-tests fuzz bench
-.PHONY: packages first-starts other-suites swift sessions format pictures
+.PHONY: packages first-starts other-suites swift sessions desktops format pictures
 .PHONY: $(PRESETS:%=build-%)
 .NOTPARALLEL:
 
@@ -89,6 +89,10 @@ pictures:
 	@scripts/install-packages demonstration
 	@$(MAKE) --no-print-directory program
 	@$(PYTHON) tests/desktop/pictures.py --program $(PROGRAM)
+
+# The programs, terminals and desktops that people have; docs/DESKTOPS.md says what was seen.
+desktops: program
+	@scripts/test-desktops
 
 # Tests install more than a start does, and would hide what it lacks.
 # Nothing that a run installs or builds is there in the next.

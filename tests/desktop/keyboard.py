@@ -16,7 +16,7 @@ KEYS = {
     "Escape": 9, "Tab": 23, "Return": 36, "BackSpace": 22,
     "Control_L": 37, "Control_R": 105, "Shift_L": 50, "Shift_R": 62,
     "Alt_L": 64, "Alt_R": 108, "Super_L": 133, "Super_R": 134, "Menu": 135,
-    "space": 65, "Caps_Lock": 66, "Insert": 118, "F5": 71, "F8": 74, "v": 55,
+    "space": 65, "Caps_Lock": 66, "Num_Lock": 77, "Insert": 118, "F5": 71, "F8": 74, "v": 55,
     "Up": 111, "Left": 113, "Right": 114, "Down": 116,
 }
 

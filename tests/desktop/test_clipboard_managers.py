@@ -78,6 +78,8 @@ def test_it_keeps_no_dictation(desktop, launch, manager):
     assert "committee" not in kept and "meeting" not in kept, kept
 
 
+# CopyQ takes nothing over: it is no manager as the conventions have it.
+@pytest.mark.parametrize("manager", [Clipman], indirect=True, ids=["clipman"])
 def test_it_takes_over_what_was_put_back_when_the_program_ends(desktop, launch, manager):
     program = launch()
     editor = GTKEditor(desktop)

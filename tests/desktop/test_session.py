@@ -26,19 +26,12 @@ def kill(desktop, name):
     process.wait()
 
 
-def manager_window(desktop):
-    """The window by which a window manager says that it is there; none without one."""
-    root = desktop.x.screen().root
-    check = desktop.x.intern_atom("_NET_SUPPORTING_WM_CHECK")
-    found = root.get_full_property(check, 0)
-    return found.value[0] if found else None
-
-
 def replace_manager(desktop):
-    before = manager_window(desktop)
+    before = desktop.manager_window()
     desktop.spawn(["xfwm4", "--replace", "--compositor=off"])
     process_of(desktop, "openbox").wait()
-    wait_until(lambda: manager_window(desktop) not in (before, None), "the other window manager")
+    wait_until(lambda: desktop.manager_window() not in (before, None),
+               "the other window manager")
 
 
 def test_a_window_manager_replaced_in_a_dictation_costs_nothing(desktop, launch):

@@ -132,6 +132,13 @@ class VirtualDesktop:
         self.picom = self.spawn(["picom", "--config", self.folder / "picom.conf"])
         wait_until(self.has_compositor, "the compositor")
 
+    def manager_window(self):
+        """The window by which a window manager says that it is there; nothing without one."""
+        root = self.x.screen().root
+        check = self.x.intern_atom("_NET_SUPPORTING_WM_CHECK")
+        found = root.get_full_property(check, X.AnyPropertyType)
+        return found.value[0] if found else None
+
     def has_compositor(self):
         selection = self.x.intern_atom("_NET_WM_CM_S0")
         return self.x.get_selection_owner(selection) != X.NONE
@@ -239,9 +246,7 @@ class VirtualDesktop:
         }[self.manager])
 
     def _await_window_manager(self):
-        root = self.x.screen().root
-        check = self.x.intern_atom("_NET_SUPPORTING_WM_CHECK")
-        wait_until(lambda: root.get_full_property(check, X.AnyPropertyType), "the window manager")
+        wait_until(self.manager_window, "the window manager")
 
     def _log_file(self, name):
         folder = self.artefacts or self.folder

@@ -1,0 +1,132 @@
+"""Whole desktops: window manager, panel, settings daemon and clipboard manager as a session of each
+starts them, with the key bindings they come with."""
+
+from Xlib import X
+
+from virtual_desktop import VirtualDesktop
+from waiting import wait_until
+
+
+class WholeDesktop(VirtualDesktop):
+    """A subclass gives what its session starts, window manager first, and further variables of it.
+
+    A compositor of its own counts as one: none is started beside it.
+    """
+
+    services = ()
+    session_variables = {}
+    # What the services need to be installed.
+    packages = ()
+
+    def __init__(self, **options):
+        options.setdefault("compositor", False)
+        super().__init__(variables=dict(self.session_variables), accessible=True, **options)
+
+    def _start_window_manager(self):
+        self.environment.pop("GSETTINGS_BACKEND", None)  # its services tell each other
+        for command in self.services:
+            self.spawn(command)
+
+    def await_panel(self):
+        """Waits for a window that reserves an edge of the screen, if the desktop has one."""
+
+
+class WithPanel(WholeDesktop):
+    def await_panel(self):
+        root = self.x.screen().root
+        strut = self.x.intern_atom("_NET_WM_STRUT_PARTIAL")
+        clients = self.x.intern_atom("_NET_CLIENT_LIST")
+
+        def reserves():
+            listed = root.get_full_property(clients, X.AnyPropertyType)
+            windows = [self.x.create_resource_object("window", each)
+                       for each in (listed.value if listed else ())]
+            return any(window.get_full_property(strut, X.AnyPropertyType) for window in windows)
+
+        wait_until(reserves, "the panel")
+
+
+class Xfce(WithPanel):
+    services = (["xfwm4"], ["xfce4-panel", "--disable-wm-check"], ["xfce4-clipman"])
+    session_variables = {"XDG_CURRENT_DESKTOP": "XFCE"}
+    packages = ("xfwm4", "xfce4-panel", "xfce4-clipman")
+
+
+class I3(WholeDesktop):
+    services = (["i3", "-c", "/etc/i3/config"],)
+    session_variables = {"XDG_CURRENT_DESKTOP": "i3"}
+    packages = ("i3-wm",)
+
+
+class Mate(WithPanel):
+    services = (["marco"], ["mate-settings-daemon"], ["mate-panel"])
+    session_variables = {"XDG_CURRENT_DESKTOP": "MATE"}
+    packages = ("marco", "mate-settings-daemon", "mate-panel")
+
+
+class KWin(WholeDesktop):
+    services = (["kwin_x11"], ["kglobalaccel5"])
+    session_variables = {"XDG_CURRENT_DESKTOP": "KDE", "KDE_FULL_SESSION": "true",
+                         "KDE_SESSION_VERSION": "5"}
+    packages = ("kwin-x11", "libkf5globalaccel-bin")
+
+
+class Gnome(WholeDesktop):
+    services = (["gnome-shell", "--x11"],)
+    session_variables = {"XDG_CURRENT_DESKTOP": "GNOME", "LIBGL_ALWAYS_SOFTWARE": "1"}
+    packages = ("gnome-shell",)
+
+
+class InputMethod(WholeDesktop):
+    """A desktop with an input method running, which all programs are told to use."""
+
+    services = (["openbox", "--sm-disable"],)
+    daemon = ()
+    method = ""
+
+    def __init__(self, **options):
+        self.session_variables = {"GTK_IM_MODULE": self.method, "QT_IM_MODULE": self.method,
+                                  "XMODIFIERS": f"@im={self.method}"}
+        super().__init__(**options)
+
+    def _await_window_manager(self):
+        super()._await_window_manager()
+        self.spawn(self.daemon)
+        server = self.x.intern_atom(f"@server={self.method}")
+        wait_until(lambda: self.x.get_selection_owner(server) != X.NONE, "the input method")
+
+
+class IBus(InputMethod):
+    method = "ibus"
+    daemon = ("ibus-daemon", "--xim", "--panel=disable")
+    packages = ("ibus", "ibus-gtk3")
+
+
+class Fcitx5(InputMethod):
+    method = "fcitx"
+    daemon = ("fcitx5", "--disable=wayland")
+    packages = ("fcitx5", "fcitx5-frontend-gtk3")
+
+
+class Locks(WholeDesktop):
+    """Num Lock and Caps Lock are on."""
+
+    services = (["openbox", "--sm-disable"],)
+    packages = ("openbox",)
+
+    def _await_window_manager(self):
+        super()._await_window_manager()
+        for key in ("Num_Lock", "Caps_Lock"):
+            self.keyboard.tap(key)
+
+
+DESKTOPS = {
+    "Xfce: xfwm4, panel, clipman": Xfce,
+    "i3": I3,
+    "MATE: marco, panel, settings": Mate,
+    "KWin on X11": KWin,
+    "GNOME Shell on X11": Gnome,
+    "IBus running": IBus,
+    "fcitx5 running": Fcitx5,
+    "Num Lock and Caps Lock on": Locks,
+}
