@@ -33,8 +33,8 @@ std::size_t controlBytes(std::string_view text, std::size_t at)
     return separator ? 3 : 0; // U+2028 and U+2029
 }
 
-/// `text` for a terminal: line breaks and control characters in a row become one space, and none
-/// at its end.
+/// `text` for a terminal: line breaks and control characters in a row become one space, where there
+/// is none beside them, and nothing at the end.
 std::string inOneLine(std::string_view text)
 {
     std::string line;
@@ -45,7 +45,7 @@ std::string inOneLine(std::string_view text)
             at += bytes;
             continue;
         }
-        if (std::exchange(broken, false)) {
+        if (std::exchange(broken, false) && text[at] != ' ' && !line.ends_with(' ')) {
             line += ' ';
         }
         line += text[at++];

@@ -69,6 +69,8 @@ TEST_F(TextInserterTest, aTerminalGetsOneLineAndNothingThatRunsIt)
              {"\x1b[200~hi", " [200~hi"},
              {"a\u0085b\u2028c\u2029d\u009be", "a b c d e"},
              {"Grüße, 日本 🎤 “x”\u00a0…", "Grüße, 日本 🎤 “x”\u00a0…"},
+             {"one\n two", "one two"},
+             {"one \ntwo", "one two"},
              {"\n", ""},
              {"\xe2\x80", "\xe2\x80"},
          }) {

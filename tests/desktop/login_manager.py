@@ -1,4 +1,4 @@
-"""A system bus with a login manager on it, which locks the session and puts the machine to sleep."""
+"""A system bus with a login manager, which locks the session and puts the machine to sleep."""
 
 import threading
 

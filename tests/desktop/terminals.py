@@ -1,5 +1,5 @@
-"""The terminals that people have. In each a program writes down every byte that it is typed, control
-characters too."""
+"""The terminals that people have. In each a program writes down every byte that it is typed,
+control characters too."""
 
 from applications import Application
 from editors import Terminal

@@ -32,7 +32,8 @@ void X11KeyPoster::post(std::uint16_t keyCode, bool keyDown, std::uint64_t flags
     if (!keyDown || !keyboard.available().get()) {
         return;
     }
-    if (keyCode == keyCodes::v && flags == maskControl && keyboard.postedLayout().lacksLetter('v')) {
+    const bool pastes = keyCode == keyCodes::v && flags == maskControl;
+    if (pastes && keyboard.postedLayout().lacksLetter('v')) {
         press(keyCodes::insert, maskShift);
         if (chord) {
             chord->keyCode = keyCode; // whose release will be asked for

@@ -39,13 +39,13 @@ Offering textOffering(const std::string& text)
     const SharedBytes compound = exact ? latin1 : sharedText("\x1b%G" + text + "\x1b%@");
     const std::string type = exact ? "STRING" : "UTF8_STRING";
     return {{
-        {{"UTF8_STRING", "UTF8_STRING"}, utf8},
-        {{"text/plain;charset=utf-8", "text/plain;charset=utf-8"}, utf8},
-        {{"text/plain", "text/plain"}, utf8},
-        {{"STRING", "STRING"}, latin1},
-        {{"TEXT", type}, exact ? latin1 : utf8},
-        {{"COMPOUND_TEXT", "COMPOUND_TEXT"}, compound},
-    },
+                {{"UTF8_STRING", "UTF8_STRING"}, utf8},
+                {{"text/plain;charset=utf-8", "text/plain;charset=utf-8"}, utf8},
+                {{"text/plain", "text/plain"}, utf8},
+                {{"STRING", "STRING"}, latin1},
+                {{"TEXT", type}, exact ? latin1 : utf8},
+                {{"COMPOUND_TEXT", "COMPOUND_TEXT"}, compound},
+            },
             false};
 }
 

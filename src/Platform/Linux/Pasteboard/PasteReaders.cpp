@@ -111,8 +111,8 @@ bool PasteReaders::sameProgram(xcb_window_t reader, xcb_window_t focused) const
     if (readers == 0 || focuseds == 0) {
         return false;
     }
-    return readers == focuseds || (isWindowsProgram(processName(readers)) &&
-                                   isWindowsProgram(processName(focuseds)));
+    return readers == focuseds ||
+           (isWindowsProgram(processName(readers)) && isWindowsProgram(processName(focuseds)));
 }
 
 /// Whether `outer` is an ancestor of `window`: programs show windows of others in their own.

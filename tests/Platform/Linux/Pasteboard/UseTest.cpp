@@ -115,9 +115,9 @@ TEST_F(Use, whatIsRestoredIsGivenToEverybodyAlsoASecret)
     const ScriptedReader focused;
     focused.takeFocus();
     pasteboard->setString(PasteSource::clipboard, "dictated");
-    pasteboard->replace(PasteSource::clipboard,
-                        {{{"UTF8_STRING", bytesOf("old")},
-                          {"x-kde-passwordManagerHint", bytesOf("secret")}}});
+    pasteboard->replace(
+        PasteSource::clipboard,
+        {{{"UTF8_STRING", bytesOf("old")}, {"x-kde-passwordManagerHint", bytesOf("secret")}}});
     EXPECT_EQ(Process({"xclip", "-o", "-selection", "clipboard"}).output(), "old");
 }
 
