@@ -1,6 +1,8 @@
 """Whole desktops: window manager, panel, settings daemon and clipboard manager as a session of each
 starts them, with the key bindings they come with."""
 
+import pathlib
+
 from Xlib import X
 
 from virtual_desktop import VirtualDesktop
@@ -53,9 +55,17 @@ class Xfce(WithPanel):
 
 
 class I3(WholeDesktop):
-    services = (["i3", "-c", "/etc/i3/config"],)
+    """With the bindings of its own configuration, but without the wizard that a first start is
+    greeted by and the programs of other packages."""
+
     session_variables = {"XDG_CURRENT_DESKTOP": "i3"}
     packages = ("i3-wm",)
+
+    def _start_window_manager(self):
+        lines = pathlib.Path("/etc/i3/config").read_text().splitlines(keepends=True)
+        config = self.folder / "i3.config"
+        config.write_text("".join(line for line in lines if not line.startswith("exec")))
+        self.spawn(["i3", "-c", config])
 
 
 class Mate(WithPanel):
@@ -75,6 +85,14 @@ class Gnome(WholeDesktop):
     services = (["gnome-shell", "--x11"],)
     session_variables = {"XDG_CURRENT_DESKTOP": "GNOME", "LIBGL_ALWAYS_SOFTWARE": "1"}
     packages = ("gnome-shell",)
+
+    def _start_window_manager(self):
+        # One without any service: it wants to ask somebody.
+        address = self.environment["DBUS_SYSTEM_BUS_ADDRESS"]
+        self.spawn(["dbus-daemon", "--session", "--nofork", "--nopidfile",
+                    f"--address={address}"], log="system-bus")
+        wait_until((self.runtime_folder / "no-system-bus").exists, "the system bus")
+        super()._start_window_manager()
 
 
 class InputMethod(WholeDesktop):

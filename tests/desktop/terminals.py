@@ -37,6 +37,11 @@ class GnomeTerminal(AnyTerminal):
     name, window_class = "gnome-terminal", "gnome-terminal-server"
     options = ("--wait", "--")
 
+    def prepare(self):
+        # Its windows are those of a service, which the bus starts.
+        self.desktop.output(["dbus-update-activation-environment", *(
+            f"{name}={self.desktop.environment[name]}" for name in ("DISPLAY", "LANG"))])
+
 
 class Konsole(AnyTerminal):
     name, window_class = "konsole", "konsole"

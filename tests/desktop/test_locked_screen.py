@@ -94,11 +94,12 @@ def test_a_login_manager_that_says_so_cancels_and_the_key_rests_until_the_return
     assert not terminal.changed(), "nothing was inserted"
     away.come_back()
 
-    def records_while_held():
+    def dictates():
         with desktop.keyboard.held("Alt_R"):
-            return not stays(lambda: not program.is_recording(), 1)
+            if stays(lambda: not program.is_recording(), 2):
+                return False
+            program.say(SENTENCE)
+        return True
 
-    wait_until(records_while_held, "the key to be listened to again")
-    program.await_silence()
-    program.dictate(SENTENCE)
+    wait_until(dictates, "the key to be listened to again")
     assert_arrived(SENTENCE, terminal.await_text())
