@@ -2,6 +2,7 @@
 without touching its keyboard."""
 
 import json
+import re
 import shutil
 import subprocess
 
@@ -84,14 +85,16 @@ class LibreOfficeWriter(Application):
 
 
 class Firefox(Application):
-    """The text area of a page that tells its text in the window's title."""
+    """The text area of a page that tells the end of its text in the window's title, which holds
+    no more."""
 
     name = "firefox"
     window_class = "firefox-esr"
     PAGE = ("<!DOCTYPE html><meta charset=utf-8><title>empty</title>"
             "<textarea autofocus rows=20 cols=80></textarea><script>"
             "const area = document.querySelector('textarea');"
-            "const tell = () => document.title = 'says ' + JSON.stringify(area.value) + ' here';"
+            "const tell = () => document.title = area.value.length + ' says '"
+            " + JSON.stringify(area.value.slice(-150)) + ' here';"
             "area.oninput = tell; area.onfocus = tell; area.focus(); tell();</script>")
     # Nothing of a first start, and nothing asked of the network.
     PREFERENCES = {
@@ -112,6 +115,7 @@ class Firefox(Application):
     }
 
     def prepare(self):
+        self.told = ""
         profile = self.desktop.folder / "firefox"
         profile.mkdir()
         (profile / "user.js").write_text("".join(
@@ -128,9 +132,12 @@ class Firefox(Application):
         return 'says "' in self.title()
 
     def text(self):
-        title = self.title()
-        start, end = title.find('says "'), title.rfind('" here')
-        return json.loads(title[start + 5:end + 1]) if start >= 0 and end > start else ""
+        said = re.match(r'(\d+) says (".*") here', self.title())
+        if said:
+            length, end = int(said[1]), json.loads(said[2])
+            more = max(0, length - len(self.told))
+            self.told = self.told[:length] + end[len(end) - more:]
+        return self.told
 
 
 class Emacs(Application):

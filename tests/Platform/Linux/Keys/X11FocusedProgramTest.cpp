@@ -15,8 +15,8 @@ namespace {
 using namespace eventFlags;
 
 constexpr PasteChord usual{9, maskControl, PasteSource::clipboard};
-constexpr PasteChord terminal{9, maskControl | maskShift, PasteSource::clipboard};
-constexpr PasteChord xterm{114, maskShift, PasteSource::primarySelection};
+constexpr PasteChord terminal{9, maskControl | maskShift, PasteSource::clipboard, true};
+constexpr PasteChord xterm{114, maskShift, PasteSource::primarySelection, true};
 
 class X11FocusedProgramTest : public testing::Test {
 protected:
