@@ -35,10 +35,13 @@ struct X11EventTap::Session {
 
 namespace {
 
-/// How long window managers may take to take their keys: a quick one, one on a busy machine.
-constexpr std::array<std::chrono::milliseconds, 4> retakes = {
+/// How long window managers may take to take their keys: a quick one, one on a busy machine, and
+/// one that is starved.
+constexpr std::array<std::chrono::milliseconds, 5> retakes = {
     std::chrono::milliseconds(20), std::chrono::milliseconds(80), std::chrono::milliseconds(400),
-    std::chrono::milliseconds(1500)};
+    std::chrono::milliseconds(1500), std::chrono::milliseconds(5000)};
+/// After so many all but starved ones are done.
+constexpr std::size_t usualRetakes = 4;
 
 /// Whether `left` is not later than `right`; time stamps wrap around.
 bool isNotLater(std::uint32_t left, std::uint32_t right)
@@ -174,10 +177,11 @@ void X11EventTap::applyInterest()
 void X11EventTap::retakeSoon()
 {
     retake();
+    if (attempt >= usualRetakes) {
+        lookForSharers();
+    }
     if (attempt < retakes.size()) {
         again = loop.startTimer(retakes.at(attempt++), [this] { retakeSoon(); });
-    } else {
-        lookForSharers();
     }
 }
 
