@@ -59,9 +59,9 @@ TEST_F(TextInserterTest, pastesWithTheChordOfTheFocusedProgram)
 TEST_F(TextInserterTest, aTerminalGetsOneLineAndNothingThatRunsIt)
 {
     focus.chord.typesIntoTerminal = true;
+    programReadsAfter(0ms);
     insert("rm -r *\r\n");
     EXPECT_EQ(board(), "rm -r *");
-    programReadsAfter(0ms);
     loop.advance(1s);
     for (const auto& [said, typed] : std::vector<std::pair<std::string, std::string>>{
              {"one\ntwo", "one two"},
@@ -76,6 +76,7 @@ TEST_F(TextInserterTest, aTerminalGetsOneLineAndNothingThatRunsIt)
          }) {
         insert(said);
         loop.advance(1s);
+        ASSERT_FALSE(pasted.empty());
         EXPECT_EQ(pasted.back(), typed);
     }
 }

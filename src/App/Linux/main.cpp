@@ -30,6 +30,8 @@ constexpr const char* noXWayland =
     "vorlin: no XWayland can be reached, which shows its windows in a Wayland session. "
     "Install it (Debian's package is xwayland), and log in anew.\n";
 
+constexpr const char* displayLost = "vorlin: the X11 display is gone.\n";
+
 /// What this start follows, in seconds of the clock that goes on while the machine sleeps.
 constexpr const char* restartVariable = "VORLIN_RESTARTED";
 constexpr std::chrono::seconds restartPause{10};
@@ -164,6 +166,10 @@ End run(char* argv[])
     }
     lastResort.desktop = nullptr;
     lastResort.model = nullptr;
+    if (displayGone && !inWayland) { // else Qt has noticed first, with a line of its own
+        std::fputs(displayLost, stderr);
+        return {.status = 1};
+    }
     return {.status = status, .again = lastResort.again};
 }
 
