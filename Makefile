@@ -56,8 +56,8 @@ package:
 
 nightly:
 	@scripts/install-packages nightly
-	@$(MAKE) --keep-going lint sanitizers simulations slow-tests fuzz bench pictures first-starts \
-	    packages swift sessions other-suites
+	@$(MAKE) --keep-going lint sanitizers simulations slow-tests fuzz bench pictures desktops \
+	    first-starts packages swift sessions other-suites
 
 # By the clang-tidy that this Debian has, which cannot read headers that GCC has compiled.
 lint: build-release

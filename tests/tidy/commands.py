@@ -39,6 +39,7 @@ COMMANDS = {
     "sudo apt purge --auto-remove vorlin": Run(
         "tests/package/install_and_purge.py", 'apt("purge", "--auto-remove"'),
     "make pictures": Run("Makefile:pictures", "tests/desktop/pictures.py"),
+    "make desktops": Run("Makefile:desktops", "scripts/test-desktops"),
     "make bench": Run("Makefile:bench", "scripts/run-benches"),
     "make format": NotRun("it changes the tree; tidy asks the same program what it would change"),
     "scripts/fresh-machine": Run("Makefile:first-starts"),
@@ -47,6 +48,7 @@ COMMANDS = {
     "scripts/fresh-machine make test": Run(
         "Makefile:other-suites", "scripts/fresh-machine --suite $$suite make test"),
     "scripts/try-package [SUITE…]": Run("Makefile:packages", "scripts/try-package $(SUITES)"),
+    "scripts/test-desktops --write": NotRun("it writes what the run without it is held against"),
     "scripts/install-packages": Run("Makefile:test"),
     "scripts/run-simulations": Run("Makefile:simulations"),
     "scripts/run-tests": Run("Makefile:test"),
