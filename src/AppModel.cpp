@@ -296,7 +296,7 @@ void AppModel::refreshPermissions()
         watchKey();
     }
     if (!accessibilityGranted.get() && monitor.isRunning()) {
-        monitor.stop();
+        stopMonitor();
     }
 }
 
@@ -308,15 +308,21 @@ void AppModel::pollPermissions()
     });
 }
 
+/// The release of a key that is held will not be seen.
+void AppModel::stopMonitor()
+{
+    const bool lost = monitor.isHeld();
+    monitor.stop();
+    if (lost) {
+        released(recordMode());
+    }
+}
+
 void AppModel::setRecordingHotkey(bool on)
 {
-    const bool lost = on && monitor.isHeld(); // its release will not be seen
     recording.set(on);
     if (on) {
-        monitor.stop();
-        if (lost) {
-            released(recordMode());
-        }
+        stopMonitor();
         if (boundKey.letGo()) {
             released(preferences.recordMode());
         }

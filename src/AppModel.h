@@ -96,6 +96,7 @@ private:
     void showEscape();
     RecordMode recordMode() const;
     bool mayLoseRelease() const;
+    void stopMonitor();
     void pressedBound(BoundKey::Press press, RecordMode mode);
     void pressed(RecordMode mode, bool limited);
     void pressedAgain(RecordMode mode, bool limited);

@@ -244,6 +244,17 @@ TEST_F(AppModelTest, revokingAccessStopsTheMonitorWithinOneAndAHalfSeconds)
     EXPECT_FALSE(model->microphoneGranted.get());
 }
 
+TEST_F(AppModelTest, revokingAccessEndsTheDictationWhoseKeyIsHeld)
+{
+    start();
+    press();
+    ASSERT_EQ(phase(), Phase::listening);
+    desktop.permissions.trusted = false;
+    desktop.loop.advance(1500ms);
+    EXPECT_EQ(phase(), Phase::idle) << "its release would not be heard";
+    EXPECT_EQ(desktop.keys.posted.size(), 2U);
+}
+
 TEST_F(AppModelTest, whileANewKeyIsRecordedTheMonitorIsStopped)
 {
     start();

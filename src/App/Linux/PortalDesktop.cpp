@@ -4,7 +4,6 @@
 
 #include <QDBusConnection>
 
-#include <chrono>
 #include <utility>
 
 namespace vorlin {
@@ -24,11 +23,12 @@ QDBusConnection connectAs(const QString& name)
 
 PortalDesktop::PortalDesktop(LinuxServices& services, const Environment& environment,
                              std::unique_ptr<WaylandConnection> compositor)
-    : LinuxDesktop(services, environment), connection(std::move(compositor)),
+    : WaylandSession{std::move(compositor)}, LinuxDesktop(services, environment),
       portals(connectAs(keysBus), connectAs(escapeBus), services.state,
               environment("XDG_CURRENT_DESKTOP").value_or("desktop"), services.loop),
-      focusedProgram(keyboard.server()), x11Pasteboard(services.loop),
-      consent(portals, keyAccess, services.microphoneAccess)
+      focusedProgram(keyboard.server(), X11FocusedProgram::Reach::xwayland),
+      x11Pasteboard(services.loop), consent(portals, keyAccess, services.microphoneAccess),
+      mainScreen(screens, [] { return std::nullopt; })
 {
     if (DataControl::isOffered(*connection)) {
         clipboard.emplace(*connection, services.loop, x11Pasteboard, keyboard.server());
@@ -41,9 +41,18 @@ PortalDesktop::~PortalDesktop()
     QDBusConnection::disconnectFromBus(escapeBus);
 }
 
-bool PortalDesktop::outlivesDisplay()
+std::vector<Subscription> PortalDesktop::watchEnd(const std::function<void()>& ended)
 {
-    return connection->sync(std::chrono::milliseconds(500)); // it may be ending, too
+    auto watches = LinuxDesktop::watchEnd(ended);
+    watches.push_back(WaylandSession::watchEnd(ended));
+    return watches;
+}
+
+void PortalDesktop::leaveInHaste()
+{
+    if (clipboard) {
+        clipboard->compositors.leave();
+    }
 }
 
 Ports PortalDesktop::ports()
@@ -55,7 +64,7 @@ Ports PortalDesktop::ports()
                       .focusedProgram = focusedProgram,
                       .pasteboard = pasteboard,
                       .permissions = consent,
-                      .screens = screens});
+                      .screens = mainScreen});
 }
 
 } // namespace vorlin

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "App/Linux/LinuxDesktop.h"
+#include "App/Linux/WaylandSession.h"
 #include "Platform/Linux/Audio/PulseMicrophoneAccess.h"
 #include "Platform/Linux/Keys/X11FocusedProgram.h"
+#include "Platform/Linux/Overlay/FocusScreens.h"
 #include "Platform/Linux/Pasteboard/BridgedPasteboard.h"
 #include "Platform/Linux/Pasteboard/DataControlPasteboard.h"
 #include "Platform/Linux/Pasteboard/X11Pasteboard.h"
@@ -10,15 +12,17 @@
 #include "Platform/Linux/Wayland/WaylandConnection.h"
 #include "Ports/Permissions.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace vorlin {
 
 /// A Wayland session with XWayland whose compositor leaves keys to the desktop's portals: the keys
 /// and the chord go through those, what is shown through XWayland, and so does the clipboard where
 /// the compositor does not let it be managed.
-class PortalDesktop final : public LinuxDesktop {
+class PortalDesktop final : private WaylandSession, public LinuxDesktop {
 public:
     /// `services` must outlive this object.
     PortalDesktop(LinuxServices& services, const Environment& environment,
@@ -27,7 +31,11 @@ public:
 
     Ports ports() override;
 
-    bool outlivesDisplay() override;
+    bool outlivesDisplay() override { return goesOn(); }
+
+    std::vector<Subscription> watchEnd(const std::function<void()>& ended) override;
+
+    void leaveInHaste() override;
 
 private:
     /// What the person has agreed to.
@@ -67,12 +75,13 @@ private:
         BridgedPasteboard pasteboard;
     };
 
-    const std::unique_ptr<WaylandConnection> connection;
     PortalAccess portals;
     X11FocusedProgram focusedProgram;
     X11Pasteboard x11Pasteboard;
     std::optional<Clipboard> clipboard;
     Consent consent;
+    /// Where the focused window is nobody tells.
+    FocusScreens mainScreen;
 };
 
 } // namespace vorlin

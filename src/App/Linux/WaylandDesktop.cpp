@@ -47,7 +47,8 @@ WaylandDesktop::WaylandDesktop(LinuxServices& services, const Environment& envir
                                std::unique_ptr<WaylandConnection> compositor)
     : WaylandSession{std::move(compositor)},
       LinuxDesktop(services, environment, overlayWindowOf(*connection)),
-      x11EventTap(keyboard, services.loop), x11FocusedProgram(keyboard.server()),
+      x11EventTap(keyboard, services.loop),
+      x11FocusedProgram(keyboard.server(), X11FocusedProgram::Reach::xwayland),
       keyPoster(*connection),
       compositorsPasteboard(*connection, services.loop, [this] { return focusedProcess(); }),
       x11Pasteboard(services.loop),
@@ -63,17 +64,10 @@ WaylandDesktop::WaylandDesktop(LinuxServices& services, const Environment& envir
     }
 }
 
-bool WaylandDesktop::outlivesDisplay()
-{
-    constexpr std::chrono::milliseconds patience{500}; // it may be ending, too
-    return connection->alive().get() ? connection->sync(patience)
-                                     : WaylandConnection(patience).alive().get();
-}
-
 std::vector<Subscription> WaylandDesktop::watchEnd(const std::function<void()>& ended)
 {
     auto watches = LinuxDesktop::watchEnd(ended);
-    watches.push_back(connection->alive().observe([ended](bool) { ended(); }));
+    watches.push_back(WaylandSession::watchEnd(ended));
     return watches;
 }
 

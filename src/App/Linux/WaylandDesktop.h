@@ -2,6 +2,7 @@
 
 #include "App/Linux/LinuxDesktop.h"
 #include "App/Linux/LinuxPermissions.h"
+#include "App/Linux/WaylandSession.h"
 #include "Platform/Linux/Keys/ActionsOnlyTap.h"
 #include "Platform/Linux/Keys/SwayEventTap.h"
 #include "Platform/Linux/Keys/SwayFocus.h"
@@ -25,11 +26,6 @@
 
 namespace vorlin {
 
-/// What all of a Wayland session speak to the compositor with; made before them, gone after them.
-struct WaylandSession {
-    const std::unique_ptr<WaylandConnection> connection;
-};
-
 /// A Wayland session with XWayland: the chord and the clipboard go to the compositor itself, and so
 /// do the keys where it can be asked for them; what is shown goes through XWayland.
 class WaylandDesktop final : private WaylandSession, public LinuxDesktop {
@@ -43,7 +39,7 @@ public:
 
     Ports ports() override;
 
-    bool outlivesDisplay() override;
+    bool outlivesDisplay() override { return goesOn(); }
 
     std::vector<Subscription> watchEnd(const std::function<void()>& ended) override;
 

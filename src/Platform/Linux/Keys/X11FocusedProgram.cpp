@@ -42,7 +42,7 @@ PasteChord X11FocusedProgram::pasteChord()
 
 std::optional<std::uint64_t> X11FocusedProgram::window()
 {
-    if (!server.isAlive()) {
+    if (reach != Reach::session || !server.isAlive()) {
         return std::nullopt;
     }
     const auto deadline = std::chrono::steady_clock::now() + limit;

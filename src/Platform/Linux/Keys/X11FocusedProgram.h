@@ -14,11 +14,23 @@ namespace vorlin {
 /// in time, or the window is gone meanwhile, it is an unknown one. `server` must outlive this.
 class X11FocusedProgram final : public FocusedProgram {
 public:
-    explicit X11FocusedProgram(X11Connection& server) : server(server) {}
+    /// Whose programs the server knows.
+    enum class Reach {
+        /// Every program's.
+        session,
+        /// Those on XWayland: of another window that has the keyboard it knows nothing, or
+        /// yesterday's.
+        xwayland
+    };
+
+    explicit X11FocusedProgram(X11Connection& server, Reach reach = Reach::session)
+        : server(server), reach(reach)
+    {
+    }
 
     PasteChord pasteChord() override;
     /// The window below the root that holds the focused one: a window manager's frame, if it has
-    /// one.
+    /// one. Nothing on XWayland.
     std::optional<std::uint64_t> window() override;
 
 private:
@@ -33,6 +45,7 @@ private:
     std::optional<xcb_window_t> activeWindow(Deadline deadline);
 
     X11Connection& server;
+    const Reach reach;
     xcb_atom_t activeWindowAtom = XCB_NONE;
 };
 

@@ -117,6 +117,14 @@ TEST_F(X11FocusedProgramTest, theFocusedWindowKeepsItsNumber)
     EXPECT_EQ(program.window(), std::nullopt) << "no window of any program";
 }
 
+TEST_F(X11FocusedProgramTest, onXWaylandNoWindowIsKnownAndTheClassDecidesAsEver)
+{
+    X11FocusedProgram there(keyboard.server(), X11FocusedProgram::Reach::xwayland);
+    TestWindow window("xterm", "XTerm");
+    EXPECT_EQ(there.window(), std::nullopt);
+    EXPECT_EQ(there.pasteChord(), xterm);
+}
+
 TEST_F(X11FocusedProgramTest, aDeadServerIsAnUnknownProgram)
 {
     {
