@@ -110,7 +110,7 @@ TEST_F(ConfinementTest, itsMemoryIsNowhereWritableAndExecutable)
 TEST_F(ConfinementTest, aBackgroundPredictionRunsAtLowerPriority)
 {
     const auto nicest = [this] {
-        long highest = 0;
+        long highest = -20;
         for (const auto& thread : fs::directory_iterator(process / "task")) {
             const auto text = textOf(thread.path() / "stat");
             std::istringstream rest(text.substr(text.rfind(')') + 1));

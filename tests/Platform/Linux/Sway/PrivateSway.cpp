@@ -46,6 +46,7 @@ PrivateSway::PrivateSway(const std::string& configuration)
         setenv("WLR_BACKENDS", "headless", 1);
         setenv("WLR_LIBINPUT_NO_DEVICES", "1", 1);
         setenv("WLR_RENDERER", "pixman", 1);
+        setenv("SHELL", "/bin/sh", 1); // of the user that sway runs as it may be none
         unsetenv("SWAYSOCK");
         unsetenv("WAYLAND_DISPLAY");
         unsetenv("DISPLAY");
