@@ -8,8 +8,8 @@ namespace vorlin {
 namespace {
 
 constexpr const char* memoryKey = "shorterLengths";
-/// Grows with every change of what is proved, or of how the engine computes.
-constexpr const char* proofVersion = "2:";
+/// Grows with every change of what is proved.
+constexpr const char* proofVersion = "3:";
 
 std::string textOf(const std::optional<DefaultsValue>& value)
 {
@@ -180,7 +180,8 @@ Task<bool> LengthFinder::proveOnce(Self self, StopToken stop)
     co_return self->proof == proof;
 }
 
-/// What tells the files of a folder from others; empty where that is not known.
+/// What tells the files of a folder, and what computes them, from others; empty where that is not
+/// known of the files.
 Completion<std::string> LengthFinder::identityOf(const std::filesystem::path& directory)
 {
     Completion<std::string> known;
@@ -191,8 +192,9 @@ Completion<std::string> LengthFinder::identityOf(const std::filesystem::path& di
             *identity = folders->identity(directory);
         },
         needs.executor,
-        [completer = known.completer(), identity] {
-            completer.complete(identity->empty() ? std::string() : proofVersion + *identity);
+        [completer = known.completer(), identity, engine = needs.models.engineIdentity()] {
+            completer.complete(identity->empty() ? std::string()
+                                                 : proofVersion + engine + ':' + *identity);
         });
     return known;
 }

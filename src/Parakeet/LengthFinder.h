@@ -9,6 +9,7 @@
 #include "Parakeet/ParakeetLoaded.h"
 #include "Ports/Defaults.h"
 #include "Ports/Folders.h"
+#include "Ports/MLModel.h"
 #include "Ports/Workers.h"
 
 #include <chrono>
@@ -32,6 +33,7 @@ public:
     static constexpr std::chrono::seconds quietTime{5};
 
     struct Needs {
+        MLModels& models;
         std::shared_ptr<Folders> folders;
         MainLoop& loop;
         Workers& workers;

@@ -26,7 +26,7 @@ struct ParakeetRuntime::State : std::enable_shared_from_this<State> {
           Defaults* memory)
         : models(models), folders(std::move(heldFolders)), loop(loop), workers(workers),
           executor(workers.executor(WorkPriority::normal)),
-          finder({folders, loop, workers, executor, oneAtATime, memory})
+          finder({models, folders, loop, workers, executor, oneAtATime, memory})
     {
     }
 

@@ -144,6 +144,10 @@ public:
     /// does not answer. The models must be gone before this object. Any thread.
     virtual Completion<std::unique_ptr<MLModel>> load(const std::filesystem::path& bundle,
                                                       const LoadOptions& options) = 0;
+
+    /// What tells that which computes the models from another version of it, which may compute
+    /// otherwise; empty where that is not known. Any thread but the main one.
+    virtual std::string engineIdentity() const { return {}; }
 };
 
 } // namespace vorlin

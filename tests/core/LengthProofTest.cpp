@@ -120,7 +120,8 @@ protected:
     std::optional<ShorterLengths> remembered(const std::string& identity) const
     {
         const auto value = memory.value("shorterLengths");
-        return value ? rememberedLengths(std::get<std::string>(*value), "2:" + identity)
+        return value ? rememberedLengths(std::get<std::string>(*value),
+                                         "3:" + models.engine + ":" + identity)
                      : std::nullopt;
     }
 
@@ -397,6 +398,19 @@ TEST_F(LengthProofTest, otherFilesAreProvedAnew)
     EXPECT_EQ(predictionsOf("Encoder.mlmodelc"), 1U);
     loop.advance(LengthFinder::quietTime);
     EXPECT_EQ(remembered("a of tomorrow"), all());
+    EXPECT_EQ(remembered("a of today"), all());
+}
+
+TEST_F(LengthProofTest, anotherEngineProvesAnew)
+{
+    warm(a);
+    loop.advance(LengthFinder::quietTime);
+    models.engine = "engine of tomorrow";
+    startAnew();
+    warm(a);
+    text(20, 16000);
+    EXPECT_EQ(predictionsOf("Encoder.mlmodelc"), 1U);
+    loop.advance(LengthFinder::quietTime);
     EXPECT_EQ(remembered("a of today"), all());
 }
 

@@ -65,6 +65,28 @@ def _copy(session, request):
     return copy
 
 
+@contextlib.contextmanager
+def offered_text(session):
+    """What tells whether a text was put on the clipboard since."""
+    log = session.folder / "offered"
+    log.write_text("")
+    watch = session.spawn(["wl-paste", "--watch", "sh", "-c", f"cat >> '{log}'"])
+    try:
+        yield lambda: log.stat().st_size > 0
+    finally:
+        watch.terminate()
+        watch.wait()
+
+
+def end_xwayland(session):
+    """Ends XWayland as a crash does. sway 1.10 (Debian 13), freeing what it still goes through,
+    may crash over that by itself, whatever runs in its session: then nothing can be said of ours.
+    """
+    os.kill(session.xwayland(), signal.SIGKILL)
+    if not stays(lambda: session.sway.poll() is None, 1) and session.sway.returncode < 0:
+        pytest.xfail(f"sway crashed by itself (signal {-session.sway.returncode})")
+
+
 def launched(session, binary, **settings):
     """The program, once sway has bound its key."""
     program = Program(session, binary, **settings)
@@ -151,17 +173,19 @@ def test_a_function_key_dictates_by_two_presses_and_types_nothing_itself(session
     assert "\x1b" not in terminal.text()
 
 
-def test_the_chord_is_the_same_beside_a_cyrillic_layout(begin, request):
+@pytest.mark.parametrize("editor", [Foot, GTK4Editor, QtXWaylandEditor])
+def test_the_chord_is_the_same_beside_a_cyrillic_layout(begin, request, editor):
     session = begin(layout="ru")
     other = WaylandKeyboard(session, session.person)
     program = launched(session, request.config.getoption("--program"))
-    for editor in (Foot, GTK4Editor, QtXWaylandEditor):
-        where = editor(session)
+    where = editor(session)
+    # Whoever saves a file meanwhile takes no paste, so no key is pressed before it came.
+    with offered_text(session) as came:
         program.dictate(SENTENCE)
-        wait_until(lambda: not kinds(session), "the clipboard to be empty again")
-        here, session.keyboard = session.keyboard, other  # for Control+S
-        assert_arrived(SENTENCE, where.await_text())
-        session.keyboard = here
+        wait_until(came, "the text on the clipboard")
+    wait_until(lambda: not kinds(session), "the clipboard to be empty again")
+    session.keyboard = other  # for Control+S
+    assert_arrived(SENTENCE, where.await_text())
 
 
 @pytest.mark.parametrize("editor", [Foot, XTerm])
@@ -238,7 +262,7 @@ def test_what_was_put_back_outlives_the_program(session, launch, copy, end):
     if end == signal.SIGTERM:
         assert program.quit(end) == 0
     else:
-        os.kill(session.xwayland(), signal.SIGKILL)
+        end_xwayland(session)
         wait_until(lambda: b"VORLIN_RESTARTED" in environ(program), "the next start")
     wait_until(lambda: len(keepers(session)) == 1, "who keeps it")
     await_pasted(session, PNG, "image/png")
@@ -257,7 +281,7 @@ def test_what_a_text_stood_over_comes_back_when_xwayland_ends(session, launch, c
         program.say(SENTENCE)
         os.kill(terminal.process.pid, signal.SIGSTOP)
     wait_until(lambda: "text/html" not in kinds(session), "the text on the clipboard")
-    os.kill(session.xwayland(), signal.SIGKILL)
+    end_xwayland(session)
     wait_until(lambda: b"VORLIN_RESTARTED" in environ(program), "the next start")
     await_pasted(session, HTML, "text/html")
     os.kill(terminal.process.pid, signal.SIGCONT)
@@ -401,7 +425,7 @@ def test_when_xwayland_ends_the_program_starts_anew_once_and_types_nothing_twice
     program.dictate(SENTENCE)
     before = terminal.await_text()
     assert b"VORLIN_RESTARTED" not in environ(program)
-    os.kill(session.xwayland(), signal.SIGKILL)
+    end_xwayland(session)
     wait_until(lambda: b"VORLIN_RESTARTED" in environ(program), "the next start")
     wait_until(program.answers, "the program to answer again")
     assert terminal.text() == before

@@ -33,6 +33,7 @@ public:
     std::vector<std::filesystem::path> loads;
     std::vector<ComputeUnits> units;
     std::vector<WorkPriority> priorities;
+    std::string engine = "engine";
     /// Folders whose disk does not answer.
     std::set<std::filesystem::path> hanging;
     /// A load tells so often that it has got on.
@@ -98,6 +99,8 @@ public:
             completer.failWith("Too late.");
         }
     }
+
+    std::string engineIdentity() const override { return engine; }
 
 private:
     class Model final : public MLModel {

@@ -212,4 +212,14 @@ Completion<std::unique_ptr<MLModel>> EngineModels::load(const std::filesystem::p
     return completion;
 }
 
+std::string EngineModels::engineIdentity() const
+{
+    struct stat status = {};
+    if (::stat(state->program.c_str(), &status) != 0) {
+        return {};
+    }
+    return std::to_string(status.st_size) + ' ' + std::to_string(status.st_mtim.tv_sec) + '.' +
+           std::to_string(status.st_mtim.tv_nsec);
+}
+
 } // namespace vorlin

@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <string>
 
 namespace vorlin {
 
@@ -29,6 +30,9 @@ public:
     /// The graphics processor is not used: `cpuAndGPU` means all processors, `cpuOnly` one.
     Completion<std::unique_ptr<MLModel>> load(const std::filesystem::path& bundle,
                                               const LoadOptions& options) override;
+
+    /// The size and the time of the engine's program.
+    std::string engineIdentity() const override;
 
 private:
     struct State;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <csignal>
+#include <fstream>
 #include <latch>
 
 namespace vorlin::test {
@@ -115,6 +116,25 @@ TEST_F(LoadingTest, aDiskThatHangsHoldsUpNeitherOtherLoadsNorTheEnd)
         EXPECT_EQ(watched.patient, 1) << "the folder was looked at with patience";
     }
     over->count_down();
+}
+
+TEST(EngineIdentityTest, tellsOneEngineFromAnother)
+{
+    const TemporaryFolder folder;
+    const auto program = folder.path / "vorlin-engine";
+    ThreadPool workers;
+    const EngineModels engine(workers, program);
+    EXPECT_EQ(engine.engineIdentity(), "");
+    std::ofstream(program) << "one";
+    const auto one = engine.engineIdentity();
+    EXPECT_NE(one, "");
+    EXPECT_EQ(EngineModels(workers, program).engineIdentity(), one);
+    std::ofstream(program) << "another";
+    EXPECT_NE(engine.engineIdentity(), one);
+    std::ofstream(program) << "two";
+    std::filesystem::last_write_time(program, std::filesystem::file_time_type::clock::now() +
+                                                  std::chrono::seconds(1));
+    EXPECT_NE(engine.engineIdentity(), one) << "of the same size";
 }
 
 TEST_F(LoadingTest, aBackgroundLoadGivesWayAndWhatItLoadedDoesNot)

@@ -196,6 +196,10 @@ TEST_F(RemoteDesktopPosterTest, aQuestionDuringADictationIsTakenBack)
     portal->takeIn(ours.bus);
     portal->calls.clear();
     poster->prepare();
+    for (int steps = 0; steps < 10 && portal->calls.size() < 3; ++steps) {
+        portal->takeIn(ours.bus); // while no timer runs out
+    }
+    ASSERT_EQ(portal->calls.back().substr(0, 5), "Start");
     ASSERT_TRUE(runUntil([&] { return poster->readiness() == KeyReadiness::never; }));
     EXPECT_TRUE(runUntil([&] { return portal->count("Close") == 2; })) << "dialog and session";
     EXPECT_EQ(poster->access().get(), Access::unasked);
