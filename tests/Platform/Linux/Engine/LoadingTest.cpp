@@ -122,7 +122,7 @@ TEST(EngineIdentityTest, tellsOneEngineFromAnother)
 {
     const TemporaryFolder folder;
     const auto program = folder.path / "vorlin-engine";
-    ThreadPool workers;
+    ThreadPool workers([] {});
     const EngineModels engine(workers, program);
     EXPECT_EQ(engine.engineIdentity(), "");
     std::ofstream(program) << "one";
