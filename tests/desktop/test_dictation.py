@@ -121,5 +121,6 @@ def test_no_word_and_no_sound_stays_on_the_disk(desktop, launch):
     assert program.quit() == 0
     files = [path for path in desktop.home.rglob("*") if path.is_file()]
     ours = {path.name for path in files if "vorlin" in str(path.relative_to(desktop.home)).lower()}
-    assert ours <= {"settings.json", "state.json"}, ours
+    views = {name for name in ours if name.endswith(".qmlc")}  # which Qt 6.8 keeps compiled
+    assert ours - views <= {"settings.json", "state.json"}, ours
     assert [path for path in files if b"committee" in path.read_bytes()] == []

@@ -106,6 +106,6 @@ def walk(desktop, program, editor):
 
 
 def written(home):
-    """The program's files in a home folder."""
+    """The program's files in a home folder, but for the views, which Qt 6.8 keeps compiled."""
     return {str(path.relative_to(home)) for path in home.rglob("*")
-            if path.is_file() and "orlin" in str(path.relative_to(home))}
+            if path.is_file() and "orlin" in str(path.relative_to(home)) and path.suffix != ".qmlc"}
