@@ -1,5 +1,7 @@
 #include "Platform/Linux/Keys/HardwareKeys.h"
 
+#include "Hotkey.h"
+
 #include <array>
 
 #include <linux/input-event-codes.h>
@@ -184,6 +186,17 @@ std::optional<std::uint16_t> virtualKey(HardwareKey key)
 std::optional<HardwareKey> hardwareKey(std::uint16_t virtualKey)
 {
     return virtualKey < tables.toHardware.size() ? tables.toHardware[virtualKey] : std::nullopt;
+}
+
+std::optional<char> letterOf(std::uint16_t virtualKey)
+{
+    const auto name = Hotkey::keyNames.find(virtualKey);
+    if (name == Hotkey::keyNames.end() || name->second.size() != 1) {
+        return std::nullopt;
+    }
+    const char letter = name->second.front();
+    return letter >= 'A' && letter <= 'Z' ? std::optional(static_cast<char>(letter - 'A' + 'a'))
+                                          : std::nullopt;
 }
 
 } // namespace vorlin

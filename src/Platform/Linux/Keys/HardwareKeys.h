@@ -27,6 +27,9 @@ std::optional<std::uint16_t> virtualKey(HardwareKey key);
 /// The key of a virtual key code; nothing for a code that no key here has.
 std::optional<HardwareKey> hardwareKey(std::uint16_t virtualKey);
 
+/// The letter (a-z) that a US keyboard types with a virtual key code; nothing for other keys.
+std::optional<char> letterOf(std::uint16_t virtualKey);
+
 /// Whether a virtual key code is that of a modifier key, Caps Lock included.
 constexpr bool isModifierKey(std::uint16_t virtualKey)
 {

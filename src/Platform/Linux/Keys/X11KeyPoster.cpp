@@ -45,14 +45,9 @@ void X11KeyPoster::post(std::uint16_t keyCode, bool keyDown, std::uint64_t flags
 
 std::optional<HardwareKey> X11KeyPoster::keyFor(std::uint16_t keyCode, unsigned group)
 {
-    if (const auto name = Hotkey::keyNames.find(keyCode);
-        name != Hotkey::keyNames.end() && name->second.size() == 1) {
-        const char letter = name->second.front();
-        if (letter >= 'A' && letter <= 'Z') {
-            const auto lowerCase = static_cast<char>(letter - 'A' + 'a');
-            if (const auto key = keyboard.postedLayout().keyTyping(lowerCase, group)) {
-                return key;
-            }
+    if (const auto letter = letterOf(keyCode)) {
+        if (const auto key = keyboard.postedLayout().keyTyping(*letter, group)) {
+            return key;
         }
     }
     return hardwareKey(keyCode);

@@ -244,6 +244,22 @@ std::uint64_t X11Keymap::joinedFlags(std::uint64_t heldFlags, XModifiers effecti
     return result;
 }
 
+std::vector<HardwareKey> X11Keymap::keysTyping(char letter) const
+{
+    std::vector<HardwareKey> result;
+    if (letter < 'a' || letter > 'z') {
+        return result;
+    }
+    const auto index = static_cast<std::size_t>(letter - 'a');
+    for (const auto& group : letters) {
+        const auto key = group[index];
+        if (key != 0 && std::ranges::find(result, key) == result.end()) {
+            result.push_back(key);
+        }
+    }
+    return result;
+}
+
 std::optional<HardwareKey> X11Keymap::keyTyping(char letter, unsigned group) const
 {
     if (letter < 'a' || letter > 'z' || letters.empty()) {

@@ -59,6 +59,10 @@ public:
     /// Whether the layout is known and no key of it types a lower-case letter (a-z).
     bool lacksLetter(char letter) const;
 
+    /// Every key that types a lower-case letter (a-z) without modifiers in one of the layout
+    /// groups, those of the first group first.
+    std::vector<HardwareKey> keysTyping(char letter) const;
+
     /// A key without a symbol: programs see that a key was pressed, and do nothing.
     HardwareKey silentKey() const { return silent; }
 

@@ -158,6 +158,17 @@ TEST(X11Keymap, letterKeysFollowTheLayout)
     EXPECT_FALSE(X11Keymap().lacksLetter('v')) << "who knows";
 }
 
+TEST(X11Keymap, aLetterMayHaveAKeyInEachLayout)
+{
+    using Keys = std::vector<HardwareKey>;
+    EXPECT_EQ(layout("us,ru", ",").keysTyping('v'), Keys{keys::v});
+    EXPECT_EQ(layout("ru,us", ",dvorak").keysTyping('v'), Keys{60});
+    EXPECT_EQ(layout("us,de", ",").keysTyping('v'), Keys{keys::v});
+    EXPECT_EQ(layout("us,us", ",dvorak").keysTyping('v'), (Keys{keys::v, 60}));
+    EXPECT_EQ(layout("ru").keysTyping('v'), Keys());
+    EXPECT_EQ(X11Keymap().keysTyping('v'), Keys());
+}
+
 TEST(X11Keymap, theSilentKeyHasNoSymbol)
 {
     for (const auto* name : {"us", "de", "fr", "ru", "jp", "br"}) {
