@@ -49,6 +49,17 @@ void HotkeyMonitor::stop()
     isDown = false;
 }
 
+bool HotkeyMonitor::hasEscape() const
+{
+    switch (tap.conflict().get()) {
+    case KeyConflict::escapeTaken:
+    case KeyConflict::escapeUnasked:
+    case KeyConflict::escapeUnwatched:
+    case KeyConflict::unwatched: return false;
+    default: return running;
+    }
+}
+
 void HotkeyMonitor::updateInterest()
 {
     if (!running) {

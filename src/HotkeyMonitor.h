@@ -40,12 +40,7 @@ public:
     bool isHeld() const { return isDown; }
     /// Escape is watched while it is active: the tap runs and sees keys, and Escape is no other
     /// program's.
-    bool hasEscape() const
-    {
-        const auto conflict = tap.conflict().get();
-        return running && conflict != KeyConflict::escapeTaken &&
-               conflict != KeyConflict::unwatched;
-    }
+    bool hasEscape() const;
 
     /// Tells the tap anew what it may swallow. Call when the answer of `escapeActive` changes.
     void updateInterest();

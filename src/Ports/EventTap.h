@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
+#include <utility>
 
 namespace vorlin {
 
@@ -47,8 +49,14 @@ enum class KeyConflict {
     hotkeyShared,
     /// No key of this keyboard is the hotkey's.
     hotkeyMissing,
+    /// The desktop would have to ask the person for the hotkey first, or was told no.
+    hotkeyUnasked,
     /// Another program has taken Escape.
     escapeTaken,
+    /// As `hotkeyUnasked`, of Escape.
+    escapeUnasked,
+    /// The desktop does not let Escape be watched.
+    escapeUnwatched,
     /// The desktop shows its keys to no program, Escape neither.
     unwatched,
 };
@@ -93,8 +101,12 @@ public:
     /// Whether the release of a key that is held may never be told, so that a hold needs limits.
     virtual bool losesReleases() const { return false; }
 
-    /// None while the tap is stopped.
+    /// None while the tap is stopped, but for what keeps it from being of use.
     const Published<KeyConflict, EventTap>& conflict() const { return refusal; }
+
+    /// What triggers the hotkey, in the words of a desktop that may have been told to take another
+    /// key; else empty.
+    const Published<std::string, EventTap>& trigger() const { return triggered; }
 
     /// How often the layout may have become another one, or the keyboard, while the tap ran: what
     /// `typesCharacters` answers may differ from then on.
@@ -102,10 +114,12 @@ public:
 
 protected:
     void setConflict(KeyConflict next) { refusal.set(next); }
+    void setTrigger(std::string next) { triggered.set(std::move(next)); }
     void noteLayoutChange() { changes.set(changes.get() + 1); }
 
 private:
     Published<KeyConflict, EventTap> refusal{KeyConflict::none};
+    Published<std::string, EventTap> triggered;
     Published<std::size_t, EventTap> changes;
 };
 

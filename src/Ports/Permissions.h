@@ -26,10 +26,11 @@ public:
     /// Lets the platform ask the person for `isTrusted`, where it has such a question.
     virtual void promptForTrust() = 0;
 
-    /// Whether `askForTrust` can bring a question to the person.
+    /// Whether `askForTrust` can bring a question to the person: for what `isTrusted` lacks, or for
+    /// what would be of use besides.
     virtual bool canAskForTrust() const { return false; }
 
-    /// Has the desktop ask the person, who has just wished it, for what `isTrusted` lacks: perhaps
+    /// Has the desktop ask the person, who has just wished it, for what is not granted yet: perhaps
     /// to be told of `hotkey`.
     virtual void askForTrust(const Hotkey& /*hotkey*/) {}
 

@@ -30,6 +30,7 @@ GeneralTab::GeneralTab(AppModel& model, const Ports& ports)
     follow(recorder.recording);
     follow(recorder.hint);
     follow(tap.conflict());
+    follow(tap.trigger());
     follow(tap.layoutChanges());
     follow(model.models.selected);
     update();
@@ -58,7 +59,7 @@ FormSection GeneralTab::shortcut()
 {
     const bool recording = recorder.recording.get();
     HotkeyControl key{
-        .text = recording ? "Press a key…" : wording.label(model.hotkey.get()),
+        .text = recording ? "Press a key…" : keyLabel(),
         .recording = recording,
         .click = lifetime.guard([this] { recorder.click(); }),
         .leave = lifetime.guard([this] { recorder.stop(); }),
@@ -89,6 +90,17 @@ FormSection GeneralTab::shortcut()
             "Hold the key while you speak and release to insert the text, or switch to press once "
             "to start and again to stop. Choose a single modifier key, or click the key box and "
             "press any combination such as ⌥ Space or F5."};
+}
+
+/// The desktop's words count where they name another key: the person may have chosen it there.
+std::string GeneralTab::keyLabel() const
+{
+    const auto own = wording.label(model.hotkey.get());
+    const auto& told = tap.trigger().get();
+    const auto at = told.find(own);
+    const char after = at == std::string::npos ? '0' : told.c_str()[at + own.size()];
+    const bool isOwn = after < '0' || after > '9'; // F1 is no F12
+    return told.empty() || isOwn ? own : told;
 }
 
 std::string GeneralTab::modeOfDesktop() const
@@ -139,7 +151,13 @@ std::string GeneralTab::conflict() const
     case KeyConflict::hotkeyShared: return "Another program also uses this shortcut.";
     case KeyConflict::hotkeyMissing:
         return "This keyboard has no key for " + wording.label(model.hotkey.get()) + ".";
+    case KeyConflict::hotkeyUnasked:
+        return "This desktop must be asked for " + wording.label(model.hotkey.get()) +
+               " first. Allow it under Permissions.";
     case KeyConflict::escapeTaken: return "Another program uses Escape.";
+    case KeyConflict::escapeUnasked:
+        return "This desktop must be asked for Escape first. Allow it under Permissions.";
+    case KeyConflict::escapeUnwatched: return "This desktop does not let Vorlin watch Escape.";
     }
     return {};
 }

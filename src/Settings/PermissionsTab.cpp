@@ -27,6 +27,8 @@ PermissionsTab::PermissionsTab(AppModel& model, const Ports& ports)
         changes.push_back(granted->observe([this](bool) { update(); }));
     }
     changes.push_back(session.isAway().observe([this](bool) { update(); }));
+    // What is still to be asked for may be one of the keys.
+    changes.push_back(ports.eventTap.conflict().observe([this](KeyConflict) { update(); }));
     update();
 }
 
@@ -61,7 +63,7 @@ FormRow PermissionsTab::accessibilityRow()
     auto shown =
         row("Accessibility", "To detect the dictation key and type the text into other apps.",
             granted, SystemPanel::accessibility);
-    if (!granted && permissions.canAskForTrust()) {
+    if (permissions.canAskForTrust()) {
         std::get<PermissionControl>(shown.control).open = Command{
             .text = "Allow…",
             .press = lifetime.guard([this] { permissions.askForTrust(model.hotkey.get()); })};

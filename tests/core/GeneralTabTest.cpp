@@ -115,9 +115,35 @@ TEST_F(GeneralTabTest, theRowOfTheKeySaysWhyItCannotBeHadOrWhyAKeyWasNotTaken)
     EXPECT_EQ(row("hotkey").problem, "This keyboard has no key for ⌥ Space.");
     desktop.tap.setConflict(KeyConflict::escapeTaken);
     EXPECT_EQ(row("hotkey").problem, "Another program uses Escape.");
+    desktop.tap.setConflict(KeyConflict::hotkeyUnasked);
+    EXPECT_EQ(row("hotkey").problem,
+              "This desktop must be asked for ⌥ Space first. Allow it under Permissions.");
+    desktop.tap.setConflict(KeyConflict::escapeUnasked);
+    EXPECT_EQ(row("hotkey").problem,
+              "This desktop must be asked for Escape first. Allow it under Permissions.");
+    desktop.tap.setConflict(KeyConflict::escapeUnwatched);
+    EXPECT_EQ(row("hotkey").problem, "This desktop does not let Vorlin watch Escape.");
+    desktop.tap.setConflict(KeyConflict::escapeTaken);
     key().click();
     desktop.recorderKeys.keyDown(keyCodes::space);
     EXPECT_EQ(row("hotkey").problem, "Add ⌘, ⌥, ⌃ or ⇧ — or use a function key.");
+}
+
+TEST_F(GeneralTabTest, aKeyThatTheDesktopHasInsteadIsShownInItsWords)
+{
+    open();
+    model->setHotkey({101, 0, false});
+    EXPECT_EQ(key().text, "F9");
+    desktop.tap.setTrigger("Press F9");
+    EXPECT_EQ(key().text, "F9");
+    desktop.tap.setTrigger("F9 drücken");
+    EXPECT_EQ(key().text, "F9");
+    desktop.tap.setTrigger("F92");
+    EXPECT_EQ(key().text, "F92");
+    desktop.tap.setTrigger("Meta+D");
+    EXPECT_EQ(key().text, "Meta+D");
+    desktop.tap.setTrigger("");
+    EXPECT_EQ(key().text, "F9");
 }
 
 TEST_F(GeneralTabTest, onLinuxAKeyThatCannotBeHadIsCalledAsOnItsKeyboards)

@@ -115,7 +115,8 @@ TEST_F(HotkeyMonitorTest, escapeIsHadWhileTheTapRunsAndNoOtherProgramHasIt)
     EXPECT_TRUE(monitor.hasEscape());
     tap.setConflict(KeyConflict::hotkeyTaken);
     EXPECT_TRUE(monitor.hasEscape());
-    for (const auto without : {KeyConflict::escapeTaken, KeyConflict::unwatched}) {
+    for (const auto without : {KeyConflict::escapeTaken, KeyConflict::escapeUnasked,
+                               KeyConflict::escapeUnwatched, KeyConflict::unwatched}) {
         tap.setConflict(without);
         EXPECT_FALSE(monitor.hasEscape());
     }

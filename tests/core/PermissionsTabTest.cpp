@@ -70,6 +70,19 @@ TEST_F(PermissionsTabTest, aDesktopThatCanAskDoesSoWhenThePersonWishesIt)
     EXPECT_TRUE(desktop.workspace.openedPanels.empty());
 }
 
+TEST_F(PermissionsTabTest, whatMayStillBeAskedForHasItsButtonForAsLongAsItMay)
+{
+    open();
+    desktop.permissions.canAsk = true;
+    desktop.tap.setConflict(KeyConflict::escapeUnasked);
+    EXPECT_TRUE(permission("Accessibility").granted);
+    ASSERT_TRUE(permission("Accessibility").open);
+    EXPECT_EQ(permission("Accessibility").open->text, "Allow…");
+    desktop.permissions.canAsk = false;
+    desktop.tap.setConflict(KeyConflict::none);
+    EXPECT_FALSE(permission("Accessibility").open);
+}
+
 TEST_F(PermissionsTabTest, aKeyboardThatAnotherProgramHasToItselfIsToldForAsLongAsItHasIt)
 {
     open();

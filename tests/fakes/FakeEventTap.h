@@ -28,6 +28,7 @@ public:
     /// What the keyboard refuses from now on.
     using EventTap::noteLayoutChange;
     using EventTap::setConflict;
+    using EventTap::setTrigger;
 
     bool start(Handler newHandler) override
     {
