@@ -1,5 +1,6 @@
 #include "App/Linux/PortalDesktop.h"
 
+#include "Platform/Linux/Keys/X11KeyPlaces.h"
 #include "Platform/Linux/Pasteboard/DataControl.h"
 
 #include <QDBusConnection>
@@ -25,7 +26,8 @@ PortalDesktop::PortalDesktop(LinuxServices& services, const Environment& environ
                              std::unique_ptr<WaylandConnection> compositor)
     : WaylandSession{std::move(compositor)}, LinuxDesktop(services, environment),
       portals(connectAs(keysBus), connectAs(escapeBus), services.state,
-              environment("XDG_CURRENT_DESKTOP").value_or("desktop"), services.loop),
+              environment("XDG_CURRENT_DESKTOP").value_or("desktop"), services.loop,
+              [this](std::uint16_t keyCode) { return placeInAllLayouts(keyboard, keyCode); }),
       focusedProgram(keyboard.server(), X11FocusedProgram::Reach::xwayland),
       x11Pasteboard(services.loop), consent(portals, keyAccess, services.microphoneAccess),
       mainScreen(screens, [] { return std::nullopt; })

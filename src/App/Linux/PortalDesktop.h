@@ -51,7 +51,7 @@ private:
         bool microphoneGranted() const override { return microphone.granted().get(); }
         bool microphoneAnswered() const override { return microphone.answered(); }
         void promptForTrust() override {} // it would at every start
-        bool canAskForTrust() const override { return true; }
+        bool canAskForTrust() const override { return portals.canAsk(); }
         void askForTrust(const Hotkey& hotkey) override { portals.ask(hotkey); }
         void requestMicrophone() override {}
 

@@ -3,6 +3,8 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 
+#include <utility>
+
 namespace vorlin {
 
 namespace {
@@ -36,11 +38,13 @@ void BusName::ask(const QString& name)
     });
 }
 
-void BusName::nameOwnerChanged(const QString& /*name*/, const QString& /*old*/, const QString& next,
+void BusName::nameOwnerChanged(const QString& /*name*/, const QString& old, const QString& next,
                                const QDBusMessage& message)
 {
     if (message.service() == busName) { // anyone may send such a signal
-        told = true;
+        if (!std::exchange(told, true)) {
+            take(old); // that there was another one matters, too
+        }
         take(next);
     }
 }

@@ -6,6 +6,7 @@
 #include <QVariantMap>
 
 #include <chrono>
+#include <limits>
 #include <utility>
 
 namespace vorlin {
@@ -17,8 +18,8 @@ constexpr std::chrono::seconds untilRestart{1};
 
 } // namespace
 
-HostRegistry::HostRegistry(const QDBusConnection& bus, const QString& appId)
-    : bus(bus), appId(appId), name(bus, portals::service)
+HostRegistry::HostRegistry(const QDBusConnection& bus, const QString& appId, Nameless nameless)
+    : bus(bus), appId(appId), nameless(nameless), name(bus, portals::service)
 {
     restart.setSingleShot(true);
     connect(&restart, &QTimer::timeout, this, [this] {
@@ -37,14 +38,16 @@ void HostRegistry::introduce()
         QStringLiteral("Register"));
     message << appId << QVariantMap();
     introducing = true;
-    auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(message), this);
+    // However long they take to start: a second call would be refused.
+    constexpr int noLimit = std::numeric_limits<int>::max();
+    auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(message, noLimit), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
         answer->deleteLater();
-        introduced();
+        introduced(answer->error());
     });
 }
 
-void HostRegistry::introduced()
+void HostRegistry::introduced(const QDBusError& error)
 {
     introducing = false;
     const bool toAnother = std::exchange(replaced, false);
@@ -54,7 +57,8 @@ void HostRegistry::introduced()
     if (toAnother) {
         introduce();
     } else {
-        owner = present; // an error is an answer, too
+        owner = present;
+        isHeard = !error.isValid() || (portals::isUnknown(error) && nameless == Nameless::served);
         Q_EMIT ready();
     }
 }
@@ -68,6 +72,7 @@ void HostRegistry::ownerChanged(const QString& next)
     }
     if (!owner.isEmpty()) {
         owner.clear();
+        isHeard = false;
         Q_EMIT gone();
     }
     if (next.isEmpty()) {

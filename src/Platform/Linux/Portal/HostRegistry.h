@@ -3,6 +3,7 @@
 #include "Platform/Linux/Portal/BusName.h"
 
 #include <QDBusConnection>
+#include <QDBusError>
 #include <QObject>
 #include <QString>
 #include <QTimer>
@@ -11,18 +12,28 @@ namespace vorlin {
 
 /// Tells the portals who asks on one connection (org.freedesktop.host.portal.Registry), and each
 /// that takes their place anew. They must hear it ahead of anything else on that connection, so
-/// it is one of its own. Portals that know no such registry, or nobody of that name, answer without
-/// it. Main loop; waits for nothing.
+/// it is one of its own. Main loop; waits for nothing.
+///
+/// Portals that know no such registry take the program for what its process looks like; those that
+/// refuse the name, as when its desktop entry is not installed, take it for something else: what
+/// they were asked for then would be kept under another program's name.
 class HostRegistry final : public QObject {
     Q_OBJECT
 
 public:
-    /// `appId` is the name of a desktop entry. Starts the portals, where the desktop has some.
-    HostRegistry(const QDBusConnection& bus, const QString& appId);
+    /// Whether portals that know no registry may be asked all the same.
+    enum class Nameless { served, refused };
 
-    /// The portals' own name on the bus, once they have heard who we are; empty while there are
-    /// none.
+    /// `appId` is the name of a desktop entry. Starts the portals, where the desktop has some.
+    HostRegistry(const QDBusConnection& bus, const QString& appId,
+                 Nameless nameless = Nameless::served);
+
+    /// The portals' own name on the bus, once they have heard who we are, whatever they said to
+    /// it; empty while there are none. What is sent to this name reaches those only.
     const QString& portal() const { return owner; }
+
+    /// Whether these portals may be asked for anything: nothing is asked for in another's name.
+    bool mayAsk() const { return isHeard; }
 
 Q_SIGNALS:
     /// The portals are there, for the first time or again: no session of ours is left.
@@ -32,12 +43,14 @@ Q_SIGNALS:
 
 private:
     void introduce();
-    void introduced();
+    void introduced(const QDBusError& error);
     void ownerChanged(const QString& next);
 
     QDBusConnection bus;
     QString appId;
+    Nameless nameless;
     QString owner;
+    bool isHeard = false;
     /// Who has the portals' name, whether told or not.
     QString present;
     BusName name;

@@ -3,6 +3,7 @@
 #include "Async/MainLoop.h"
 #include "Hotkey.h"
 #include "Platform/Linux/Portal/HostRegistry.h"
+#include "Platform/Linux/Portal/PortalBackends.h"
 #include "Platform/Linux/Portal/PortalEventTap.h"
 #include "Platform/Linux/Portal/PortalKey.h"
 #include "Platform/Linux/Portal/PortalMemory.h"
@@ -29,7 +30,7 @@ public:
     /// Both buses are connections that nothing else is asked on. What the person answers is kept in
     /// `state`, apart for each `desktop`. The ports must outlive this object.
     PortalAccess(const QDBusConnection& bus, const QDBusConnection& escapeBus, Defaults& state,
-                 const std::string& desktop, MainLoop& loop);
+                 const std::string& desktop, MainLoop& loop, RemoteDesktopPoster::Places places);
 
     EventTap& eventTap() { return tap; }
     KeyPoster& keyPoster() { return poster; }
@@ -38,17 +39,19 @@ public:
     /// would have to be asked.
     bool isGranted() const;
 
+    /// Whether `ask` may bring a question to the person: unless it is known that all is granted,
+    /// or what is not cannot be.
+    bool canAsk() const;
+
     /// Has the desktop ask the person for what is not granted: `hotkey`, the chord, Escape, one
     /// after the other.
     void ask(const Hotkey& hotkey);
-
-    /// What triggers the dictation key, in the words of the desktop; empty while none is watched.
-    const Published<std::string, PortalKey>& trigger() const { return hotkey.trigger(); }
 
 private:
     PortalMemory memory;
     HostRegistry registry;
     HostRegistry escapeRegistry;
+    PortalBackends backends;
     PortalKey hotkey;
     PortalKey escape;
     PortalEventTap tap;

@@ -18,6 +18,8 @@ PortalEventTap::PortalEventTap(PortalKey& hotkey, PortalKey& escape, MainLoop& l
 {
     hotkeyChanges = hotkey.state().observe([this](PortalKeyState) { updateConflict(); });
     escapeChanges = escape.state().observe([this](PortalKeyState) { updateConflict(); });
+    triggerChanges = hotkey.trigger().observe([this](const std::string& now) { setTrigger(now); });
+    escapePortalChanges = escape.portal().observe([this](KeysPortal) { updateConflict(); });
 }
 
 PortalEventTap::~PortalEventTap()
@@ -72,31 +74,69 @@ bool PortalEventTap::isGranted() const
     return hotkey.isGranted(lastHotkey ? shortcutFor(*lastHotkey) : std::nullopt);
 }
 
-void PortalEventTap::updateConflict()
+bool PortalEventTap::needsQuestion() const
 {
-    // Neither is told of as long as the person was not asked: the settings say so elsewhere.
-    if (interest.hotkey && watchable(*interest.hotkey) == KeyWatch::nothing) {
-        setConflict(KeyConflict::hotkeyMissing);
-    } else if (interest.hotkey && hotkey.state().get() == PortalKeyState::taken) {
-        setConflict(KeyConflict::hotkeyTaken);
-    } else if (interest.escape && escape.state().get() != PortalKeyState::bound &&
-               escape.state().get() != PortalKeyState::unknown) {
-        setConflict(KeyConflict::escapeTaken);
-    } else {
-        setConflict(KeyConflict::none);
+    const auto shortcut = lastHotkey ? shortcutFor(*lastHotkey) : std::nullopt;
+    return shortcut && hotkey.needsQuestion(*shortcut);
+}
+
+/// What the person would have to be asked for, or what the desktop cannot do, is a conflict while
+/// nothing is watched, too: that is why.
+KeyConflict PortalEventTap::present() const
+{
+    using enum PortalKeyState;
+    const auto key = hotkey.state().get();
+    if (key == missing) {
+        return KeyConflict::unwatched;
+    }
+    if (!interest.hotkey) {
+        return needsQuestion() ? KeyConflict::hotkeyUnasked : KeyConflict::none;
+    }
+    if (watchable(*interest.hotkey) == KeyWatch::nothing) {
+        return KeyConflict::hotkeyMissing;
+    }
+    switch (key) {
+    case unasked:
+    case refused: return KeyConflict::hotkeyUnasked;
+    case taken: return KeyConflict::hotkeyTaken;
+    case bound: return presentOfEscape();
+    default: return KeyConflict::none;
     }
 }
 
-void PortalEventTap::hotkeyPressed(bool again)
+/// Whether it is wanted just now or not, but for what only a session tells.
+KeyConflict PortalEventTap::presentOfEscape() const
 {
-    const auto now = loop.now();
-    const bool repeats = again && now - std::exchange(lastTold, now) < longestRepeat;
-    lastTold = now;
+    switch (escape.state().get()) {
+    case PortalKeyState::missing: return KeyConflict::escapeUnwatched;
+    case PortalKeyState::taken: return KeyConflict::escapeTaken;
+    case PortalKeyState::bound: return KeyConflict::none;
+    default: break;
+    }
+    return escape.needsQuestion(escapeShortcut()) ? KeyConflict::escapeUnasked : KeyConflict::none;
+}
+
+void PortalEventTap::hotkeyPressed(bool again, std::uint64_t timestamp)
+{
+    const bool repeated = repeats(timestamp) && again;
     if (interest.hotkey) {
         tell(KeyEventType::keyDown, {.keyCode = interest.hotkey->keyCode,
                                      .flags = interest.hotkey->modifiers,
-                                     .autorepeat = repeats});
+                                     .autorepeat = repeated});
     }
+}
+
+/// Whether it was told of just before; by the desktop's time where it tells that: this program may
+/// have been busy meanwhile.
+bool PortalEventTap::repeats(std::uint64_t timestamp)
+{
+    const auto now = loop.now();
+    const auto here = now - std::exchange(lastTold, now);
+    const auto before = std::exchange(lastTimestamp, timestamp);
+    if (before == 0 || timestamp < before) {
+        return here < longestRepeat;
+    }
+    return std::chrono::milliseconds(timestamp - before) < longestRepeat;
 }
 
 void PortalEventTap::hotkeyReleased()

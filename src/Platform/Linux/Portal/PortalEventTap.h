@@ -4,6 +4,7 @@
 #include "Platform/Linux/Portal/PortalKey.h"
 #include "Ports/EventTap.h"
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 
@@ -33,9 +34,11 @@ public:
 
     /// Whether the portals are there, and the hotkey that was wanted last needs no question.
     bool isGranted() const;
+    /// Whether the portals are there, and it needs one.
+    bool needsQuestion() const;
 
-    /// What the portals tell of the hotkey and of Escape.
-    void hotkeyPressed(bool again);
+    /// What the portals tell of the hotkey and of Escape; see `PortalKey::Callbacks`.
+    void hotkeyPressed(bool again, std::uint64_t timestamp);
     void hotkeyReleased();
     void escapePressed();
 
@@ -44,7 +47,10 @@ public:
     static WantedShortcut escapeShortcut();
 
 private:
-    void updateConflict();
+    void updateConflict() { setConflict(present()); }
+    KeyConflict present() const;
+    KeyConflict presentOfEscape() const;
+    bool repeats(std::uint64_t timestamp);
     void tell(KeyEventType type, const KeyEvent& event);
 
     PortalKey& hotkey;
@@ -53,10 +59,13 @@ private:
     Handler handler;
     KeyInterest interest;
     std::optional<Hotkey> lastHotkey;
-    /// When the hotkey was told of last.
+    /// When the hotkey was told of last, here and by the desktop's time.
     TimePoint lastTold;
+    std::uint64_t lastTimestamp = 0;
     Subscription hotkeyChanges;
     Subscription escapeChanges;
+    Subscription escapePortalChanges;
+    Subscription triggerChanges;
 };
 
 } // namespace vorlin

@@ -1,27 +1,73 @@
 #include "Platform/Linux/Portal/PortalKey.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace vorlin {
 
+namespace {
+
+/// However often it failed.
+constexpr std::chrono::minutes longestRetry{10};
+
+} // namespace
+
 PortalKey::PortalKey(const QDBusConnection& bus, const HostRegistry& registry, std::string what,
-                     PortalMemory& memory, Callbacks callbacks)
-    : registry(registry),
+                     PortalMemory& memory, Callbacks callbacks, const PortalKeyTimes& times)
+    : bus(bus), registry(registry),
       session(bus, registry,
-              {.activated = [this](const std::string& id) { told(id, true); },
-               .deactivated = [this](const std::string& id) { told(id, false); },
+              {.activated = [this](const std::string& id,
+                                   std::uint64_t timestamp) { pressed(id, timestamp); },
+               .deactivated = [this](const std::string& id) { released(id); },
                .changed = [this](const BoundShortcuts& shortcuts) { changed(shortcuts); },
-               .ended = [this] { lose(PortalKeyState::unasked); }}),
-      what(std::move(what)), memory(memory), callbacks(std::move(callbacks))
+               .ended = [this] { fail(); },
+               .asks = [this](const std::string& id) { asks(id); }}),
+      what(std::move(what)), memory(memory), callbacks(std::move(callbacks)), times(times),
+      retryIn(times.retry)
 {
-    connect(&registry, &HostRegistry::ready, this, [this] { open(); });
-    connect(&registry, &HostRegistry::gone, this, [this] { lose(PortalKeyState::unknown); });
+    retry.setSingleShot(true);
+    connect(&retry, &QTimer::timeout, this, &PortalKey::open);
+    connect(&registry, &HostRegistry::ready, this, &PortalKey::look);
+    connect(&registry, &HostRegistry::gone, this, [this] {
+        question.reset();
+        retry.stop();
+        known.set(KeysPortal::unknown);
+        lose(PortalKeyState::unknown);
+    });
+}
+
+/// Learns whether there is such a portal; asks the person nothing.
+void PortalKey::look()
+{
+    if (!registry.mayAsk()) {
+        setPortal(KeysPortal::missing);
+        return;
+    }
+    portals::readProperty(bus, registry, this, portals::shortcuts, QStringLiteral("version"),
+                          [this](const std::optional<QVariant>& version) {
+                              setPortal(version ? KeysPortal::there : KeysPortal::missing);
+                          });
+}
+
+void PortalKey::setPortal(KeysPortal next)
+{
+    known.set(next);
+    retryIn = times.retry;
+    if (next == KeysPortal::missing) {
+        lose(PortalKeyState::missing);
+        answer();
+    } else {
+        open();
+    }
 }
 
 void PortalKey::want(const std::optional<WantedShortcut>& next)
 {
-    if (next != wanted) {
-        wanted = next;
+    if (next == wanted) {
+        return;
+    }
+    wanted = next;
+    if (!question) {
         lose(PortalKeyState::unknown);
         open();
     }
@@ -29,93 +75,149 @@ void PortalKey::want(const std::optional<WantedShortcut>& next)
 
 void PortalKey::ask(const WantedShortcut& asked, std::function<void()> answered)
 {
-    answer(); // an earlier question
+    if (question && question->shortcut == asked) {
+        question->answered = std::move(answered);
+        return;
+    }
+    const bool isThere = wanted == asked && current.get() == PortalKeyState::bound;
+    if (known.get() == KeysPortal::missing || (isThere && !question)) {
+        answered();
+        return;
+    }
     question = {asked, std::move(answered)};
-    memory.setConsent(what, asked.id, PortalConsent::unasked);
     lose(PortalKeyState::unknown);
     open();
 }
 
 bool PortalKey::isGranted(const std::optional<WantedShortcut>& shortcut) const
 {
-    return !registry.portal().isEmpty() && current.get() != PortalKeyState::missing &&
-           (!shortcut || memory.consent(what, shortcut->id) == PortalConsent::granted);
+    return known.get() == KeysPortal::there &&
+           (!shortcut || consent(shortcut->id) == PortalConsent::granted);
+}
+
+bool PortalKey::needsQuestion(const WantedShortcut& shortcut) const
+{
+    return known.get() == KeysPortal::there && !isGranted(shortcut);
 }
 
 /// Opens a session for what is wanted, now or to ask for it.
 void PortalKey::open()
 {
+    retry.stop();
     const auto& next = question ? std::optional(question->shortcut) : wanted;
-    if (!next || registry.portal().isEmpty()) {
+    if (!next || known.get() != KeysPortal::there) {
         session.close();
         return;
     }
-    session.open([this, shortcut = *next](const std::optional<BoundShortcuts>& listed) {
-        if (!listed) {
-            current.set(PortalKeyState::missing);
-            answer();
-        } else if (listed->contains(shortcut.id)) {
-            take(shortcut.id, *listed);
-        } else if (question || memory.consent(what, shortcut.id) == PortalConsent::granted) {
-            bind(shortcut);
-        } else {
-            current.set(memory.consent(what, shortcut.id) == PortalConsent::refused
-                            ? PortalKeyState::refused
-                            : PortalKeyState::unasked);
-        }
-    });
+    session.open(
+        [this, shortcut = *next](const ShortcutAnswer& answer) { listed(shortcut, answer); });
+}
+
+void PortalKey::listed(const WantedShortcut& shortcut, const ShortcutAnswer& answer)
+{
+    if (answer.end == ShortcutAnswer::End::missing) {
+        setPortal(KeysPortal::missing);
+    } else if (answer.end == ShortcutAnswer::End::failed) {
+        fail();
+    } else if (answer.bound.contains(shortcut.id)) {
+        take(shortcut.id, answer.bound);
+    } else if (question || consent(shortcut.id) == PortalConsent::granted) {
+        bind(shortcut);
+    } else {
+        current.set(consent(shortcut.id) == PortalConsent::refused ? PortalKeyState::refused
+                                                                   : PortalKeyState::unasked);
+    }
 }
 
 void PortalKey::bind(const WantedShortcut& shortcut)
 {
-    session.bind(shortcut, [this, id = shortcut.id](const BoundShortcuts& bound) {
-        // Some give the key and call it a failure: what is bound counts.
-        if (bound.contains(id)) {
-            take(id, bound);
-            return;
+    const auto patience = question ? std::nullopt : ShortcutSession::Patience(times.patience);
+    session.bind(shortcut, patience, [this, id = shortcut.id](const ShortcutAnswer& answered) {
+        if (answered.bound.contains(id)) {
+            take(id, answered.bound);
+        } else if (answered.end != ShortcutAnswer::End::told) {
+            fail();
+        } else {
+            // Only who was asked has refused; else it was taken back in the desktop's settings.
+            memory.setConsent(what, id, question ? PortalConsent::refused : PortalConsent::unasked);
+            session.close();
+            lose(question ? PortalKeyState::refused : PortalKeyState::unasked);
+            answer();
         }
-        // Only who was asked has refused; else it was taken back in the desktop's settings.
-        memory.setConsent(what, id, question ? PortalConsent::refused : PortalConsent::unasked);
-        session.close();
-        current.set(question ? PortalKeyState::refused : PortalKeyState::unasked);
-        answer();
     });
 }
 
 void PortalKey::take(const std::string& id, const BoundShortcuts& bound)
 {
     const auto& description = bound.at(id);
-    memory.setConsent(what, id, PortalConsent::granted);
-    triggered.set(description);
-    current.set(description.empty() ? PortalKeyState::taken : PortalKeyState::bound);
+    if (description.empty() && consent(id) == PortalConsent::refused) {
+        current.set(PortalKeyState::refused); // some keep what was refused, without a key
+    } else {
+        memory.setConsent(what, id, PortalConsent::granted);
+        triggered.set(description);
+        current.set(description.empty() ? PortalKeyState::taken : PortalKeyState::bound);
+    }
     answer();
 }
 
 void PortalKey::changed(const BoundShortcuts& shortcuts)
 {
-    if (wanted && shortcuts.contains(wanted->id)) {
-        take(wanted->id, shortcuts);
+    if (!wanted || question) {
+        return;
     }
+    if (shortcuts.contains(wanted->id)) {
+        take(wanted->id, shortcuts);
+    } else if (current.get() == PortalKeyState::bound || current.get() == PortalKeyState::taken) {
+        asks(wanted->id); // the person has removed it
+        session.close();
+    }
+}
+
+/// To have `id` again the desktop would ask the person.
+void PortalKey::asks(const std::string& id)
+{
+    if (consent(id) == PortalConsent::granted) {
+        memory.setConsent(what, id, PortalConsent::unasked);
+    }
+    if (wanted && wanted->id == id && !question) {
+        lose(PortalKeyState::unasked);
+    }
+}
+
+/// The session is over or useless, and nobody has decided anything: it is tried again, but for the
+/// question.
+void PortalKey::fail()
+{
+    session.close();
+    lose(PortalKeyState::unknown);
+    if (wanted && known.get() == KeysPortal::there) {
+        retry.start(retryIn);
+        retryIn = std::min<std::chrono::milliseconds>(2 * retryIn, longestRetry);
+    }
+    answer();
 }
 
 /// What is held is let go: its release may never be told.
 void PortalKey::lose(PortalKeyState next)
 {
     triggered.set({});
-    current.set(next);
+    current.set(known.get() == KeysPortal::missing ? PortalKeyState::missing : next);
     if (std::exchange(isHeld, false)) {
         callbacks.released();
     }
 }
 
-void PortalKey::told(const std::string& id, bool pressed)
+void PortalKey::pressed(const std::string& id, std::uint64_t timestamp)
 {
-    if (!wanted || wanted->id != id) {
-        return;
+    if (wanted && wanted->id == id) {
+        retryIn = times.retry;
+        callbacks.pressed(std::exchange(isHeld, true), timestamp);
     }
-    if (pressed) {
-        callbacks.pressed(std::exchange(isHeld, true));
-    } else if (std::exchange(isHeld, false)) {
+}
+
+void PortalKey::released(const std::string& id)
+{
+    if (wanted && wanted->id == id && std::exchange(isHeld, false)) {
         callbacks.released();
     }
 }
@@ -125,7 +227,8 @@ void PortalKey::answer()
 {
     if (const auto done = std::exchange(question, std::nullopt)) {
         if (done->shortcut != wanted) {
-            session.close();
+            lose(PortalKeyState::unknown);
+            open();
         }
         done->answered();
     }

@@ -7,7 +7,10 @@
 
 #include <QDBusConnection>
 #include <QObject>
+#include <QTimer>
 
+#include <chrono>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -18,7 +21,7 @@ namespace vorlin {
 enum class PortalKeyState {
     /// Nothing is known: none is wanted, or nobody has answered yet.
     unknown,
-    /// The desktop has no portal for keys.
+    /// The desktop has no portal for keys, or none that may be asked; also while none is wanted.
     missing,
     /// It would ask the person, who has not been asked, or has not wished to be.
     unasked,
@@ -27,6 +30,19 @@ enum class PortalKeyState {
     bound,
     /// The person gave it to us, but another program has it, or nothing triggers it.
     taken,
+};
+
+/// What is known of the portal for keys.
+enum class KeysPortal { unknown, missing, there };
+
+/// How long a key waits.
+struct PortalKeyTimes {
+    /// A key that needs no question is bound within that; else the desktop asks the person,
+    /// which is taken back.
+    std::chrono::milliseconds patience{std::chrono::seconds(5)};
+    /// Before a session that ended, or failed to open, is opened anew; each further time twice
+    /// as long, until the key is pressed or the portals start anew.
+    std::chrono::milliseconds retry{std::chrono::seconds(1)};
 };
 
 /// One key that the desktop tells us of, for as long as it is wanted: at once where it was given to
@@ -39,7 +55,8 @@ class PortalKey final : public QObject {
 public:
     struct Callbacks {
         /// `again` where the key has not been released since: it repeats, or its release was lost.
-        std::function<void(bool again)> pressed;
+        /// `timestamp` is the desktop's time of it, in ms; 0 where it tells none.
+        std::function<void(bool again, std::uint64_t timestamp)> pressed;
         /// Comes after each press, also where the portal went meanwhile.
         std::function<void()> released;
     };
@@ -47,21 +64,30 @@ public:
     /// `registry` is the one of the same connection; `what` names the key in `memory`. Both must
     /// outlive this object.
     PortalKey(const QDBusConnection& bus, const HostRegistry& registry, std::string what,
-              PortalMemory& memory, Callbacks callbacks);
+              PortalMemory& memory, Callbacks callbacks, const PortalKeyTimes& times = {});
 
-    /// Wants this key from now on, or none. A desktop that knows a key by its id does not change
-    /// what triggers it: another trigger needs another id.
+    /// Wants this key from now on, or none; while the person is asked, from their answer on. A
+    /// desktop that knows a key by its id does not change what triggers it: another trigger needs
+    /// another id.
     void want(const std::optional<WantedShortcut>& wanted);
 
     /// Lets the desktop ask the person for `wanted`, unless it is given to us already; `answered`
-    /// is called once the person has answered, or nothing is left to be asked.
+    /// is called once the person has answered, or nothing is left to be asked. A later call takes
+    /// the place of an earlier one, and the portals' end takes it back: neither is answered.
     void ask(const WantedShortcut& wanted, std::function<void()> answered);
 
+    /// What serves the portals has changed, and may know no session of ours any more.
+    void reopen() { fail(); }
+
     const Published<PortalKeyState, PortalKey>& state() const { return current; }
+    const Published<KeysPortal, PortalKey>& portal() const { return known; }
 
     /// Whether the portals are there, and `shortcut` would be told of without a question, as far
     /// as is known.
     bool isGranted(const std::optional<WantedShortcut>& shortcut) const;
+
+    /// Whether the portals are there, and the person would be asked for `shortcut` first.
+    bool needsQuestion(const WantedShortcut& shortcut) const;
 
     /// What triggers the key, as the desktop says it; empty while none is bound.
     const Published<std::string, PortalKey>& trigger() const { return triggered; }
@@ -71,23 +97,36 @@ private:
         WantedShortcut shortcut;
         std::function<void()> answered;
     };
+    void look();
+    void setPortal(KeysPortal next);
     void open();
+    void listed(const WantedShortcut& shortcut, const ShortcutAnswer& answer);
     void bind(const WantedShortcut& shortcut);
     void take(const std::string& id, const BoundShortcuts& bound);
     void changed(const BoundShortcuts& shortcuts);
+    void asks(const std::string& id);
+    void fail();
     void lose(PortalKeyState next);
-    void told(const std::string& id, bool pressed);
+    void pressed(const std::string& id, std::uint64_t timestamp);
+    void released(const std::string& id);
     void answer();
+    PortalConsent consent(const std::string& id) const { return memory.consent(what, id); }
 
+    QDBusConnection bus;
     const HostRegistry& registry;
     ShortcutSession session;
     std::string what;
     PortalMemory& memory;
     Callbacks callbacks;
+    PortalKeyTimes times;
     std::optional<WantedShortcut> wanted;
     /// Until the person has answered.
     std::optional<Question> question;
     bool isHeld = false;
+    /// Until what failed is tried again, and how long it was the last time.
+    QTimer retry;
+    std::chrono::milliseconds retryIn;
+    Published<KeysPortal, PortalKey> known{KeysPortal::unknown};
     Published<PortalKeyState, PortalKey> current{PortalKeyState::unknown};
     Published<std::string, PortalKey> triggered;
 };

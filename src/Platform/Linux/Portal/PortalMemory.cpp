@@ -18,7 +18,7 @@ void PortalMemory::setConsent(const std::string& what, const std::string& form,
     const auto keep = [&](const char* which, bool on) {
         if (on) {
             state.set(key(what, which), form);
-        } else if (text(key(what, which))) {
+        } else if (text(key(what, which)) == form) {
             state.set(key(what, which), std::nullopt);
         }
     };

@@ -3,6 +3,8 @@
 #include <QDBusArgument>
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusVariant>
 
 #include <utility>
 
@@ -26,21 +28,58 @@ QString portals::handle(const PortalAnswer& answer, const QString& name)
         return {};
     }
     const auto value = answer.results.value(name);
-    const auto path = value.metaType() == QMetaType::fromType<QDBusObjectPath>()
-                          ? value.value<QDBusObjectPath>().path()
-                          : value.toString();
-    return path.startsWith('/') ? path : QString();
+    const auto object = value.metaType() == QMetaType::fromType<QDBusObjectPath>()
+                            ? value.value<QDBusObjectPath>().path()
+                            : value.toString();
+    return object.startsWith('/') ? object : QString();
 }
 
-void portals::closeSession(QDBusConnection bus, const QString& session)
+void portals::closeSession(QDBusConnection bus, const QString& portal, const QString& session)
 {
-    auto message = QDBusMessage::createMethodCall(portals::service, session, sessionInterface,
-                                                  QStringLiteral("Close"));
+    if (portal.isEmpty()) {
+        return; // it went with its portal
+    }
+    auto message =
+        QDBusMessage::createMethodCall(portal, session, sessionInterface, QStringLiteral("Close"));
     message.setAutoStartService(false);
     bus.send(message);
 }
 
-PortalRequest::PortalRequest(const QDBusConnection& bus) : bus(bus), name(bus, portals::service)
+bool portals::isUnknown(const QDBusError& error)
+{
+    switch (error.type()) {
+    case QDBusError::UnknownMethod:
+    case QDBusError::UnknownInterface:
+    case QDBusError::UnknownObject:
+    case QDBusError::ServiceUnknown: return true;
+    default: return false;
+    }
+}
+
+void portals::readProperty(const QDBusConnection& bus, const HostRegistry& registry,
+                           QObject* context, const QString& interface, const QString& name,
+                           std::function<void(const std::optional<QVariant>&)> told)
+{
+    const auto asked = registry.portal();
+    auto message = QDBusMessage::createMethodCall(asked, portals::path,
+                                                  QStringLiteral("org.freedesktop.DBus.Properties"),
+                                                  QStringLiteral("Get"));
+    message.setAutoStartService(false);
+    message << interface << name;
+    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(message), context);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
+                     [&registry, watcher, asked, told = std::move(told)] {
+                         watcher->deleteLater();
+                         const QDBusPendingReply<QDBusVariant> reply = *watcher;
+                         if (registry.portal() == asked) {
+                             told(reply.isError() ? std::nullopt
+                                                  : std::optional(reply.value().variant()));
+                         }
+                     });
+}
+
+PortalRequest::PortalRequest(const QDBusConnection& bus, const HostRegistry* registry)
+    : bus(bus), registry(registry), name(bus, portals::service)
 {
     connect(&name, &BusName::ownerChanged, this, &PortalRequest::ownerChanged);
 }
@@ -55,8 +94,7 @@ void PortalRequest::send(const QString& interface, const QString& method,
     sender.replace('.', '_');
     follow(portals::path + "/request/" + sender + "/" + token);
     options.insert("handle_token", token);
-    auto message =
-        QDBusMessage::createMethodCall(portals::service, portals::path, interface, method);
+    auto message = messageTo(portals::path, interface, method);
     message.setArguments(arguments + QVariantList{options});
     auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(message), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, mine = generation] {
@@ -67,10 +105,21 @@ void PortalRequest::send(const QString& interface, const QString& method,
     });
 }
 
+QDBusMessage PortalRequest::messageTo(const QString& path, const QString& interface,
+                                      const QString& method) const
+{
+    // By the common name it could reach, and start, portals that have not heard who asks.
+    const auto& to = registry == nullptr ? portals::service : registry->portal();
+    auto message = QDBusMessage::createMethodCall(to, path, interface, method);
+    message.setAutoStartService(registry == nullptr);
+    return message;
+}
+
 void PortalRequest::replied(const QDBusMessage& reply)
 {
     if (reply.type() != QDBusMessage::ReplyMessage || reply.signature() != "o") {
-        finish({PortalAnswer::End::refused, 2, {}});
+        const bool unknown = portals::isUnknown(QDBusError(reply));
+        finish({unknown ? PortalAnswer::End::refused : PortalAnswer::End::failed, 2, {}});
         return;
     }
     follow(reply.arguments().constFirst().value<QDBusObjectPath>().path());
@@ -114,8 +163,7 @@ void PortalRequest::ownerChanged(const QString& owner)
 void PortalRequest::close()
 {
     if (isPending()) {
-        auto message = QDBusMessage::createMethodCall(portals::service, object, requestInterface,
-                                                      QStringLiteral("Close"));
+        auto message = messageTo(object, requestInterface, QStringLiteral("Close"));
         message.setAutoStartService(false);
         bus.send(message);
         forget();

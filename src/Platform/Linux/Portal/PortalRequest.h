@@ -1,15 +1,19 @@
 #pragma once
 
 #include "Platform/Linux/Portal/BusName.h"
+#include "Platform/Linux/Portal/HostRegistry.h"
 
 #include <QDBusConnection>
+#include <QDBusError>
 #include <QDBusMessage>
 #include <QObject>
 #include <QString>
+#include <QVariant>
 #include <QVariantList>
 #include <QVariantMap>
 
 #include <functional>
+#include <optional>
 
 namespace vorlin {
 
@@ -20,6 +24,8 @@ struct PortalAnswer {
         answered,
         /// No portal takes such a request.
         refused,
+        /// An error without a reason that is known here.
+        failed,
         /// The portal went first.
         gone,
     };
@@ -36,6 +42,8 @@ namespace portals {
 inline const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
 inline const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
 inline const QString sessionInterface = QStringLiteral("org.freedesktop.portal.Session");
+inline const QString shortcuts = QStringLiteral("org.freedesktop.portal.GlobalShortcuts");
+inline const QString remoteDesktop = QStringLiteral("org.freedesktop.portal.RemoteDesktop");
 
 /// The part of an object's path that names a request or a session of ours.
 QString freshToken();
@@ -44,8 +52,17 @@ QString freshToken();
 /// gives none.
 QString handle(const PortalAnswer& answer, const QString& name);
 
-/// Ends a session, and with it all that it was given.
-void closeSession(QDBusConnection bus, const QString& session);
+/// Ends a session of the portals of that name on the bus, and with it all that it was given.
+void closeSession(QDBusConnection bus, const QString& portal, const QString& session);
+
+/// Whether an error says that there is no such method, nor what it would be called on.
+bool isUnknown(const QDBusError& error);
+
+/// Asks the portals that `registry` has told who asks for a property of `interface`, and tells it,
+/// or nothing where they have none such; not at all where they, or `context`, went meanwhile.
+void readProperty(const QDBusConnection& bus, const HostRegistry& registry, QObject* context,
+                  const QString& interface, const QString& name,
+                  std::function<void(const std::optional<QVariant>&)> told);
 } // namespace portals
 
 /// One method of the portals that is answered by a signal, possibly after a dialog. Main loop;
@@ -57,7 +74,9 @@ class PortalRequest final : public QObject {
 public:
     using WhenDone = std::function<void(const PortalAnswer&)>;
 
-    explicit PortalRequest(const QDBusConnection& bus);
+    /// Where `registry` is given, of the same connection, only portals that it has told who asks
+    /// are sent anything. It must outlive this object.
+    explicit PortalRequest(const QDBusConnection& bus, const HostRegistry* registry = nullptr);
 
     /// Calls `method` with `arguments` and, after them, `options`; `whenDone` is called once, from
     /// the loop. A request before that is forgotten.
@@ -76,12 +95,15 @@ private Q_SLOTS:
     void responded(const QDBusMessage& message);
 
 private:
+    QDBusMessage messageTo(const QString& path, const QString& interface,
+                           const QString& method) const;
     void replied(const QDBusMessage& reply);
     void ownerChanged(const QString& owner);
     void follow(const QString& path);
     void finish(const PortalAnswer& answer);
 
     QDBusConnection bus;
+    const HostRegistry* registry;
     WhenDone whenDone;
     /// The object that answers.
     QString object;

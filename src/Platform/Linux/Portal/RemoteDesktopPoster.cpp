@@ -5,9 +5,8 @@
 
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
-#include <QDBusVariant>
 
+#include <algorithm>
 #include <array>
 #include <ranges>
 #include <utility>
@@ -17,7 +16,6 @@ namespace vorlin {
 
 namespace {
 
-const QString remoteDesktop = QStringLiteral("org.freedesktop.portal.RemoteDesktop");
 /// In the portal's memory: what is asked for has one form only.
 constexpr const char* what = "chord";
 constexpr const char* form = "keyboard";
@@ -42,8 +40,14 @@ std::vector<std::uint32_t> modifierSymbols(std::uint64_t flags)
 } // namespace
 
 RemoteDesktopPoster::RemoteDesktopPoster(const QDBusConnection& bus, const HostRegistry& registry,
-                                         PortalMemory& memory, std::chrono::milliseconds patience)
-    : bus(bus), registry(registry), memory(memory), request(bus)
+                                         PortalMemory& memory, Places places,
+                                         std::chrono::milliseconds patience)
+    : bus(bus), registry(registry), memory(memory), places(std::move(places)),
+      request(bus, &registry), strokes(bus, registry, [this] {
+          if (!isWanted) {
+              close();
+          }
+      })
 {
     limit.setSingleShot(true);
     limit.setInterval(patience);
@@ -52,35 +56,36 @@ RemoteDesktopPoster::RemoteDesktopPoster(const QDBusConnection& bus, const HostR
     connect(&registry, &HostRegistry::gone, this, [this] {
         forget();
         allowed.set(Access::unknown);
-        answer();
+        whenAnswered = nullptr;
     });
 }
 
 RemoteDesktopPoster::~RemoteDesktopPoster()
 {
+    strokes.letGo();
     close();
 }
 
 /// Learns whether there is such a portal; asks the person nothing.
 void RemoteDesktopPoster::look()
 {
-    auto message = QDBusMessage::createMethodCall(portals::service, portals::path,
-                                                  QStringLiteral("org.freedesktop.DBus.Properties"),
-                                                  QStringLiteral("Get"));
-    message << remoteDesktop << QStringLiteral("AvailableDeviceTypes");
-    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(message), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
-        watcher->deleteLater();
-        const QDBusPendingReply<QDBusVariant> reply = *watcher;
-        if (!reply.isError() && (reply.value().variant().toUInt() & keyboard) != 0) {
-            remember();
-        } else {
-            allowed.set(Access::missing);
-        }
-        if (isWanted || whenAnswered) {
-            open();
-        }
-    });
+    if (!registry.mayAsk()) {
+        allowed.set(Access::missing);
+        answer();
+        return;
+    }
+    portals::readProperty(bus, registry, this, portals::remoteDesktop,
+                          QStringLiteral("AvailableDeviceTypes"),
+                          [this](const std::optional<QVariant>& types) {
+                              if (types && (types->toUInt() & keyboard) != 0) {
+                                  remember();
+                              } else {
+                                  allowed.set(Access::missing);
+                              }
+                              if (isWanted || whenAnswered) {
+                                  open();
+                              }
+                          });
 }
 
 void RemoteDesktopPoster::remember()
@@ -101,29 +106,29 @@ void RemoteDesktopPoster::prepare()
 void RemoteDesktopPoster::rest()
 {
     isWanted = false;
-    if (stage == Stage::open) {
-        close(); // one that opens is let open: what it is opened with serves once
+    // What is to be pressed is pressed first. A session that opens is let open: what it is opened
+    // with serves once.
+    if (stage == Stage::open && strokes.isIdle()) {
+        close();
     }
 }
 
 KeyReadiness RemoteDesktopPoster::readiness() const
 {
     if (stage == Stage::open) {
-        return KeyReadiness::ready;
+        return strokes.isIdle() ? KeyReadiness::ready : KeyReadiness::soon;
     }
     return stage == Stage::opening && !whenAnswered ? KeyReadiness::soon : KeyReadiness::never;
 }
 
 void RemoteDesktopPoster::ask(std::function<void()> answered)
 {
-    answer(); // an earlier question
     whenAnswered = std::move(answered);
     if (allowed.get() == Access::granted || allowed.get() == Access::missing) {
         answer();
-        return;
+    } else {
+        open();
     }
-    memory.setConsent(what, form, PortalConsent::unasked);
-    open();
 }
 
 /// Opens a session where none is and the person allowed it, or is to be asked.
@@ -134,15 +139,12 @@ void RemoteDesktopPoster::open()
         return;
     }
     stage = Stage::opening;
-    if (!whenAnswered) {
-        limit.start();
-    }
-    request.send(remoteDesktop, "CreateSession", {},
+    request.send(portals::remoteDesktop, "CreateSession", {},
                  {{"session_handle_token", portals::freshToken()}},
                  [this](const PortalAnswer& answer) {
                      session = portals::handle(answer, "session_handle");
                      if (session.isEmpty()) {
-                         fail(/*byThePerson=*/false);
+                         fail(answer);
                      } else {
                          listen(true);
                          selectDevices();
@@ -156,27 +158,33 @@ void RemoteDesktopPoster::selectDevices()
     if (const auto token = memory.token(what)) {
         options.insert("restore_token", QString::fromStdString(*token));
     }
-    request.send(remoteDesktop, "SelectDevices", {QVariant::fromValue(QDBusObjectPath(session))},
-                 options, [this](const PortalAnswer& answer) {
+    request.send(portals::remoteDesktop, "SelectDevices",
+                 {QVariant::fromValue(QDBusObjectPath(session))}, options,
+                 [this](const PortalAnswer& answer) {
                      if (answer.succeeded()) {
                          startSession();
                      } else {
-                         fail(/*byThePerson=*/false);
+                         fail(answer);
                      }
                  });
 }
 
 void RemoteDesktopPoster::startSession()
 {
-    request.send(remoteDesktop, "Start", {QVariant::fromValue(QDBusObjectPath(session)), QString()},
-                 {}, [this](const PortalAnswer& answer) { started(answer); });
+    if (!whenAnswered) {
+        limit.start();
+    }
+    request.send(portals::remoteDesktop, "Start",
+                 {QVariant::fromValue(QDBusObjectPath(session)), QString()}, {},
+                 [this](const PortalAnswer& answer) { started(answer); });
 }
 
 void RemoteDesktopPoster::started(const PortalAnswer& answered)
 {
     const bool mayType = (answered.results.value("devices").toUInt() & keyboard) != 0;
     if (!answered.succeeded() || !mayType) {
-        fail(/*byThePerson=*/answered.end == PortalAnswer::End::answered);
+        refuse(answered);
+        fail(answered);
         return;
     }
     // At once: each serves for one session only.
@@ -202,22 +210,32 @@ void RemoteDesktopPoster::takeBack()
     close();
 }
 
-void RemoteDesktopPoster::fail(bool byThePerson)
+/// Remembers what an answer that gives no session is worth: only what the person says is a refusal
+/// of theirs, but what the session was to be opened with has served.
+void RemoteDesktopPoster::refuse(const PortalAnswer& answered)
 {
-    if (byThePerson) {
+    const bool byThePerson = answered.end == PortalAnswer::End::answered && answered.code <= 1;
+    if (byThePerson || !whenAnswered) {
         memory.setToken(what, std::nullopt);
-        memory.setConsent(what, form, PortalConsent::refused);
+        memory.setConsent(what, form,
+                          byThePerson ? PortalConsent::refused : PortalConsent::unasked);
         remember();
     }
-    close();
-    answer();
+}
+
+void RemoteDesktopPoster::fail(const PortalAnswer& answered)
+{
+    if (answered.end != PortalAnswer::End::gone) { // which the registry tells of
+        close();
+        answer();
+    }
 }
 
 void RemoteDesktopPoster::close()
 {
     request.close();
     if (!session.isEmpty()) {
-        portals::closeSession(bus, session);
+        portals::closeSession(bus, registry.portal(), session);
     }
     forget();
 }
@@ -230,6 +248,7 @@ void RemoteDesktopPoster::forget()
     session.clear();
     stage = Stage::closed;
     limit.stop();
+    strokes.forget();
 }
 
 /// By the name of no sender, which Qt would wait to learn the owner of.
@@ -256,31 +275,32 @@ void RemoteDesktopPoster::closed(const QDBusMessage& message)
 
 void RemoteDesktopPoster::post(std::uint16_t keyCode, bool keyDown, std::uint64_t flags)
 {
-    const auto key = keySymbol(keySymbolName(keyCode));
-    if (stage != Stage::open || key == 0) {
+    const auto key = strokeFor(keyCode);
+    if (stage != Stage::open || !key) {
         return;
     }
-    const auto modifiers = modifierSymbols(flags);
-    if (keyDown) {
-        for (const auto modifier : modifiers) {
-            notify(modifier, true);
-        }
-        notify(key, true);
-    } else {
-        notify(key, false);
-        for (const auto modifier : modifiers | std::views::reverse) {
-            notify(modifier, false);
-        }
+    std::vector<PortalStroke> chord;
+    for (const auto symbol : modifierSymbols(flags)) {
+        chord.push_back({.isSymbol = true, .key = symbol});
     }
+    chord.push_back(*key);
+    if (!keyDown) {
+        std::ranges::reverse(chord);
+    }
+    for (auto& each : chord) {
+        each.down = keyDown;
+    }
+    strokes.send(session, chord);
 }
 
-void RemoteDesktopPoster::notify(std::uint32_t symbol, bool down)
+std::optional<PortalStroke> RemoteDesktopPoster::strokeFor(std::uint16_t keyCode) const
 {
-    auto message = QDBusMessage::createMethodCall(portals::service, portals::path, remoteDesktop,
-                                                  QStringLiteral("NotifyKeyboardKeysym"));
-    message << QVariant::fromValue(QDBusObjectPath(session)) << QVariantMap()
-            << static_cast<int>(symbol) << (down ? 1U : 0U);
-    bus.send(message);
+    if (const auto place = places(keyCode)) {
+        return PortalStroke{.isSymbol = false, .key = *place};
+    }
+    const auto symbol = keySymbol(keySymbolName(keyCode));
+    return symbol == 0 ? std::nullopt
+                       : std::optional(PortalStroke{.isSymbol = true, .key = symbol});
 }
 
 void RemoteDesktopPoster::answer()

@@ -4,6 +4,7 @@
 #include "Platform/Linux/Portal/HostRegistry.h"
 #include "Platform/Linux/Portal/PortalMemory.h"
 #include "Platform/Linux/Portal/PortalRequest.h"
+#include "Platform/Linux/Portal/PortalStrokes.h"
 #include "Ports/KeyPoster.h"
 
 #include <QDBusConnection>
@@ -16,15 +17,18 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <optional>
 
 namespace vorlin {
 
 /// Presses keys through org.freedesktop.portal.RemoteDesktop. The person is asked once, and what
 /// the portal gives for it then opens each later session without a question. A session is open
-/// from `prepare` to `rest` only: the desktop shows the person one that is. Keys go by what they
-/// type, so that the layout does not matter. Main loop; waits for nothing.
+/// from `prepare` to `rest` only: the desktop shows the person one that is. Main loop; waits for
+/// nothing but, at its end, for keys that are down to be let go.
 ///
-/// A desktop may add to a chord the modifiers that the person holds.
+/// A key goes by its place where that is known, else by what it types, which a desktop finds in
+/// the layout in use only, or in the first. A desktop may add to a chord the modifiers that the
+/// person holds.
 class RemoteDesktopPoster final : public QObject, public KeyPoster {
     Q_OBJECT
 
@@ -38,10 +42,14 @@ public:
         granted,
     };
 
+    /// The place of a key of that virtual key code, as the kernel numbers it, in whichever layout
+    /// is in use; nothing where that is not the same in all.
+    using Places = std::function<std::optional<std::uint32_t>(std::uint16_t keyCode)>;
+
     /// All must outlive this object; `registry` is the one of the same connection. A session that
     /// needs no question opens within `patience`.
     RemoteDesktopPoster(const QDBusConnection& bus, const HostRegistry& registry,
-                        PortalMemory& memory,
+                        PortalMemory& memory, Places places,
                         std::chrono::milliseconds patience = std::chrono::seconds(5));
     ~RemoteDesktopPoster() override;
 
@@ -51,7 +59,8 @@ public:
     void post(std::uint16_t keyCode, bool keyDown, std::uint64_t flags) override;
 
     /// Lets the desktop ask the person, unless it was allowed already; `answered` is called once
-    /// that is settled.
+    /// that is settled. A later call takes the place of an earlier one, and the portals' end takes
+    /// it back: neither is answered.
     void ask(std::function<void()> answered);
 
     const Published<Access, RemoteDesktopPoster>& access() const { return allowed; }
@@ -69,16 +78,18 @@ private:
     void startSession();
     void started(const PortalAnswer& answer);
     void takeBack();
-    void fail(bool byThePerson);
+    void refuse(const PortalAnswer& answered);
+    void fail(const PortalAnswer& answered);
     void close();
     void forget();
     void listen(bool on);
-    void notify(std::uint32_t symbol, bool down);
+    std::optional<PortalStroke> strokeFor(std::uint16_t keyCode) const;
     void answer();
 
     QDBusConnection bus;
     const HostRegistry& registry;
     PortalMemory& memory;
+    Places places;
     PortalRequest request;
     Stage stage = Stage::closed;
     QString session;
@@ -87,6 +98,7 @@ private:
     bool isWanted = false;
     /// Until a session that is still not open must be taken to wait for the person.
     QTimer limit;
+    PortalStrokes strokes;
     Published<Access, RemoteDesktopPoster> allowed{Access::unknown};
 };
 

@@ -9,80 +9,152 @@ namespace vorlin {
 
 namespace {
 
-const QString shortcuts = QStringLiteral("org.freedesktop.portal.GlobalShortcuts");
 constexpr std::array heardSignals{"Activated", "Deactivated", "ShortcutsChanged"};
 
 } // namespace
 
 ShortcutSession::ShortcutSession(const QDBusConnection& bus, const HostRegistry& registry,
                                  Callbacks callbacks)
-    : bus(bus), registry(registry), callbacks(std::move(callbacks)), request(bus)
+    : bus(bus), registry(registry), callbacks(std::move(callbacks)), request(bus, &registry)
 {
     registerPortalShortcuts();
-    connect(&registry, &HostRegistry::gone, this, [this] { end(); });
+    limit.setSingleShot(true);
+    connect(&limit, &QTimer::timeout, this, &ShortcutSession::takeBack);
+    connect(&registry, &HostRegistry::gone, this, [this] {
+        next = nullptr;
+        end();
+    });
 }
 
 ShortcutSession::~ShortcutSession()
 {
-    close();
+    drop();
 }
 
-void ShortcutSession::open(std::function<void(const std::optional<BoundShortcuts>&)> listed)
+void ShortcutSession::open(WhenTold told)
 {
     close();
-    request.send(shortcuts, "CreateSession", {}, {{"session_handle_token", portals::freshToken()}},
-                 [this, listed = std::move(listed)](const PortalAnswer& answer) {
-                     session = portals::handle(answer, "session_handle");
-                     if (session.isEmpty()) {
-                         listed(std::nullopt);
-                         return;
+    next = [this, told = std::move(told)] { create(told); };
+    goOn();
+}
+
+void ShortcutSession::create(WhenTold told)
+{
+    send("CreateSession", {}, {{"session_handle_token", portals::freshToken()}},
+         [this, told = std::move(told)](const PortalAnswer& answer) {
+             if (isOpen()) {
+                 list(told);
+             } else {
+                 const bool missing = answer.end == PortalAnswer::End::refused;
+                 told({missing ? ShortcutAnswer::End::missing : ShortcutAnswer::End::failed});
+             }
+         });
+}
+
+/// `answered` is called where it is wanted still.
+void ShortcutSession::send(const QString& method, const QVariantList& arguments,
+                           const QVariantMap& options, WhenAnswered answered)
+{
+    request.send(portals::shortcuts, method, arguments, options,
+                 [this, method, answered = std::move(answered)](const PortalAnswer& answer) {
+                     if (answer.end == PortalAnswer::End::gone) {
+                         return; // the registry tells of it
                      }
-                     listen(true);
-                     list(listed);
+                     limit.stop();
+                     isQuestion = false;
+                     if (method == "CreateSession") {
+                         session = portals::handle(answer, "session_handle");
+                         listen(true);
+                     }
+                     if (isAbandoned) {
+                         drop();
+                         goOn();
+                     } else {
+                         answered(answer);
+                     }
                  });
 }
 
-void ShortcutSession::list(std::function<void(const BoundShortcuts&)> listed)
+void ShortcutSession::list(WhenTold told)
 {
-    request.send(shortcuts, "ListShortcuts", {QVariant::fromValue(QDBusObjectPath(session))}, {},
-                 [listed = std::move(listed)](const PortalAnswer& answer) {
-                     listed(boundShortcuts(answer.results.value("shortcuts")));
-                 });
+    send("ListShortcuts", {QVariant::fromValue(QDBusObjectPath(session))}, {},
+         [told = std::move(told)](const PortalAnswer& answer) {
+             const auto bound = boundShortcuts(answer.results.value("shortcuts"));
+             const bool known = answer.succeeded() || !bound.empty();
+             told({known ? ShortcutAnswer::End::told : ShortcutAnswer::End::failed, bound});
+         });
 }
 
-void ShortcutSession::bind(const WantedShortcut& wanted,
-                           std::function<void(const BoundShortcuts&)> bound)
+void ShortcutSession::bind(const WantedShortcut& wanted, Patience patience, WhenTold told)
 {
     const PortalShortcuts list{{QString::fromStdString(wanted.id),
                                 {{"description", QString::fromStdString(wanted.description)},
                                  {"preferred_trigger", QString::fromStdString(wanted.trigger)}}}};
-    request.send(
-        shortcuts, "BindShortcuts",
-        {QVariant::fromValue(QDBusObjectPath(session)), QVariant::fromValue(list), QString()}, {},
-        [this, bound = std::move(bound)](const PortalAnswer& answer) {
-            const auto told = boundShortcuts(answer.results.value("shortcuts"));
-            if (answer.succeeded() && told.empty()) {
-                this->list(bound); // some only say that it went well
-            } else {
-                bound(told);
-            }
-        });
+    isQuestion = !patience;
+    if (patience) {
+        binding = wanted.id;
+        limit.start(*patience);
+    }
+    send("BindShortcuts",
+         {QVariant::fromValue(QDBusObjectPath(session)), QVariant::fromValue(list), QString()}, {},
+         [this, told = std::move(told)](const PortalAnswer& answer) {
+             const auto bound = boundShortcuts(answer.results.value("shortcuts"));
+             // Some give the key and call it a failure.
+             const bool decided = answer.end == PortalAnswer::End::answered && answer.code <= 1;
+             if (answer.succeeded() && bound.empty()) {
+                 this->list(told); // some only say that it went well
+             } else {
+                 const bool known = decided || !bound.empty();
+                 told({known ? ShortcutAnswer::End::told : ShortcutAnswer::End::failed, bound});
+             }
+         });
+}
+
+void ShortcutSession::takeBack()
+{
+    const auto id = std::exchange(binding, {});
+    drop();
+    callbacks.asks(id);
+    goOn();
 }
 
 void ShortcutSession::close()
 {
+    next = nullptr;
+    if (request.isPending() && !isQuestion) {
+        isAbandoned = true;
+    } else {
+        drop();
+    }
+}
+
+void ShortcutSession::drop()
+{
     request.close();
     if (isOpen()) {
-        portals::closeSession(bus, session);
+        portals::closeSession(bus, registry.portal(), session);
     }
     end();
 }
 
+/// No session is left.
 void ShortcutSession::end()
 {
     request.forget();
+    limit.stop();
     listen(false);
     session.clear();
+    isQuestion = false;
+    isAbandoned = false;
+}
+
+void ShortcutSession::goOn()
+{
+    if (!isAbandoned) {
+        if (const auto wanted = std::exchange(next, nullptr)) {
+            wanted();
+        }
+    }
 }
 
 /// By the name of no sender, which Qt would wait to learn the owner of.
@@ -100,7 +172,7 @@ void ShortcutSession::listen(bool on)
         }
     };
     for (const auto* name : heardSignals) {
-        change(portals::path, shortcuts, name, SLOT(heard(QDBusMessage)));
+        change(portals::path, portals::shortcuts, name, SLOT(heard(QDBusMessage)));
     }
     change(session, portals::sessionInterface, "Closed", SLOT(closed(QDBusMessage)));
 }
@@ -109,13 +181,14 @@ void ShortcutSession::heard(const QDBusMessage& message)
 {
     const auto arguments = message.arguments();
     if (message.service() != registry.portal() || arguments.size() < 2 || !isOpen() ||
-        arguments[0].value<QDBusObjectPath>().path() != session) {
+        isAbandoned || arguments[0].value<QDBusObjectPath>().path() != session) {
         return;
     }
     if (message.member() == "ShortcutsChanged") {
         callbacks.changed(boundShortcuts(arguments[1]));
     } else if (message.member() == "Activated") {
-        callbacks.activated(arguments[1].toString().toStdString());
+        callbacks.activated(arguments[1].toString().toStdString(),
+                            arguments.value(2).toULongLong());
     } else {
         callbacks.deactivated(arguments[1].toString().toStdString());
     }
@@ -123,9 +196,15 @@ void ShortcutSession::heard(const QDBusMessage& message)
 
 void ShortcutSession::closed(const QDBusMessage& message)
 {
-    if (message.service() == registry.portal() && message.path() == session) {
-        end();
+    if (message.service() != registry.portal() || message.path() != session) {
+        return;
+    }
+    const bool wanted = !isAbandoned;
+    end();
+    if (wanted) {
         callbacks.ended();
+    } else {
+        goOn();
     }
 }
 

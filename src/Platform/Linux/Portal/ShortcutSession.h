@@ -8,7 +8,10 @@
 #include <QDBusMessage>
 #include <QObject>
 #include <QString>
+#include <QTimer>
 
+#include <chrono>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -27,46 +30,78 @@ struct WantedShortcut {
     bool operator==(const WantedShortcut&) const = default;
 };
 
+/// What the desktop says of the keys of a session.
+struct ShortcutAnswer {
+    enum class End {
+        /// `bound` is what it says.
+        told,
+        /// The desktop has no such portal.
+        missing,
+        /// It went wrong: nobody has decided anything.
+        failed,
+    };
+    End end = End::failed;
+    BoundShortcuts bound = {};
+};
+
 /// One session of org.freedesktop.portal.GlobalShortcuts: tells of the press and the release of
 /// the keys that were bound in it. Main loop; waits for nothing.
+///
+/// What is asked of the desktop without a question to the person is let come to its end, also where
+/// it is not wanted any more, and undone then: a desktop may leave keys bound for good whose
+/// session ends before that.
 class ShortcutSession final : public QObject {
     Q_OBJECT
 
 public:
     struct Callbacks {
-        std::function<void(const std::string& id)> activated;
+        /// `timestamp` is the desktop's time of it, in ms since some moment; 0 where it tells none.
+        std::function<void(const std::string& id, std::uint64_t timestamp)> activated;
         std::function<void(const std::string& id)> deactivated;
         /// The person chose other keys in the desktop's settings.
         std::function<void(const BoundShortcuts&)> changed;
-        /// The desktop ended the session; or its portal went, and took it along.
+        /// The desktop ended the session.
         std::function<void()> ended;
+        /// What was bound with a `patience` asks the person; also where it is not wanted any more.
+        /// The question was taken back, and the session is over.
+        std::function<void(const std::string& id)> asks;
     };
+    using WhenTold = std::function<void(const ShortcutAnswer&)>;
+    using Patience = std::optional<std::chrono::milliseconds>;
 
     /// `registry` must outlive this object and be the one of the same connection.
     ShortcutSession(const QDBusConnection& bus, const HostRegistry& registry, Callbacks callbacks);
     ~ShortcutSession() override;
 
-    /// Makes a session, in place of one that is open, and asks what is bound in it already:
-    /// nothing where the desktop has no such portal. Asks the person nothing.
-    void open(std::function<void(const std::optional<BoundShortcuts>&)> listed);
+    /// Makes a session, in place of one that is open, and asks what is bound in it already. Asks
+    /// the person nothing. Where the portals go, nothing is told.
+    void open(WhenTold told);
 
     /// Binds one key in the open session, perhaps after a question to the person, and tells what is
-    /// bound then. A desktop may take only one such call a session.
-    void bind(const WantedShortcut& wanted, std::function<void(const BoundShortcuts&)> bound);
+    /// bound then. A desktop may take only one such call a session. Where a `patience` is given
+    /// what takes longer is taken for a question.
+    void bind(const WantedShortcut& wanted, Patience patience, WhenTold told);
 
-    /// Gives the keys back. No callback comes from then on.
+    /// Gives the keys back. No callback but `asks` comes from then on.
     void close();
-
-    bool isOpen() const { return !session.isEmpty(); }
 
 private Q_SLOTS:
     void heard(const QDBusMessage& message);
     void closed(const QDBusMessage& message);
 
 private:
+    using WhenAnswered = std::function<void(const PortalAnswer&)>;
+
+    bool isOpen() const { return !session.isEmpty(); }
+    void create(WhenTold told);
+    void send(const QString& method, const QVariantList& arguments, const QVariantMap& options,
+              WhenAnswered answered);
+    void list(WhenTold told);
+    void takeBack();
     void listen(bool on);
-    void list(std::function<void(const BoundShortcuts&)> listed);
+    void drop();
     void end();
+    void goOn();
 
     QDBusConnection bus;
     const HostRegistry& registry;
@@ -74,6 +109,16 @@ private:
     PortalRequest request;
     /// The session's object; empty while none is open.
     QString session;
+    /// What is bound while `limit` runs.
+    std::string binding;
+    /// Until what was not to be a question is taken for one.
+    QTimer limit;
+    /// The person is, or may be, asked: that is not waited for.
+    bool isQuestion = false;
+    /// What is on its way is not wanted any more.
+    bool isAbandoned = false;
+    /// Opens the session that is wanted once what was abandoned is gone.
+    std::function<void()> next;
 };
 
 } // namespace vorlin

@@ -33,7 +33,7 @@ QString focusedWindow()
 FolderPortal::Answer chosen(const PortalAnswer& answer)
 {
     const auto uris = answer.results.value("uris").toStringList();
-    if (answer.end == PortalAnswer::End::refused) {
+    if (answer.end == PortalAnswer::End::refused || answer.end == PortalAnswer::End::failed) {
         return FolderPortal::Missing{};
     }
     if (!answer.succeeded() || uris.isEmpty()) {

@@ -6,9 +6,12 @@
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
 #include <QProcess>
+#include <QProcessEnvironment>
 #include <QString>
 
 #include <csignal>
+#include <filesystem>
+#include <fstream>
 #include <map>
 #include <optional>
 #include <string>
@@ -26,6 +29,10 @@ public:
         // A test that crashes leaves nothing running.
         daemon.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
         daemon.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        std::filesystem::create_directories(services);
+        auto environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("XDG_DATA_HOME", QString::fromStdString(folder.path().string()));
+        daemon.setProcessEnvironment(environment);
         daemon.start("dbus-daemon", {"--session", "--nofork", "--print-address",
                                      "--address=" + QString::fromStdString(address)});
         daemon.waitForReadyRead();
@@ -33,6 +40,13 @@ public:
     PlayedBus(const PlayedBus&) = delete;
     PlayedBus& operator=(const PlayedBus&) = delete;
     ~PlayedBus() { end(); }
+
+    /// Has the bus start `command`, of an absolute path, for who calls `name` while nobody has it.
+    void starts(const std::string& name, const std::string& command) const
+    {
+        std::ofstream(services / (name + ".service"))
+            << "[D-BUS Service]\nName=" << name << "\nExec=" << command << "\n";
+    }
 
     void end()
     {
@@ -44,6 +58,7 @@ public:
     const std::string address = "unix:path=" + (folder / "bus").string();
 
 private:
+    std::filesystem::path services = folder / "dbus-1/services";
     QProcess daemon;
 };
 

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <memory>
 
 namespace vorlin {
@@ -12,9 +13,9 @@ namespace {
 
 class HostRegistryTest : public testing::Test {
 protected:
-    void introduce()
+    void introduce(HostRegistry::Nameless nameless = HostRegistry::Nameless::served)
     {
-        registry = std::make_unique<HostRegistry>(ours.bus, "org.example.App");
+        registry = std::make_unique<HostRegistry>(ours.bus, "org.example.App", nameless);
         QObject::connect(registry.get(), &HostRegistry::ready, registry.get(),
                          [this] { ++readies; });
         QObject::connect(registry.get(), &HostRegistry::gone, registry.get(), [this] { ++ends; });
@@ -34,6 +35,7 @@ TEST_F(HostRegistryTest, tellsThePortalsWhoAsks)
     ASSERT_TRUE(runUntil([&] { return readies == 1; }));
     EXPECT_EQ(portal->calls.front(), "Register org.example.App");
     EXPECT_EQ(registry->portal(), portal->program.bus.baseService());
+    EXPECT_TRUE(registry->mayAsk());
 }
 
 TEST_F(HostRegistryTest, portalsWithoutARegistryServeAllTheSame)
@@ -42,6 +44,23 @@ TEST_F(HostRegistryTest, portalsWithoutARegistryServeAllTheSame)
     introduce();
     ASSERT_TRUE(runUntil([&] { return readies == 1; }));
     EXPECT_EQ(registry->portal(), portal->program.bus.baseService());
+    EXPECT_TRUE(registry->mayAsk());
+}
+
+TEST_F(HostRegistryTest, portalsWithoutARegistryDoNotServeASecondName)
+{
+    portal->hasRegistry = false;
+    introduce(HostRegistry::Nameless::refused);
+    ASSERT_TRUE(runUntil([&] { return readies == 1; }));
+    EXPECT_FALSE(registry->mayAsk());
+}
+
+TEST_F(HostRegistryTest, portalsThatRefuseTheNameAreNotAskedUnderAnother)
+{
+    portal->refusedName = "org.example.App";
+    introduce();
+    ASSERT_TRUE(runUntil([&] { return readies == 1; }));
+    EXPECT_FALSE(registry->mayAsk());
 }
 
 TEST_F(HostRegistryTest, portalsThatComeLaterAreTold)
@@ -67,6 +86,41 @@ TEST_F(HostRegistryTest, portalsThatRestartAreToldAnew)
     ASSERT_TRUE(runUntil([&] { return readies == 2; }));
     EXPECT_EQ(portal->calls.front(), "Register org.example.App");
     EXPECT_EQ(ends, 1);
+}
+
+TEST_F(HostRegistryTest, onlyTheBusTellsWhoOwnsAName)
+{
+    introduce();
+    ASSERT_TRUE(runUntil([&] { return readies == 1; }));
+    PlayedProgram stranger(bus, "stranger");
+    stranger.emitSignal("/org/freedesktop/DBus", "org.freedesktop.DBus", "NameOwnerChanged",
+                        {"org.freedesktop.portal.Desktop", registry->portal(), ""});
+    portal->takeIn(ours.bus);
+    EXPECT_EQ(ends, 0);
+    EXPECT_EQ(registry->portal(), portal->program.bus.baseService());
+}
+
+TEST_F(HostRegistryTest, portalsThatEndAreStartedAgain)
+{
+    introduce();
+    ASSERT_TRUE(runUntil([&] { return readies == 1; }));
+    const auto started = bus.folder / "started";
+    bus.starts("org.freedesktop.portal.Desktop", "/usr/bin/touch " + started.string());
+    portal.reset();
+    ASSERT_TRUE(runUntil([&] { return ends == 1; }));
+    EXPECT_TRUE(runUntil([&] { return std::filesystem::exists(started); }));
+}
+
+TEST_F(HostRegistryTest, portalsThatTakeTheNameWhileOthersAreToldAreToldThemselves)
+{
+    portal->holdsReplies = true;
+    introduce();
+    ASSERT_TRUE(runUntil([&] { return portal->count("Register") == 1; }));
+    const PlayedPortal next(bus, "next portal");
+    portal->reply();
+    ASSERT_TRUE(runUntil([&] { return readies == 1; }));
+    EXPECT_EQ(next.count("Register org.example.App"), 1);
+    EXPECT_EQ(registry->portal(), next.program.bus.baseService());
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "Platform/Linux/Portal/PlayedPortal.h"
 
+#include <QDBusConnectionInterface>
 #include <QDBusError>
 #include <QDBusObjectPath>
 #include <QDBusVariant>
@@ -17,6 +18,9 @@ const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
 std::string words(const QDBusMessage& message)
 {
     std::string call = message.member().toStdString();
+    if (call == "Close") {
+        call += message.path().contains("/session/") ? " session" : " request";
+    }
     for (const QVariant& argument : message.arguments()) {
         if (argument.canConvert<QString>() && !argument.toString().isEmpty()) {
             call += " " + argument.toString().toStdString();
@@ -35,11 +39,13 @@ std::string words(const QDBusMessage& message)
 
 } // namespace
 
-PlayedPortal::PlayedPortal(const PlayedBus& on) : program(on, "portal")
+PlayedPortal::PlayedPortal(const PlayedBus& on, const QString& name) : program(on, name)
 {
     registerPortalShortcuts();
     program.bus.registerVirtualObject("/", this, QDBusConnection::SubPath);
-    program.bus.registerService(service);
+    program.bus.interface()->registerService(service,
+                                             QDBusConnectionInterface::ReplaceExistingService,
+                                             QDBusConnectionInterface::AllowReplacement);
 }
 
 PlayedPortal::~PlayedPortal()
@@ -50,24 +56,23 @@ PlayedPortal::~PlayedPortal()
 bool PlayedPortal::handleMessage(const QDBusMessage& message, const QDBusConnection& from)
 {
     calls.push_back(words(message));
+    callers.push_back(message.service());
     const auto method = message.member().toStdString();
     message.setDelayedReply(true);
-    if (method == "Register") {
-        from.send(hasRegistry ? message.createReply()
-                              : message.createErrorReply(QDBusError::UnknownMethod, "no"));
+    const bool isSimple = method == "Register" || method.starts_with("Notify");
+    if (isSimple && holdsReplies) {
+        held.push_back(message);
         return true;
     }
-    if (method == "Get") {
-        from.send(deviceTypes != 0
-                      ? message.createReply(QVariant::fromValue(QDBusVariant(deviceTypes)))
-                      : message.createErrorReply(QDBusError::UnknownInterface, "no"));
-        return true;
-    }
-    if (method == "Close" || method.starts_with("Notify")) {
-        from.send(message.createReply());
+    if (isSimple || method == "Get" || method == "Close") {
+        from.send(replyToSimple(message));
         return true;
     }
     const auto answer = answers.find(method);
+    if (message.member() == failing) {
+        from.send(message.createErrorReply(QDBusError::Failed, "it went wrong"));
+        return true;
+    }
     if (answer == answers.end()) {
         from.send(message.createErrorReply(QDBusError::UnknownMethod, "no such portal"));
         return true;
@@ -93,6 +98,30 @@ bool PlayedPortal::handleMessage(const QDBusMessage& message, const QDBusConnect
         pending = request;
     }
     return true;
+}
+
+QDBusMessage PlayedPortal::replyToSimple(const QDBusMessage& message) const
+{
+    const auto asked = message.arguments().value(0).toString();
+    if (message.member() == "Register") {
+        return !hasRegistry           ? message.createErrorReply(QDBusError::UnknownMethod, "no")
+               : asked == refusedName ? message.createErrorReply(QDBusError::Failed, "unknown name")
+                                      : message.createReply();
+    }
+    if (message.member() != "Get") {
+        return message.createReply();
+    }
+    const unsigned property = asked.endsWith(".RemoteDesktop") ? deviceTypes : hasKeys ? 1 : 0;
+    return property == 0 ? message.createErrorReply(QDBusError::InvalidArgs, "no such interface")
+                         : message.createReply(QVariant::fromValue(QDBusVariant(property)));
+}
+
+void PlayedPortal::reply(bool well)
+{
+    const auto message = held.front();
+    held.pop_front();
+    program.bus.send(well ? message.createReply()
+                          : message.createErrorReply(QDBusError::AccessDenied, "Invalid session"));
 }
 
 void PlayedPortal::respond(const Response& response)
@@ -142,9 +171,7 @@ QVariantMap PlayedPortal::bound(const BoundShortcuts& shortcuts)
 
 void PlayedPortal::watchesKeys(const BoundShortcuts& listed)
 {
-    answers["CreateSession"] = [this](const QDBusMessage&) {
-        return Response{.results = {{"session_handle", session}}};
-    };
+    answers["CreateSession"] = [this](const QDBusMessage&) { return opened(); };
     answers["ListShortcuts"] = [listed](const QDBusMessage&) {
         return Response{.results = bound(listed)};
     };

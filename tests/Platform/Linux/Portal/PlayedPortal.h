@@ -10,6 +10,7 @@
 #include <QVariantList>
 #include <QVariantMap>
 
+#include <deque>
 #include <functional>
 #include <map>
 #include <optional>
@@ -30,16 +31,27 @@ public:
     /// What is answered to a method; nothing: the test answers later, by `respond`.
     using Answer = std::function<std::optional<Response>(const QDBusMessage&)>;
 
-    explicit PlayedPortal(const PlayedBus& on);
+    /// Takes the place of another one, which has another name.
+    explicit PlayedPortal(const PlayedBus& on, const QString& name = "portal");
     ~PlayedPortal() override;
 
     /// By the name of the method; one without an answer is refused.
     std::map<std::string, Answer> answers;
     /// Every call in order: the method, and what tells calls apart.
     std::vector<std::string> calls;
-    /// What the registry says; empty: that it is not there.
+    /// Who made each of them, by the name on the bus.
+    std::vector<QString> callers;
+    /// Whether there is a registry; and which name it refuses.
     bool hasRegistry = true;
+    QString refusedName;
+    /// The method that answers by an error.
+    QString failing;
     unsigned deviceTypes = 3;
+    bool hasKeys = true;
+    /// Whether the test replies to names, and to keys that are to be pressed.
+    bool holdsReplies = false;
+    /// Replies to what has waited longest.
+    void reply(bool well = true);
 
     /// Answers the latest request that has no answer.
     void respond(const Response& response);
@@ -56,6 +68,8 @@ public:
     static QVariantMap bound(const BoundShortcuts& shortcuts);
     /// A portal for keys that has these bound when a session begins.
     void watchesKeys(const BoundShortcuts& listed = {});
+    /// The answer that makes a session.
+    Response opened() const { return {.results = {{"session_handle", session}}}; }
 
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& from) override;
     QString introspect(const QString& /*path*/) const override { return {}; }
@@ -64,8 +78,10 @@ public:
 
 private:
     void send(const QString& request, const Response& response);
+    QDBusMessage replyToSimple(const QDBusMessage& message) const;
 
     QString pending;
+    std::deque<QDBusMessage> held;
 };
 
 } // namespace vorlin

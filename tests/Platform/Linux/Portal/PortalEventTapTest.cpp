@@ -7,6 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,13 +28,15 @@ class PortalEventTapTest : public testing::Test {
 protected:
     PortalEventTapTest()
     {
-        portal.answers["BindShortcuts"] = [](const QDBusMessage& message) {
+        portal.answers["BindShortcuts"] = [this](const QDBusMessage& message) {
             const auto list =
                 qdbus_cast<PortalShortcuts>(message.arguments().at(1).value<QDBusArgument>());
+            sessions[list.front().id] = portal.session;
             return Response{.results =
                                 PlayedPortal::bound({{list.front().id.toStdString(), "Press it"}})};
         };
         portal.watchesKeys();
+        backend.bus.registerService("org.freedesktop.impl.portal.desktop.played");
     }
     void start(const Hotkey& hotkey)
     {
@@ -42,17 +48,35 @@ protected:
         }));
         access.eventTap().setInterest({hotkey, false});
     }
-    void signal(const QString& name, const QString& id, const QString& session)
+    void signal(const QString& name, const QString& id, const QString& session,
+                qulonglong timestamp = 0)
     {
         portal.emitSignal("org.freedesktop.portal.GlobalShortcuts", name,
                           {QVariant::fromValue(QDBusObjectPath(session)), id,
-                           QVariant::fromValue(qulonglong(1)), QVariantMap()});
+                           QVariant::fromValue(timestamp), QVariantMap()});
         portal.takeIn(ours.bus);
         portal.takeIn(oursForEscape.bus);
     }
     bool isWatched()
     {
-        return runUntil([&] { return access.trigger().get() == "Press it"; });
+        const auto before = portal.count("BindShortcuts dictate");
+        return runUntil([&] { return portal.count("BindShortcuts dictate") > before; }) &&
+               (portal.takeIn(ours.bus), true);
+    }
+    bool hasConflict(KeyConflict conflict)
+    {
+        return runUntil([&] { return access.eventTap().conflict().get() == conflict; });
+    }
+    void grant(const std::string& key) { memory.setConsent("key", key, PortalConsent::granted); }
+    /// The chord is given, and Escape, unless they are played otherwise.
+    void grantTheRest()
+    {
+        memory.setConsent("chord", "keyboard", PortalConsent::granted);
+        memory.setConsent("escape", "cancel", PortalConsent::granted);
+    }
+    bool isGranted()
+    {
+        return runUntil([&] { return access.isGranted(); });
     }
 
     PlayedBus bus;
@@ -60,15 +84,20 @@ protected:
     PlayedProgram oursForEscape{bus, "ours for Escape"};
     PlayedPortal portal{bus};
     FakeDefaults state;
+    /// By what was bound in them.
+    std::map<QString, QString> sessions;
+    PlayedProgram backend{bus, "back end"};
     PortalMemory memory{state, "desktop"};
     SimulatedLoop loop;
-    PortalAccess access{ours.bus, oursForEscape.bus, state, "desktop", loop};
+    PortalAccess access{ours.bus, oursForEscape.bus,
+                        state,    "desktop",
+                        loop,     [](std::uint16_t) { return std::nullopt; }};
     Events events;
 };
 
 TEST_F(PortalEventTapTest, tellsOfTheHotkeyAsThePersonPressesIt)
 {
-    memory.setConsent("key", "dictate-CTRL+d", PortalConsent::granted);
+    grant("dictate-CTRL+d");
     start(controlD);
     ASSERT_TRUE(isWatched());
     const auto id = QString("dictate-CTRL+d");
@@ -77,9 +106,19 @@ TEST_F(PortalEventTapTest, tellsOfTheHotkeyAsThePersonPressesIt)
     EXPECT_EQ(events, (Events{"down 2 262144", "up 2"}));
 }
 
+TEST_F(PortalEventTapTest, whatTriggersTheKeyIsToldInTheDesktopsWords)
+{
+    grant("dictate-F9");
+    start(f9);
+    ASSERT_TRUE(isWatched());
+    EXPECT_EQ(access.eventTap().trigger().get(), "Press it");
+    access.eventTap().stop();
+    EXPECT_EQ(access.eventTap().trigger().get(), "");
+}
+
 TEST_F(PortalEventTapTest, aPressLongAfterTheLastIsNoRepeat)
 {
-    memory.setConsent("key", "dictate-F9", PortalConsent::granted);
+    grant("dictate-F9");
     start(f9);
     ASSERT_TRUE(isWatched());
     signal("Activated", "dictate-F9", portal.session);
@@ -92,7 +131,7 @@ TEST_F(PortalEventTapTest, aPressLongAfterTheLastIsNoRepeat)
 
 TEST_F(PortalEventTapTest, escapeIsWatchedUnderItsOwnNameWhileADictationRuns)
 {
-    memory.setConsent("key", "dictate-F9", PortalConsent::granted);
+    grant("dictate-F9");
     memory.setConsent("escape", "cancel", PortalConsent::granted);
     start(f9);
     ASSERT_TRUE(isWatched());
@@ -112,22 +151,90 @@ TEST_F(PortalEventTapTest, escapeIsWatchedUnderItsOwnNameWhileADictationRuns)
     EXPECT_EQ(events, (Events{"down 53", "down 101"}));
 }
 
-TEST_F(PortalEventTapTest, escapeThatWasNotGivenIsAConflictWhileItIsWanted)
+TEST_F(PortalEventTapTest, aPressThatComesLateIsARepeatByTheDesktopsTime)
+{
+    grant("dictate-F9");
+    start(f9);
+    ASSERT_TRUE(isWatched());
+    signal("Activated", "dictate-F9", portal.session, 5000);
+    loop.advance(3s); // the program was busy
+    signal("Activated", "dictate-F9", portal.session, 5600);
+    signal("Activated", "dictate-F9", portal.session, 6700);
+    EXPECT_EQ(events, (Events{"down 101", "down 101 again", "down 101"}));
+}
+
+TEST_F(PortalEventTapTest, eachKeyIsAskedForUnderItsOwnName)
+{
+    grant("dictate-F9");
+    grantTheRest();
+    start(f9);
+    ASSERT_TRUE(isWatched());
+    access.eventTap().setInterest({f9, true});
+    ASSERT_TRUE(runUntil([&] { return portal.count("BindShortcuts cancel") == 1; }));
+    for (std::size_t i = 0; i < portal.calls.size(); ++i) {
+        const auto& call = portal.calls[i];
+        if (call == "Register org.vorlin.Vorlin" || call.starts_with("BindShortcuts dictate")) {
+            EXPECT_EQ(portal.callers[i], ours.bus.baseService()) << call;
+        } else if (call == "Register org.vorlin.Vorlin.Escape" ||
+                   call.starts_with("BindShortcuts cancel")) {
+            EXPECT_EQ(portal.callers[i], oursForEscape.bus.baseService()) << call;
+        }
+    }
+}
+
+TEST_F(PortalEventTapTest, escapeThatWasNotGivenIsAConflict)
+{
+    grant("dictate-F9");
+    start(f9);
+    ASSERT_TRUE(hasConflict(KeyConflict::escapeUnasked));
+    EXPECT_TRUE(access.canAsk());
+    access.eventTap().setInterest({f9, true});
+    portal.takeIn(oursForEscape.bus);
+    EXPECT_TRUE(hasConflict(KeyConflict::escapeUnasked));
+    EXPECT_EQ(portal.count("BindShortcuts cancel"), 0);
+    access.ask(f9);
+    ASSERT_TRUE(hasConflict(KeyConflict::none));
+    EXPECT_EQ(portal.count("BindShortcuts cancel"), 1);
+}
+
+TEST_F(PortalEventTapTest, aKeyThatMustBeAskedForIsAConflictUntilItIs)
 {
     start(f9);
-    access.eventTap().setInterest({f9, true});
-    ASSERT_TRUE(
-        runUntil([&] { return access.eventTap().conflict().get() == KeyConflict::escapeTaken; }));
-    access.eventTap().setInterest({f9, false});
-    EXPECT_EQ(access.eventTap().conflict().get(), KeyConflict::none);
+    ASSERT_TRUE(hasConflict(KeyConflict::hotkeyUnasked));
+    access.eventTap().stop();
+    EXPECT_EQ(access.eventTap().conflict().get(), KeyConflict::hotkeyUnasked);
+    EXPECT_TRUE(access.canAsk());
+    access.ask(f9);
+    EXPECT_TRUE(hasConflict(KeyConflict::none));
+}
+
+TEST_F(PortalEventTapTest, aKeyThatWasRefusedIsNoConsentForAll)
+{
+    grantTheRest();
+    start(f9);
+    ASSERT_TRUE(hasConflict(KeyConflict::hotkeyUnasked));
+    EXPECT_FALSE(access.isGranted());
+    access.ask(f9);
+    EXPECT_TRUE(isGranted());
+    EXPECT_FALSE(access.canAsk());
 }
 
 TEST_F(PortalEventTapTest, aKeyThatAnotherProgramHasIsAConflict)
 {
     portal.watchesKeys({{"dictate-F9", ""}});
     start(f9);
-    EXPECT_TRUE(
-        runUntil([&] { return access.eventTap().conflict().get() == KeyConflict::hotkeyTaken; }));
+    EXPECT_TRUE(hasConflict(KeyConflict::hotkeyTaken));
+}
+
+TEST_F(PortalEventTapTest, aBackEndThatEndsIsAskedForTheKeyAgain)
+{
+    grant("dictate-F9");
+    start(f9);
+    ASSERT_TRUE(isWatched());
+    signal("Activated", "dictate-F9", portal.session);
+    backend.bus.unregisterService("org.freedesktop.impl.portal.desktop.played");
+    EXPECT_TRUE(isWatched());
+    EXPECT_EQ(events, (Events{"down 101", "up 101"}));
 }
 
 TEST_F(PortalEventTapTest, modifiersAloneCannotBeWatched)
@@ -166,18 +273,22 @@ TEST_F(PortalEventTapTest, thePersonIsAskedForKeyChordAndEscapeOneAfterTheOther)
     portal.takeIn(ours.bus);
     EXPECT_EQ(portal.count("BindShortcuts"), 1);
     EXPECT_FALSE(access.isGranted());
+    access.ask(f9); // again: nothing more is asked meanwhile
+    portal.takeIn(ours.bus);
+    EXPECT_EQ(portal.count("Start"), 1);
     portal.respond({.results = {{"devices", 1U}, {"restore_token", "token"}}});
     ASSERT_TRUE(runUntil([&] { return portal.count("BindShortcuts") == 2; }));
     ASSERT_TRUE(
         runUntil([&] { return memory.consent("escape", "cancel") == PortalConsent::granted; }));
     EXPECT_TRUE(access.isGranted());
-    EXPECT_TRUE(isWatched());
+    signal("Activated", "dictate-F9", sessions["dictate-F9"]);
+    EXPECT_EQ(events, Events{"down 101"});
 }
 
 TEST_F(PortalEventTapTest, noPortalForTheChordIsNoConsent)
 {
     portal.deviceTypes = 0;
-    memory.setConsent("key", "dictate-F9", PortalConsent::granted);
+    grant("dictate-F9");
     start(f9);
     ASSERT_TRUE(isWatched());
     EXPECT_FALSE(access.isGranted());
@@ -185,7 +296,7 @@ TEST_F(PortalEventTapTest, noPortalForTheChordIsNoConsent)
 
 TEST_F(PortalEventTapTest, whatIsStoppedTellsNothing)
 {
-    memory.setConsent("key", "dictate-F9", PortalConsent::granted);
+    grant("dictate-F9");
     start(f9);
     ASSERT_TRUE(isWatched());
     signal("Activated", "dictate-F9", portal.session);

@@ -64,6 +64,32 @@ TEST_F(PortalRequestTest, aMethodThatIsNotThereIsRefused)
     EXPECT_EQ(answer->end, End::refused);
 }
 
+TEST_F(PortalRequestTest, whatFailsForAnotherReasonIsNoMissingMethod)
+{
+    EXPECT_TRUE(portals::isUnknown(QDBusError(QDBusError::UnknownMethod, "")));
+    EXPECT_FALSE(portals::isUnknown(QDBusError(QDBusError::Failed, "")));
+    portal->answers["Do"] = [](const QDBusMessage&) { return std::nullopt; };
+    portal->failing = "Do";
+    send();
+    ASSERT_TRUE(isAnswered());
+    EXPECT_EQ(answer->end, End::failed);
+}
+
+TEST_F(PortalRequestTest, portalsThatHaveNotHeardWhoAsksAreSentNothing)
+{
+    const HostRegistry registry(ours.bus, "org.example.App");
+    ASSERT_TRUE(runUntil([&] { return !registry.portal().isEmpty(); }));
+    PortalRequest named(ours.bus, &registry);
+    portal.reset();
+    portal = std::make_unique<PlayedPortal>(bus);
+    bool isOver = false; // before this program has heard of it
+    named.send("org.freedesktop.portal.Any", "Do", {}, {},
+               [&](const PortalAnswer&) { isOver = true; });
+    ASSERT_TRUE(runUntil([&] { return isOver && portal->count("Register") == 1; }));
+    portal->takeIn(ours.bus);
+    EXPECT_EQ(portal->count("Do"), 0);
+}
+
 TEST_F(PortalRequestTest, withoutPortalsItIsNotAnswered)
 {
     portal.reset();

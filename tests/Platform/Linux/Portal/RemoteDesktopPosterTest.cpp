@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -38,7 +39,8 @@ protected:
     {
         poster.reset();
         registry = std::make_unique<HostRegistry>(ours.bus, "org.example.App");
-        poster = std::make_unique<RemoteDesktopPoster>(ours.bus, *registry, memory, patience);
+        poster = std::make_unique<RemoteDesktopPoster>(
+            ours.bus, *registry, memory, [this](std::uint16_t) { return place; }, patience);
         EXPECT_TRUE(runUntil([&] { return poster->access().get() != Access::unknown; }));
     }
     void starts(const std::string& token)
@@ -58,17 +60,29 @@ protected:
     {
         return runUntil([&] { return poster->readiness() == KeyReadiness::ready; });
     }
-    /// The symbols that were pressed (1) and released (0) by now.
-    std::vector<std::string> posted()
+    bool open() { return ask() && (poster->prepare(), isReady()); }
+    /// Control+Shift and the V key, down and up.
+    void postChord()
     {
-        portal->takeIn(ours.bus);
+        for (const bool down : {true, false}) {
+            poster->post(keyCodes::v, down, eventFlags::maskControl | eventFlags::maskShift);
+        }
+    }
+    /// The symbols, and places, that were pressed (1) and released (0) by now.
+    std::vector<std::string> posted() const
+    {
         std::vector<std::string> keys;
         for (const auto& call : portal->calls) {
             if (call.starts_with("Notify")) {
-                keys.push_back(call.substr(call.find(' ') + 1));
+                const bool isPlace = call.starts_with("NotifyKeyboardKeycode");
+                keys.push_back((isPlace ? "place " : "") + call.substr(call.find(' ') + 1));
             }
         }
         return keys;
+    }
+    bool posts(std::size_t count)
+    {
+        return runUntil([&] { return posted().size() == count; });
     }
 
     PlayedBus bus;
@@ -80,6 +94,11 @@ protected:
     std::unique_ptr<RemoteDesktopPoster> poster;
     /// With which sessions were to be restored.
     std::vector<std::string> tokens;
+    /// Of every key; nothing: it is not known.
+    std::optional<std::uint32_t> place;
+    const std::string control = std::to_string(0xffe3);
+    const std::string shift = std::to_string(0xffe1);
+    const std::string v = std::to_string('v');
 };
 
 TEST_F(RemoteDesktopPosterTest, preparingAsksNobody)
@@ -90,6 +109,7 @@ TEST_F(RemoteDesktopPosterTest, preparingAsksNobody)
     EXPECT_EQ(portal->count("CreateSession"), 0);
     EXPECT_EQ(poster->readiness(), KeyReadiness::never);
     poster->post(keyCodes::v, true, eventFlags::maskControl);
+    portal->takeIn(ours.bus);
     EXPECT_TRUE(posted().empty());
 }
 
@@ -140,18 +160,133 @@ TEST_F(RemoteDesktopPosterTest, aSessionThatOpensWhenItIsNotWantedAnyMoreKeepsIt
     EXPECT_EQ(memory.token("chord"), "token 2");
 }
 
-TEST_F(RemoteDesktopPosterTest, chordsGoByWhatTheKeysType)
+TEST_F(RemoteDesktopPosterTest, aKeyWithoutAPlaceGoesByWhatItTypes)
 {
-    ASSERT_TRUE(ask());
-    poster->prepare();
-    ASSERT_TRUE(isReady());
-    poster->post(keyCodes::v, true, eventFlags::maskControl | eventFlags::maskShift);
-    poster->post(keyCodes::v, false, eventFlags::maskControl | eventFlags::maskShift);
-    const std::string control = std::to_string(0xffe3);
-    const std::string shift = std::to_string(0xffe1);
-    const std::string v = std::to_string('v');
+    ASSERT_TRUE(open());
+    postChord();
+    ASSERT_TRUE(posts(6));
     EXPECT_EQ(posted(), (std::vector<std::string>{control + " 1", shift + " 1", v + " 1", v + " 0",
                                                   shift + " 0", control + " 0"}));
+}
+
+TEST_F(RemoteDesktopPosterTest, aKeyGoesByItsPlaceWhereThatIsKnown)
+{
+    place = 47;
+    ASSERT_TRUE(open());
+    poster->post(keyCodes::v, true, eventFlags::maskControl);
+    poster->post(keyCodes::v, false, eventFlags::maskControl);
+    ASSERT_TRUE(posts(4));
+    EXPECT_EQ(posted(), (std::vector<std::string>{control + " 1", "place 47 1", "place 47 0",
+                                                  control + " 0"}));
+}
+
+TEST_F(RemoteDesktopPosterTest, eachKeyWaitsForTheOneBeforeAndTheSessionsEndForAll)
+{
+    ASSERT_TRUE(open());
+    portal->calls.clear();
+    portal->holdsReplies = true;
+    postChord();
+    poster->rest();
+    for (std::size_t sent = 1; sent <= 6; ++sent) {
+        ASSERT_TRUE(posts(sent));
+        portal->takeIn(ours.bus);
+        EXPECT_EQ(portal->calls.size(), sent);
+        EXPECT_EQ(poster->readiness(), KeyReadiness::soon);
+        portal->reply();
+    }
+    ASSERT_TRUE(runUntil([&] { return portal->calls.size() == 7; }));
+    EXPECT_EQ(portal->calls.back(), "Close session");
+}
+
+TEST_F(RemoteDesktopPosterTest, whoeverIsWantedAgainMeanwhileKeepsTheSession)
+{
+    ASSERT_TRUE(open());
+    portal->calls.clear();
+    postChord();
+    poster->rest();
+    poster->prepare();
+    ASSERT_TRUE(isReady());
+    portal->takeIn(ours.bus);
+    EXPECT_EQ(portal->calls.size(), 6U);
+}
+
+TEST_F(RemoteDesktopPosterTest, aKeyThatDoesNotGoDownLetsTheOthersGo)
+{
+    ASSERT_TRUE(open());
+    portal->calls.clear();
+    portal->holdsReplies = true;
+    postChord();
+    ASSERT_TRUE(posts(1));
+    portal->reply();
+    ASSERT_TRUE(posts(2));
+    portal->reply(/*well=*/false);
+    portal->holdsReplies = false;
+    ASSERT_TRUE(posts(4));
+    ASSERT_TRUE(isReady());
+    EXPECT_EQ(posted(), (std::vector<std::string>{control + " 1", shift + " 1", shift + " 0",
+                                                  control + " 0"}));
+}
+
+TEST_F(RemoteDesktopPosterTest, whatIsDownAtTheEndIsLetGoBeforeTheSessionEnds)
+{
+    ASSERT_TRUE(open());
+    portal->calls.clear();
+    poster->post(keyCodes::v, true, eventFlags::maskControl);
+    ASSERT_TRUE(posts(2));
+    ASSERT_TRUE(isReady());
+    poster.reset();
+    ASSERT_TRUE(runUntil([&] { return portal->calls.size() == 5; }));
+    EXPECT_EQ(posted(),
+              (std::vector<std::string>{control + " 1", v + " 1", v + " 0", control + " 0"}));
+    EXPECT_EQ(portal->calls.back(), "Close session");
+}
+
+TEST_F(RemoteDesktopPosterTest, onlyThePortalEndsTheSession)
+{
+    ASSERT_TRUE(open());
+    PlayedProgram stranger(bus, "stranger");
+    stranger.emitSignal(portal->session, "org.freedesktop.portal.Session", "Closed",
+                        {QVariantMap()});
+    portal->takeIn(ours.bus);
+    EXPECT_EQ(poster->readiness(), KeyReadiness::ready);
+}
+
+TEST_F(RemoteDesktopPosterTest, aFailureIsNoRefusal)
+{
+    portal->answers["Start"] = [](const QDBusMessage&) { return Response{.code = 2}; };
+    ASSERT_TRUE(ask());
+    EXPECT_EQ(poster->access().get(), Access::unasked);
+    starts("token 1");
+    ASSERT_TRUE(ask());
+    portal->answers["CreateSession"] = [](const QDBusMessage&) { return Response{.code = 2}; };
+    poster->prepare();
+    ASSERT_TRUE(runUntil([&] { return poster->readiness() == KeyReadiness::never; }));
+    EXPECT_EQ(poster->access().get(), Access::granted);
+    EXPECT_EQ(memory.token("chord"), "token 1");
+}
+
+TEST_F(RemoteDesktopPosterTest, askingTwiceAsksOnce)
+{
+    portal->answers["Start"] = [](const QDBusMessage&) { return std::nullopt; };
+    int first = 0;
+    int second = 0;
+    poster->ask([&] { ++first; });
+    ASSERT_TRUE(runUntil([&] { return portal->count("Start") == 1; }));
+    poster->ask([&] { ++second; });
+    portal->takeIn(ours.bus);
+    portal->respond({.results = {{"devices", 1U}, {"restore_token", "token"}}});
+    ASSERT_TRUE(runUntil([&] { return second == 1; }));
+    EXPECT_EQ(first, 0);
+    EXPECT_EQ(portal->count("Start"), 1);
+}
+
+TEST_F(RemoteDesktopPosterTest, portalsThatRefuseOurNameAreAskedForNothing)
+{
+    portal->refusedName = "org.example.App";
+    portal->calls.clear();
+    begin();
+    EXPECT_EQ(poster->access().get(), Access::missing);
+    EXPECT_EQ(portal->count("Get"), 0);
 }
 
 TEST_F(RemoteDesktopPosterTest, aRefusalIsRememberedUntilThePersonWishesIt)

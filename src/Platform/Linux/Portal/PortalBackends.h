@@ -1,0 +1,37 @@
+#pragma once
+
+#include "Platform/Linux/Portal/BusName.h"
+#include "Platform/Linux/Portal/HostRegistry.h"
+
+#include <QDBusConnection>
+#include <QObject>
+#include <QStringList>
+
+#include <memory>
+#include <vector>
+
+namespace vorlin {
+
+/// The programs of the desktop that do what the portals are asked for. One that ends takes every
+/// session along, and the portals tell nobody. Main loop; waits for nothing.
+class PortalBackends final : public QObject {
+    Q_OBJECT
+
+public:
+    /// `registry` must outlive this object and be the one of the same connection.
+    PortalBackends(const QDBusConnection& bus, const HostRegistry& registry);
+
+Q_SIGNALS:
+    /// One has ended, or another has taken its place.
+    void replaced();
+
+private:
+    void look();
+    void watch(const QStringList& names);
+
+    QDBusConnection bus;
+    /// Those that were there when the portals were: they start them ahead of themselves.
+    std::vector<std::unique_ptr<BusName>> backends;
+};
+
+} // namespace vorlin

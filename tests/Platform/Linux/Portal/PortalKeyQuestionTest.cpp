@@ -1,0 +1,185 @@
+#include "Platform/Linux/Portal/PortalKeyFixture.h"
+
+namespace vorlin {
+namespace {
+
+TEST_F(PortalKeyTest, portalsThatEndWhileThePersonIsAskedTakeTheQuestionBack)
+{
+    portal->watchesKeys();
+    portal->answers["BindShortcuts"] = [](const QDBusMessage&) { return std::nullopt; };
+    bool answered = false;
+    key->ask(f9, [&] { answered = true; });
+    ASSERT_TRUE(runUntil([&] { return portal->count("BindShortcuts") == 1; }));
+    portal->takeIn(ours.bus);
+    portal.reset();
+    ASSERT_TRUE(runUntil([&] { return registry->portal().isEmpty(); }));
+    EXPECT_EQ(memory.consent("key", f9.id), PortalConsent::unasked);
+    portal = std::make_unique<PlayedPortal>(bus);
+    portal->watchesKeys();
+    ASSERT_TRUE(runUntil([&] { return key->portal().get() == KeysPortal::there; }));
+    portal->takeIn(ours.bus);
+    EXPECT_FALSE(answered);
+    EXPECT_EQ(portal->count("CreateSession"), 0);
+}
+
+TEST_F(PortalKeyTest, aQuestionThatNobodyWishedForIsTakenBack)
+{
+    times.patience = std::chrono::milliseconds(1);
+    begin();
+    portal->watchesKeys();
+    grant(f9);
+    portal->answers["BindShortcuts"] = [](const QDBusMessage&) { return std::nullopt; };
+    key->want(f9);
+    ASSERT_TRUE(comesTo(unasked));
+    EXPECT_EQ(memory.consent("key", f9.id), PortalConsent::unasked);
+    EXPECT_TRUE(runUntil([&] { return portal->count("Close request") == 1; }));
+    EXPECT_TRUE(closesSessions(1));
+    EXPECT_TRUE(key->needsQuestion(f9));
+}
+
+TEST_F(PortalKeyTest, aQuestionThatNobodyWishedForIsTakenBackWhenTheKeyIsNotWantedAnyMore)
+{
+    times.patience = std::chrono::milliseconds(1);
+    begin();
+    portal->watchesKeys();
+    grant(f9);
+    bool binding = false;
+    portal->answers["BindShortcuts"] = [&](const QDBusMessage&) {
+        key->want(std::nullopt);
+        binding = true;
+        return std::nullopt;
+    };
+    key->want(f9);
+    ASSERT_TRUE(runUntil([&] { return binding; }));
+    EXPECT_TRUE(closesSessions(1));
+    EXPECT_EQ(memory.consent("key", f9.id), PortalConsent::unasked) << "or it comes each time";
+}
+
+TEST_F(PortalKeyTest, askingTwiceAsksOnce)
+{
+    portal->watchesKeys();
+    portal->answers["BindShortcuts"] = [](const QDBusMessage&) { return std::nullopt; };
+    int first = 0;
+    int second = 0;
+    key->ask(f9, [&] { ++first; });
+    ASSERT_TRUE(runUntil([&] { return portal->count("BindShortcuts") == 1; }));
+    key->ask(f9, [&] { ++second; });
+    key->want(f9); // nor does what comes besides disturb it
+    key->want(std::nullopt);
+    key->want(f9);
+    portal->takeIn(ours.bus);
+    EXPECT_EQ(first + second, 0);
+    EXPECT_EQ(portal->count("Close"), 0);
+    portal->respond({.results = PlayedPortal::bound({{"dictate-F9", "F9"}})});
+    ASSERT_TRUE(runUntil([&] { return second == 1; }));
+    EXPECT_EQ(first, 0);
+    EXPECT_EQ(portal->count("CreateSession"), 1);
+    EXPECT_EQ(key->state().get(), bound);
+}
+
+TEST_F(PortalKeyTest, aQuestionForAnotherKeyIsFollowedByTheWantedOne)
+{
+    portal->watchesKeys({{"dictate-F9", "F9"}});
+    portal->answers["BindShortcuts"] = [](const QDBusMessage&) { return std::nullopt; };
+    bool answered = false;
+    key->ask(f8, [&] { answered = true; });
+    ASSERT_TRUE(runUntil([&] { return portal->count("BindShortcuts") == 1; }));
+    key->want(f9);
+    portal->respond({.code = 1});
+    ASSERT_TRUE(runUntil([&] { return answered; }));
+    EXPECT_TRUE(comesTo(bound));
+    EXPECT_EQ(memory.consent("key", f8.id), PortalConsent::refused);
+}
+
+TEST_F(PortalKeyTest, askingForWhatIsGrantedForgetsNothing)
+{
+    portal->watchesKeys();
+    binds();
+    key->want(f9);
+    ASSERT_TRUE(ask(f9));
+    ASSERT_TRUE(ask(f9));
+    EXPECT_EQ(portal->count("BindShortcuts"), 1) << "it is bound";
+    key->want(std::nullopt);
+    portal->answers["BindShortcuts"] = [](const QDBusMessage&) { return std::nullopt; };
+    key->ask(f9, [] {});
+    ASSERT_TRUE(runUntil([&] { return portal->count("BindShortcuts") == 2; }));
+    EXPECT_EQ(memory.consent("key", f9.id), PortalConsent::granted);
+}
+
+TEST_F(PortalKeyTest, whatIsKeptOfARefusalIsNoConsent)
+{
+    portal->watchesKeys({{"dictate-F9", ""}});
+    memory.setConsent("key", f9.id, PortalConsent::refused);
+    key->want(f9);
+    ASSERT_TRUE(comesTo(refused));
+    EXPECT_FALSE(key->isGranted(f9));
+}
+
+TEST_F(PortalKeyTest, aRefusalIsRememberedUntilThePersonWishesIt)
+{
+    for (const unsigned code : {0U, 1U}) {
+        memory.setConsent("key", f9.id, PortalConsent::unasked);
+        begin();
+        portal->watchesKeys();
+        refuses(code);
+        key->want(f9);
+        ASSERT_TRUE(ask(f9));
+        EXPECT_EQ(key->state().get(), refused);
+        EXPECT_FALSE(key->isGranted(f9));
+        const auto before = portal->count("BindShortcuts");
+        begin();
+        key->want(f9);
+        ASSERT_TRUE(comesTo(refused));
+        EXPECT_EQ(portal->count("BindShortcuts"), before);
+        binds();
+        ASSERT_TRUE(ask(f9));
+        EXPECT_EQ(key->state().get(), bound);
+    }
+}
+
+TEST_F(PortalKeyTest, whatIsOnlyAskedForIsGivenBack)
+{
+    portal->watchesKeys();
+    binds();
+    ASSERT_TRUE(ask(f9));
+    EXPECT_TRUE(runUntil([&] { return portal->count("Close") == 1; }));
+    EXPECT_TRUE(key->isGranted(f9));
+}
+
+TEST_F(PortalKeyTest, anotherKeyIsAskedForAnew)
+{
+    portal->watchesKeys();
+    binds();
+    key->want(f9);
+    ASSERT_TRUE(ask(f9));
+    key->want(f8);
+    ASSERT_TRUE(comesTo(unasked));
+    EXPECT_EQ(portal->count("BindShortcuts"), 1);
+    ASSERT_TRUE(ask(f8));
+    EXPECT_EQ(key->state().get(), bound);
+}
+
+TEST_F(PortalKeyTest, whatWasGrantedOnOneDesktopIsAskedForOnAnother)
+{
+    portal->watchesKeys();
+    binds();
+    ASSERT_TRUE(ask(f9));
+    PortalMemory other{state, "another"};
+    EXPECT_EQ(memory.consent("key", f9.id), PortalConsent::granted);
+    EXPECT_EQ(other.consent("key", f9.id), PortalConsent::unasked);
+}
+
+TEST_F(PortalKeyTest, aKeyThatThePersonRemovesIsAskedForAnew)
+{
+    portal->watchesKeys({{"dictate-F9", "F9"}});
+    key->want(f9);
+    ASSERT_TRUE(comesTo(bound));
+    tellOfChange({{"other", "F7"}});
+    EXPECT_EQ(key->state().get(), unasked);
+    EXPECT_EQ(key->trigger().get(), "");
+    EXPECT_EQ(memory.consent("key", f9.id), PortalConsent::unasked);
+    EXPECT_TRUE(closesSessions(1));
+}
+
+} // namespace
+} // namespace vorlin
