@@ -66,6 +66,14 @@ std::size_t byteCount(const TensorType& type)
     return *bytes;
 }
 
+std::span<const std::byte> bytesOf(const TensorView& tensor, std::int64_t first, std::int64_t count)
+{
+    const std::size_t bits = bitsOf(tensor.type.element);
+    const std::size_t begin = static_cast<std::size_t>(first) * bits / 8;
+    const std::size_t end = (static_cast<std::size_t>(first + count) * bits + 7) / 8;
+    return {tensor.data + begin, end - begin};
+}
+
 std::int64_t TensorView::integer(std::int64_t index) const
 {
     const std::size_t bits = bitsOf(type.element);

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 
 namespace vorlin::mil {
@@ -42,6 +43,10 @@ struct TensorView {
     /// The same for integer and boolean tensors, exact to 64 bits.
     std::int64_t integer(std::int64_t index) const;
 };
+
+/// The bytes that hold elements [first, first + count).
+std::span<const std::byte> bytesOf(const TensorView& tensor, std::int64_t first,
+                                   std::int64_t count);
 
 /// The same, to be written.
 struct TensorBuffer {

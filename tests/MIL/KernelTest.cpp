@@ -319,10 +319,13 @@ TEST(ProductTest, panelsStayWithinTheBoundOfSinglePrecisionSums)
         const std::vector<float> before = c;
         const bool accumulate = round % 2 == 0;
         const auto columns = 1 + randomCount(width - 1);
+        // What is asked for ahead changes nothing, however much it is.
+        const std::vector<const std::byte*> ahead(randomCount(200),
+                                                  reinterpret_cast<const std::byte*>(panel.data()));
         multiplyPanel(a.data(), static_cast<std::int64_t>(stride), panel.data(),
                       static_cast<std::int64_t>(inner), static_cast<std::int64_t>(rows),
                       static_cast<std::int64_t>(columns), c.data(),
-                      static_cast<std::int64_t>(width), accumulate);
+                      static_cast<std::int64_t>(width), accumulate, ahead);
         for (std::size_t i = 0; i < rows * width; ++i) {
             if (i % width >= columns) {
                 continue;
@@ -339,6 +342,42 @@ TEST(ProductTest, panelsStayWithinTheBoundOfSinglePrecisionSums)
                       static_cast<double>(inner + 2) * 0x1p-24 * magnitudes + 0x1p-126);
         }
     }
+}
+
+TEST(ProductTest, matricesAreTurnedAndNothingBesideThemIsWritten)
+{
+    for (int round = 0; round < 200; ++round) {
+        const std::size_t rows = randomCount(40);
+        const std::size_t columns = randomCount(40);
+        const std::size_t inStride = columns + randomCount(5);
+        const std::size_t outStride = rows + randomCount(5);
+        const std::vector<float> in = randomFloats(rows * inStride + 1, 1);
+        const std::vector<float> before = randomFloats(columns * outStride + 1, 1);
+        std::vector<float> expected = before;
+        for (std::size_t i = 0; i < rows; ++i) {
+            for (std::size_t j = 0; j < columns; ++j) {
+                expected[j * outStride + i] = in[i * inStride + j];
+            }
+        }
+        std::vector<float> out = before;
+        transposeFloats(in.data(), static_cast<std::int64_t>(inStride),
+                        static_cast<std::int64_t>(rows), static_cast<std::int64_t>(columns),
+                        out.data(), static_cast<std::int64_t>(outStride));
+        ASSERT_EQ(out, expected) << rows << " x " << columns;
+    }
+}
+
+TEST(TensorTest, elementsLieInTheBytesThatHoldAnyOfTheirBits)
+{
+    const std::vector<std::byte> memory(64);
+    const TensorView sixBits{{ElementType::uint6, {4, 8}}, memory.data()};
+    EXPECT_EQ(bytesOf(sixBits, 0, 32).size(), 24u);
+    EXPECT_EQ(bytesOf(sixBits, 5, 1).data(), memory.data() + 3); // bits 30 to 35
+    EXPECT_EQ(bytesOf(sixBits, 5, 1).size(), 2u);
+    const TensorView halves{{ElementType::fp16, {4, 8}}, memory.data()};
+    EXPECT_EQ(bytesOf(halves, 3, 2).data(), memory.data() + 6);
+    EXPECT_EQ(bytesOf(halves, 3, 2).size(), 4u);
+    EXPECT_TRUE(bytesOf(halves, 32, 0).empty());
 }
 
 class DotTest : public testing::TestWithParam<SumVectors> {};

@@ -117,6 +117,7 @@ public:
     /// model. Throws Stopped between pieces once a stop was requested.
     void parallel(std::int64_t count, std::int64_t grain,
                   FunctionRef<void(std::int64_t, std::int64_t)> task) const;
+    std::size_t threads() const { return execution.threads; }
     /// Throws Stopped once a stop was requested; for long work on one thread.
     void checkStop() const;
     bool referenceKernels() const { return execution.referenceKernels; }

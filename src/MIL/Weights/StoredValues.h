@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -27,6 +28,12 @@ public:
                           float* out) const
     {
         expand(first, static_cast<std::int64_t>(positions.size()), out);
+    }
+
+    /// The memory that `expand` of these elements reads most of, where it is one piece.
+    virtual std::span<const std::byte> lying(std::int64_t /*first*/, std::int64_t /*count*/) const
+    {
+        return {};
     }
 };
 

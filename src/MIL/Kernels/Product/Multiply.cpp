@@ -3,6 +3,7 @@
 #include "MIL/Kernels/Product/MultiplyKernels.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <memory>
 #include <vector>
@@ -45,12 +46,58 @@ struct Packed {
     std::int64_t columns = 0;
 };
 
+/// A piece of A: rows [row, row + rows), columns [first, first + count).
+struct Piece {
+    std::int64_t row = 0;
+    std::int64_t rows = 0;
+    std::int64_t first = 0;
+    std::int64_t count = 0;
+};
+
+/// The cache lines that a piece of A lies in, handed out in about equal shares of whole rows:
+/// weights are read from memory once a prediction, in rows too short for the processor to guess,
+/// and would be waited for if nobody had asked.
+class LinesAhead {
+public:
+    LinesAhead(const LeftRows& left, const Piece& piece, std::int64_t shares)
+        : left(left), piece(piece), shares(shares)
+    {
+    }
+
+    /// The next share, as much of it as is worth asking for at once.
+    std::span<const std::byte* const> next()
+    {
+        std::size_t count = 0;
+        const std::int64_t last = piece.rows * ++share / shares;
+        for (; row < last; ++row) {
+            const std::span<const std::byte> bytes =
+                left.lying(piece.row + row, piece.first, piece.count);
+            const std::size_t end = std::min(bytes.size(), (lines.size() - count) * line);
+            for (std::size_t at = 0; at < end; at += line) {
+                lines[count++] = bytes.data() + at;
+            }
+        }
+        return {lines.data(), count};
+    }
+
+private:
+    static constexpr std::size_t line = 64; // bytes
+
+    const LeftRows& left;
+    const Piece piece;
+    const std::int64_t shares;
+    std::int64_t share = 0;
+    std::int64_t row = 0;
+    std::array<const std::byte*, 128> lines;
+};
+
 class Product {
 public:
-    Product(const Call& call, const ProductSize& size, const LeftRows& left,
+    /// Of `threads`, which take its tiles in turns.
+    Product(const Call& call, std::int64_t threads, const ProductSize& size, const LeftRows& left,
             const RightColumns& right, const ResultSink& sink)
-        : call(call), size(size), left(left), right(right), sink(sink), width(panelWidth()),
-          rowsAtOnce(panelRows()), dots(dotKernels(call.sumVectors()))
+        : call(call), threads(threads), size(size), left(left), right(right), sink(sink),
+          width(panelWidth()), rowsAtOnce(panelRows()), dots(dotKernels(call.sumVectors()))
     {
     }
 
@@ -102,6 +149,8 @@ public:
             for (std::int64_t i = 0; i < rows; ++i) {
                 left.expand(firstRow + i, k, inner, a + i * tileInner);
             }
+            const std::int64_t groups = (rows + rowsAtOnce - 1) / rowsAtOnce;
+            LinesAhead ahead(left, pieceAfter(packed, index, k), panelCount * groups);
             for (std::int64_t p = 0; p < panelCount; ++p) {
                 const float* const panel =
                     packed.panels + ((firstPanel + p) * size.inner + k) * width;
@@ -109,7 +158,7 @@ public:
                     multiplyPanel(a + i * tileInner, tileInner, panel, inner,
                                   std::min(rowsAtOnce, rows - i),
                                   std::min(width, packed.columns - (firstPanel + p) * width),
-                                  c + i * stride + p * width, stride, k != 0);
+                                  c + i * stride + p * width, stride, k != 0, ahead.next());
                 }
             }
         }
@@ -140,6 +189,21 @@ public:
     }
 
 private:
+    /// What the thread that computes a tile needs of A when it is done with the columns from `k`.
+    Piece pieceAfter(const Packed& packed, std::int64_t index, std::int64_t k) const
+    {
+        k += tileInner;
+        if (k >= size.inner) {
+            index += threads;
+            k = 0;
+        }
+        if (index >= tiles(packed)) {
+            return {};
+        }
+        const std::int64_t row = index % rowBlocks() * tileRows;
+        return {row, std::min(tileRows, size.rows - row), k, std::min(tileInner, size.inner - k)};
+    }
+
     std::int64_t rowBlocks() const { return (size.rows + tileRows - 1) / tileRows; }
     std::int64_t columnBlocks(std::int64_t columns) const
     {
@@ -147,6 +211,7 @@ private:
     }
 
     const Call& call;
+    const std::int64_t threads;
     const ProductSize& size;
     const LeftRows& left;
     const RightColumns& right;
@@ -183,7 +248,7 @@ void multiply(const Call& call, const ProductSize& size, const LeftRows& left,
         reference::multiply(call, size, left, right, sink);
         return;
     }
-    const Product product(call, size, left, right, sink);
+    const Product product(call, static_cast<std::int64_t>(call.threads()), size, left, right, sink);
     if (size.columns <= fewColumns) {
         auto* const columns = reinterpret_cast<float*>(
             call.scratch(static_cast<std::size_t>(size.columns * size.inner) * sizeof(float)));
@@ -221,7 +286,7 @@ void multiplyHere(const Call& call, const ProductSize& size, const LeftRows& lef
         return;
     }
     thread_local std::vector<float> memory;
-    const Product product(call, size, left, right, sink);
+    const Product product(call, 1, size, left, right, sink);
     const std::int64_t stretch = std::min(product.stretch(), size.columns);
     const bool few = size.columns <= fewColumns;
     const auto needed =

@@ -3,7 +3,9 @@
 #include "MIL/Graph/Call.h"
 #include "MIL/Kernels/Product/DotKernels.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace vorlin::mil {
 
@@ -23,6 +25,13 @@ public:
     /// sums[i * stride] = the sum over k < count of A(firstRow + i, k) x[k], for i < rows.
     virtual void dots(const DotKernels& kernels, std::int64_t firstRow, std::int64_t rows,
                       std::int64_t count, const float* x, float* sums, std::int64_t stride) const;
+    /// The memory that `expand` of these elements reads, where it is one piece: a hint of what to
+    /// bring into the cache before.
+    virtual std::span<const std::byte> lying(std::int64_t /*row*/, std::int64_t /*first*/,
+                                             std::int64_t /*count*/) const
+    {
+        return {};
+    }
 };
 
 /// The columns of B.

@@ -65,6 +65,17 @@ void MatrixRows::dots(const DotKernels& kernels, std::int64_t firstRow, std::int
     }
 }
 
+std::span<const std::byte> MatrixRows::lying(std::int64_t row, std::int64_t first,
+                                             std::int64_t count) const
+{
+    if (matrix.columnStride != 1) {
+        return {};
+    }
+    const std::int64_t place = matrix.base + row * matrix.rowStride + first;
+    return matrix.stored != nullptr ? matrix.stored->lying(place, count)
+                                    : bytesOf(matrix.tensor, place, count);
+}
+
 void MatrixColumns::pack(std::int64_t firstRow, std::int64_t rows, std::int64_t firstColumn,
                          std::int64_t columns, float* out, std::int64_t stride) const
 {

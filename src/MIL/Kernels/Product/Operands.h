@@ -21,6 +21,8 @@ public:
                 float* out) const override;
     void dots(const DotKernels& kernels, std::int64_t firstRow, std::int64_t rows,
               std::int64_t count, const float* x, float* sums, std::int64_t stride) const override;
+    std::span<const std::byte> lying(std::int64_t row, std::int64_t first,
+                                     std::int64_t count) const override;
 
 private:
     const MatrixView matrix;

@@ -138,6 +138,14 @@ void PaletteValues::expand(std::int64_t first, std::int64_t count, float* out) c
     }
 }
 
+std::span<const std::byte> PaletteValues::lying(std::int64_t first, std::int64_t count) const
+{
+    if (parts.vector != 1) {
+        return {};
+    }
+    return bytesOf(parts.indices, first, count);
+}
+
 void PaletteValues::expandAt(std::int64_t first, std::span<const std::int64_t> positions,
                              float* out) const
 {

@@ -18,6 +18,10 @@ class DenseValues final : public StoredValues {
 public:
     explicit DenseValues(const TensorView& tensor) : tensor(tensor) {}
     void expand(std::int64_t first, std::int64_t count, float* out) const override;
+    std::span<const std::byte> lying(std::int64_t first, std::int64_t count) const override
+    {
+        return bytesOf(tensor, first, count);
+    }
 
 private:
     const TensorView tensor;
@@ -39,6 +43,10 @@ public:
     void expand(std::int64_t first, std::int64_t count, float* out) const override;
     void expandAt(std::int64_t first, std::span<const std::int64_t> positions,
                   float* out) const override;
+    std::span<const std::byte> lying(std::int64_t first, std::int64_t count) const override
+    {
+        return parts.data->lying(first, count);
+    }
 
 private:
     void expandFine(std::int64_t first, std::int64_t count, float* out) const;
@@ -67,6 +75,7 @@ public:
     void expand(std::int64_t first, std::int64_t count, float* out) const override;
     void expandAt(std::int64_t first, std::span<const std::int64_t> positions,
                   float* out) const override;
+    std::span<const std::byte> lying(std::int64_t first, std::int64_t count) const override;
 
 private:
     float entry(std::int64_t palette, std::uint32_t index, std::int64_t lane) const
