@@ -48,6 +48,13 @@ Item {
         font: shown.font
     }
 
+    TextMetrics {
+        id: uncut
+
+        font: shown.font
+        text: shown.text
+    }
+
     Text {
         id: shown
 
@@ -66,8 +73,9 @@ Item {
         lineHeight: line.mostLines > 1 ? Math.min(Math.ceil(metrics.height),
                                                   line.hud.maxTextHeight / line.mostLines) : 1
         // At the end that the newest words are at, if there is more room than a cut line needs.
-        horizontalAlignment: line.rightToLeft === (line.oneLine && truncated)
-                             ? Text.AlignLeft : Text.AlignRight
+        // Whether it is cut must not come from the layout, which begins anew with the alignment.
+        readonly property bool cut: line.oneLine && uncut.advanceWidth > line.hud.maxTextWidth
+        horizontalAlignment: line.rightToLeft === cut ? Text.AlignLeft : Text.AlignRight
 
         // The old text stays while the waveform takes its place.
         Binding on text {
