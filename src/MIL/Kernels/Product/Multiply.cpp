@@ -120,7 +120,9 @@ public:
         const std::int64_t first = panel * width;
         const std::int64_t columns = std::min(width, packed.columns - first);
         if (columns < width) {
-            std::fill_n(out, width * size.inner, 0.0f);
+            for (std::int64_t k = 0; k < size.inner; ++k) {
+                std::fill_n(out + k * width + columns, width - columns, 0.0f);
+            }
         }
         right.pack(0, size.inner, packed.firstColumn + first, columns, out, width);
     }

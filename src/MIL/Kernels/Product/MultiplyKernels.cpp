@@ -17,13 +17,13 @@ namespace hn = hwy::HWY_NAMESPACE;
 using Tag = hn::ScalableTag<float>;
 using Vector = hn::Vec<Tag>;
 #if HWY_MAX_BYTES >= 64
-constexpr bool hasHalves = true;
-using HalfTag = hn::Half<Tag>;
+constexpr bool hasShortVectors = true;
+using ShortTag = hn::Half<Tag>;
 #else
-constexpr bool hasHalves = false;
-using HalfTag = Tag;
+constexpr bool hasShortVectors = false;
+using ShortTag = Tag;
 #endif
-using HalfVector = hn::Vec<HalfTag>;
+using ShortVector = hn::Vec<ShortTag>;
 using Ahead = std::span<const std::byte* const>;
 
 // Accumulators fill the registers: 8 rows of 3 vectors where there are 32, 4 of 3 where 16.
@@ -56,10 +56,10 @@ void multiplyRows(const float* a, std::int64_t aStride, const float* panel, std:
                   float* c, std::int64_t cStride, bool accumulate, Ahead ahead)
 {
     const Tag tag;
-    const HalfTag halfTag;
+    const ShortTag shortTag;
     const auto lanes = static_cast<std::int64_t>(hn::Lanes(tag));
     Vector sums[rows][used];
-    HalfVector halfSums[rows];
+    ShortVector shortSums[rows];
     const auto target = [&](std::size_t i, std::size_t v) {
         return c + static_cast<std::int64_t>(i) * cStride + static_cast<std::int64_t>(v) * lanes;
     };
@@ -68,7 +68,7 @@ void multiplyRows(const float* a, std::int64_t aStride, const float* panel, std:
             sums[i][v] = accumulate ? hn::LoadU(tag, target(i, v)) : hn::Zero(tag);
         }
         if constexpr (half) {
-            halfSums[i] = accumulate ? hn::LoadU(halfTag, target(i, used)) : hn::Zero(halfTag);
+            shortSums[i] = accumulate ? hn::LoadU(shortTag, target(i, used)) : hn::Zero(shortTag);
         }
     }
     const auto lines = static_cast<std::int64_t>(ahead.size());
@@ -83,9 +83,9 @@ void multiplyRows(const float* a, std::int64_t aStride, const float* panel, std:
             for (std::size_t v = 0; v < used; ++v) {
                 b[v] = hn::LoadU(tag, panel + static_cast<std::int64_t>(v) * lanes);
             }
-            const HalfVector halfB =
-                half ? hn::LoadU(halfTag, panel + static_cast<std::int64_t>(used) * lanes)
-                     : hn::Zero(halfTag);
+            const ShortVector shortB =
+                half ? hn::LoadU(shortTag, panel + static_cast<std::int64_t>(used) * lanes)
+                     : hn::Zero(shortTag);
             for (std::size_t i = 0; i < rows; ++i) {
                 const float factor = a[static_cast<std::int64_t>(i) * aStride + k];
                 const Vector x = hn::Set(tag, factor);
@@ -93,7 +93,7 @@ void multiplyRows(const float* a, std::int64_t aStride, const float* panel, std:
                     sums[i][v] = hn::MulAdd(x, b[v], sums[i][v]);
                 }
                 if constexpr (half) {
-                    halfSums[i] = hn::MulAdd(hn::Set(halfTag, factor), halfB, halfSums[i]);
+                    shortSums[i] = hn::MulAdd(hn::Set(shortTag, factor), shortB, shortSums[i]);
                 }
             }
             panel += vectors * lanes;
@@ -104,7 +104,7 @@ void multiplyRows(const float* a, std::int64_t aStride, const float* panel, std:
             hn::StoreU(sums[i][v], tag, target(i, v));
         }
         if constexpr (half) {
-            hn::StoreU(halfSums[i], halfTag, target(i, used));
+            hn::StoreU(shortSums[i], shortTag, target(i, used));
         }
     }
 }
@@ -125,12 +125,12 @@ void multiplyPanel(const float* a, std::int64_t aStride, const float* panel, std
     auto* multiply = rowsFrom<vectors, false>(rows, any);
     if (columns <= lanes) {
         multiply = rowsFrom<1, false>(rows, any);
-    } else if (hasHalves && columns <= lanes + lanes / 2) {
-        multiply = rowsFrom<1, hasHalves>(rows, any);
+    } else if (hasShortVectors && columns <= lanes + lanes / 2) {
+        multiply = rowsFrom<1, hasShortVectors>(rows, any);
     } else if (columns <= 2 * lanes) {
         multiply = rowsFrom<2, false>(rows, any);
-    } else if (hasHalves && columns <= 2 * lanes + lanes / 2) {
-        multiply = rowsFrom<2, hasHalves>(rows, any);
+    } else if (hasShortVectors && columns <= 2 * lanes + lanes / 2) {
+        multiply = rowsFrom<2, hasShortVectors>(rows, any);
     }
     multiply(a, aStride, panel, inner, c, cStride, accumulate, ahead);
 }
