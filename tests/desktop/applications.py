@@ -178,16 +178,15 @@ class GnomeTextEditor(Application):
 
     def prepare(self):
         self.reader = Reader(self.desktop)
+        self.view = None
 
     def ready(self):
-        return self._view() is not None
+        # Known once: it has the focus only while the window has.
+        self.view = self.reader.find_role("text box", self.title())
+        return self.view is not None
 
     def text(self):
-        view = self._view()
-        return self.reader.text(view) if view else ""
-
-    def _view(self):
-        return self.reader.find_role("text box", self.title())
+        return self.reader.text(self.view)
 
 
 class Pluma(Editor):

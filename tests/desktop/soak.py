@@ -69,8 +69,9 @@ class Soak:
 
     def check_others(self, dictated):
         for editor in self.editors:
-            if editor is not dictated and editor.text() != self.texts[editor]:
-                raise AssertionError(f"dictation {self.count}: {editor.name} got a text, too")
+            if editor is not dictated and (has := editor.text()) != self.texts[editor]:
+                raise AssertionError(f"dictation {self.count}: {editor.name} has {has!r}, "
+                                     f"not {self.texts[editor]!r}")
 
     def replace_manager(self):
         before, window = self.manager, self.desktop.manager_window()
