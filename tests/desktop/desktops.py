@@ -2,6 +2,7 @@
 starts them, with the key bindings they come with."""
 
 import pathlib
+import subprocess
 
 from Xlib import X
 
@@ -93,6 +94,28 @@ class Gnome(WholeDesktop):
                     f"--address={address}"], log="system-bus")
         wait_until((self.runtime_folder / "no-system-bus").exists, "the system bus")
         super()._start_window_manager()
+
+    def await_panel(self):
+        """Leaves the overview, which a session of it begins with, by the key that a person presses,
+        again where the shell was not ready for it."""
+        wait_until(lambda: self._shows_overview() == "true", "the overview", 120)
+
+        def leave():
+            self.keyboard.tap("Escape")
+            return self._shows_overview() == "false"
+
+        wait_until(leave, "the overview to go", 120, interval=1)
+
+    def _shows_overview(self):
+        """What the shell says; nothing before it answers."""
+        try:
+            said = self.output(["gdbus", "call", "--session", "--dest", "org.gnome.Shell",
+                                "--object-path", "/org/gnome/Shell", "--method",
+                                "org.freedesktop.DBus.Properties.Get", "org.gnome.Shell",
+                                "OverviewActive"])
+        except subprocess.CalledProcessError:
+            return ""
+        return said.strip("(<>,)\n")
 
 
 class InputMethod(WholeDesktop):
