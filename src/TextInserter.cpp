@@ -13,6 +13,8 @@ constexpr auto restoreAfter = std::chrono::milliseconds(500);
 constexpr auto restoreAtLatest = std::chrono::milliseconds(3000);
 /// How long a text waits for keys that are not ready; it was spoken into what has the focus now.
 constexpr auto keysAtLatest = std::chrono::milliseconds(2000);
+/// How long a text waits for a program to see that there is one.
+constexpr auto seenAtLatest = std::chrono::milliseconds(500);
 constexpr auto lookEvery = std::chrono::milliseconds(20);
 constexpr auto watchEvery = std::chrono::milliseconds(100);
 
@@ -170,8 +172,9 @@ Task<void> TextInserter::insertWaiting()
         if (keys.readiness() != KeyReadiness::ready) {
             waiting.front().toBeLeft = true; // it stays at hand
         } else if (!belongsElsewhere(waiting.front())) {
-            paste(waiting.front().text, chord);
+            const std::string text = std::exchange(waiting.front().text, {});
             waiting.pop_front();
+            co_await paste(text, chord);
         }
     }
     if (watching == 0) {
@@ -218,15 +221,32 @@ void TextInserter::leaveNow(const std::string& text)
     }
 }
 
-void TextInserter::paste(const std::string& text, const PasteChord& chord)
+Task<void> TextInserter::paste(std::string text, PasteChord chord)
 {
-    auto items = takeContents(chord.source);
+    pending[chord.source] = {takeContents(chord.source), loop.now(), {}};
     pasteboard.setString(chord.source, chord.typesIntoTerminal ? inOneLine(text) : text);
+    if (chord.looksFirst) {
+        co_await awaitLook(chord.source);
+        if (!pending.contains(chord.source)) {
+            co_return; // put back meanwhile, for there will be no later
+        }
+    }
     pasteShortcut(chord);
     if (pasteboard.use(chord.source) == PasteboardUse::untracked) {
+        auto items = std::move(pending.extract(chord.source).mapped().items);
         spawn(loop, lifetime.token(), restoreUntracked(chord.source, std::move(items)));
     } else {
-        pending[chord.source] = {std::move(items), loop.now(), lookIn(restoreAfter, chord.source)};
+        pending[chord.source].pasted = loop.now();
+        pending[chord.source].look = lookIn(restoreAfter, chord.source);
+    }
+}
+
+/// Waits until the program knows that there is something to paste.
+Task<void> TextInserter::awaitLook(PasteSource source)
+{
+    const TimePoint limit = loop.now() + seenAtLatest;
+    while (!pasteboard.wasLookedAt(source) && loop.now() < limit) {
+        co_await sleepFor(loop, lookEvery);
     }
 }
 

@@ -86,7 +86,8 @@ private:
     Task<PasteChord> readyChord();
     bool belongsElsewhere(const Waiting& text) const;
     void leaveNow(const std::string& text);
-    void paste(const std::string& text, const PasteChord& chord);
+    Task<void> paste(std::string text, PasteChord chord);
+    Task<void> awaitLook(PasteSource source);
     Task<void> awaitReader(PasteSource source);
     Task<void> readContents(PasteSource source);
     Task<void> awaitKeys();

@@ -23,6 +23,9 @@ struct PasteChord {
     /// Whether what is pasted is typed into a terminal, where a line break may run a command and
     /// other control characters are keys.
     bool typesIntoTerminal = false;
+    /// Whether it pastes only once it has looked what there is to be pasted, which it does as soon
+    /// as something is copied.
+    bool looksFirst = false;
 
     bool operator==(const PasteChord&) const = default;
 };

@@ -57,6 +57,10 @@ public:
 
     /// What became of the contents written last, by whichever call.
     virtual PasteboardUse use(PasteSource source) const = 0;
+
+    /// Whether the focused program has asked of which types the contents written last are; where
+    /// the platform does not tell, it counts as having done so.
+    virtual bool wasLookedAt(PasteSource) const { return true; }
 };
 
 } // namespace vorlin

@@ -81,6 +81,48 @@ TEST_F(TextInserterTest, aTerminalGetsOneLineAndNothingThatRunsIt)
     }
 }
 
+TEST_F(TextInserterTest, aProgramThatLooksFirstIsSentTheChordOnceItHasLooked)
+{
+    focus.chord.looksFirst = true;
+    pasteboard.lookedAt = false;
+    pasteboard.copy(FakePasteboard::text("old"));
+    programReadsAfter(0ms);
+    insert("hello");
+    loop.advance(200ms);
+    EXPECT_TRUE(keys.posted.empty());
+    EXPECT_EQ(board(), "hello");
+    pasteboard.lookedAt = true;
+    loop.advance(20ms);
+    EXPECT_EQ(pasted, std::vector<std::string>{"hello"});
+    loop.advance(400ms);
+    EXPECT_EQ(board(), "hello");
+    loop.advance(200ms);
+    EXPECT_EQ(board(), "old");
+}
+
+TEST_F(TextInserterTest, aProgramThatNeverLooksIsSentTheChordAfterHalfASecond)
+{
+    focus.chord.looksFirst = true;
+    pasteboard.lookedAt = false;
+    programReadsAfter(0ms);
+    insert("hello");
+    loop.advance(600ms);
+    EXPECT_EQ(pasted, std::vector<std::string>{"hello"});
+}
+
+TEST_F(TextInserterTest, whatAProgramHasNotLookedAtAtTheEndIsPutBackAndNotPasted)
+{
+    focus.chord.looksFirst = true;
+    pasteboard.lookedAt = false;
+    pasteboard.copy(FakePasteboard::text("old"));
+    insert("hello");
+    inserter->restoreNow();
+    EXPECT_EQ(board(), "old");
+    loop.advance(1s);
+    EXPECT_TRUE(keys.posted.empty());
+    EXPECT_EQ(board(), "old");
+}
+
 TEST_F(TextInserterTest, elsewhereLineBreaksArePastedAsTheyAre)
 {
     insert("one\ntwo\n");

@@ -25,6 +25,8 @@ public:
     bool snapshotsCompleteAtOnce = true;
     /// Whether this platform keeps the contents itself.
     bool atHand = false;
+    /// Whether the focused program knows of what was put here last.
+    bool lookedAt = true;
     int snapshots = 0;
     /// Called after contents were put here that are to stay.
     std::function<void(const std::string&)> onCopyString = [](const std::string&) {};
@@ -106,6 +108,7 @@ public:
         }
         return found == boards.end() ? PasteboardUse::replaced : found->second.use;
     }
+    bool wasLookedAt(PasteSource) const override { return lookedAt; }
 
 private:
     void write(PasteSource source, PasteboardSnapshot items)

@@ -15,6 +15,9 @@ constexpr std::uint16_t keyY = 16;
 
 constexpr PasteChord usual{keyCodes::v, maskControl, PasteSource::clipboard};
 constexpr PasteChord terminal{keyCodes::v, maskControl | maskShift, PasteSource::clipboard, true};
+/// It allows nothing to be pasted between a copy and the answer of what was copied.
+constexpr PasteChord gnomeTerminal{keyCodes::v, maskControl | maskShift, PasteSource::clipboard,
+                                   true, true};
 constexpr PasteChord xterm{keyCodes::insert, maskShift, PasteSource::primarySelection, true};
 constexpr PasteChord emacs{keyY, maskControl, PasteSource::clipboard};
 
@@ -44,8 +47,8 @@ constexpr Program programs[] = {
     {"deepin-terminal", terminal},
     {"foot", terminal},
     {"footclient", terminal},
-    {"gnome-terminal", terminal},
-    {"gnome-terminal-server", terminal},
+    {"gnome-terminal", gnomeTerminal},
+    {"gnome-terminal-server", gnomeTerminal},
     {"guake", terminal},
     {"havoc", terminal},
     {"io.elementary.terminal", terminal},
@@ -59,7 +62,7 @@ constexpr Program programs[] = {
     {"org.gnome.console", terminal},
     {"org.gnome.ptyxis", terminal},
     {"org.gnome.ptyxis.devel", terminal},
-    {"org.gnome.terminal", terminal},
+    {"org.gnome.terminal", gnomeTerminal},
     {"org.kde.konsole", terminal},
     {"org.kde.yakuake", terminal},
     {"org.wezfurlong.wezterm", terminal},

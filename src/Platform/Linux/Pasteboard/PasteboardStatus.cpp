@@ -14,6 +14,12 @@ PasteboardUse PasteboardStatus::use(std::size_t selection) const
     return selections[selection].use;
 }
 
+bool PasteboardStatus::lookedAt(std::size_t selection) const
+{
+    const std::scoped_lock guard(lock);
+    return selections[selection].looked;
+}
+
 void PasteboardStatus::changed(std::size_t selection)
 {
     const std::scoped_lock guard(lock);
@@ -24,6 +30,7 @@ std::uint64_t PasteboardStatus::writing(std::size_t selection)
 {
     const std::scoped_lock guard(lock);
     selections[selection].use = PasteboardUse::unread;
+    selections[selection].looked = false;
     return ++selections[selection].newest;
 }
 
@@ -40,6 +47,13 @@ void PasteboardStatus::became(std::size_t selection, std::uint64_t number, Paste
     if (known.newest == number && known.use != PasteboardUse::replaced) {
         known.use = use;
     }
+}
+
+void PasteboardStatus::wasLookedAt(std::size_t selection, std::uint64_t number)
+{
+    const std::scoped_lock guard(lock);
+    Selection& known = selections[selection];
+    known.looked |= known.newest == number;
 }
 
 } // namespace vorlin

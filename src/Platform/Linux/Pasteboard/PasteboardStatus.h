@@ -22,6 +22,8 @@ class PasteboardStatus {
 public:
     std::int64_t changeCount(std::size_t selection) const;
     PasteboardUse use(std::size_t selection) const;
+    /// Whether the focused program knows the types of what we wrote last.
+    bool lookedAt(std::size_t selection) const;
 
     /// Somebody has, or may have, put something else there.
     void changed(std::size_t selection);
@@ -36,11 +38,15 @@ public:
     /// What became of contents `number`. What has been replaced stays so.
     void became(std::size_t selection, std::uint64_t number, PasteboardUse use);
 
+    /// The focused program has been told the types of contents `number`.
+    void wasLookedAt(std::size_t selection, std::uint64_t number);
+
 private:
     struct Selection {
         std::int64_t changeCount = 0;
         std::uint64_t newest = 0;
         PasteboardUse use = PasteboardUse::untracked;
+        bool looked = false;
     };
 
     mutable std::mutex lock;

@@ -136,6 +136,19 @@ void SelectionOwner::answer(const xcb_selection_request_event_t& request)
     std::array<char, 32> event{}; // every event is that long on the wire
     std::memcpy(event.data(), &answer, sizeof(answer));
     xcb_send_event(connection.get(), 0, request.requestor, XCB_EVENT_MASK_NO_EVENT, event.data());
+    if (given && request.target == targetsAtom) {
+        noteLook(request);
+    }
+}
+
+/// The answer is on its way first, so that no key pressed then overtakes it.
+void SelectionOwner::noteLook(const xcb_selection_request_event_t& request)
+{
+    if (owned->offering.forPasteOnly && !status.lookedAt(index) &&
+        readers.mayRead(request.requestor)) {
+        xcb_flush(connection.get());
+        status.wasLookedAt(index, number);
+    }
 }
 
 bool SelectionOwner::convert(xcb_window_t reader, xcb_atom_t target, xcb_atom_t property)

@@ -58,6 +58,7 @@ private:
 
     std::shared_ptr<const Owned> prepare(Offering contents) const;
     void lost();
+    void noteLook(const xcb_selection_request_event_t& request);
     bool isStale(xcb_timestamp_t requested) const;
     bool convert(xcb_window_t reader, xcb_atom_t target, xcb_atom_t property);
     bool convertSeveral(xcb_window_t reader, xcb_atom_t property);

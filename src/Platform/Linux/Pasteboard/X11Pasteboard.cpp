@@ -103,4 +103,9 @@ PasteboardUse X11Pasteboard::use(PasteSource source) const
     return status->use(selectionIndex(source));
 }
 
+bool X11Pasteboard::wasLookedAt(PasteSource source) const
+{
+    return status->lookedAt(selectionIndex(source));
+}
+
 } // namespace vorlin

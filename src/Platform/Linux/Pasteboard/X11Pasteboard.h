@@ -62,6 +62,7 @@ public:
     void setString(PasteSource source, const std::string& text) override;
     void copyString(PasteSource source, const std::string& text) override;
     PasteboardUse use(PasteSource source) const override;
+    bool wasLookedAt(PasteSource source) const override;
 
 private:
     void put(PasteSource source, Offering offering);

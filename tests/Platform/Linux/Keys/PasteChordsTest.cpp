@@ -31,7 +31,8 @@ TEST(PasteChords, theXtermFamilyPastesThePrimarySelection)
 
 TEST(PasteChords, otherTerminalsPasteWithControlShiftV)
 {
-    EXPECT_EQ(pasteChordFor("gnome-terminal-server", "Gnome-terminal"), terminal);
+    constexpr PasteChord looking{9, maskControl | maskShift, PasteSource::clipboard, true, true};
+    EXPECT_EQ(pasteChordFor("gnome-terminal-server", "Gnome-terminal"), looking);
     for (const auto* name :
          {"konsole", "Xfce4-terminal", "kitty", "Alacritty", "Tilix", "Terminator", "Lxterminal",
           "Mate-terminal", "qterminal", "st-256color", "org.wezfurlong.wezterm", "terminology",
