@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <fstream>
+#include <system_error>
 
 #include <xcb/res.h>
 
@@ -20,10 +22,14 @@ std::string processName(std::uint32_t process)
     return name;
 }
 
-/// One process of theirs has the clipboard for all.
-bool isWindowsProgram(std::string_view processName)
+/// One process of theirs has the clipboard for all. Known by what runs them: their own names are
+/// cut off.
+bool isWindowsProgram(std::uint32_t process)
 {
-    return processName.ends_with(".exe");
+    std::error_code error;
+    const auto runner =
+        std::filesystem::read_symlink("/proc/" + std::to_string(process) + "/exe", error);
+    return runner.filename().string().starts_with("wine") || processName(process).ends_with(".exe");
 }
 
 constexpr int deepestWindow = 32;
@@ -50,13 +56,15 @@ bool isClipboardManager(std::string_view processName)
 PasteReaders::PasteReaders(const SelectionConnection& connection)
     : connection(connection), managerSelection(connection.atom("CLIPBOARD_MANAGER")),
       windowManagerSelection(connection.atom("WM_S0")),
-      inWayland(processEnvironment()("WAYLAND_DISPLAY").has_value())
+      inWayland(processEnvironment()("WAYLAND_DISPLAY").has_value()),
+      probe(connection.createWindow())
 {
 }
 
 void PasteReaders::rememberFocus()
 {
     remembered = focus();
+    wasKeyboardTaken = isKeyboardTaken();
 }
 
 xcb_window_t PasteReaders::focus() const
@@ -66,6 +74,18 @@ xcb_window_t PasteReaders::focus() const
     const bool window = reply && reply->focus > XCB_INPUT_FOCUS_FOLLOW_KEYBOARD &&
                         reply->focus != connection.root();
     return window ? reply->focus : xcb_window_t{XCB_NONE};
+}
+
+/// Whether a program gets the keys whichever window has the focus. The server says so first when
+/// another one wants them, and then that this one cannot have them, for its window is not shown.
+bool PasteReaders::isKeyboardTaken() const
+{
+    const XcbPointer<xcb_grab_keyboard_reply_t> reply(
+        xcb_grab_keyboard_reply(connection.get(),
+                                xcb_grab_keyboard(connection.get(), 0, probe, XCB_CURRENT_TIME,
+                                                  XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
+                                nullptr));
+    return reply && reply->status == XCB_GRAB_STATUS_ALREADY_GRABBED;
 }
 
 std::uint32_t PasteReaders::process(xcb_window_t window) const
@@ -111,8 +131,7 @@ bool PasteReaders::sameProgram(xcb_window_t reader, xcb_window_t focused) const
     if (readers == 0 || focuseds == 0) {
         return false;
     }
-    return readers == focuseds ||
-           (isWindowsProgram(processName(readers)) && isWindowsProgram(processName(focuseds)));
+    return readers == focuseds || (isWindowsProgram(readers) && isWindowsProgram(focuseds));
 }
 
 /// Whether `outer` is an ancestor of `window`: programs show windows of others in their own.
@@ -132,13 +151,17 @@ bool PasteReaders::isWithin(xcb_window_t window, xcb_window_t outer) const
     return false;
 }
 
+bool PasteReaders::isNobodyKnown(xcb_window_t focused) const
+{
+    return (focused == XCB_NONE && remembered == XCB_NONE) || wasKeyboardTaken || isKeyboardTaken();
+}
+
 bool PasteReaders::isFocused(xcb_window_t reader, xcb_window_t focused) const
 {
     const auto isTheOneOf = [&](xcb_window_t window) {
         return window != XCB_NONE && (sameProgram(reader, window) || isWithin(reader, window));
     };
-    const bool nobodyFocused = focused == XCB_NONE && remembered == XCB_NONE;
-    return nobodyFocused || isTheOneOf(focused) || isTheOneOf(remembered);
+    return isTheOneOf(focused) || isTheOneOf(remembered);
 }
 
 bool PasteReaders::isBridge(xcb_window_t reader) const
@@ -154,15 +177,15 @@ bool PasteReaders::isBridge(xcb_window_t reader) const
 
 bool PasteReaders::counts(xcb_window_t window) const
 {
-    return isFocused(window, focus()) && !isManager(window);
+    const xcb_window_t focused = focus();
+    return (isFocused(window, focused) || isNobodyKnown(focused)) && !isManager(window);
 }
 
 bool PasteReaders::mayRead(xcb_window_t window) const
 {
     const xcb_window_t focused = focus();
-    const bool somebodyFocused = focused != XCB_NONE || remembered != XCB_NONE;
-    return (isFocused(window, focused) && (somebodyFocused || !isManager(window))) ||
-           isBridge(window);
+    return isFocused(window, focused) || isBridge(window) ||
+           (isNobodyKnown(focused) && !isManager(window));
 }
 
 } // namespace vorlin

@@ -16,7 +16,8 @@ namespace vorlin {
 /// focused program: the client of the window that had the keyboard focus when the contents were
 /// written or when they are read, another client of the same process, a window within that one, or,
 /// where both are Windows programs, the one that reads for all of them. Where no window has the
-/// focus every reader counts. A known clipboard manager, and the client that owns
+/// focus, or a program has taken the keyboard from the one that has, as launchers do, every reader
+/// counts. A known clipboard manager, and the client that owns
 /// CLIPBOARD_MANAGER, never counts, focused or not.
 class PasteReaders {
 public:
@@ -35,10 +36,12 @@ public:
 
 private:
     xcb_window_t focus() const;
+    bool isKeyboardTaken() const;
     std::uint32_t process(xcb_window_t window) const;
     bool isManager(xcb_window_t window) const;
     bool sameProgram(xcb_window_t reader, xcb_window_t focused) const;
     bool isWithin(xcb_window_t window, xcb_window_t outer) const;
+    bool isNobodyKnown(xcb_window_t focused) const;
     bool isFocused(xcb_window_t reader, xcb_window_t focused) const;
     bool isBridge(xcb_window_t reader) const;
 
@@ -46,7 +49,10 @@ private:
     const xcb_atom_t managerSelection;
     const xcb_atom_t windowManagerSelection;
     const bool inWayland;
+    /// Never shown.
+    const xcb_window_t probe;
     xcb_window_t remembered = XCB_NONE;
+    bool wasKeyboardTaken = false;
 };
 
 /// Whether a process of this name (as the kernel has it, cut off after 15 bytes) is a clipboard

@@ -100,6 +100,38 @@ TEST_F(Use, anUnfocusedProgramsReadingDoesNotCount)
     EXPECT_EQ(use(), PasteboardUse::unread);
 }
 
+TEST_F(Use, whoeverReadsWhileAProgramHasTakenTheKeyboardCounts)
+{
+    ASSERT_TRUE(installed("xclip")) << "scripts/install-packages brings it";
+    const ScriptedReader focused;
+    focused.takeFocus();
+    const ScriptedReader launcher;
+    const XcbPointer<xcb_grab_keyboard_reply_t> taken(xcb_grab_keyboard_reply(
+        launcher.connection,
+        xcb_grab_keyboard(launcher.connection, 0, launcher.root, XCB_CURRENT_TIME,
+                          XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
+        nullptr));
+    ASSERT_EQ(taken->status, XCB_GRAB_STATUS_SUCCESS);
+    pasteboard->setString(PasteSource::clipboard, "dictated");
+    EXPECT_EQ(Process({"xclip", "-o", "-selection", "clipboard"}).output(), "dictated");
+    EXPECT_EQ(use(), PasteboardUse::read);
+}
+
+TEST_F(Use, onlyTheFocusedProgramsLookIsOne)
+{
+    ASSERT_TRUE(installed("xclip")) << "scripts/install-packages brings it";
+    ScriptedReader focused;
+    focused.takeFocus();
+    focused.targets();
+    EXPECT_TRUE(pasteboard->wasLookedAt(PasteSource::clipboard));
+    pasteboard->setString(PasteSource::clipboard, "again");
+    EXPECT_FALSE(pasteboard->wasLookedAt(PasteSource::clipboard));
+    Process({"xclip", "-o", "-selection", "clipboard", "-t", "TARGETS"}).output();
+    EXPECT_FALSE(pasteboard->wasLookedAt(PasteSource::clipboard));
+    focused.targets();
+    EXPECT_TRUE(pasteboard->wasLookedAt(PasteSource::clipboard));
+}
+
 TEST_F(Use, aCopyForGoodIsGivenToEverybody)
 {
     ASSERT_TRUE(installed("xclip")) << "scripts/install-packages brings it";
