@@ -75,7 +75,14 @@ class LibreOfficeWriter(Application):
         return self._ask() is not None
 
     def text(self):
-        return self._ask() or ""
+        answers = []
+
+        def answered():
+            answers.append(self._ask())
+            return answers[-1] is not None
+
+        wait_until(answered, "LibreOffice to answer")
+        return answers[-1]
 
     def _ask(self):
         done = subprocess.run(["/usr/bin/python3", "-c", self.ASK.format(pipe=self.pipe)],

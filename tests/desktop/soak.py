@@ -74,17 +74,20 @@ class Soak:
                                      f"not {self.texts[editor]!r}")
 
     def replace_manager(self):
-        before, window = self.manager, self.desktop.manager_window()
+        before = self.manager
         command = self.chance.choice((["openbox", "--replace", "--sm-disable", "--config-file",
                                        self.desktop.folder / "openbox.xml"],
                                       ["xfwm4", "--replace", "--compositor=off"]))
         if os.path.basename(str(before.args[0])) == command[0]:
             before.kill()
             before.wait()
+        # The next one's window may have the number of one that was killed, which told of it no more.
+        x = self.desktop.x
+        x.screen().root.delete_property(x.intern_atom("_NET_SUPPORTING_WM_CHECK"))
+        x.sync()
         self.manager = self.desktop.spawn(command)
         before.wait()
-        wait_until(lambda: self.desktop.manager_window() not in (window, None),
-                   "the other window manager")
+        wait_until(self.desktop.manager_window, "the other window manager")
 
     def restart_compositor(self):
         self.desktop.picom.kill()
