@@ -81,7 +81,7 @@ class Soak:
         if os.path.basename(str(before.args[0])) == command[0]:
             before.kill()
             before.wait()
-        # The next one's window may have the number of one that was killed, which told of it no more.
+        # The next one's window may have the number of one that was killed.
         x = self.desktop.x
         x.screen().root.delete_property(x.intern_atom("_NET_SUPPORTING_WM_CHECK"))
         x.sync()

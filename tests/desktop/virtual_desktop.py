@@ -49,6 +49,8 @@ _PR_SET_PDEATHSIG = 1
 
 def _end_with_parent():
     _libc.prctl(_PR_SET_PDEATHSIG, signal.SIGTERM)
+    # Ignored where the tests were started to outlive their terminal.
+    signal.signal(signal.SIGHUP, signal.SIG_DFL)
 
 
 class VirtualDesktop:
