@@ -10,6 +10,7 @@ import pathlib
 from gi.repository import GLib
 
 from portal_session import PortalSession
+from program import hotkey_setting
 from waiting import wait_until
 from wayland_keyboard import WaylandKeyboard
 
@@ -21,6 +22,7 @@ STORE = "org.freedesktop.impl.portal.PermissionStore"
 class KWinDesktop(PortalSession):
     """See the module."""
 
+    kind = "KWin"
     session_variables = {
         "XDG_CURRENT_DESKTOP": "KDE",
         "XDG_MENU_PREFIX": "plasma-", "KWIN_COMPOSE": "Q",
@@ -49,6 +51,17 @@ class KWinDesktop(PortalSession):
         if authority:
             self.environment["XAUTHORITY"] = authority
         self.keyboard = WaylandKeyboard(self, HERE / "kwin_person.py", PROTOCOL)
+
+    # The release of any key is told as that of the hotkey's, so none is lost but on its way.
+    lossy_hotkey = hotkey_setting(101)
+    lossy_keys = ("F9",)
+
+    def lose_the_release(self, program):
+        """Of the hotkey that is held: who would tell of it has crashed, which ends a dictation."""
+        self.end_backend()
+        self.keyboard.release("F9")
+        program.await_silence()
+        self.start_backend()
 
     def allow_typing(self, app_id="org.vorlin.Vorlin"):
         """The person has allowed a program to type, as in the system's settings."""

@@ -3,6 +3,7 @@ that a test puts around it."""
 
 import math
 import re
+import subprocess
 import threading
 import time
 
@@ -72,6 +73,13 @@ class Overlay:
         raw = self.x.screen().root.get_image(x, y, width, height, X.ZPixmap, 0xffffffff).data
         return [[tuple(raw[4 * (row * width + column) + channel] for channel in (2, 1, 0))
                  for column in range(width)] for row in range(height)]
+
+
+def rows(picture, width):
+    """The rows of a picture of a screen so wide, three bytes a pixel."""
+    raw = subprocess.run(["convert", picture, "-depth", "8", "rgb:-"], check=True,
+                         stdout=subprocess.PIPE).stdout
+    return [raw[start:start + 3 * width] for start in range(0, len(raw), 3 * width)]
 
 
 def rounded(value):

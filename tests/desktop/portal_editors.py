@@ -5,8 +5,8 @@ from waiting import stays_equal, wait_until
 
 
 class PortalEditor:
-    """A program with one window and one text. A subclass gives `name`, `command(path)` and the
-    variables that let it be a program of Wayland or of X11."""
+    """A program with one window and one text. A subclass gives `name`, `kind`, `command(path)` and
+    the variables that let it be a program of Wayland or of X11."""
 
     name = "editor"
     variables = {}
@@ -43,6 +43,7 @@ class PortalEditor:
 
 
 class GTK4Editor(PortalEditor):
+    kind = "GTK 4"
     name = "gnome-text-editor"
     variables = {"GDK_BACKEND": "wayland"}
 
@@ -51,6 +52,7 @@ class GTK4Editor(PortalEditor):
 
 
 class QtEditor(PortalEditor):
+    kind = "Qt"
     name = "featherpad"
     variables = {"QT_QPA_PLATFORM": "wayland"}
 
@@ -59,6 +61,7 @@ class QtEditor(PortalEditor):
 
 
 class QtXWaylandEditor(PortalEditor):
+    kind = "XWayland"
     name = "featherpad-x11"
     variables = {"QT_QPA_PLATFORM": "xcb"}
 

@@ -5,7 +5,9 @@ import pathlib
 
 from gi.repository import Gio, GLib
 
+from controls import Controls
 from overlay import connect
+from settings_window import SettingsWindow
 from sound_server import SoundServer
 from virtual_desktop import AT_SPI, VirtualDesktop
 from waiting import wait_until
@@ -27,6 +29,26 @@ class PortalSession(VirtualDesktop):
     def start_compositor_and_person(self):
         raise NotImplementedError
 
+    def agree(self):
+        """The person says yes to each of the desktop's questions."""
+
+    def allow(self, program):
+        """The person presses the button, and agrees."""
+        controls = self.wish(program)
+        self.agree()
+        controls.find("Accessibility: Granted")
+        wait_until(lambda: not controls.has("Allow…"), "nothing to be left to ask for")
+        self.keyboard.chord("Control_L", "w")
+        wait_until(lambda: not controls.has("Permissions"), "the settings to close")
+
+    def wish(self, program):
+        """The person presses the button; returns the settings' controls."""
+        SettingsWindow(self, program).ask()
+        controls = Controls(self)
+        controls.press("Permissions")
+        controls.press("Allow…")
+        return controls
+
     @staticmethod
     def make_socket_folder():
         """Where X servers put their sockets, which a bare system lacks."""
@@ -44,6 +66,15 @@ class PortalSession(VirtualDesktop):
         self.kill(self.portals)
         wait_until(lambda: not self.has_name(PORTALS), "the portals to go")
         self._start_portals()
+
+    def start_backend(self):
+        self.backend_process = self.spawn([self.backend], log="portal-backend")
+        wait_until(lambda: self.has_name(self.backend_name), "the portals' back end")
+
+    def end_backend(self):
+        """As a crash does: the portals tell nobody of it."""
+        self.kill(self.backend_process)
+        wait_until(lambda: not self.has_name(self.backend_name), "the portals' back end to go")
 
     def has_name(self, name):
         return self.bus.call_sync("org.freedesktop.DBus", "/", "org.freedesktop.DBus",
@@ -67,8 +98,7 @@ class PortalSession(VirtualDesktop):
         self.output(["dbus-update-activation-environment", *(
             f"{name}={self.environment[name]}" for name in (
                 "WAYLAND_DISPLAY", "DISPLAY", "XDG_CURRENT_DESKTOP", "XDG_SESSION_TYPE"))])
-        self.backend_process = self.spawn([self.backend], log="portal-backend")
-        wait_until(lambda: self.has_name(self.backend_name), "the portals' backend")
+        self.start_backend()
         self._start_portals()
         if self.with_sound:
             self.sound.await_ready()

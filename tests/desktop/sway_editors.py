@@ -6,8 +6,8 @@ from waiting import stays_equal, wait_until
 class SwayEditor:
     """A program with one window and one text, read from the file that is being edited.
 
-    A subclass gives `name`, `command(path)` and, where the program does not choose it itself, the
-    variables that let it be a program of Wayland or of X11.
+    A subclass gives `name`, `kind`, `command(path)` and, where the program does not choose it
+    itself, the variables that let it be a program of Wayland or of X11.
     """
 
     name = "editor"
@@ -72,6 +72,7 @@ class TerminalEditor(SwayEditor):
 
 
 class Foot(TerminalEditor):
+    kind = "terminal"
     name = "foot"
 
     def command(self, path):
@@ -81,6 +82,7 @@ class Foot(TerminalEditor):
 class XTerm(TerminalEditor):
     """A program on XWayland."""
 
+    kind = "terminal on XWayland"
     name = "xterm"
 
     def command(self, path):
@@ -88,6 +90,7 @@ class XTerm(TerminalEditor):
 
 
 class GTK4Editor(SwayEditor):
+    kind = "GTK 4"
     name = "gnome-text-editor"
     variables = {"GDK_BACKEND": "wayland"}
 
@@ -96,6 +99,7 @@ class GTK4Editor(SwayEditor):
 
 
 class QtEditor(SwayEditor):
+    kind = "Qt"
     name = "featherpad"
     variables = {"QT_QPA_PLATFORM": "wayland"}
 
@@ -106,6 +110,7 @@ class QtEditor(SwayEditor):
 class QtXWaylandEditor(SwayEditor):
     """The same program on XWayland."""
 
+    kind = "XWayland"
     name = "featherpad-x11"
     variables = {"QT_QPA_PLATFORM": "xcb"}
 

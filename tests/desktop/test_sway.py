@@ -9,7 +9,8 @@ import subprocess
 import pytest
 
 import clipboard
-from overlay import expected_frame
+from matrix import debian
+from overlay import expected_frame, rows
 from program import Program, assert_arrived, hotkey_setting
 from sway_desktop import SwayDesktop
 from sway_editors import Foot, GTK4Editor, QtEditor, QtXWaylandEditor, XTerm
@@ -119,12 +120,11 @@ def await_pasted(session, expected, kind="text/plain;charset=utf-8"):
 
 
 def pixels(session, name):
-    """A screenshot's pixels by row, three bytes each."""
-    picture = session.screenshot(name)
-    raw = subprocess.run(["convert", picture, "-depth", "8", "rgb:-"], check=True,
-                         stdout=subprocess.PIPE).stdout
-    width = 3 * SCREEN[2]
-    return [raw[start:start + width] for start in range(0, len(raw), width)]
+    return rows(session.screenshot(name), SCREEN[2])
+
+
+def cell(column):
+    return pytest.mark.matrix("compositors", row=f"sway, Debian {debian()}", column=column)
 
 
 @contextlib.contextmanager
@@ -154,6 +154,7 @@ def environ(program):
     return pathlib.Path(f"/proc/{program.process.pid}/environ").read_bytes()
 
 
+@cell("editor")
 @pytest.mark.parametrize("editor", [Foot, GTK4Editor, QtEditor, XTerm, QtXWaylandEditor])
 def test_a_held_key_dictates(session, launch, editor):
     program = launch()
@@ -162,6 +163,7 @@ def test_a_held_key_dictates(session, launch, editor):
     assert_arrived(SENTENCE, where.await_text())
 
 
+@cell("toggle")
 def test_a_function_key_dictates_by_two_presses_and_types_nothing_itself(session, launch):
     program = launch(settings={"hotkey.v2": hotkey_setting(100), "recordMode": "toggle"})  # F8
     terminal = Foot(session)
@@ -203,6 +205,7 @@ def test_keys_held_while_the_text_arrives_spoil_nothing(session, launch, editor)
     wait_until(lambda: terminal.text() == heard + "x", "the next letter")
 
 
+@cell("Escape")
 def test_escape_cancels_and_is_the_programs_own_when_idle(session, launch):
     program = launch()
     terminal = Foot(session)
@@ -221,6 +224,22 @@ def test_escape_cancels_and_is_the_programs_own_when_idle(session, launch):
     assert_arrived(SENTENCE, terminal.await_text()[2:])
 
 
+@cell("lost release")
+def test_a_release_that_is_lost_ends_no_later_than_the_next_press(session, launch):
+    program = launch(settings={"hotkey.v2": hotkey_setting(100)})  # F8
+    terminal = Foot(session)
+    with session.keyboard.held("F8"):
+        program.await_recording()
+        program.say(SENTENCE)
+        session.keyboard.tap("a")  # after which sway tells of no release
+    assert stays(program.is_recording, 1.5), "the release was told"
+    session.keyboard.tap("F8")
+    program.await_silence()
+    wait_until(lambda: len(terminal.text()) > 1, "the dictated text")
+    assert_arrived(SENTENCE, terminal.await_text().removeprefix("a"))
+
+
+@cell("HTML and image")
 @pytest.mark.parametrize("editor", [Foot, QtXWaylandEditor])
 def test_html_and_an_image_come_back_byte_for_byte(session, launch, copy, editor):
     program = launch()
@@ -236,6 +255,7 @@ def test_html_and_an_image_come_back_byte_for_byte(session, launch, copy, editor
     assert set(kinds(session)) == set(contents)
 
 
+@cell("HTML and image")
 def test_what_a_program_on_xwayland_copied_comes_back(session, launch):
     program = launch()
     where = QtXWaylandEditor(session)
@@ -313,6 +333,7 @@ def test_a_terminal_that_hangs_beside_a_clipboard_manager_gets_the_text(session,
     await_pasted(session, b"old contents")
 
 
+@cell("overlay")
 def test_the_overlay_is_seen_and_takes_neither_focus_nor_click(session, launch):
     program = launch(settings={"sounds": False})
     below = session.spawn(["stdbuf", "-oL", "wev", "-f", "wl_keyboard", "-f", "wl_pointer"],
@@ -367,6 +388,7 @@ def test_it_stands_on_the_screen_of_the_focused_window(session, launch):
         assert seen("HEADLESS-1") == first
 
 
+@cell("killed")
 def test_killed_in_a_dictation_it_leaves_nothing_behind(session, launch):
     program = launch()
     terminal = Foot(session)
@@ -385,6 +407,7 @@ def test_killed_in_a_dictation_it_leaves_nothing_behind(session, launch):
     wait_until(lambda: len(terminal.text()) > 15, "the dictated text")
 
 
+@cell("killed")
 def test_killed_right_after_the_paste_it_leaves_no_text_on_the_clipboard(session, launch):
     program = launch()
     terminal = Foot(session)
@@ -401,6 +424,7 @@ def test_killed_right_after_the_paste_it_leaves_no_text_on_the_clipboard(session
     wait_until(lambda: terminal.text().endswith("keys work"), "keys in the terminal")
 
 
+@cell("restart")
 def test_a_reload_of_sway_costs_no_dictation(session, launch):
     program = launch()
     terminal = Foot(session)

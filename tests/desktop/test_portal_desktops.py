@@ -1,0 +1,240 @@
+"""In sessions of KWin and GNOME Shell, which give keys and the chord through portals, the program
+serves programs of Wayland and of X11 alike."""
+
+import os
+import signal
+import subprocess
+
+import pytest
+
+import clipboard
+from gnome_desktop import GnomeDesktop
+from kwin_desktop import KWinDesktop
+from matrix import debian
+from overlay import expected_frame, rows
+from portal_editors import GTK4Editor, QtEditor, QtXWaylandEditor, Terminal
+from program import Program, assert_arrived, hotkey_setting
+from waiting import stays, wait_until
+
+SENTENCE = "the committee decided to postpone the meeting until next month"
+F9 = 101
+SCREEN = (0, 0, 1280, 800)
+PNG = b"\x89PNG\r\n\x1a\n" + os.urandom(3_000_000)
+HTML = "<b>Grüße</b>\n".encode()
+PLACES = {f"{kind.kind}, Debian {debian()}": kind for kind in (KWinDesktop, GnomeDesktop)}
+
+
+@pytest.fixture(name="desktop", params=PLACES)
+def _desktop(request, artefacts, monkeypatch):
+    with PLACES[request.param](
+            artefacts=artefacts, accessible=True,
+            variables={"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}) as desktop:
+        if authority := desktop.environment.get("XAUTHORITY"):
+            monkeypatch.setenv("XAUTHORITY", authority)  # for the tests' own X11 clients
+        desktop.allow_typing()
+        yield desktop
+        desktop.screenshot("end")
+
+
+@pytest.fixture(name="launch")
+def _launch(desktop, request):
+    """Starts the program, which listens to F9, and lets it have what it needs."""
+    def launch(**settings):
+        program = Program(desktop, request.config.getoption("--program"),
+                          settings={"hotkey.v2": hotkey_setting(F9)} | settings)
+        desktop.allow(program)
+        return program
+
+    return launch
+
+
+def cell(column):
+    return pytest.mark.matrix("compositors", row="desktop", column=column)
+
+
+def holds(desktop, program):
+    """Whether a press of the key begins a dictation."""
+    desktop.keyboard.tap("F9")
+    return not stays(lambda: not program.is_recording(), 0.5)
+
+
+def pasted(desktop, kind):
+    """The bytes of one type on the clipboard, as a program of Wayland gets them."""
+    done = subprocess.run(["wl-paste", "--no-newline", "--type", kind], env=desktop.environment,
+                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          stderr=subprocess.DEVNULL, timeout=30, check=False)
+    return done.stdout if done.returncode == 0 else None
+
+
+def await_pasted(desktop, expected, kind):
+    wait_until(lambda: pasted(desktop, kind) == expected, f"{kind} on the clipboard", interval=0.5)
+
+
+@cell("editor")
+@pytest.mark.parametrize("editor", [GTK4Editor, QtEditor, QtXWaylandEditor])
+def test_a_held_key_dictates(desktop, launch, editor):
+    program = launch()
+    where = editor(desktop)
+    program.dictate(SENTENCE, key="F9")
+    assert_arrived(SENTENCE, where.await_text())
+
+
+@cell("toggle")
+def test_two_presses_dictate_and_nothing_is_asked_at_the_next_start(desktop, launch):
+    program = launch(recordMode="toggle")
+    program.quit()
+    where = GTK4Editor(desktop)
+    program.start()
+    wait_until(lambda: holds(desktop, program), "the key to be watched again")
+    program.say(SENTENCE)
+    desktop.keyboard.tap("F9")
+    assert_arrived(SENTENCE, where.await_text())
+
+
+@cell("Escape")
+def test_escape_cancels_and_is_otherwise_the_programs_own(desktop, launch):
+    program = launch(recordMode="toggle")
+    terminal = Terminal(desktop)
+    wait_until(lambda: holds(desktop, program), "a dictation")
+    desktop.keyboard.tap("Escape")
+    program.await_silence()
+    assert stays(lambda: b"\x1b" not in terminal.typed(), 1)
+    desktop.keyboard.tap("Escape")
+    terminal.await_escape()
+
+
+@cell("restart")
+def test_portals_that_restart_ask_nothing_and_the_next_dictation_works(desktop, launch):
+    program = launch(recordMode="toggle")
+    where = GTK4Editor(desktop)
+    desktop.restart_portals()
+    wait_until(lambda: holds(desktop, program), "the key to be watched again")
+    program.say(SENTENCE)
+    desktop.keyboard.tap("F9")
+    assert_arrived(SENTENCE, where.await_text())
+
+
+@cell("restart")
+def test_a_back_end_that_crashes_costs_no_key(desktop, launch):
+    program = launch(recordMode="toggle")
+    where = GTK4Editor(desktop)
+    desktop.end_backend()
+    desktop.start_backend()
+    wait_until(lambda: holds(desktop, program), "the key to be watched again")
+    program.say(SENTENCE)
+    desktop.keyboard.tap("F9")
+    assert_arrived(SENTENCE, where.await_text())
+
+
+@cell("lost release")
+def test_a_release_that_is_lost_ends_no_later_than_the_next_press(desktop, launch):
+    program = launch(**{"hotkey.v2": desktop.lossy_hotkey})
+    where = GTK4Editor(desktop)
+    for key in desktop.lossy_keys:
+        desktop.keyboard.press(key)
+    program.await_recording()
+    program.say(SENTENCE)
+    desktop.lose_the_release(program)
+    program.await_silence()
+    assert_arrived(SENTENCE, where.await_text())
+
+
+@cell("HTML and image")
+def test_html_and_an_image_of_a_program_on_xwayland_come_back_byte_for_byte(desktop, launch):
+    program = launch()
+    where = GTK4Editor(desktop)
+    contents = {"UTF8_STRING": "Grüße".encode(), "text/html": HTML, "image/png": PNG}
+    owner = clipboard.ClipboardOwner(desktop, contents)
+    program.dictate(SENTENCE, key="F9")
+    assert_arrived(SENTENCE, where.await_text())
+    assert owner.lost.wait(60)
+    await_pasted(desktop, HTML, "text/html")
+    await_pasted(desktop, PNG, "image/png")
+    await_pasted(desktop, "Grüße".encode(), "text/plain;charset=utf-8")
+
+
+@cell("HTML and image")
+@pytest.mark.parametrize("kind, data", [("text/html", HTML), ("image/png", PNG)],
+                         ids=["html", "png"])
+def test_what_a_program_of_wayland_copied_comes_back_byte_for_byte(desktop, launch, kind, data):
+    program = launch()
+    where = GTK4Editor(desktop)
+    copied = desktop.folder / "copied"
+    copied.write_bytes(data)
+    desktop.output(["sh", "-c", f"exec wl-copy --type {kind} <'{copied}' >/dev/null 2>&1"])
+    await_pasted(desktop, data, kind)
+    program.dictate(SENTENCE, key="F9")
+    assert_arrived(SENTENCE, where.await_text())
+    await_pasted(desktop, data, kind)
+
+
+@cell("overlay")
+def test_the_overlay_is_seen_and_takes_neither_focus_nor_click(desktop, launch):
+    program = launch(sounds=False)
+    below = desktop.spawn(["stdbuf", "-oL", "wev", "-f", "wl_keyboard", "-f", "wl_pointer"],
+                          stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, bufsize=0)
+    seen = []
+    os.set_blocking(below.stdout.fileno(), False)
+
+    def told():
+        seen.append(below.stdout.read() or b"")
+        return b"".join(seen)
+
+    left, top, width, height = expected_frame(SCREEN, "bottomCenter")
+
+    def place(name):
+        """What is seen where the overlay belongs, by row."""
+        picture = rows(desktop.screenshot(name), SCREEN[2])
+        return [row[3 * left:3 * (left + width)] for row in picture[top:top + height]]
+
+    wait_until(lambda: b"wl_keyboard] enter" in told(), "the window below to have the focus")
+    desktop.keyboard.click(left + width // 2, top + height // 2)
+    wait_until(lambda: told().count(b"button: 272") == 2, "a window below the overlay's place")
+    idle = place("idle")
+
+    def covered():
+        return sum(one != other for one, other in zip(idle, place("dictating"))) > height * 0.8
+
+    with desktop.keyboard.held("F9"):
+        program.await_recording()
+        wait_until(covered, "the overlay on the screen")
+        desktop.keyboard.click(left + width // 2, top + height // 2)
+        wait_until(lambda: told().count(b"button: 272") == 4, "the click in the window below")
+        assert program.is_recording()
+    program.await_silence()
+    wait_until(lambda: place("idle-again") == idle, "the overlay to go")
+    assert b"wl_keyboard] leave" not in told()
+
+
+@cell("killed")
+def test_killed_in_a_dictation_it_leaves_nothing_behind(desktop, launch):
+    program = launch(recordMode="toggle")
+    terminal = Terminal(desktop)
+    wait_until(lambda: holds(desktop, program), "a dictation")
+    program.process.send_signal(signal.SIGKILL)
+    program.process.wait()
+    wait_until(lambda: not desktop.sound.source_outputs(), "the microphone to be closed")
+    before = len(terminal.typed())
+    wait_until(lambda: desktop.keyboard.tap("Escape") or b"\x1b" in terminal.typed(),
+               "Escape in the terminal", interval=0.5)
+    desktop.keyboard.tap("F9")
+    wait_until(lambda: len(terminal.typed()) >= before + 4, "F9 in the terminal")
+    desktop.keyboard.type("keys work")
+    wait_until(lambda: terminal.typed().endswith(b"keys work"), "keys in the terminal")
+
+
+@cell("killed")
+def test_killed_right_after_the_paste_it_leaves_no_text_on_the_clipboard(desktop, launch):
+    program = launch()
+    where = GTK4Editor(desktop)
+    watcher = clipboard.SelectionWatcher(desktop)
+    with desktop.keyboard.held("F9"):
+        program.await_recording()
+        program.say(SENTENCE)
+        os.kill(where.process.pid, signal.SIGSTOP)
+    watcher.await_changes(1)
+    program.process.kill()
+    program.process.wait()
+    os.kill(where.process.pid, signal.SIGCONT)
+    wait_until(lambda: not pasted(desktop, "text/plain;charset=utf-8"), "an empty clipboard",
+               interval=0.5)
