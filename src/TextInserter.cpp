@@ -223,7 +223,7 @@ void TextInserter::leaveNow(const std::string& text)
 
 Task<void> TextInserter::paste(std::string text, PasteChord chord)
 {
-    pending[chord.source] = {takeContents(chord.source), loop.now(), {}};
+    pending[chord.source] = {takeContents(chord.source), text, loop.now(), {}};
     pasteboard.setString(chord.source, chord.typesIntoTerminal ? inOneLine(text) : text);
     if (chord.looksFirst) {
         co_await awaitLook(chord.source);
@@ -302,13 +302,19 @@ Timer TextInserter::lookIn(Duration delay, PasteSource source)
     return loop.startTimer(delay, [this, source] { look(source); });
 }
 
-/// Puts the contents back that are pending for `source`, unless its text is still to be read.
+/// Puts the contents back that are pending for `source`, unless its text is still to be read, or
+/// was pasted by a chord that may have been another program's.
 void TextInserter::look(PasteSource source)
 {
     const auto use = pasteboard.use(source);
     Restore& restore = pending.at(source);
     if (use == PasteboardUse::unread && loop.now() - restore.pasted < restoreAtLatest) {
         restore.look = lookIn(lookEvery, source);
+        return;
+    }
+    const bool perhapsLost = use == PasteboardUse::unread && !focus.isAlwaysKnown();
+    if (perhapsLost && source == PasteSource::clipboard) {
+        leaveNow(std::exchange(restore.text, {}));
         return;
     }
     if (use != PasteboardUse::replaced) {

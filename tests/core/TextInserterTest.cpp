@@ -276,6 +276,26 @@ TEST_F(TextInserterTest, theRestoreWaitsThreeSecondsAtMost)
     EXPECT_EQ(board(), "old");
 }
 
+TEST_F(TextInserterTest, whereTheChordMayBeAnotherProgramsATextThatNobodyReadsIsLeft)
+{
+    focus.alwaysKnown = false;
+    pasteboard.copy(FakePasteboard::text("old"));
+    int left = 0;
+    inserter->onLeft = [&] { ++left; };
+    insert("hello");
+    loop.advance(2900ms);
+    EXPECT_EQ(left, 0);
+    loop.advance(200ms);
+    EXPECT_EQ(left, 1);
+    EXPECT_EQ(board(), "hello");
+    EXPECT_FALSE(pasteboard.boards[PasteSource::clipboard].isMarked);
+    programReadsAfter(0ms);
+    insert("world");
+    loop.advance(1s);
+    EXPECT_EQ(board(), "hello") << "what was left is the old contents now";
+    EXPECT_EQ(left, 1) << "what is read is put away as elsewhere";
+}
+
 TEST_F(TextInserterTest, aCopyOfAnotherProgramStays)
 {
     pasteboard.copy(FakePasteboard::text("old"));

@@ -53,7 +53,9 @@ public:
     PasteChord chord{keyCodes::v, eventFlags::maskCommand, PasteSource::clipboard};
     /// The focused window, where this desktop tells.
     std::optional<std::uint64_t> focused;
+    bool alwaysKnown = true;
     PasteChord pasteChord() override { return chord; }
+    bool isAlwaysKnown() const override { return alwaysKnown; }
     std::optional<std::uint64_t> window() override { return focused; }
 };
 

@@ -29,6 +29,7 @@ public:
     }
 
     PasteChord pasteChord() override;
+    bool isAlwaysKnown() const override { return reach == Reach::session; }
     /// The window below the root that holds the focused one: a window manager's frame, if it has
     /// one. Nothing on XWayland.
     std::optional<std::uint64_t> window() override;

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <system_error>
+#include <utility>
 
 #include <xcb/res.h>
 
@@ -65,6 +66,7 @@ void PasteReaders::rememberFocus()
 {
     remembered = focus();
     wasKeyboardTaken = isKeyboardTaken();
+    keptByCompositor = false;
 }
 
 xcb_window_t PasteReaders::focus() const
@@ -175,10 +177,13 @@ bool PasteReaders::isBridge(xcb_window_t reader) const
     return manager && sameProgram(reader, manager->owner);
 }
 
-bool PasteReaders::counts(xcb_window_t window) const
+bool PasteReaders::counts(xcb_window_t window)
 {
     const xcb_window_t focused = focus();
-    return (isFocused(window, focused) || isNobodyKnown(focused)) && !isManager(window);
+    if (!isManager(window)) {
+        return isFocused(window, focused) || isNobodyKnown(focused);
+    }
+    return isBridge(window) && std::exchange(keptByCompositor, true) && isFocused(window, focused);
 }
 
 bool PasteReaders::mayRead(xcb_window_t window) const

@@ -17,8 +17,10 @@ namespace vorlin {
 /// written or when they are read, another client of the same process, a window within that one, or,
 /// where both are Windows programs, the one that reads for all of them. Where no window has the
 /// focus, or a program has taken the keyboard from the one that has, as launchers do, every reader
-/// counts. A known clipboard manager, and the client that owns
-/// CLIPBOARD_MANAGER, never counts, focused or not.
+/// counts. A known clipboard manager, and the client that owns CLIPBOARD_MANAGER, never counts,
+/// focused or not; unless it is the compositor of a Wayland session, which reads for each of its
+/// programs: once for the clipboard that it keeps itself, and what it reads beyond that, while one
+/// of those has the focus, counts.
 class PasteReaders {
 public:
     explicit PasteReaders(const SelectionConnection& connection);
@@ -26,8 +28,9 @@ public:
     /// New contents are about to be written, for whatever has the focus now.
     void rememberFocus();
 
-    /// Whether a request made from `window` counts. A few round trips.
-    bool counts(xcb_window_t window) const;
+    /// Whether a request made from `window` counts. Once for each request, of text that is given. A
+    /// few round trips.
+    bool counts(xcb_window_t window);
 
     /// Whether `window` may have a text that is only there to be pasted: whoever counts, a manager
     /// that has the focus itself, and in a Wayland session the compositor, which asks for others. A
@@ -53,6 +56,8 @@ private:
     const xcb_window_t probe;
     xcb_window_t remembered = XCB_NONE;
     bool wasKeyboardTaken = false;
+    /// The compositor has had the latest contents for itself.
+    bool keptByCompositor = false;
 };
 
 /// Whether a process of this name (as the kernel has it, cut off after 15 bytes) is a clipboard

@@ -261,4 +261,25 @@ TEST_F(Use, theOwnerOfTheManagerSelectionNeverCounts)
     EXPECT_EQ(use(), PasteboardUse::unread);
 }
 
+TEST_F(PasteboardFixture, aCompositorsSecondReadingIsForOneOfItsPrograms)
+{
+    setenv("WAYLAND_DISPLAY", "wayland-0", 1);
+    limit(std::chrono::seconds(1), 64U << 20U); // a pasteboard that knows of it
+    ScriptedReader compositor;
+    for (const char* name : {"CLIPBOARD_MANAGER", "WM_S0"}) {
+        xcb_set_selection_owner(compositor.connection, compositor.window, compositor.atom(name),
+                                XCB_CURRENT_TIME);
+    }
+    compositor.takeFocus(); // as while a program of its own has it
+    for (const char* text : {"dictated", "again"}) {
+        pasteboard->setString(PasteSource::clipboard, text);
+        EXPECT_EQ(compositor.text(), text);
+        EXPECT_EQ(pasteboard->use(PasteSource::clipboard), PasteboardUse::unread)
+            << "it keeps that";
+        EXPECT_EQ(compositor.text(), text);
+        EXPECT_EQ(pasteboard->use(PasteSource::clipboard), PasteboardUse::read);
+    }
+    unsetenv("WAYLAND_DISPLAY");
+}
+
 } // namespace vorlin
