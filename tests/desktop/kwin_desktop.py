@@ -1,4 +1,4 @@
-"""A private session of KWin without a screen, with its portals, a bus and a sound server.
+"""A private session of KWin, in an X server that shows it to nobody, with its portals, a bus and a sound server.
 
     with KWinDesktop() as desktop:
         desktop.spawn(["konsole"])
@@ -42,8 +42,11 @@ class KWinDesktop(PortalSession):
                           f"mv {names}.new {names}\n")
         script.chmod(0o700)
         self.make_socket_folder()
-        self.kwin = self.spawn(["kwin_wayland", "--virtual", "--width", "1280", "--height", "800",
-                                "--no-lockscreen", "--xwayland", script], log="kwin")
+        # Without a graphics card it makes no pictures of itself.
+        self.outer = self.start_x_server()
+        self.kwin = self.spawn(["kwin_wayland", "--x11-display", self.outer, "--width", "1280",
+                                "--height", "800", "--no-lockscreen", "--xwayland", script],
+                               log="kwin")
         wait_until(names.exists, "KWin to start", 60)
         wait_until(lambda: self.has_name("org.kde.kglobalaccel"), "KWin on the bus", 60)
         wayland, self.display, authority = names.read_text().strip().split(";")
@@ -51,6 +54,13 @@ class KWinDesktop(PortalSession):
         if authority:
             self.environment["XAUTHORITY"] = authority
         self.keyboard = WaylandKeyboard(self, HERE / "kwin_person.py", PROTOCOL)
+
+    def screenshot(self, name):
+        folder = self.artefacts or self.folder
+        folder.mkdir(parents=True, exist_ok=True)
+        path = folder / f"{name}.png"
+        self.output(["import", "-display", self.outer, "-window", "root", str(path)])
+        return path
 
     # The release of any key is told as that of the hotkey's, so none is lost but on its way.
     lossy_hotkey = hotkey_setting(101)

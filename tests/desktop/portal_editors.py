@@ -1,6 +1,8 @@
 """Real programs in a session whose compositor tells nobody about windows: what they are dictated
 is read back from the file that they save."""
 
+import re
+
 from waiting import stays_equal, wait_until
 
 
@@ -70,13 +72,15 @@ class QtXWaylandEditor(PortalEditor):
 
 
 class Terminal:
-    """A terminal with a program that writes down every byte it is typed."""
+    """A terminal as large as the screen, with a program that writes down every byte it is typed,
+    and is told of clicks and of the focus."""
 
     def __init__(self, desktop):
         self.path = desktop.folder / "terminal.bytes"
         ready = desktop.folder / "terminal.ready"
-        desktop.spawn(["foot", "sh", "-c",
-                       f"stty raw -echo; : > '{ready}'; exec cat > '{self.path}'"])
+        desktop.spawn(["foot", "--maximized", "sh", "-c",
+                       "printf '\\033[?1000h\\033[?1006h\\033[?1004h'; stty raw -echo; "
+                       f": > '{ready}'; exec cat > '{self.path}'"])
         wait_until(ready.exists, "the terminal to be ready")
 
         def takes_keys():
@@ -88,5 +92,16 @@ class Terminal:
     def typed(self):
         return self.path.read_bytes() if self.path.exists() else b""
 
+    def clicks(self):
+        """How often it was told that a button went down."""
+        return len(re.findall(rb"\x1b\[<0;\d+;\d+M", self.typed()))
+
+    def lost_focus(self):
+        return b"\x1b[O" in self.typed()
+
     def await_escape(self):
-        wait_until(lambda: b"\x1b" in self.typed(), "Escape in the terminal")
+        wait_until(self.escapes, "Escape in the terminal")
+
+    def escapes(self):
+        """How often Escape was typed."""
+        return len(re.findall(rb"\x1b(?![\[O])", self.typed()))

@@ -19,6 +19,8 @@ from waiting import stays, wait_until
 SENTENCE = "the committee decided to postpone the meeting until next month"
 F9 = 101
 SCREEN = (0, 0, 1280, 800)
+PLAIN = "text/plain;charset=utf-8"
+HINT = "x-kde-passwordManagerHint"
 PNG = b"\x89PNG\r\n\x1a\n" + os.urandom(3_000_000)
 HTML = "<b>Grüße</b>\n".encode()
 PLACES = {f"{kind.kind}, Debian {debian()}": kind for kind in (KWinDesktop, GnomeDesktop)}
@@ -66,6 +68,22 @@ def pasted(desktop, kind):
     return done.stdout if done.returncode == 0 else None
 
 
+def kinds(desktop):
+    """What is on the clipboard, by type, without reading any of it."""
+    done = subprocess.run(["wl-paste", "--list-types"], env=desktop.environment,
+                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          stderr=subprocess.DEVNULL, timeout=30, check=False)
+    return set(done.stdout.decode().split())
+
+
+def copy(desktop, kind, data):
+    """Copies something in a program of Wayland."""
+    copied = desktop.folder / "copied"
+    copied.write_bytes(data)
+    desktop.output(["sh", "-c", f"exec wl-copy --type {kind} <'{copied}' >/dev/null 2>&1"])
+    await_pasted(desktop, data, kind)
+
+
 def await_pasted(desktop, expected, kind):
     wait_until(lambda: pasted(desktop, kind) == expected, f"{kind} on the clipboard", interval=0.5)
 
@@ -98,7 +116,7 @@ def test_escape_cancels_and_is_otherwise_the_programs_own(desktop, launch):
     wait_until(lambda: holds(desktop, program), "a dictation")
     desktop.keyboard.tap("Escape")
     program.await_silence()
-    assert stays(lambda: b"\x1b" not in terminal.typed(), 1)
+    assert stays(lambda: not terminal.escapes(), 1)
     desktop.keyboard.tap("Escape")
     terminal.await_escape()
 
@@ -150,7 +168,7 @@ def test_html_and_an_image_of_a_program_on_xwayland_come_back_byte_for_byte(desk
     assert owner.lost.wait(60)
     await_pasted(desktop, HTML, "text/html")
     await_pasted(desktop, PNG, "image/png")
-    await_pasted(desktop, "Grüße".encode(), "text/plain;charset=utf-8")
+    await_pasted(desktop, "Grüße".encode(), PLAIN)
 
 
 @cell("HTML and image")
@@ -159,10 +177,7 @@ def test_html_and_an_image_of_a_program_on_xwayland_come_back_byte_for_byte(desk
 def test_what_a_program_of_wayland_copied_comes_back_byte_for_byte(desktop, launch, kind, data):
     program = launch()
     where = GTK4Editor(desktop)
-    copied = desktop.folder / "copied"
-    copied.write_bytes(data)
-    desktop.output(["sh", "-c", f"exec wl-copy --type {kind} <'{copied}' >/dev/null 2>&1"])
-    await_pasted(desktop, data, kind)
+    copy(desktop, kind, data)
     program.dictate(SENTENCE, key="F9")
     assert_arrived(SENTENCE, where.await_text())
     await_pasted(desktop, data, kind)
@@ -171,15 +186,7 @@ def test_what_a_program_of_wayland_copied_comes_back_byte_for_byte(desktop, laun
 @cell("overlay")
 def test_the_overlay_is_seen_and_takes_neither_focus_nor_click(desktop, launch):
     program = launch(sounds=False)
-    below = desktop.spawn(["stdbuf", "-oL", "wev", "-f", "wl_keyboard", "-f", "wl_pointer"],
-                          stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, bufsize=0)
-    seen = []
-    os.set_blocking(below.stdout.fileno(), False)
-
-    def told():
-        seen.append(below.stdout.read() or b"")
-        return b"".join(seen)
-
+    below = Terminal(desktop)
     left, top, width, height = expected_frame(SCREEN, "bottomCenter")
 
     def place(name):
@@ -187,9 +194,8 @@ def test_the_overlay_is_seen_and_takes_neither_focus_nor_click(desktop, launch):
         picture = rows(desktop.screenshot(name), SCREEN[2])
         return [row[3 * left:3 * (left + width)] for row in picture[top:top + height]]
 
-    wait_until(lambda: b"wl_keyboard] enter" in told(), "the window below to have the focus")
     desktop.keyboard.click(left + width // 2, top + height // 2)
-    wait_until(lambda: told().count(b"button: 272") == 2, "a window below the overlay's place")
+    wait_until(below.clicks, "a window where the overlay belongs")
     idle = place("idle")
 
     def covered():
@@ -199,11 +205,25 @@ def test_the_overlay_is_seen_and_takes_neither_focus_nor_click(desktop, launch):
         program.await_recording()
         wait_until(covered, "the overlay on the screen")
         desktop.keyboard.click(left + width // 2, top + height // 2)
-        wait_until(lambda: told().count(b"button: 272") == 4, "the click in the window below")
+        wait_until(lambda: below.clicks() == 2, "the click in the window below")
         assert program.is_recording()
     program.await_silence()
     wait_until(lambda: place("idle-again") == idle, "the overlay to go")
-    assert b"wl_keyboard] leave" not in told()
+    assert not below.lost_focus()
+
+
+@cell("terminal")
+def test_a_text_that_a_terminal_does_not_take_is_left_on_the_clipboard(desktop, launch):
+    program = launch()
+    terminal = Terminal(desktop)
+    copy(desktop, "image/png", PNG)
+    wait_until(lambda: desktop.keyboard.tap("a") or terminal.typed().endswith(b"a"),
+               "the terminal to have the keyboard", interval=0.5)
+    program.dictate(SENTENCE, key="F9")
+    wait_until(lambda: b"\x16" in terminal.typed(), "Ctrl+V in the terminal")
+    wait_until(lambda: {PLAIN, HINT} & kinds(desktop) == {PLAIN}, "the text to be left",
+               interval=0.5)
+    assert_arrived(SENTENCE, pasted(desktop, PLAIN).decode())
 
 
 @cell("killed")
@@ -215,7 +235,7 @@ def test_killed_in_a_dictation_it_leaves_nothing_behind(desktop, launch):
     program.process.wait()
     wait_until(lambda: not desktop.sound.source_outputs(), "the microphone to be closed")
     before = len(terminal.typed())
-    wait_until(lambda: desktop.keyboard.tap("Escape") or b"\x1b" in terminal.typed(),
+    wait_until(lambda: desktop.keyboard.tap("Escape") or terminal.escapes(),
                "Escape in the terminal", interval=0.5)
     desktop.keyboard.tap("F9")
     wait_until(lambda: len(terminal.typed()) >= before + 4, "F9 in the terminal")
@@ -236,5 +256,5 @@ def test_killed_right_after_the_paste_it_leaves_no_text_on_the_clipboard(desktop
     program.process.kill()
     program.process.wait()
     os.kill(where.process.pid, signal.SIGCONT)
-    wait_until(lambda: not pasted(desktop, "text/plain;charset=utf-8"), "an empty clipboard",
+    wait_until(lambda: not pasted(desktop, PLAIN), "an empty clipboard",
                interval=0.5)

@@ -223,13 +223,17 @@ class VirtualDesktop:
         os.close(write_end)
         return read_end
 
-    def _start_display(self):
+    def start_x_server(self):
+        """Starts an X server without a screen; returns its display's name."""
         read_end, write_end = os.pipe()
         self.spawn(["Xvfb", "-displayfd", str(write_end), "-screen", "0", "1280x800x24",
                     "-nolisten", "tcp", "-ac", "-noreset", "+extension", "RANDR",
                     "+extension", "GLX", "+extension", "Composite"], pass_fds=[write_end])
         os.close(write_end)
-        self.display = ":" + _line(read_end, "the display's number")
+        return ":" + _line(read_end, "the display's number")
+
+    def _start_display(self):
+        self.display = self.start_x_server()
         self.environment["DISPLAY"] = self.display
         self.x = xdisplay.Display(self.display)
         self.keyboard = Keyboard(self.x)
