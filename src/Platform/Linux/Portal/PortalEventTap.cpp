@@ -90,7 +90,7 @@ KeyConflict PortalEventTap::present() const
         return KeyConflict::unwatched;
     }
     if (!interest.hotkey) {
-        return needsQuestion() ? KeyConflict::hotkeyUnasked : KeyConflict::none;
+        return needsQuestion() ? KeyConflict::hotkeyUnasked : questionOfEscape();
     }
     if (watchable(*interest.hotkey) == KeyWatch::nothing) {
         return KeyConflict::hotkeyMissing;
@@ -100,7 +100,7 @@ KeyConflict PortalEventTap::present() const
     case refused: return KeyConflict::hotkeyUnasked;
     case taken: return KeyConflict::hotkeyTaken;
     case bound: return presentOfEscape();
-    default: return KeyConflict::none;
+    default: return questionOfEscape();
     }
 }
 
@@ -111,8 +111,12 @@ KeyConflict PortalEventTap::presentOfEscape() const
     case PortalKeyState::missing: return KeyConflict::escapeUnwatched;
     case PortalKeyState::taken: return KeyConflict::escapeTaken;
     case PortalKeyState::bound: return KeyConflict::none;
-    default: break;
+    default: return questionOfEscape();
     }
+}
+
+KeyConflict PortalEventTap::questionOfEscape() const
+{
     return escape.needsQuestion(escapeShortcut()) ? KeyConflict::escapeUnasked : KeyConflict::none;
 }
 

@@ -50,6 +50,7 @@ private:
     void updateConflict() { setConflict(present()); }
     KeyConflict present() const;
     KeyConflict presentOfEscape() const;
+    KeyConflict questionOfEscape() const;
     bool repeats(std::uint64_t timestamp);
     void tell(KeyEventType type, const KeyEvent& event);
 

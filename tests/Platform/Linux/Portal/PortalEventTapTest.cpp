@@ -197,6 +197,19 @@ TEST_F(PortalEventTapTest, escapeThatWasNotGivenIsAConflict)
     EXPECT_EQ(portal.count("BindShortcuts cancel"), 1);
 }
 
+TEST_F(PortalEventTapTest, escapeIsAConflictUntilItIsGivenAlsoWhileNoKeyIsWatched)
+{
+    grant("dictate-F9");
+    memory.setConsent("chord", "keyboard", PortalConsent::granted);
+    start(f9);
+    ASSERT_TRUE(isWatched());
+    access.eventTap().stop();
+    ASSERT_TRUE(hasConflict(KeyConflict::escapeUnasked));
+    access.ask(f9);
+    EXPECT_TRUE(hasConflict(KeyConflict::none));
+    EXPECT_FALSE(access.canAsk());
+}
+
 TEST_F(PortalEventTapTest, aKeyThatMustBeAskedForIsAConflictUntilItIs)
 {
     start(f9);
