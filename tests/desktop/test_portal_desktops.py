@@ -203,7 +203,7 @@ def test_the_overlay_is_seen_and_takes_neither_focus_nor_click(desktop, launch):
     idle = place("idle")
 
     def covered():
-        return sum(one != other for one, other in zip(idle, place("dictating"))) > height * 0.8
+        return sum(one != other for one, other in zip(idle, place("dictating"))) > height / 2
 
     with desktop.keyboard.held("F9"):
         program.await_recording()
