@@ -1,4 +1,5 @@
-"""A private session of KWin, in an X server that shows it to nobody, with its portals, a bus and a sound server.
+"""A private session of KWin, in an X server that shows it to nobody, with its portals, a bus and a
+sound server.
 
     with KWinDesktop() as desktop:
         desktop.spawn(["konsole"])
