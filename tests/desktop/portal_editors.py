@@ -20,8 +20,7 @@ class PortalEditor:
         self.process = desktop.spawn(self.command(self.path), log=self.name,
                                      env=desktop.environment | self.variables)
         wait_until(self._takes_keys, f"{self.name} to have the keyboard", 90, interval=0.5)
-        while self.text():
-            desktop.keyboard.tap("BackSpace")
+        wait_until(self._is_emptied, f"{self.name} to be empty", interval=0.5)
 
     def command(self, path):
         raise NotImplementedError
@@ -36,6 +35,11 @@ class PortalEditor:
         """Waits until there is a text; returns it."""
         wait_until(self.text, f"text in {self.name}", timeout, interval=0.5)
         return self.text()
+
+    def _is_emptied(self):
+        self.desktop.keyboard.chord("Control_L", "a")
+        self.desktop.keyboard.tap("BackSpace")
+        return not self.text()
 
     def _takes_keys(self):
         if self.process.poll() is not None:
