@@ -16,7 +16,8 @@ from wayland_keyboard import BUTTON_LEFT, KEYS, WaylandKeyboard
 
 SHELL = "org.gnome.Shell"
 MUTTER = "org.gnome.Mutter.RemoteDesktop"
-KEYS, TYPING = "Add Keyboard Shortcuts", "Remote Desktop"
+# What its dialogs are called that ask the person.
+ASKS_FOR_KEYS, ASKS_TO_TYPE = "Add Keyboard Shortcuts", "Remote Desktop"
 
 
 class GnomeDesktop(PortalSession):
@@ -87,10 +88,10 @@ class GnomeDesktop(PortalSession):
         """Here the person is asked for that, and agrees."""
 
     def agree(self):
-        self.answer(KEYS, [*["Tab"] * 4, "space"])
-        self.answer(TYPING, ["Tab", "space"])  # the switch
-        self.answer(TYPING, ["Tab", "Tab", "space"])  # the button
-        self.answer(KEYS, [*["Tab"] * 4, "space"])  # Escape
+        self.answer(ASKS_FOR_KEYS, [*["Tab"] * 4, "space"])
+        self.answer(ASKS_TO_TYPE, ["Tab", "space"])  # the switch
+        self.answer(ASKS_TO_TYPE, ["Tab", "Tab", "space"])  # the button
+        self.answer(ASKS_FOR_KEYS, [*["Tab"] * 4, "space"])  # Escape
 
     def answer(self, title, keys):
         """Waits for a dialog, and answers it as a person at the keyboard."""

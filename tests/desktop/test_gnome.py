@@ -2,7 +2,7 @@
 
 import pytest
 
-from gnome_desktop import KEYS, TYPING, GnomeDesktop
+from gnome_desktop import ASKS_FOR_KEYS, ASKS_TO_TYPE, GnomeDesktop
 from program import Program, hotkey_setting
 from waiting import stays
 
@@ -21,9 +21,10 @@ def test_a_refusal_is_not_asked_again(desktop, request):
     program = Program(desktop, request.config.getoption("--program"),
                       settings={"hotkey.v2": hotkey_setting(F9)})
     controls = desktop.wish(program)
-    for dialog in (KEYS, TYPING, KEYS):
+    for dialog in (ASKS_FOR_KEYS, ASKS_TO_TYPE, ASKS_FOR_KEYS):
         desktop.answer(dialog, ["Escape"])
     controls.find("Accessibility: Not granted")
     program.quit()
     program.start()
-    assert stays(lambda: not any(each in desktop.windows()[0] for each in (KEYS, TYPING)), 4)
+    assert stays(lambda: not any(each in desktop.windows()[0]
+                                 for each in (ASKS_FOR_KEYS, ASKS_TO_TYPE)), 4)
