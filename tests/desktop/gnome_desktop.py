@@ -88,20 +88,28 @@ class GnomeDesktop(PortalSession):
         """Here the person is asked for that, and agrees."""
 
     def agree(self):
-        self.answer(ASKS_FOR_KEYS, [*["Tab"] * 4, "space"])
-        self.answer(ASKS_TO_TYPE, ["Tab", "space"])  # the switch
-        self.answer(ASKS_TO_TYPE, ["Tab", "Tab", "space"])  # the button
-        self.answer(ASKS_FOR_KEYS, [*["Tab"] * 4, "space"])  # Escape
+        self.answer(ASKS_FOR_KEYS, "a")  # Add
+        self.answer(ASKS_TO_TYPE, "i", "s")  # Allow Remote Interaction, Share
+        self.answer(ASKS_FOR_KEYS, "a")  # Escape
 
-    def answer(self, title, keys):
-        """Waits for a dialog, and answers it as a person at the keyboard."""
+    def refuse(self):
+        for dialog in (ASKS_FOR_KEYS, ASKS_TO_TYPE, ASKS_FOR_KEYS):
+            self.answer(dialog, "c")  # Cancel
+
+    def answer(self, title, *letters):
+        """Waits for a dialog, and answers it as a person at the keyboard, by the letters that its
+        controls underline; by the last one until it has gone."""
         wait_until(lambda: title in self.windows()[0], f"the dialog {title!r}")
         # One that has just opened takes no key for a moment, and nothing tells when it does.
         wait_until(lambda: stays(lambda: self.windows()[1] == title, 2),
                    f"the dialog {title!r} to have the keyboard")
-        for key in keys:
-            self.keyboard.tap(key)
-            stays(lambda: True, 0.3)  # as fast as a person
+        for letter in letters[:-1]:
+            self.keyboard.chord("Alt_L", letter)
+        wait_until(lambda: self._goes(title, letters[-1]), f"the dialog {title!r} to go")
+
+    def _goes(self, title, letter):
+        self.keyboard.chord("Alt_L", letter)
+        return not stays(lambda: self.windows()[1] == title, 1)
 
 
 class GnomeKeyboard(WaylandKeyboard):
