@@ -45,7 +45,9 @@ class PortalSession(VirtualDesktop):
         """The person presses the button; returns the settings' controls."""
         SettingsWindow(self, program).ask()
         controls = Controls(self)
-        controls.press("Permissions")
+        # As it opens it may show the tab that it opens with once more.
+        wait_until(lambda: controls.press("Permissions") or controls.has("Allow…"),
+                   "the button", interval=0.5)
         controls.press("Allow…")
         return controls
 

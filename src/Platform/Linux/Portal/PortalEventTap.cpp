@@ -89,6 +89,9 @@ KeyConflict PortalEventTap::present() const
     if (key == missing) {
         return KeyConflict::unwatched;
     }
+    if (!lastHotkey) {
+        return KeyConflict::none; // which key is to be asked for first
+    }
     if (!interest.hotkey) {
         return needsQuestion() ? KeyConflict::hotkeyUnasked : questionOfEscape();
     }

@@ -205,6 +205,7 @@ TEST_F(PortalEventTapTest, escapeIsAConflictUntilItIsGivenAlsoWhileNoKeyIsWatche
     ASSERT_TRUE(isWatched());
     access.eventTap().stop();
     ASSERT_TRUE(hasConflict(KeyConflict::escapeUnasked));
+    EXPECT_TRUE(access.canAsk());
     access.ask(f9);
     EXPECT_TRUE(hasConflict(KeyConflict::none));
     EXPECT_FALSE(access.canAsk());
