@@ -31,8 +31,9 @@ class GnomeDesktop(PortalSession):
     def start_compositor_and_person(self):
         socket = "wayland-gnome"
         self.make_socket_folder()
-        self.output(["dconf", "write", "/org/gnome/shell/welcome-dialog-last-shown-version",
-                     "'99'"])
+        for name, value in (("shell/welcome-dialog-last-shown-version", "'99'"),
+                            ("desktop/interface/enable-hot-corners", "false")):
+            self.output(["dconf", "write", f"/org/gnome/{name}", value])
         # What the shell starts by itself would find no display yet, and serve nobody.
         self.shell = self.spawn(["gnome-shell", "--headless", "--wayland", "--unsafe-mode",
                                  "--virtual-monitor", "1280x800", "--wayland-display", socket],
