@@ -220,7 +220,7 @@ def test_the_overlay_is_seen_and_takes_neither_focus_nor_click(desktop, launch):
     assert not below.lost_focus()
 
 
-@cell("terminal")
+@cell("not taken")
 def test_a_text_that_a_terminal_does_not_take_is_left_on_the_clipboard(desktop, launch):
     program = launch()
     terminal = Terminal(desktop)
