@@ -83,6 +83,9 @@ public:
     /// pasted text stands in the place of.
     void leaveInHaste() { inserter.restoreNow(); }
 
+    /// The person's choice where this desktop reports releases, else toggle.
+    RecordMode recordMode() const;
+
     /// Shows the overlay with made-up levels until 2.5 s after the latest call. Ignored during a
     /// dictation.
     void previewHUD();
@@ -94,7 +97,6 @@ private:
     void watchKey();
     void lookAtKey();
     void showEscape();
-    RecordMode recordMode() const;
     bool mayLoseRelease() const;
     void stopMonitor();
     void pressedBound(BoundKey::Press press, RecordMode mode);

@@ -43,8 +43,8 @@ std::string unavailable(const std::string& language,
         return unavailableLanguage;
     }
     if (const auto* engine = Engine::knowing(language)) {
-        return "No speech recognition for " + displayName(language) + ". " + engine->name + " (" +
-               engine->sizeLabel + ") knows it.";
+        return displayName(language) + ": " + engine->name + " (" + engine->sizeLabel +
+               ") knows it.";
     }
     const auto other = instead(*offered);
     return "No engine knows this language." + (other ? " " + *other + " is available." : "");

@@ -30,14 +30,16 @@ MenuItem separator()
 
 MenuContent::MenuContent(AppModel& model, const Ports& ports, SettingsScene& scene,
                          std::function<void()> quit)
-    : model(model), statusItem(ports.statusItem), session(ports.session), wording(ports.wording),
-      scene(scene), quit(std::move(quit))
+    : model(model), statusItem(ports.statusItem), session(ports.session), tap(ports.eventTap),
+      wording(ports.wording), scene(scene), quit(std::move(quit))
 {
     const auto follow = [this](const auto& source) {
         changes.push_back(source.observe([this](const auto&) { show(); }));
     };
     follow(model.dictation.phase);
     follow(model.hotkey);
+    follow(model.keyWatch);
+    follow(tap.trigger());
     follow(model.accessibilityGranted);
     follow(model.microphoneGranted);
     follow(session.isAway());
@@ -65,8 +67,8 @@ void MenuContent::show()
 
 std::vector<MenuItem> MenuContent::items() const
 {
-    const std::string key = wording.label(model.hotkey.get());
-    const bool hold = model.preferences.recordMode() == RecordMode::hold;
+    const std::string key = wording.label(model.hotkey.get(), tap.trigger().get());
+    const bool hold = model.recordMode() == RecordMode::hold;
     std::vector<MenuItem> items = {
         text(hold ? "Hold " + key + " to dictate" : "Press " + key + " to start, again to stop"),
         text(hold ? "Esc, or press again, to cancel" : "Esc to cancel")};

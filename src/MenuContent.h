@@ -36,6 +36,7 @@ private:
     AppModel& model;
     StatusItem& statusItem;
     const Session& session;
+    const EventTap& tap;
     const Wording& wording;
     SettingsScene& scene;
     std::function<void()> quit;

@@ -18,6 +18,14 @@ constexpr std::array<std::string_view, 9> positionNames = {
     "middleRight", "bottomLeft", "bottomCenter", "bottomRight",
 };
 
+/// The first whose identifier begins with a language code.
+auto listedLanguage(const std::string& code)
+{
+    return std::ranges::find_if(dictationLanguages, [&](const DictationLanguage& language) {
+        return language.identifier.starts_with(code);
+    });
+}
+
 } // namespace
 
 std::string_view rawValue(RecordMode mode)
@@ -227,13 +235,16 @@ std::string displayName(std::string_view language)
 
 std::string Preferences::defaultLanguage() const
 {
+    const auto found = listedLanguage(locale.languageCode());
+    return std::string(found == dictationLanguages.end() ? "en-US" : found->identifier);
+}
+
+std::string Preferences::unlistedLanguage() const
+{
     const std::string code = locale.languageCode();
-    for (const auto& language : dictationLanguages) {
-        if (language.identifier.starts_with(code)) {
-            return std::string(language.identifier);
-        }
-    }
-    return "en-US";
+    const bool isTheirs =
+        defaults.value("language").has_value() || listedLanguage(code) != dictationLanguages.end();
+    return isTheirs ? std::string() : code;
 }
 
 Subscription Preferences::observe(std::function<void()> observer) const

@@ -118,6 +118,9 @@ public:
     /// The first language of `dictationLanguages` whose identifier begins with the person's
     /// language code, else "en-US". An empty code matches the first one.
     std::string defaultLanguage() const;
+    /// The person's language code where no language was ever stored and `dictationLanguages` has
+    /// none for it, so that the default is another language than theirs; else empty.
+    std::string unlistedLanguage() const;
 
     /// Calls `observer` after any setting changed, here or from outside, for as long as the
     /// result is kept.

@@ -81,6 +81,15 @@ std::string Wording::label(const Hotkey& hotkey) const
                          : Hotkey{hotkey.keyCode, 0, hotkey.modifierOnly}.label());
 }
 
+std::string Wording::label(const Hotkey& hotkey, const std::string& told) const
+{
+    const auto own = label(hotkey);
+    const auto at = told.find(own);
+    const char after = at == std::string::npos ? '0' : told.c_str()[at + own.size()];
+    const bool isOwn = after < '0' || after > '9'; // F1 is no F12
+    return told.empty() || isOwn ? own : told;
+}
+
 const Wording& plainWording()
 {
     static const Wording wording{

@@ -38,6 +38,9 @@ struct Wording {
 
     /// A hotkey as it is shown.
     std::string label(const Hotkey& hotkey) const;
+    /// The same, or what the desktop says that triggers it where that names another key: the
+    /// person may have chosen it there.
+    std::string label(const Hotkey& hotkey, const std::string& told) const;
 };
 
 /// The texts as they stand.

@@ -68,6 +68,9 @@ std::size_t byteCount(const TensorType& type)
 
 std::span<const std::byte> bytesOf(const TensorView& tensor, std::int64_t first, std::int64_t count)
 {
+    if (count == 0) {
+        return {};
+    }
     const std::size_t bits = bitsOf(tensor.type.element);
     const std::size_t begin = static_cast<std::size_t>(first) * bits / 8;
     const std::size_t end = (static_cast<std::size_t>(first + count) * bits + 7) / 8;

@@ -59,7 +59,7 @@ FormSection GeneralTab::shortcut()
 {
     const bool recording = recorder.recording.get();
     HotkeyControl key{
-        .text = recording ? "Press a key…" : keyLabel(),
+        .text = recording ? "Press a key…" : wording.label(model.hotkey.get(), tap.trigger().get()),
         .recording = recording,
         .click = lifetime.guard([this] { recorder.click(); }),
         .leave = lifetime.guard([this] { recorder.stop(); }),
@@ -90,17 +90,6 @@ FormSection GeneralTab::shortcut()
             "Hold the key while you speak and release to insert the text, or switch to press once "
             "to start and again to stop. Choose a single modifier key, or click the key box and "
             "press any combination such as ⌥ Space or F5."};
-}
-
-/// The desktop's words count where they name another key: the person may have chosen it there.
-std::string GeneralTab::keyLabel() const
-{
-    const auto own = wording.label(model.hotkey.get());
-    const auto& told = tap.trigger().get();
-    const auto at = told.find(own);
-    const char after = at == std::string::npos ? '0' : told.c_str()[at + own.size()];
-    const bool isOwn = after < '0' || after > '9'; // F1 is no F12
-    return told.empty() || isOwn ? own : told;
 }
 
 std::string GeneralTab::modeOfDesktop() const
@@ -192,9 +181,19 @@ PickerControl GeneralTab::languages()
 
 std::string GeneralTab::languageHint() const
 {
+    if (model.models.selected.get() != appleEngineId) {
+        return {};
+    }
+    if (const std::string own = model.preferences.unlistedLanguage(); !own.empty()) {
+        const auto* engine = Engine::knowing(own);
+        return engine == nullptr
+                   ? "No engine knows the language of your desktop."
+                   : "The language of your desktop is not in this list. " + engine->name + " (" +
+                         engine->sizeLabel + ") knows it: see Models.";
+    }
     const std::string language = model.preferences.language();
     const auto known = hasModel.find(language);
-    if (model.models.selected.get() != appleEngineId || known == hasModel.end() || known->second) {
+    if (known == hasModel.end() || known->second) {
         return {};
     }
     const auto* engine = Engine::knowing(language);

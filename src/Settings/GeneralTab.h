@@ -39,7 +39,6 @@ private:
     std::string problem() const;
     /// Why a key does not do what it should; empty where all do.
     std::string conflict() const;
-    std::string keyLabel() const;
     void setLaunchAtLogin(bool on);
     Task<void> askForModel(std::string language);
 

@@ -309,32 +309,37 @@ TEST(RowTest, aRowFarFromZeroIsNormalisedAroundItsExactMean)
 TEST(ProductTest, panelsStayWithinTheBoundOfSinglePrecisionSums)
 {
     const auto width = static_cast<std::size_t>(panelWidth());
-    for (int round = 0; round < 60; ++round) {
-        const auto rows = 1 + randomCount(static_cast<std::size_t>(panelRows()) - 1);
+    const auto sizes = width * static_cast<std::size_t>(panelRows());
+    for (std::size_t round = 0; round < sizes; ++round) {
+        const std::size_t rows = 1 + round / width;
+        const std::size_t columns = 1 + round % width;
+        const std::size_t cStride = width + round % 5;
         const std::size_t inner = randomCount(round % 3 == 0 ? 4 : 300);
         const std::size_t stride = inner + randomCount(9);
         const std::vector<float> a = randomFloats(rows * stride + 1, 1);
         const std::vector<float> panel = randomFloats(inner * width + 1, 1);
-        std::vector<float> c = randomFloats(rows * width, 1);
+        std::vector<float> c = randomFloats(rows * cStride, 1);
         const std::vector<float> before = c;
         const bool accumulate = round % 2 == 0;
-        const auto columns = 1 + randomCount(width - 1);
         // What is asked for ahead changes nothing, however much it is.
         const std::vector<const std::byte*> ahead(randomCount(200),
                                                   reinterpret_cast<const std::byte*>(panel.data()));
         multiplyPanel(a.data(), static_cast<std::int64_t>(stride), panel.data(),
                       static_cast<std::int64_t>(inner), static_cast<std::int64_t>(rows),
                       static_cast<std::int64_t>(columns), c.data(),
-                      static_cast<std::int64_t>(width), accumulate, ahead);
-        for (std::size_t i = 0; i < rows * width; ++i) {
-            if (i % width >= columns) {
+                      static_cast<std::int64_t>(cStride), accumulate, ahead);
+        for (std::size_t i = 0; i < rows * cStride; ++i) {
+            if (i % cStride >= width) {
+                ASSERT_EQ(c[i], before[i]) << "beyond the panel's width";
+            }
+            if (i % cStride >= columns) {
                 continue;
             }
             double sum = accumulate ? static_cast<double>(before[i]) : 0;
             double magnitudes = std::abs(sum);
             for (std::size_t k = 0; k < inner; ++k) {
-                const double term = static_cast<double>(a[i / width * stride + k]) *
-                                    static_cast<double>(panel[k * width + i % width]);
+                const double term = static_cast<double>(a[i / cStride * stride + k]) *
+                                    static_cast<double>(panel[k * width + i % cStride]);
                 sum += term;
                 magnitudes += std::abs(term);
             }
@@ -378,6 +383,7 @@ TEST(TensorTest, elementsLieInTheBytesThatHoldAnyOfTheirBits)
     EXPECT_EQ(bytesOf(halves, 3, 2).data(), memory.data() + 6);
     EXPECT_EQ(bytesOf(halves, 3, 2).size(), 4u);
     EXPECT_TRUE(bytesOf(halves, 32, 0).empty());
+    EXPECT_TRUE(bytesOf(sixBits, 5, 0).empty());
 }
 
 class DotTest : public testing::TestWithParam<SumVectors> {};

@@ -339,6 +339,37 @@ TEST_F(GeneralTabTest, aLanguageThatNoEngineKnowsSaysSo)
     EXPECT_EQ(row("language").caption, "No engine knows this language.");
 }
 
+TEST_F(GeneralTabTest, aDesktopsLanguageThatTheListLacksIsTaughtToNobodyAsEnglish)
+{
+    desktop.analyzers.locales = {{"en-US", "en-US"}};
+    desktop.locale.code = "pl";
+    open();
+    EXPECT_EQ(row("language").caption, "The language of your desktop is not in this list. NVIDIA "
+                                       "Parakeet Redux (≈ 220 MB) knows it: see Models.");
+    // Who chooses English wants it.
+    control<PickerControl>("language").choose(1);
+    EXPECT_EQ(row("language").caption, "");
+}
+
+TEST_F(GeneralTabTest, aDesktopsLanguageThatNoEngineKnowsIsNamedSo)
+{
+    desktop.analyzers.locales = {{"en-US", "en-US"}};
+    desktop.locale.code = "ja";
+    desktop.folders.putModel(desktop.folders.root / "parakeetRedux");
+    open();
+    EXPECT_EQ(row("language").caption, "No engine knows the language of your desktop.");
+    model->models.select("parakeetRedux");
+    EXPECT_EQ(row("language").caption, "");
+}
+
+TEST_F(GeneralTabTest, aDesktopWithoutALanguageIsToldNothing)
+{
+    desktop.analyzers.locales = {{"fr-FR", "fr-FR"}};
+    desktop.locale.code = "";
+    open();
+    EXPECT_EQ(row("language").caption, "");
+}
+
 TEST_F(GeneralTabTest, aLanguageIsChosenByItsIdentifier)
 {
     open();

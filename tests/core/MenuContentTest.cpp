@@ -60,6 +60,17 @@ TEST_F(MenuContentTest, saysHowToDictateByTwoPresses)
     EXPECT_EQ(menu().at(1), "Esc to cancel");
 }
 
+TEST_F(MenuContentTest, saysWhatDictatesOnThisDesktopWhateverWasChosen)
+{
+    desktop.tap.watches = {{Hotkey{}.keyCode, KeyWatch::presses}};
+    start();
+    EXPECT_EQ(app->model().preferences.recordMode(), RecordMode::hold);
+    EXPECT_EQ(menu().at(0), "Press Right ⌥ Option to start, again to stop");
+    EXPECT_EQ(menu().at(1), "Esc to cancel");
+    desktop.tap.setTrigger("Meta+D");
+    EXPECT_EQ(menu().at(0), "Press Meta+D to start, again to stop");
+}
+
 TEST_F(MenuContentTest, saysThatItIsPausedForAsLongAsTheScreenCountsAsLocked)
 {
     constexpr auto paused = "Paused: the system says that the screen is locked";

@@ -73,8 +73,10 @@ Item {
         lineHeight: line.mostLines > 1 ? Math.min(Math.ceil(metrics.height),
                                                   line.hud.maxTextHeight / line.mostLines) : 1
         // At the end that the newest words are at, if there is more room than a cut line needs.
-        // Whether it is cut must not come from the layout, which begins anew with the alignment.
-        readonly property bool cut: line.oneLine && uncut.advanceWidth > line.hud.maxTextWidth
+        // Whether it is cut must not come from the layout, which begins anew with the alignment;
+        // a letter too early is not seen, since a line that is not cut is as wide as its text.
+        readonly property bool cut: line.oneLine && uncut.advanceWidth >
+                                    line.hud.maxTextWidth - metrics.averageCharacterWidth
         horizontalAlignment: line.rightToLeft === cut ? Text.AlignLeft : Text.AlignRight
 
         // The old text stays while the waveform takes its place.

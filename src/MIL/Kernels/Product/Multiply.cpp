@@ -12,8 +12,9 @@ namespace vorlin::mil {
 
 namespace {
 
-// A tile of A (128 KiB) and a panel's block of B (96 KiB with the widest vectors) stay in the
-// second-level cache together.
+// A tile of A (128 KiB), a panel's block of B (96 KiB with the widest vectors), the tile of C (at
+// most 120 KiB) and what is asked for ahead (64 KiB of halves) stay in the second-level cache
+// together; of a small one, 256 KiB, at least the first two do.
 constexpr std::int64_t tileRows = 64;
 constexpr std::int64_t tileInner = 512;
 constexpr std::int64_t mostPanels = 10; // of a column block
@@ -69,7 +70,7 @@ public:
     {
         std::size_t count = 0;
         const std::int64_t last = piece.rows * ++share / shares;
-        for (; row < last; ++row) {
+        for (; row < last && count < lines.size(); ++row) {
             const std::span<const std::byte> bytes =
                 left.lying(piece.row + row, piece.first, piece.count);
             const std::size_t end = std::min(bytes.size(), (lines.size() - count) * line);
@@ -120,6 +121,7 @@ public:
         const std::int64_t first = panel * width;
         const std::int64_t columns = std::min(width, packed.columns - first);
         if (columns < width) {
+            // What comes of it is dropped, but must not be slow, as with subnormal numbers.
             for (std::int64_t k = 0; k < size.inner; ++k) {
                 std::fill_n(out + k * width + columns, width - columns, 0.0f);
             }

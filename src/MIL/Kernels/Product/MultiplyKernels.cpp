@@ -157,7 +157,7 @@ void transposeSome(const float* in, std::int64_t inStride, float* out, std::int6
     const auto low23 = hn::BitCast(pairs, hn::InterleaveLower(four, row2, row3));
     const auto high01 = hn::BitCast(pairs, hn::InterleaveUpper(four, row0, row1));
     const auto high23 = hn::BitCast(pairs, hn::InterleaveUpper(four, row2, row3));
-    const auto store = [&](auto column, std::int64_t j) {
+    const auto store = [&](auto column, std::int64_t j) HWY_ATTR {
         hn::StoreU(hn::BitCast(four, column), four, out + j * outStride);
     };
     store(hn::InterleaveLower(pairs, low01, low23), 0);
