@@ -68,6 +68,8 @@ def first_minute(pictures):
 def main():
     package, pictures = (pathlib.Path(argument).resolve() for argument in sys.argv[1:])
     subprocess.run([ROOT / "scripts" / "install-packages", "desktop"], check=True)
+    # Else what Debian has mended since the bare system was made would come with the package.
+    apt("upgrade")
     pathlib.Path("/etc/hosts").touch()  # or Debian makes one, which stays
     before = files_of_the_system()
     apt("install", str(package))
