@@ -20,7 +20,7 @@ import clipboard
 from applications import APPLICATIONS, is_installed
 from program import Program, wrong_words, words
 from virtual_desktop import VirtualDesktop
-from waiting import wait_until
+from waiting import stays_equal, wait_until
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 SENTENCES = ("the committee decided to postpone the meeting until next month",
@@ -56,6 +56,9 @@ class Soak:
         editor.focus()
         owner = clipboard.ClipboardOwner(self.desktop, {"UTF8_STRING": copied})
         self.program.dictate(said)
+        if not editor.has_focus():
+            raise AssertionError(f"dictation {self.count}: {editor.name} lost the keyboard to "
+                                 f"{self.desktop.keyboard_focus()}")
         came = editor.await_more(self.texts[editor], 120)
         if wrong_words(said, came) > len(words(said)) // 3:
             raise AssertionError(
@@ -88,6 +91,8 @@ class Soak:
         self.manager = self.desktop.spawn(command)
         before.wait()
         wait_until(self.desktop.manager_window, "the other window manager")
+        # It gives the keyboard to whom the last one had given it, when it has come to that.
+        wait_until(lambda: stays_equal(self.desktop.keyboard_focus, 1.0), "the keyboard's focus")
 
     def restart_compositor(self):
         self.desktop.picom.kill()

@@ -141,6 +141,11 @@ class VirtualDesktop:
         found = root.get_full_property(check, X.AnyPropertyType)
         return found.value[0] if found else None
 
+    def keyboard_focus(self):
+        """The number of the window that the keys go to."""
+        focus = self.x.get_input_focus().focus
+        return getattr(focus, "id", focus)
+
     def has_compositor(self):
         selection = self.x.intern_atom("_NET_WM_CM_S0")
         return self.x.get_selection_owner(selection) != X.NONE
