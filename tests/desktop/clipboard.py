@@ -1,6 +1,7 @@
 """The clipboard of a virtual desktop: owned with any types, read back, watched."""
 
 import select
+import socket
 import subprocess
 import threading
 import time
@@ -50,6 +51,11 @@ class ClipboardOwner:
         if self.x.get_selection_owner(self.clipboard) != self.window:
             raise RuntimeError("could not take the clipboard")
         threading.Thread(target=self._serve, daemon=True).start()
+
+    def close(self):
+        """Ends as a program does. To close the connection is not enough: who waits at it keeps it,
+        and the X server has room for 256."""
+        self.x.display.socket.shutdown(socket.SHUT_RDWR)
 
     def _serve(self):
         try:

@@ -66,7 +66,7 @@ class Soak:
         self.texts[editor] += came
         wait_until(lambda: clipboard.read(self.desktop) == copied, "the clipboard to come back")
         self.check_others(editor)
-        owner.x.close()
+        owner.close()
         if self.desktop.keyboard.down():
             raise AssertionError(f"dictation {self.count}: keys are down")
 
