@@ -223,7 +223,7 @@ void TextInserter::leaveNow(const std::string& text)
 
 Task<void> TextInserter::paste(std::string text, PasteChord chord)
 {
-    pending[chord.source] = {takeContents(chord.source), text, loop.now(), {}};
+    pending[chord.source] = {takeContents(chord.source), text, loop.now(), chord.takesRarely, {}};
     pasteboard.setString(chord.source, chord.typesIntoTerminal ? inOneLine(text) : text);
     if (chord.looksFirst) {
         co_await awaitLook(chord.source);
@@ -303,16 +303,18 @@ Timer TextInserter::lookIn(Duration delay, PasteSource source)
 }
 
 /// Puts the contents back that are pending for `source`, unless its text is still to be read, or
-/// was pasted by a chord that may have been another program's.
+/// was pasted by a chord that may have been another program's, or where there may be no text.
 void TextInserter::look(PasteSource source)
 {
     const auto use = pasteboard.use(source);
     Restore& restore = pending.at(source);
-    if (use == PasteboardUse::unread && loop.now() - restore.pasted < restoreAtLatest) {
+    const auto patience = restore.takenRarely ? restoreAfter : restoreAtLatest;
+    if (use == PasteboardUse::unread && loop.now() - restore.pasted < patience) {
         restore.look = lookIn(lookEvery, source);
         return;
     }
-    const bool perhapsLost = use == PasteboardUse::unread && !focus.isAlwaysKnown();
+    const bool perhapsLost =
+        use == PasteboardUse::unread && (restore.takenRarely || !focus.isAlwaysKnown());
     if (perhapsLost && source == PasteSource::clipboard) {
         leaveNow(std::exchange(restore.text, {}));
         return;

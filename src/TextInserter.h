@@ -24,8 +24,9 @@ namespace vorlin {
 /// earliest, 3 s at the latest. Texts follow one another in order: the next one waits until the
 /// one before was read, within the same 3 s. If another program copies something meanwhile, its
 /// copy stays. Where it cannot be known which chord pastes in the focused program, a text that
-/// nobody has read by then is left. Where the platform does not tell, each text is pasted at once
-/// and the contents found before it are put back 0.5 s later.
+/// nobody has read by then is left; in a program that takes texts rarely, 0.5 s after the paste.
+/// Where the platform does not tell, each text is pasted at once and the contents found before it
+/// are put back 0.5 s later.
 class TextInserter {
 public:
     /// The ports must outlive this object.
@@ -71,12 +72,13 @@ private:
         std::int64_t changeCount = 0;
         PasteboardSnapshot items;
     };
-    /// Contents to be put back, the text over them, when that was pasted, and the next look at
-    /// whether it was read.
+    /// Contents to be put back, the text over them, when that was pasted, whether perhaps where
+    /// nothing takes it, and the next look at whether it was read.
     struct Restore {
         PasteboardSnapshot items;
         std::string text;
         TimePoint pasted;
+        bool takenRarely = false;
         Timer look;
     };
 

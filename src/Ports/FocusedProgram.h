@@ -26,6 +26,9 @@ struct PasteChord {
     /// Whether it pastes only once it has looked what there is to be pasted, which it does as soon
     /// as something is copied.
     bool looksFirst = false;
+    /// Whether its windows are mostly such that take no text, so that one that was not read at once
+    /// was read by nobody.
+    bool takesRarely = false;
 
     bool operator==(const PasteChord&) const = default;
 };

@@ -296,6 +296,25 @@ TEST_F(TextInserterTest, whereTheChordMayBeAnotherProgramsATextThatNobodyReadsIs
     EXPECT_EQ(left, 1) << "what is read is put away as elsewhere";
 }
 
+TEST_F(TextInserterTest, whereTextsAreTakenRarelyOneThatNobodyReadsAtOnceIsLeft)
+{
+    focus.chord.takesRarely = true;
+    pasteboard.copy(FakePasteboard::text("old"));
+    int left = 0;
+    inserter->onLeft = [&] { ++left; };
+    insert("hello");
+    loop.advance(499ms);
+    EXPECT_EQ(left, 0);
+    loop.advance(1ms);
+    EXPECT_EQ(left, 1);
+    EXPECT_EQ(board(), "hello");
+    programReadsAfter(100ms);
+    insert("world");
+    loop.advance(1s);
+    EXPECT_EQ(board(), "hello") << "a text that was read is put away";
+    EXPECT_EQ(left, 1);
+}
+
 TEST_F(TextInserterTest, aCopyOfAnotherProgramStays)
 {
     pasteboard.copy(FakePasteboard::text("old"));

@@ -5,12 +5,15 @@ screen (dictation.gif), and one moment of it (dictation.png).
     pictures.py --program PATH
 
 They are taken anew until nothing is wrong with what was typed, three times at most, and lie in
-build/artefacts/pictures. Whoever is content with them copies them to docs.
+build/artefacts/pictures. Where those in docs show something else by now, it fails: whoever is
+content with the new ones copies them there. Those in docs were taken on Debian 12.
 """
 
 import argparse
 import os
 import pathlib
+import platform
+import subprocess
 import sys
 import time
 
@@ -24,7 +27,10 @@ from waiting import wait_until
 FIRST = "the committee decided to postpone the meeting until next month"
 SENTENCES = ("our new house has three bedrooms and a large kitchen",
              "my brother plays the piano every evening after dinner")
-ARTEFACTS = pathlib.Path(__file__).resolve().parents[2] / "build/artefacts/pictures"
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+ARTEFACTS = ROOT / "build/artefacts/pictures"
+SHOWN = ROOT / "docs"
+SUITE_SHOWN = "bookworm"
 # Of the screen, which has 1280 x 800: where the editor stands, and what is shown of all.
 EDITOR = (320, 330, 640, 300)
 AREA = (280, 290, 720, 480)
@@ -34,6 +40,8 @@ KEY_SIZE = (104, 36)
 # Frames before the key is let go: the moment of the single picture.
 SECOND = 10
 MOST_BYTES = 1_000_000
+# What may differ between pictures of one sentence: the words so far, and the level of the voice.
+MOST_DIFFERENCE = 0.02
 ATTEMPTS = 3
 
 
@@ -137,6 +145,25 @@ def save(recording):
     return [] if size < MOST_BYTES else [f"dictation.gif has {size} bytes"]
 
 
+def squares(picture, moment):
+    """Colours of squares of 4 x 4 pixels: of a picture that stands still, or at the end of one."""
+    last = ["-coalesce", "-delete", "0--2"] if moment == "last" else []
+    rgb = subprocess.run(["convert", picture, *last, "-scale", "25%", "-depth", "8", "rgb:-"],
+                         check=True, stdout=subprocess.PIPE).stdout
+    return [rgb[start:start + 3] for start in range(0, len(rgb), 3)]
+
+
+def outdated():
+    """Which pictures in docs differ from those just taken, one line each."""
+    if platform.freedesktop_os_release().get("VERSION_CODENAME") != SUITE_SHOWN:
+        return
+    for name, moment in (("dictation.gif", "last"), ("dictation.png", "only")):
+        shown, taken = squares(SHOWN / name, moment), squares(ARTEFACTS / name, moment)
+        differ = sum(max(abs(a - b) for a, b in zip(*pair)) > 24 for pair in zip(shown, taken))
+        if len(shown) != len(taken) or differ > MOST_DIFFERENCE * len(taken):
+            yield f"docs/{name} shows something else: {differ} of {len(taken)} squares differ"
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--program", required=True, type=pathlib.Path)
@@ -146,7 +173,8 @@ def main():
         wrong = list(faults(recording, typed, place)) or save(recording)
         if not wrong:
             print(f"The pictures lie in {ARTEFACTS}; {len(recording.frames)} frames.")
-            return 0
+            print("\n".join(old := list(outdated())), end="", file=sys.stderr)
+            return 1 if old else 0
         print("\n".join(wrong), file=sys.stderr)
     return 1
 

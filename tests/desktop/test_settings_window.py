@@ -3,12 +3,15 @@
 import pytest
 from gi.repository import GLib
 
-from overlay import Portal
-from program import Program
+import clipboard
+from editors import GTKEditor
+from overlay import Portal, ScreenReader
+from program import Program, wrong_words
 from settings_window import SIZE, Reader, SettingsWindow
 from virtual_desktop import VirtualDesktop
 from waiting import wait_until
 
+SENTENCE = "the committee decided to postpone the meeting until next month"
 TABS = ("General", "Models", "Popup", "Permissions", "About")
 
 
@@ -52,6 +55,33 @@ def test_only_the_very_first_start_opens_the_settings_by_itself(start):
         program.await_recording()  # by then the microphone has answered, which the opening awaits
     program.await_silence()
     assert window.window() is None
+
+
+def test_words_spoken_before_the_settings_stay_on_the_clipboard_and_the_overlay_says_so(start):
+    """What a newcomer does first: the settings have opened by themselves, and they try the key."""
+    desktop, program, window = start(very_first_start=True, accessible=True)
+    wait_until(window.is_active, "the settings at the very first start")
+    clipboard_owner = clipboard.ClipboardOwner(desktop, {"UTF8_STRING": b"copied before"})
+    reader = ScreenReader(desktop)
+    program.dictate(SENTENCE)
+    reader.await_heard("Copied. Paste it where you want it.")
+    assert wrong_words(SENTENCE, clipboard.read(desktop).decode()) == 0
+    clipboard_owner.close()
+    editor = GTKEditor(desktop)
+    desktop.keyboard.chord("Control_L", "v")
+    assert wrong_words(SENTENCE, editor.await_text()) == 0
+
+
+def test_a_desktop_whose_language_is_not_installed_is_told_which_engine_knows_it(start):
+    """In German: right Alt types @ there, and Debian has no German model for the recogniser."""
+    german = {name: "de_DE.UTF-8" for name in ("LANG", "LC_ALL", "LANGUAGE")}
+    desktop, _, window = start(very_first_start=True, accessible=True, variables=german,
+                               layout="de")
+    wait_until(window.is_active, "the settings at the very first start")
+    Reader(desktop).find("NVIDIA Parakeet Redux (≈ 220 MB) knows Deutsch: see Models.")
+    reader = ScreenReader(desktop)
+    with desktop.keyboard.held("Control_R"):
+        reader.await_heard("Deutsch: NVIDIA Parakeet Redux (≈ 220 MB) knows it.")
 
 
 def test_it_opens_and_closes_again_and_again(start):

@@ -19,6 +19,9 @@ constexpr PasteChord terminal{keyCodes::v, maskControl | maskShift, PasteSource:
 constexpr PasteChord gnomeTerminal{keyCodes::v, maskControl | maskShift, PasteSource::clipboard,
                                    true, true};
 constexpr PasteChord xterm{keyCodes::insert, maskShift, PasteSource::primarySelection, true};
+/// Whoever tries a dictation while the settings are before them.
+constexpr PasteChord ourselves{keyCodes::v, maskControl, PasteSource::clipboard,
+                               false,       false,       true};
 constexpr PasteChord emacs{keyY, maskControl, PasteSource::clipboard};
 
 struct Program {
@@ -85,6 +88,7 @@ constexpr Program programs[] = {
     {"emacs-gtk", emacs},
     {"emacs-lucid", emacs},
     {"emacs-pgtk", emacs},
+    {"vorlin", ourselves},
 };
 
 bool equalIgnoringCase(std::string_view name, std::string_view lowerCase)

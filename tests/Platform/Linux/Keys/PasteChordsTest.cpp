@@ -42,6 +42,13 @@ TEST(PasteChords, otherTerminalsPasteWithControlShiftV)
     }
 }
 
+TEST(PasteChords, ourOwnWindowsTakeTextsRarely)
+{
+    constexpr PasteChord rarely{9, maskControl, PasteSource::clipboard, false, false, true};
+    EXPECT_EQ(pasteChordFor("vorlin", "Vorlin"), rarely);
+    EXPECT_EQ(pasteChordFor("vorlin", "vorlin"), rarely);
+}
+
 TEST(PasteChords, emacsYanks)
 {
     constexpr PasteChord yank{16, maskControl, PasteSource::clipboard};
