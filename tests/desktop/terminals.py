@@ -109,6 +109,41 @@ class Terminator(LxTerminal):
         return ["terminator", "--no-dbus", "-x", self._script_file(path)]
 
 
+class Shell(AnyTerminal):
+    """xterm with a shell that takes what is pasted for typed. Its text is what the window shows."""
+
+    name, window_class = "xterm", "XTerm"
+    PROMPT = "ready> "
+    shell = ()
+    start = ""
+
+    def command(self, path):
+        self.folder = path.with_name(path.stem + "-folder")
+        self.folder.mkdir()
+        start = path.with_suffix(".rc")
+        start.write_text(f"PS1='{self.PROMPT}'\n{self.start}\n")
+        shell = " ".join(self.shell).format(start=start)
+        return ["env", "-C", str(self.folder), "xterm", "-e", "script", "--quiet", "--flush",
+                "--command", shell, str(path)]
+
+    def ready(self):
+        return self.PROMPT in self.path.read_text()
+
+    def text(self):
+        return self.path.read_text().rpartition(self.PROMPT)[2]
+
+
+class Bash(Shell):
+    shell = ("bash", "--noprofile", "--rcfile", "{start}", "-i")
+    start = "bind 'set enable-bracketed-paste off'"
+
+
+class Dash(Shell):
+    shell = ("env", "ENV={start}", "dash", "-i")
+
+
+SHELLS = {"bash": Bash, "dash": Dash}
+
 # Each with the package that brings it.
 TERMINALS = {
     "xterm": (Terminal, "xterm"),

@@ -14,6 +14,10 @@ from waiting import stays, wait_until
 
 SENTENCE = "the committee decided to postpone the meeting until next month"
 OTHER = "the weather will be warm and sunny for the rest of the week"
+NARROW = ("there is a letter for you on the table",
+          "we would like to know more about the world",
+          "my mother and my father are in the garden",
+          "the train will arrive in the afternoon")
 
 
 class Sounds:
@@ -47,28 +51,17 @@ class Sounds:
         self.text = self.terminal.text()
 
     def assert_dictates(self, said=SENTENCE):
+        """That the key, pressed once and at once, records what is said."""
         with self.hold():
             self.program.await_recording()
             self.program.say(said)
         self.assert_typed(said)
 
-    def await_line(self, line):
-        """Presses the key until the overlay says why it cannot be: the program may not know yet."""
+    def assert_says(self, line):
+        """That the overlay says why the key, pressed once, records nothing."""
         with self.hold():
             self.reader.await_heard(line)
         self.program.await_silence()
-
-    def await_dictation(self, said=OTHER):
-        """Presses the key until the program records, and dictates then."""
-        wait_until(lambda: self._dictates(said), "the program to record again")
-        self.assert_typed(said)
-
-    def _dictates(self, said):
-        with self.hold():
-            if stays(lambda: not self.program.is_recording(), 2):
-                return False
-            self.program.say(said)
-        return True
 
 
 @pytest.fixture(name="begin")
@@ -91,7 +84,7 @@ def test_without_a_server_a_line_says_so_and_one_that_comes_is_used(begin):
     with sounds.hold():
         sounds.reader.await_heard("The sound server is not running.")
     sounds.server.restart()
-    sounds.await_dictation()
+    sounds.assert_dictates(OTHER)
 
 
 def test_a_server_that_restarts_while_idle_is_found_again(begin):
@@ -99,7 +92,7 @@ def test_a_server_that_restarts_while_idle_is_found_again(begin):
     sounds.assert_dictates()
     sounds.server.die()
     sounds.server.restart()
-    sounds.await_dictation()
+    sounds.assert_dictates(OTHER)
 
 
 def test_a_server_that_dies_while_listening_costs_no_words_heard(begin):
@@ -110,7 +103,7 @@ def test_a_server_that_dies_while_listening_costs_no_words_heard(begin):
         sounds.server.die()
         sounds.assert_typed(SENTENCE)
     sounds.server.restart()
-    sounds.await_dictation()
+    sounds.assert_dictates(OTHER)
 
 
 def test_a_server_that_dies_while_the_text_is_finished_costs_none_either(begin):
@@ -121,7 +114,7 @@ def test_a_server_that_dies_while_the_text_is_finished_costs_none_either(begin):
     sounds.server.die()
     sounds.assert_typed(SENTENCE)
     sounds.server.restart()
-    sounds.await_dictation()
+    sounds.assert_dictates(OTHER)
 
 
 def test_the_default_microphone_of_the_moment_is_used(begin):
@@ -159,7 +152,7 @@ def test_a_microphone_that_is_plugged_in_is_used_and_when_it_is_pulled_the_one_b
         sounds.server.control("unload-module", module)
         sounds.assert_typed(OTHER)
     sounds.server.control("set-default-source", "mic")
-    sounds.await_dictation(SENTENCE)
+    sounds.assert_dictates()
 
 
 def test_a_microphone_of_eight_channels_is_understood(begin):
@@ -176,33 +169,32 @@ def in_the_band_of_a_telephone(sounds, said):
     return narrow
 
 
-def test_a_microphone_of_a_telephone_is_understood_as_well_as_what_it_leaves_of_the_sound(begin):
-    # The recogniser was made for twice the rate, and takes words for others whoever took the upper
-    # half of their sound away. The program's own conversion may cost no more.
-    wrong = []
-    for sounds in (begin(rate=8000, channels=1), begin()):
-        wrong.append(0)
-        for said in (SENTENCE, OTHER):
-            with sounds.hold():
-                sounds.program.await_recording()
-                sounds.server.play(in_the_band_of_a_telephone(sounds, said))
-            wrong[-1] += wrong_words(said, sounds.terminal.await_more(sounds.text))
-            sounds.text = sounds.terminal.text()
-    assert wrong[0] <= wrong[1] + 2
-    assert wrong[0] <= len(words(SENTENCE) + words(OTHER)) * 3 // 4
+def test_a_microphone_of_a_telephone_is_understood(begin):
+    # The recogniser was made for twice the rate, and takes half the words of other sentences for
+    # others once the upper half of the sound is gone. By the first one it learns the microphone.
+    sounds = begin(rate=8000, channels=1)
+    heard = []
+    for said in (SENTENCE, *NARROW):
+        with sounds.hold():
+            sounds.program.await_recording()
+            sounds.server.play(in_the_band_of_a_telephone(sounds, said))
+        heard.append(sounds.terminal.await_more(sounds.text))
+        sounds.text = sounds.terminal.text()
+    wrong = sum(map(wrong_words, NARROW, heard[1:]))
+    assert wrong <= sum(len(words(said)) for said in NARROW) // 10
 
 
 def test_what_the_speakers_play_is_never_taken_for_a_microphone(begin):
     sounds = begin()
     sounds.server.unplug_microphone()
     sounds.server.control("set-default-source", "speakers.monitor")
-    sounds.await_line("No microphone was found.")
+    sounds.assert_says("No microphone was found.")
     with sounds.hold():
         sounds.program.say(SENTENCE, sink="speakers")
         assert not sounds.program.is_recording()
     assert stays(lambda: not sounds.terminal.changed(), 1)
     sounds.server.plug_in_microphone()
-    sounds.await_dictation()
+    sounds.assert_dictates(OTHER)
 
 
 def test_on_pipewire_all_of_it_holds(begin):
@@ -214,4 +206,4 @@ def test_on_pipewire_all_of_it_holds(begin):
         sounds.server.die()
         sounds.assert_typed(OTHER)
     sounds.server.restart()
-    sounds.await_dictation(SENTENCE)
+    sounds.assert_dictates()
