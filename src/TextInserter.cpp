@@ -70,10 +70,16 @@ TextInserter::~TextInserter()
 
 void TextInserter::restoreNow()
 {
-    for (const auto& [source, restore] : std::exchange(pending, {})) {
-        if (pasteboard.use(source) != PasteboardUse::replaced) {
-            pasteboard.replace(source, restore.items);
-        }
+    while (!pending.empty()) {
+        putBack(pending.begin()->first);
+    }
+}
+
+void TextInserter::putBack(PasteSource source)
+{
+    const auto restore = pending.extract(source);
+    if (pasteboard.use(source) != PasteboardUse::replaced) {
+        pasteboard.replace(source, restore.mapped().items);
     }
 }
 
@@ -150,7 +156,12 @@ void TextInserter::add(Waiting text)
 
 bool TextInserter::abandon()
 {
-    return !std::exchange(waiting, {}).empty();
+    const bool any = !waiting.empty() || shown;
+    waiting.clear();
+    if (shown && pending.contains(*shown)) {
+        putBack(*shown);
+    }
+    return any;
 }
 
 Task<void> TextInserter::insertWaiting()
@@ -172,9 +183,9 @@ Task<void> TextInserter::insertWaiting()
         if (keys.readiness() != KeyReadiness::ready) {
             waiting.front().toBeLeft = true; // it stays at hand
         } else if (!belongsElsewhere(waiting.front())) {
-            const std::string text = std::exchange(waiting.front().text, {});
+            Waiting next = std::move(waiting.front());
             waiting.pop_front();
-            co_await paste(text, chord);
+            co_await paste(std::move(next), chord);
         }
     }
     if (watching == 0) {
@@ -221,23 +232,32 @@ void TextInserter::leaveNow(const std::string& text)
     }
 }
 
-Task<void> TextInserter::paste(std::string text, PasteChord chord)
+Task<void> TextInserter::paste(Waiting next, PasteChord chord)
 {
-    pending[chord.source] = {takeContents(chord.source), text, loop.now(), chord.takesRarely, {}};
-    pasteboard.setString(chord.source, chord.typesIntoTerminal ? inOneLine(text) : text);
+    const auto source = chord.source;
+    pending[source] = {takeContents(source), next.text, loop.now(), chord.takesRarely, {}};
+    pasteboard.setString(source, chord.typesIntoTerminal ? inOneLine(next.text) : next.text);
     if (chord.looksFirst) {
-        co_await awaitLook(chord.source);
-        if (!pending.contains(chord.source)) {
-            co_return; // put back meanwhile, for there will be no later
+        shown = source;
+        co_await awaitLook(source);
+        shown.reset();
+        if (!pending.contains(source)) {
+            co_return; // abandoned meanwhile, or put back since there will be no later
+        }
+        if (pasteboard.use(source) == PasteboardUse::replaced || belongsElsewhere(next) ||
+            focus.pasteChord() != chord) {
+            putBack(source);
+            waiting.push_front(std::move(next));
+            co_return;
         }
     }
     pasteShortcut(chord);
-    if (pasteboard.use(chord.source) == PasteboardUse::untracked) {
-        auto items = std::move(pending.extract(chord.source).mapped().items);
-        spawn(loop, lifetime.token(), restoreUntracked(chord.source, std::move(items)));
+    if (pasteboard.use(source) == PasteboardUse::untracked) {
+        auto items = std::move(pending.extract(source).mapped().items);
+        spawn(loop, lifetime.token(), restoreUntracked(source, std::move(items)));
     } else {
-        pending[chord.source].pasted = loop.now();
-        pending[chord.source].look = lookIn(restoreAfter, chord.source);
+        pending[source].pasted = loop.now();
+        pending[source].look = lookIn(restoreAfter, source);
     }
 }
 
@@ -319,10 +339,7 @@ void TextInserter::look(PasteSource source)
         leaveNow(std::exchange(restore.text, {}));
         return;
     }
-    if (use != PasteboardUse::replaced) {
-        pasteboard.replace(source, restore.items);
-    }
-    pending.erase(source);
+    putBack(source);
 }
 
 Task<void> TextInserter::restoreUntracked(PasteSource source, PasteboardSnapshot items)

@@ -90,7 +90,8 @@ private:
     Task<PasteChord> readyChord();
     bool belongsElsewhere(const Waiting& text) const;
     void leaveNow(const std::string& text);
-    Task<void> paste(std::string text, PasteChord chord);
+    Task<void> paste(Waiting next, PasteChord chord);
+    void putBack(PasteSource source);
     Task<void> awaitLook(PasteSource source);
     Task<void> awaitReader(PasteSource source);
     Task<void> readContents(PasteSource source);
@@ -108,6 +109,8 @@ private:
     FocusedProgram& focus;
     /// Texts whose chord was not posted yet, and those not yet left.
     std::deque<Waiting> waiting;
+    /// Where a text stands whose chord is posted once the program has seen it.
+    std::optional<PasteSource> shown;
     bool inserting = false;
     /// A text was announced, and has not come.
     bool expecting = false;

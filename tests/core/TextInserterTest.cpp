@@ -123,6 +123,60 @@ TEST_F(TextInserterTest, whatAProgramHasNotLookedAtAtTheEndIsPutBackAndNotPasted
     EXPECT_EQ(board(), "old");
 }
 
+TEST_F(TextInserterTest, aTextAbandonedBeforeAProgramHasLookedIsPutBackAndNotPasted)
+{
+    focus.chord.looksFirst = true;
+    pasteboard.lookedAt = false;
+    pasteboard.copy(FakePasteboard::text("old"));
+    insert("hello");
+    EXPECT_TRUE(inserter->abandon());
+    EXPECT_EQ(board(), "old");
+    loop.advance(1s);
+    EXPECT_TRUE(keys.posted.empty());
+    EXPECT_FALSE(inserter->abandon());
+    programReadsAfter(0ms);
+    pasteboard.lookedAt = true;
+    insert("world");
+    loop.advance(1s);
+    EXPECT_EQ(pasted, std::vector<std::string>{"world"});
+    EXPECT_EQ(board(), "old");
+}
+
+TEST_F(TextInserterTest, aCopyMadeWhileAProgramLooksIsNotPastedAndComesBack)
+{
+    focus.chord.looksFirst = true;
+    pasteboard.lookedAt = false;
+    pasteboard.copy(FakePasteboard::text("old"));
+    insert("hello");
+    loop.advance(100ms);
+    pasteboard.copy(FakePasteboard::text("new"));
+    pasteboard.lookedAt = true;
+    programReadsAfter(0ms);
+    loop.advance(100ms);
+    EXPECT_EQ(pasted, std::vector<std::string>{"hello"});
+    loop.advance(1s);
+    EXPECT_EQ(board(), "new");
+}
+
+TEST_F(TextInserterTest, aFocusThatMovesWhileAProgramLooksGetsItsOwnChord)
+{
+    focus.chord.looksFirst = true;
+    const auto usual = PasteChord{keyCodes::v, eventFlags::maskControl, PasteSource::clipboard};
+    pasteboard.lookedAt = false;
+    pasteboard.copy(FakePasteboard::text("old"));
+    insert("hello");
+    loop.advance(100ms);
+    focus.chord = usual;
+    pasteboard.lookedAt = true;
+    programReadsAfter(0ms);
+    loop.advance(100ms);
+    EXPECT_EQ(pasted, std::vector<std::string>{"hello"});
+    ASSERT_FALSE(keys.posted.empty());
+    EXPECT_EQ(keys.posted.front(), (PostedKey{keyCodes::v, true, usual.modifiers}));
+    loop.advance(1s);
+    EXPECT_EQ(board(), "old");
+}
+
 TEST_F(TextInserterTest, elsewhereLineBreaksArePastedAsTheyAre)
 {
     insert("one\ntwo\n");

@@ -1,6 +1,10 @@
 """What a person's hands do at a keyboard, whichever way its keys are pressed."""
 
 import contextlib
+import time
+
+# From one key of several to the next: a quick person's.
+PACE = 0.05
 
 
 class Hands:
@@ -20,7 +24,9 @@ class Hands:
     @contextlib.contextmanager
     def held(self, *keys):
         """Holds keys down for the length of the block."""
-        for key in keys:
+        for number, key in enumerate(keys):
+            if number > 0:
+                time.sleep(PACE)
             self.press(key)
         try:
             yield

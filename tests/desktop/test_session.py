@@ -26,9 +26,13 @@ def kill(desktop, name):
     process.wait()
 
 
-def replace_manager(desktop):
+MANAGERS = {"xfwm4": ["xfwm4", "--replace", "--compositor=off"],
+            "metacity": ["metacity", "--replace"]}
+
+
+def replace_manager(desktop, successor="xfwm4"):
     before = desktop.manager_window()
-    desktop.spawn(["xfwm4", "--replace", "--compositor=off"])
+    desktop.spawn(MANAGERS[successor])
     process_of(desktop, "openbox").wait()
     wait_until(lambda: desktop.manager_window() not in (before, None),
                "the other window manager")
@@ -46,12 +50,14 @@ def test_a_window_manager_replaced_in_a_dictation_costs_nothing(desktop, launch)
     assert not desktop.keyboard.down()
 
 
-@pytest.mark.parametrize("hotkey", ["right Alt", "Alt+Space"])
-def test_after_the_window_manager_was_replaced_the_key_and_escape_work(desktop, launch, hotkey):
+@pytest.mark.parametrize("successor", MANAGERS)
+@pytest.mark.parametrize("hotkey", ["right Alt", "Alt+Space", "F8"])
+def test_after_the_window_manager_was_replaced_the_key_and_escape_work(desktop, launch, hotkey,
+                                                                       successor):
     keys, setting = HOTKEYS[hotkey]
     program = launch(settings={"sounds": False, "hotkey.v2": setting})
     terminal = Terminal(desktop)
-    replace_manager(desktop)
+    replace_manager(desktop, successor)
     terminal.focus()
     with desktop.keyboard.held(*keys):
         program.await_recording()

@@ -42,6 +42,11 @@ constexpr std::array<std::chrono::milliseconds, 5> retakes = {
     std::chrono::milliseconds(1500), std::chrono::milliseconds(5000)};
 /// After so many all but starved ones are done.
 constexpr std::size_t usualRetakes = 4;
+/// Between the hotkey's modifier, at which a window manager may take its keys anew, and its own
+/// key.
+constexpr std::array<std::chrono::milliseconds, 5> retakesBeforeTheKey = {
+    std::chrono::milliseconds(10), std::chrono::milliseconds(10), std::chrono::milliseconds(20),
+    std::chrono::milliseconds(40), std::chrono::milliseconds(80)};
 
 /// Whether `left` is not later than `right`; time stamps wrap around.
 bool isNotLater(std::uint32_t left, std::uint32_t right)
@@ -112,6 +117,7 @@ void X11EventTap::stop()
 {
     watching.reset();
     again.reset();
+    keyIsNext.reset();
     if (session) {
         endSession();
     }
@@ -182,6 +188,15 @@ void X11EventTap::retakeSoon()
     }
     if (attempt < retakes.size()) {
         again = loop.startTimer(retakes.at(attempt++), [this] { retakeSoon(); });
+    }
+}
+
+void X11EventTap::retakeBeforeTheKey(std::size_t done)
+{
+    retake();
+    if (done < retakesBeforeTheKey.size()) {
+        keyIsNext = loop.startTimer(retakesBeforeTheKey.at(done),
+                                    [this, done] { retakeBeforeTheKey(done + 1); });
     }
 }
 
@@ -289,6 +304,10 @@ void X11EventTap::watch(Session& current, const KeyChange& change)
         return;
     }
     if (isModifierKey(*code)) {
+        keyIsNext.reset();
+        if (completesModifiers(change)) {
+            retakeBeforeTheKey(0);
+        }
         silence(change);
         current.tell(KeyEventType::flagsChanged, change.key, change.flags);
     } else if (change.down) {
@@ -309,17 +328,28 @@ void X11EventTap::watch(Session& current, const KeyChange& change)
 bool X11EventTap::isHotkey(const KeyChange& change)
 {
     const auto& hotkey = interest.hotkey;
-    if (!hotkey || hotkey->modifierOnly || hardwareKey(hotkey->keyCode) != change.key) {
-        return false;
-    }
+    return hotkey && !hotkey->modifierOnly && hardwareKey(hotkey->keyCode) == change.key &&
+           heldModifiers(change) == hotkey->modifiers;
+}
+
+/// Whether a modifier's press is the last before the hotkey's own key.
+bool X11EventTap::completesModifiers(const KeyChange& change)
+{
+    const auto& hotkey = interest.hotkey;
+    return change.down && hotkey && !hotkey->modifierOnly &&
+           heldModifiers(change) == hotkey->modifiers;
+}
+
+/// Those that count for a hotkey and are held after a change.
+std::uint64_t X11EventTap::heldModifiers(const KeyChange& change)
+{
     const auto& layout = keyboard.typedLayout();
     const auto& held = keyboard.held();
     XModifiers effective = 0;
     for (unsigned key = 0; key < held.size(); ++key) {
         effective |= held[key] ? layout.modifiersOf(static_cast<HardwareKey>(key)) : 0;
     }
-    return (layout.joinedFlags(change.flags, effective) & eventFlags::maskHotkeyModifiers) ==
-           hotkey->modifiers;
+    return layout.joinedFlags(change.flags, effective) & eventFlags::maskHotkeyModifiers;
 }
 
 void X11EventTap::silence(const KeyChange& change)

@@ -21,8 +21,8 @@ namespace vorlin {
 /// swallowed, and the hotkey's key is not told. While a lone Alt or Super key is the hotkey and
 /// held, a silent key is posted, so that programs do not take its release for a command.
 /// Of a key that a window manager has taken in the classic way, the latest grab counts: the tap
-/// takes its keys anew after window managers did, and tells once they are done whether one of them
-/// has the hotkey, too.
+/// takes its keys anew after window managers did or may have, and when the hotkey's modifiers go
+/// down; once they are done it tells whether one of them has the hotkey, too.
 /// `keyboard` and `loop` must outlive the tap.
 class X11EventTap final : public EventTap {
 public:
@@ -43,6 +43,7 @@ private:
     void applyInterest();
     void retake();
     void retakeSoon();
+    void retakeBeforeTheKey(std::size_t done);
     void lookForSharers();
     KeyConflict findConflict() const;
     void pump();
@@ -52,6 +53,8 @@ private:
     void endSession();
     void reopenSession();
     bool isHotkey(const KeyChange& change);
+    bool completesModifiers(const KeyChange& change);
+    std::uint64_t heldModifiers(const KeyChange& change);
     void silence(const KeyChange& change);
 
     X11Keyboard& keyboard;
@@ -66,6 +69,8 @@ private:
     /// Runs while other programs may be taking their keys anew.
     Timer again;
     std::size_t attempt = 0;
+    /// Runs while the hotkey's modifiers are held and its own key may come.
+    Timer keyIsNext;
     QObject context;
 };
 

@@ -2,9 +2,11 @@
 
 #include "Hotkey.h"
 #include "Platform/Linux/Keys/XkbProtocol.h"
+#include "Platform/Linux/X11/X11Atoms.h"
 
 #include <utility>
 
+#include <xcb/xfixes.h>
 #include <xcb/xtest.h>
 #include <xkbcommon/xkbcommon-x11.h>
 
@@ -64,6 +66,7 @@ bool X11Keyboard::initialize()
     }
     keyboard = *found;
     selectEvents();
+    watchManager();
     heldKeys = pressed();
     return connection.isAlive();
 }
@@ -82,6 +85,21 @@ void X11Keyboard::selectEvents()
         XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
     xcb_xkb_select_events(connection.get(), XCB_XKB_ID_USE_CORE_KBD, layoutEvents, 0, layoutEvents,
                           0, 0, nullptr);
+    connection.flush();
+}
+
+/// Whoever becomes the window manager owns this selection, and takes keys soon after.
+void X11Keyboard::watchManager()
+{
+    const auto fixes = connection.extension(xcb_xfixes_id);
+    if (!fixes || !connection.reply<xcb_xfixes_query_version_reply_t>(
+                      xcb_xfixes_query_version(connection.get(), 2, 0))) {
+        return;
+    }
+    managerEvent = fixes->first_event + XCB_XFIXES_SELECTION_NOTIFY;
+    xcb_xfixes_select_selection_input(connection.get(), connection.root(),
+                                      X11Atoms(connection)["WM_S0"],
+                                      XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER);
     connection.flush();
 }
 
@@ -133,6 +151,10 @@ void X11Keyboard::handle(const xcb_generic_event_t& event)
     if (type == layoutEvent) {
         typed.reset();
         posted.reset();
+        wasReplaced = true;
+        return;
+    }
+    if (managerEvent != 0 && type == managerEvent) {
         wasReplaced = true;
         return;
     }

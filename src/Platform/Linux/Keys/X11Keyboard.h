@@ -46,7 +46,7 @@ public:
     struct Watcher {
         /// There are changes to take. From the loop only.
         std::function<void()> changed;
-        /// The layout or the device may be another one. From the loop only.
+        /// The layout, the device or the window manager may be another one. From the loop only.
         std::function<void()> replaced;
     };
 
@@ -101,6 +101,7 @@ public:
 private:
     bool initialize();
     void selectEvents();
+    void watchManager();
     void lose();
     void handle(const xcb_generic_event_t& event);
     void handleRaw(const xcb_input_raw_key_press_event_t& event, bool down);
@@ -113,6 +114,8 @@ private:
     Published<bool, X11Keyboard> canBeUsed{false};
     std::uint8_t inputOpcode = 0;
     std::uint8_t layoutEvent = 0;
+    /// 0 where the server cannot tell of it.
+    std::uint8_t managerEvent = 0;
     X11KeyboardDevices keyboard;
     PostedKeys ledger;
     KeySet heldKeys;

@@ -54,6 +54,7 @@ PrivateDisplay::PrivateDisplay()
     close(ready[0]);
     EXPECT_FALSE(number.empty()) << "Xvfb does not start";
     setenv("DISPLAY", (":" + number).c_str(), 1);
+    run("xset r off"); // a test that is starved holds its keys for long
 }
 
 PrivateDisplay::~PrivateDisplay()
@@ -81,7 +82,7 @@ void PrivateDisplay::setLayout(const std::string& arguments)
 
 void PrivateDisplay::repeatSoon()
 {
-    run("xset r rate 200 50");
+    run("xset r rate 200 50 r on");
 }
 
 bool waitUntil(const std::function<bool()>& condition)

@@ -147,6 +147,18 @@ bool TestClient::grabKey(HardwareKey key, std::uint32_t modifiers)
     return reply && reply->num_modifiers == 0;
 }
 
+void TestClient::becomeManager()
+{
+    const auto window = xcb_generate_id(connection);
+    xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, rootWindow, 0, 0, 1, 1, 0,
+                      XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
+    constexpr std::string_view name = "WM_S0";
+    const auto atom = owned(xcb_intern_atom_reply(
+        connection, xcb_intern_atom(connection, 0, name.size(), name.data()), nullptr));
+    xcb_set_selection_owner(connection, window, atom->atom, XCB_CURRENT_TIME);
+    sync();
+}
+
 int TestClient::grabbedPresses()
 {
     sync();

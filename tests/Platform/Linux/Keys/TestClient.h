@@ -87,6 +87,8 @@ public:
     bool couldGrabCoreKey(HardwareKey key, std::uint16_t modifiers);
     /// Takes such a grab, also where it has it already.
     bool grabCoreKey(HardwareKey key, std::uint16_t modifiers);
+    /// Takes the place of a screen's window manager, and does nothing there.
+    void becomeManager();
     /// How many key presses such grabs have brought.
     int grabbedPresses();
 

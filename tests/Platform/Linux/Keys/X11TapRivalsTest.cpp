@@ -67,6 +67,45 @@ TEST_F(X11TapRivalsTest, ofClassicGrabsAndOursTheLatestCounts)
     EXPECT_EQ(monitor->releases, 2);
 }
 
+TEST_F(X11TapRivalsTest, aHotkeyIsOursFromItsModifierOnWhoeverTookItMeanwhile)
+{
+    start(optionSpace);
+    tap(keys::a);
+    loop.advance(1min);
+    ASSERT_TRUE(rival.grabCoreKey(keys::space, alt));
+    press(keys::leftAlt);
+    tap(keys::space);
+    EXPECT_EQ(monitor->presses, 1);
+    release(keys::leftAlt);
+    press(keys::leftAlt);
+    for (const int afterMs : {10, 10, 20, 40, 80}) {
+        ASSERT_TRUE(
+            rival.grabCoreKey(keys::space, alt)); // because of that press, more or less soon
+        loop.advance(std::chrono::milliseconds(afterMs));
+        tap(keys::space);
+    }
+    release(keys::leftAlt);
+    EXPECT_EQ(monitor->presses, 6);
+    EXPECT_EQ(rival.grabbedPresses(), 0);
+}
+
+TEST_F(X11TapRivalsTest, fromAWindowManagerThatComesLaterTheHotkeyIsTakenBack)
+{
+    start(f8);
+    tap(keys::a);
+    loop.advance(1min);
+    rival.becomeManager();
+    settle();
+    for (const int afterMs : {20, 80, 400, 1500, 5000}) { // as slow as it may be
+        ASSERT_TRUE(rival.grabCoreKey(keys::f8, 0));
+        loop.advance(std::chrono::milliseconds(afterMs));
+        tap(keys::f8);
+    }
+    EXPECT_EQ(monitor->presses, 5);
+    EXPECT_EQ(eventTap.conflict().get(), KeyConflict::hotkeyShared);
+    EXPECT_EQ(rival.grabbedPresses(), 0);
+}
+
 TEST_F(X11TapRivalsTest, aHotkeyThatAWindowManagerHasTooIsOursAndNamedOnceTheyAreDone)
 {
     ASSERT_TRUE(rival.grabCoreKey(keys::space, alt));
@@ -99,9 +138,8 @@ TEST_F(X11TapRivalsTest, aHotkeyLostToAClassicGrabIsTakenBackWithEveryKeyThatIsI
 {
     PrivateDisplay::setLayout("us -option ctrl:nocaps");
     start({keyCodes::space, maskControl, false});
-    tap(keys::a); // from another device than the layout's: the map changes
+    press(keys::capsLock); // from another device than the layout's: the map changes
     ASSERT_TRUE(rival.grabCoreKey(keys::space, control));
-    press(keys::capsLock);
     tap(keys::space);
     EXPECT_EQ(monitor->presses, 0) << "they have it";
     tap(keys::space);
