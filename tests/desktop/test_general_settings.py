@@ -3,9 +3,11 @@
 import re
 import shlex
 
+from hotkeys import HOTKEYS
 from waiting import wait_until
 
 SWITCH = "Open at login"
+SHARED = "Another program also uses this shortcut."
 TYPES = ("Right Alt is used as the dictation key. It also types characters on this keyboard: "
          "typing one with it starts a dictation. Right Ctrl does not.")
 
@@ -54,6 +56,15 @@ def test_where_right_alt_types_characters_it_says_so_as_long_as_it_does(stage):
     controls.press("Presets")
     controls.press("Right Ctrl")
     wait_until(lambda: not controls.has(TYPES), "the line to go with the key")
+
+
+def test_a_shortcut_of_the_window_managers_is_said_to_be_shared_for_as_long_as_it_is(stage):
+    begun = stage(settings={"hotkey.v2": HOTKEYS["Alt+Space"][1]}, manager="openbox as it comes")
+    controls = begun.open_settings()
+    controls.find(SHARED)
+    begun.desktop.spawn(["openbox", "--replace", "--config-file",
+                         begun.desktop.folder / "openbox.xml"])
+    wait_until(lambda: not controls.has(SHARED), "the line to go with the window manager")
 
 
 def test_a_language_is_picked_from_a_list_by_keys_and_through_a_screen_reader(stage):

@@ -19,6 +19,10 @@ LAYOUTS = (("us", "", "Alt_R"), ("de", "", "Control_R"), ("fr", "", "Control_R")
            ("ru", "", "Alt_R"), ("us", "dvorak", "Alt_R"))
 NAMES = [variant or layout for layout, variant, _ in LAYOUTS]
 
+# A key, by its name on an American keyboard, and the character that it and right Alt type.
+TYPED_WITH_RIGHT_ALT = {"de": ("q", "@"), "fr": ("0", "@"), "es": ("2", "@"),
+                        "it": ("semicolon", "@"), "se": ("2", "@"), "gb": ("grave", "|")}
+
 CHOSEN = ("right Alt", "Alt+Space", "F8")
 
 
@@ -69,6 +73,39 @@ def test_the_key_of_who_has_chosen_none_dictates_and_escape_cancels(artefacts, r
         assert not desktop.keyboard.down()
         set_layout(desktop, "us")  # whose keys save the file
         assert_arrived(SENTENCE, editor.text())
+
+
+def assert_right_ctrl_is_the_key(desktop, program):
+    """Right Alt starts nothing, right Ctrl does."""
+    with desktop.keyboard.held("Alt_R"):
+        assert stays(lambda: not program.is_recording(), 0.5)
+    with desktop.keyboard.held("Control_R"):
+        program.await_recording()
+        desktop.keyboard.tap("Escape")
+        program.await_silence()
+
+
+@pytest.mark.parametrize("layout", TYPED_WITH_RIGHT_ALT)
+def test_a_character_of_the_right_alt_key_is_typed_and_starts_no_dictation(artefacts, request,
+                                                                           layout):
+    key, character = TYPED_WITH_RIGHT_ALT[layout]
+    with VirtualDesktop(artefacts=artefacts, layout=layout) as desktop:
+        program = Program(desktop, request.config.getoption("--program"),
+                          settings={"sounds": False})
+        terminal = Terminal(desktop)
+        assert_right_ctrl_is_the_key(desktop, program)
+        with desktop.keyboard.held("Alt_R", key):
+            assert stays(lambda: not program.is_recording(), 0.5)
+        assert terminal.await_text() == character
+        assert program.stored_hotkey() is None
+
+
+def test_toggling_between_layouts_does_not_move_the_key_that_nobody_chose(desktop, launch):
+    set_layout(desktop, "us,de", ",", "-option", "grp:caps_toggle")
+    program = launch(settings={"sounds": False})
+    for _ in range(3):
+        assert_right_ctrl_is_the_key(desktop, program)
+        desktop.keyboard.tap("Caps_Lock")
 
 
 @pytest.mark.parametrize("hotkey", CHOSEN)
