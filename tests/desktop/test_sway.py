@@ -4,6 +4,7 @@ import contextlib
 import os
 import pathlib
 import signal
+import socket
 import subprocess
 
 import pytest
@@ -91,8 +92,8 @@ def end_xwayland(session):
 def launched(session, binary, **settings):
     """The program, once sway has bound its key."""
     program = Program(session, binary, **settings)
-    socket = pathlib.Path(session.environment["SWAYSOCK"]).name
-    ledger = pathlib.Path(session.environment["XDG_RUNTIME_DIR"]) / f"vorlin-{socket}.bindings"
+    name = pathlib.Path(session.environment["SWAYSOCK"]).name
+    ledger = pathlib.Path(session.environment["XDG_RUNTIME_DIR"]) / f"vorlin-{name}.bindings"
     wait_until(lambda: ledger.exists() and ledger.read_text().count("\n") > 1,
                "the program to bind its key")
     assert program.answers()  # it has sent what it wrote down
@@ -432,6 +433,23 @@ def test_a_reload_of_sway_costs_no_dictation(session, launch):
     with held_until_recording(session, program):
         program.say(SENTENCE)
     assert_arrived(SENTENCE, terminal.await_text())
+
+
+def test_the_socket_of_another_sway_is_told_nothing(session, request):
+    """The variable outlives its sway, and a compositor inside a sway inherits it."""
+    path = pathlib.Path(session.environment["XDG_RUNTIME_DIR"]) / "sway-ipc.other.sock"
+    with socket.socket(socket.AF_UNIX) as other:
+        other.bind(str(path))
+        other.listen()
+        session.environment["SWAYSOCK"] = str(path)
+        program = Program(session, request.config.getoption("--program"))
+        assert program.answers()
+        asked = other.accept()[0]
+        asked.settimeout(30)
+        assert asked.recv(1) == b"", "it only looked who listens there"
+        other.settimeout(1)
+        with pytest.raises(TimeoutError):
+            other.accept()
 
 
 def test_without_xwayland_it_says_one_line_and_ends(begin, request):

@@ -57,7 +57,8 @@ WaylandDesktop::WaylandDesktop(LinuxServices& services, const Environment& envir
                   services.microphoneAccess),
       focusScreens(screens, [this] { return focusedFrame(); })
 {
-    if (const auto path = environment("SWAYSOCK"); path && !path->empty()) {
+    if (const auto path = environment("SWAYSOCK");
+        path && isSwaySocketOf(*path, connection->compositor())) {
         sway.emplace(*path, services, environment, x11EventTap);
     } else {
         noKeys.emplace(x11EventTap);

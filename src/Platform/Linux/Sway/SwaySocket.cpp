@@ -62,6 +62,16 @@ Descriptor connectedTo(const std::string& path)
 
 } // namespace
 
+bool isSwaySocketOf(const std::string& path, pid_t compositor)
+{
+    const auto socket = connectedTo(path);
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    return socket && (compositor == 0 ||
+                      (getsockopt(socket.number(), SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 &&
+                       peer.pid == compositor));
+}
+
 SwaySocket::SwaySocket(std::string path, MainLoop& loop) : address(std::move(path)), loop(loop)
 {
     connect();

@@ -16,8 +16,14 @@
 #include <vector>
 
 #include <QSocketNotifier>
+#include <sys/types.h>
 
 namespace vorlin {
+
+/// Whether this process listens at the socket that SWAYSOCK names: the variable outlives its sway,
+/// and a compositor inside a sway inherits it. True where the system tells of no process
+/// (`compositor` is 0); false where nobody listens.
+bool isSwaySocketOf(const std::string& path, pid_t compositor);
 
 /// A connection to sway's socket, served by the main loop. One that is lost, or on which nonsense
 /// came, is made anew until sway is there again; what was asked on it stays unanswered. Answers and

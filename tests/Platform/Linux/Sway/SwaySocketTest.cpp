@@ -9,6 +9,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <unistd.h>
+
 namespace vorlin {
 namespace {
 
@@ -33,6 +35,15 @@ protected:
     PlayedSway sway;
     std::vector<std::string> told;
 };
+
+TEST_F(SwaySocketTest, isOfTheProcessThatListensThere)
+{
+    EXPECT_TRUE(isSwaySocketOf(sway.path(), getpid()));
+    EXPECT_FALSE(isSwaySocketOf(sway.path(), getppid())) << "another sway's";
+    EXPECT_TRUE(isSwaySocketOf(sway.path(), 0)) << "where the system does not tell";
+    EXPECT_FALSE(isSwaySocketOf(sway.path() + ".gone", getpid())) << "a sway's that has ended";
+    EXPECT_FALSE(isSwaySocketOf("", 0));
+}
 
 TEST_F(SwaySocketTest, answersComeToWhoAskedAndEventsBetweenThemShiftNothing)
 {
