@@ -5,6 +5,7 @@
 #include "MIL/Graph/Graph.h"
 #include "MIL/Padding.h"
 #include "MIL/Parser/Parser.h"
+#include "MIL/Signature.h"
 #include "MIL/Weights/MappedFile.h"
 
 #include <algorithm>
@@ -57,47 +58,6 @@ Graph loadGraph(const std::filesystem::path& bundle, const Model::Options& optio
                       options.linksOut);
 }
 
-std::vector<FeatureDescription> describeAll(const std::vector<Feature>& features)
-{
-    std::vector<FeatureDescription> result;
-    for (const Feature& feature : features) {
-        result.push_back({feature.name, feature.type});
-    }
-    return result;
-}
-
-std::vector<FeatureDescription> describeInputs(const Graph& graph)
-{
-    std::vector<FeatureDescription> result = describeAll(graph.inputs);
-    const auto named = [&](const std::string& name) -> FeatureDescription& {
-        return *std::find_if(result.begin(), result.end(),
-                             [&](const FeatureDescription& f) { return f.name == name; });
-    };
-    for (const FlexibleShapes::Entry& entry : graph.flexible.defaults) {
-        named(entry.input).defaultShape = entry.range.least;
-    }
-    for (const FlexibleShapes::Configuration& configuration : graph.flexible.configurations) {
-        for (const FlexibleShapes::Entry& entry : configuration) {
-            std::vector<ShapeRange>& accepted = named(entry.input).accepted;
-            if (std::find(accepted.begin(), accepted.end(), entry.range) == accepted.end()) {
-                accepted.push_back(entry.range);
-            }
-        }
-    }
-    return result;
-}
-
-/// "[1, 2] or [1, 4..8]", not too long.
-std::string listOf(const std::vector<ShapeRange>& ranges)
-{
-    constexpr std::size_t most = 8;
-    std::string text;
-    for (std::size_t i = 0; i < std::min(ranges.size(), most); ++i) {
-        text += (i == 0 ? "" : " or ") + describe(ranges[i]);
-    }
-    return text + (ranges.size() > most ? " or others" : "");
-}
-
 } // namespace
 
 struct Model::Implementation {
@@ -107,23 +67,16 @@ struct Model::Implementation {
                            .referenceKernels = options.referenceKernels,
                            .sumVectors = options.sumVectors,
                            .largestBuffers = options.largestBuffers}),
-          inputs(describeInputs(graph)), outputs(describeAll(graph.outputs)),
-          states(describeAll(graph.states))
+          signature(graph)
     {
     }
 
-    /// The inputs in the order of the signature.
-    std::vector<TensorView> arrange(std::span<const NamedInput> given) const;
-    std::size_t position(std::string_view name) const;
     std::vector<NamedOutput> run(std::vector<TensorView> arranged, std::int64_t length,
                                  const std::atomic<bool>* stop, Urgency urgency);
-    void checkCombination(const std::vector<TensorView>& arranged) const;
 
     Graph graph;
     Executor executor;
-    std::vector<FeatureDescription> inputs;
-    std::vector<FeatureDescription> outputs;
-    std::vector<FeatureDescription> states;
+    Signature signature;
     /// By position: what holds frames, and what says how many count; once the program was
     /// shortened.
     struct Frames {
@@ -136,91 +89,6 @@ struct Model::Implementation {
     std::vector<std::byte> fewer; // frames, of the prediction under way
     std::mutex turn;
 };
-
-std::vector<TensorView> Model::Implementation::arrange(std::span<const NamedInput> given) const
-{
-    std::vector<TensorView> result(inputs.size());
-    std::vector<bool> filled(inputs.size());
-    for (const NamedInput& input : given) {
-        const std::size_t at = position(input.name);
-        if (at == inputs.size()) {
-            throw Error("the model has no input '" + std::string(input.name) + "'");
-        }
-        const FeatureDescription* const found = &inputs[at];
-        if (filled[at]) {
-            throw Error("the input '" + found->name + "' is given twice");
-        }
-        if (!isKnown(input.tensor.type.shape)) {
-            throw Error("the input '" + found->name + "' has an unknown extent");
-        }
-        const std::string wrong = disagreement(found->type, input.tensor.type);
-        if (!wrong.empty()) {
-            throw Error("the input '" + found->name + "' " + wrong);
-        }
-        if (!found->accepts(input.tensor.type.shape)) {
-            throw Error("the input '" + found->name + "' is " + describe(input.tensor.type) +
-                        " but the model accepts " + listOf(found->accepted));
-        }
-        if (input.tensor.data == nullptr && input.tensor.elements() != 0) {
-            throw Error("the input '" + found->name + "' has no data");
-        }
-        result[at] = input.tensor;
-        filled[at] = true;
-    }
-    for (std::size_t i = 0; i < inputs.size(); ++i) {
-        if (!filled[i]) {
-            throw Error("the input '" + inputs[i].name + "' is missing");
-        }
-    }
-    checkCombination(result);
-    return result;
-}
-
-/// An input of varying shape needs a configuration that lists it and takes all inputs it lists.
-void Model::Implementation::checkCombination(const std::vector<TensorView>& arranged) const
-{
-    if (graph.flexible.configurations.empty()) {
-        return;
-    }
-    const auto takes = [&](const FlexibleShapes::Configuration& configuration) {
-        return std::all_of(configuration.begin(), configuration.end(),
-                           [&](const FlexibleShapes::Entry& entry) {
-                               return entry.range.contains(arranged[position(entry.input)].shape());
-                           });
-    };
-    std::vector<bool> covered(inputs.size());
-    for (const FlexibleShapes::Configuration& configuration : graph.flexible.configurations) {
-        if (takes(configuration)) {
-            for (const FlexibleShapes::Entry& entry : configuration) {
-                covered[position(entry.input)] = true;
-            }
-        }
-    }
-    for (std::size_t i = 0; i < inputs.size(); ++i) {
-        if (!inputs[i].accepted.empty() && !covered[i]) {
-            throw Error("the input '" + inputs[i].name +
-                        "' has a shape that the model does not accept with those of the others");
-        }
-    }
-}
-
-std::size_t Model::Implementation::position(std::string_view name) const
-{
-    return static_cast<std::size_t>(
-        std::find_if(inputs.begin(), inputs.end(),
-                     [&](const FeatureDescription& f) { return f.name == name; }) -
-        inputs.begin());
-}
-
-bool FeatureDescription::accepts(const Shape& shape) const
-{
-    if (!disagreement(type, {type.element, shape}).empty()) {
-        return false;
-    }
-    return accepted.empty() ||
-           std::any_of(accepted.begin(), accepted.end(),
-                       [&](const ShapeRange& range) { return range.contains(shape); });
-}
 
 void onBackgroundThreadStart(std::function<void()> hook)
 {
@@ -242,15 +110,15 @@ Model Model::load(const std::filesystem::path& bundle, const Options& options)
 
 const std::vector<FeatureDescription>& Model::inputs() const
 {
-    return implementation->inputs;
+    return implementation->signature.inputs;
 }
 const std::vector<FeatureDescription>& Model::outputs() const
 {
-    return implementation->outputs;
+    return implementation->signature.outputs;
 }
 const std::vector<FeatureDescription>& Model::states() const
 {
-    return implementation->states;
+    return implementation->signature.states;
 }
 
 /// Computes at a length, or at the full one if it is 0. Under the hold of `turn`.
@@ -272,6 +140,7 @@ std::vector<NamedOutput> Model::Implementation::run(std::vector<TensorView> arra
                  urgency == Urgency::background ? WorkerPool::Kind::background
                                                 : WorkerPool::Kind::foreground);
     std::vector<NamedOutput> results;
+    const auto& outputs = signature.outputs;
     results.reserve(outputs.size());
     for (std::size_t i = 0; i < outputs.size(); ++i) {
         const TensorView& view = executor.output(i);
@@ -290,7 +159,7 @@ std::vector<NamedOutput> Model::predict(std::span<const NamedInput> inputs,
                                         const std::atomic<bool>* stop, Urgency urgency)
 {
     const std::lock_guard guard(implementation->turn);
-    return implementation->run(implementation->arrange(inputs), 0, stop, urgency);
+    return implementation->run(implementation->signature.arrange(inputs), 0, stop, urgency);
 }
 
 std::vector<NamedOutput> Model::predictAt(std::int64_t length, std::span<const NamedInput> inputs,
@@ -301,7 +170,7 @@ std::vector<NamedOutput> Model::predictAt(std::int64_t length, std::span<const N
     if (std::find(known.begin(), known.end(), length) == known.end()) {
         throw Error("the model cannot compute at length " + std::to_string(length));
     }
-    std::vector<TensorView> arranged = implementation->arrange(inputs);
+    std::vector<TensorView> arranged = implementation->signature.arrange(inputs);
     const std::int64_t counting = arranged[implementation->frames->length].integer(0);
     if (counting > length) {
         throw Error(std::to_string(counting) + " frames do not fit into length " +
@@ -313,9 +182,9 @@ std::vector<NamedOutput> Model::predictAt(std::int64_t length, std::span<const N
 std::string Model::shorten(const LengthInput& input, std::vector<std::int64_t> lengths)
 {
     const std::lock_guard guard(implementation->turn);
-    const std::size_t data = implementation->position(input.data);
-    const std::size_t length = implementation->position(input.length);
-    const auto& inputs = implementation->inputs;
+    const std::size_t data = implementation->signature.position(input.data);
+    const std::size_t length = implementation->signature.position(input.length);
+    const auto& inputs = implementation->signature.inputs;
     if (data == inputs.size() || length == inputs.size() ||
         input.axis >= inputs[data].type.shape.size() || bitsOf(inputs[data].type.element) < 8) {
         throw Error("the model has no inputs '" + input.data + "' and '" + input.length +
@@ -330,7 +199,7 @@ std::string Model::shorten(const LengthInput& input, std::vector<std::int64_t> l
         return implementation->noShorterForm;
     }
     implementation->frames = Implementation::Frames{data, input.axis, length};
-    for (const FeatureDescription& output : implementation->outputs) {
+    for (const FeatureDescription& output : implementation->signature.outputs) {
         if (!isKnown(output.type.shape)) {
             return implementation->noShorterForm =
                        "the output '" + output.name + "' has an unknown extent";

@@ -5,10 +5,12 @@ set(VORLIN_MIL_SOURCES
     FlexibleShapes.cpp
     Model.cpp
     Padding.cpp
+    Signature.cpp
     Tensor.cpp
     Execution/BufferPlan.cpp
     Execution/Chains.cpp
     Execution/Executor.cpp
+    Execution/Finishing.cpp
     Execution/WorkerPool.cpp
     Graph/Call.cpp
     Graph/GraphBuilder.cpp
@@ -37,12 +39,14 @@ set(VORLIN_MIL_SOURCES
     Kernels/Movement/Movement.cpp
     Kernels/Movement/Shapes.cpp
     Kernels/Movement/StridedCopy.cpp
+    Kernels/Movement/Transpose.cpp
     Kernels/Movement/Upsample.cpp
     Kernels/Normalisation/Normalisation.cpp
     Kernels/Normalisation/RowFast.cpp
     Kernels/Normalisation/RowReference.cpp
     Kernels/Product/Attention.cpp
     Kernels/Product/DotKernels.cpp
+    Kernels/Product/Finish.cpp
     Kernels/Product/Multiply.cpp
     Kernels/Product/MultiplyKernels.cpp
     Kernels/Product/Operands.cpp
@@ -78,6 +82,7 @@ set(VORLIN_MIL_SOURCES
 set(VORLIN_MIL_VECTOR_SOURCES
     Kernels/Elementwise/Conversion.cpp
     Kernels/Elementwise/Fast.cpp
+    Kernels/Movement/Transpose.cpp
     Kernels/Normalisation/RowFast.cpp
     Kernels/Product/DotKernels.cpp
     Kernels/Product/MultiplyKernels.cpp

@@ -1,5 +1,4 @@
 #include "MIL/Graph/Operation.h"
-#include "MIL/Kernels/Product/MultiplyKernels.h"
 #include "MIL/Kernels/Product/Operands.h"
 #include "MIL/Kernels/Stored/Forms.h"
 
@@ -91,8 +90,8 @@ protected:
 
 TEST_F(AheadTest, aThreadAloneAsksForEachPieceWhileItComputesTheOneBefore)
 {
-    const std::int64_t manyPanels = 15 * panelWidth(); // two blocks of columns
-    multiplyWith(multiplyHere, {150, 1300, manyPanels}, 1);
+    constexpr std::int64_t columns = 360; // two blocks
+    multiplyWith(multiplyHere, {150, 1300, columns}, 1);
     const auto firstPiece = rows.expanded.begin() + 64;
     EXPECT_EQ(rows.asked, std::vector<Part>(firstPiece, rows.expanded.end()));
     EXPECT_EQ(rows.expanded.size(), 2U * 3 * 150);
@@ -111,7 +110,7 @@ TEST_F(AheadTest, whereThereIsTooLittleTimeForAllItAsksForTheFirst)
 
 TEST_F(AheadTest, oneOfSeveralThreadsAsksForTheTileThatItWillTake)
 {
-    multiplyWith(multiply, {5 * 64, 600, 10 * panelWidth()}, 2);
+    multiplyWith(multiply, {5 * 64, 600, 240}, 2);
     std::vector<Part> expected;
     for (std::int64_t tile = 0; tile < 5; ++tile) {
         addParts(expected, tile * 64, tile * 64 + 64, 512, 600);

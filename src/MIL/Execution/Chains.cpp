@@ -20,12 +20,15 @@ bool fitTogether(const ValueTable& values, const Node& a, const Node& b)
 
 } // namespace
 
-std::vector<std::size_t> stepsOf(std::span<const Node> nodes, const ValueTable& values)
+std::vector<std::size_t> stepsOf(std::span<const Node> nodes, const ValueTable& values,
+                                 const FinishPlan& finishes)
 {
     std::vector<std::size_t> steps(nodes.size());
     std::size_t first = 0;
     for (std::size_t i = 1; i < nodes.size(); ++i) {
-        const bool joins = i - first < mostLinks && fitTogether(values, nodes[first], nodes[i]);
+        const std::size_t finished = finishes[first].size();
+        const bool joins = i - first <= finished || (finished == 0 && i - first < mostLinks &&
+                                                     fitTogether(values, nodes[first], nodes[i]));
         steps[i] = joins ? steps[first] : steps[first] + 1;
         first = joins ? first : i;
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "MIL/Execution/Finishing.h"
 #include "MIL/Graph/Graph.h"
 
 #include <cstddef>
@@ -12,6 +13,8 @@ namespace vorlin::mil {
 /// run, the nodes of one stand side by side. A step of several nodes is a chain: element-wise
 /// operations on one shape that run part by part, all of them on one part before the next, so
 /// that what they hand on stays in the cache. Each of them computes what it would compute alone.
-std::vector<std::size_t> stepsOf(std::span<const Node> nodes, const ValueTable& values);
+/// A product and the operations of its finish are a step, too.
+std::vector<std::size_t> stepsOf(std::span<const Node> nodes, const ValueTable& values,
+                                 const FinishPlan& finishes);
 
 } // namespace vorlin::mil

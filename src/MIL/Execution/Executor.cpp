@@ -69,7 +69,11 @@ Executor::Executor(const Graph& graph, const Settings& settings)
 void Executor::addProcedure(std::span<const Node> nodes, ShortForm form)
 {
     exchange(values, form);
-    Procedure procedure{nodes, {}, stepsOf(nodes, values), {}};
+    Procedure procedure{nodes, {}, FinishPlan(nodes.size()), {}, {}};
+    if (!settings.referenceKernels) {
+        procedure.finishes = planFinishes(nodes, values, graph.outputIds, graph.opset);
+    }
+    procedure.steps = stepsOf(nodes, values, procedure.finishes);
     procedure.plan = planBuffers(nodes, values, graph.outputIds, procedure.steps);
     exchange(values, form);
     if (procedure.plan.arenaBytes > settings.largestBuffers) {
@@ -188,6 +192,8 @@ void Executor::runStep(std::size_t first, std::size_t last)
     try {
         if (last - first == 1) {
             runNode(node);
+        } else if (!procedures[current].finishes[first].empty()) {
+            runFinished(first, last);
         } else {
             runChain(first, last);
         }
@@ -222,6 +228,28 @@ void Executor::runChain(std::size_t first, std::size_t last)
         }
     };
     callOf(first).parallel(elementCount(outputs.front().shape()), partLength, task);
+}
+
+/// A product that puts what its finish makes of its results where the last operation's are to be.
+void Executor::runFinished(std::size_t first, std::size_t last)
+{
+    const std::span<const Node> nodes = procedures[current].nodes;
+    for (std::size_t i = first; i < last; ++i) {
+        place(nodes[i]);
+    }
+    finish.reset(outputs.front().type.element);
+    for (const PlannedLink& link : procedures[current].finishes[first]) {
+        finish.add(
+            {link.link, link.binary ? values.views[link.other] : TensorView{}, link.otherFirst});
+    }
+    const Node& node = nodes[first];
+    execution.finish = &finish;
+    const struct Ended {
+        Execution& execution;
+        ~Ended() { execution.finish = nullptr; }
+    } ended{execution};
+    node.kind->compute(
+        {*node.kind, node.operands, graph.opset, values, std::span(outputs).last(1), execution});
 }
 
 void Executor::runNode(const Node& node)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MIL/Execution/BufferPlan.h"
+#include "MIL/Execution/Finishing.h"
 #include "MIL/Execution/WorkerPool.h"
 #include "MIL/Graph/Graph.h"
 #include "MIL/Lengths/ShorterForms.h"
@@ -78,6 +79,7 @@ private:
     struct Procedure {
         std::span<const Node> nodes;
         ShortForm form; // empty at the full length
+        FinishPlan finishes;
         std::vector<std::size_t> steps;
         BufferPlan plan;
     };
@@ -89,6 +91,7 @@ private:
     void runStep(std::size_t first, std::size_t last);
     void runNode(const Node& node);
     void runChain(std::size_t first, std::size_t last);
+    void runFinished(std::size_t first, std::size_t last);
     void transferState(const Node& node);
     std::byte* home(ValueId id, std::size_t bytes);
 
@@ -105,6 +108,7 @@ private:
     std::shared_ptr<WorkerPool> foreground;
     std::shared_ptr<WorkerPool> background;
     Execution execution;
+    Finish finish;                     // of the product that runs
     std::vector<TensorBuffer> outputs; // of the nodes that run
     std::vector<TensorType> inferred;  // of the node that runs
     bool timing = false;

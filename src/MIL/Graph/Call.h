@@ -15,6 +15,7 @@
 
 namespace vorlin::mil {
 
+class Finish;
 class WorkerPool;
 struct OperationKind;
 
@@ -47,6 +48,9 @@ struct Execution {
     std::size_t* loadBudget = nullptr;
     /// Memory that kernels share between their tasks; grows to the largest need and stays.
     std::vector<std::byte>* scratch = nullptr;
+
+    /// What the product that runs does to its results, if anything.
+    const Finish* finish = nullptr;
 
     bool mustStop() const { return stop != nullptr && *stop; }
 };
@@ -121,6 +125,7 @@ public:
     /// Throws Stopped once a stop was requested; for long work on one thread.
     void checkStop() const;
     bool referenceKernels() const { return execution.referenceKernels; }
+    const Finish* finish() const { return execution.finish; }
     SumVectors sumVectors() const { return execution.sumVectors; }
     /// Memory for this call only, 64-byte aligned, uninitialised. One call's requests replace
     /// each other.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MIL/Graph/Call.h"
+#include "MIL/Kernels/Elementwise/Link.h"
 
 #include <span>
 #include <string_view>
@@ -29,6 +30,14 @@ using Run = void (*)(const Call& call);
 using RunPart = void (*)(const Call& call, std::int64_t begin, std::int64_t end);
 /// Elements of a part: a few of them stay in the first-level cache.
 constexpr std::int64_t partLength = 8192;
+
+/// What such an operation does to floating numbers, if it is what a sink can do: the same to each,
+/// with at most one other operand. Of a call whose operands' types are known; throws NotKnownYet
+/// when it needs a value that only the prediction knows.
+using LinkOf = bool (*)(const Call& call, Link& link);
+
+/// Whether a call hands all its results to the sink's finish.
+using TakesFinish = bool (*)(const Call& call);
 
 /// For operations on stored constants: what an output is. Exactly one of the three is set.
 struct StoredOutput {
@@ -61,6 +70,8 @@ struct OperationKind {
     Store store = nullptr;
     /// Instead of `run`, for element-wise operations.
     RunPart part = nullptr;
+    LinkOf link = nullptr;
+    TakesFinish takesFinish = nullptr;
     std::vector<Parameter> parameters{}; // filled from the signature
 
     /// Computes the call's outputs on its threads.

@@ -76,15 +76,8 @@ void addTap(const WindowAxis& axis, std::int64_t tap, float weight, const float*
     const std::int64_t first = shift >= 0 ? 0 : (-shift + axis.stride - 1) / axis.stride;
     const std::int64_t room = axis.in - shift;
     const std::int64_t last = room <= 0 ? 0 : std::min(axis.out, (room - 1) / axis.stride + 1);
-    if (axis.stride == 1) {
-        const float* const source = in + shift;
-        for (std::int64_t o = first; o < last; ++o) {
-            out[o] += weight * source[o];
-        }
-        return;
-    }
-    for (std::int64_t o = first; o < last; ++o) {
-        out[o] += weight * in[o * axis.stride + shift];
+    if (first < last) {
+        addScaled(out + first, last - first, in + first * axis.stride + shift, axis.stride, weight);
     }
 }
 
@@ -138,6 +131,9 @@ void runDepthwise(const Call& call, const Convolution& c)
                           const double bias =
                               call.has("bias") ? call.input("bias").number(filter) : 0;
                           convolvePlane(call, c.windows, in, taps, static_cast<float>(bias), out);
+                          if (call.finish() != nullptr) {
+                              call.finish()->apply(i * c.outPlane(), c.outPlane(), out);
+                          }
                           storeFloats(call.output(), i * c.outPlane(), c.outPlane(), out);
                       }
                   });
@@ -162,7 +158,7 @@ void convolveGroup(const Call& call, const Convolution& c, std::int64_t index, b
     }
     const MatrixSink sink(
         {call.output(), (n * c.filters + group * rows) * c.outPlane(), c.outPlane(), 1},
-        call.has("bias") ? &bias : nullptr);
+        call.has("bias") ? &bias : nullptr, call.finish());
     const ProductSize size{rows, inner, c.outPlane()};
     const auto compute = alone ? multiply : multiplyHere;
     if (c.pointwise()) {
@@ -197,8 +193,12 @@ void runConvolution(const Call& call)
 
 std::vector<OperationKind> convolutionOperations()
 {
-    return {{"conv", "x weight~ bias? strides? pad_type? pad? dilations? groups?", inferConvolution,
-             runConvolution, OperationKind::Nature::laborious},
+    return {{.name = "conv",
+             .signature = "x weight~ bias? strides? pad_type? pad? dilations? groups?",
+             .infer = inferConvolution,
+             .run = runConvolution,
+             .nature = OperationKind::Nature::laborious,
+             .takesFinish = [](const Call&) { return true; }},
             transposedConvolution()};
 }
 

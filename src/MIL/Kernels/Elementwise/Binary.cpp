@@ -124,6 +124,14 @@ void computeBinary(const Call& call, std::int64_t begin, std::int64_t end)
     });
 }
 
+bool linkBinary(const Call& call, Link& link)
+{
+    const BinaryFunction function = functionOf(call);
+    link = function;
+    // A power may be a square, which is a product of what a sink has only once.
+    return isComputed(call.type("x").type.element) && function < equal && function != power;
+}
+
 /// `prelu` and `softplus_parametric`: constants by channel, which is axis 1.
 void inferByChannel(const Call& call, std::vector<TensorType>& outputs)
 {
@@ -193,8 +201,11 @@ std::vector<OperationKind> binaryOperations()
 {
     std::vector<OperationKind> kinds;
     for (const Binary& entry : table) {
-        kinds.push_back(
-            {.name = entry.name, .signature = "x y", .infer = inferBinary, .part = computeBinary});
+        kinds.push_back({.name = entry.name,
+                         .signature = "x y",
+                         .infer = inferBinary,
+                         .part = computeBinary,
+                         .link = linkBinary});
     }
     kinds.push_back(
         {.name = "logical_not", .signature = "x", .infer = inferNot, .part = computeNot});

@@ -26,6 +26,14 @@ void storeIntegers(const TensorBuffer& tensor, std::int64_t first, std::int64_t 
 /// Half precision to single and back; any alignment, no overlap.
 void widenAll(const Half* in, std::int64_t count, float* out);
 void narrowAll(const float* in, std::int64_t count, Half* out);
+/// What halves keep of the values.
+void roundToHalves(float* values, std::int64_t count);
+
+/// values[i] += addends[i], or the first of them if `single`.
+void addFloats(float* values, std::int64_t count, const float* addends, bool single);
+/// values[i] += factor * in[i * stride], rounded twice.
+void addScaled(float* values, std::int64_t count, const float* in, std::int64_t stride,
+               float factor);
 
 /// fp16 or fp32: what floating arithmetic is done on.
 bool isComputed(ElementType type);

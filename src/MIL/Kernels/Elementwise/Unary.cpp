@@ -136,26 +136,38 @@ void computeIntegers(const Call& call, UnaryFunction function, double alpha, dou
     }
 }
 
-void computeUnary(const Call& call, std::int64_t begin, std::int64_t end)
+/// The function with its constants.
+UnaryLink functionOf(const Call& call)
 {
     const Unary& entry = entryOf(call);
-    const TensorView& x = call.input("x");
+    const ElementType element = call.type("x").type.element;
     const auto constant = [&](std::string_view name, double otherwise) {
         // A default is a number of x's type: the epsilon of a logarithm of halves is zero.
         if (name.empty() || !call.has(name)) {
             const auto single = static_cast<float>(otherwise);
-            const bool halves = x.type.element == ElementType::fp16;
+            const bool halves = element == ElementType::fp16;
             return static_cast<double>(halves ? widen(narrow(single)) : single);
         }
         return call.number(name, otherwise);
     };
-    const double alpha = constant(entry.alpha, entry.defaultAlpha);
-    const double beta = constant(entry.beta, entry.defaultBeta);
+    return {entry.function == gelu ? geluOf(call) : entry.function,
+            constant(entry.alpha, entry.defaultAlpha), constant(entry.beta, entry.defaultBeta)};
+}
+
+bool linkUnary(const Call& call, Link& link)
+{
+    link = functionOf(call);
+    return isComputed(call.type("x").type.element);
+}
+
+void computeUnary(const Call& call, std::int64_t begin, std::int64_t end)
+{
+    const TensorView& x = call.input("x");
+    const auto [function, alpha, beta] = functionOf(call);
     if (!isComputed(x.type.element)) {
-        computeIntegers(call, entry.function, alpha, beta, begin, end);
+        computeIntegers(call, function, alpha, beta, begin, end);
         return;
     }
-    const UnaryFunction function = entry.function == gelu ? geluOf(call) : entry.function;
     const auto apply = call.referenceKernels() ? reference::applyUnary : applyUnary;
     FloatChunk chunk;
     alignas(64) float results[chunkLength];
@@ -180,7 +192,8 @@ std::vector<OperationKind> unaryOperations()
         kinds.push_back({.name = entry.name,
                          .signature = entry.signature,
                          .infer = inferUnary,
-                         .part = computeUnary});
+                         .part = computeUnary,
+                         .link = linkUnary});
     }
     kinds.push_back({"identity", "x", inferSame, nullptr, OperationKind::Nature::alias});
     return kinds;

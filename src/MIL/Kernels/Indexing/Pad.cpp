@@ -43,6 +43,26 @@ void inferPad(const Call& call, std::vector<TensorType>& outputs)
     outputs.push_back({x.element, shape});
 }
 
+/// Fills what lies in front of and behind the rows of x along the only padded axis.
+void fillBeside(const Call& call, std::int64_t before, std::int64_t after, std::size_t axis,
+                const std::byte* value)
+{
+    const TensorBuffer& out = call.output();
+    const std::int64_t inner = product(out.shape(), axis + 1, out.rank());
+    const std::int64_t row = out.extent(axis) * inner;
+    const auto fill = [&](std::int64_t first, std::int64_t count) {
+        const std::size_t bytes = bitsOf(out.type.element) / 8;
+        copyStrided(call, {.extents = {product(out.shape(), 0, axis), count * inner},
+                           .in = value,
+                           .inStrides = {0, 0},
+                           .out = out.data + first * static_cast<std::int64_t>(bytes),
+                           .outStrides = {row, 1},
+                           .elementBytes = bytes});
+    };
+    fill(0, before);
+    fill(row - after * inner, after);
+}
+
 void padConstant(const Call& call, const Extents& pad)
 {
     const TensorView& x = call.input("x");
@@ -50,12 +70,23 @@ void padConstant(const Call& call, const Extents& pad)
     const std::size_t bytes = bitsOf(x.type.element) / 8;
     std::array<std::byte, 8> value{};
     TensorBuffer{{x.type.element, {}}, value.data()}.set(0, call.number("constant_val", 0));
-    copyStrided(call, {.extents = {out.elements()},
-                       .in = value.data(),
-                       .inStrides = {0},
-                       .out = out.data,
-                       .outStrides = {1},
-                       .elementBytes = bytes});
+    Extents padded; // axes
+    for (std::size_t i = 0; i < x.rank(); ++i) {
+        if (pad[2 * i] + pad[2 * i + 1] != 0) {
+            padded.push(static_cast<std::int64_t>(i));
+        }
+    }
+    if (padded.size() == 1) {
+        const auto axis = static_cast<std::size_t>(padded[0]);
+        fillBeside(call, pad[2 * axis], pad[2 * axis + 1], axis, value.data());
+    } else {
+        copyStrided(call, {.extents = {out.elements()},
+                           .in = value.data(),
+                           .inStrides = {0},
+                           .out = out.data,
+                           .outStrides = {1},
+                           .elementBytes = bytes});
+    }
     const Extents dense = denseStrides(out.shape());
     std::int64_t offset = 0;
     for (std::size_t i = 0; i < x.rank(); ++i) {

@@ -1,5 +1,7 @@
 #include "MIL/Kernels/Movement/StridedCopy.h"
 
+#include "MIL/Kernels/Movement/Transpose.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -61,6 +63,13 @@ void copyTiles(const T* in, T* out, const Axis& row, const Axis& column)
         const std::int64_t rows = std::min(tile, row.extent - r);
         for (std::int64_t c = 0; c < column.extent; c += tile) {
             const std::int64_t columns = std::min(tile, column.extent - c);
+            if constexpr (sizeof(T) == 2) {
+                if (row.in == 1 && column.out == 1) {
+                    transposeShorts(in + r + c * column.in, column.in, rows, columns,
+                                    out + r * row.out + c, row.out);
+                    continue;
+                }
+            }
             for (std::int64_t i = r; i < r + rows; ++i) {
                 copyRow(in + i * row.in + c * column.in, column.in,
                         out + i * row.out + c * column.out, column.out, columns);

@@ -12,12 +12,12 @@ namespace vorlin::mil {
 
 namespace {
 
-// A tile of A (128 KiB), a panel's block of B (96 KiB with the widest vectors), the tile of C (at
-// most 120 KiB) and what is asked for ahead (64 KiB of halves) stay in the second-level cache
-// together; of a small one, 256 KiB, at least the first two do.
+// As many rows of A as are multiplied at once (16 KiB) stay in the first-level cache from their
+// expansion to the last panel. A block of B (at most 480 KiB), the tile of C (60 KiB) and what is
+// asked for ahead (64 KiB of halves) stay in the second-level cache together.
 constexpr std::int64_t tileRows = 64;
 constexpr std::int64_t tileInner = 512;
-constexpr std::int64_t mostPanels = 10; // of a column block
+constexpr std::int64_t blockColumns = 240; // whole panels, whatever their width
 
 /// With fewer columns than this, a row is expanded once and multiplied with each column.
 constexpr std::int64_t fewColumns = 4;
@@ -98,7 +98,8 @@ public:
     Product(const Call& call, std::int64_t threads, const ProductSize& size, const LeftRows& left,
             const RightColumns& right, const ResultSink& sink)
         : call(call), threads(threads), size(size), left(left), right(right), sink(sink),
-          width(panelWidth()), rowsAtOnce(panelRows()), dots(dotKernels(call.sumVectors()))
+          width(panelWidth()), mostPanels(blockColumns / width), rowsAtOnce(panelRows()),
+          dots(dotKernels(call.sumVectors()))
     {
     }
 
@@ -142,7 +143,7 @@ public:
         const std::int64_t rows = std::min(tileRows, size.rows - firstRow);
         const std::int64_t panelCount = std::min(mostPanels, panels(packed.columns) - firstPanel);
         const std::int64_t stride = mostPanels * width;
-        float* const a = threadMemory(0, tileRows * tileInner);
+        float* const a = threadMemory(0, rowsAtOnce * tileInner);
         float* const c = threadMemory(1, tileRows * stride);
         if (size.inner == 0) {
             std::fill_n(c, tileRows * stride, 0.0f);
@@ -150,17 +151,17 @@ public:
         for (std::int64_t k = 0; k < size.inner; k += tileInner) {
             call.checkStop();
             const std::int64_t inner = std::min(tileInner, size.inner - k);
-            for (std::int64_t i = 0; i < rows; ++i) {
-                left.expand(firstRow + i, k, inner, a + i * tileInner);
-            }
             const std::int64_t groups = (rows + rowsAtOnce - 1) / rowsAtOnce;
             LinesAhead ahead(left, pieceAfter(packed, index, k), panelCount * groups);
-            for (std::int64_t p = 0; p < panelCount; ++p) {
-                const float* const panel =
-                    packed.panels + ((firstPanel + p) * size.inner + k) * width;
-                for (std::int64_t i = 0; i < rows; i += rowsAtOnce) {
-                    multiplyPanel(a + i * tileInner, tileInner, panel, inner,
-                                  std::min(rowsAtOnce, rows - i),
+            for (std::int64_t i = 0; i < rows; i += rowsAtOnce) {
+                const std::int64_t height = std::min(rowsAtOnce, rows - i);
+                for (std::int64_t r = 0; r < height; ++r) {
+                    left.expand(firstRow + i + r, k, inner, a + r * tileInner);
+                }
+                for (std::int64_t p = 0; p < panelCount; ++p) {
+                    const float* const panel =
+                        packed.panels + ((firstPanel + p) * size.inner + k) * width;
+                    multiplyPanel(a, tileInner, panel, inner, height,
                                   std::min(width, packed.columns - (firstPanel + p) * width),
                                   c + i * stride + p * width, stride, k != 0, ahead.next());
                 }
@@ -221,6 +222,7 @@ private:
     const RightColumns& right;
     const ResultSink& sink;
     const std::int64_t width;
+    const std::int64_t mostPanels; // of a column block
     const std::int64_t rowsAtOnce;
     const DotKernels& dots;
 };

@@ -108,21 +108,71 @@ void MatrixColumns::pack(std::int64_t firstRow, std::int64_t rows, std::int64_t 
     }
 }
 
-void MatrixSink::addBias(std::int64_t firstRow, std::int64_t rows, std::int64_t columns,
-                         float* tile, std::int64_t stride) const
+namespace {
+
+/// Rows that are stored together.
+constexpr std::int64_t mostRows = 64;
+
+/// The bias of some rows: one for each, or one for all of them.
+class Biases {
+public:
+    Biases(const TensorView* bias, std::int64_t first, std::int64_t rows)
+        : none(bias == nullptr), single(!none && bias->elements() == 1)
+    {
+        if (!none) {
+            loadFloats(*bias, single ? 0 : first, single ? 1 : rows, values);
+        }
+    }
+
+    /// From that row on; null where there are none.
+    const float* from(std::int64_t row) const
+    {
+        return none ? nullptr : values + (single ? 0 : row);
+    }
+
+    const bool none;
+    const bool single;
+
+private:
+    float values[mostRows];
+};
+
+} // namespace
+
+void MatrixSink::storePiece(std::int64_t place, std::int64_t count, const float* addends,
+                            bool single, float* values) const
 {
-    constexpr std::int64_t together = 64;
-    const bool single = bias->elements() == 1;
-    float values[together];
-    for (std::int64_t first = 0; first < rows; first += together) {
-        const std::int64_t count = std::min(together, rows - first);
-        loadFloats(*bias, single ? 0 : firstRow + first, single ? 1 : count, values);
-        for (std::int64_t i = 0; i < count; ++i) {
-            float* const line = tile + (first + i) * stride;
-            const float value = values[single ? 0 : i];
-            for (std::int64_t j = 0; j < columns; ++j) {
-                line[j] += value;
-            }
+    if (addends != nullptr) {
+        addFloats(values, count, addends, single);
+    }
+    if (finish != nullptr) {
+        finish->apply(place, count, values);
+    }
+    storeFloats(target.tensor, place, count, values);
+}
+
+void MatrixSink::storeRows(std::int64_t firstRow, std::int64_t rows, std::int64_t base,
+                           std::int64_t columns, float* tile, std::int64_t stride) const
+{
+    const Biases biases(bias, firstRow, rows);
+    for (std::int64_t i = 0; i < rows; ++i) {
+        storePiece(base + i * target.rowStride, columns, biases.from(i), true, tile + i * stride);
+    }
+}
+
+void MatrixSink::storeTurned(std::int64_t firstRow, std::int64_t rows, std::int64_t base,
+                             std::int64_t columns, const float* tile, std::int64_t stride) const
+{
+    constexpr std::int64_t group = 16;
+    alignas(64) float piece[group * mostRows];
+    const Biases biases(bias, firstRow, rows);
+    for (std::int64_t j = 0; j < columns; j += group) {
+        const std::int64_t together = std::min(group, columns - j);
+        // NOLINTNEXTLINE(readability-suspicious-call-argument)
+        transposeFloats(tile + j, stride, rows, together, piece, mostRows);
+        for (std::int64_t c = 0; c < together; ++c) {
+            storePiece(base + (j + c) * target.columnStride, rows, biases.from(0), biases.single,
+                       piece + c * mostRows);
         }
     }
 }
@@ -130,31 +180,15 @@ void MatrixSink::addBias(std::int64_t firstRow, std::int64_t rows, std::int64_t 
 void MatrixSink::store(std::int64_t firstRow, std::int64_t rows, std::int64_t firstColumn,
                        std::int64_t columns, float* tile, std::int64_t stride) const
 {
-    if (bias != nullptr) {
-        addBias(firstRow, rows, columns, tile, stride);
-    }
-    const std::int64_t base =
-        target.base + firstRow * target.rowStride + firstColumn * target.columnStride;
-    if (target.columnStride == 1) {
-        for (std::int64_t i = 0; i < rows; ++i) {
-            storeFloats(target.tensor, base + i * target.rowStride, columns, tile + i * stride);
-        }
-        return;
-    }
-    constexpr std::int64_t group = 16;
-    constexpr std::int64_t mostRows = 64;
-    alignas(64) float piece[group * mostRows];
     for (std::int64_t i = 0; i < rows; i += mostRows) {
         const std::int64_t height = std::min(mostRows, rows - i);
-        for (std::int64_t j = 0; j < columns; j += group) {
-            const std::int64_t together = std::min(group, columns - j);
-            // NOLINTNEXTLINE(readability-suspicious-call-argument)
-            transposeFloats(tile + i * stride + j, stride, height, together, piece, mostRows);
-            for (std::int64_t c = 0; c < together; ++c) {
-                storeFloats(target.tensor,
-                            base + i * target.rowStride + (j + c) * target.columnStride, height,
-                            piece + c * mostRows);
-            }
+        const std::int64_t base =
+            target.base + (firstRow + i) * target.rowStride + firstColumn * target.columnStride;
+        float* const part = tile + i * stride;
+        if (target.columnStride == 1) {
+            storeRows(firstRow + i, height, base, columns, part, stride);
+        } else {
+            storeTurned(firstRow + i, height, base, columns, part, stride);
         }
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "MIL/Kernels/Product/Finish.h"
 #include "MIL/Kernels/Product/Multiply.h"
 
 namespace vorlin::mil {
@@ -39,7 +40,7 @@ private:
 };
 
 /// Stores C(i, j) at the flat element base + i * rowStride + j * columnStride of a tensor, where
-/// one of the strides is 1, plus bias(i) where there is one.
+/// one of the strides is 1, plus bias(i) where there is one, with the call's finish.
 class MatrixSink final : public ResultSink {
 public:
     struct Target {
@@ -49,16 +50,24 @@ public:
         std::int64_t columnStride = 1;
     };
     /// `bias` may be null; it has one number or one for each row of C.
-    MatrixSink(const Target& target, const TensorView* bias) : target(target), bias(bias) {}
+    MatrixSink(const Target& target, const TensorView* bias, const Finish* finish = nullptr)
+        : target(target), bias(bias), finish(finish)
+    {
+    }
     void store(std::int64_t firstRow, std::int64_t rows, std::int64_t firstColumn,
                std::int64_t columns, float* tile, std::int64_t stride) const override;
 
 private:
-    void addBias(std::int64_t firstRow, std::int64_t rows, std::int64_t columns, float* tile,
-                 std::int64_t stride) const;
+    void storeRows(std::int64_t firstRow, std::int64_t rows, std::int64_t base,
+                   std::int64_t columns, float* tile, std::int64_t stride) const;
+    void storeTurned(std::int64_t firstRow, std::int64_t rows, std::int64_t base,
+                     std::int64_t columns, const float* tile, std::int64_t stride) const;
+    void storePiece(std::int64_t place, std::int64_t count, const float* addends, bool single,
+                    float* values) const;
 
     const Target target;
     const TensorView* bias;
+    const Finish* finish;
 };
 
 } // namespace vorlin::mil

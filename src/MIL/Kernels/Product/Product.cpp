@@ -133,6 +133,14 @@ void multiplyPlain(const Call& call, const Factors& f)
     }
 }
 
+/// Whether all that takes part are floating numbers.
+bool isFloatLinear(const Call& call)
+{
+    return isComputed(call.type("x").type.element) &&
+           isComputed(call.type("weight").type.element) &&
+           (!call.has("bias") || isComputed(call.type("bias").type.element));
+}
+
 /// y = x W' + b: the rows of W against the rows of x.
 void runLinear(const Call& call)
 {
@@ -142,9 +150,7 @@ void runLinear(const Call& call)
     const std::int64_t inner = weight.extent(1);
     const std::int64_t rows = weight.extent(0);
     const std::int64_t columns = product(x.shape(), 0, x.rank() - 1);
-    const bool floats = isComputed(x.type.element) && isComputed(weight.type.element) &&
-                        (!call.has("bias") || isComputed(call.input("bias").type.element));
-    if (!floats) {
+    if (!isFloatLinear(call)) {
         multiplyPlain(call, {{columns, inner, rows},
                              {x, nullptr, 0, inner, 1},
                              {weight, stored, 0, 1, inner},
@@ -154,7 +160,7 @@ void runLinear(const Call& call)
     const MatrixRows left({weight, stored, 0, inner, 1});
     const MatrixColumns right({x, nullptr, 0, 1, inner});
     const MatrixSink sink({call.output(), 0, 1, rows},
-                          call.has("bias") ? &call.input("bias") : nullptr);
+                          call.has("bias") ? &call.input("bias") : nullptr, call.finish());
     multiply(call, {rows, inner, columns}, left, right, sink);
 }
 
@@ -237,7 +243,8 @@ void multiplyFactors(const Call& call, const Factors& f, bool alone)
                         (f.q.stored != nullptr || f.p.columnStride != 1);
     const auto compute = alone ? multiply : multiplyHere;
     if (!turned) {
-        compute(call, f.size, MatrixRows(f.p), MatrixColumns(f.q), MatrixSink(f.target, nullptr));
+        compute(call, f.size, MatrixRows(f.p), MatrixColumns(f.q),
+                MatrixSink(f.target, nullptr, call.finish()));
         return;
     }
     MatrixView left = f.q;
@@ -247,7 +254,12 @@ void multiplyFactors(const Call& call, const Factors& f, bool alone)
     MatrixSink::Target target = f.target;
     std::swap(target.rowStride, target.columnStride);
     compute(call, {f.size.columns, f.size.inner, f.size.rows}, MatrixRows(left),
-            MatrixColumns(right), MatrixSink(target, nullptr));
+            MatrixColumns(right), MatrixSink(target, nullptr, call.finish()));
+}
+
+bool isFloatMatmul(const Call& call)
+{
+    return isComputed(call.type("x").type.element) && isComputed(call.type("y").type.element);
 }
 
 void multiplyAny(const Call& call, const Factors& f, bool alone)
@@ -390,8 +402,18 @@ void runEinsum(const Call& call)
 std::vector<OperationKind> productOperations()
 {
     constexpr auto laborious = OperationKind::Nature::laborious;
-    return {{"linear", "x weight~ bias?", inferLinear, runLinear, laborious},
-            {"matmul", "x~ y~ transpose_x? transpose_y?", inferMatmul, runMatmul, laborious},
+    return {{.name = "linear",
+             .signature = "x weight~ bias?",
+             .infer = inferLinear,
+             .run = runLinear,
+             .nature = laborious,
+             .takesFinish = isFloatLinear},
+            {.name = "matmul",
+             .signature = "x~ y~ transpose_x? transpose_y?",
+             .infer = inferMatmul,
+             .run = runMatmul,
+             .nature = laborious,
+             .takesFinish = isFloatMatmul},
             {"einsum", "values* equation", inferEinsum, runEinsum, laborious}};
 }
 
