@@ -37,9 +37,9 @@ AppModel::AppModel(const Ports& ports)
       inserter(ports.loop, ports.pasteboard, ports.keyPoster, ports.focusedProgram),
       limits(ports.loop, dictation, ports.focusedProgram)
 {
+    lookAtKey();
     accessibilityGranted.set(ports.permissions.isTrusted());
     microphoneGranted.set(ports.permissions.microphoneGranted());
-    lookAtKey();
     hud.attach(dictation);
     wireDictation();
     wireMonitor();
@@ -342,6 +342,7 @@ void AppModel::setHotkey(const Hotkey& chosen)
 
 void AppModel::changeHotkey(const Hotkey& chosen)
 {
+    ports.eventTap.choose(chosen); // ahead of who asks what it needs
     if (chosen == hotkey.get()) {
         return; // one that is held stays held
     }

@@ -15,6 +15,7 @@ constexpr auto restoreAtLatest = std::chrono::milliseconds(3000);
 constexpr auto keysAtLatest = std::chrono::milliseconds(2000);
 /// How long a text waits for a program to see that there is one.
 constexpr auto seenAtLatest = std::chrono::milliseconds(500);
+constexpr auto seenEvery = std::chrono::milliseconds(2);
 constexpr auto lookEvery = std::chrono::milliseconds(20);
 constexpr auto watchEvery = std::chrono::milliseconds(100);
 
@@ -225,16 +226,28 @@ bool TextInserter::belongsElsewhere(const Waiting& text) const
 
 void TextInserter::leaveNow(const std::string& text)
 {
+    forgetLeftIfTaken();
+    left = left.empty() ? text : left + ' ' + text;
     pending.erase(PasteSource::clipboard); // what was beneath does not come back
-    pasteboard.copyString(PasteSource::clipboard, text);
+    pasteboard.copyString(PasteSource::clipboard, left);
     if (onLeft) {
         onLeft();
+    }
+}
+
+void TextInserter::forgetLeftIfTaken()
+{
+    const auto use = pasteboard.use(PasteSource::clipboard);
+    const bool isBeneath = pending.contains(PasteSource::clipboard);
+    if (use == PasteboardUse::replaced || (use != PasteboardUse::unread && !isBeneath)) {
+        left.clear();
     }
 }
 
 Task<void> TextInserter::paste(Waiting next, PasteChord chord)
 {
     const auto source = chord.source;
+    forgetLeftIfTaken();
     pending[source] = {takeContents(source), next.text, loop.now(), chord.takesRarely, {}};
     pasteboard.setString(source, chord.typesIntoTerminal ? inOneLine(next.text) : next.text);
     if (chord.looksFirst) {
@@ -266,17 +279,18 @@ Task<void> TextInserter::awaitLook(PasteSource source)
 {
     const TimePoint limit = loop.now() + seenAtLatest;
     while (!pasteboard.wasLookedAt(source) && loop.now() < limit) {
-        co_await sleepFor(loop, lookEvery);
+        co_await sleepFor(loop, seenEvery);
     }
 }
 
-/// Waits until the text pasted before was read, so that its reader does not get the next one.
+/// Waits until the text pasted before was read, so that its reader does not get the next one; or
+/// was left, where it would be lost.
 Task<void> TextInserter::awaitReader(PasteSource source)
 {
     while (true) {
         const auto before = pending.find(source);
         if (before == pending.end() || pasteboard.use(source) != PasteboardUse::unread ||
-            loop.now() - before->second.pasted >= restoreAtLatest) {
+            (loop.now() - before->second.pasted >= restoreAtLatest && focus.isAlwaysKnown())) {
             co_return;
         }
         co_await sleepFor(loop, lookEvery);

@@ -25,8 +25,9 @@ namespace vorlin {
 /// one before was read, within the same 3 s. If another program copies something meanwhile, its
 /// copy stays. Where it cannot be known which chord pastes in the focused program, a text that
 /// nobody has read by then is left; in a program that takes texts rarely, 0.5 s after the paste.
-/// Where the platform does not tell, each text is pasted at once and the contents found before it
-/// are put back 0.5 s later.
+/// One that is left while nobody has taken the one left before follows that on the clipboard. Where
+/// the platform does not tell, each text is pasted at once and the contents found before it are put
+/// back 0.5 s later.
 class TextInserter {
 public:
     /// The ports must outlive this object.
@@ -90,6 +91,7 @@ private:
     Task<PasteChord> readyChord();
     bool belongsElsewhere(const Waiting& text) const;
     void leaveNow(const std::string& text);
+    void forgetLeftIfTaken();
     Task<void> paste(Waiting next, PasteChord chord);
     void putBack(PasteSource source);
     Task<void> awaitLook(PasteSource source);
@@ -121,6 +123,9 @@ private:
     Timer nextWatch;
     std::map<PasteSource, Contents> ahead;
     std::map<PasteSource, Restore> pending;
+    /// What was left on the clipboard, and nobody has taken: it stands there, or beneath a text
+    /// that is pending.
+    std::string left;
     Lifetime lifetime;
 };
 

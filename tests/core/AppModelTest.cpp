@@ -50,6 +50,20 @@ TEST_F(AppModelTest, holdSpeakReleasePastesTheText)
     EXPECT_EQ(desktop.sounds.played, (Names{"Tink", "Pop"}));
 }
 
+TEST_F(AppModelTest, theTapKnowsTheKeyBeforeAnybodyAsksWhetherItIsGranted)
+{
+    desktop.permissions.trusted = false;
+    std::optional<Hotkey> known;
+    desktop.permissions.onIsTrusted = [&] { known = desktop.tap.chosen; };
+    start();
+    EXPECT_EQ(known, model->hotkey.get());
+    const Hotkey next{101, 0, false};
+    const auto changes = model->hotkey.observe([&](const Hotkey&) { known = desktop.tap.chosen; });
+    editHotkey(next);
+    EXPECT_EQ(known, next);
+    EXPECT_FALSE(desktop.tap.handler) << "nothing is watched";
+}
+
 TEST_F(AppModelTest, inToggleModeTheSecondPressStops)
 {
     startInToggleMode();

@@ -369,6 +369,43 @@ TEST_F(TextInserterTest, whereTextsAreTakenRarelyOneThatNobodyReadsAtOnceIsLeft)
     EXPECT_EQ(left, 1);
 }
 
+TEST_F(TextInserterTest, textsThatAreLeftOneAfterTheOtherAreAllThereUntilSomebodyTakesThem)
+{
+    focus.alwaysKnown = false;
+    pasteboard.copy(FakePasteboard::text("old"));
+    insert("one");
+    loop.advance(1s);
+    insert("two"); // before the first is given up
+    loop.advance(10s);
+    EXPECT_EQ(board(), "one two");
+    insert("three");
+    loop.advance(10s);
+    EXPECT_EQ(board(), "one two three");
+    pasteboard.read();
+    insert("four");
+    loop.advance(10s);
+    EXPECT_EQ(board(), "four");
+    pasteboard.copy(FakePasteboard::text("new"));
+    insert("five");
+    loop.advance(10s);
+    EXPECT_EQ(board(), "five");
+}
+
+TEST_F(TextInserterTest, aTextThatIsReadBetweenTwoThatAreLeftIsNoPartOfThem)
+{
+    focus.alwaysKnown = false;
+    insert("one");
+    loop.advance(10s);
+    programReadsAfter(0ms);
+    insert("two");
+    loop.advance(1s);
+    EXPECT_EQ(board(), "one");
+    programReadsAfter(-1ms);
+    insert("three");
+    loop.advance(10s);
+    EXPECT_EQ(board(), "one three");
+}
+
 TEST_F(TextInserterTest, aCopyOfAnotherProgramStays)
 {
     pasteboard.copy(FakePasteboard::text("old"));
@@ -749,7 +786,7 @@ TEST_F(TextInserterTest, aTextWhoseChordCannotBePostedIsLeftOnTheClipboard)
     insert("world");
     loop.advance(3s);
     EXPECT_EQ(left, 2);
-    EXPECT_EQ(board(), "world");
+    EXPECT_EQ(board(), "hello world") << "nobody has taken the first";
     EXPECT_TRUE(keys.posted.empty());
 }
 

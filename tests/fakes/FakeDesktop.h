@@ -108,8 +108,14 @@ public:
     /// Of the questions that the person wished for, the keys.
     std::vector<Hotkey> asked;
     int microphoneRequests = 0;
+    /// Called when it is asked whether this program is trusted.
+    std::function<void()> onIsTrusted = [] {};
 
-    bool isTrusted() const override { return trusted; }
+    bool isTrusted() const override
+    {
+        onIsTrusted();
+        return trusted;
+    }
     bool microphoneGranted() const override { return microphone; }
     bool microphoneAnswered() const override { return answered; }
     bool isKeyboardSecured() const override { return keyboardSecured; }

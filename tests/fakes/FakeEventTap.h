@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -15,6 +16,7 @@ public:
     bool allowed = true;
     Handler handler;
     KeyInterest interest;
+    std::optional<Hotkey> chosen;
     int starts = 0;
     /// Called when it has started.
     std::function<void()> onStart = [] {};
@@ -52,6 +54,7 @@ public:
     }
     bool losesReleases() const override { return canLoseReleases; }
     void enable() override { ++enables; }
+    void choose(const Hotkey& hotkey) override { chosen = hotkey; }
     void setInterest(const KeyInterest& wanted) override
     {
         ++interestChanges;

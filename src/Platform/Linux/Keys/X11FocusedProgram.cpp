@@ -33,11 +33,19 @@ PasteChord X11FocusedProgram::pasteChord()
                 continue;
             }
             if (const auto found = classOf(*window, deadline)) {
-                return pasteChordFor(found->instanceName, found->className);
+                return chordFor(found->instanceName, found->className);
             }
         }
     }
-    return pasteChordFor({}, {});
+    return chordFor({}, {});
+}
+
+PasteChord X11FocusedProgram::chordFor(std::string_view instanceName,
+                                       std::string_view className) const
+{
+    auto chord = pasteChordFor(instanceName, className);
+    chord.looksFirst |= reach == Reach::xwayland;
+    return chord;
 }
 
 std::optional<std::uint64_t> X11FocusedProgram::window()

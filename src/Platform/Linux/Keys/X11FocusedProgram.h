@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace vorlin {
 
@@ -28,6 +29,7 @@ public:
     {
     }
 
+    /// On XWayland the compositor looks first, at whatever is copied.
     PasteChord pasteChord() override;
     bool isAlwaysKnown() const override { return reach == Reach::session; }
     /// The window below the root that holds the focused one: a window manager's frame, if it has
@@ -41,6 +43,7 @@ private:
         std::string className;
     };
 
+    PasteChord chordFor(std::string_view instanceName, std::string_view className) const;
     std::optional<WindowClass> classOf(xcb_window_t window, Deadline deadline);
     std::optional<xcb_window_t> focusedWindow(Deadline deadline);
     std::optional<xcb_window_t> activeWindow(Deadline deadline);

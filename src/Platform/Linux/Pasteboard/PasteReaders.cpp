@@ -34,6 +34,8 @@ bool isWindowsProgram(std::uint32_t process)
 }
 
 constexpr int deepestWindow = 32;
+/// A compositor keeps a clipboard as soon as there is one. Shorter than a paste waits for that.
+constexpr std::chrono::milliseconds keepsWithin{400};
 
 } // namespace
 
@@ -66,6 +68,7 @@ void PasteReaders::rememberFocus()
 {
     remembered = focus();
     wasKeyboardTaken = isKeyboardTaken();
+    written = std::chrono::steady_clock::now();
     keptByCompositor = false;
 }
 
@@ -184,6 +187,16 @@ bool PasteReaders::counts(xcb_window_t window)
         return isFocused(window, focused) || isNobodyKnown(focused);
     }
     return isBridge(window) && std::exchange(keptByCompositor, true) && isFocused(window, focused);
+}
+
+bool PasteReaders::isForKeeping(xcb_window_t window)
+{
+    const auto age = std::chrono::steady_clock::now() - written;
+    if (keptByCompositor || age >= keepsWithin || !isBridge(window)) {
+        return false;
+    }
+    keptByCompositor = true;
+    return true;
 }
 
 bool PasteReaders::mayRead(xcb_window_t window) const

@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/Pasteboard/SelectionConnection.h"
 
+#include <chrono>
 #include <cstdint>
 #include <set>
 #include <string>
@@ -19,8 +20,8 @@ namespace vorlin {
 /// focus, or a program has taken the keyboard from the one that has, as launchers do, every reader
 /// counts. A known clipboard manager, and the client that owns CLIPBOARD_MANAGER, never counts,
 /// focused or not; unless it is the compositor of a Wayland session, which reads for each of its
-/// programs: once for the clipboard that it keeps itself, and what it reads beyond that, while one
-/// of those has the focus, counts.
+/// programs: once for the clipboard that it keeps itself, which it is refused, and what it reads
+/// beyond that, while one of those has the focus, counts.
 class PasteReaders {
 public:
     explicit PasteReaders(const SelectionConnection& connection);
@@ -31,6 +32,15 @@ public:
     /// Whether a request made from `window` counts. Once for each request, of text that is given. A
     /// few round trips.
     bool counts(xcb_window_t window);
+
+    /// Whether a request made from `window`, of text that is only there to be pasted, is the one by
+    /// which the compositor of a Wayland session would keep the text beyond our end: its first, and
+    /// soon after the writing. Once for each request. A round trip or two.
+    bool isForKeeping(xcb_window_t window);
+
+    /// Whether `window` asks for other programs, as the compositor of a Wayland session does. A
+    /// round trip or two.
+    bool isBridge(xcb_window_t window) const;
 
     /// Whether `window` may have a text that is only there to be pasted: whoever counts, a manager
     /// that has the focus itself, and in a Wayland session the compositor, which asks for others. A
@@ -46,7 +56,6 @@ private:
     bool isWithin(xcb_window_t window, xcb_window_t outer) const;
     bool isNobodyKnown(xcb_window_t focused) const;
     bool isFocused(xcb_window_t reader, xcb_window_t focused) const;
-    bool isBridge(xcb_window_t reader) const;
 
     const SelectionConnection& connection;
     const xcb_atom_t managerSelection;
@@ -56,7 +65,8 @@ private:
     const xcb_window_t probe;
     xcb_window_t remembered = XCB_NONE;
     bool wasKeyboardTaken = false;
-    /// The compositor has had the latest contents for itself.
+    std::chrono::steady_clock::time_point written;
+    /// The compositor has had the latest contents for itself, or was refused them.
     bool keptByCompositor = false;
 };
 

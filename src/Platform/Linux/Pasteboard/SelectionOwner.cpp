@@ -145,7 +145,7 @@ void SelectionOwner::answer(const xcb_selection_request_event_t& request)
 void SelectionOwner::noteLook(const xcb_selection_request_event_t& request)
 {
     if (owned->offering.forPasteOnly && !status.lookedAt(index) &&
-        readers.mayRead(request.requestor)) {
+        !readers.isBridge(request.requestor) && readers.mayRead(request.requestor)) {
         xcb_flush(connection.get());
         status.wasLookedAt(index, number);
     }
@@ -191,8 +191,14 @@ bool SelectionOwner::convertSeveral(xcb_window_t reader, xcb_atom_t property)
 
 bool SelectionOwner::give(xcb_window_t reader, const Content& content, xcb_atom_t property)
 {
-    if (owned->offering.forPasteOnly && content.tracked && !readers.mayRead(reader)) {
-        return false;
+    if (owned->offering.forPasteOnly && content.tracked) {
+        if (readers.isForKeeping(reader)) {
+            status.wasLookedAt(index, number); // what it asks for next is for who pastes
+            return false;
+        }
+        if (!readers.mayRead(reader)) {
+            return false;
+        }
     }
     const bool counts = content.tracked && readers.counts(reader);
     const auto given = [this, counts, of = number] {

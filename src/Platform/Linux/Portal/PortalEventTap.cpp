@@ -53,12 +53,15 @@ void PortalEventTap::stop()
     setInterest({});
 }
 
+void PortalEventTap::choose(const Hotkey& next)
+{
+    chosen = next;
+    updateConflict();
+}
+
 void PortalEventTap::setInterest(const KeyInterest& next)
 {
     interest = next;
-    if (interest.hotkey) {
-        lastHotkey = interest.hotkey;
-    }
     hotkey.want(interest.hotkey ? shortcutFor(*interest.hotkey) : std::nullopt);
     escape.want(interest.escape ? std::optional(escapeShortcut()) : std::nullopt);
     updateConflict();
@@ -71,12 +74,12 @@ KeyWatch PortalEventTap::watchable(const Hotkey& key) const
 
 bool PortalEventTap::isGranted() const
 {
-    return hotkey.isGranted(lastHotkey ? shortcutFor(*lastHotkey) : std::nullopt);
+    return hotkey.isGranted(chosen ? shortcutFor(*chosen) : std::nullopt);
 }
 
 bool PortalEventTap::needsQuestion() const
 {
-    const auto shortcut = lastHotkey ? shortcutFor(*lastHotkey) : std::nullopt;
+    const auto shortcut = chosen ? shortcutFor(*chosen) : std::nullopt;
     return shortcut && hotkey.needsQuestion(*shortcut);
 }
 
@@ -89,8 +92,8 @@ KeyConflict PortalEventTap::present() const
     if (key == missing) {
         return KeyConflict::unwatched;
     }
-    if (!lastHotkey) {
-        return KeyConflict::none; // which key is to be asked for first
+    if (!chosen) {
+        return KeyConflict::none;
     }
     if (!interest.hotkey) {
         return needsQuestion() ? KeyConflict::hotkeyUnasked : questionOfEscape();

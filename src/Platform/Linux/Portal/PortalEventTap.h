@@ -26,13 +26,14 @@ public:
     bool start(Handler handler) override;
     void stop() override;
     void enable() override {}
+    void choose(const Hotkey& hotkey) override;
     void setInterest(const KeyInterest& interest) override;
     bool typesCharacters(std::uint16_t /*keyCode*/) override { return false; }
     /// Ordinary keys: modifiers alone make no shortcut.
     KeyWatch watchable(const Hotkey& hotkey) const override;
     bool losesReleases() const override { return true; }
 
-    /// Whether the portals are there, and the hotkey that was wanted last needs no question.
+    /// Whether the portals are there, and the chosen hotkey needs no question.
     bool isGranted() const;
     /// Whether the portals are there, and it needs one.
     bool needsQuestion() const;
@@ -59,7 +60,7 @@ private:
     MainLoop& loop;
     Handler handler;
     KeyInterest interest;
-    std::optional<Hotkey> lastHotkey;
+    std::optional<Hotkey> chosen;
     /// When the hotkey was told of last, here and by the desktop's time.
     TimePoint lastTold;
     std::uint64_t lastTimestamp = 0;

@@ -261,7 +261,7 @@ TEST_F(Use, theOwnerOfTheManagerSelectionNeverCounts)
     EXPECT_EQ(use(), PasteboardUse::unread);
 }
 
-TEST_F(PasteboardFixture, aCompositorsSecondReadingIsForOneOfItsPrograms)
+TEST_F(PasteboardFixture, aCompositorKeepsNoTextThatIsThereToBePasted)
 {
     setenv("WAYLAND_DISPLAY", "wayland-0", 1);
     limit(std::chrono::seconds(1), 64U << 20U); // a pasteboard that knows of it
@@ -273,12 +273,16 @@ TEST_F(PasteboardFixture, aCompositorsSecondReadingIsForOneOfItsPrograms)
     compositor.takeFocus(); // as while a program of its own has it
     for (const char* text : {"dictated", "again"}) {
         pasteboard->setString(PasteSource::clipboard, text);
-        EXPECT_EQ(compositor.text(), text);
-        EXPECT_EQ(pasteboard->use(PasteSource::clipboard), PasteboardUse::unread)
-            << "it keeps that";
-        EXPECT_EQ(compositor.text(), text);
+        compositor.targets();
+        EXPECT_FALSE(pasteboard->wasLookedAt(PasteSource::clipboard));
+        EXPECT_EQ(compositor.text(), "(refused)") << "it would keep that";
+        EXPECT_EQ(pasteboard->use(PasteSource::clipboard), PasteboardUse::unread);
+        EXPECT_TRUE(pasteboard->wasLookedAt(PasteSource::clipboard));
+        EXPECT_EQ(compositor.text(), text) << "for one of its programs";
         EXPECT_EQ(pasteboard->use(PasteSource::clipboard), PasteboardUse::read);
     }
+    pasteboard->copyString(PasteSource::clipboard, "copied");
+    EXPECT_EQ(compositor.text(), "copied") << "what stays may be kept";
     unsetenv("WAYLAND_DISPLAY");
 }
 

@@ -40,6 +40,7 @@ protected:
     }
     void start(const Hotkey& hotkey)
     {
+        access.eventTap().choose(hotkey);
         EXPECT_TRUE(access.eventTap().start([this](KeyEventType type, const KeyEvent& event) {
             events.push_back((type == KeyEventType::keyDown ? "down " : "up ") +
                              std::to_string(event.keyCode) + (event.autorepeat ? " again" : "") +
@@ -229,6 +230,20 @@ TEST_F(PortalEventTapTest, aKeyThatWasRefusedIsNoConsentForAll)
     ASSERT_TRUE(hasConflict(KeyConflict::hotkeyUnasked));
     EXPECT_FALSE(access.isGranted());
     access.ask(f9);
+    EXPECT_TRUE(isGranted());
+    EXPECT_FALSE(access.canAsk());
+}
+
+TEST_F(PortalEventTapTest, whatAKeyNeedsIsKnownAsSoonAsItIsChosenAlsoWhileNothingIsWatched)
+{
+    grant("dictate-F9");
+    grantTheRest();
+    access.eventTap().choose(controlD);
+    ASSERT_TRUE(hasConflict(KeyConflict::hotkeyUnasked));
+    EXPECT_FALSE(access.isGranted());
+    EXPECT_TRUE(access.canAsk());
+    access.eventTap().choose(f9);
+    EXPECT_EQ(access.eventTap().conflict().get(), KeyConflict::none);
     EXPECT_TRUE(isGranted());
     EXPECT_FALSE(access.canAsk());
 }
