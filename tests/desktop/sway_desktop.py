@@ -9,10 +9,8 @@ its options and of its end holds here too; there is no X11 connection (`x` is no
 XWayland runs once somebody asks for it.
 """
 
-import contextlib
 import json
 import os
-import pathlib
 
 from sound_server import SoundServer
 from virtual_desktop import VirtualDesktop
@@ -67,15 +65,6 @@ class SwayDesktop(VirtualDesktop):
     def focused(self):
         """The node of the focused window; none where no window has the focus."""
         return next((each for each in self.windows() if each["focused"]), None)
-
-    def xwayland(self):
-        """The process of XWayland; none while it does not run."""
-        for each in pathlib.Path("/proc").iterdir():
-            with contextlib.suppress(OSError):
-                if ((each / "comm").read_text() == "Xwayland\n" and
-                        str(self.runtime_folder).encode() in (each / "environ").read_bytes()):
-                    return int(each.name)
-        return None
 
     # How it comes to be.
 

@@ -1,32 +1,15 @@
 """A locked screen: what runs is cancelled, and the key does nothing until it is unlocked."""
 
 import pytest
-from gi.repository import Gio, GLib
 
 from editors import Terminal
 from login_manager import LoginManager
-from overlay import Overlay, connect
+from overlay import Overlay
 from program import assert_arrived
+from screen_saver import ScreenSaver
 from waiting import stays, wait_until
 
 SENTENCE = "the committee decided to postpone the meeting until next month"
-
-
-class ScreenSaver:
-    """The screen saver of a desktop. It answers no question: it locks when it is told to."""
-
-    NAME = "org.gnome.ScreenSaver"
-
-    def __init__(self, desktop):
-        self.bus = connect(desktop.environment["DBUS_SESSION_BUS_ADDRESS"])
-        self.bus.call_sync("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                           "RequestName", GLib.Variant("(su)", (self.NAME, 0)), None,
-                           Gio.DBusCallFlags.NONE, 5000, None)
-
-    def set_active(self, active):
-        self.bus.emit_signal(None, "/org/gnome/ScreenSaver", self.NAME, "ActiveChanged",
-                             GLib.Variant("(b)", (active,)))
-        self.bus.flush_sync(None)
 
 
 def test_a_lock_cancels_and_the_key_does_nothing_until_it_is_unlocked(desktop, launch):

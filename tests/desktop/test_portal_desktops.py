@@ -2,8 +2,8 @@
 serves programs of Wayland and of X11 alike."""
 
 import os
+import pathlib
 import signal
-import subprocess
 
 import pytest
 
@@ -14,7 +14,9 @@ from matrix import debian
 from overlay import expected_frame, rows
 from portal_editors import GTK4Editor, QtEditor, QtXWaylandEditor, Terminal
 from program import Program, assert_arrived, hotkey_setting
+from screen_saver import ScreenSaver
 from waiting import stays, wait_until
+from wayland_clipboard import await_pasted, copy, kinds, pasted
 
 SENTENCE = "the committee decided to postpone the meeting until next month"
 F9 = 101
@@ -54,38 +56,14 @@ def cell(column):
     return pytest.mark.matrix("compositors", row="desktop", column=column)
 
 
+def environ(program):
+    return pathlib.Path(f"/proc/{program.process.pid}/environ").read_bytes()
+
+
 def holds(desktop, program):
     """Whether a press of the key begins a dictation."""
     desktop.keyboard.tap("F9")
     return not stays(lambda: not program.is_recording(), 0.5)
-
-
-def pasted(desktop, kind):
-    """The bytes of one type on the clipboard, as a program of Wayland gets them."""
-    done = subprocess.run(["wl-paste", "--no-newline", "--type", kind], env=desktop.environment,
-                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                          stderr=subprocess.DEVNULL, timeout=30, check=False)
-    return done.stdout if done.returncode == 0 else None
-
-
-def kinds(desktop):
-    """What is on the clipboard, by type, without reading any of it."""
-    done = subprocess.run(["wl-paste", "--list-types"], env=desktop.environment,
-                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                          stderr=subprocess.DEVNULL, timeout=30, check=False)
-    return set(done.stdout.decode().split())
-
-
-def copy(desktop, kind, data):
-    """Copies something in a program of Wayland."""
-    copied = desktop.folder / "copied"
-    copied.write_bytes(data)
-    desktop.output(["sh", "-c", f"exec wl-copy --type {kind} <'{copied}' >/dev/null 2>&1"])
-    await_pasted(desktop, data, kind)
-
-
-def await_pasted(desktop, expected, kind):
-    wait_until(lambda: pasted(desktop, kind) == expected, f"{kind} on the clipboard", interval=0.5)
 
 
 @cell("editor")
@@ -142,6 +120,45 @@ def test_a_back_end_that_crashes_costs_no_key(desktop, launch):
     program.say(SENTENCE)
     desktop.keyboard.tap("F9")
     assert_arrived(SENTENCE, where.await_text())
+
+
+@cell("locked")
+def test_a_lock_cancels_and_the_key_does_nothing_until_it_is_unlocked(desktop, launch):
+    saver = ScreenSaver(desktop)
+    program = launch(recordMode="toggle")
+    where = GTK4Editor(desktop)
+    wait_until(lambda: holds(desktop, program), "a dictation")
+    program.say(SENTENCE)
+    saver.set_active(True)
+    program.await_silence()
+    assert not holds(desktop, program)
+    saver.set_active(False)
+    wait_until(lambda: holds(desktop, program), "the key to be watched again")
+    assert not where.text(), "what was cancelled was inserted"
+    program.say(SENTENCE)
+    desktop.keyboard.tap("F9")
+    assert_arrived(SENTENCE, where.await_text())
+
+
+@cell("XWayland ends")
+def test_when_xwayland_ends_the_program_starts_anew_once_and_types_nothing_twice(desktop, launch):
+    if not desktop.outlives_xwayland:
+        pytest.skip("this compositor ends with XWayland where it was not started by systemd")
+    program = launch(recordMode="toggle")
+    where = GTK4Editor(desktop)
+    wait_until(lambda: holds(desktop, program), "a dictation")
+    program.say(SENTENCE)
+    desktop.keyboard.tap("F9")
+    before = where.await_text()
+    os.kill(desktop.xwayland(), signal.SIGKILL)
+    wait_until(lambda: b"VORLIN_RESTARTED" in environ(program), "the next start")
+    wait_until(program.answers, "the program to answer again")
+    assert where.text() == before
+    wait_until(lambda: holds(desktop, program), "the key to be watched again")
+    program.say(SENTENCE)
+    desktop.keyboard.tap("F9")
+    wait_until(lambda: len(where.text()) > len(before), "the next text", interval=0.5)
+    assert_arrived(f"{SENTENCE} {SENTENCE}", where.text())
 
 
 @cell("lost release")

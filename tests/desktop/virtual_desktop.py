@@ -7,6 +7,7 @@ Everything lives in one temporary folder and ends with the `with` block, or with
 however it ends. Any number of desktops can live side by side.
 """
 
+import contextlib
 import ctypes
 import os
 import pathlib
@@ -127,6 +128,15 @@ class VirtualDesktop:
         path = folder / f"{name}.png"
         self.output(["import", "-window", "root", str(path)])
         return path
+
+    def xwayland(self):
+        """The process of XWayland; none while it does not run."""
+        for each in pathlib.Path("/proc").iterdir():
+            with contextlib.suppress(OSError):
+                if ((each / "comm").read_text() == "Xwayland\n" and
+                        str(self.runtime_folder).encode() in (each / "environ").read_bytes()):
+                    return int(each.name)
+        return None
 
     def start_compositor(self):
         """Starts the compositor and waits for it; `picom` is its process."""
