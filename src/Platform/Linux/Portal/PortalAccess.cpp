@@ -32,6 +32,7 @@ PortalAccess::PortalAccess(const QDBusConnection& bus, const QDBusConnection& es
 {
     for (auto* const key : {&hotkey, &escape}) {
         QObject::connect(&backends, &PortalBackends::replaced, key, &PortalKey::reopen);
+        QObject::connect(key, &PortalKey::orphaned, &backends, &PortalBackends::closeSession);
     }
 }
 

@@ -11,7 +11,6 @@ namespace vorlin {
 PortalBackends::PortalBackends(const QDBusConnection& bus, const HostRegistry& registry) : bus(bus)
 {
     connect(&registry, &HostRegistry::ready, this, &PortalBackends::look);
-    connect(&registry, &HostRegistry::gone, this, [this] { backends.clear(); });
 }
 
 void PortalBackends::look()
@@ -29,19 +28,32 @@ void PortalBackends::look()
     });
 }
 
-void PortalBackends::watch(const QStringList& names)
+void PortalBackends::watch(const QStringList& all)
 {
     backends.clear();
-    for (const auto& name : names) {
+    names.clear();
+    for (const auto& name : all) {
         if (!name.startsWith("org.freedesktop.impl.portal.desktop.")) {
             continue;
         }
+        names.push_back(name);
         auto& backend = backends.emplace_back(std::make_unique<BusName>(bus, name));
         connect(backend.get(), &BusName::ownerChanged, this, [this, known = false]() mutable {
             if (std::exchange(known, true)) { // the first is the one that is there
                 Q_EMIT replaced();
             }
         });
+    }
+}
+
+void PortalBackends::closeSession(const QString& session)
+{
+    for (const auto& name : names) {
+        auto message = QDBusMessage::createMethodCall(
+            name, session, QStringLiteral("org.freedesktop.impl.portal.Session"),
+            QStringLiteral("Close"));
+        message.setAutoStartService(false);
+        bus.send(message);
     }
 }
 

@@ -13,7 +13,8 @@
 namespace vorlin {
 
 /// The programs of the desktop that do what the portals are asked for. One that ends takes every
-/// session along, and the portals tell nobody. Main loop; waits for nothing.
+/// session along, and the portals tell nobody; portals that end leave their sessions to them, and
+/// some of them keep those. Main loop; waits for nothing.
 class PortalBackends final : public QObject {
     Q_OBJECT
 
@@ -21,16 +22,20 @@ public:
     /// `registry` must outlive this object and be the one of the same connection.
     PortalBackends(const QDBusConnection& bus, const HostRegistry& registry);
 
+    /// Ends a session of ours that the portals left behind.
+    void closeSession(const QString& session);
+
 Q_SIGNALS:
     /// One has ended, or another has taken its place.
     void replaced();
 
 private:
     void look();
-    void watch(const QStringList& names);
+    void watch(const QStringList& all);
 
     QDBusConnection bus;
     /// Those that were there when the portals were: they start them ahead of themselves.
+    QStringList names;
     std::vector<std::unique_ptr<BusName>> backends;
 };
 

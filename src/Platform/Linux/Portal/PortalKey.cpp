@@ -25,6 +25,7 @@ PortalKey::PortalKey(const QDBusConnection& bus, const HostRegistry& registry, s
       what(std::move(what)), memory(memory), callbacks(std::move(callbacks)), times(times),
       retryIn(times.retry)
 {
+    connect(&session, &ShortcutSession::orphaned, this, &PortalKey::orphaned);
     retry.setSingleShot(true);
     connect(&retry, &QTimer::timeout, this, &PortalKey::open);
     connect(&registry, &HostRegistry::ready, this, &PortalKey::look);

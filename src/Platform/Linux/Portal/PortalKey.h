@@ -92,6 +92,10 @@ public:
     /// What triggers the key, as the desktop says it; empty while none is bound.
     const Published<std::string, PortalKey>& trigger() const { return triggered; }
 
+Q_SIGNALS:
+    /// See `ShortcutSession`.
+    void orphaned(const QString& session);
+
 private:
     struct Question {
         WantedShortcut shortcut;

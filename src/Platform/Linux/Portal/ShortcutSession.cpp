@@ -22,6 +22,9 @@ ShortcutSession::ShortcutSession(const QDBusConnection& bus, const HostRegistry&
     connect(&limit, &QTimer::timeout, this, &ShortcutSession::takeBack);
     connect(&registry, &HostRegistry::gone, this, [this] {
         next = nullptr;
+        if (isOpen()) {
+            Q_EMIT orphaned(session);
+        }
         end();
     });
 }

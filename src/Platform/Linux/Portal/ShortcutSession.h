@@ -85,6 +85,10 @@ public:
     /// Gives the keys back. No callback but `asks` comes from then on.
     void close();
 
+Q_SIGNALS:
+    /// The portals went while this session was open: who served it may have it still.
+    void orphaned(const QString& session);
+
 private Q_SLOTS:
     void heard(const QDBusMessage& message);
     void closed(const QDBusMessage& message);

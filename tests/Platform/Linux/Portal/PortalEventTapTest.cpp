@@ -5,6 +5,10 @@
 #include "fakes/FakeDesktop.h"
 #include "simulation/SimulatedLoop.h"
 
+#include <QDBusConnectionInterface>
+#include <QDBusVirtualObject>
+#include <QStringList>
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -23,6 +27,27 @@ using Response = PlayedPortal::Response;
 
 const Hotkey f9{101, 0, false};
 const Hotkey controlD{2, eventFlags::maskControl, false};
+
+/// Does what the portals are asked for, and notes which sessions it is told to end.
+class PlayedBackend final : public QDBusVirtualObject {
+public:
+    explicit PlayedBackend(QDBusConnection bus)
+    {
+        bus.registerVirtualObject("/", this, QDBusConnection::SubPath);
+    }
+
+    QStringList closed;
+
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& /*from*/) override
+    {
+        if (message.interface() == "org.freedesktop.impl.portal.Session" &&
+            message.member() == "Close") {
+            closed.push_back(message.path());
+        }
+        return true;
+    }
+    QString introspect(const QString& /*path*/) const override { return {}; }
+};
 
 class PortalEventTapTest : public testing::Test {
 protected:
@@ -264,6 +289,19 @@ TEST_F(PortalEventTapTest, aBackEndThatEndsIsAskedForTheKeyAgain)
     backend.bus.unregisterService("org.freedesktop.impl.portal.desktop.played");
     EXPECT_TRUE(isWatched());
     EXPECT_EQ(events, (Events{"down 101", "up 101"}));
+}
+
+TEST_F(PortalEventTapTest, aSessionThatThePortalsLeaveToTheirBackEndIsEndedThere)
+{
+    PlayedBackend served(backend.bus);
+    grant("dictate-F9");
+    start(f9);
+    ASSERT_TRUE(isWatched());
+    const auto left = portal.session;
+    portal.program.bus.interface()->unregisterService("org.freedesktop.portal.Desktop");
+    ASSERT_TRUE(runUntil([&] { return !served.closed.empty(); }));
+    EXPECT_EQ(served.closed, QStringList{left});
+    EXPECT_EQ(portal.count("Close"), 0);
 }
 
 TEST_F(PortalEventTapTest, modifiersAloneCannotBeWatched)
