@@ -27,7 +27,7 @@ class PlainProgram:
         entry = desktop.data_folder / "applications" / f"{self.APP_ID}.desktop"
         entry.write_text("[Desktop Entry]\nType=Application\nName=Plain\nExec=/bin/true\n")
 
-    def bind(self, trigger, timeout=60, agree=lambda: None):
+    def bind(self, trigger, timeout=20, agree=lambda: None):
         """Asks for a key; returns the answer: its code, and what it says of keys. `agree` is what
         the person does meanwhile."""
         self.bus = connect(self.desktop.environment["DBUS_SESSION_BUS_ADDRESS"])
@@ -37,6 +37,7 @@ class PlainProgram:
         created = self._request("CreateSession", "(a{sv})", timeout,
                                 options={"session_handle_token": GLib.Variant("s", "plain")})
         self.session = created[1]["session_handle"]
+        self._request("ListShortcuts", "(oa{sv})", timeout, lambda: None, self.session)
         key = {"description": GLib.Variant("s", "Plain"),
                "preferred_trigger": GLib.Variant("s", trigger)}
         return self._request("BindShortcuts", "(oa(sa{sv})sa{sv})", timeout, agree,

@@ -2,6 +2,7 @@
 
 import os
 import pathlib
+import signal
 
 from gi.repository import Gio, GLib
 
@@ -70,18 +71,22 @@ class PortalSession(VirtualDesktop):
         self._start_portals()
 
     def start_backend(self):
-        self.backend_process = self.spawn([self.backend], log="portal-backend")
+        """Starts it, unless somebody has: the bus does for who asks something of it."""
+        self.spawn([self.backend], log="portal-backend")
         wait_until(lambda: self.has_name(self.backend_name), "the portals' back end")
 
     def end_backend(self):
         """As a crash does: the portals tell nobody of it."""
-        self.kill(self.backend_process)
-        wait_until(lambda: not self.has_name(self.backend_name), "the portals' back end to go")
+        served = self._ask_bus("GetNameOwner", self.backend_name)
+        os.kill(self._ask_bus("GetConnectionUnixProcessID", served), signal.SIGKILL)
+        wait_until(lambda: not self.has_name(served), "the portals' back end to go")
 
     def has_name(self, name):
-        return self.bus.call_sync("org.freedesktop.DBus", "/", "org.freedesktop.DBus",
-                                  "NameHasOwner", GLib.Variant("(s)", (name,)), None, 0, 20000,
-                                  None)[0]
+        return self._ask_bus("NameHasOwner", name)
+
+    def _ask_bus(self, method, name):
+        return self.bus.call_sync("org.freedesktop.DBus", "/", "org.freedesktop.DBus", method,
+                                  GLib.Variant("(s)", (name,)), None, 0, 20000, None)[0]
 
     def _start(self):
         self.environment |= {"XDG_SESSION_TYPE": "wayland", "LIBGL_ALWAYS_SOFTWARE": "1",
