@@ -85,8 +85,8 @@ public:
     /// Goes on after the platform switched the tap off.
     virtual void enable() = 0;
 
-    /// Which key is the dictation key, also while nothing is watched: what keeps that one from being
-    /// of use is told from now on.
+    /// Which key is the dictation key, also while nothing is watched: what keeps it from being of
+    /// use is told from now on.
     virtual void choose(const Hotkey& /*hotkey*/) {}
 
     /// Tells what may be swallowed from now on. Lone modifiers are only ever watched.

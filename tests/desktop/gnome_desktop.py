@@ -27,7 +27,7 @@ class GnomeDesktop(PortalSession):
     session_variables = {"XDG_CURRENT_DESKTOP": "GNOME", "GSETTINGS_BACKEND": "dconf"}
     backend = "/usr/libexec/xdg-desktop-portal-gnome"
     backend_name = "org.freedesktop.impl.portal.desktop.gnome"
-    outlives_xwayland = False
+    outlives_xwayland = False  # but where systemd has started it
 
     def start_compositor_and_person(self):
         socket = "wayland-gnome"

@@ -34,7 +34,6 @@ class KWinDesktop(PortalSession):
     }
     backend = "/usr/lib/x86_64-linux-gnu/libexec/xdg-desktop-portal-kde"
     backend_name = "org.freedesktop.impl.portal.desktop.kde"
-    outlives_xwayland = True
 
     def start_compositor_and_person(self):
         names = self.folder / "names"

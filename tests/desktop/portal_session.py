@@ -26,6 +26,7 @@ class PortalSession(VirtualDesktop):
     session_variables = {}
     backend = None
     backend_name = None
+    outlives_xwayland = True
 
     def start_compositor_and_person(self):
         raise NotImplementedError

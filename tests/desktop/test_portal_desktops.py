@@ -141,9 +141,9 @@ def test_a_lock_cancels_and_the_key_does_nothing_until_it_is_unlocked(desktop, l
 
 
 @cell("XWayland ends")
+@pytest.mark.parametrize("desktop", [name for name, kind in PLACES.items()
+                                     if kind.outlives_xwayland], indirect=True)
 def test_when_xwayland_ends_the_program_starts_anew_once_and_types_nothing_twice(desktop, launch):
-    if not desktop.outlives_xwayland:
-        pytest.skip("this compositor ends with XWayland where it was not started by systemd")
     program = launch(recordMode="toggle")
     where = GTK4Editor(desktop)
     wait_until(lambda: holds(desktop, program), "a dictation")
