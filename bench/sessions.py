@@ -125,7 +125,7 @@ def show(kind, taken, first):
 def main():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--dictations", type=int, default=15)
+    parser.add_argument("--dictations", type=int, default=8)
     parser.add_argument("--kinds", nargs="+", choices=KINDS, default=list(KINDS))
     arguments = parser.parse_args()
     kinds = [kind for kind in arguments.kinds if shutil.which(KINDS[kind][0])]
