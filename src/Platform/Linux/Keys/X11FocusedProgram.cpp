@@ -44,7 +44,7 @@ PasteChord X11FocusedProgram::chordFor(std::string_view instanceName,
                                        std::string_view className) const
 {
     auto chord = pasteChordFor(instanceName, className);
-    chord.looksFirst |= reach == Reach::xwayland;
+    chord.looksFirst |= reach == Reach::xwayland && chord.source == PasteSource::clipboard;
     return chord;
 }
 

@@ -192,7 +192,7 @@ bool SelectionOwner::convertSeveral(xcb_window_t reader, xcb_atom_t property)
 bool SelectionOwner::give(xcb_window_t reader, const Content& content, xcb_atom_t property)
 {
     if (owned->offering.forPasteOnly && content.tracked) {
-        if (readers.isForKeeping(reader)) {
+        if (index == selectionIndex(PasteSource::clipboard) && readers.isForKeeping(reader)) {
             status.wasLookedAt(index, number); // what it asks for next is for who pastes
             return false;
         }

@@ -123,6 +123,10 @@ TEST_F(X11FocusedProgramTest, onXWaylandNoWindowIsKnownAndTheClassDecidesAsEver)
     TestWindow window("xterm", "XTerm");
     EXPECT_EQ(there.window(), std::nullopt);
     EXPECT_EQ(there.pasteChord(), xterm);
+    TestWindow editor("editor", "Editor");
+    auto lookedAtFirst = usual; // by the compositor
+    lookedAtFirst.looksFirst = true;
+    EXPECT_EQ(there.pasteChord(), lookedAtFirst);
 }
 
 TEST_F(X11FocusedProgramTest, aDeadServerIsAnUnknownProgram)
