@@ -61,9 +61,10 @@ def environ(program):
 
 
 def holds(desktop, program):
-    """Whether a press of the key begins a dictation."""
+    """Whether a press of the key begins a dictation. The next press would end one that is slow to
+    begin."""
     desktop.keyboard.tap("F9")
-    return not stays(lambda: not program.is_recording(), 0.5)
+    return not stays(lambda: not program.is_recording(), 3)
 
 
 @cell("editor")
