@@ -75,6 +75,11 @@ class GnomeDesktop(PortalSession):
         titles = self.evaluate("global.get_window_actors().map(a => a.meta_window.get_title())")
         return titles, focused
 
+    def end_backend(self):
+        super().end_backend()
+        # One that starts before the shell has noticed is refused, and serves nobody.
+        self.evaluate("0")
+
     # Its release is not told where that of a modifier came first.
     lossy_hotkey = hotkey_setting(2, 0x40000 | 0x80000)
     lossy_keys = ("Control_L", "Alt_L", "d")

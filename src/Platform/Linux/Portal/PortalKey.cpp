@@ -190,6 +190,11 @@ void PortalKey::asks(const std::string& id)
 void PortalKey::fail()
 {
     session.close();
+    reopen();
+}
+
+void PortalKey::reopen()
+{
     lose(PortalKeyState::unknown);
     if (wanted && known.get() == KeysPortal::there) {
         retry.start(retryIn);

@@ -76,8 +76,10 @@ public:
     /// the place of an earlier one, and the portals' end takes it back: neither is answered.
     void ask(const WantedShortcut& wanted, std::function<void()> answered);
 
-    /// What serves the portals has changed, and may know no session of ours any more.
-    void reopen() { fail(); }
+    /// What serves the portals has changed, and may know no session of ours any more. It is asked
+    /// nothing at once: whoever starts it by that may have it start before the desktop has noticed
+    /// that the one before is gone.
+    void reopen();
 
     const Published<PortalKeyState, PortalKey>& state() const { return current; }
     const Published<KeysPortal, PortalKey>& portal() const { return known; }

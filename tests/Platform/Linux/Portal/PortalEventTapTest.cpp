@@ -287,6 +287,9 @@ TEST_F(PortalEventTapTest, aBackEndThatEndsIsAskedForTheKeyAgain)
     ASSERT_TRUE(isWatched());
     signal("Activated", "dictate-F9", portal.session);
     backend.bus.unregisterService("org.freedesktop.impl.portal.desktop.played");
+    ASSERT_TRUE(runUntil([&] { return events.size() == 2; }));
+    portal.takeIn(ours.bus);
+    EXPECT_EQ(portal.count("Close"), 0) << "it would start another one too early";
     EXPECT_TRUE(isWatched());
     EXPECT_EQ(events, (Events{"down 101", "up 101"}));
 }
