@@ -80,8 +80,8 @@ class Session:
 
     def _listens(self):
         known = len(self.microphone.began)
-        self.desktop.keyboard.tap("F9")
-        return not stays(lambda: len(self.microphone.began) == known, 0.5)
+        with self.desktop.keyboard.held("F9"):
+            return not stays(lambda: len(self.microphone.began) == known, 1)
 
     def dictate(self):
         """One dictation: (ms from key down to microphone, ms from key up to the terminal)."""
