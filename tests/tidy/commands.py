@@ -90,6 +90,7 @@ COMMANDS = {
     "bench/overlay_bench.py": BENCH,
     "bench/recogniser_bench.py": BENCH,
     "bench/settings_bench.py": BENCH,
+    "bench/sessions.py": Run("scripts/test-sessions", "bench/sessions.py"),
     "bench/startup_bench.py": BENCH,
     # tests/desktop/README.md
     "inside.py -- xterm": Run("tests/CMakeLists.txt", "tests/desktop/inside.py --"),
