@@ -123,7 +123,7 @@ std::string GeneralTab::conflict() const
     const auto refusal = tap.conflict().get();
     if (refusal == KeyConflict::unwatched) {
         return "This desktop does not let Vorlin watch keys. Bind Vorlin's actions to a key of the "
-               "desktop's instead: see DESKTOPS.md.";
+               "desktop's instead: see /usr/share/doc/vorlin/DESKTOPS.md.";
     }
     // A key that another program has is not reported for that reason.
     if (model.keyWatch.get() == KeyWatch::nothing && refusal != KeyConflict::hotkeyTaken) {
@@ -181,15 +181,17 @@ PickerControl GeneralTab::languages()
 
 std::string GeneralTab::languageHint() const
 {
+    const std::string own = model.preferences.unlistedLanguage();
+    const auto* knowing = own.empty() ? nullptr : Engine::knowing(own);
+    if (!own.empty() && knowing == nullptr) {
+        return "No engine knows the language of your desktop.";
+    }
     if (model.models.selected.get() != appleEngineId) {
         return {};
     }
-    if (const std::string own = model.preferences.unlistedLanguage(); !own.empty()) {
-        const auto* engine = Engine::knowing(own);
-        return engine == nullptr
-                   ? "No engine knows the language of your desktop."
-                   : "The language of your desktop is not in this list. " + engine->name + " (" +
-                         engine->sizeLabel + ") knows it: see Models.";
+    if (knowing != nullptr) {
+        return "The language of your desktop is not in this list. " + knowing->name + " (" +
+               knowing->sizeLabel + ") knows it: see Models.";
     }
     const std::string language = model.preferences.language();
     const auto known = hasModel.find(language);

@@ -70,6 +70,22 @@ TEST(Engine, threeAreBuiltInInTheirOrder)
     }
 }
 
+TEST(Engine, ofTheLanguagesOfEuropeTheFirstParakeetKnowsTwentyFive)
+{
+    for (const char* language :
+         {"bg", "cs", "da", "de", "el", "en", "es", "et", "fi", "fr", "hr", "hu", "it",
+          "lt", "lv", "mt", "nl", "pl", "pt", "ro", "ru", "sk", "sl", "sv", "uk"}) {
+        for (const char* region : {"", "-XX", "_XX"}) {
+            const auto* engine = Engine::knowing(language + std::string(region));
+            ASSERT_NE(engine, nullptr) << language << region;
+            EXPECT_EQ(engine->id, "parakeetRedux");
+        }
+    }
+    for (const char* language : {"", "ja", "ko", "zh-CN", "ar", "hi", "tr", "no", "ca", "eng"}) {
+        EXPECT_EQ(Engine::knowing(language), nullptr) << language;
+    }
+}
+
 TEST(Engine, anAddedOneIsCalledAsTypedOrElseAsWhereItComesFrom)
 {
     const auto named = Engine::added("custom-1", "Mine", "model", Engine::Hub{"owner/model"});

@@ -15,6 +15,8 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 sys.path.insert(0, str(ROOT / "tests" / "desktop"))
 
+from installed_files import NEEDS, files_of_the_package
+
 # What is no file of a package: other file systems, this checkout, and the notes of apt and dpkg.
 NOT_LOOKED_AT = ("/dev", "/proc", "/sys", "/run", "/tmp", str(ROOT), "/root/.cache",
                  "/var/cache", "/var/log", "/var/lib/apt", "/var/lib/dpkg")
@@ -59,6 +61,18 @@ def differences(before, after):
                 if before[path] != after[path])
 
 
+def missing_or_too_much():
+    """What the installed package lacks, or has and should not, one line each."""
+    listed = subprocess.run(["dpkg", "-L", "vorlin"], check=True, stdout=subprocess.PIPE, text=True)
+    files = {path for path in listed.stdout.split("\n") if os.path.isfile(path)}
+    yield from (f"not in the package: {path}" for path in files_of_the_package() - files)
+    yield from (f"in the package for no reason: {path}" for path in files - files_of_the_package())
+    needs = subprocess.run(["dpkg-query", "--show", "--showformat=${Depends}", "vorlin"],
+                           check=True, stdout=subprocess.PIPE, text=True).stdout
+    named = {need.split()[0] for need in needs.split(",")}
+    yield from (f"does not depend on {name}" for name in NEEDS - named)
+
+
 def first_minute(pictures):
     """In a virtual desktop, for which what it imports was installed only now."""
     from first_minute import on_x11
@@ -73,7 +87,7 @@ def main():
     pathlib.Path("/etc/hosts").touch()  # or Debian makes one, which stays
     before = files_of_the_system()
     apt("install", str(package))
-    wrong = list(first_minute(pictures))
+    wrong = list(missing_or_too_much()) + list(first_minute(pictures))
     # What came with it goes with it, as apt itself proposes. It would keep what the desktop only
     # recommends, which this one was made without.
     apt("purge", "--auto-remove", "--option", "APT::AutoRemove::RecommendsImportant=false",

@@ -173,6 +173,25 @@ def recipes(tree):
     return reached
 
 
+def is_come_to(tree, path, made):
+    """Whether a test or a target runs a file, as far as their texts say."""
+    if path.name == "CMakeLists.txt":
+        return True
+    if path.parts[0] != "tests":
+        return any(str(path) in recipe for recipe in made.values())
+    beside = path.parent / "CMakeLists.txt"
+    whole_folder = re.compile(r"-m pytest [^)]*\$\{CMAKE_CURRENT_SOURCE_DIR\}\)")
+    if beside in tree.paths and whole_folder.search(tree.text(beside)):
+        return path.name.startswith("test_")
+    runners = [tree.text(each) for each in tree.paths if each.name == "CMakeLists.txt"]
+    runners += [tree.text(each) for each in tree.paths
+                if each.parts[0] == "scripts" and is_come_to(tree, each, made)]
+    runners += made.values()
+    # A list of tests has short names.
+    named = re.compile(rf"\b({re.escape(path.name)}|{path.stem.removeprefix('test_')})\b")
+    return any(named.search(text) for text in runners)
+
+
 def breach(tree, command, entry, made):
     """Why an entry of the table is wrong; nothing where it is right."""
     if isinstance(entry, NotRun):
@@ -182,8 +201,8 @@ def breach(tree, command, entry, made):
         text = made.get(target)
     else:
         text = tree.text(pathlib.Path(name)) if pathlib.Path(name) in tree.paths else None
-        if text is not None and not name.startswith("tests/"):
-            text = text if any(name in recipe for recipe in made.values()) else None
+        if text is not None and not is_come_to(tree, pathlib.PurePath(name), made):
+            text = None
     if text is None:
         return f"no test and no target that runs is called {entry.by}"
     says = entry.says or command

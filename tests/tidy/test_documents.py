@@ -146,7 +146,11 @@ class DocumentTest(RuleTest):
 
     def test_a_command_is_run_or_it_is_said_why_not(self):
         files = {"Makefile": MAKEFILE, "scripts/run-benches": "bench --all\n",
-                 "scripts/by-hand": "bench --all\n", "tests/a.py": "make fast\n"}
+                 "scripts/by-hand": "tests/b/by-hand.py\n", "tests/a.py": "make fast\n",
+                 "tests/CMakeLists.txt": "foreach(name other short)\nrun(a.py)\n",
+                 "tests/test_short.py": "make fast\n", "tests/by-hand.py": "make fast\n",
+                 "tests/b/CMakeLists.txt": "x -m pytest ${CMAKE_CURRENT_SOURCE_DIR})\n",
+                 "tests/b/test_all.py": "make fast\n", "tests/b/all.py": "make fast\n"}
 
         def found(text, entry, command="make fast", **others):
             return self.found(lambda tree: commands.commands_are_run(tree, {command: entry}),
@@ -154,12 +158,14 @@ class DocumentTest(RuleTest):
 
         shown = "\n    make fast\n"
         wrong = ["tests/tidy/commands.py:1"]
-        for good in (NotRun("a reason"), Run("tests/a.py"), Run("Makefile:bench", "run-benches"),
+        for good in (NotRun("a reason"), Run("tests/a.py"), Run("tests/test_short.py"),
+                     Run("tests/b/test_all.py"), Run("Makefile:bench", "run-benches"),
                      Run("Makefile:build", "cmake"), Run("scripts/run-benches", "bench --all")):
             self.assertEqual(found(shown, good), [], good)
         for bad in (NotRun(""), Run("tests/b.py"), Run("tests/a.py", "make slow"),
                     Run("Makefile:bench"), Run("Makefile:by-hand", "by-hand"),
-                    Run("Makefile:none", "cmake"), Run("scripts/by-hand", "bench --all")):
+                    Run("Makefile:none", "cmake"), Run("scripts/by-hand", "tests/b"),
+                    Run("tests/by-hand.py"), Run("tests/b/all.py")):
             self.assertEqual(found(shown, bad), wrong, bad)
         self.assertEqual(found("", NotRun("a reason")), wrong, "an entry that nothing shows")
         self.assertEqual(found("\n    make slow\n", NotRun("a reason")), ["README.md:2", *wrong])
