@@ -93,6 +93,7 @@ def test_escape_cancels_and_is_otherwise_the_programs_own(desktop, launch):
     program = launch(recordMode="toggle")
     terminal = Terminal(desktop)
     wait_until(lambda: holds(desktop, program), "a dictation")
+    program.say(SENTENCE)  # the desktop gives Escape a moment after the dictation has begun
     desktop.keyboard.tap("Escape")
     program.await_silence()
     assert stays(lambda: not terminal.escapes(), 1)
