@@ -79,9 +79,7 @@ void TextInserter::restoreNow()
 void TextInserter::putBack(PasteSource source)
 {
     const auto restore = pending.extract(source);
-    if (pasteboard.use(source) != PasteboardUse::replaced) {
-        pasteboard.replace(source, restore.mapped().items);
-    }
+    pasteboard.restore(source, restore.mapped().items);
 }
 
 void TextInserter::anticipate()
@@ -250,6 +248,11 @@ Task<void> TextInserter::paste(Waiting next, PasteChord chord)
     forgetLeftIfTaken();
     pending[source] = {takeContents(source), next.text, loop.now(), chord.takesRarely, {}};
     pasteboard.setString(source, chord.typesIntoTerminal ? inOneLine(next.text) : next.text);
+    if (pasteboard.use(source) == PasteboardUse::underway) {
+        putBack(source); // the chord might paste what is still there
+        leaveNow(next.text);
+        co_return;
+    }
     if (chord.looksFirst) {
         shown = source;
         co_await awaitLook(source);

@@ -18,6 +18,8 @@ using PasteboardSnapshot = std::vector<PasteboardItem>;
 
 /// What became of the contents this process put on a pasteboard last.
 enum class PasteboardUse {
+    /// On their way: for all that is known something else may still be there.
+    underway,
     /// Still there; no program but clipboard managers has read it.
     unread,
     /// Still there, and some program has read it.
@@ -47,6 +49,10 @@ public:
 
     /// Empties it and, with a non-empty `contents`, writes the items one by one, in order.
     virtual void replace(PasteSource source, const PasteboardSnapshot& contents) = 0;
+
+    /// The same in the place of what this process put there last, and of nothing else: what another
+    /// program has put there since stays, whether or not `use` tells of it yet.
+    virtual void restore(PasteSource source, const PasteboardSnapshot& contents) = 0;
 
     /// Empties it and writes `text` as its only item, marked so that clipboard managers may
     /// leave it alone.

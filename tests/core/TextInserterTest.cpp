@@ -417,6 +417,47 @@ TEST_F(TextInserterTest, aCopyOfAnotherProgramStays)
     EXPECT_EQ(board(), "copied meanwhile");
 }
 
+TEST_F(TextInserterTest, aCopyInTheMomentOfTheRestoreStays)
+{
+    for (const bool atTheEnd : {false, true}) {
+        pasteboard.copy(FakePasteboard::text("old"));
+        programReadsAfter(30ms);
+        insert("hello");
+        loop.advance(100ms);
+        pasteboard.beforeRestore = [&] { pasteboard.copy(FakePasteboard::text("copied")); };
+        if (atTheEnd) {
+            inserter->restoreNow();
+        } else {
+            loop.advance(10s);
+        }
+        EXPECT_EQ(board(), "copied");
+        pasteboard.beforeRestore = [] {};
+    }
+}
+
+TEST_F(TextInserterTest, aTextOfWhichItIsNotKnownWhetherItIsThereIsLeftAndNoChordPosted)
+{
+    std::vector<std::string> left;
+    inserter->onLeft = [&] { left.push_back(board()); };
+    pasteboard.copy(FakePasteboard::text("old"));
+    pasteboard.copy(FakePasteboard::text("selected"), PasteSource::primarySelection);
+    pasteboard.confirms = false;
+    insert("one");
+    focus.chord = {keyCodes::insert, maskShift, PasteSource::primarySelection};
+    insert("two");
+    EXPECT_EQ(left, (std::vector<std::string>{"one", "two"}));
+    EXPECT_TRUE(keys.posted.empty());
+    EXPECT_EQ(pasteboard.string(PasteSource::primarySelection), "selected");
+    loop.advance(10s);
+    EXPECT_EQ(board(), "two");
+    pasteboard.confirms = true;
+    programReadsAfter(0ms);
+    insert("three");
+    loop.advance(10s);
+    EXPECT_EQ(pasted, std::vector<std::string>{"three"});
+    EXPECT_EQ(pasteboard.string(PasteSource::primarySelection), "selected");
+}
+
 TEST_F(TextInserterTest, anInsertionTakesOverAPendingRestore)
 {
     pasteboard.copy(FakePasteboard::text("old"));

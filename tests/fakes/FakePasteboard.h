@@ -27,9 +27,13 @@ public:
     bool atHand = false;
     /// Whether the focused program knows of what was put here last.
     bool lookedAt = true;
+    /// Whether what is put here is known to be here at once.
+    bool confirms = true;
     int snapshots = 0;
     /// Called after contents were put here that are to stay.
     std::function<void(const std::string&)> onCopyString = [](const std::string&) {};
+    /// Called before contents are put back, decided as that is.
+    std::function<void()> beforeRestore = [] {};
     std::map<PasteSource, Board> boards;
 
     static PasteboardSnapshot text(const std::string& text)
@@ -90,6 +94,13 @@ public:
     {
         write(source, contents);
     }
+    void restore(PasteSource source, const PasteboardSnapshot& contents) override
+    {
+        beforeRestore();
+        if (use(source) != PasteboardUse::replaced) {
+            write(source, contents);
+        }
+    }
     void setString(PasteSource source, const std::string& string) override
     {
         write(source, text(string));
@@ -114,7 +125,8 @@ private:
     void write(PasteSource source, PasteboardSnapshot items)
     {
         auto& board = boards[source];
-        board = {std::move(items), board.changeCount + 1, PasteboardUse::unread, false};
+        board = {std::move(items), board.changeCount + 1,
+                 confirms ? PasteboardUse::unread : PasteboardUse::underway, false};
     }
 
     std::optional<std::pair<PasteSource, Completer<PasteboardSnapshot>>> pending;

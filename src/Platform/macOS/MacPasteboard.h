@@ -12,9 +12,14 @@ public:
     bool isAtHand() const override { return true; }
     std::int64_t changeCount(PasteSource source) const override;
     void replace(PasteSource source, const PasteboardSnapshot& contents) override;
+    void restore(PasteSource source, const PasteboardSnapshot& contents) override;
     void setString(PasteSource source, const std::string& text) override;
     void copyString(PasteSource source, const std::string& text) override;
     PasteboardUse use(PasteSource source) const override;
+
+private:
+    /// The number of what was written here last.
+    std::int64_t written = -1;
 };
 
 } // namespace vorlin

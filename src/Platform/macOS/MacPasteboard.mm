@@ -41,7 +41,7 @@ std::int64_t MacPasteboard::changeCount(PasteSource /*source*/) const
     return [NSPasteboard generalPasteboard].changeCount;
 }
 
-void MacPasteboard::replace(PasteSource /*source*/, const PasteboardSnapshot& contents)
+void MacPasteboard::replace(PasteSource source, const PasteboardSnapshot& contents)
 {
     NSPasteboard* const pasteboard = [NSPasteboard generalPasteboard];
     [pasteboard clearContents];
@@ -54,13 +54,22 @@ void MacPasteboard::replace(PasteSource /*source*/, const PasteboardSnapshot& co
             [pasteboard writeObjects:[NSArray arrayWithObject:item]];
         }
     }
+    written = changeCount(source);
 }
 
-void MacPasteboard::setString(PasteSource /*source*/, const std::string& text)
+void MacPasteboard::restore(PasteSource source, const PasteboardSnapshot& contents)
+{
+    if (changeCount(source) == written) {
+        replace(source, contents);
+    }
+}
+
+void MacPasteboard::setString(PasteSource source, const std::string& text)
 {
     NSPasteboard* const pasteboard = [NSPasteboard generalPasteboard];
     [pasteboard clearContents];
     [pasteboard setString:nsText(text) forType:NSPasteboardTypeString];
+    written = changeCount(source);
 }
 
 void MacPasteboard::copyString(PasteSource source, const std::string& text)

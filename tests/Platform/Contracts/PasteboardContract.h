@@ -11,7 +11,8 @@
 namespace vorlin {
 
 /// What the pasteboard of every desktop does. `Desktop` has one, `pasteboard()`, reads it by
-/// `snapshot()`, and names the type of its texts, `textType`. Nothing is on it at first.
+/// `snapshot()`, and names the type of its texts, `textType`. In `copyElsewhere` another program
+/// copies a text, and the pasteboard has seen it when that returns. Nothing is on it at first.
 template <class Desktop>
 class PasteboardContract : public testing::Test {
 protected:
@@ -60,11 +61,26 @@ TYPED_TEST_P(PasteboardContract, whatWasThereComesBackInThePlaceOfAText)
     pasteboard.replace(this->clipboard, this->copied);
     const auto before = this->desktop.snapshot();
     pasteboard.setString(this->clipboard, "dictated");
-    pasteboard.replace(this->clipboard, before);
+    pasteboard.restore(this->clipboard, before);
     EXPECT_EQ(this->desktop.snapshot(), this->copied);
     pasteboard.setString(this->clipboard, "dictated");
-    pasteboard.replace(this->clipboard, {});
+    pasteboard.restore(this->clipboard, {});
     EXPECT_TRUE(this->desktop.snapshot().empty());
+}
+
+TYPED_TEST_P(PasteboardContract, whatComesBackDisplacesNoCopyOfAnotherProgram)
+{
+    auto& pasteboard = this->desktop.pasteboard();
+    pasteboard.setString(this->clipboard, "dictated");
+    pasteboard.restore(this->clipboard, this->copied);
+    EXPECT_EQ(this->desktop.snapshot(), this->copied);
+    pasteboard.setString(this->clipboard, "dictated");
+    this->desktop.copyElsewhere("theirs");
+    pasteboard.restore(this->clipboard, this->copied);
+    const auto contents = this->desktop.snapshot();
+    ASSERT_EQ(contents.size(), 1U);
+    ASSERT_TRUE(contents[0].contains(TypeParam::textType));
+    EXPECT_EQ(contents[0].at(TypeParam::textType), this->bytes("theirs"));
 }
 
 TYPED_TEST_P(PasteboardContract, eachChangeHasANumberOfItsOwn)
@@ -81,6 +97,8 @@ TYPED_TEST_P(PasteboardContract, eachChangeHasANumberOfItsOwn)
 REGISTER_TYPED_TEST_SUITE_P(PasteboardContract, anEmptyOneIsNoItems,
                             whatIsPutBackIsReadByteForByteWithAllItsTypes,
                             aTextTakesThePlaceOfEverythingThatWasThere,
-                            whatWasThereComesBackInThePlaceOfAText, eachChangeHasANumberOfItsOwn);
+                            whatWasThereComesBackInThePlaceOfAText,
+                            whatComesBackDisplacesNoCopyOfAnotherProgram,
+                            eachChangeHasANumberOfItsOwn);
 
 } // namespace vorlin

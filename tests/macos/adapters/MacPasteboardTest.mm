@@ -47,6 +47,12 @@ struct MacGeneral {
 
     Pasteboard& pasteboard() { return own; }
     PasteboardSnapshot snapshot() { return own.snapshot(clipboard).await_resume(); }
+    void copyElsewhere(const std::string& text)
+    {
+        [NSPasteboard.generalPasteboard clearContents];
+        [NSPasteboard.generalPasteboard setString:[NSString stringWithUTF8String:text.c_str()]
+                                          forType:NSPasteboardTypeString];
+    }
 
 private:
     MacPasteboard own;

@@ -29,6 +29,16 @@ std::vector<std::string> targetsOf(const PasteboardSnapshot& contents)
     return targets;
 }
 
+PasteboardSnapshot namedForWayland(PasteboardSnapshot contents)
+{
+    for (PasteboardItem& item : contents) {
+        if (const auto text = item.find(textOfX11); text != item.end()) {
+            item.try_emplace(textOfWayland, text->second);
+        }
+    }
+    return contents;
+}
+
 } // namespace
 
 bool arePassedOn(const std::vector<std::string>& types, const std::vector<std::string>& targets)
@@ -84,13 +94,12 @@ Task<void> BridgedPasteboard::readFromXWayland(PasteSource source,
 
 void BridgedPasteboard::replace(PasteSource source, const PasteboardSnapshot& contents)
 {
-    PasteboardSnapshot named = contents;
-    for (PasteboardItem& item : named) {
-        if (const auto text = item.find(textOfX11); text != item.end()) {
-            item.try_emplace(textOfWayland, text->second);
-        }
-    }
-    compositor.replace(source, named);
+    compositor.replace(source, namedForWayland(contents));
+}
+
+void BridgedPasteboard::restore(PasteSource source, const PasteboardSnapshot& contents)
+{
+    compositor.restore(source, namedForWayland(contents));
 }
 
 /// Whether a program there owns the contents, and not the window manager in its stead for one of

@@ -32,8 +32,10 @@ public:
     {
         return compositor.changeCount(source);
     }
-    /// Text that is known by X11's name alone gets the one that programs of Wayland ask for.
+    /// In both, text that is known by X11's name alone gets the one that programs of Wayland ask
+    /// for.
     void replace(PasteSource source, const PasteboardSnapshot& contents) override;
+    void restore(PasteSource source, const PasteboardSnapshot& contents) override;
     void setString(PasteSource source, const std::string& text) override
     {
         compositor.setString(source, text);

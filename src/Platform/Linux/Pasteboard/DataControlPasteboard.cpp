@@ -12,7 +12,7 @@ namespace {
 /// What the compositor has said by the start must be known then.
 constexpr std::chrono::milliseconds startPatience{500};
 /// What another program has copied by then is known within a round trip.
-constexpr std::chrono::milliseconds replacePatience{50};
+constexpr std::chrono::milliseconds restorePatience{50};
 /// A process has started and taken the contents over by then, as a rule.
 constexpr std::chrono::milliseconds handoverPatience{500};
 
@@ -86,12 +86,14 @@ std::int64_t DataControlPasteboard::changeCount(PasteSource source) const
 
 void DataControlPasteboard::replace(PasteSource source, const PasteboardSnapshot& contents)
 {
-    const bool wasOurs = selections[selectionIndex(source)].own != nullptr;
-    if (wasOurs) {
-        connection.sync(replacePatience);
-    }
-    const bool isOurs = selections[selectionIndex(source)].own != nullptr;
-    if (!wasOurs || isOurs) {
+    write(source, restoredOffering(contents));
+}
+
+void DataControlPasteboard::restore(PasteSource source, const PasteboardSnapshot& contents)
+{
+    connection.sync(restorePatience);
+    const PasteboardUse now = use(source);
+    if (now == PasteboardUse::unread || now == PasteboardUse::read) {
         write(source, restoredOffering(contents));
     }
 }
@@ -130,6 +132,7 @@ void DataControlPasteboard::write(PasteSource source, Offering offering)
          .displaced = [=, this] { displaced(source, *number); }});
     if (offered) {
         *number = status.writing(selectionIndex(source));
+        status.became(selectionIndex(source), *number, PasteboardUse::unread);
         selections[selectionIndex(source)].own = kept->entries.empty() ? nullptr : kept;
     }
 }

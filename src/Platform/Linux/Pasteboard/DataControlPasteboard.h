@@ -23,11 +23,11 @@ namespace vorlin {
 ///
 /// - Types are MIME types, and the names of X11's targets where a program on XWayland owns the
 ///   contents; there is one item. What X11 asks questions and gives commands with is left out.
-/// - `setString`, `copyString` and `replace` have sent what they want when they return: it is
-/// carried out ahead
-///   of every request that is made over the same connection later, such as a chord.
-/// - While `use` says that the contents are still ours, `replace` displaces them and no others that
-///   the compositor has by then; it waits for that one round trip, at most 50 ms.
+/// - `setString`, `copyString`, `replace` and `restore` have sent what they want when they return:
+///   it is carried out ahead of every request that is made over the same connection later, such as
+///   a chord.
+/// - `restore` displaces nothing that another program has told the compositor of by then; it waits
+///   for that one round trip, at most 50 ms.
 /// - `use` becomes `read` when the focused program has been given the text; see `PipeReaders`. It
 ///   is `untracked` until something has been written, and where nothing can be.
 /// - Contents are offered for as long as no other program offers some. The destructor leaves those
@@ -68,6 +68,7 @@ public:
     Completion<PasteboardSnapshot> snapshot(PasteSource source) override;
     std::int64_t changeCount(PasteSource source) const override;
     void replace(PasteSource source, const PasteboardSnapshot& contents) override;
+    void restore(PasteSource source, const PasteboardSnapshot& contents) override;
     void setString(PasteSource source, const std::string& text) override;
     void copyString(PasteSource source, const std::string& text) override;
     PasteboardUse use(PasteSource source) const override;

@@ -29,7 +29,7 @@ void PasteboardStatus::changed(std::size_t selection)
 std::uint64_t PasteboardStatus::writing(std::size_t selection)
 {
     const std::scoped_lock guard(lock);
-    selections[selection].use = PasteboardUse::unread;
+    selections[selection].use = PasteboardUse::underway;
     selections[selection].looked = false;
     return ++selections[selection].newest;
 }

@@ -28,8 +28,9 @@ public:
     /// Somebody has, or may have, put something else there.
     void changed(std::size_t selection);
 
-    /// New contents of ours are on their way. The result is their number, by which the calls
-    /// below name them; contents that are not the newest are no longer of interest.
+    /// New contents of ours are on their way, until `became` says what they are. The result is
+    /// their number, by which the calls below name them; contents that are not the newest are no
+    /// longer of interest.
     std::uint64_t writing(std::size_t selection);
 
     /// Whether nothing of ours has been written since contents `number`.

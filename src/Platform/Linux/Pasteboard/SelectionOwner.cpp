@@ -85,6 +85,8 @@ void SelectionOwner::write(Offering contents, std::uint64_t contentsNumber, Disp
         status.became(index, number, PasteboardUse::untracked);
     } else if (now->owner != owner) {
         lost();
+    } else {
+        status.became(index, number, PasteboardUse::unread);
     }
 }
 

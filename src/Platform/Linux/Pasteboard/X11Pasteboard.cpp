@@ -65,37 +65,34 @@ std::int64_t X11Pasteboard::changeCount(PasteSource source) const
 
 void X11Pasteboard::replace(PasteSource source, const PasteboardSnapshot& contents)
 {
-    const std::size_t selection = selectionIndex(source);
-    const PasteboardUse before = status->use(selection);
-    const bool ours = before == PasteboardUse::unread || before == PasteboardUse::read;
-    const auto displace = ours ? Displace::ownOnly : Displace::whatever;
-    const std::uint64_t number = status->writing(selection);
-    thread->run(
-        [=, offering = restoredOffering(contents)](SelectionClient& client) {
-            client.write(selection, offering, number, displace);
-        },
-        writePatience);
+    put(source, restoredOffering(contents), Displace::whatever);
+}
+
+void X11Pasteboard::restore(PasteSource source, const PasteboardSnapshot& contents)
+{
+    put(source, restoredOffering(contents), Displace::ownOnly);
 }
 
 void X11Pasteboard::setString(PasteSource source, const std::string& text)
 {
-    put(source, secretOffering(text));
+    put(source, secretOffering(text), Displace::whatever);
 }
 
 void X11Pasteboard::copyString(PasteSource source, const std::string& text)
 {
-    put(source, textOffering(text));
+    put(source, textOffering(text), Displace::whatever);
 }
 
-void X11Pasteboard::put(PasteSource source, Offering offering)
+void X11Pasteboard::put(PasteSource source, Offering offering, Displace displace)
 {
     const std::size_t selection = selectionIndex(source);
+    const bool behindAnother = status->use(selection) == PasteboardUse::underway;
     const std::uint64_t number = status->writing(selection);
     thread->run(
         [=, offering = std::move(offering)](SelectionClient& client) {
-            client.write(selection, offering, number, Displace::whatever);
+            client.write(selection, offering, number, displace);
         },
-        writePatience);
+        behindAnother ? 0ms : writePatience);
 }
 
 PasteboardUse X11Pasteboard::use(PasteSource source) const

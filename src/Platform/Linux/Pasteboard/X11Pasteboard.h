@@ -12,6 +12,7 @@
 namespace vorlin {
 
 struct Offering;
+enum class Displace;
 class PasteboardStatus;
 class SnapshotCollector;
 class SelectionThread;
@@ -23,13 +24,12 @@ class SelectionThread;
 ///   the same bytes, type and format. There is one item.
 /// - What is not data is left out of a snapshot: questions (TARGETS, TIMESTAMP, ...), commands
 ///   (DELETE, INSERT_...), and handles that are the owner's only (PIXMAP, WINDOW, ...).
-/// - `replace`, `setString` and `copyString` have taken effect when they return: the server has
-/// confirmed that
-///   the selection is ours, so that a paste made next gets the text. They wait for that one round
-///   trip, usually a fraction of a millisecond, at most 500 ms; a server slower than that
-///   finds the request waiting, before any paste it has not delivered yet.
-/// - While `use` says that the contents are still ours, `replace` displaces them and no others:
-///   what another program puts there in the same moment stays, and `use` becomes `replaced`.
+/// - `replace`, `restore`, `setString` and `copyString` have taken effect when they return: the
+///   server has confirmed that the selection is ours, so that a paste made next gets the text. They
+///   wait for that one round trip, usually a fraction of a millisecond, at most 500 ms together;
+///   after that `use` is `underway` until the server confirms it.
+/// - What another program puts there in the moment of a `restore` stays, and `use` becomes
+///   `replaced`.
 /// - `use` becomes `read` when the focused program has been given the text; see `PasteReaders`.
 ///   It is `untracked` until something has been written, and without a display server.
 /// - Restored contents are offered for as long as no other program takes the selection. The
@@ -59,13 +59,14 @@ public:
     std::vector<std::string> targets(PasteSource source) const;
     std::int64_t changeCount(PasteSource source) const override;
     void replace(PasteSource source, const PasteboardSnapshot& contents) override;
+    void restore(PasteSource source, const PasteboardSnapshot& contents) override;
     void setString(PasteSource source, const std::string& text) override;
     void copyString(PasteSource source, const std::string& text) override;
     PasteboardUse use(PasteSource source) const override;
     bool wasLookedAt(PasteSource source) const override;
 
 private:
-    void put(PasteSource source, Offering offering);
+    void put(PasteSource source, Offering offering, Displace displace);
 
     MainLoop& loop;
     const Limits limits;

@@ -61,7 +61,7 @@ TEST_F(ServerDeath, aServerThatHangsHoldsUpNeitherTheLoopNorTheEnd)
     pasteboard->setString(clipboard, "text");
     server->signal(SIGSTOP);
     pasteboard->setString(clipboard, "never arrives");
-    EXPECT_EQ(pasteboard->use(clipboard), PasteboardUse::unread);
+    EXPECT_EQ(pasteboard->use(clipboard), PasteboardUse::underway);
     EXPECT_TRUE(snapshot().empty());
     pasteboard.reset();
     server->signal(SIGCONT);
@@ -80,7 +80,9 @@ TEST_F(ServerDeath, aServerThatWasSlowFindsTheTextWaiting)
 {
     server->signal(SIGSTOP);
     pasteboard->setString(clipboard, "late");
+    EXPECT_EQ(pasteboard->use(clipboard), PasteboardUse::underway);
     server->signal(SIGCONT);
+    EXPECT_TRUE(eventually([&] { return pasteboard->use(clipboard) == PasteboardUse::unread; }));
     ScriptedReader reader;
     EXPECT_EQ(reader.text(), "late");
     EXPECT_TRUE(eventually([&] { return pasteboard->use(clipboard) == PasteboardUse::read; }));

@@ -135,7 +135,7 @@ TEST_F(Clipboard, whatIsReadComesBackByteForByte)
     const auto before = snapshot();
     pasteboard.setString(PasteSource::clipboard, "dictated");
     EXPECT_EQ(pasted(), "dictated");
-    pasteboard.replace(PasteSource::clipboard, before);
+    pasteboard.restore(PasteSource::clipboard, before);
     EXPECT_EQ(pasted("text/html"), "<b>plain</b>");
     EXPECT_TRUE(pasted("image/png") == QByteArray(reinterpret_cast<const char*>(picture.data()),
                                                   static_cast<qsizetype>(picture.size())));
@@ -175,7 +175,7 @@ TEST_F(Clipboard, anEmptyOneIsReadAndComesBackEmpty)
     EXPECT_EQ(snapshot(), PasteboardSnapshot{});
     pasteboard.setString(PasteSource::clipboard, "dictated");
     EXPECT_EQ(pasted(), "dictated");
-    pasteboard.replace(PasteSource::clipboard, {});
+    pasteboard.restore(PasteSource::clipboard, {});
     EXPECT_EQ(compositor.output({"wl-paste", "--list-types"}), "");
     EXPECT_EQ(snapshot(), PasteboardSnapshot{});
 }
@@ -214,11 +214,16 @@ TEST_F(Clipboard, whatAnotherProgramCopiesIsNoticed)
 
 TEST_F(Clipboard, putsNothingInPlaceOfWhatAnotherProgramHasCopied)
 {
-    pasteboard.setString(PasteSource::clipboard, "dictated");
-    Owner owner(loop);
-    owner.own({{"text/plain", bytesOf("another")}});
-    pasteboard.replace(PasteSource::clipboard, {{{"text/plain", bytesOf("old")}}});
-    EXPECT_EQ(pasted(), "another");
+    for (const bool isKnown : {false, true}) {
+        pasteboard.setString(PasteSource::clipboard, "dictated");
+        Owner owner(loop);
+        owner.own({{"text/plain", bytesOf("another")}});
+        if (isKnown) {
+            EXPECT_TRUE(runUntil([&] { return use() == PasteboardUse::replaced; }));
+        }
+        pasteboard.restore(PasteSource::clipboard, {{{"text/plain", bytesOf("old")}}});
+        EXPECT_EQ(pasted(), "another");
+    }
 }
 
 TEST_F(Clipboard, theFocusedProgramsReadingCounts)
