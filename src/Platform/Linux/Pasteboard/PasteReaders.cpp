@@ -1,12 +1,9 @@
 #include "Platform/Linux/Pasteboard/PasteReaders.h"
 
 #include "Platform/Linux/Environment.h"
+#include "Platform/Linux/Pasteboard/ReaderProcesses.h"
 
 #include <algorithm>
-#include <array>
-#include <filesystem>
-#include <fstream>
-#include <system_error>
 #include <utility>
 
 #include <xcb/res.h>
@@ -15,46 +12,11 @@ namespace vorlin {
 
 namespace {
 
-std::string processName(std::uint32_t process)
-{
-    std::ifstream file("/proc/" + std::to_string(process) + "/comm");
-    std::string name;
-    std::getline(file, name);
-    return name;
-}
-
-/// One process of theirs has the clipboard for all. Known by what runs them: their own names are
-/// cut off.
-bool isWindowsProgram(std::uint32_t process)
-{
-    std::error_code error;
-    const auto runner =
-        std::filesystem::read_symlink("/proc/" + std::to_string(process) + "/exe", error);
-    return runner.filename().string().starts_with("wine") || processName(process).ends_with(".exe");
-}
-
 constexpr int deepestWindow = 32;
 /// A compositor keeps a clipboard as soon as there is one. Shorter than a paste waits for that.
 constexpr std::chrono::milliseconds keepsWithin{400};
 
 } // namespace
-
-bool isClipboardManager(std::string_view processName)
-{
-    static constexpr std::array<std::string_view, 36> names = {
-        // Programs for nothing else.
-        "klipper", "copyq", "xfce4-clipman", "panel-clipman", "clipman", "parcellite", "clipit",
-        "diodon", "gpaste-daemon", "clipmenud", "clipcatd", "greenclip", "cliphist", "clipse",
-        "qlipper", "glipper", "pasteit", "xclipboard", "autocutsel", "cutsel", "ringboard-x11",
-        "lxqt-clipboard", "wl-paste", "wl-clip-persist",
-        // Parts of a desktop that keep the clipboard.
-        "plasmashell", "gnome-shell", "gsd-clipboard", "csd-clipboard", "msd-clipboard",
-        "mate-settings-d", "cinnamon-settin",
-        // Carriers to other machines.
-        "spice-vdagent", "VBoxClient", "vncconfig", "xrdp-chansrv", "vmtoolsd"};
-    return std::find(names.begin(), names.end(), processName) != names.end() ||
-           processName.find("clipman") != std::string_view::npos;
-}
 
 PasteReaders::PasteReaders(const SelectionConnection& connection)
     : connection(connection), managerSelection(connection.atom("CLIPBOARD_MANAGER")),
@@ -67,8 +29,8 @@ PasteReaders::PasteReaders(const SelectionConnection& connection)
 void PasteReaders::rememberFocus()
 {
     remembered = focus();
-    wasKeyboardTaken = isKeyboardTaken();
     written = std::chrono::steady_clock::now();
+    offered = processTime();
     keptByCompositor = false;
 }
 
@@ -81,8 +43,10 @@ xcb_window_t PasteReaders::focus() const
     return window ? reply->focus : xcb_window_t{XCB_NONE};
 }
 
-/// Whether a program gets the keys whichever window has the focus. The server says so first when
-/// another one wants them, and then that this one cannot have them, for its window is not shown.
+/// Whether a program has taken the keys whichever window has the focus. The server says so first
+/// when another one wants them, and then that this one cannot have them, for its window is not
+/// shown. While a key is down they may be no program's but the key's: a shortcut, of the desktop's
+/// or our own, has the keyboard until its key is let go.
 bool PasteReaders::isKeyboardTaken() const
 {
     const XcbPointer<xcb_grab_keyboard_reply_t> reply(
@@ -90,7 +54,14 @@ bool PasteReaders::isKeyboardTaken() const
                                 xcb_grab_keyboard(connection.get(), 0, probe, XCB_CURRENT_TIME,
                                                   XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
                                 nullptr));
-    return reply && reply->status == XCB_GRAB_STATUS_ALREADY_GRABBED;
+    return reply && reply->status == XCB_GRAB_STATUS_ALREADY_GRABBED && !isAnyKeyDown();
+}
+
+bool PasteReaders::isAnyKeyDown() const
+{
+    const XcbPointer<xcb_query_keymap_reply_t> reply(
+        xcb_query_keymap_reply(connection.get(), xcb_query_keymap(connection.get()), nullptr));
+    return !reply || std::ranges::any_of(reply->keys, [](auto eight) { return eight != 0; });
 }
 
 std::uint32_t PasteReaders::process(xcb_window_t window) const
@@ -139,6 +110,18 @@ bool PasteReaders::sameProgram(xcb_window_t reader, xcb_window_t focused) const
     return readers == focuseds || (isWindowsProgram(readers) && isWindowsProgram(focuseds));
 }
 
+/// Whether the reader does for the focused program what that does not do itself: it is another
+/// process of it, or was begun by it since the text was offered. Who was there before may be
+/// anybody, where a terminal has the focus.
+bool PasteReaders::worksFor(xcb_window_t reader, xcb_window_t focused) const
+{
+    const std::uint32_t readers = process(reader);
+    const std::uint32_t focuseds = process(focused);
+    return readers != 0 && focuseds != 0 &&
+           (runTheSameProgram(readers, focuseds) || wasBegunBy(readers, focuseds, offered)) &&
+           !isManager(reader);
+}
+
 /// Whether `outer` is an ancestor of `window`: programs show windows of others in their own.
 bool PasteReaders::isWithin(xcb_window_t window, xcb_window_t outer) const
 {
@@ -158,13 +141,14 @@ bool PasteReaders::isWithin(xcb_window_t window, xcb_window_t outer) const
 
 bool PasteReaders::isNobodyKnown(xcb_window_t focused) const
 {
-    return (focused == XCB_NONE && remembered == XCB_NONE) || wasKeyboardTaken || isKeyboardTaken();
+    return (focused == XCB_NONE && remembered == XCB_NONE) || isKeyboardTaken();
 }
 
 bool PasteReaders::isFocused(xcb_window_t reader, xcb_window_t focused) const
 {
     const auto isTheOneOf = [&](xcb_window_t window) {
-        return window != XCB_NONE && (sameProgram(reader, window) || isWithin(reader, window));
+        return window != XCB_NONE && (sameProgram(reader, window) || isWithin(reader, window) ||
+                                      worksFor(reader, window));
     };
     return isTheOneOf(focused) || isTheOneOf(remembered);
 }

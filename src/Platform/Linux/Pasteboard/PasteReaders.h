@@ -4,9 +4,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <set>
-#include <string>
-#include <string_view>
 
 namespace vorlin {
 
@@ -15,13 +12,14 @@ namespace vorlin {
 /// To take a clipboard manager for the paste means to take the text away before a slow program
 /// has read it; to miss a paste only means to wait longer. So a reader counts when it is the
 /// focused program: the client of the window that had the keyboard focus when the contents were
-/// written or when they are read, another client of the same process, a window within that one, or,
-/// where both are Windows programs, the one that reads for all of them. Where no window has the
-/// focus, or a program has taken the keyboard from the one that has, as launchers do, every reader
-/// counts. A known clipboard manager, and the client that owns CLIPBOARD_MANAGER, never counts,
-/// focused or not; unless it is the compositor of a Wayland session, which reads for each of its
-/// programs: once for the clipboard that it keeps itself, which it is refused, and what it reads
-/// beyond that, while one of those has the focus, counts.
+/// written or when they are read, another client of the same process, a window within that one,
+/// another process of the same executable, one that the program has begun since the contents were
+/// written, or, where both are Windows programs, the one that reads for all of them. Where no
+/// window has the focus, or for as long as a program has taken the keyboard from the one that has,
+/// as launchers do, every reader counts. A known clipboard manager, and the client that owns
+/// CLIPBOARD_MANAGER, never counts, focused or not; unless it is the compositor of a Wayland
+/// session, which reads for each of its programs: once for the clipboard that it keeps itself,
+/// which it is refused, and what it reads beyond that, while one of those has the focus, counts.
 class PasteReaders {
 public:
     explicit PasteReaders(const SelectionConnection& connection);
@@ -50,9 +48,11 @@ public:
 private:
     xcb_window_t focus() const;
     bool isKeyboardTaken() const;
+    bool isAnyKeyDown() const;
     std::uint32_t process(xcb_window_t window) const;
     bool isManager(xcb_window_t window) const;
     bool sameProgram(xcb_window_t reader, xcb_window_t focused) const;
+    bool worksFor(xcb_window_t reader, xcb_window_t focused) const;
     bool isWithin(xcb_window_t window, xcb_window_t outer) const;
     bool isNobodyKnown(xcb_window_t focused) const;
     bool isFocused(xcb_window_t reader, xcb_window_t focused) const;
@@ -64,14 +64,11 @@ private:
     /// Never shown.
     const xcb_window_t probe;
     xcb_window_t remembered = XCB_NONE;
-    bool wasKeyboardTaken = false;
     std::chrono::steady_clock::time_point written;
+    /// The same time, as `processTime` has it.
+    std::uint64_t offered = 0;
     /// The compositor has had the latest contents for itself, or was refused them.
     bool keptByCompositor = false;
 };
-
-/// Whether a process of this name (as the kernel has it, cut off after 15 bytes) is a clipboard
-/// manager or passes clipboards on to other machines.
-bool isClipboardManager(std::string_view processName);
 
 } // namespace vorlin

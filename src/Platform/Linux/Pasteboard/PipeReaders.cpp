@@ -1,6 +1,6 @@
 #include "Platform/Linux/Pasteboard/PipeReaders.h"
 
-#include "Platform/Linux/Pasteboard/PasteReaders.h"
+#include "Platform/Linux/Pasteboard/ReaderProcesses.h"
 
 #include <cstdlib>
 #include <filesystem>

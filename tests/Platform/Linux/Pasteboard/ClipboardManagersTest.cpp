@@ -1,5 +1,5 @@
-#include "Platform/Linux/Pasteboard/PasteReaders.h"
 #include "Platform/Linux/Pasteboard/PasteboardFixture.h"
+#include "Platform/Linux/Pasteboard/ReaderProcesses.h"
 
 #include <QThread>
 #include <cstdlib>

@@ -101,6 +101,21 @@ bool Process::running() const
     return state.si_pid == 0;
 }
 
+std::string outputOfStranger(std::vector<std::string> command)
+{
+    constexpr const char* leaving = R"(
+import os, sys
+parent = os.getpid()
+if os.fork():
+    os._exit(0)
+while os.getppid() == parent:
+    os.sched_yield()
+os.execvp(sys.argv[1], sys.argv[1:])
+)";
+    command.insert(command.begin(), {"/usr/bin/python3", "-c", leaving});
+    return Process(command).output();
+}
+
 bool installed(const std::string& program)
 {
     for (const char* folder : {"/usr/bin/", "/usr/local/bin/", "/bin/"}) {

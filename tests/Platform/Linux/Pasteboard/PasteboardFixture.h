@@ -40,6 +40,9 @@ private:
     int fromIt = -1;
 };
 
+/// All that a program writes that is no descendant of this one.
+std::string outputOfStranger(std::vector<std::string> command);
+
 /// Whether a program is installed.
 bool installed(const std::string& program);
 

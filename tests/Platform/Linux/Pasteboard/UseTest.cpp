@@ -6,10 +6,20 @@ namespace {
 
 class Use : public PasteboardFixture {
 protected:
-    Use() { pasteboard->setString(PasteSource::clipboard, "dictated"); }
+    Use()
+    {
+        pasteboard->setString(PasteSource::clipboard, "dictated");
+        EXPECT_TRUE(eventually([&] { return use() == PasteboardUse::unread; }));
+    }
 
     PasteboardUse use() const { return pasteboard->use(PasteSource::clipboard); }
 };
+
+/// What a program without a window gets.
+std::string pastedElsewhere()
+{
+    return outputOfStranger({"xclip", "-o", "-selection", "clipboard"});
+}
 
 /// What another program gets for a window of its own that it has made in `parent`.
 std::string readingWithin(xcb_window_t parent)
@@ -27,7 +37,7 @@ while (event := x.next_event()).type != X.SelectionNotify:
 if event.property:
     print(window.get_full_property(event.property, X.AnyPropertyType).value.decode(), end='')
 )";
-    return Process({"/usr/bin/python3", "-c", program, std::to_string(parent)}).output();
+    return outputOfStranger({"/usr/bin/python3", "-c", program, std::to_string(parent)});
 }
 
 } // namespace
@@ -96,11 +106,11 @@ TEST_F(Use, anUnfocusedProgramsReadingDoesNotCount)
     const ScriptedReader focused;
     focused.takeFocus();
     pasteboard->setString(PasteSource::clipboard, "dictated");
-    EXPECT_EQ(Process({"xclip", "-o", "-selection", "clipboard"}).output(), "");
+    EXPECT_EQ(pastedElsewhere(), "");
     EXPECT_EQ(use(), PasteboardUse::unread);
 }
 
-TEST_F(Use, whoeverReadsWhileAProgramHasTakenTheKeyboardCounts)
+TEST_F(Use, whoeverReadsCountsForAsLongAsAProgramHasTakenTheKeyboard)
 {
     ASSERT_TRUE(installed("xclip")) << "scripts/install-packages brings it";
     const ScriptedReader focused;
@@ -113,8 +123,43 @@ TEST_F(Use, whoeverReadsWhileAProgramHasTakenTheKeyboardCounts)
         nullptr));
     ASSERT_EQ(taken->status, XCB_GRAB_STATUS_SUCCESS);
     pasteboard->setString(PasteSource::clipboard, "dictated");
-    EXPECT_EQ(Process({"xclip", "-o", "-selection", "clipboard"}).output(), "dictated");
-    EXPECT_EQ(use(), PasteboardUse::read);
+    EXPECT_EQ(pastedElsewhere(), "dictated");
+    EXPECT_TRUE(eventually([&] { return use() == PasteboardUse::read; }));
+    pasteboard->setString(PasteSource::clipboard, "again");
+    xcb_ungrab_keyboard(launcher.connection, XCB_CURRENT_TIME);
+    launcher.sync();
+    EXPECT_EQ(pastedElsewhere(), "") << "though it was taken when the text was written";
+    EXPECT_EQ(use(), PasteboardUse::unread);
+}
+
+TEST_F(Use, aShortcutWhoseKeyIsHeldHasNotTakenTheKeyboard)
+{
+    ASSERT_TRUE(installed("xclip")) << "scripts/install-packages brings it";
+    const ScriptedReader focused;
+    focused.takeFocus();
+    Process desktop({"/usr/bin/python3", "-c", R"(
+from Xlib import X, display
+from Xlib.ext import xtest
+x = display.Display()
+x.screen().root.grab_key(38, X.AnyModifier, False, X.GrabModeAsync, X.GrabModeAsync)
+xtest.fake_input(x, X.KeyPress, 38)
+while x.next_event().type != X.KeyPress:
+    pass
+print('held', flush=True)
+while True:
+    x.next_event()
+)"});
+    ASSERT_EQ(desktop.line(), "held");
+    const ScriptedReader asking;
+    const XcbPointer<xcb_grab_keyboard_reply_t> asked(xcb_grab_keyboard_reply(
+        asking.connection,
+        xcb_grab_keyboard(asking.connection, 0, asking.window, XCB_CURRENT_TIME,
+                          XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
+        nullptr));
+    ASSERT_EQ(asked->status, XCB_GRAB_STATUS_ALREADY_GRABBED);
+    pasteboard->setString(PasteSource::clipboard, "dictated");
+    EXPECT_EQ(pastedElsewhere(), "");
+    EXPECT_EQ(use(), PasteboardUse::unread);
 }
 
 TEST_F(Use, onlyTheFocusedProgramsLookIsOne)
@@ -126,7 +171,7 @@ TEST_F(Use, onlyTheFocusedProgramsLookIsOne)
     EXPECT_TRUE(pasteboard->wasLookedAt(PasteSource::clipboard));
     pasteboard->setString(PasteSource::clipboard, "again");
     EXPECT_FALSE(pasteboard->wasLookedAt(PasteSource::clipboard));
-    Process({"xclip", "-o", "-selection", "clipboard", "-t", "TARGETS"}).output();
+    outputOfStranger({"xclip", "-o", "-selection", "clipboard", "-t", "TARGETS"});
     EXPECT_FALSE(pasteboard->wasLookedAt(PasteSource::clipboard));
     focused.targets();
     EXPECT_TRUE(pasteboard->wasLookedAt(PasteSource::clipboard));
@@ -138,7 +183,7 @@ TEST_F(Use, aCopyForGoodIsGivenToEverybody)
     const ScriptedReader focused;
     focused.takeFocus();
     pasteboard->copyString(PasteSource::clipboard, "copied");
-    EXPECT_EQ(Process({"xclip", "-o", "-selection", "clipboard"}).output(), "copied");
+    EXPECT_EQ(pastedElsewhere(), "copied");
 }
 
 TEST_F(Use, whatIsRestoredIsGivenToEverybodyAlsoASecret)
@@ -150,7 +195,7 @@ TEST_F(Use, whatIsRestoredIsGivenToEverybodyAlsoASecret)
     pasteboard->replace(
         PasteSource::clipboard,
         {{{"UTF8_STRING", bytesOf("old")}, {"x-kde-passwordManagerHint", bytesOf("secret")}}});
-    EXPECT_EQ(Process({"xclip", "-o", "-selection", "clipboard"}).output(), "old");
+    EXPECT_EQ(pastedElsewhere(), "old");
 }
 
 TEST_F(Use, theListAndTheMarkAreForEverybody)
@@ -160,7 +205,7 @@ TEST_F(Use, theListAndTheMarkAreForEverybody)
     focused.takeFocus();
     pasteboard->setString(PasteSource::clipboard, "dictated");
     const auto ask = [](const char* target) {
-        return Process({"xclip", "-o", "-selection", "clipboard", "-t", target}).output();
+        return outputOfStranger({"xclip", "-o", "-selection", "clipboard", "-t", target});
     };
     EXPECT_NE(ask("TARGETS").find("UTF8_STRING"), std::string::npos);
     EXPECT_EQ(ask("x-kde-passwordManagerHint"), "secret");
