@@ -237,7 +237,8 @@ void TextInserter::forgetLeftIfTaken()
 {
     const auto use = pasteboard.use(PasteSource::clipboard);
     const bool isBeneath = pending.contains(PasteSource::clipboard);
-    if (use == PasteboardUse::replaced || (use != PasteboardUse::unread && !isBeneath)) {
+    const bool isThere = use == PasteboardUse::unread || use == PasteboardUse::underway;
+    if (use == PasteboardUse::replaced || (!isThere && !isBeneath)) {
         left.clear();
     }
 }

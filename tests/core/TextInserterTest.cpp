@@ -445,11 +445,11 @@ TEST_F(TextInserterTest, aTextOfWhichItIsNotKnownWhetherItIsThereIsLeftAndNoChor
     insert("one");
     focus.chord = {keyCodes::insert, maskShift, PasteSource::primarySelection};
     insert("two");
-    EXPECT_EQ(left, (std::vector<std::string>{"one", "two"}));
+    EXPECT_EQ(left, (std::vector<std::string>{"one", "one two"}));
     EXPECT_TRUE(keys.posted.empty());
     EXPECT_EQ(pasteboard.string(PasteSource::primarySelection), "selected");
     loop.advance(10s);
-    EXPECT_EQ(board(), "two");
+    EXPECT_EQ(board(), "one two");
     pasteboard.confirms = true;
     programReadsAfter(0ms);
     insert("three");
