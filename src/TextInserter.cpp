@@ -294,7 +294,7 @@ Task<void> TextInserter::awaitReader(PasteSource source)
     while (true) {
         const auto before = pending.find(source);
         if (before == pending.end() || pasteboard.use(source) != PasteboardUse::unread ||
-            (loop.now() - before->second.pasted >= restoreAtLatest && focus.isAlwaysKnown())) {
+            (loop.now() - before->second.pasted >= restoreAtLatest && focus.isKnown())) {
             co_return;
         }
         co_await sleepFor(loop, lookEvery);
@@ -352,7 +352,7 @@ void TextInserter::look(PasteSource source)
         return;
     }
     const bool perhapsLost =
-        use == PasteboardUse::unread && (restore.takenRarely || !focus.isAlwaysKnown());
+        use == PasteboardUse::unread && (restore.takenRarely || !focus.isKnown());
     if (perhapsLost && source == PasteSource::clipboard) {
         leaveNow(std::exchange(restore.text, {}));
         return;

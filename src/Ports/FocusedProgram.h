@@ -42,9 +42,9 @@ public:
     /// Main loop; returns within a few milliseconds.
     virtual PasteChord pasteChord() = 0;
 
-    /// Whether `pasteChord` knows the program wherever the focus is. Where it does not, what it
-    /// gives may be another chord than the program's own. Any thread.
-    virtual bool isAlwaysKnown() const { return true; }
+    /// Whether `pasteChord` knows the program wherever the focus is now. Where it does not, what it
+    /// gives may be another chord than the program's own. Main loop.
+    virtual bool isKnown() const { return true; }
 
     /// A number of the focused window, its own for as long as it exists; nothing where no window
     /// has the focus, or the desktop does not tell. Main loop; as quick.

@@ -332,7 +332,7 @@ TEST_F(TextInserterTest, theRestoreWaitsThreeSecondsAtMost)
 
 TEST_F(TextInserterTest, whereTheChordMayBeAnotherProgramsATextThatNobodyReadsIsLeft)
 {
-    focus.alwaysKnown = false;
+    focus.isNowKnown = false;
     pasteboard.copy(FakePasteboard::text("old"));
     int left = 0;
     inserter->onLeft = [&] { ++left; };
@@ -371,7 +371,7 @@ TEST_F(TextInserterTest, whereTextsAreTakenRarelyOneThatNobodyReadsAtOnceIsLeft)
 
 TEST_F(TextInserterTest, textsThatAreLeftOneAfterTheOtherAreAllThereUntilSomebodyTakesThem)
 {
-    focus.alwaysKnown = false;
+    focus.isNowKnown = false;
     pasteboard.copy(FakePasteboard::text("old"));
     insert("one");
     loop.advance(1s);
@@ -393,7 +393,7 @@ TEST_F(TextInserterTest, textsThatAreLeftOneAfterTheOtherAreAllThereUntilSomebod
 
 TEST_F(TextInserterTest, aTextThatIsReadBetweenTwoThatAreLeftIsNoPartOfThem)
 {
-    focus.alwaysKnown = false;
+    focus.isNowKnown = false;
     insert("one");
     loop.advance(10s);
     programReadsAfter(0ms);

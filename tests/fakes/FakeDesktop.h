@@ -53,9 +53,9 @@ public:
     PasteChord chord{keyCodes::v, eventFlags::maskCommand, PasteSource::clipboard};
     /// The focused window, where this desktop tells.
     std::optional<std::uint64_t> focused;
-    bool alwaysKnown = true;
+    bool isNowKnown = true;
     PasteChord pasteChord() override { return chord; }
-    bool isAlwaysKnown() const override { return alwaysKnown; }
+    bool isKnown() const override { return isNowKnown; }
     std::optional<std::uint64_t> window() override { return focused; }
 };
 

@@ -29,6 +29,8 @@ public:
     explicit SwayFocus(SwaySocket& socket);
 
     PasteChord pasteChord() override;
+    /// Not without a window that has the focus, nor without sway.
+    bool isKnown() const override { return id.has_value(); }
     std::optional<std::uint64_t> window() override;
 
     /// Where the focused window is, or, where none has the focus, the workspace that has; nothing

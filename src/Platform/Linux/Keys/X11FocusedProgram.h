@@ -31,7 +31,7 @@ public:
 
     /// On XWayland the compositor looks first, at whatever comes on the clipboard.
     PasteChord pasteChord() override;
-    bool isAlwaysKnown() const override { return reach == Reach::session; }
+    bool isKnown() const override { return reach == Reach::session; }
     /// The window below the root that holds the focused one: a window manager's frame, if it has
     /// one. Nothing on XWayland.
     std::optional<std::uint64_t> window() override;

@@ -30,10 +30,12 @@ TEST(SwayFocusTest, theFocusedWindowIsFollowed)
     ASSERT_TRUE(runUntil([&] { return focus.focusedArea().has_value(); })) << "the workspace's";
     EXPECT_EQ(focus.window(), std::nullopt);
     EXPECT_EQ(focus.pasteChord(), usual);
+    EXPECT_FALSE(focus.isKnown());
 
     sway.spawn("foot");
     ASSERT_TRUE(runUntil([&] { return focus.window().has_value(); }));
     const auto first = focus.window();
+    EXPECT_TRUE(focus.isKnown());
     EXPECT_EQ(focus.pasteChord(), terminal);
 
     sway.spawn("foot --app-id=editor");
