@@ -29,6 +29,9 @@ def main():
             for words in ([folder, ROUNDS], ["--steps", folder, STEP_ROUNDS],
                           ["--memory", folder]):
                 failed |= subprocess.run([PROGRAM, *words], check=False).returncode != 0
+        print("== what is promised", flush=True)
+        failed |= subprocess.run([PROGRAM, "--table", *folders[:2], ROUNDS],
+                                 check=False).returncode != 0
         print("== forms of weights", flush=True)
         failed |= subprocess.run([PROGRAM, "--encoders", ROUNDS, *folders],
                                  check=False).returncode != 0

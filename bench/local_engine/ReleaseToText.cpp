@@ -1,20 +1,16 @@
 // From letting the key go to the text, with the local engine and a full-size model of random
-// weights, split into where the time goes; decoding steps a second; memory before, with and after
-// the model. First at the models' full length, then once the shorter ones are proved.
+// weights, split into where the time goes; decoding steps; memory before, with and after
+// the model. First at the models' full length, then once the shorter ones are proved; then long
+// dictations with pauses, and how often the idle engine wakes.
 //
 //   release_to_text_bench [MODEL-FOLDER]     builds the folder when none is given (1.3 GB)
+//   release_to_text_bench --promised MODEL-FOLDER     3 s of speech only
 
+#include "DictationBench.h"
 #include "InProcessModels.h"
-#include "Parakeet/ParakeetTranscriber.h"
-#include "Platform/Linux/Desktop/XDGFolders.h"
 #include "Platform/Linux/Engine/EngineModels.h"
-#include "Platform/RunUntil.h"
 #include "Platform/Shared/QtMainLoop.h"
 #include "Platform/Shared/ThreadPool.h"
-#include "TimedModels.h"
-#include "fakes/FakeAudioConverters.h"
-#include "fakes/FakeAudioInput.h"
-#include "fakes/FakeDesktop.h"
 
 #include <QCoreApplication>
 
@@ -25,14 +21,13 @@
 #include <fstream>
 #include <map>
 #include <numeric>
-#include <random>
+#include <string_view>
 #include <thread>
 
 namespace {
 
 using namespace vorlin;
 using namespace std::chrono_literals;
-using Clock = std::chrono::steady_clock;
 
 constexpr int runs = 3;
 
@@ -53,16 +48,6 @@ std::chrono::nanoseconds median(std::vector<std::chrono::nanoseconds> times)
     }
     std::ranges::sort(times);
     return times[times.size() / 2];
-}
-
-/// A kind of noise that is speech to the segmenter and has no pauses.
-std::vector<float> babble(double seconds)
-{
-    std::mt19937 random(1);
-    std::normal_distribution<float> level(0, 0.1F);
-    std::vector<float> samples(static_cast<std::size_t>(seconds * 16000));
-    std::ranges::generate(samples, [&] { return level(random); });
-    return samples;
 }
 
 /// Resident memory of a process in MB, by a line of its status.
@@ -104,97 +89,13 @@ void printMemory(const char* when)
     }
 }
 
-class Bench {
-public:
-    Bench(std::filesystem::path folder, MLModels& models, MainLoop& loop, Workers& workers)
-        : folder(std::move(folder)), timed(models), loop(loop),
-          runtime(std::make_shared<ParakeetRuntime>(timed, folders, loop, workers, &memory))
-    {
-    }
-
-    struct Result {
-        std::chrono::nanoseconds total{0};
-        TimedModels::Times times;
-    };
-
-    /// One dictation, all of whose audio has come at the release.
-    Result dictate(double seconds, bool withDraft)
-    {
-        ParakeetTranscriber transcriber(folder, runtime, converters, loop);
-        bool drafted = false;
-        transcriber.setOnText([&](const std::string&) { drafted = true; });
-        spawn(loop, transcriber.prepare());
-        PCMBuffer buffer({SampleType::float32, 16000, 1, false},
-                         static_cast<std::uint32_t>(seconds * 16000));
-        buffer.setFrameLength(buffer.frameCapacity());
-        const auto samples = babble(seconds);
-        std::copy(samples.begin(), samples.end(), reinterpret_cast<float*>(buffer.plane(0).data()));
-        transcriber.feed(buffer);
-        if (withDraft) {
-            waitFor([&] { return timed.inBackground.load(); });
-        }
-        timed.take();
-        Result result;
-        bool done = false;
-        const auto released = Clock::now();
-        spawn(loop,
-              [](Transcriber& ending, Result& into, Clock::time_point start,
-                 bool& ended) -> Task<void> {
-                  co_await ending.finish();
-                  into.total = Clock::now() - start;
-                  ended = true;
-              }(transcriber, result, released, done));
-        waitFor([&] { return done; });
-        result.times = timed.take();
-        if (const auto failure = transcriber.failure()) {
-            fmt::print(stderr, "{}\n", *failure);
-            std::exit(1);
-        }
-        return result;
-    }
-
-    /// Waits until the lengths of the loaded models are proved; how long that took, the quiet time
-    /// before it included.
-    std::chrono::nanoseconds prove()
-    {
-        const auto begin = Clock::now();
-        waitFor([&] { return !memory.values.empty(); });
-        return Clock::now() - begin;
-    }
-
-    void unload()
-    {
-        runtime->unload();
-        std::this_thread::sleep_for(500ms);
-        QCoreApplication::processEvents();
-    }
-
-private:
-    template <class Condition>
-    static void waitFor(const Condition& condition)
-    {
-        if (!runUntil(condition, 5min)) {
-            fmt::print(stderr, "nothing came\n");
-            std::exit(1);
-        }
-    }
-
-    const std::filesystem::path folder;
-    TimedModels timed;
-    MainLoop& loop;
-    std::shared_ptr<XDGFolders> folders = std::make_shared<XDGFolders>("/nowhere");
-    FakeAudioConverters converters;
-    FakeDefaults memory;
-    std::shared_ptr<ParakeetRuntime> runtime;
-};
-
 /// What a call of a small model costs because another process computes it: the typical time there
 /// and here, each the best of several dictations in turn.
-std::chrono::nanoseconds boundaryPerCall(Bench& there, Bench& here)
+std::chrono::nanoseconds boundaryPerCall(DictationBench& there, DictationBench& here)
 {
     std::map<std::string, std::chrono::nanoseconds> bestThere;
     std::map<std::string, std::chrono::nanoseconds> bestHere;
-    const auto run = [](Bench& bench, auto& best) {
+    const auto run = [](DictationBench& bench, auto& best) {
         for (const auto& [name, times] : bench.dictate(13.9, false).times) {
             const auto typical = median(times);
             const auto known = best.try_emplace(name, typical).first;
@@ -210,7 +111,7 @@ std::chrono::nanoseconds boundaryPerCall(Bench& there, Bench& here)
            2;
 }
 
-void printSplit(const Bench::Result& result, std::chrono::nanoseconds perCall)
+void printSplit(const DictationBench::Result& result, std::chrono::nanoseconds perCall)
 {
     const auto& decoder = result.times.at("Decoder");
     const auto& joint = result.times.at("JointDecisionv3");
@@ -221,24 +122,93 @@ void printSplit(const Bench::Result& result, std::chrono::nanoseconds perCall)
     const auto decoding = sum(decoder) + sum(joint);
     const auto rest = result.total - preprocessor - encoder - decoding;
     fmt::print("{:8.0f} ms = preprocessor {:5.1f} + encoder {:7.1f} + decoding {:6.1f} + process "
-               "boundary {:4.1f} + rest {:5.1f}; {} steps, {:.0f} a second\n",
+               "boundary {:4.1f} + rest {:5.1f}; {} joint and {} decoder steps in {:.1f} ms\n",
                milliseconds(result.total), milliseconds(preprocessor), milliseconds(encoder),
                milliseconds(decoding - boundary), milliseconds(boundary), milliseconds(rest),
-               joint.size(), static_cast<double>(joint.size()) / milliseconds(decoding) * 1000);
+               joint.size(), decoder.size(), milliseconds(decoding + rest));
 }
 
-void printReleases(Bench& bench, bool withDraft, std::chrono::nanoseconds perCall)
+void printReleases(DictationBench& bench, bool withDraft, std::chrono::nanoseconds perCall)
 {
     fmt::print("release to text, {}, best of {}:\n",
                withDraft ? "a draft running at the release" : "no draft running", runs);
     for (const double seconds : {2.0, 3.0, 5.0, 10.0, 13.9}) {
-        std::vector<Bench::Result> results;
+        std::vector<DictationBench::Result> results;
         for (int run = 0; run < runs; ++run) {
             results.push_back(bench.dictate(seconds, withDraft));
         }
         fmt::print("  {:4.1f} s: ", seconds);
-        printSplit(*std::ranges::min_element(results, {}, &Bench::Result::total), perCall);
+        printSplit(*std::ranges::min_element(results, {}, &DictationBench::Result::total), perCall);
     }
+}
+
+/// With pauses in it, of which each ends what was said before it.
+void printLongDictations(DictationBench& bench)
+{
+    constexpr int dictations = 7;
+    fmt::print("release to text, with pauses, {} each:\n", dictations);
+    for (const double seconds : {30.0, 120.0}) {
+        std::vector<std::chrono::nanoseconds> waits;
+        for (int i = 0; i < dictations; ++i) {
+            waits.push_back(bench.dictateWithPauses(seconds, static_cast<unsigned>(i)));
+        }
+        std::ranges::sort(waits);
+        fmt::print("  {:5.0f} s: median {:.0f} ms, worst {:.0f} ms\n", seconds,
+                   milliseconds(median(waits)), milliseconds(waits.back()));
+    }
+}
+
+/// How often the threads of a process have been woken, in all.
+long wakesOf(const std::string& process)
+{
+    long sum = 0;
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/" + process + "/task")) {
+        std::ifstream status(thread.path() / "status");
+        for (std::string line; std::getline(status, line);) {
+            constexpr std::string_view name = "voluntary_ctxt_switches:";
+            if (line.starts_with(name)) {
+                sum += std::strtol(line.c_str() + name.size(), nullptr, 10);
+            }
+        }
+    }
+    return sum;
+}
+
+/// While the models are loaded and nobody wants them.
+void printWakes()
+{
+    constexpr auto time = 10s;
+    std::this_thread::sleep_for(1s);
+    const long before = wakesOf(engineProcess());
+    std::this_thread::sleep_for(time);
+    fmt::print("engine process loaded and idle: {} wake-ups in {} s\n",
+               wakesOf(engineProcess()) - before, time.count());
+}
+
+/// Only what is promised of 3 s of speech, for when there is little time.
+void measurePromised(const std::filesystem::path& folder)
+{
+    constexpr int releases = 7;
+    QtMainLoop loop;
+    ThreadPool workers([] {});
+    EngineModels engine(workers, VORLIN_ENGINE);
+    DictationBench bench(folder, engine, loop, workers);
+    printMemory("at rest");
+    bench.dictate(2, false);
+    printMemory("loaded");
+    fmt::print("lengths proved after {:.0f} s\n", milliseconds(bench.prove()) / 1000);
+    std::vector<std::chrono::nanoseconds> waits;
+    std::vector<std::chrono::nanoseconds> encoders;
+    for (int i = 0; i < releases; ++i) {
+        const auto result = bench.dictate(3, false);
+        waits.push_back(result.total);
+        encoders.push_back(sum(result.times.at("Encoder")));
+    }
+    fmt::print("release to text, 3 s: median {:.0f} ms, of which the encoder {:.0f} ms\n",
+               milliseconds(median(waits)), milliseconds(median(encoders)));
+    printWakes();
+    bench.unload();
+    printMemory("unloaded");
 }
 
 void measure(const std::filesystem::path& folder)
@@ -247,7 +217,7 @@ void measure(const std::filesystem::path& folder)
     ThreadPool workers([] {});
     EngineModels engine(workers, VORLIN_ENGINE);
     InProcessModels local(std::max(1U, std::thread::hardware_concurrency()));
-    Bench there(folder, engine, loop, workers);
+    DictationBench there(folder, engine, loop, workers);
 
     printMemory("at rest");
     there.dictate(2, false);
@@ -257,7 +227,7 @@ void measure(const std::filesystem::path& folder)
 
     std::chrono::nanoseconds perCall{0};
     {
-        Bench here(folder, local, loop, workers);
+        DictationBench here(folder, local, loop, workers);
         perCall = boundaryPerCall(there, here);
         here.unload();
     }
@@ -269,6 +239,8 @@ void measure(const std::filesystem::path& folder)
     printReleases(there, false, perCall);
     printReleases(there, true, perCall);
     printMemory("proved");
+    printLongDictations(there);
+    printWakes();
 }
 
 } // namespace
@@ -276,6 +248,10 @@ void measure(const std::filesystem::path& folder)
 int main(int argc, char* argv[])
 {
     const QCoreApplication qt(argc, argv);
+    if (argc > 2 && std::string_view(argv[1]) == "--promised") {
+        measurePromised(argv[2]);
+        return 0;
+    }
     if (argc > 1) {
         measure(argv[1]);
         return 0;

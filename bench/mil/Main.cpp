@@ -1,24 +1,23 @@
 // bench_mil FOLDER [ROUNDS [VECTORS]]: measures a model folder made by full_size_model.py.
 // bench_mil --steps FOLDER [ROUNDS [VECTORS]]: its decoder and joint steps only.
 // bench_mil --encoders ROUNDS FOLDER...: the encoders of several such folders against the first's.
-// bench_mil --memory FOLDER: loads and runs the encoder and holds its resident memory against the
-// limit; exit 1 beyond it.
+// bench_mil --table FP16 LUT6 [ROUNDS]: what is promised of the engine's speed, of two such
+// folders. bench_mil --memory FOLDER: loads and runs the encoder and holds its resident memory
+// against the limit; exit 1 beyond it.
 //
 // VECTORS are those that products with few columns are summed in: fitting, widest or narrow (at
 // most 256 bits). --steps without them measures the latter two. Everything that is compared runs
 // in turns, round by round, so that ratios come from one run. Both the wall clock and the processor
 // time are given: on a busy machine only the latter means anything.
 #include "MIL/Model.h"
+#include "Measuring.h"
+#include "Table.h"
 #include "Yardstick.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <exception>
-#include <fstream>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -29,34 +28,6 @@ namespace vorlin::mil::bench {
 namespace {
 
 constexpr std::size_t threads = 2;
-
-/// What one thing took, round by round.
-struct Series {
-    std::vector<double> wall; // ms
-    std::vector<double> processor;
-
-    void measure(const std::function<void()>& body)
-    {
-        using Clock = std::chrono::steady_clock;
-        const auto start = Clock::now();
-        const std::clock_t processorStart = std::clock();
-        body();
-        wall.push_back(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
-        processor.push_back(1000.0 * static_cast<double>(std::clock() - processorStart) /
-                            CLOCKS_PER_SEC);
-    }
-};
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-double least(const std::vector<double>& values)
-{
-    return *std::min_element(values.begin(), values.end());
-}
 
 void print(const char* name, const Series& series, double perRound)
 {
@@ -70,43 +41,6 @@ void compare(const char* name, const Series& series, const Series& yardstick, do
     std::printf("%-28s %.2f x by wall minimum, %.2f x by processor minimum (at most %.2f)\n", name,
                 least(series.wall) / least(yardstick.wall),
                 least(series.processor) / least(yardstick.processor), limit);
-}
-
-/// A model with zeros for inputs.
-class Subject {
-public:
-    Subject(const std::filesystem::path& bundle, std::size_t threadCount,
-            SumVectors vectors = SumVectors::fitting)
-        : model(Model::load(bundle, {.threads = threadCount, .sumVectors = vectors}))
-    {
-        for (const FeatureDescription& feature : model.inputs()) {
-            memory.emplace_back(byteCount(feature.type));
-            inputs.push_back({feature.name, {feature.type, memory.back().data()}});
-        }
-        model.predict(inputs); // touches weights and buffers once
-    }
-
-    void run() { model.predict(inputs); }
-    std::size_t weightBytes() const { return model.statistics().weightFileBytes; }
-    std::size_t bufferBytes() const { return model.statistics().heldBytes; }
-    std::size_t plannedBytes() const { return model.statistics().plannedBufferBytes; }
-
-private:
-    Model model;
-    std::vector<std::vector<std::byte>> memory;
-    std::vector<NamedInput> inputs;
-};
-
-std::string processorName()
-{
-    std::ifstream info("/proc/cpuinfo");
-    std::string line;
-    while (std::getline(info, line)) {
-        if (line.starts_with("model name")) {
-            return line.substr(line.find(':') + 2);
-        }
-    }
-    return "unknown processor";
 }
 
 /// A small step, in each of the forms, against a plain sum over as many bytes as its weights have.
@@ -198,21 +132,6 @@ void benchEncoders(const std::vector<std::filesystem::path>& folders, int rounds
     }
 }
 
-/// What this process holds in memory right now, mapped files included.
-std::size_t residentBytes()
-{
-    std::ifstream status("/proc/self/status");
-    std::string word;
-    while (status >> word) {
-        if (word == "VmRSS:") {
-            std::size_t kilobytes = 0;
-            status >> kilobytes;
-            return kilobytes << 10;
-        }
-    }
-    return 0;
-}
-
 /// Whether the loaded encoder, after a prediction, holds at most 1.15 times its weight file beside
 /// the planned buffers. The process itself counts in.
 bool checkMemory(const std::filesystem::path& bundle)
@@ -258,6 +177,11 @@ int run(const std::vector<std::string>& words)
     if (words[0] == "--memory" && words.size() > 1) {
         return checkMemory(std::filesystem::path(words[1]) / "Encoder.mlmodelc") ? 0 : 1;
     }
+    if (words[0] == "--table" && words.size() > 2) {
+        std::printf("%s, %zu threads, %d rounds\n", processorName().c_str(), threads, rounds(3));
+        printTable(words[1], words[2], rounds(3));
+        return 0;
+    }
     if (words[0] == "--encoders" && words.size() > 2) {
         benchEncoders({words.begin() + 2, words.end()}, rounds(1));
         return 0;
@@ -287,7 +211,8 @@ int main(int count, char** arguments)
 {
     if (count < 2) {
         std::fprintf(stderr, "usage: bench_mil FOLDER [ROUNDS [VECTORS]] | --memory FOLDER | "
-                             "--encoders ROUNDS FOLDER... | --steps FOLDER [ROUNDS [VECTORS]]\n");
+                             "--table FP16 LUT6 [ROUNDS] | --encoders ROUNDS FOLDER... | --steps "
+                             "FOLDER [ROUNDS [VECTORS]]\n");
         return 1;
     }
     try {
