@@ -17,6 +17,10 @@ constexpr auto keysAtLatest = std::chrono::milliseconds(2000);
 constexpr auto seenAtLatest = std::chrono::milliseconds(500);
 constexpr auto seenEvery = std::chrono::milliseconds(2);
 constexpr auto lookEvery = std::chrono::milliseconds(20);
+/// A text that was left and not taken is not forgotten by who speaks the next one within so long.
+constexpr auto joinWithin = std::chrono::minutes(2);
+/// How often contents that change all the time are read before a text goes over them.
+constexpr int mostRounds = 3;
 constexpr auto watchEvery = std::chrono::milliseconds(100);
 
 /// How many bytes at `at` of a UTF-8 text are a control character or a line break; none if it is
@@ -134,12 +138,12 @@ Task<void> TextInserter::readAhead(PasteSource source, std::int64_t number)
 
 void TextInserter::insert(const std::string& text, std::optional<std::uint64_t> onlyInto)
 {
-    add({.text = text, .toBeLeft = false, .onlyInto = onlyInto});
+    add({.text = text, .toBeLeft = false, .onlyInto = onlyInto, .isSecondTry = false});
 }
 
 void TextInserter::leave(const std::string& text)
 {
-    add({.text = text, .toBeLeft = true, .onlyInto = std::nullopt});
+    add({.text = text, .toBeLeft = true, .onlyInto = std::nullopt, .isSecondTry = false});
 }
 
 void TextInserter::add(Waiting text)
@@ -205,13 +209,13 @@ void TextInserter::restKeys()
 Task<PasteChord> TextInserter::readyChord()
 {
     PasteChord chord = focus.pasteChord();
-    while (true) {
+    for (int round = 1;; ++round) {
         co_await awaitReader(chord.source);
-        co_await readContents(chord.source);
         co_await awaitKeys();
-        // Either may have taken a second and more: the person may be in another program by now.
+        co_await readContents(chord.source); // last: while anything is awaited, it goes out of date
+        // Each may have taken a second and more: the person may be in another program by now.
         const PasteSource ready = std::exchange(chord, focus.pasteChord()).source;
-        if (chord.source == ready) {
+        if (chord.source == ready && (areContentsKnown(ready) || round >= mostRounds)) {
             co_return chord;
         }
     }
@@ -226,6 +230,7 @@ void TextInserter::leaveNow(const std::string& text)
 {
     forgetLeftIfTaken();
     left = left.empty() ? text : left + ' ' + text;
+    leftAt = loop.now();
     pending.erase(PasteSource::clipboard); // what was beneath does not come back
     pasteboard.copyString(PasteSource::clipboard, left);
     if (onLeft) {
@@ -238,7 +243,8 @@ void TextInserter::forgetLeftIfTaken()
     const auto use = pasteboard.use(PasteSource::clipboard);
     const bool isBeneath = pending.contains(PasteSource::clipboard);
     const bool isThere = use == PasteboardUse::unread || use == PasteboardUse::underway;
-    if (use == PasteboardUse::replaced || (!isThere && !isBeneath)) {
+    const bool isOld = loop.now() - leftAt > joinWithin;
+    if (use == PasteboardUse::replaced || (!isThere && !isBeneath) || isOld) {
         left.clear();
     }
 }
@@ -247,11 +253,12 @@ Task<void> TextInserter::paste(Waiting next, PasteChord chord)
 {
     const auto source = chord.source;
     forgetLeftIfTaken();
-    pending[source] = {takeContents(source), next.text, loop.now(), chord.takesRarely, {}};
+    pending[source] = {takeContents(source), next.text, loop.now(), chord.takesRarely, true, {}};
     pasteboard.setString(source, chord.typesIntoTerminal ? inOneLine(next.text) : next.text);
     if (pasteboard.use(source) == PasteboardUse::underway) {
         putBack(source); // the chord might paste what is still there
-        leaveNow(next.text);
+        next.toBeLeft = true;
+        waiting.push_front(std::move(next));
         co_return;
     }
     if (chord.looksFirst) {
@@ -262,17 +269,20 @@ Task<void> TextInserter::paste(Waiting next, PasteChord chord)
             co_return; // abandoned meanwhile, or put back since there will be no later
         }
         if (pasteboard.use(source) == PasteboardUse::replaced || belongsElsewhere(next) ||
-            focus.pasteChord() != chord) {
+            keys.readiness() != KeyReadiness::ready || focus.pasteChord() != chord) {
             putBack(source);
+            next.toBeLeft = next.toBeLeft || std::exchange(next.isSecondTry, true);
             waiting.push_front(std::move(next));
             co_return;
         }
     }
+    const bool isKnown = focus.isKnown();
     pasteShortcut(chord);
     if (pasteboard.use(source) == PasteboardUse::untracked) {
         auto items = std::move(pending.extract(source).mapped().items);
         spawn(loop, lifetime.token(), restoreUntracked(source, std::move(items)));
     } else {
+        pending[source].isKnown = isKnown;
         pending[source].pasted = loop.now();
         pending[source].look = lookIn(restoreAfter, source);
     }
@@ -282,7 +292,8 @@ Task<void> TextInserter::paste(Waiting next, PasteChord chord)
 Task<void> TextInserter::awaitLook(PasteSource source)
 {
     const TimePoint limit = loop.now() + seenAtLatest;
-    while (!pasteboard.wasLookedAt(source) && loop.now() < limit) {
+    while (!pasteboard.wasLookedAt(source) && loop.now() < limit &&
+           pasteboard.use(source) != PasteboardUse::replaced) {
         co_await sleepFor(loop, seenEvery);
     }
 }
@@ -294,7 +305,7 @@ Task<void> TextInserter::awaitReader(PasteSource source)
     while (true) {
         const auto before = pending.find(source);
         if (before == pending.end() || pasteboard.use(source) != PasteboardUse::unread ||
-            (loop.now() - before->second.pasted >= restoreAtLatest && focus.isKnown())) {
+            (loop.now() - before->second.pasted >= restoreAtLatest && before->second.isKnown)) {
             co_return;
         }
         co_await sleepFor(loop, lookEvery);
@@ -310,16 +321,23 @@ Task<void> TextInserter::awaitKeys()
     }
 }
 
-/// Makes known what is to stand on the pasteboard again once the next text has been pasted.
-Task<void> TextInserter::readContents(PasteSource source)
+/// Whether it is known what is to stand on the pasteboard again once the next text was pasted.
+bool TextInserter::areContentsKnown(PasteSource source)
 {
     const bool beneathOurs =
         pending.contains(source) && pasteboard.use(source) != PasteboardUse::replaced;
-    const auto count = pasteboard.changeCount(source);
     const auto known = ahead.find(source);
-    if (beneathOurs || (known != ahead.end() && known->second.changeCount == count)) {
+    return beneathOurs ||
+           (known != ahead.end() && known->second.changeCount == pasteboard.changeCount(source));
+}
+
+/// Makes it known.
+Task<void> TextInserter::readContents(PasteSource source)
+{
+    if (areContentsKnown(source)) {
         co_return;
     }
+    const auto count = pasteboard.changeCount(source);
     auto items = co_await pasteboard.snapshot(source);
     ahead[source] = {count, std::move(items)};
 }
@@ -332,7 +350,7 @@ PasteboardSnapshot TextInserter::takeContents(PasteSource source)
     if (restore && (!known || pasteboard.use(source) != PasteboardUse::replaced)) {
         return std::move(restore.mapped().items);
     }
-    return std::move(known.mapped().items);
+    return known ? std::move(known.mapped().items) : PasteboardSnapshot();
 }
 
 Timer TextInserter::lookIn(Duration delay, PasteSource source)
@@ -352,7 +370,7 @@ void TextInserter::look(PasteSource source)
         return;
     }
     const bool perhapsLost =
-        use == PasteboardUse::unread && (restore.takenRarely || !focus.isKnown());
+        use == PasteboardUse::unread && (restore.takenRarely || !restore.isKnown);
     if (perhapsLost && source == PasteSource::clipboard) {
         leaveNow(std::exchange(restore.text, {}));
         return;

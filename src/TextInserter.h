@@ -67,6 +67,8 @@ private:
         std::string text;
         bool toBeLeft = false;
         std::optional<std::uint64_t> onlyInto;
+        /// It was shown to a program already, and taken back.
+        bool isSecondTry = false;
     };
     /// Contents that stood on a pasteboard at some `changeCount`.
     struct Contents {
@@ -74,12 +76,14 @@ private:
         PasteboardSnapshot items;
     };
     /// Contents to be put back, the text over them, when that was pasted, whether perhaps where
-    /// nothing takes it, and the next look at whether it was read.
+    /// nothing takes it and whether the program was known, and the next look at whether it was
+    /// read.
     struct Restore {
         PasteboardSnapshot items;
         std::string text;
         TimePoint pasted;
         bool takenRarely = false;
+        bool isKnown = true;
         Timer look;
     };
 
@@ -96,6 +100,7 @@ private:
     void putBack(PasteSource source);
     Task<void> awaitLook(PasteSource source);
     Task<void> awaitReader(PasteSource source);
+    bool areContentsKnown(PasteSource source);
     Task<void> readContents(PasteSource source);
     Task<void> awaitKeys();
     void restKeys();
@@ -126,6 +131,7 @@ private:
     /// What was left on the clipboard, and nobody has taken: it stands there, or beneath a text
     /// that is pending.
     std::string left;
+    TimePoint leftAt;
     Lifetime lifetime;
 };
 

@@ -177,6 +177,126 @@ TEST_F(TextInserterTest, aFocusThatMovesWhileAProgramLooksGetsItsOwnChord)
     EXPECT_EQ(board(), "old");
 }
 
+TEST_F(TextInserterTest, aProgramThatTakesOverWhateverIsCopiedHoldsNoTextUp)
+{
+    focus.chord.looksFirst = true;
+    pasteboard.lookedAt = false;
+    int takenOver = 0;
+    std::function<void()> takeOver = [&] {
+        if (board() == "hello" && pasteboard.use(PasteSource::clipboard) == PasteboardUse::unread) {
+            ++takenOver;
+            pasteboard.copy(FakePasteboard::text("hello"));
+        }
+        loop.postAfter(5ms, takeOver);
+    };
+    takeOver();
+    int left = 0;
+    inserter->onLeft = [&] { ++left; };
+    insert("hello");
+    loop.advance(100ms);
+    EXPECT_EQ(left, 1);
+    EXPECT_EQ(takenOver, 3) << "tried once more, then left for good";
+    EXPECT_EQ(board(), "hello");
+}
+
+TEST_F(TextInserterTest, aTextIsLostToNobodyWhateverHasTheFocusLater)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    focus.isNowKnown = false;
+    insert("one");
+    loop.advance(1s);
+    focus.isNowKnown = true;
+    insert("two");
+    loop.advance(2500ms);
+    EXPECT_EQ(board(), "two") << "pasted into who is known now";
+    EXPECT_EQ(pasted.size(), 0U);
+    loop.advance(5s);
+    EXPECT_EQ(board(), "one") << "and what was left comes back";
+    focus.isNowKnown = true;
+    insert("three");
+    loop.advance(2900ms);
+    focus.isNowKnown = false;
+    loop.advance(5s);
+    EXPECT_EQ(board(), "one") << "who was known did not want it";
+}
+
+TEST_F(TextInserterTest, whatIsPressedWhileTheKeysGetReadyCostsNoText)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    programReadsAfter(0ms);
+    for (const bool atOnce : {true, false}) {
+        keys.ready = KeyReadiness::soon;
+        insert("hello");
+        loop.advance(100ms);
+        pasteboard.snapshotsCompleteAtOnce = atOnce;
+        inserter->anticipate();
+        loop.runReady();
+        inserter->dismiss();
+        if (!std::exchange(pasteboard.snapshotsCompleteAtOnce, true)) {
+            pasteboard.completeSnapshot();
+        }
+        keys.ready = KeyReadiness::ready;
+        loop.advance(2s);
+        EXPECT_EQ(pasted.back(), "hello");
+        EXPECT_EQ(board(), "old");
+    }
+    EXPECT_EQ(pasted.size(), 2U);
+}
+
+TEST_F(TextInserterTest, whatIsPutBackOrCopiedWhileTheKeysGetReadyIsWhatComesBack)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    programReadsAfter(0ms);
+    insert("one");
+    loop.advance(300ms);
+    keys.ready = KeyReadiness::soon;
+    insert("two");
+    loop.advance(300ms);
+    EXPECT_EQ(board(), "old") << "put back meanwhile";
+    keys.ready = KeyReadiness::ready;
+    loop.advance(1s);
+    EXPECT_EQ(pasted, (std::vector<std::string>{"one", "two"}));
+    EXPECT_EQ(board(), "old");
+    keys.ready = KeyReadiness::soon;
+    insert("three");
+    loop.advance(100ms);
+    pasteboard.copy(FakePasteboard::text("new"));
+    loop.advance(100ms);
+    keys.ready = KeyReadiness::ready;
+    loop.advance(1s);
+    EXPECT_EQ(pasted.back(), "three");
+    EXPECT_EQ(board(), "new");
+}
+
+TEST_F(TextInserterTest, aTextThatIsNotThereYetTakesNothingFromTheOneBefore)
+{
+    pasteboard.copy(FakePasteboard::text("old"));
+    insert("slow");
+    loop.advance(10ms);
+    focus.chord.source = PasteSource::primarySelection;
+    pasteboard.confirms = false;
+    insert("second");
+    loop.advance(100ms);
+    EXPECT_EQ(board(), "slow") << "its program may yet read it";
+    pasteboard.confirms = true;
+    loop.advance(3s);
+    EXPECT_EQ(board(), "second");
+}
+
+TEST_F(TextInserterTest, whatWasLeftLongAgoIsNotJoined)
+{
+    inserter->leave("meet me at nine");
+    loop.runReady();
+    loop.advance(1min);
+    inserter->leave("or ten");
+    loop.runReady();
+    EXPECT_EQ(board(), "meet me at nine or ten");
+    loop.advance(5h);
+    inserter->leave("other");
+    loop.runReady();
+    EXPECT_EQ(board(), "other");
+}
+
 TEST_F(TextInserterTest, elsewhereLineBreaksArePastedAsTheyAre)
 {
     insert("one\ntwo\n");

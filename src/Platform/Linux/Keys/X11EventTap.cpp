@@ -44,9 +44,11 @@ constexpr std::array<std::chrono::milliseconds, 5> retakes = {
 constexpr std::size_t usualRetakes = 4;
 /// Between the hotkey's modifier, at which a window manager may take its keys anew, and its own
 /// key.
-constexpr std::array<std::chrono::milliseconds, 5> retakesBeforeTheKey = {
-    std::chrono::milliseconds(10), std::chrono::milliseconds(10), std::chrono::milliseconds(20),
-    std::chrono::milliseconds(40), std::chrono::milliseconds(80)};
+constexpr std::chrono::milliseconds retakeEvery{10};
+constexpr std::size_t retakesBeforeTheKey = 20;
+
+/// It answers within a fraction of a millisecond.
+constexpr std::chrono::milliseconds serverIsBusy{50};
 
 /// Whether `left` is not later than `right`; time stamps wrap around.
 bool isNotLater(std::uint32_t left, std::uint32_t right)
@@ -193,10 +195,11 @@ void X11EventTap::retakeSoon()
 
 void X11EventTap::retakeBeforeTheKey(std::size_t done)
 {
+    const TimePoint begun = loop.now();
     retake();
-    if (done < retakesBeforeTheKey.size()) {
-        keyIsNext = loop.startTimer(retakesBeforeTheKey.at(done),
-                                    [this, done] { retakeBeforeTheKey(done + 1); });
+    // Where another program has the server to itself, each would wait for it.
+    if (done < retakesBeforeTheKey && loop.now() - begun < serverIsBusy) {
+        keyIsNext = loop.startTimer(retakeEvery, [this, done] { retakeBeforeTheKey(done + 1); });
     }
 }
 
@@ -304,12 +307,12 @@ void X11EventTap::watch(Session& current, const KeyChange& change)
         return;
     }
     if (isModifierKey(*code)) {
+        silence(change);
+        current.tell(KeyEventType::flagsChanged, change.key, change.flags);
         keyIsNext.reset();
         if (completesModifiers(change)) {
             retakeBeforeTheKey(0);
         }
-        silence(change);
-        current.tell(KeyEventType::flagsChanged, change.key, change.flags);
     } else if (change.down) {
         if (isHotkey(change)) {
             retake(); // another program got it: the next one is ours
@@ -375,6 +378,7 @@ void X11EventTap::judge(Session& current, bool posted)
     if (key.down && !posted && current.grabs.wants(key.key)) {
         current.told[key.key] = true;
         current.judging = true;
+        keyIsNext.reset();
         try {
             swallow = current.tell(KeyEventType::keyDown, key.key,
                                    keyboard.typedLayout().joinedFlags(current.flags, key.modifiers),
