@@ -25,9 +25,10 @@ namespace vorlin {
 /// before was read, within the same 3 s. If another program copies something meanwhile, its copy
 /// stays. Where it cannot be known which chord pastes in the focused program, a text that nobody
 /// has read by then is left; in a program that takes texts rarely, 0.5 s after the paste. One that
-/// is left while nobody has taken the one left before follows that on the clipboard. A text that
-/// the platform cannot say is there when it should be pasted is left. Where the platform does not
-/// tell, each text is pasted at once and the contents found before it are put back 0.5 s later.
+/// is left within two minutes, while nobody has taken the one left before, follows that on the
+/// clipboard. A text that the platform cannot say is there when it should be pasted is left. Where
+/// the platform does not tell, each text is pasted at once and the contents found before it are put
+/// back 0.5 s later.
 class TextInserter {
 public:
     /// The ports must outlive this object.
