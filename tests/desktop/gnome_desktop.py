@@ -28,6 +28,7 @@ class GnomeDesktop(PortalSession):
     backend = "/usr/libexec/xdg-desktop-portal-gnome"
     backend_name = "org.freedesktop.impl.portal.desktop.gnome"
     outlives_xwayland = False  # but where systemd has started it
+    shares_its_clipboard = False  # with programs that have no focus
 
     def start_compositor_and_person(self):
         socket = "wayland-gnome"

@@ -27,6 +27,7 @@ class PortalSession(VirtualDesktop):
     backend = None
     backend_name = None
     outlives_xwayland = True
+    shares_its_clipboard = True
 
     def start_compositor_and_person(self):
         raise NotImplementedError

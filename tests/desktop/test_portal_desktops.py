@@ -3,6 +3,7 @@ serves programs of Wayland and of X11 alike."""
 
 import os
 import pathlib
+import shutil
 import signal
 
 import pytest
@@ -251,6 +252,28 @@ def test_a_text_that_a_terminal_does_not_take_is_left_on_the_clipboard(desktop, 
     wait_until(lambda: {PLAIN, HINT} & kinds(desktop) == {PLAIN}, "the text to be left",
                interval=0.5)
     assert_arrived(SENTENCE, pasted(desktop, PLAIN).decode())
+
+
+@cell("not taken")
+@pytest.mark.parametrize("desktop", [name for name, kind in PLACES.items()
+                                     if kind.shares_its_clipboard], indirect=True)
+def test_who_reads_everything_that_is_copied_takes_no_text_from_a_slow_program(desktop, launch):
+    reader = desktop.folder / "reads-everything"  # whose name is none that is known
+    shutil.copy(shutil.which("wl-paste"), reader)
+    seen = desktop.folder / "seen"
+    desktop.spawn([reader, "--watch", "sh", "-c", f"cat >> '{seen}'"])
+    copy(desktop, "text/plain", b"before")
+    wait_until(lambda: seen.exists() and b"before" in seen.read_bytes(), "it to read")
+    program = launch()
+    where = GTK4Editor(desktop)
+    with desktop.keyboard.held("F9"):
+        program.await_recording()
+        program.say(SENTENCE)
+        os.kill(where.process.pid, signal.SIGSTOP)
+    wait_until(lambda: HINT in kinds(desktop), "the text on the clipboard")
+    assert stays(lambda: HINT in kinds(desktop), 1.5), "the text is not there for who is slow"
+    os.kill(where.process.pid, signal.SIGCONT)
+    assert_arrived(SENTENCE, where.await_text())
 
 
 @cell("killed")

@@ -34,6 +34,7 @@ PortalDesktop::PortalDesktop(LinuxServices& services, const Environment& environ
 {
     if (DataControl::isOffered(*connection)) {
         clipboard.emplace(*connection, services.loop, x11Pasteboard, keyboard.server());
+        portals.whenChordGoes([this] { clipboard->compositors.noteChord(); });
     }
 }
 

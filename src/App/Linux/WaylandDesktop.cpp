@@ -57,6 +57,7 @@ WaylandDesktop::WaylandDesktop(LinuxServices& services, const Environment& envir
                   services.microphoneAccess),
       focusScreens(screens, [this] { return focusedFrame(); })
 {
+    keyPoster.onChord = [this] { compositorsPasteboard.noteChord(); };
     if (const auto path = environment("SWAYSOCK");
         path && isSwaySocketOf(*path, connection->compositor())) {
         sway.emplace(*path, services, environment, x11EventTap);

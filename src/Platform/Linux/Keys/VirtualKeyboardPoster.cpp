@@ -171,6 +171,9 @@ void VirtualKeyboardPoster::press(std::uint16_t keyCode, std::uint64_t flags)
     if (!key || !isInChordKeymap(*key)) {
         return;
     }
+    if (onChord) {
+        onChord();
+    }
     chord = Chord{.keyCode = keyCode, .key = *key, .modifiers = {}};
     std::uint32_t held = 0;
     for (const Modifier& each : modifierKeys) {

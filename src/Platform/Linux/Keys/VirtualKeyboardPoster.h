@@ -5,6 +5,7 @@
 #include "Ports/KeyPoster.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -39,6 +40,9 @@ public:
     bool available() const { return keyboard != nullptr && connection.alive().get(); }
 
     void post(std::uint16_t keyCode, bool keyDown, std::uint64_t flags) override;
+
+    /// Called right before a key is requested that is posted down.
+    std::function<void()> onChord;
 
 private:
     /// A key that is posted down, and the modifier keys with it.

@@ -54,7 +54,8 @@ void DataControlPasteboard::leave()
 Completion<PasteboardSnapshot> DataControlPasteboard::snapshot(PasteSource source)
 {
     Completion<PasteboardSnapshot> read;
-    auto& [own, reading] = selections[selectionIndex(source)];
+    auto& own = selections[selectionIndex(source)].own;
+    auto& reading = selections[selectionIndex(source)].reading;
     if (own) {
         read.completer().complete(snapshotOf(*own));
         return read;
@@ -101,7 +102,7 @@ void DataControlPasteboard::restore(PasteSource source, const PasteboardSnapshot
 void DataControlPasteboard::setString(PasteSource source, const std::string& text)
 {
     readers.rememberFocus();
-    write(source, secretOffering(text));
+    selections[selectionIndex(source)].unpasted = write(source, secretOffering(text));
 }
 
 void DataControlPasteboard::copyString(PasteSource source, const std::string& text)
@@ -114,10 +115,25 @@ PasteboardUse DataControlPasteboard::use(PasteSource source) const
     return status.use(selectionIndex(source));
 }
 
-void DataControlPasteboard::write(PasteSource source, Offering offering)
+/// What the compositor passes on before it has come to this was asked for ahead of the chord.
+void DataControlPasteboard::noteChord()
+{
+    for (Selection& selection : selections) {
+        if (const auto number = selection.unpasted) {
+            connection.whenCarriedOut(lifetime.guard([&selection, number] {
+                if (selection.unpasted == number) {
+                    selection.unpasted.reset();
+                }
+            }));
+        }
+    }
+}
+
+/// Returns the contents' number, or nothing where they are not there.
+std::optional<std::uint64_t> DataControlPasteboard::write(PasteSource source, Offering offering)
 {
     if (!available()) {
-        return;
+        return std::nullopt;
     }
     const auto number = std::make_shared<std::uint64_t>(0);
     const auto kept = std::make_shared<const Offering>(std::move(offering));
@@ -135,6 +151,7 @@ void DataControlPasteboard::write(PasteSource source, Offering offering)
         status.became(selectionIndex(source), *number, PasteboardUse::unread);
         selections[selectionIndex(source)].own = kept->entries.empty() ? nullptr : kept;
     }
+    return offered ? std::optional(*number) : std::nullopt;
 }
 
 void DataControlPasteboard::give(PasteSource source, std::uint64_t number, const Offering& offering,
@@ -145,7 +162,11 @@ void DataControlPasteboard::give(PasteSource source, std::uint64_t number, const
     if (entry == offering.entries.end()) {
         return;
     }
-    const bool counts = type != secrecyHint && readers.counts(end);
+    const bool isPasted = selections[selectionIndex(source)].unpasted != number;
+    const bool counts = type != secrecyHint && isPasted && readers.counts(end);
+    if (!isPasted) {
+        readers.noteEarly(end, connection.compositor());
+    }
     writers.write(std::move(end), entry->bytes, [this, source, number, counts] {
         if (counts) {
             status.became(selectionIndex(source), number, PasteboardUse::read);

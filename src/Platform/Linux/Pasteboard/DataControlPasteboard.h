@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Async/Lifetime.h"
 #include "Async/MainLoop.h"
 #include "Platform/Linux/Pasteboard/DataControl.h"
 #include "Platform/Linux/Pasteboard/OfferReader.h"
@@ -28,8 +29,9 @@ namespace vorlin {
 ///   a chord.
 /// - `restore` displaces nothing that another program has told the compositor of by then; it waits
 ///   for that one round trip, at most 50 ms.
-/// - `use` becomes `read` when the focused program has been given the text; see `PipeReaders`. It
-///   is `untracked` until something has been written, and where nothing can be.
+/// - `use` becomes `read` when the focused program has been given the text; see `PipeReaders`. What
+///   `setString` writes is read by nobody who has begun before its chord goes (`noteChord`): that
+///   is no paste. It is `untracked` until something has been written, and where nothing can be.
 /// - Contents are offered for as long as no other program offers some. The destructor leaves those
 ///   of the clipboard to a process that goes on (`keepContents`), and waits at most 500 ms until
 ///   that has them; contents marked secret, such as those of `setString`, go with us.
@@ -55,6 +57,9 @@ public:
 
     /// Whether the compositor lets clipboards be managed.
     bool available() const { return control != nullptr && connection.alive().get(); }
+
+    /// The chord that pastes what is there goes out next, by whichever way.
+    void noteChord();
 
     /// Leaves the clipboard's contents to the process that goes on, as the destructor does.
     void leave();
@@ -82,10 +87,12 @@ private:
     struct Selection {
         /// What we offer there, for as long as nothing has displaced it.
         std::shared_ptr<const Offering> own;
+        /// The number of contents whose chord has not gone yet.
+        std::optional<std::uint64_t> unpasted;
         Reading reading;
     };
 
-    void write(PasteSource source, Offering offering);
+    std::optional<std::uint64_t> write(PasteSource source, Offering offering);
     void give(PasteSource source, std::uint64_t number, const Offering& offering,
               const std::string& type, Descriptor end);
     void displaced(PasteSource source, std::uint64_t number);
@@ -98,8 +105,9 @@ private:
     PipeReaders readers;
     PipeWriters writers;
     std::array<Selection, selectionCount> selections;
-    /// Last: it calls the others.
+    /// It calls the others.
     std::unique_ptr<DataControl> control;
+    Lifetime lifetime;
 };
 
 } // namespace vorlin

@@ -2,9 +2,9 @@
 
 #include "Platform/Linux/Pasteboard/ReaderProcesses.h"
 
-#include <cstdlib>
+#include <algorithm>
+#include <charconv>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <system_error>
 
@@ -37,32 +37,41 @@ Holds whatHolds(const fs::path& process, const struct stat& pipe)
     return error ? Holds::unknown : Holds::nothing;
 }
 
-fs::path folderOf(pid_t process)
+fs::path folderOf(std::uint32_t process)
 {
     return "/proc/" + std::to_string(process);
 }
 
-std::string nameOf(const fs::path& process)
-{
-    std::ifstream file(process / "comm");
-    std::string name;
-    std::getline(file, name);
-    return name;
-}
-
-bool isReadByManager(const struct stat& pipe)
+/// The first process that reads from the pipe, of those that `isOfInterest`.
+template <class IsOfInterest>
+std::optional<std::uint32_t> readerOf(const struct stat& pipe, IsOfInterest isOfInterest)
 {
     std::error_code error;
     const fs::directory_iterator end;
     for (fs::directory_iterator each("/proc", error); each != end; each.increment(error)) {
         const std::string number = each->path().filename().string();
-        if (number.find_first_not_of("0123456789") == std::string::npos &&
-            isClipboardManager(nameOf(each->path())) &&
+        std::uint32_t process = 0;
+        const auto read = std::from_chars(number.data(), number.data() + number.size(), process);
+        if (read.ec == std::errc() && isOfInterest(process) &&
             whatHolds(each->path(), pipe) == Holds::readingEnd) {
-            return true;
+            return process;
         }
     }
-    return false;
+    return std::nullopt;
+}
+
+bool isReadByManager(const struct stat& pipe)
+{
+    return readerOf(pipe,
+                    [](std::uint32_t process) { return isClipboardManager(processName(process)); })
+        .has_value();
+}
+
+/// It may have been begun by one of its own name that made the socket.
+bool isCompositor(std::uint32_t process, std::uint32_t compositor)
+{
+    return process == compositor || (processParent(process) == compositor &&
+                                     processName(compositor).starts_with(processName(process)));
 }
 
 } // namespace
@@ -75,13 +84,37 @@ bool PipeReaders::counts(const Descriptor& end) const
     }
     bool certain = false;
     for (const auto& process : {remembered, focused()}) {
-        const auto held = process ? whatHolds(folderOf(*process), pipe) : Holds::unknown;
+        const auto held = process ? whatHolds(folderOf(static_cast<std::uint32_t>(*process)), pipe)
+                                  : Holds::unknown;
         if (held == Holds::readingEnd) {
             return true;
         }
         certain |= held == Holds::nothing;
     }
-    return !certain && !isReadByManager(pipe);
+    return !certain && !isEarly(pipe) && !isReadByManager(pipe);
+}
+
+void PipeReaders::noteEarly(const Descriptor& end, pid_t compositor)
+{
+    std::erase_if(early,
+                  [](const Early& each) { return processBirth(each.process) != each.birth; });
+    struct stat pipe {};
+    if (focused() || fstat(end.number(), &pipe) != 0 || isEarly(pipe)) {
+        return;
+    }
+    const auto reader = readerOf(pipe, [](std::uint32_t /*any*/) { return true; });
+    const auto birth = reader ? processBirth(*reader) : 0;
+    if (birth != 0 && !isCompositor(*reader, static_cast<std::uint32_t>(compositor))) {
+        early.push_back({*reader, birth});
+    }
+}
+
+bool PipeReaders::isEarly(const struct stat& pipe) const
+{
+    return std::ranges::any_of(early, [&](const Early& each) {
+        return processBirth(each.process) == each.birth &&
+               whatHolds(folderOf(each.process), pipe) == Holds::readingEnd;
+    });
 }
 
 } // namespace vorlin

@@ -76,17 +76,18 @@ std::string processName(std::uint32_t process)
 
 bool isClipboardManager(std::string_view processName)
 {
-    static constexpr std::array<std::string_view, 36> names = {
+    static constexpr std::array<std::string_view, 44> names = {
         // Programs for nothing else.
         "klipper", "copyq", "xfce4-clipman", "panel-clipman", "clipman", "parcellite", "clipit",
         "diodon", "gpaste-daemon", "clipmenud", "clipcatd", "greenclip", "cliphist", "clipse",
         "qlipper", "glipper", "pasteit", "xclipboard", "autocutsel", "cutsel", "ringboard-x11",
-        "lxqt-clipboard", "wl-paste", "wl-clip-persist",
+        "lxqt-clipboard", "wl-paste", "wl-clip-persist", "clipvault",
         // Parts of a desktop that keep the clipboard.
         "plasmashell", "gnome-shell", "gsd-clipboard", "csd-clipboard", "msd-clipboard",
-        "mate-settings-d", "cinnamon-settin",
+        "mate-settings-d", "cinnamon-settin", "fcitx5",
         // Carriers to other machines.
-        "spice-vdagent", "VBoxClient", "vncconfig", "xrdp-chansrv", "vmtoolsd"};
+        "spice-vdagent", "VBoxClient", "vncconfig", "xrdp-chansrv", "vmtoolsd", "kdeconnectd",
+        "krdpserver", "gnome-remote-de", "deskflow-core", "input-leapc", "input-leaps"};
     return std::find(names.begin(), names.end(), processName) != names.end() ||
            processName.find("clipman") != std::string_view::npos;
 }
@@ -103,6 +104,18 @@ bool runTheSameProgram(std::uint32_t one, std::uint32_t other)
     std::error_code error;
     return !program.empty() && !runsWhateverItIsGiven(program) &&
            fs::equivalent(fileOf(one, "exe"), fileOf(other, "exe"), error);
+}
+
+std::uint64_t processBirth(std::uint32_t process)
+{
+    const auto birth = birthOf(process);
+    return birth ? birth->time : 0;
+}
+
+std::uint32_t processParent(std::uint32_t process)
+{
+    const auto birth = birthOf(process);
+    return birth ? birth->parent : 0;
 }
 
 std::uint64_t processTime()

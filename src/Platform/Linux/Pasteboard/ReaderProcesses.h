@@ -21,6 +21,12 @@ bool isWindowsProgram(std::uint32_t process);
 /// Whether both run the same executable, unless that runs whatever program it is given.
 bool runTheSameProgram(std::uint32_t one, std::uint32_t other);
 
+/// When it began, in ticks since the machine started; 0 where there is none such.
+std::uint64_t processBirth(std::uint32_t process);
+
+/// Which one began it; 0 where there is none such.
+std::uint32_t processParent(std::uint32_t process);
+
 /// Now, on the clock by which processes begin: in the kernel's ticks since the machine started.
 std::uint64_t processTime();
 

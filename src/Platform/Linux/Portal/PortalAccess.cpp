@@ -34,6 +34,8 @@ PortalAccess::PortalAccess(const QDBusConnection& bus, const QDBusConnection& es
         QObject::connect(&backends, &PortalBackends::replaced, key, &PortalKey::reopen);
         QObject::connect(key, &PortalKey::orphaned, &backends, &PortalBackends::closeSession);
     }
+    QObject::connect(&poster, &RemoteDesktopPoster::orphaned, &backends,
+                     &PortalBackends::closeSession);
 }
 
 bool PortalAccess::isGranted() const

@@ -14,7 +14,9 @@
 
 #include <QDBusConnection>
 
+#include <functional>
 #include <string>
+#include <utility>
 
 namespace vorlin {
 
@@ -34,6 +36,9 @@ public:
 
     EventTap& eventTap() { return tap; }
     KeyPoster& keyPoster() { return poster; }
+
+    /// `going` is called right before a chord goes out.
+    void whenChordGoes(std::function<void()> going) { poster.onChord = std::move(going); }
 
     /// Whether there are portals for key and chord, and the person has not said no to one, nor
     /// would have to be asked.

@@ -16,12 +16,14 @@ namespace {
 constexpr int limit = 1000;
 /// For one that is let go while everything waits, in ms.
 constexpr int limitAtEnd = 200;
+/// How often a release is sent that does not arrive: what stays down spoils every key.
+constexpr int mostReleases = 3;
 
 } // namespace
 
 PortalStrokes::PortalStrokes(const QDBusConnection& bus, const HostRegistry& registry,
-                             std::function<void()> whenSent)
-    : bus(bus), registry(registry), whenSent(std::move(whenSent))
+                             Callbacks callbacks)
+    : bus(bus), registry(registry), callbacks(std::move(callbacks))
 {
 }
 
@@ -37,17 +39,16 @@ void PortalStrokes::send(const QString& to, const std::vector<PortalStroke>& str
 void PortalStrokes::sendNext()
 {
     if (waiting.empty()) {
-        whenSent();
+        callbacks.sent();
         return;
     }
     const auto stroke = waiting.front();
     waiting.pop_front();
     if (stroke.down) {
         down.push_back(stroke);
-    } else {
-        std::erase_if(down, [&](const PortalStroke& each) {
-            return each.isSymbol == stroke.isSymbol && each.key == stroke.key;
-        });
+    }
+    if (stroke.acts) {
+        callbacks.acts();
     }
     sending = std::make_unique<QDBusPendingCallWatcher>(bus.asyncCall(message(stroke), limit));
     connect(sending.get(), &QDBusPendingCallWatcher::finished, this,
@@ -61,8 +62,20 @@ void PortalStrokes::sent(const PortalStroke& stroke, bool arrived)
 {
     if (stroke.down && !arrived) {
         waiting = releases();
+    } else if (!stroke.down && !arrived && ++failures < mostReleases) {
+        waiting.push_front(stroke);
+    } else if (!stroke.down) {
+        failures = 0;
+        noteUp(stroke);
     }
     sendNext();
+}
+
+void PortalStrokes::noteUp(const PortalStroke& stroke)
+{
+    std::erase_if(down, [&](const PortalStroke& each) {
+        return each.isSymbol == stroke.isSymbol && each.key == stroke.key;
+    });
 }
 
 std::deque<PortalStroke> PortalStrokes::releases() const
@@ -70,6 +83,7 @@ std::deque<PortalStroke> PortalStrokes::releases() const
     std::deque<PortalStroke> strokes;
     for (auto each : down | std::views::reverse) {
         each.down = false;
+        each.acts = false;
         strokes.push_back(each);
     }
     return strokes;
@@ -91,6 +105,7 @@ void PortalStrokes::forget()
     waiting.clear();
     sending.reset();
     down.clear();
+    failures = 0;
 }
 
 QDBusMessage PortalStrokes::message(const PortalStroke& stroke) const

@@ -43,17 +43,28 @@ RemoteDesktopPoster::RemoteDesktopPoster(const QDBusConnection& bus, const HostR
                                          PortalMemory& memory, Places places,
                                          std::chrono::milliseconds patience)
     : bus(bus), registry(registry), memory(memory), places(std::move(places)),
-      request(bus, &registry), strokes(bus, registry, [this] {
-          if (!isWanted) {
-              close();
-          }
-      })
+      request(bus, &registry), strokes(bus, registry,
+                                       {.acts =
+                                            [this] {
+                                                if (onChord) {
+                                                    onChord();
+                                                }
+                                            },
+                                        .sent =
+                                            [this] {
+                                                if (!isWanted) {
+                                                    close();
+                                                }
+                                            }})
 {
     limit.setSingleShot(true);
     limit.setInterval(patience);
     connect(&limit, &QTimer::timeout, this, &RemoteDesktopPoster::takeBack);
     connect(&registry, &HostRegistry::ready, this, &RemoteDesktopPoster::look);
     connect(&registry, &HostRegistry::gone, this, [this] {
+        if (!session.isEmpty()) {
+            Q_EMIT orphaned(session);
+        }
         forget();
         allowed.set(Access::unknown);
         whenAnswered = nullptr;
@@ -290,6 +301,7 @@ void RemoteDesktopPoster::post(std::uint16_t keyCode, bool keyDown, std::uint64_
     for (auto& each : chord) {
         each.down = keyDown;
     }
+    chord.back().acts = keyDown;
     strokes.send(session, chord);
 }
 

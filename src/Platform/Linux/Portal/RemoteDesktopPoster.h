@@ -65,6 +65,13 @@ public:
 
     const Published<Access, RemoteDesktopPoster>& access() const { return allowed; }
 
+    /// Called right before a key goes out that is posted down, once its modifiers are.
+    std::function<void()> onChord;
+
+Q_SIGNALS:
+    /// The portals are gone and have left behind this session, perhaps with keys that are down.
+    void orphaned(const QString& session);
+
 private Q_SLOTS:
     void closed(const QDBusMessage& message);
 

@@ -60,6 +60,9 @@ WaylandConnection::~WaylandConnection()
     for (const Seat& each : seats) {
         wl_seat_destroy(each.seat);
     }
+    for (const auto& each : barriers) {
+        wl_callback_destroy(each->callback);
+    }
     wl_registry_destroy(registry);
     wl_display_disconnect(display);
 }
@@ -192,6 +195,32 @@ bool WaylandConnection::sync(std::chrono::milliseconds patience)
         noteLoss();
     }
     return done;
+}
+
+void WaylandConnection::whenCarriedOut(std::function<void()> done)
+{
+    if (!isAlive.get()) {
+        return;
+    }
+    static constexpr wl_callback_listener listener = {
+        .done = [](void* data, wl_callback* /*callback*/, std::uint32_t /*serial*/) {
+            const auto& barrier = *static_cast<Barrier*>(data);
+            barrier.connection.reached(barrier);
+        }};
+    barriers.push_back(
+        std::make_unique<Barrier>(Barrier{*this, wl_display_sync(display), std::move(done)}));
+    wl_callback_add_listener(barriers.back()->callback, &listener, barriers.back().get());
+    flush();
+}
+
+void WaylandConnection::reached(const Barrier& barrier)
+{
+    const auto found =
+        std::ranges::find(barriers, &barrier, [](const auto& each) { return each.get(); });
+    const auto done = std::move((*found)->done);
+    wl_callback_destroy(barrier.callback);
+    barriers.erase(found);
+    done();
 }
 
 void WaylandConnection::awaitEvents(std::chrono::steady_clock::time_point deadline)

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -76,6 +77,11 @@ public:
     /// caused are then here. False when it took longer or the connection is gone.
     bool sync(std::chrono::milliseconds patience);
 
+    /// Sends what was requested so far, and calls `done` once all of it was carried out, after the
+    /// events that it caused and ahead of any later ones. Not called when the connection is lost
+    /// before.
+    void whenCarriedOut(std::function<void()> done);
+
 private:
     struct Global {
         std::uint32_t name = 0;
@@ -86,6 +92,12 @@ private:
         std::uint32_t name = 0;
         wl_seat* seat = nullptr;
     };
+    /// Something to be called once the compositor has come to it.
+    struct Barrier {
+        WaylandConnection& connection;
+        wl_callback* callback = nullptr;
+        std::function<void()> done;
+    };
 
     void* bindGlobal(const wl_interface& interface, std::uint32_t version);
     void added(std::uint32_t name, std::string_view interface, std::uint32_t version);
@@ -93,6 +105,7 @@ private:
     bool awaitSocket(short events, std::chrono::steady_clock::time_point deadline);
     bool readOnce();
     void noteLoss();
+    void reached(const Barrier& barrier);
 
     static const wl_registry_listener registryListener;
 
@@ -100,6 +113,7 @@ private:
     wl_registry* registry = nullptr;
     std::vector<Global> globals;
     std::vector<Seat> seats;
+    std::vector<std::unique_ptr<Barrier>> barriers;
     Published<bool, WaylandConnection> isAlive;
     Published<wl_seat*, WaylandConnection> firstSeat;
     std::unique_ptr<QSocketNotifier> readable;

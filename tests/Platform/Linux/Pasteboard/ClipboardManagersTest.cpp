@@ -46,11 +46,13 @@ protected:
 
 TEST(ClipboardManagerNames, areThoseOfTheProgramsAndNoOthers)
 {
-    for (const char* name : {"klipper", "copyq", "xfce4-clipman", "parcellite", "plasmashell",
-                             "panel-8-clipman", "gnome-shell", "wl-paste", "wl-clip-persist"}) {
+    for (const char* name :
+         {"klipper", "copyq", "xfce4-clipman", "parcellite", "plasmashell", "panel-8-clipman",
+          "gnome-shell", "wl-paste", "wl-clip-persist", "kdeconnectd", "fcitx5", "krdpserver"}) {
         EXPECT_TRUE(isClipboardManager(name)) << name;
     }
-    for (const char* name : {"", "xterm", "gedit", "firefox-esr", "konsole", "xclip"}) {
+    for (const char* name :
+         {"", "kwin_wayland", "xterm", "gedit", "firefox-esr", "konsole", "xclip"}) {
         EXPECT_FALSE(isClipboardManager(name)) << name;
     }
 }

@@ -5,6 +5,8 @@
 #include "Platform/RunUntil.h"
 #include "fakes/FakeDesktop.h"
 
+#include <QStringList>
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -225,6 +227,73 @@ TEST_F(RemoteDesktopPosterTest, aKeyThatDoesNotGoDownLetsTheOthersGo)
     ASSERT_TRUE(isReady());
     EXPECT_EQ(posted(), (std::vector<std::string>{control + " 1", shift + " 1", shift + " 0",
                                                   control + " 0"}));
+}
+
+TEST_F(RemoteDesktopPosterTest, aReleaseThatFailsIsSentAgainBeforeTheSessionEnds)
+{
+    ASSERT_TRUE(open());
+    portal->calls.clear();
+    portal->holdsReplies = true;
+    postChord();
+    poster->rest();
+    for (std::size_t sent = 1; sent <= 9; ++sent) {
+        ASSERT_TRUE(posts(sent));
+        portal->takeIn(ours.bus);
+        EXPECT_EQ(portal->calls.size(), sent);
+        portal->reply(/*well=*/sent <= 3 || sent == 5 || sent == 7);
+    }
+    EXPECT_EQ(posted(), (std::vector<std::string>{control + " 1", shift + " 1", v + " 1", v + " 0",
+                                                  v + " 0", shift + " 0", shift + " 0",
+                                                  control + " 0", control + " 0"}));
+    ASSERT_TRUE(posts(10)) << "a third time";
+    portal->reply(/*well=*/false);
+    ASSERT_TRUE(runUntil([&] { return portal->calls.size() == 11; }));
+    EXPECT_EQ(portal->calls.back(), "Close session");
+}
+
+TEST_F(RemoteDesktopPosterTest, aReleaseThatFailedIsSentAgainAtTheEnd)
+{
+    ASSERT_TRUE(open());
+    portal->calls.clear();
+    portal->holdsReplies = true;
+    postChord();
+    for (std::size_t sent = 1; sent <= 4; ++sent) {
+        ASSERT_TRUE(posts(sent));
+        portal->reply();
+    }
+    ASSERT_TRUE(posts(5));
+    portal->reply(/*well=*/false);
+    ASSERT_TRUE(posts(6));
+    portal->holdsReplies = false;
+    portal->reply(/*well=*/false);
+    poster.reset();
+    ASSERT_TRUE(runUntil([&] { return portal->count("Close session") == 1; }));
+    EXPECT_EQ(posted().back(), control + " 0");
+    EXPECT_EQ(posted().at(posted().size() - 2), shift + " 0");
+}
+
+TEST_F(RemoteDesktopPosterTest, saysWhenTheChordsKeyGoesOnceItsModifiersAreDown)
+{
+    ASSERT_TRUE(open());
+    std::vector<std::size_t> before;
+    poster->onChord = [&] { before.push_back(posted().size()); };
+    postChord();
+    ASSERT_TRUE(posts(6));
+    EXPECT_EQ(before, (std::vector<std::size_t>{2})) << "Control and Shift";
+}
+
+TEST_F(RemoteDesktopPosterTest, aSessionThatPortalsLeaveBehindIsTold)
+{
+    ASSERT_TRUE(ask());
+    poster->prepare();
+    ASSERT_TRUE(isReady());
+    QStringList left;
+    QObject::connect(poster.get(), &RemoteDesktopPoster::orphaned,
+                     [&](const QString& session) { left.push_back(session); });
+    const QString session = portal->session;
+    portal.reset();
+    ASSERT_TRUE(runUntil([&] { return poster->access().get() == Access::unknown; }));
+    EXPECT_EQ(left, QStringList{session});
 }
 
 TEST_F(RemoteDesktopPosterTest, whatIsDownAtTheEndIsLetGoBeforeTheSessionEnds)

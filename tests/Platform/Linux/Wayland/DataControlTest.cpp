@@ -4,11 +4,16 @@
 #include "Platform/Shared/QtMainLoop.h"
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <map>
+#include <memory>
 #include <optional>
+#include <string>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 namespace vorlin {
 
@@ -73,6 +78,55 @@ private:
     std::unique_ptr<DataControl> control;
 };
 
+/// Another program that reads the clipboard's text.
+class Reader {
+public:
+    explicit Reader(MainLoop& loop)
+        : pasteboard(connection, loop, [] { return std::nullopt; }),
+          control(DataControl::over(connection, [](PasteSource /*source*/) {}))
+    {
+        EXPECT_TRUE(connection.sync(std::chrono::seconds(30)));
+    }
+
+    std::string text()
+    {
+        const auto reading = pasteboard.snapshot(PasteSource::clipboard);
+        EXPECT_TRUE(runUntil([&] { return reading.await_ready(); }));
+        const auto bytes = reading.await_resume().front().at("text/plain");
+        return {bytes.begin(), bytes.end()};
+    }
+
+    /// Asks for it; returns what it is to be read from.
+    Descriptor begin()
+    {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+        const Descriptor theirs(ends[1]);
+        EXPECT_TRUE(control->receive(PasteSource::clipboard, "text/plain", theirs));
+        EXPECT_TRUE(connection.sync(std::chrono::seconds(30)));
+        return Descriptor(ends[0]);
+    }
+
+    /// What comes there until the end, while the loop runs.
+    static std::string all(const Descriptor& end)
+    {
+        EXPECT_EQ(fcntl(end.number(), F_SETFL, O_NONBLOCK), 0);
+        std::string read;
+        EXPECT_TRUE(runUntil([&] {
+            std::array<char, 65536> piece{};
+            const auto size = ::read(end.number(), piece.data(), piece.size());
+            read.append(piece.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+            return size == 0;
+        }));
+        return read;
+    }
+
+private:
+    WaylandConnection connection;
+    DataControlPasteboard pasteboard;
+    std::unique_ptr<DataControl> control;
+};
+
 class Clipboard : public testing::Test {
 protected:
     Clipboard() { std::signal(SIGPIPE, SIG_IGN); }
@@ -96,6 +150,13 @@ protected:
     QByteArray pasted(const QString& type = "text/plain")
     {
         return compositor.output({"wl-paste", "--no-newline", "--type", type});
+    }
+
+    /// Lets the chord go, and the compositor know of it.
+    void paste()
+    {
+        pasteboard.noteChord();
+        EXPECT_TRUE(connection.sync(std::chrono::seconds(30)));
     }
 
     PasteboardUse use() const { return pasteboard.use(PasteSource::clipboard); }
@@ -230,16 +291,74 @@ TEST_F(Clipboard, theFocusedProgramsReadingCounts)
 {
     focused = getpid();
     pasteboard.setString(PasteSource::clipboard, "dictated");
-    WaylandConnection another;
-    DataControlPasteboard reader(another, loop, [] { return std::nullopt; });
-    const auto reading = reader.snapshot(PasteSource::clipboard);
+    paste();
+    Reader reader(loop);
+    EXPECT_EQ(reader.text(), "dictated");
     EXPECT_TRUE(runUntil([&] { return use() == PasteboardUse::read; }));
+}
+
+TEST_F(Clipboard, whoReadsBeforeTheChordGoesHasNotPasted)
+{
+    focused = getpid();
+    pasteboard.setString(PasteSource::clipboard, "dictated");
+    Reader reader(loop);
+    EXPECT_EQ(reader.text(), "dictated");
+    EXPECT_EQ(use(), PasteboardUse::unread);
+    paste();
+    EXPECT_EQ(use(), PasteboardUse::unread);
+    EXPECT_EQ(reader.text(), "dictated");
+    EXPECT_TRUE(runUntil([&] { return use() == PasteboardUse::read; }));
+}
+
+TEST_F(Clipboard, whatWasAskedForBeforeTheChordAndGivenAfterItIsNoPaste)
+{
+    focused = getpid();
+    const std::string text(1'000'000, 'x');
+    pasteboard.setString(PasteSource::clipboard, text);
+    Reader reader(loop);
+    const Descriptor begun = reader.begin(); // the compositor has asked us for it
+    paste();
+    EXPECT_EQ(Reader::all(begun), text);
+    EXPECT_EQ(use(), PasteboardUse::unread);
+}
+
+TEST_F(Clipboard, theChordOfAnEarlierTextIsNotThatOfTheNext)
+{
+    focused = getpid();
+    pasteboard.setString(PasteSource::clipboard, "first");
+    pasteboard.noteChord();
+    pasteboard.setString(PasteSource::clipboard, "second");
+    EXPECT_TRUE(connection.sync(std::chrono::seconds(30)));
+    Reader reader(loop);
+    EXPECT_EQ(reader.text(), "second");
+    EXPECT_EQ(use(), PasteboardUse::unread);
+}
+
+TEST_F(Clipboard, whatIsLeftForThePersonCountsAsReadWithoutAChord)
+{
+    focused = getpid();
+    pasteboard.copyString(PasteSource::clipboard, "left");
+    Reader reader(loop);
+    EXPECT_EQ(reader.text(), "left");
+    EXPECT_TRUE(runUntil([&] { return use() == PasteboardUse::read; }));
+}
+
+TEST_F(Clipboard, whoReadsEveryTextBeforeItIsPastedDoesNotCountWhereTheFocusIsNotKnown)
+{
+    pasteboard.setString(PasteSource::clipboard, "first");
+    Reader reader(loop); // this very process
+    EXPECT_EQ(reader.text(), "first");
+    pasteboard.setString(PasteSource::clipboard, "second");
+    paste();
+    EXPECT_EQ(reader.text(), "second");
+    EXPECT_EQ(use(), PasteboardUse::unread);
 }
 
 TEST_F(Clipboard, aReaderWithoutTheFocusDoesNotCount)
 {
     focused = getppid();
     pasteboard.setString(PasteSource::clipboard, "dictated");
+    paste();
     EXPECT_EQ(pasted(), "dictated");
     EXPECT_EQ(use(), PasteboardUse::unread);
 }

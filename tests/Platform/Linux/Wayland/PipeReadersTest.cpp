@@ -13,9 +13,9 @@ namespace vorlin {
 namespace {
 
 /// A pipe whose reading end is another process's standard input, and nobody else's.
-class PipeReadersOf : public testing::Test {
-protected:
-    PipeReadersOf()
+class Reading {
+public:
+    Reading()
     {
         std::array<int, 2> ends{};
         EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
@@ -25,19 +25,32 @@ protected:
         EXPECT_TRUE(reader.waitForStarted());
         close(ends[0]);
     }
-    ~PipeReadersOf() override
+    Reading(const Reading&) = delete;
+    Reading& operator=(const Reading&) = delete;
+    ~Reading()
     {
         reader.kill();
         reader.waitForFinished();
     }
 
+    QProcess reader;
+    Descriptor end;
+};
+
+class PipeReadersOf : public testing::Test, protected Reading {
+protected:
     bool counts(std::optional<pid_t> focused) const
     {
         return PipeReaders([focused] { return focused; }).counts(end);
     }
 
-    QProcess reader;
-    Descriptor end;
+    /// Whether it counts once it has read too early, by what the compositor's socket is known by.
+    bool countsAfterBeingEarly(std::optional<pid_t> focused, qint64 compositor) const
+    {
+        PipeReaders readers([focused] { return focused; });
+        readers.noteEarly(end, static_cast<pid_t>(compositor));
+        return readers.counts(end);
+    }
 };
 
 } // namespace
@@ -69,6 +82,31 @@ TEST_F(PipeReadersOf, whoeverHadTheFocusWhenTheTextWasWrittenCounts)
     readers.rememberFocus();
     focused = getppid();
     EXPECT_TRUE(readers.counts(end));
+}
+
+TEST_F(PipeReadersOf, whoReadsTooEarlyNeverCountsAndOthersDo)
+{
+    PipeReaders readers([] { return std::nullopt; });
+    readers.noteEarly(end, 1);
+    EXPECT_FALSE(readers.counts(end));
+    const Reading another;
+    EXPECT_TRUE(readers.counts(another.end));
+}
+
+TEST_F(PipeReadersOf, theFocusedProgramMayReadEarlyToo)
+{
+    const auto process = static_cast<pid_t>(reader.processId());
+    EXPECT_TRUE(countsAfterBeingEarly(process, 1));
+}
+
+TEST_F(PipeReadersOf, theCompositorReadsForOthersAndCounts)
+{
+    EXPECT_TRUE(countsAfterBeingEarly(std::nullopt, reader.processId()));
+}
+
+TEST_F(PipeReadersOf, aProcessThatTheCompositorBeganIsNotTheCompositor)
+{
+    EXPECT_FALSE(countsAfterBeingEarly(std::nullopt, getpid()));
 }
 
 } // namespace vorlin

@@ -103,6 +103,16 @@ TEST_F(VirtualKeyboard, pressesAChordAsAPersonDoes)
                             "release a"));
 }
 
+TEST_F(VirtualKeyboard, saysWhenAChordGoes)
+{
+    int chords = 0;
+    poster->onChord = [&] { ++chords; };
+    post(keyCodes::v, maskControl | maskShift);
+    EXPECT_EQ(chords, 1);
+    post(f5, 0);
+    EXPECT_EQ(chords, 1);
+}
+
 TEST_F(VirtualKeyboard, pressesInsertToo)
 {
     post(keyCodes::insert, maskShift);

@@ -3,6 +3,7 @@
 #include "Platform/Linux/Wayland/PrivateCompositor.h"
 
 #include <csignal>
+#include <vector>
 
 #include <virtual-keyboard-unstable-v1.h>
 
@@ -28,8 +29,24 @@ TEST(WaylandConnection, isNotThereWithoutACompositor)
     EXPECT_EQ(connection.compositor(), 0);
     EXPECT_EQ(connection.seat().get(), nullptr);
     EXPECT_FALSE(connection.sync(std::chrono::seconds(30)));
+    connection.whenCarriedOut([] { FAIL(); });
     connection.flush();
     connection.takeEvents();
+}
+
+TEST(WaylandConnection, tellsWhenTheCompositorHasComeToIt)
+{
+    const PrivateCompositor compositor;
+    WaylandConnection connection;
+    std::vector<int> told;
+    connection.whenCarriedOut([&] {
+        told.push_back(1);
+        connection.whenCarriedOut([&] { told.push_back(3); });
+    });
+    connection.whenCarriedOut([&] { told.push_back(2); });
+    EXPECT_TRUE(told.empty());
+    EXPECT_TRUE(runUntil([&] { return told == std::vector{1, 2, 3}; }));
+    connection.whenCarriedOut([&] { told.push_back(4); }); // which the end comes ahead of
 }
 
 TEST(WaylandConnection, noticesThatTheCompositorIsGone)
