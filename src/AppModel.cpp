@@ -92,12 +92,13 @@ void AppModel::wireMonitor()
     };
     monitor.onEscape = lifetime.guard([this] { dictation.cancel(); });
     monitor.onPress = lifetime.guard([this] {
-        keyTimes.note(ports.loop.now());
+        keyTimes.note(ports.loop.now(), monitor.eventTime());
         pressed(recordMode(), mayLoseRelease());
     });
-    monitor.onRepeat = lifetime.guard([this] { keyTimes.note(ports.loop.now()); });
+    monitor.onRepeat =
+        lifetime.guard([this] { keyTimes.note(ports.loop.now(), monitor.eventTime()); });
     monitor.onAgain = lifetime.guard([this] {
-        const bool isNew = keyTimes.note(ports.loop.now());
+        const bool isNew = keyTimes.note(ports.loop.now(), monitor.eventTime());
         if (isNew && (mayLoseRelease() || !monitor.hasEscape())) {
             pressedAgain(recordMode(), mayLoseRelease());
         }

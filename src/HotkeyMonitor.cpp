@@ -83,6 +83,7 @@ bool HotkeyMonitor::handle(KeyEventType type, const KeyEvent& event)
         fatal("a key event carries a key code that does not exist");
     }
     const auto keyCode = static_cast<std::uint16_t>(event.keyCode);
+    time = event.time;
     switch (type) {
     case KeyEventType::keyDown: return handleKeyDown(keyCode, event);
     case KeyEventType::keyUp: return handleKeyUp(keyCode);

@@ -3,7 +3,9 @@
 #include "Hotkey.h"
 #include "Ports/EventTap.h"
 
+#include <chrono>
 #include <functional>
+#include <optional>
 
 namespace vorlin {
 
@@ -38,6 +40,8 @@ public:
     bool isRunning() const { return running; }
     /// The hotkey is down: its press was reported, its release was not.
     bool isHeld() const { return isDown; }
+    /// When the event happened whose callback runs, by the desktop's clock, where that is told.
+    std::optional<std::chrono::milliseconds> eventTime() const { return time; }
     /// Escape is watched while it is active: the tap runs and sees keys, and Escape is no other
     /// program's.
     bool hasEscape() const;
@@ -59,6 +63,7 @@ private:
     bool running = false;
     Hotkey hotkey;
     bool isDown = false;
+    std::optional<std::chrono::milliseconds> time;
     KeyInterest interest;
 };
 

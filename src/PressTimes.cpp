@@ -13,10 +13,16 @@ constexpr auto overtaking = std::chrono::milliseconds(250);
 
 } // namespace
 
-bool PressTimes::note(TimePoint now)
+bool PressTimes::note(TimePoint now, Told told)
 {
-    const auto before = std::exchange(latest, now);
-    return !before || now - *before >= bounce;
+    const auto before = std::exchange(latest, Event{now, told});
+    if (!before) {
+        return true;
+    }
+    if (told && before->told && *told >= *before->told) {
+        return *told - *before->told >= bounce;
+    }
+    return now - before->came >= bounce;
 }
 
 BoundKey::Press BoundKey::press(TimePoint now)

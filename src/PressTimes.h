@@ -2,6 +2,7 @@
 
 #include "Async/MainLoop.h"
 
+#include <chrono>
 #include <optional>
 
 namespace vorlin {
@@ -10,12 +11,21 @@ namespace vorlin {
 /// that still counts as down, so that its release was lost, from a bounce and from a repeat.
 class PressTimes {
 public:
+    /// When something happened by the desktop's clock, where it tells.
+    using Told = std::optional<std::chrono::milliseconds>;
+
     /// An event of the key came now. Returns whether it is 1 s or more after the one before, or
-    /// the first.
-    bool note(TimePoint now);
+    /// the first: by the desktop's clock where both were told by it, since events that this program
+    /// was too busy for come all at once.
+    bool note(TimePoint now, Told told = {});
 
 private:
-    std::optional<TimePoint> latest;
+    struct Event {
+        TimePoint came;
+        Told told;
+    };
+
+    std::optional<Event> latest;
 };
 
 /// A key that the person bound in the desktop: each of its events is told by a process of its own,

@@ -3,6 +3,7 @@
 #include "Async/Published.h"
 #include "Hotkey.h"
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -28,6 +29,9 @@ struct KeyEvent {
     /// The modifiers held after the event, as event flags.
     std::uint64_t flags = 0;
     bool autorepeat = false;
+    /// When it happened, by the desktop's clock, of which nothing else is known; none where that is
+    /// not told.
+    std::optional<std::chrono::milliseconds> time = {};
 };
 
 /// What a tap will be asked to swallow, for display servers that must know beforehand.

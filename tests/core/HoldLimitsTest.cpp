@@ -44,6 +44,25 @@ TEST_F(LossyHold, aPressWithinASecondIsABounce)
     EXPECT_EQ(phase(), Phase::listening) << "a second after the latest one";
 }
 
+TEST_F(LossyHold, eventsThatComeLateCountByWhenTheyHappened)
+{
+    model->setHotkey({keyCodes::f9, 0, false});
+    const auto keyDown = [&](Duration happened) {
+        desktop.tap.send(KeyEventType::keyDown,
+                         {.keyCode = keyCodes::f9,
+                          .time = std::chrono::duration_cast<std::chrono::milliseconds>(happened)});
+        desktop.loop.runReady();
+    };
+    keyDown(100s);
+    EXPECT_EQ(phase(), Phase::listening);
+    speak();
+    wait(5s); // in which the program was too busy for the next one
+    keyDown(100s + 999ms);
+    EXPECT_EQ(phase(), Phase::listening) << "a bounce";
+    keyDown(102s);
+    EXPECT_NE(phase(), Phase::listening) << "the person, although it came at once";
+}
+
 TEST_F(LossyHold, aRepeatOfTheKeyCountsAsItsLastEvent)
 {
     model->setHotkey({keyCodes::f9, 0, false});

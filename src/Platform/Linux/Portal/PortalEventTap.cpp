@@ -11,6 +11,11 @@ namespace {
 /// Keys repeat sooner: a press after that is another one, and the release between them was lost.
 constexpr auto longestRepeat = std::chrono::seconds(1);
 
+std::optional<std::chrono::milliseconds> timeOf(std::uint64_t timestamp)
+{
+    return timestamp == 0 ? std::nullopt : std::optional(std::chrono::milliseconds(timestamp));
+}
+
 } // namespace
 
 PortalEventTap::PortalEventTap(PortalKey& hotkey, PortalKey& escape, MainLoop& loop)
@@ -132,7 +137,8 @@ void PortalEventTap::hotkeyPressed(bool again, std::uint64_t timestamp)
     if (interest.hotkey) {
         tell(KeyEventType::keyDown, {.keyCode = interest.hotkey->keyCode,
                                      .flags = interest.hotkey->modifiers,
-                                     .autorepeat = repeated});
+                                     .autorepeat = repeated,
+                                     .time = timeOf(timestamp)});
     }
 }
 
