@@ -95,22 +95,30 @@ class GnomeDesktop(PortalSession):
     def allow_typing(self):
         """Here the person is asked for that, and agrees."""
 
-    def agree(self):
-        self.answer(ASKS_FOR_KEYS, "a")  # Add
-        self.answer(ASKS_TO_TYPE, "i", "s")  # Allow Remote Interaction, Share
-        self.answer(ASKS_FOR_KEYS, "a")  # Escape
+    def agree(self, look=lambda name: None):
+        for number, (dialog, letters) in enumerate((
+                (ASKS_FOR_KEYS, "a"),  # Add
+                (ASKS_TO_TYPE, "is"),  # Allow Remote Interaction, Share
+                (ASKS_FOR_KEYS, "a"))):  # Escape
+            self.await_dialog(dialog)
+            look(f"asked-{number + 1}")
+            self.answer(dialog, *letters)
 
     def refuse(self):
         for dialog in (ASKS_FOR_KEYS, ASKS_TO_TYPE, ASKS_FOR_KEYS):
+            self.await_dialog(dialog)
             self.answer(dialog, "c")  # Cancel
 
-    def answer(self, title, *letters):
-        """Waits for a dialog, and answers it as a person at the keyboard, by the letters that its
-        controls underline; by the last one until it has gone."""
+    def await_dialog(self, title):
+        """Waits until a dialog takes keys."""
         wait_until(lambda: title in self.windows()[0], f"the dialog {title!r}")
         # One that has just opened takes no key for a moment, and nothing tells when it does.
         wait_until(lambda: stays(lambda: self.windows()[1] == title, 2),
                    f"the dialog {title!r} to have the keyboard")
+
+    def answer(self, title, *letters):
+        """Answers a dialog as a person at the keyboard, by the letters that its controls underline;
+        by the last one until it has gone."""
         for letter in letters[:-1]:
             self.keyboard.chord("Alt_L", letter)
         wait_until(lambda: self._goes(title, letters[-1]), f"the dialog {title!r} to go")

@@ -32,8 +32,8 @@ class PortalSession(VirtualDesktop):
     def start_compositor_and_person(self):
         raise NotImplementedError
 
-    def agree(self):
-        """The person says yes to each of the desktop's questions."""
+    def agree(self, look=lambda name: None):
+        """The person says yes to each of the desktop's questions, after a look at each."""
 
     def allow(self, program):
         """The person presses the button, and agrees."""
@@ -127,8 +127,11 @@ class PortalSession(VirtualDesktop):
         wait_until(lambda: self.has_name(PORTALS), "the portals")
 
     def _install_entries(self):
-        """As the program's package does. Portals know nobody whose program cannot be found."""
+        """As the program's package does, where it has not. Portals know nobody whose program cannot
+        be found."""
         folder = self.data_folder / "applications"
+        if (pathlib.Path("/usr/share/applications") / f"{APP_IDS[0]}.desktop").exists():
+            return
         folder.mkdir(parents=True)
         for app_id in APP_IDS:
             (folder / f"{app_id}.desktop").write_text(

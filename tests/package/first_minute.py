@@ -2,12 +2,19 @@
 first words, with pictures of what there is to see on the way."""
 
 import contextlib
+import pathlib
+import re
+from typing import Callable, NamedTuple
 
 from gi.repository import Gio
 from Xlib import X
 from Xlib.ext import xtest
 
+from controls import Controls
 from editors import GTKEditor
+from gnome_desktop import GnomeDesktop
+from kwin_desktop import KWinDesktop
+from portal_editors import GTK4Editor, QtEditor
 from program import Program, wrong_words
 from settings_window import SettingsWindow
 from sway_desktop import SwayDesktop
@@ -18,10 +25,16 @@ from waiting import wait_until
 SENTENCE = "the committee decided to postpone the meeting until next month"
 # Of a recogniser as small as the built-in one a wrong word is no fault of the package.
 MOST_WRONG_WORDS = 2
-OWN_FILES = {".config/Vorlin/settings.json", ".local/state/Vorlin/state.json"}
+# What is a person's to keep: settings, what was noticed, and what Qt 6.8 keeps compiled of views.
+OWN_FILES = {".config/Vorlin", ".config/Vorlin/settings.json",
+             ".local/state", ".local/state/Vorlin", ".local/state/Vorlin/state.json"}
+OWN_CACHE = re.compile(r"\.cache/Vorlin(/qmlcache(/\w+\.qmlc)?)?")
 # Where its symbol stands in the panel.
 SYMBOL = (1267, 16)
 SWAY_PANEL = "bar {\n position top\n}\n"
+# Where files are left beside the home folder, and what is in their names by chance.
+ELSEWHERE = ("/tmp", "/var/tmp", "/dev/shm")
+CHANCE = re.compile(r"[0-9a-f]{8,}|[0-9]{2,}|(?<=[.-])\w{6}\b")
 
 
 class EchoingFoot(Foot):
@@ -31,28 +44,101 @@ class EchoingFoot(Foot):
         return ["sh", "-c", f"stty -icanon; : > '{path}.ready'; exec cat > '{path}'"]
 
 
-def on_x11(pictures):
-    """In a session of X11 with a panel; what is wrong with it."""
-    with VirtualDesktop(artefacts=pictures, manager="openbox as it comes") as desktop:
-        desktop.spawn(["trayer", "--edge", "top", "--align", "right", "--widthtype", "request",
-                       "--height", "32", "--expand", "false"])
-        program = started(desktop)
+class Session(NamedTuple):
+    """A kind of session: what makes one whose pictures go to a folder, what the newcomer writes in,
+    what is done from the program's start until its key can be pressed, and which key that is."""
+
+    desktop: Callable
+    editor: type
+    welcome: Callable
+    key: str
+
+
+def on_x11():
+    """A session of X11 with a panel."""
+    @contextlib.contextmanager
+    def desktop(pictures):
+        with VirtualDesktop(artefacts=pictures, manager="openbox as it comes") as made:
+            made.spawn(["trayer", "--edge", "top", "--align", "right", "--widthtype", "request",
+                        "--height", "32", "--expand", "false"])
+            yield made
+
+    def welcome(desktop, program):
         window = SettingsWindow(desktop, program)
         wait_until(window.is_painted, "the settings at the very first start", 60)
         desktop.screenshot("1-started")
         with open_menu(desktop):
             desktop.screenshot("1-menu")
-        yield from walk(desktop, program, GTKEditor)
+
+    return Session(desktop, GTKEditor, welcome, "Alt_R")
 
 
-def on_sway(pictures, person):
-    """In a session of sway with its own panel; what is wrong with it."""
-    with SwayDesktop(person, SWAY_PANEL, artefacts=pictures) as desktop:
-        program = started(desktop)
+def on_sway(person):
+    """A session of sway with its own panel."""
+    def welcome(desktop, _):
         wait_until(lambda: any(each["name"] == "Vorlin Settings" for each in desktop.windows()),
                    "the settings at the very first start", 60)
         desktop.screenshot("1-started")
-        yield from walk(desktop, program, EchoingFoot)
+
+    return Session(lambda pictures: SwayDesktop(person, SWAY_PANEL, artefacts=pictures),
+                   EchoingFoot, welcome, "Alt_R")
+
+
+def with_portals(kind, editor):
+    """A session of a desktop that asks the person for keys."""
+    def welcome(desktop, _):
+        controls = Controls(desktop)  # they open by themselves, where the button is
+        controls.find("Allow…")
+        desktop.screenshot("1-started")
+        controls.click("Allow…")
+        desktop.agree(desktop.screenshot)
+        controls.find("Accessibility: Granted")
+        wait_until(lambda: not controls.has("Allow…"), "nothing to be left to ask for")
+        desktop.screenshot("1-allowed")
+        controls.show_tab("General", "Dictation key")
+        desktop.screenshot("1-key")
+
+    return Session(lambda pictures: kind(artefacts=pictures, accessible=True, variables={
+        "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}), editor, welcome, "F9")
+
+
+def on_kwin():
+    return with_portals(KWinDesktop, QtEditor)
+
+
+def on_gnome():
+    return with_portals(GnomeDesktop, GTK4Editor)
+
+
+def first_minute(session, pictures):
+    """What is wrong with it."""
+    alone = left_by_the_desktop(session)
+    with session.desktop(pictures) as desktop:
+        program = started(desktop)
+        session.welcome(desktop, program)
+        yield from walk(desktop, program, session)
+        left = {each for each in files_of_the_person(desktop) - alone - OWN_FILES
+                if not OWN_CACHE.fullmatch(each)}
+        yield from (f"it left {path}" for path in sorted(left))
+
+
+def left_by_the_desktop(session):
+    """What lies there after the same without the program."""
+    with session.desktop(None) as desktop:
+        where = session.editor(desktop)
+        desktop.keyboard.type("typed")
+        where.await_text()
+        return files_of_the_person(desktop)
+
+
+def files_of_the_person(desktop):
+    """What lies in the home folder, in the session's own, and where everybody may write, by paths
+    without what is in them by chance."""
+    paths = [path.relative_to(desktop.home) for path in desktop.home.rglob("*")]
+    paths += [path.relative_to(desktop.folder) for path in desktop.runtime_folder.rglob("*")]
+    for folder in ELSEWHERE:
+        paths += pathlib.Path(folder).iterdir()
+    return {CHANCE.sub("*", str(path)) for path in paths} - {str(desktop.folder)}
 
 
 @contextlib.contextmanager
@@ -73,21 +159,21 @@ def open_menu(desktop):
     wait_until(lambda: not windows() - before, "the menu to go")
 
 
-def started(desktop):
-    """Starts what the menu's entry names."""
+def started(desktop, **settings):
+    """Starts what the menu's entry names; for the very first time, unless there are settings."""
     entry = Gio.DesktopAppInfo.new("org.vorlin.Vorlin.desktop")
     if entry is None or not entry.should_show():
         raise AssertionError("no menu has an entry for it")
-    return Program(desktop, entry.get_commandline(), very_first_start=True)
+    return Program(desktop, entry.get_commandline(), very_first_start=not settings, **settings)
 
 
-def walk(desktop, program, editor):
+def walk(desktop, program, session):
     """Opens an editor, dictates into it, ends the program; what is wrong."""
     if (desktop.config_folder / "autostart").exists():
         yield "it opens at login although nobody asked for it"
-    where = editor(desktop)
+    where = session.editor(desktop)
     desktop.screenshot("2-before-the-key")
-    with desktop.keyboard.held("Alt_R"):
+    with desktop.keyboard.held(session.key):
         program.await_recording()
         program.say(SENTENCE)
         desktop.screenshot("3-spoken")
@@ -101,11 +187,3 @@ def walk(desktop, program, editor):
     said = (desktop.artefacts / "vorlin.log").read_text()
     if said:
         yield f"it complained: {said}"
-    yield from (f"it wrote {path} into the home folder"
-                for path in sorted(written(desktop.home) - OWN_FILES))
-
-
-def written(home):
-    """The program's files in a home folder, but for the views, which Qt 6.8 keeps compiled."""
-    return {str(path.relative_to(home)) for path in home.rglob("*")
-            if path.is_file() and "orlin" in str(path.relative_to(home)) and path.suffix != ".qmlc"}

@@ -75,23 +75,33 @@ def missing_or_too_much():
 
 def first_minute(pictures):
     """In a virtual desktop, for which what it imports was installed only now."""
-    from first_minute import on_x11
-    return on_x11(pictures)
+    import first_minute as newcomer
+    return newcomer.first_minute(newcomer.on_x11(), pictures)
+
+
+def install_desktop():
+    """As people have it, with what is recommended: or that would come and go with the package."""
+    listed = subprocess.run([ROOT / "scripts" / "install-packages", "--list", "desktop"],
+                            check=True, stdout=subprocess.PIPE, text=True).stdout
+    apt("update")
+    # Else what Debian has mended since the bare system was made would come with the package.
+    apt("upgrade")
+    apt("install", *listed.split())
+    pathlib.Path("/etc/hosts").touch()  # or Debian makes one, which stays
 
 
 def main():
     package, pictures = (pathlib.Path(argument).resolve() for argument in sys.argv[1:])
-    subprocess.run([ROOT / "scripts" / "install-packages", "desktop"], check=True)
-    # Else what Debian has mended since the bare system was made would come with the package.
-    apt("upgrade")
-    pathlib.Path("/etc/hosts").touch()  # or Debian makes one, which stays
+    install_desktop()
     before = files_of_the_system()
     apt("install", str(package))
     wrong = list(missing_or_too_much()) + list(first_minute(pictures))
-    # What came with it goes with it, as apt itself proposes. It would keep what the desktop only
-    # recommends, which this one was made without.
-    apt("purge", "--auto-remove", "--option", "APT::AutoRemove::RecommendsImportant=false",
-        "--option", "APT::AutoRemove::SuggestsImportant=false", "vorlin")
+    apt("purge", "--auto-remove", "vorlin")
+    wrong += differences(before, files_of_the_system())
+    # In two steps, as apt itself proposes.
+    apt("install", str(package))
+    apt("purge", "vorlin")
+    apt("autoremove")
     wrong += differences(before, files_of_the_system())
     for line in wrong:
         print(f"install_and_purge: {line}", file=sys.stderr)
