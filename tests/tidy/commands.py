@@ -72,6 +72,8 @@ COMMANDS = {
     "busctl --user call org.vorlin.Vorlin /org/vorlin/Vorlin org.freedesktop.Application "
     "ActivateAction 'sava{sv}' press 0 0": NotRun(
         "the call that gdbus makes in test_bound_keys.py, by a tool that a test machine lacks"),
+    "loginctl lock-session": NotRun("a test machine has no login manager; its part is played in "
+                                    "tests/desktop/test_locked_screen.py"),
     "```sway": Run("tests/desktop/test_bound_keys.py", '"sway"'),
     "```labwc": Run("tests/desktop/test_bound_keys.py", '"labwc"'),
     "```river": NO_SUCH_COMPOSITOR,
@@ -92,6 +94,9 @@ COMMANDS = {
     "bench/settings_bench.py": BENCH,
     "bench/sessions.py": Run("scripts/test-sessions", "bench/sessions.py"),
     "bench/startup_bench.py": BENCH,
+    "bench_mil --steps": BENCH,
+    'flite -voice kal16 -t "SENTENCE" -o FILE': NotRun(
+        "how recordings were made; the desktop's voice is the same"),
     # tests/desktop/README.md
     "inside.py -- xterm": Run("tests/CMakeLists.txt", "tests/desktop/inside.py --"),
     "/usr/bin/python3 -m pytest tests/desktop/test_clipboard.py -k html": Run(
@@ -102,8 +107,9 @@ PICTURES = {
     "docs/dictation.png": Run("Makefile:pictures", "tests/desktop/pictures.py"),
 }
 
-PROGRAMS = ("apt", "brew", "busctl", "cmake", "ctest", "curl", "dpkg", "gdbus", "git", "jq", "make",
-            "open", "python3", "/usr/bin/python3", "spctl", "strace", "sudo", "swaymsg", "xterm")
+PROGRAMS = ("apt", "bench_mil", "brew", "busctl", "cmake", "ctest", "curl", "dpkg", "flite",
+            "gdbus", "git", "jq", "loginctl", "make", "open", "python3", "/usr/bin/python3",
+            "spctl", "strace", "sudo", "swaymsg", "xterm")
 # In running text a command is known by its first word: a program's name with something behind it,
 # one of our scripts, a file of Python's with something behind it, a variable that is set.
 SPAN = re.compile(rf"(?:{'|'.join(map(re.escape, PROGRAMS))}) \S.*|scripts/[\w-]+(?: .*)?"
