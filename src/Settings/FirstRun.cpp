@@ -16,8 +16,8 @@ constexpr auto patience = std::chrono::seconds(2);
 } // namespace
 
 FirstRun::FirstRun(AppModel& model, const Ports& ports, SettingsScene& scene)
-    : model(model), loop(ports.loop), permissions(ports.permissions), scene(scene),
-      limit(loop.now() + patience)
+    : model(model), loop(ports.loop), permissions(ports.permissions),
+      tap(ports.eventTap), scene(scene), limit(loop.now() + patience)
 {
     if (ports.defaults.create()) {
         look();
@@ -40,11 +40,34 @@ void FirstRun::look()
     }
 }
 
-void FirstRun::open(SettingsTab tab)
+void FirstRun::open(SettingsTab which)
 {
     model.refreshPermissions(); // what the tab shows is what was just asked
-    scene.showTab(tab);
+    scene.showTab(which);
     scene.open();
+    if (which != SettingsTab::permissions) {
+        return;
+    }
+    const auto follow = [this](const auto& source) {
+        changes.push_back(source.observe([this](const auto&) { goOn(); }));
+    };
+    follow(model.microphoneGranted);
+    follow(model.accessibilityGranted);
+    follow(tap.conflict()); // what is still to be asked for may be one of the keys
+    follow(scene.tab);
+}
+
+void FirstRun::goOn()
+{
+    const bool isThere = scene.tab.get() == SettingsTab::permissions;
+    if (isThere && (!model.microphoneGranted.get() || !model.accessibilityGranted.get() ||
+                    permissions.canAskForTrust())) {
+        return;
+    }
+    changes.clear();
+    if (isThere) {
+        scene.showTab(SettingsTab::general);
+    }
 }
 
 } // namespace vorlin

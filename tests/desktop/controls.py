@@ -21,7 +21,6 @@ class Controls:
 
     def __init__(self, desktop):
         self.x = desktop.x
-        self.keyboard = desktop.keyboard
         self.reader = Reader(desktop)
         wait_until(self.reader.window, "the settings window among the accessibles")
 
@@ -52,11 +51,7 @@ class Controls:
             wait_until(lambda: self.reader.is_in_sight(self.find(name)), f"{name!r} in sight")
         x, y, width, height = self._call(self.find(name), COMPONENT, "GetExtents",
                                          GLib.Variant("(u)", (0,)))
-        middle = x + width // 2, y + height // 2
-        if self.x is None:  # a Wayland session, whose keyboards come with a pointer
-            self.keyboard.click(*middle)
-            return
-        xtest.fake_input(self.x, X.MotionNotify, x=middle[0], y=middle[1])
+        xtest.fake_input(self.x, X.MotionNotify, x=x + width // 2, y=y + height // 2)
         xtest.fake_input(self.x, X.ButtonPress, 1)
         xtest.fake_input(self.x, X.ButtonRelease, 1)
         self.x.sync()

@@ -12,12 +12,15 @@ from gi.repository import GLib
 
 from portal_session import PortalSession
 from program import hotkey_setting
+from settings_window import Reader
 from waiting import wait_until
 from wayland_keyboard import WaylandKeyboard
 
 HERE = pathlib.Path(__file__).resolve().parent
 PROTOCOL = "/usr/share/plasma-wayland-protocols/fake-input.xml"
 STORE = "org.freedesktop.impl.portal.PermissionStore"
+# What its dialog is called that asks the person. It comes with Plasma's workspace.
+ASKS_TO_TYPE = "Remote control requested"
 
 
 class KWinDesktop(PortalSession):
@@ -34,6 +37,7 @@ class KWinDesktop(PortalSession):
     }
     backend = "/usr/lib/x86_64-linux-gnu/libexec/xdg-desktop-portal-kde"
     backend_name = "org.freedesktop.impl.portal.desktop.kde"
+    may_type = False
 
     def start_compositor_and_person(self):
         names = self.folder / "names"
@@ -74,8 +78,18 @@ class KWinDesktop(PortalSession):
         program.await_silence()
         self.start_backend()
 
+    def agree(self, look=lambda name: None):
+        if self.may_type:
+            return
+        reader = Reader(self)
+        share = wait_until(lambda: reader.find("Share", ASKS_TO_TYPE), "the dialog")
+        look("asked")
+        reader.press(share)
+        wait_until(lambda: not reader.window(ASKS_TO_TYPE), "the dialog to go")
+
     def allow_typing(self, app_id="org.vorlin.Vorlin"):
         """The person has allowed a program to type, as in the system's settings."""
+        self.may_type = True
         call_arguments = GLib.Variant("(sbssas)", ("kde-authorized", True, "remote-desktop",
                                                    app_id, ["yes"]))
         self.bus.call_sync(STORE, "/org/freedesktop/impl/portal/PermissionStore", STORE,

@@ -23,14 +23,14 @@ def interface_of(protocol):
     """The class that speaks org_kde_kwin_fake_input."""
     descriptions = [Protocol.parse_file(CORE), Protocol.parse_file(protocol)]
     imports = {interface.name: each.name for each in descriptions for interface in each.interface}
-    folder = pathlib.Path(tempfile.mkdtemp(prefix="vorlin-protocols-"))
-    package = folder / "spoken"
-    package.mkdir()
-    for each in descriptions:
-        each.output(str(package), imports)
-    (package / "__init__.py").touch()
-    sys.path.insert(0, str(folder))
-    return importlib.import_module("spoken.fake_input").OrgKdeKwinFakeInput
+    with tempfile.TemporaryDirectory(prefix="vorlin-protocols-") as folder:
+        package = pathlib.Path(folder) / "spoken"
+        package.mkdir()
+        for each in descriptions:
+            each.output(str(package), imports)
+        (package / "__init__.py").touch()
+        sys.path.insert(0, folder)
+        return importlib.import_module("spoken.fake_input").OrgKdeKwinFakeInput
 
 
 def main():

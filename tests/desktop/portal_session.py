@@ -94,6 +94,7 @@ class PortalSession(VirtualDesktop):
         self.environment |= {"XDG_SESSION_TYPE": "wayland", "LIBGL_ALWAYS_SOFTWARE": "1",
                              **self.session_variables, **self.variables}
         self._install_entries()
+        self._withhold_portals()
         self.sound = SoundServer(self, self.rate, self.channels)
         if self.with_sound:
             self.sound.launch()
@@ -121,6 +122,14 @@ class PortalSession(VirtualDesktop):
         os.close(write_end)
         with os.fdopen(read_end, "r", encoding="utf-8") as pipe:
             return pipe.readline().strip()
+
+    def _withhold_portals(self):
+        """Whom a compositor starts asks for portals at once, and the bus would start some that know
+        of no display, and serve nobody."""
+        folder = self.runtime_folder / "dbus-1" / "services"
+        folder.mkdir(parents=True)
+        (folder / f"{PORTALS}.service").write_text(
+            f"[D-BUS Service]\nName={PORTALS}\nExec=/bin/false\n")
 
     def _start_portals(self):
         self.portals = self.spawn([FRONTEND, "--replace"], log="portals")

@@ -54,6 +54,21 @@ def described(path):
         return stat.S_IMODE(status.st_mode), hashlib.file_digest(stream, "sha256").hexdigest()
 
 
+def kept_by_apt():
+    """The configuration of packages that were removed with the last one that wanted them, which
+    "autoremove" leaves, as apt means it to."""
+    listed = subprocess.run(["dpkg-query", "--show",
+                             "--showformat=${db:Status-Abbrev}${Conffiles}\n"], check=True,
+                            stdout=subprocess.PIPE, text=True).stdout
+    found, removed = set(), False
+    for line in listed.split("\n"):
+        if line and not line.startswith(" "):
+            removed = line.startswith("rc")
+        if removed and " /" in line:
+            found.add(line.split()[-2])
+    return found
+
+
 def differences(before, after):
     yield from (f"left behind: {path}" for path in sorted(after.keys() - before.keys()))
     yield from (f"taken away: {path}" for path in sorted(before.keys() - after.keys()))
@@ -102,7 +117,8 @@ def main():
     apt("install", str(package))
     apt("purge", "vorlin")
     apt("autoremove")
-    wrong += differences(before, files_of_the_system())
+    after = files_of_the_system()
+    wrong += differences(before, {path: after[path] for path in after.keys() - kept_by_apt()})
     for line in wrong:
         print(f"install_and_purge: {line}", file=sys.stderr)
     if not wrong:
