@@ -16,8 +16,8 @@ constexpr auto patience = std::chrono::seconds(2);
 } // namespace
 
 FirstRun::FirstRun(AppModel& model, const Ports& ports, SettingsScene& scene)
-    : model(model), loop(ports.loop), permissions(ports.permissions),
-      tap(ports.eventTap), scene(scene), limit(loop.now() + patience)
+    : model(model), loop(ports.loop), permissions(ports.permissions), tap(ports.eventTap),
+      scene(scene), limit(loop.now() + patience)
 {
     if (ports.defaults.create()) {
         look();

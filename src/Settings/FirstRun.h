@@ -5,6 +5,8 @@
 #include "Ports/Ports.h"
 #include "Settings/SettingsScene.h"
 
+#include <vector>
+
 namespace vorlin {
 
 /// Opens the settings by itself at the very first start, and never again: on Permissions where

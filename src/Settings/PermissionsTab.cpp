@@ -12,6 +12,10 @@ namespace {
 constexpr const char* keyboardIsSecured =
     "Another app has the keyboard to itself, as for a password. Until it lets go of it, the "
     "dictation key is not seen.";
+// Some desktops' question has a switch for it, and no word of what it is for.
+constexpr const char* askedAsRemoteControl =
+    "The desktop asks for it as remote control. Switch on \"Allow Remote Interaction\" where it is "
+    "offered, and press \"Share\": Vorlin types its text that way.";
 constexpr const char* screenIsLocked =
     "The system says that the screen is locked. Until it takes that back, the dictation key does "
     "nothing. If the screen is open, lock and unlock it once.";
@@ -67,7 +71,7 @@ FormRow PermissionsTab::accessibilityRow()
         std::get<PermissionControl>(shown.control).open = Command{
             .text = "Allow…",
             .press = lifetime.guard([this] { permissions.askForTrust(model.hotkey.get()); })};
-        shown.caption.clear();
+        shown.caption = granted ? "" : askedAsRemoteControl;
     }
     return shown;
 }

@@ -228,6 +228,37 @@ protected:
     SettingsTab tab() const { return app->settings.tab.get(); }
 };
 
+TEST_F(FirstRunTest, onceAllIsAllowedItGoesOnToTheKey)
+{
+    desktop.permissions.trusted = false;
+    desktop.permissions.canAsk = true;
+    firstStart();
+    desktop.loop.advance(10s);
+    EXPECT_EQ(tab(), SettingsTab::permissions);
+    desktop.permissions.trusted = true;
+    desktop.loop.advance(10s);
+    EXPECT_EQ(tab(), SettingsTab::permissions) << "Escape is still to be asked for";
+    desktop.permissions.canAsk = false;
+    desktop.tap.setConflict(KeyConflict::escapeTaken);
+    EXPECT_EQ(tab(), SettingsTab::general);
+    app->settings.showTab(SettingsTab::permissions);
+    desktop.tap.setConflict(KeyConflict::none);
+    EXPECT_EQ(tab(), SettingsTab::permissions) << "the person came back to it";
+    EXPECT_EQ(opened, 1);
+}
+
+TEST_F(FirstRunTest, whoHasGoneToAnotherTabIsLeftThere)
+{
+    desktop.permissions.trusted = false;
+    firstStart();
+    desktop.loop.advance(10s);
+    app->settings.showTab(SettingsTab::models);
+    app->settings.showTab(SettingsTab::permissions);
+    desktop.permissions.trusted = true;
+    desktop.loop.advance(10s);
+    EXPECT_EQ(tab(), SettingsTab::permissions);
+}
+
 TEST_F(FirstRunTest, theVeryFirstStartOpensTheSettingsOnGeneral)
 {
     firstStart();

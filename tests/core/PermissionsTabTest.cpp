@@ -65,6 +65,9 @@ TEST_F(PermissionsTabTest, aDesktopThatCanAskDoesSoWhenThePersonWishesIt)
     EXPECT_TRUE(desktop.permissions.asked.empty());
     ASSERT_TRUE(permission("Accessibility").open);
     EXPECT_EQ(permission("Accessibility").open->text, "Allow…");
+    EXPECT_EQ(row(SettingsTab::permissions, "Accessibility").caption,
+              "The desktop asks for it as remote control. Switch on \"Allow Remote Interaction\" "
+              "where it is offered, and press \"Share\": Vorlin types its text that way.");
     permission("Accessibility").open->press();
     EXPECT_EQ(desktop.permissions.asked, std::vector{model->hotkey.get()});
     EXPECT_TRUE(desktop.workspace.openedPanels.empty());
@@ -76,6 +79,7 @@ TEST_F(PermissionsTabTest, whatMayStillBeAskedForHasItsButtonForAsLongAsItMay)
     desktop.permissions.canAsk = true;
     desktop.tap.setConflict(KeyConflict::escapeUnasked);
     EXPECT_TRUE(permission("Accessibility").granted);
+    EXPECT_EQ(row(SettingsTab::permissions, "Accessibility").caption, "");
     ASSERT_TRUE(permission("Accessibility").open);
     EXPECT_EQ(permission("Accessibility").open->text, "Allow…");
     desktop.permissions.canAsk = false;

@@ -96,11 +96,8 @@ def with_portals(kind, editor):
         desktop.screenshot("1-started")
         controls.press("Allow…")
         desktop.agree(desktop.screenshot)
-        controls.find("Accessibility: Granted")
-        wait_until(lambda: not controls.has("Allow…"), "nothing to be left to ask for")
+        controls.find("Dictation key")  # they go on to it
         desktop.screenshot("1-allowed")
-        controls.show_tab("General", "Dictation key")
-        desktop.screenshot("1-key")
 
     return Session(lambda pictures: kind(artefacts=pictures, accessible=True, variables={
         "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}), editor, welcome, "F9")
