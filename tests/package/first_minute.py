@@ -31,7 +31,8 @@ OWN_FILES = re.compile(r"\.config/Vorlin(/settings\.json)?|\.local/state(/Vorlin
                        r"|\.cache/Vorlin(/qmlcache(/[\w*]+\.qmlc)?)?|run/vorlin-:\d+\.lock")
 # What an editor writes a moment after it has opened a file, and what a desktop does that has asked.
 LATE_FILES = re.compile(
-    r"\.local/share/(recently-used\.xbel|flatpak(/db(/[\w-]+)?)?)|\.config/(Trolltech\.conf|gtkrc.*)"
+    r"\.local/share/(recently-used\.xbel|flatpak(/db(/[\w-]+)?)?)"
+    r"|\.config/(Trolltech\.conf|gtkrc.*)"
     r"|\.cache/(ksycoca6_.*|qtshadercache-.*|xdg-desktop-portal-kde(/.*)?)")
 # Where its symbol stands in the panel.
 SYMBOL = (1267, 16)
