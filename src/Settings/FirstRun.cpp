@@ -29,15 +29,14 @@ void FirstRun::look()
     if (scene.wasOpened()) {
         return; // the person was faster: the tab is theirs, and so is closing the window
     }
-    if (!permissions.isTrusted()) {
-        open(SettingsTab::permissions);
-    } else if (permissions.microphoneAnswered()) {
-        open(permissions.microphoneGranted() ? SettingsTab::general : SettingsTab::permissions);
-    } else if (loop.now() >= limit) {
-        open(SettingsTab::general);
-    } else {
+    const bool answered = permissions.microphoneAnswered();
+    if (!answered && loop.now() < limit) { // or a microphone would be said to be missing
         timer = loop.startTimer(lookInterval, [this] { look(); });
+        return;
     }
+    const bool lacksMicrophone = answered && !permissions.microphoneGranted();
+    open(!permissions.isTrusted() || lacksMicrophone ? SettingsTab::permissions
+                                                     : SettingsTab::general);
 }
 
 void FirstRun::open(SettingsTab which)

@@ -168,6 +168,13 @@ def started(desktop, **settings):
     return Program(desktop, entry.get_commandline(), very_first_start=not settings, **settings)
 
 
+def complaints(desktop):
+    """What the program has printed, but that a screen reader asked for what had just gone."""
+    return [f"it complained: {line}"
+            for line in (desktop.artefacts / "vorlin.log").read_text().split("\n")
+            if line and not line.startswith("qt.accessibility.atspi")]
+
+
 def walk(desktop, program, session):
     """Opens an editor, dictates into it, ends the program; what is wrong."""
     if (desktop.config_folder / "autostart").exists():
@@ -185,6 +192,4 @@ def walk(desktop, program, session):
         yield f'it typed "{typed}"'
     if program.quit() != 0:
         yield "it did not end well"
-    said = (desktop.artefacts / "vorlin.log").read_text()
-    if said:
-        yield f"it complained: {said}"
+    yield from complaints(desktop)

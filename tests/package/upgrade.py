@@ -133,12 +133,12 @@ class Walk:
 def main():
     package, pictures = (pathlib.Path(argument).resolve() for argument in sys.argv[1:])
     apt("install", str(package))
+    from first_minute import complaints
     from virtual_desktop import VirtualDesktop
     with VirtualDesktop(artefacts=pictures, accessible=True, variables={
             "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}) as desktop:
         wrong = list(Walk(desktop, package).run())
-        said = (pictures / "vorlin.log").read_text()
-        wrong += [f"it complained: {said}"] if said else []
+        wrong += complaints(desktop)
     for line in wrong:
         print(f"upgrade: {line}", file=sys.stderr)
     if not wrong:
