@@ -20,6 +20,8 @@ constexpr auto noticeTime = std::chrono::milliseconds(1600);
 constexpr auto cancelledTime = std::chrono::milliseconds(700);
 /// Who dictates pauses, but not for so long.
 constexpr auto longestStillness = std::chrono::minutes(10);
+/// In the state: the key that is bound in the desktop was seen to tell of its release.
+constexpr const char* boundReleasesKey = "boundReleases";
 
 } // namespace
 
@@ -37,6 +39,7 @@ AppModel::AppModel(const Ports& ports)
       inserter(ports.loop, ports.pasteboard, ports.keyPoster, ports.focusedProgram),
       limits(ports.loop, dictation, ports.focusedProgram)
 {
+    boundReleases.set(ports.state.value(boundReleasesKey) == DefaultsValue(true));
     lookAtKey();
     accessibilityGranted.set(ports.permissions.isTrusted());
     microphoneGranted.set(ports.permissions.microphoneGranted());
@@ -149,7 +152,13 @@ void AppModel::showEscape()
 /// How the dictation key works: a hold ends by a release.
 RecordMode AppModel::recordMode() const
 {
-    return keyWatch.get() == KeyWatch::presses ? RecordMode::toggle : preferences.recordMode();
+    return hasOnlyPresses() ? RecordMode::toggle : preferences.recordMode();
+}
+
+bool AppModel::hasOnlyPresses() const
+{
+    const bool isBound = ports.eventTap.conflict().get() == KeyConflict::unwatched;
+    return isBound ? !boundReleases.get() : keyWatch.get() == KeyWatch::presses;
 }
 
 bool AppModel::mayLoseRelease() const
@@ -166,11 +175,13 @@ void AppModel::perform(DictationAction action)
     switch (action) {
     case DictationAction::press: pressedBound(boundKey.press(ports.loop.now()), mode); break;
     case DictationAction::release:
+        noteBoundReleases(true);
         if (boundKey.release(ports.loop.now())) {
             released(mode);
         }
         break;
     case DictationAction::toggle:
+        noteBoundReleases(false);
         if (boundKey.toggle(ports.loop.now())) {
             pressed(RecordMode::toggle, /*limited=*/true);
         }
@@ -179,11 +190,22 @@ void AppModel::perform(DictationAction action)
     }
 }
 
+void AppModel::noteBoundReleases(bool told)
+{
+    if (told != boundReleases.get()) {
+        boundReleases.set(told);
+        ports.state.set(boundReleasesKey, told);
+    }
+}
+
 void AppModel::pressedBound(BoundKey::Press press, RecordMode mode)
 {
     switch (press) {
     case BoundKey::Press::begins: pressed(mode, /*limited=*/true); break;
-    case BoundKey::Press::again: pressedAgain(mode, /*limited=*/true); break;
+    case BoundKey::Press::again:
+        noteBoundReleases(false);
+        pressedAgain(mode, /*limited=*/true);
+        break;
     case BoundKey::Press::repeats: break;
     case BoundKey::Press::tap:
         if (mode == RecordMode::toggle) { // in a hold nothing was said
@@ -293,6 +315,8 @@ void AppModel::refreshPermissions()
     accessibilityGranted.set(ports.permissions.isTrusted());
     microphoneGranted.set(ports.permissions.microphoneGranted());
     keyboardSecured.set(ports.permissions.isKeyboardSecured());
+    canAskForTrust.set(ports.permissions.canAskForTrust());
+    trustObstacle.set(ports.permissions.trustObstacle());
     if (accessibilityGranted.get() && !monitor.isRunning()) {
         watchKey();
     }

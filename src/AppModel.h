@@ -54,12 +54,18 @@ public:
     /// The process may watch and post key events.
     Published<bool, AppModel> accessibilityGranted{false};
     Published<bool, AppModel> microphoneGranted{false};
+    /// The desktop can ask the person for what the two lack; and what keeps it from that.
+    Published<bool, AppModel> canAskForTrust{false};
+    Published<std::string, AppModel> trustObstacle;
     /// Some program has the keyboard to itself: the dictation key is not seen.
     Published<bool, AppModel> keyboardSecured{false};
     /// The dictation key.
     Published<Hotkey, AppModel> hotkey{Hotkey{}};
     /// What the desktop tells of it.
     Published<KeyWatch, AppModel> keyWatch{KeyWatch::pressesAndReleases};
+    /// The key that the person bound in the desktop, where that is all there is, tells of its
+    /// release, as far as was seen.
+    Published<bool, AppModel> boundReleases{false};
     /// A new key is being recorded; the monitor is stopped meanwhile.
     Published<bool, AppModel> recording{false};
 
@@ -86,6 +92,10 @@ public:
     /// The person's choice where this desktop reports releases, else toggle.
     RecordMode recordMode() const;
 
+    /// Whether only presses are reported of what starts a dictation: of the dictation key, or of
+    /// one that is bound in the desktop, where the desktop watches none.
+    bool hasOnlyPresses() const;
+
     /// Shows the overlay with made-up levels until 2.5 s after the latest call. Ignored during a
     /// dictation.
     void previewHUD();
@@ -99,6 +109,7 @@ private:
     void showEscape();
     bool mayLoseRelease() const;
     void stopMonitor();
+    void noteBoundReleases(bool told);
     void pressedBound(BoundKey::Press press, RecordMode mode);
     void pressed(RecordMode mode, bool limited);
     void pressedAgain(RecordMode mode, bool limited);

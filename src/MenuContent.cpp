@@ -39,6 +39,8 @@ MenuContent::MenuContent(AppModel& model, const Ports& ports, SettingsScene& sce
     follow(model.dictation.phase);
     follow(model.hotkey);
     follow(model.keyWatch);
+    follow(model.boundReleases);
+    follow(tap.conflict());
     follow(tap.trigger());
     follow(model.accessibilityGranted);
     follow(model.microphoneGranted);

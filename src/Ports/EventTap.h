@@ -116,8 +116,9 @@ public:
     /// key; else empty.
     const Published<std::string, EventTap>& trigger() const { return triggered; }
 
-    /// How often the layout may have become another one, or the keyboard, while the tap ran: what
-    /// `typesCharacters` answers may differ from then on.
+    /// How often the layout may have become another one, or the keyboard, while the tap ran, or
+    /// what the desktop tells of keys: what `typesCharacters` and `watchable` answer may differ
+    /// from then on.
     const Published<std::size_t, EventTap>& layoutChanges() const { return changes; }
 
 protected:

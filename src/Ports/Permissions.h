@@ -2,6 +2,8 @@
 
 #include "Hotkey.h"
 
+#include <string>
+
 namespace vorlin {
 
 /// What the desktop allows this process. Main loop. The two questions are asked every 1.5 s and
@@ -29,6 +31,10 @@ public:
     /// Whether `askForTrust` can bring a question to the person: for what `isTrusted` lacks, or for
     /// what would be of use besides.
     virtual bool canAskForTrust() const { return false; }
+
+    /// What keeps `isTrusted` from being asked for, as a sentence for the person; empty where
+    /// nothing does.
+    virtual std::string trustObstacle() const { return {}; }
 
     /// Has the desktop ask the person, who has just wished it, for what is not granted yet: perhaps
     /// to be told of `hotkey`.

@@ -27,6 +27,7 @@ GeneralTab::GeneralTab(AppModel& model, const Ports& ports)
     };
     follow(model.hotkey);
     follow(model.keyWatch);
+    follow(model.boundReleases);
     follow(recorder.recording);
     follow(recorder.hint);
     follow(tap.conflict());
@@ -94,7 +95,7 @@ FormSection GeneralTab::shortcut()
 
 std::string GeneralTab::modeOfDesktop() const
 {
-    return model.keyWatch.get() == KeyWatch::presses
+    return model.hasOnlyPresses()
                ? "This desktop reports only presses: press to start, again to stop."
                : "";
 }
@@ -128,9 +129,11 @@ std::string GeneralTab::conflict() const
     // A key that another program has is not reported for that reason.
     if (model.keyWatch.get() == KeyWatch::nothing && refusal != KeyConflict::hotkeyTaken) {
         const std::string key = wording.label(model.hotkey.get());
-        return model.hotkey.get().modifierOnly
-                   ? "This desktop does not report " + key + " on its own. Choose another key."
-                   : "This desktop does not report " + key + ". Choose another key.";
+        return "This desktop does not report " + key +
+               (model.hotkey.get().modifierOnly ? " on its own" : "") +
+               (refusal == KeyConflict::hotkeyUnasked
+                    ? ". Choose another key, or let the desktop offer one under Permissions."
+                    : ". Choose another key.");
     }
     switch (refusal) {
     case KeyConflict::none:

@@ -26,10 +26,11 @@ PermissionsTab::PermissionsTab(AppModel& model, const Ports& ports)
     : FormModel(ports.wording), model(model), permissions(ports.permissions),
       session(ports.session), workspace(ports.workspace), wishes(ports.loop, [this] { update(); })
 {
-    for (const auto* granted :
-         {&model.microphoneGranted, &model.accessibilityGranted, &model.keyboardSecured}) {
+    for (const auto* granted : {&model.microphoneGranted, &model.accessibilityGranted,
+                                &model.keyboardSecured, &model.canAskForTrust}) {
         changes.push_back(granted->observe([this](bool) { update(); }));
     }
+    changes.push_back(model.trustObstacle.observe([this](const std::string&) { update(); }));
     changes.push_back(session.isAway().observe([this](bool) { update(); }));
     // What is still to be asked for may be one of the keys.
     changes.push_back(ports.eventTap.conflict().observe([this](KeyConflict) { update(); }));
@@ -72,6 +73,9 @@ FormRow PermissionsTab::accessibilityRow()
             .text = "Allow…",
             .press = lifetime.guard([this] { permissions.askForTrust(model.hotkey.get()); })};
         shown.caption = granted ? "" : askedAsRemoteControl;
+    } else if (const auto obstacle = permissions.trustObstacle(); !obstacle.empty() && !granted) {
+        std::get<PermissionControl>(shown.control).open.reset();
+        shown.caption = obstacle;
     }
     return shown;
 }

@@ -266,6 +266,9 @@ TEST_F(GeneralTabTest, aKeyOfWhichNothingIsToldSaysWhyAndIsKept)
     EXPECT_EQ(row("hotkey").problem, "This desktop does not report F9. Choose another key.");
     desktop.tap.setConflict(KeyConflict::hotkeyTaken);
     EXPECT_EQ(row("hotkey").problem, "Another program uses F9.");
+    desktop.tap.setConflict(KeyConflict::hotkeyUnasked);
+    EXPECT_EQ(row("hotkey").problem, "This desktop does not report F9. Choose another key, or let "
+                                     "the desktop offer one under Permissions.");
     desktop.tap.setConflict(KeyConflict::unwatched);
     EXPECT_THAT(row("hotkey").problem, testing::HasSubstr("see /usr/share/doc/vorlin/DESKTOPS.md"));
     desktop.tap.setConflict(KeyConflict::none);

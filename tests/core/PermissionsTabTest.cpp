@@ -87,6 +87,23 @@ TEST_F(PermissionsTabTest, whatMayStillBeAskedForHasItsButtonForAsLongAsItMay)
     EXPECT_FALSE(permission("Accessibility").open);
 }
 
+TEST_F(PermissionsTabTest, whatCannotBeAskedForSaysWhyAndHasNoButton)
+{
+    desktop.permissions.trusted = false;
+    desktop.permissions.obstacle = "This desktop has no such thing.";
+    open();
+    EXPECT_FALSE(permission("Accessibility").open);
+    EXPECT_EQ(row(SettingsTab::permissions, "Accessibility").caption,
+              "This desktop has no such thing.");
+    desktop.permissions.obstacle.clear();
+    desktop.permissions.canAsk = true; // what was missing has come
+    desktop.loop.advance(1500ms);
+    ASSERT_TRUE(permission("Accessibility").open);
+    EXPECT_EQ(permission("Accessibility").open->text, "Allow…");
+    EXPECT_NE(row(SettingsTab::permissions, "Accessibility").caption,
+              "This desktop has no such thing.");
+}
+
 TEST_F(PermissionsTabTest, aKeyboardThatAnotherProgramHasToItselfIsToldForAsLongAsItHasIt)
 {
     open();

@@ -1,31 +1,21 @@
 """The lines with which a person binds a key in a compositor's configuration do what the document
 says of them: taken out of it, and run by the compositor."""
 
-import pathlib
 import re
 import shutil
 
 import pytest
 from gi.repository import Gio, GLib
 
+from documented import lines_for
 from sway_desktop import SwayDesktop
 from waiting import wait_until
-
-DOCUMENT = pathlib.Path(__file__).resolve().parents[2] / "docs" / "DESKTOPS.md"
 
 INTERFACE = """<node><interface name="org.freedesktop.Application">
   <method name="ActivateAction">
     <arg type="s" direction="in"/><arg type="av" direction="in"/><arg type="a{sv}" direction="in"/>
   </method>
 </interface></node>"""
-
-
-def lines_for(compositor):
-    """The lines of the document that are for a compositor."""
-    found = re.findall(rf"^```{compositor}\n(.*?)^```$", DOCUMENT.read_text(encoding="utf-8"),
-                       re.MULTILINE | re.DOTALL)
-    assert len(found) == 1, f"the document has {len(found)} blocks for {compositor}"
-    return found[0]
 
 
 class Ear:

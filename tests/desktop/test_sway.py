@@ -10,6 +10,7 @@ import subprocess
 import pytest
 
 import clipboard
+from documented import lines_for
 from matrix import debian
 from overlay import expected_frame, rows
 from program import Program, assert_arrived, hotkey_setting
@@ -126,6 +127,19 @@ def pixels(session, name):
 
 def cell(column):
     return pytest.mark.matrix("compositors", row=f"sway, Debian {debian()}", column=column)
+
+
+def test_where_sways_socket_is_not_known_the_next_ways_serve(begin, request, monkeypatch):
+    """As on another compositor of its kind: the key is the person's own binding, and which program
+    has the focus the list of windows tells."""
+    session = begin(configuration=lines_for("sway"))
+    with monkeypatch.context() as hidden:
+        hidden.delitem(session.environment, "SWAYSOCK")
+        program = Program(session, request.config.getoption("--program"))
+    for editor in (Foot, GTK4Editor):
+        where = editor(session)
+        program.dictate(SENTENCE, key="F9")
+        assert_arrived(SENTENCE, where.await_text())
 
 
 @contextlib.contextmanager

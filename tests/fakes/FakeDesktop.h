@@ -105,6 +105,7 @@ public:
     bool keyboardSecured = false;
     int trustPrompts = 0;
     bool canAsk = false;
+    std::string obstacle;
     /// Of the questions that the person wished for, the keys.
     std::vector<Hotkey> asked;
     int microphoneRequests = 0;
@@ -121,6 +122,7 @@ public:
     bool isKeyboardSecured() const override { return keyboardSecured; }
     void promptForTrust() override { ++trustPrompts; }
     bool canAskForTrust() const override { return canAsk; }
+    std::string trustObstacle() const override { return obstacle; }
     void askForTrust(const Hotkey& hotkey) override { asked.push_back(hotkey); }
     void requestMicrophone() override { ++microphoneRequests; }
 };

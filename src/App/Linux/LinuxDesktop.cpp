@@ -1,6 +1,5 @@
 #include "App/Linux/LinuxDesktop.h"
 
-#include "App/Linux/PortalDesktop.h"
 #include "App/Linux/WaylandDesktop.h"
 #include "App/Linux/X11Desktop.h"
 #include "Wording.h"
@@ -80,11 +79,8 @@ std::unique_ptr<LinuxDesktop> desktopOf(LinuxServices& services, const Environme
 {
     if (environment("WAYLAND_DISPLAY")) {
         auto connection = std::make_unique<WaylandConnection>(compositorPatience);
-        if (WaylandDesktop::canUse(*connection)) {
-            return std::make_unique<WaylandDesktop>(services, environment, std::move(connection));
-        }
         if (connection->alive().get()) {
-            return std::make_unique<PortalDesktop>(services, environment, std::move(connection));
+            return std::make_unique<WaylandDesktop>(services, environment, std::move(connection));
         }
     }
     return std::make_unique<X11Desktop>(services, environment);

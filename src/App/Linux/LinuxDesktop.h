@@ -81,7 +81,7 @@ private:
 };
 
 /// The desktop of the session that `environment` tells of: a Wayland one where a compositor
-/// answers, which lets keys be posted itself or leaves them to portals; else an X11 one.
+/// answers; else an X11 one.
 std::unique_ptr<LinuxDesktop> desktopOf(LinuxServices& services, const Environment& environment);
 
 } // namespace vorlin

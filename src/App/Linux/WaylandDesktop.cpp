@@ -1,12 +1,25 @@
 #include "App/Linux/WaylandDesktop.h"
 
+#include "Platform/Linux/Keys/X11KeyPlaces.h"
 #include "Platform/Linux/Overlay/LayerOverlayWindow.h"
+#include "Platform/Linux/Pasteboard/DataControl.h"
+
+#include <QDBusConnection>
 
 #include <utility>
 
 namespace vorlin {
 
 namespace {
+
+/// Connections of their own: the portals must hear who asks before anything else is asked.
+const QString keysBus = QStringLiteral("portals");
+const QString escapeBus = QStringLiteral("portals of Escape");
+
+QDBusConnection connectAs(const QString& name)
+{
+    return QDBusConnection::connectToBus(QDBusConnection::SessionBus, name);
+}
 
 /// Clicks on a window of XWayland's do not always fall through to what is below.
 X11OverlayPanel::MakeWindow overlayWindowOf(WaylandConnection& connection)
@@ -21,20 +34,14 @@ X11OverlayPanel::MakeWindow overlayWindowOf(WaylandConnection& connection)
 
 } // namespace
 
-bool WaylandDesktop::canUse(const WaylandConnection& connection)
-{
-    return connection.alive().get() && VirtualKeyboardPoster::isOffered(connection) &&
-           DataControl::isOffered(connection);
-}
-
 WaylandDesktop::Sway::Sway(const std::string& path, LinuxServices& services,
-                           const Environment& environment, EventTap& layouts)
-    : socket(path, services.loop),
+                           const Environment& environment, X11Keyboard& keyboard)
+    : socket(path, services.loop), layouts(keyboard, services.loop),
       eventTap({.socket = socket,
                 .loop = services.loop,
                 .workers = services.workers,
                 .typesCharacters =
-                    [&layouts](std::uint16_t keyCode) { return layouts.typesCharacters(keyCode); },
+                    [this](std::uint16_t keyCode) { return layouts.typesCharacters(keyCode); },
                 .guard = {.program = guardProgram(),
                           .socket = path,
                           .ledger = SwayGuard::ledgerPath(
@@ -43,26 +50,61 @@ WaylandDesktop::Sway::Sway(const std::string& path, LinuxServices& services,
 {
 }
 
+WaylandDesktop::Portals::Portals(LinuxServices& services, const Environment& environment,
+                                 std::optional<RemoteDesktopPoster::Places> places)
+    : access(connectAs(keysBus), connectAs(escapeBus), services.state,
+             environment("XDG_CURRENT_DESKTOP").value_or("desktop"), services.loop,
+             std::move(places))
+{
+}
+
+WaylandDesktop::Portals::~Portals()
+{
+    QDBusConnection::disconnectFromBus(keysBus);
+    QDBusConnection::disconnectFromBus(escapeBus);
+}
+
+WaylandDesktop::Clipboard::Clipboard(WaylandConnection& connection, MainLoop& loop,
+                                     std::function<std::optional<pid_t>()> focusedProcess,
+                                     X11Pasteboard& x11Pasteboard, X11Connection& server)
+    : compositors(connection, loop, std::move(focusedProcess)),
+      pasteboard(compositors, x11Pasteboard, server, loop)
+{
+}
+
 WaylandDesktop::WaylandDesktop(LinuxServices& services, const Environment& environment,
                                std::unique_ptr<WaylandConnection> compositor)
     : WaylandSession{std::move(compositor)},
       LinuxDesktop(services, environment, overlayWindowOf(*connection)),
-      x11EventTap(keyboard, services.loop),
       x11FocusedProgram(keyboard.server(), X11FocusedProgram::Reach::xwayland),
-      keyPoster(*connection),
-      compositorsPasteboard(*connection, services.loop, [this] { return focusedProcess(); }),
-      x11Pasteboard(services.loop),
-      pasteboard(compositorsPasteboard, x11Pasteboard, keyboard.server(), services.loop),
-      permissions([this] { return keyPoster.available() && keyAccess.granted().get(); },
-                  services.microphoneAccess),
+      x11Pasteboard(services.loop), consent(*this, services.microphoneAccess),
       focusScreens(screens, [this] { return focusedFrame(); })
 {
-    keyPoster.onChord = [this] { compositorsPasteboard.noteChord(); };
     if (const auto path = environment("SWAYSOCK");
         path && isSwaySocketOf(*path, connection->compositor())) {
-        sway.emplace(*path, services, environment, x11EventTap);
-    } else {
-        noKeys.emplace(x11EventTap);
+        sway.emplace(*path, services, environment, keyboard);
+    } else if (ToplevelFocus::isOffered(*connection)) {
+        toplevels.emplace(*connection, x11FocusedProgram);
+    }
+    if (VirtualKeyboardPoster::isOffered(*connection)) {
+        ownKeyboard.emplace(*connection);
+    }
+    if (!sway || !ownKeyboard) {
+        const RemoteDesktopPoster::Places places = [this](std::uint16_t keyCode) {
+            return placeInAllLayouts(keyboard, keyCode);
+        };
+        portals.emplace(services, environment, ownKeyboard ? std::nullopt : std::optional(places));
+    }
+    if (DataControl::isOffered(*connection)) {
+        clipboard.emplace(
+            *connection, services.loop, [this] { return focusedProcess(); }, x11Pasteboard,
+            keyboard.server());
+        const auto noteChord = [this] { clipboard->compositors.noteChord(); };
+        if (ownKeyboard) {
+            ownKeyboard->onChord = noteChord;
+        } else {
+            portals->access.whenChordGoes(noteChord);
+        }
     }
 }
 
@@ -73,16 +115,41 @@ std::vector<Subscription> WaylandDesktop::watchEnd(const std::function<void()>& 
     return watches;
 }
 
+void WaylandDesktop::leaveInHaste()
+{
+    if (clipboard) {
+        clipboard->compositors.leave();
+    }
+}
+
 Ports WaylandDesktop::ports()
 {
-    EventTap& eventTap = sway ? static_cast<EventTap&>(sway->eventTap) : *noKeys;
-    FocusedProgram& focus = sway ? static_cast<FocusedProgram&>(sway->focus) : x11FocusedProgram;
-    return portsWith({.eventTap = eventTap,
-                      .keyPoster = keyPoster,
-                      .focusedProgram = focus,
+    Pasteboard& pasteboard =
+        clipboard ? static_cast<Pasteboard&>(clipboard->pasteboard) : x11Pasteboard;
+    return portsWith({.eventTap = eventTap(),
+                      .keyPoster = keyPoster(),
+                      .focusedProgram = focusedProgram(),
                       .pasteboard = pasteboard,
-                      .permissions = permissions,
+                      .permissions = consent,
                       .screens = focusScreens});
+}
+
+EventTap& WaylandDesktop::eventTap()
+{
+    return sway ? sway->eventTap : portals->access.eventTap();
+}
+
+KeyPoster& WaylandDesktop::keyPoster()
+{
+    return ownKeyboard ? static_cast<KeyPoster&>(*ownKeyboard) : *portals->access.keyPoster();
+}
+
+FocusedProgram& WaylandDesktop::focusedProgram()
+{
+    if (sway) {
+        return sway->focus;
+    }
+    return toplevels ? static_cast<FocusedProgram&>(*toplevels) : x11FocusedProgram;
 }
 
 /// The process that reads the clipboard for the focused window: for a program on XWayland the
@@ -110,6 +177,31 @@ std::optional<Rect> WaylandDesktop::focusedFrame() const
                 .y = top - (area->y + area->height) / scale,
                 .width = area->width / scale,
                 .height = area->height / scale};
+}
+
+bool WaylandDesktop::Consent::isTrusted() const
+{
+    const auto& own = desktop.ownKeyboard;
+    const auto& portals = desktop.portals;
+    return desktop.keyAccess.granted().get() && (!own || own->available()) &&
+           (!portals || portals->access.isGranted());
+}
+
+bool WaylandDesktop::Consent::canAskForTrust() const
+{
+    return desktop.portals && desktop.portals->access.canAsk();
+}
+
+std::string WaylandDesktop::Consent::trustObstacle() const
+{
+    return desktop.portals ? desktop.portals->access.obstacle() : std::string();
+}
+
+void WaylandDesktop::Consent::askForTrust(const Hotkey& hotkey)
+{
+    if (desktop.portals) {
+        desktop.portals->access.ask(hotkey);
+    }
 }
 
 } // namespace vorlin

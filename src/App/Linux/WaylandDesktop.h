@@ -1,11 +1,11 @@
 #pragma once
 
 #include "App/Linux/LinuxDesktop.h"
-#include "App/Linux/LinuxPermissions.h"
 #include "App/Linux/WaylandSession.h"
-#include "Platform/Linux/Keys/ActionsOnlyTap.h"
+#include "Platform/Linux/Audio/PulseMicrophoneAccess.h"
 #include "Platform/Linux/Keys/SwayEventTap.h"
 #include "Platform/Linux/Keys/SwayFocus.h"
+#include "Platform/Linux/Keys/ToplevelFocus.h"
 #include "Platform/Linux/Keys/VirtualKeyboardPoster.h"
 #include "Platform/Linux/Keys/X11EventTap.h"
 #include "Platform/Linux/Keys/X11FocusedProgram.h"
@@ -13,8 +13,10 @@
 #include "Platform/Linux/Pasteboard/BridgedPasteboard.h"
 #include "Platform/Linux/Pasteboard/DataControlPasteboard.h"
 #include "Platform/Linux/Pasteboard/X11Pasteboard.h"
+#include "Platform/Linux/Portal/PortalAccess.h"
 #include "Platform/Linux/Sway/SwaySocket.h"
 #include "Platform/Linux/Wayland/WaylandConnection.h"
+#include "Ports/Permissions.h"
 
 #include <functional>
 #include <memory>
@@ -26,13 +28,17 @@
 
 namespace vorlin {
 
-/// A Wayland session with XWayland: the chord and the clipboard go to the compositor itself, and so
-/// do the keys where it can be asked for them; what is shown goes through XWayland.
+/// A Wayland session with XWayland, through which goes what is shown. Key, chord, clipboard, focus
+/// and overlay each go the first way that answers here:
+///
+/// - the key: sway's socket, the desktop's portals, a key that the person binds in the desktop;
+/// - the chord: a keyboard of our own, the portals;
+/// - the clipboard: the compositor's own, XWayland's;
+/// - the focused program: sway's socket, the compositor's list of windows; else only those on
+///   XWayland are known;
+/// - the overlay: a layer of the compositor's, XWayland.
 class WaylandDesktop final : private WaylandSession, public LinuxDesktop {
 public:
-    /// Whether the compositor answers and offers what this needs.
-    static bool canUse(const WaylandConnection& connection);
-
     /// `services` must outlive this object.
     WaylandDesktop(LinuxServices& services, const Environment& environment,
                    std::unique_ptr<WaylandConnection> connection);
@@ -43,34 +49,80 @@ public:
 
     std::vector<Subscription> watchEnd(const std::function<void()>& ended) override;
 
-    void leaveInHaste() override { compositorsPasteboard.leave(); }
+    void leaveInHaste() override;
 
 private:
     /// What the compositor tells of keys and windows over sway's socket.
     struct Sway {
         Sway(const std::string& path, LinuxServices& services, const Environment& environment,
-             EventTap& layouts);
+             X11Keyboard& keyboard);
 
         SwaySocket socket;
+        /// Of XWayland's keyboard only the layouts matter.
+        X11EventTap layouts;
         SwayEventTap eventTap;
         SwayFocus focus;
     };
 
+    /// The desktop's portals, and our connections to them.
+    struct Portals {
+        Portals(LinuxServices& services, const Environment& environment,
+                std::optional<RemoteDesktopPoster::Places> places);
+        Portals(const Portals&) = delete;
+        Portals& operator=(const Portals&) = delete;
+        ~Portals();
+
+        PortalAccess access;
+    };
+
+    /// The compositor's own: what is written there is there before the chord is, whichever way that
+    /// comes. Through XWayland the chord may be first.
+    struct Clipboard {
+        Clipboard(WaylandConnection& connection, MainLoop& loop,
+                  std::function<std::optional<pid_t>()> focusedProcess,
+                  X11Pasteboard& x11Pasteboard, X11Connection& server);
+
+        DataControlPasteboard compositors;
+        BridgedPasteboard pasteboard;
+    };
+
+    /// What answers, and what the person has agreed to where they are asked.
+    class Consent final : public Permissions {
+    public:
+        Consent(WaylandDesktop& desktop, const PulseMicrophoneAccess& microphone)
+            : desktop(desktop), microphone(microphone)
+        {
+        }
+
+        bool isTrusted() const override;
+        bool microphoneGranted() const override { return microphone.granted().get(); }
+        bool microphoneAnswered() const override { return microphone.answered(); }
+        void promptForTrust() override {} // it would at every start
+        bool canAskForTrust() const override;
+        std::string trustObstacle() const override;
+        void askForTrust(const Hotkey& hotkey) override;
+        void requestMicrophone() override {}
+
+    private:
+        WaylandDesktop& desktop;
+        const PulseMicrophoneAccess& microphone;
+    };
+
+    EventTap& eventTap();
+    KeyPoster& keyPoster();
+    FocusedProgram& focusedProgram();
     std::optional<pid_t> focusedProcess() const;
     std::optional<Rect> focusedFrame() const;
 
-    /// What XWayland alone tells: the layouts, and the focus among its own programs. Its keys are
-    /// those that are pressed over its own windows, and no promise.
-    X11EventTap x11EventTap;
     X11FocusedProgram x11FocusedProgram;
     std::optional<Sway> sway;
-    /// Where it tells nothing.
-    std::optional<ActionsOnlyTap> noKeys;
-    VirtualKeyboardPoster keyPoster;
-    DataControlPasteboard compositorsPasteboard;
+    std::optional<ToplevelFocus> toplevels;
+    std::optional<VirtualKeyboardPoster> ownKeyboard;
+    /// Where one of the two lacks.
+    std::optional<Portals> portals;
     X11Pasteboard x11Pasteboard;
-    BridgedPasteboard pasteboard;
-    LinuxPermissions permissions;
+    std::optional<Clipboard> clipboard;
+    Consent consent;
     FocusScreens focusScreens;
 };
 

@@ -5,7 +5,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QVariantMap>
 
-#include <chrono>
+#include <algorithm>
 #include <limits>
 #include <utility>
 
@@ -15,11 +15,14 @@ namespace {
 
 /// Long enough that portals which end as soon as they are started do not keep a processor busy.
 constexpr std::chrono::seconds untilRestart{1};
+/// However often they did not start.
+constexpr std::chrono::seconds longestUntilRestart{60};
 
 } // namespace
 
 HostRegistry::HostRegistry(const QDBusConnection& bus, const QString& appId, Nameless nameless)
-    : bus(bus), appId(appId), nameless(nameless), name(bus, portals::service)
+    : bus(bus), appId(appId), nameless(nameless), name(bus, portals::service),
+      restartIn(untilRestart)
 {
     restart.setSingleShot(true);
     connect(&restart, &QTimer::timeout, this, [this] {
@@ -52,14 +55,27 @@ void HostRegistry::introduced(const QDBusError& error)
     introducing = false;
     const bool toAnother = std::exchange(replaced, false);
     if (present.isEmpty()) {
-        return;
-    }
-    if (toAnother) {
+        failedToStart(error);
+    } else if (toAnother) {
         introduce();
     } else {
         owner = present;
+        hasNone = false;
+        restartIn = untilRestart;
         isHeard = !error.isValid() || (portals::isUnknown(error) && nameless == Nameless::served);
         Q_EMIT ready();
+    }
+}
+
+/// Without a second try the keys would be gone until this program is started anew.
+void HostRegistry::failedToStart(const QDBusError& error)
+{
+    if (error.type() != QDBusError::ServiceUnknown && error.type() != QDBusError::Disconnected) {
+        restart.start(restartIn);
+        restartIn = std::min(2 * restartIn, longestUntilRestart);
+    }
+    if (!std::exchange(hasNone, true)) {
+        Q_EMIT absent();
     }
 }
 

@@ -8,6 +8,8 @@
 #include <QString>
 #include <QTimer>
 
+#include <chrono>
+
 namespace vorlin {
 
 /// Tells the portals who asks on one connection (org.freedesktop.host.portal.Registry), and each
@@ -35,15 +37,22 @@ public:
     /// Whether these portals may be asked for anything: nothing is asked for in another's name.
     bool mayAsk() const { return isHeard; }
 
+    /// Whether the session has no portals: none that could be started, or none that started. Those
+    /// are tried again.
+    bool isAbsent() const { return hasNone; }
+
 Q_SIGNALS:
     /// The portals are there, for the first time or again: no session of ours is left.
     void ready();
     /// They are gone.
     void gone();
+    /// See `isAbsent`; nothing where they were known to be.
+    void absent();
 
 private:
     void introduce();
     void introduced(const QDBusError& error);
+    void failedToStart(const QDBusError& error);
     void ownerChanged(const QString& next);
 
     QDBusConnection bus;
@@ -51,14 +60,17 @@ private:
     Nameless nameless;
     QString owner;
     bool isHeard = false;
+    bool hasNone = false;
     /// Who has the portals' name, whether told or not.
     QString present;
     BusName name;
     bool introducing = false;
     /// The portals have changed since they were told: it was another one.
     bool replaced = false;
-    /// Until portals that ended are started again.
+    /// Until portals that ended, or did not start, are started again, and how long it is where they
+    /// do not start.
     QTimer restart;
+    std::chrono::seconds restartIn;
 };
 
 } // namespace vorlin

@@ -16,7 +16,7 @@ constexpr PortalKeyTimes escapeTimes{.patience = std::chrono::seconds(1)};
 
 PortalAccess::PortalAccess(const QDBusConnection& bus, const QDBusConnection& escapeBus,
                            Defaults& state, const std::string& desktop, MainLoop& loop,
-                           RemoteDesktopPoster::Places places)
+                           std::optional<RemoteDesktopPoster::Places> places)
     : memory(state, desktop), registry(bus, appId),
       // Under one name with the hotkey it would take the hotkey's place.
       escapeRegistry(escapeBus, escapeAppId, HostRegistry::Nameless::refused),
@@ -28,39 +28,59 @@ PortalAccess::PortalAccess(const QDBusConnection& bus, const QDBusConnection& es
       escape(escapeBus, escapeRegistry, "escape", memory,
              {.pressed = [this](bool, std::uint64_t) { tap.escapePressed(); }, .released = [] {}},
              escapeTimes),
-      tap(hotkey, escape, loop), poster(bus, registry, memory, std::move(places))
+      tap(hotkey, escape, loop)
 {
+    if (places) {
+        poster.emplace(bus, registry, memory, std::move(*places));
+        QObject::connect(&*poster, &RemoteDesktopPoster::orphaned, &backends,
+                         &PortalBackends::closeSession);
+    }
     for (auto* const key : {&hotkey, &escape}) {
         QObject::connect(&backends, &PortalBackends::replaced, key, &PortalKey::reopen);
         QObject::connect(key, &PortalKey::orphaned, &backends, &PortalBackends::closeSession);
     }
-    QObject::connect(&poster, &RemoteDesktopPoster::orphaned, &backends,
-                     &PortalBackends::closeSession);
 }
 
 bool PortalAccess::isGranted() const
 {
-    return tap.isGranted() && poster.access().get() == RemoteDesktopPoster::Access::granted;
+    const bool hasChord = !poster || poster->access().get() == RemoteDesktopPoster::Access::granted;
+    return tap.isGranted() && hasChord;
 }
 
 bool PortalAccess::canAsk() const
 {
     using enum RemoteDesktopPoster::Access;
-    const auto chord = poster.access().get();
-    return registry.portal().isEmpty() || tap.needsQuestion() || chord == unknown ||
-           chord == unasked || chord == refused ||
+    const auto chord = poster ? poster->access().get() : granted;
+    return chord == unknown || chord == unasked || chord == refused ||
+           (poster && poster->isLate()) || tap.needsQuestion() ||
            escape.needsQuestion(PortalEventTap::escapeShortcut());
+}
+
+std::string PortalAccess::obstacle() const
+{
+    if (!poster || poster->access().get() != RemoteDesktopPoster::Access::missing) {
+        return {};
+    }
+    if (registry.isAbsent()) {
+        return "This desktop has no portal that lets Vorlin type into other apps. Install "
+               "xdg-desktop-portal, and what it needs for this desktop.";
+    }
+    return registry.mayAsk() ? "This desktop does not let Vorlin type into other apps."
+                             : "This desktop does not know Vorlin as an installed app, and lets "
+                               "it neither watch keys nor type.";
 }
 
 void PortalAccess::ask(const Hotkey& key)
 {
     const auto askForEscape = [this] { escape.ask(PortalEventTap::escapeShortcut(), [] {}); };
-    const auto askForChord = [this, askForEscape] { poster.ask(askForEscape); };
-    if (const auto shortcut = PortalEventTap::shortcutFor(key)) {
-        hotkey.ask(*shortcut, askForChord);
-    } else {
-        askForChord();
-    }
+    const auto askForChord = [this, askForEscape] {
+        if (poster) {
+            poster->ask(askForEscape);
+        } else {
+            askForEscape();
+        }
+    };
+    hotkey.ask(PortalEventTap::shortcutFor(key), askForChord);
 }
 
 } // namespace vorlin

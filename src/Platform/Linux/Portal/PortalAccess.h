@@ -15,13 +15,15 @@
 #include <QDBusConnection>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 
 namespace vorlin {
 
 /// What the portals let this program do with keys, once the person agrees: watch the dictation key
-/// and Escape, press the chord. Main loop; waits for nothing.
+/// and Escape, and press the chord where nothing else does. Where they watch no keys, those that
+/// the person binds in the desktop are left. Main loop; waits for nothing.
 class PortalAccess {
 public:
     /// The names of the desktop entries that the program's questions are asked under: some desktops
@@ -30,23 +32,34 @@ public:
     static constexpr const char* escapeAppId = "org.vorlin.Vorlin.Escape";
 
     /// Both buses are connections that nothing else is asked on. What the person answers is kept in
-    /// `state`, apart for each `desktop`. The ports must outlive this object.
+    /// `state`, apart for each `desktop`. The ports must outlive this object. Without `places` the
+    /// chord is not theirs.
     PortalAccess(const QDBusConnection& bus, const QDBusConnection& escapeBus, Defaults& state,
-                 const std::string& desktop, MainLoop& loop, RemoteDesktopPoster::Places places);
+                 const std::string& desktop, MainLoop& loop,
+                 std::optional<RemoteDesktopPoster::Places> places);
 
     EventTap& eventTap() { return tap; }
-    KeyPoster& keyPoster() { return poster; }
+    /// Null where the chord is not theirs.
+    KeyPoster* keyPoster() { return poster ? &*poster : nullptr; }
 
-    /// `going` is called right before a chord goes out.
-    void whenChordGoes(std::function<void()> going) { poster.onChord = std::move(going); }
+    /// `going` is called right before a chord goes out, where it is theirs.
+    void whenChordGoes(std::function<void()> going)
+    {
+        if (poster) {
+            poster->onChord = std::move(going);
+        }
+    }
 
-    /// Whether there are portals for key and chord, and the person has not said no to one, nor
-    /// would have to be asked.
+    /// Whether they have what the chord needs, and the person has not said no to it or to the key,
+    /// nor would have to be asked.
     bool isGranted() const;
 
     /// Whether `ask` may bring a question to the person: unless it is known that all is granted,
     /// or what is not cannot be.
     bool canAsk() const;
+
+    /// Why the chord cannot be asked for, as a sentence for the person; else empty.
+    std::string obstacle() const;
 
     /// Has the desktop ask the person for what is not granted: `hotkey`, the chord, Escape, one
     /// after the other.
@@ -60,7 +73,7 @@ private:
     PortalKey hotkey;
     PortalKey escape;
     PortalEventTap tap;
-    RemoteDesktopPoster poster;
+    std::optional<RemoteDesktopPoster> poster;
 };
 
 } // namespace vorlin

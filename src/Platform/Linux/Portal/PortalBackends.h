@@ -14,7 +14,8 @@ namespace vorlin {
 
 /// The programs of the desktop that do what the portals are asked for. One that ends takes every
 /// session along, and the portals tell nobody; portals that end leave their sessions to them, and
-/// some of them keep those. Main loop; waits for nothing.
+/// some of them keep those. Those that say of themselves that they serve no keys are none of ours.
+/// Main loop; waits for nothing.
 class PortalBackends final : public QObject {
     Q_OBJECT
 
@@ -30,13 +31,20 @@ Q_SIGNALS:
     void replaced();
 
 private:
+    struct Backend {
+        QString name;
+        /// Unless it has said otherwise.
+        bool servesKeys = true;
+        std::unique_ptr<BusName> owner;
+    };
     void look();
     void watch(const QStringList& all);
+    void askWhatItServes(const QString& name);
+    Backend* find(const QString& name);
 
     QDBusConnection bus;
     /// Those that were there when the portals were: they start them ahead of themselves.
-    QStringList names;
-    std::vector<std::unique_ptr<BusName>> backends;
+    std::vector<Backend> backends;
 };
 
 } // namespace vorlin

@@ -21,9 +21,16 @@ std::optional<std::chrono::milliseconds> timeOf(std::uint64_t timestamp)
 PortalEventTap::PortalEventTap(PortalKey& hotkey, PortalKey& escape, MainLoop& loop)
     : hotkey(hotkey), escape(escape), loop(loop)
 {
-    hotkeyChanges = hotkey.state().observe([this](PortalKeyState) { updateConflict(); });
+    hotkeyChanges = hotkey.state().observe([this](PortalKeyState) {
+        updateConflict();
+        if (chosen && !shortcutTrigger(*chosen)) {
+            noteLayoutChange(); // it is watchable, or not any more
+        }
+    });
     escapeChanges = escape.state().observe([this](PortalKeyState) { updateConflict(); });
     triggerChanges = hotkey.trigger().observe([this](const std::string& now) { setTrigger(now); });
+    // What is watchable has changed, and with it which keys are of use.
+    hotkeyPortalChanges = hotkey.portal().observe([this](KeysPortal) { noteLayoutChange(); });
     escapePortalChanges = escape.portal().observe([this](KeysPortal) { updateConflict(); });
 }
 
@@ -32,13 +39,11 @@ PortalEventTap::~PortalEventTap()
     stop();
 }
 
-std::optional<WantedShortcut> PortalEventTap::shortcutFor(const Hotkey& hotkey)
+WantedShortcut PortalEventTap::shortcutFor(const Hotkey& hotkey)
 {
     const auto trigger = shortcutTrigger(hotkey);
-    if (!trigger) {
-        return std::nullopt;
-    }
-    return WantedShortcut{"dictate-" + *trigger, "Dictate", *trigger};
+    return trigger ? WantedShortcut{"dictate-" + *trigger, "Dictate", *trigger}
+                   : WantedShortcut{"dictate", "Dictate", ""};
 }
 
 WantedShortcut PortalEventTap::escapeShortcut()
@@ -67,25 +72,29 @@ void PortalEventTap::choose(const Hotkey& next)
 void PortalEventTap::setInterest(const KeyInterest& next)
 {
     interest = next;
-    hotkey.want(interest.hotkey ? shortcutFor(*interest.hotkey) : std::nullopt);
+    hotkey.want(interest.hotkey ? std::optional(shortcutFor(*interest.hotkey)) : std::nullopt);
     escape.want(interest.escape ? std::optional(escapeShortcut()) : std::nullopt);
     updateConflict();
 }
 
 KeyWatch PortalEventTap::watchable(const Hotkey& key) const
 {
-    return shortcutFor(key) ? KeyWatch::pressesAndReleases : KeyWatch::nothing;
+    const bool isGiven = key == chosen && hotkey.state().get() != PortalKeyState::taken &&
+                         hotkey.isGranted(shortcutFor(key));
+    const bool isWatched = hotkey.portal().get() != KeysPortal::missing &&
+                           (shortcutTrigger(key).has_value() || isGiven);
+    return isWatched ? KeyWatch::pressesAndReleases : KeyWatch::nothing;
 }
 
 bool PortalEventTap::isGranted() const
 {
-    return hotkey.isGranted(chosen ? shortcutFor(*chosen) : std::nullopt);
+    return hotkey.portal().get() != KeysPortal::there ||
+           hotkey.isGranted(chosen ? std::optional(shortcutFor(*chosen)) : std::nullopt);
 }
 
 bool PortalEventTap::needsQuestion() const
 {
-    const auto shortcut = chosen ? shortcutFor(*chosen) : std::nullopt;
-    return shortcut && hotkey.needsQuestion(*shortcut);
+    return chosen && hotkey.needsQuestion(shortcutFor(*chosen));
 }
 
 /// What the person would have to be asked for, or what the desktop cannot do, is a conflict while
@@ -104,11 +113,12 @@ KeyConflict PortalEventTap::present() const
         return needsQuestion() ? KeyConflict::hotkeyUnasked : questionOfEscape();
     }
     if (watchable(*interest.hotkey) == KeyWatch::nothing) {
-        return KeyConflict::hotkeyMissing;
+        return needsQuestion() ? KeyConflict::hotkeyUnasked : KeyConflict::hotkeyMissing;
     }
     switch (key) {
     case unasked:
-    case refused: return KeyConflict::hotkeyUnasked;
+    case refused:
+    case unanswered: return KeyConflict::hotkeyUnasked;
     case taken: return KeyConflict::hotkeyTaken;
     case bound: return presentOfEscape();
     default: return questionOfEscape();
@@ -135,10 +145,8 @@ void PortalEventTap::hotkeyPressed(bool again, std::uint64_t timestamp)
 {
     const bool repeated = repeats(timestamp) && again;
     if (interest.hotkey) {
-        tell(KeyEventType::keyDown, {.keyCode = interest.hotkey->keyCode,
-                                     .flags = interest.hotkey->modifiers,
-                                     .autorepeat = repeated,
-                                     .time = timeOf(timestamp)});
+        tellHotkey(*interest.hotkey, /*isDown=*/true,
+                   {.autorepeat = repeated, .time = timeOf(timestamp)});
     }
 }
 
@@ -158,7 +166,20 @@ bool PortalEventTap::repeats(std::uint64_t timestamp)
 void PortalEventTap::hotkeyReleased()
 {
     if (interest.hotkey) {
-        tell(KeyEventType::keyUp, {.keyCode = interest.hotkey->keyCode});
+        tellHotkey(*interest.hotkey, /*isDown=*/false, {});
+    }
+}
+
+/// As the hotkey would be told of itself, whichever key the desktop watches in its place.
+void PortalEventTap::tellHotkey(const Hotkey& key, bool isDown, KeyEvent event)
+{
+    event.keyCode = key.keyCode;
+    if (key.modifierOnly) {
+        event.flags = isDown ? Hotkey::flag(key.keyCode).value_or(0) : 0;
+        tell(KeyEventType::flagsChanged, event);
+    } else {
+        event.flags = isDown ? key.modifiers : 0;
+        tell(isDown ? KeyEventType::keyDown : KeyEventType::keyUp, event);
     }
 }
 

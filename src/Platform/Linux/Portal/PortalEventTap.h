@@ -29,11 +29,13 @@ public:
     void choose(const Hotkey& hotkey) override;
     void setInterest(const KeyInterest& interest) override;
     bool typesCharacters(std::uint16_t /*keyCode*/) override { return false; }
-    /// Ordinary keys: modifiers alone make no shortcut.
+    /// Ordinary keys, unless the portals are known to watch none. Modifiers alone make no shortcut:
+    /// one that is chosen is told of when another key is pressed that the person gave in the
+    /// desktop.
     KeyWatch watchable(const Hotkey& hotkey) const override;
     bool losesReleases() const override { return true; }
 
-    /// Whether the portals are there, and the chosen hotkey needs no question.
+    /// Whether the chosen hotkey needs no question, as where no portal would ask one.
     bool isGranted() const;
     /// Whether the portals are there, and it needs one.
     bool needsQuestion() const;
@@ -43,8 +45,9 @@ public:
     void hotkeyReleased();
     void escapePressed();
 
-    /// The shortcut that stands for a hotkey; nothing where it makes none.
-    static std::optional<WantedShortcut> shortcutFor(const Hotkey& hotkey);
+    /// The shortcut that stands for a hotkey; where it makes none, the one that the person chooses
+    /// in the desktop.
+    static WantedShortcut shortcutFor(const Hotkey& hotkey);
     static WantedShortcut escapeShortcut();
 
 private:
@@ -52,6 +55,7 @@ private:
     KeyConflict present() const;
     KeyConflict presentOfEscape() const;
     KeyConflict questionOfEscape() const;
+    void tellHotkey(const Hotkey& key, bool isDown, KeyEvent event);
     bool repeats(std::uint64_t timestamp);
     void tell(KeyEventType type, const KeyEvent& event);
 
@@ -65,6 +69,7 @@ private:
     TimePoint lastTold;
     std::uint64_t lastTimestamp = 0;
     Subscription hotkeyChanges;
+    Subscription hotkeyPortalChanges;
     Subscription escapeChanges;
     Subscription escapePortalChanges;
     Subscription triggerChanges;

@@ -15,13 +15,14 @@ constexpr std::chrono::minutes longestRetry{10};
 PortalKey::PortalKey(const QDBusConnection& bus, const HostRegistry& registry, std::string what,
                      PortalMemory& memory, Callbacks callbacks, const PortalKeyTimes& times)
     : bus(bus), registry(registry),
-      session(bus, registry,
+      session(bus, registry, times.patience,
               {.activated = [this](const std::string& id,
                                    std::uint64_t timestamp) { pressed(id, timestamp); },
                .deactivated = [this](const std::string& id) { released(id); },
                .changed = [this](const BoundShortcuts& shortcuts) { changed(shortcuts); },
                .ended = [this] { fail(); },
-               .asks = [this](const std::string& id) { asks(id); }}),
+               .late = [this] { late(); },
+               .declined = [this](const std::string& id) { declined(id); }}),
       what(std::move(what)), memory(memory), callbacks(std::move(callbacks)), times(times),
       retryIn(times.retry)
 {
@@ -29,6 +30,7 @@ PortalKey::PortalKey(const QDBusConnection& bus, const HostRegistry& registry, s
     retry.setSingleShot(true);
     connect(&retry, &QTimer::timeout, this, &PortalKey::open);
     connect(&registry, &HostRegistry::ready, this, &PortalKey::look);
+    connect(&registry, &HostRegistry::absent, this, [this] { setPortal(KeysPortal::missing); });
     connect(&registry, &HostRegistry::gone, this, [this] {
         question.reset();
         retry.stop();
@@ -76,7 +78,8 @@ void PortalKey::want(const std::optional<WantedShortcut>& next)
 
 void PortalKey::ask(const WantedShortcut& asked, std::function<void()> answered)
 {
-    if (question && question->shortcut == asked) {
+    const bool isLate = session.isLate();
+    if (question && question->shortcut == asked && !isLate) {
         question->answered = std::move(answered);
         return;
     }
@@ -87,6 +90,9 @@ void PortalKey::ask(const WantedShortcut& asked, std::function<void()> answered)
     }
     question = {asked, std::move(answered)};
     lose(PortalKeyState::unknown);
+    if (isLate) {
+        session.giveUp();
+    }
     open();
 }
 
@@ -98,7 +104,8 @@ bool PortalKey::isGranted(const std::optional<WantedShortcut>& shortcut) const
 
 bool PortalKey::needsQuestion(const WantedShortcut& shortcut) const
 {
-    return known.get() == KeysPortal::there && !isGranted(shortcut);
+    return known.get() == KeysPortal::there &&
+           (!isGranted(shortcut) || current.get() == PortalKeyState::unanswered);
 }
 
 /// Opens a session for what is wanted, now or to ask for it.
@@ -132,8 +139,9 @@ void PortalKey::listed(const WantedShortcut& shortcut, const ShortcutAnswer& ans
 
 void PortalKey::bind(const WantedShortcut& shortcut)
 {
-    const auto patience = question ? std::nullopt : ShortcutSession::Patience(times.patience);
-    session.bind(shortcut, patience, [this, id = shortcut.id](const ShortcutAnswer& answered) {
+    const auto may =
+        question ? ShortcutSession::Question::allowed : ShortcutSession::Question::none;
+    session.bind(shortcut, may, [this, id = shortcut.id](const ShortcutAnswer& answered) {
         if (answered.bound.contains(id)) {
             take(id, answered.bound);
         } else if (answered.end != ShortcutAnswer::End::told) {
@@ -169,19 +177,25 @@ void PortalKey::changed(const BoundShortcuts& shortcuts)
     if (shortcuts.contains(wanted->id)) {
         take(wanted->id, shortcuts);
     } else if (current.get() == PortalKeyState::bound || current.get() == PortalKeyState::taken) {
-        asks(wanted->id); // the person has removed it
+        declined(wanted->id); // the person has removed it
+        lose(PortalKeyState::unasked);
         session.close();
     }
 }
 
+/// Nobody has decided anything: what was given to us stays given.
+void PortalKey::late()
+{
+    if (!question) {
+        lose(PortalKeyState::unanswered);
+    }
+}
+
 /// To have `id` again the desktop would ask the person.
-void PortalKey::asks(const std::string& id)
+void PortalKey::declined(const std::string& id)
 {
     if (consent(id) == PortalConsent::granted) {
         memory.setConsent(what, id, PortalConsent::unasked);
-    }
-    if (wanted && wanted->id == id && !question) {
-        lose(PortalKeyState::unasked);
     }
 }
 
@@ -190,17 +204,25 @@ void PortalKey::asks(const std::string& id)
 void PortalKey::fail()
 {
     session.close();
-    reopen();
+    openLater();
+    if (const auto done = std::exchange(question, std::nullopt)) {
+        done->answered();
+    }
 }
 
 void PortalKey::reopen()
+{
+    question.reset(); // what follows a question would be asked at once
+    openLater();
+}
+
+void PortalKey::openLater()
 {
     lose(PortalKeyState::unknown);
     if (wanted && known.get() == KeysPortal::there) {
         retry.start(retryIn);
         retryIn = std::min<std::chrono::milliseconds>(2 * retryIn, longestRetry);
     }
-    answer();
 }
 
 /// What is held is let go: its release may never be told.

@@ -26,6 +26,9 @@ enum class PortalKeyState {
     /// It would ask the person, who has not been asked, or has not wished to be.
     unasked,
     refused,
+    /// It was given to us, and the desktop does not say whether it is bound: it is busy, or asks
+    /// the person. What it says later counts.
+    unanswered,
     /// It is told of.
     bound,
     /// The person gave it to us, but another program has it, or nothing triggers it.
@@ -37,8 +40,8 @@ enum class KeysPortal { unknown, missing, there };
 
 /// How long a key waits.
 struct PortalKeyTimes {
-    /// A key that needs no question is bound within that; else the desktop asks the person,
-    /// which is taken back.
+    /// What needs no question is answered within that; else the desktop is busy, or asks the
+    /// person: nobody waits for it any more, and what it answers later counts.
     std::chrono::milliseconds patience{std::chrono::seconds(5)};
     /// Before a session that ended, or failed to open, is opened anew; each further time twice
     /// as long, until the key is pressed or the portals start anew.
@@ -73,7 +76,8 @@ public:
 
     /// Lets the desktop ask the person for `wanted`, unless it is given to us already; `answered`
     /// is called once the person has answered, or nothing is left to be asked. A later call takes
-    /// the place of an earlier one, and the portals' end takes it back: neither is answered.
+    /// the place of an earlier one, and the end of the portals, or of who serves them, takes it
+    /// back: neither is answered.
     void ask(const WantedShortcut& wanted, std::function<void()> answered);
 
     /// What serves the portals has changed, and may know no session of ours any more. It is asked
@@ -88,7 +92,8 @@ public:
     /// as is known.
     bool isGranted(const std::optional<WantedShortcut>& shortcut) const;
 
-    /// Whether the portals are there, and the person would be asked for `shortcut` first.
+    /// Whether the portals are there, and the person would be asked for `shortcut` first, or would
+    /// have to be where nothing is answered.
     bool needsQuestion(const WantedShortcut& shortcut) const;
 
     /// What triggers the key, as the desktop says it; empty while none is bound.
@@ -110,8 +115,10 @@ private:
     void bind(const WantedShortcut& shortcut);
     void take(const std::string& id, const BoundShortcuts& bound);
     void changed(const BoundShortcuts& shortcuts);
-    void asks(const std::string& id);
+    void late();
+    void declined(const std::string& id);
     void fail();
+    void openLater();
     void lose(PortalKeyState next);
     void pressed(const std::string& id, std::uint64_t timestamp);
     void released(const std::string& id);

@@ -170,6 +170,21 @@ void PortalRequest::close()
     }
 }
 
+void PortalRequest::leaveSession()
+{
+    auto* const late = new PortalRequest(bus, registry);
+    late->setParent(this);
+    late->whenDone = [late](const PortalAnswer& answer) {
+        const auto session = portals::handle(answer, QStringLiteral("session_handle"));
+        if (!session.isEmpty()) {
+            portals::closeSession(late->bus, late->portal, session);
+        }
+        late->deleteLater();
+    };
+    late->follow(object);
+    forget();
+}
+
 void PortalRequest::forget()
 {
     ++generation;

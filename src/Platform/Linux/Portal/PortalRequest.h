@@ -89,6 +89,9 @@ public:
     /// The dialog of the request, if it has one, goes, too.
     void close();
 
+    /// The same of a request that makes a session, which is ended as soon as it is made.
+    void leaveSession();
+
     bool isPending() const { return whenDone != nullptr; }
 
 private Q_SLOTS:

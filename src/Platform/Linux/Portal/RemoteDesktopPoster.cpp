@@ -59,8 +59,12 @@ RemoteDesktopPoster::RemoteDesktopPoster(const QDBusConnection& bus, const HostR
 {
     limit.setSingleShot(true);
     limit.setInterval(patience);
-    connect(&limit, &QTimer::timeout, this, &RemoteDesktopPoster::takeBack);
+    connect(&limit, &QTimer::timeout, this, [this] { late = true; });
     connect(&registry, &HostRegistry::ready, this, &RemoteDesktopPoster::look);
+    connect(&registry, &HostRegistry::absent, this, [this] {
+        allowed.set(Access::missing);
+        answer();
+    });
     connect(&registry, &HostRegistry::gone, this, [this] {
         if (!session.isEmpty()) {
             Q_EMIT orphaned(session);
@@ -129,13 +133,18 @@ KeyReadiness RemoteDesktopPoster::readiness() const
     if (stage == Stage::open) {
         return strokes.isIdle() ? KeyReadiness::ready : KeyReadiness::soon;
     }
-    return stage == Stage::opening && !whenAnswered ? KeyReadiness::soon : KeyReadiness::never;
+    const bool opens = stage == Stage::opening && !whenAnswered && !late;
+    return opens ? KeyReadiness::soon : KeyReadiness::never;
 }
 
 void RemoteDesktopPoster::ask(std::function<void()> answered)
 {
     whenAnswered = std::move(answered);
-    if (allowed.get() == Access::granted || allowed.get() == Access::missing) {
+    const bool opens = allowed.get() == Access::granted && !late;
+    if (late) {
+        close();
+    }
+    if (opens || allowed.get() == Access::missing) {
         answer();
     } else {
         open();
@@ -150,6 +159,7 @@ void RemoteDesktopPoster::open()
         return;
     }
     stage = Stage::opening;
+    limit.start();
     request.send(portals::remoteDesktop, "CreateSession", {},
                  {{"session_handle_token", portals::freshToken()}},
                  [this](const PortalAnswer& answer) {
@@ -182,8 +192,9 @@ void RemoteDesktopPoster::selectDevices()
 
 void RemoteDesktopPoster::startSession()
 {
-    if (!whenAnswered) {
-        limit.start();
+    if (whenAnswered) {
+        limit.stop(); // the person takes their time
+        late = false;
     }
     request.send(portals::remoteDesktop, "Start",
                  {QVariant::fromValue(QDBusObjectPath(session)), QString()}, {},
@@ -204,6 +215,7 @@ void RemoteDesktopPoster::started(const PortalAnswer& answered)
     memory.setConsent(what, form, token.empty() ? PortalConsent::unasked : PortalConsent::granted);
     stage = Stage::open;
     limit.stop();
+    late = false;
     remember();
     if (!isWanted) {
         close();
@@ -211,25 +223,12 @@ void RemoteDesktopPoster::started(const PortalAnswer& answered)
     answer();
 }
 
-/// The desktop asks the person, who is dictating, instead of opening the session: what it was to
-/// be opened with is worth nothing any more.
-void RemoteDesktopPoster::takeBack()
-{
-    memory.setToken(what, std::nullopt);
-    memory.setConsent(what, form, PortalConsent::unasked);
-    remember();
-    close();
-}
-
-/// Remembers what an answer that gives no session is worth: only what the person says is a refusal
-/// of theirs, but what the session was to be opened with has served.
+/// Only what the person says is a refusal of theirs.
 void RemoteDesktopPoster::refuse(const PortalAnswer& answered)
 {
-    const bool byThePerson = answered.end == PortalAnswer::End::answered && answered.code <= 1;
-    if (byThePerson || !whenAnswered) {
+    if (answered.end == PortalAnswer::End::answered && answered.code <= 1) {
         memory.setToken(what, std::nullopt);
-        memory.setConsent(what, form,
-                          byThePerson ? PortalConsent::refused : PortalConsent::unasked);
+        memory.setConsent(what, form, PortalConsent::refused);
         remember();
     }
 }
@@ -244,6 +243,9 @@ void RemoteDesktopPoster::fail(const PortalAnswer& answered)
 
 void RemoteDesktopPoster::close()
 {
+    if (request.isPending() && session.isEmpty()) {
+        request.leaveSession();
+    }
     request.close();
     if (!session.isEmpty()) {
         portals::closeSession(bus, registry.portal(), session);
@@ -259,6 +261,7 @@ void RemoteDesktopPoster::forget()
     session.clear();
     stage = Stage::closed;
     limit.stop();
+    late = false;
     strokes.forget();
 }
 

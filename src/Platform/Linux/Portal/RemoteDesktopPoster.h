@@ -47,7 +47,8 @@ public:
     using Places = std::function<std::optional<std::uint32_t>(std::uint16_t keyCode)>;
 
     /// All must outlive this object; `registry` is the one of the same connection. A session that
-    /// needs no question opens within `patience`.
+    /// needs no question opens within `patience`; else the desktop is busy, or asks the person:
+    /// nobody waits for it any more, and what it answers later counts.
     RemoteDesktopPoster(const QDBusConnection& bus, const HostRegistry& registry,
                         PortalMemory& memory, Places places,
                         std::chrono::milliseconds patience = std::chrono::seconds(5));
@@ -58,12 +59,15 @@ public:
     KeyReadiness readiness() const override;
     void post(std::uint16_t keyCode, bool keyDown, std::uint64_t flags) override;
 
-    /// Lets the desktop ask the person, unless it was allowed already; `answered` is called once
-    /// that is settled. A later call takes the place of an earlier one, and the portals' end takes
-    /// it back: neither is answered.
+    /// Lets the desktop ask the person, unless it was allowed already and opens; `answered` is
+    /// called once that is settled. A later call takes the place of an earlier one, and the
+    /// portals' end takes it back: neither is answered.
     void ask(std::function<void()> answered);
 
     const Published<Access, RemoteDesktopPoster>& access() const { return allowed; }
+
+    /// Whether a session still does not open that should have been open.
+    bool isLate() const { return late; }
 
     /// Called right before a key goes out that is posted down, once its modifiers are.
     std::function<void()> onChord;
@@ -84,7 +88,6 @@ private:
     void selectDevices();
     void startSession();
     void started(const PortalAnswer& answer);
-    void takeBack();
     void refuse(const PortalAnswer& answered);
     void fail(const PortalAnswer& answered);
     void close();
@@ -103,8 +106,9 @@ private:
     std::function<void()> whenAnswered;
     /// Whether a session is wanted, between `prepare` and `rest`.
     bool isWanted = false;
-    /// Until a session that is still not open must be taken to wait for the person.
+    /// Until a session that is still not open is late.
     QTimer limit;
+    bool late = false;
     PortalStrokes strokes;
     Published<Access, RemoteDesktopPoster> allowed{Access::unknown};
 };

@@ -14,12 +14,18 @@ constexpr std::array heardSignals{"Activated", "Deactivated", "ShortcutsChanged"
 } // namespace
 
 ShortcutSession::ShortcutSession(const QDBusConnection& bus, const HostRegistry& registry,
-                                 Callbacks callbacks)
+                                 std::chrono::milliseconds patience, Callbacks callbacks)
     : bus(bus), registry(registry), callbacks(std::move(callbacks)), request(bus, &registry)
 {
     registerPortalShortcuts();
     limit.setSingleShot(true);
-    connect(&limit, &QTimer::timeout, this, &ShortcutSession::takeBack);
+    limit.setInterval(patience);
+    connect(&limit, &QTimer::timeout, this, [this] {
+        late = true;
+        if (!isAbandoned || next) {
+            this->callbacks.late();
+        }
+    });
     connect(&registry, &HostRegistry::gone, this, [this] {
         next = nullptr;
         if (isOpen()) {
@@ -38,6 +44,9 @@ void ShortcutSession::open(WhenTold told)
 {
     close();
     next = [this, told = std::move(told)] { create(told); };
+    if (late) {
+        callbacks.late(); // what is abandoned is still to be answered
+    }
     goOn();
 }
 
@@ -58,24 +67,39 @@ void ShortcutSession::create(WhenTold told)
 void ShortcutSession::send(const QString& method, const QVariantList& arguments,
                            const QVariantMap& options, WhenAnswered answered)
 {
+    if (!isQuestion) {
+        limit.start();
+    }
     request.send(portals::shortcuts, method, arguments, options,
                  [this, method, answered = std::move(answered)](const PortalAnswer& answer) {
                      if (answer.end == PortalAnswer::End::gone) {
                          return; // the registry tells of it
                      }
                      limit.stop();
+                     late = false;
                      isQuestion = false;
                      if (method == "CreateSession") {
                          session = portals::handle(answer, "session_handle");
                          listen(true);
                      }
                      if (isAbandoned) {
-                         drop();
-                         goOn();
+                         abandoned(answer);
                      } else {
                          answered(answer);
                      }
                  });
+}
+
+void ShortcutSession::abandoned(const PortalAnswer& answer)
+{
+    const bool isRefusal = answer.end == PortalAnswer::End::answered && answer.code == 1 &&
+                           boundShortcuts(answer.results.value("shortcuts")).empty();
+    const auto id = std::exchange(binding, {});
+    if (isRefusal && !id.empty()) {
+        callbacks.declined(id);
+    }
+    drop();
+    goOn();
 }
 
 void ShortcutSession::list(WhenTold told)
@@ -88,19 +112,19 @@ void ShortcutSession::list(WhenTold told)
          });
 }
 
-void ShortcutSession::bind(const WantedShortcut& wanted, Patience patience, WhenTold told)
+void ShortcutSession::bind(const WantedShortcut& wanted, Question question, WhenTold told)
 {
-    const PortalShortcuts list{{QString::fromStdString(wanted.id),
-                                {{"description", QString::fromStdString(wanted.description)},
-                                 {"preferred_trigger", QString::fromStdString(wanted.trigger)}}}};
-    isQuestion = !patience;
-    if (patience) {
-        binding = wanted.id;
-        limit.start(*patience);
+    QVariantMap properties{{"description", QString::fromStdString(wanted.description)}};
+    if (!wanted.trigger.empty()) {
+        properties.insert("preferred_trigger", QString::fromStdString(wanted.trigger));
     }
+    const PortalShortcuts list{{QString::fromStdString(wanted.id), properties}};
+    isQuestion = question == Question::allowed;
+    binding = wanted.id;
     send("BindShortcuts",
          {QVariant::fromValue(QDBusObjectPath(session)), QVariant::fromValue(list), QString()}, {},
          [this, told = std::move(told)](const PortalAnswer& answer) {
+             binding.clear();
              const auto bound = boundShortcuts(answer.results.value("shortcuts"));
              // Some give the key and call it a failure.
              const bool decided = answer.end == PortalAnswer::End::answered && answer.code <= 1;
@@ -113,14 +137,6 @@ void ShortcutSession::bind(const WantedShortcut& wanted, Patience patience, When
          });
 }
 
-void ShortcutSession::takeBack()
-{
-    const auto id = std::exchange(binding, {});
-    drop();
-    callbacks.asks(id);
-    goOn();
-}
-
 void ShortcutSession::close()
 {
     next = nullptr;
@@ -129,6 +145,15 @@ void ShortcutSession::close()
     } else {
         drop();
     }
+}
+
+void ShortcutSession::giveUp()
+{
+    next = nullptr;
+    if (request.isPending() && !isOpen()) {
+        request.leaveSession();
+    }
+    drop();
 }
 
 void ShortcutSession::drop()
@@ -147,6 +172,8 @@ void ShortcutSession::end()
     limit.stop();
     listen(false);
     session.clear();
+    binding.clear();
+    late = false;
     isQuestion = false;
     isAbandoned = false;
 }

@@ -13,7 +13,6 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <string>
 
 namespace vorlin {
@@ -24,7 +23,8 @@ struct WantedShortcut {
     std::string id;
     /// What the person reads.
     std::string description;
-    /// As the desktops' common specification of shortcuts writes keys: "CTRL+ALT+d".
+    /// As the desktops' common specification of shortcuts writes keys: "CTRL+ALT+d"; empty: the
+    /// person chooses it in the desktop.
     std::string trigger;
 
     bool operator==(const WantedShortcut&) const = default;
@@ -62,28 +62,37 @@ public:
         std::function<void(const BoundShortcuts&)> changed;
         /// The desktop ended the session.
         std::function<void()> ended;
-        /// What was bound with a `patience` asks the person; also where it is not wanted any more.
-        /// The question was taken back, and the session is over.
-        std::function<void(const std::string& id)> asks;
+        /// What asks nobody is not answered within the patience: the desktop is busy, or asks the
+        /// person all the same. An answer that comes later counts.
+        std::function<void()> late;
+        /// The person said no to a key that is not wanted any more.
+        std::function<void(const std::string& id)> declined;
     };
     using WhenTold = std::function<void(const ShortcutAnswer&)>;
-    using Patience = std::optional<std::chrono::milliseconds>;
+    /// Whether the person, who wished it, may be asked, and is waited for.
+    enum class Question { none, allowed };
 
     /// `registry` must outlive this object and be the one of the same connection.
-    ShortcutSession(const QDBusConnection& bus, const HostRegistry& registry, Callbacks callbacks);
+    ShortcutSession(const QDBusConnection& bus, const HostRegistry& registry,
+                    std::chrono::milliseconds patience, Callbacks callbacks);
     ~ShortcutSession() override;
 
     /// Makes a session, in place of one that is open, and asks what is bound in it already. Asks
     /// the person nothing. Where the portals go, nothing is told.
     void open(WhenTold told);
 
-    /// Binds one key in the open session, perhaps after a question to the person, and tells what is
-    /// bound then. A desktop may take only one such call a session. Where a `patience` is given
-    /// what takes longer is taken for a question.
-    void bind(const WantedShortcut& wanted, Patience patience, WhenTold told);
+    /// Binds one key in the open session, and tells what is bound then. A desktop may take only one
+    /// such call a session.
+    void bind(const WantedShortcut& wanted, Question question, WhenTold told);
 
-    /// Gives the keys back. No callback but `asks` comes from then on.
+    /// Gives the keys back. No callback but `declined` comes from then on.
     void close();
+
+    /// The same, and waits for no answer that is still to come.
+    void giveUp();
+
+    /// Whether an answer is still to come that should have been here.
+    bool isLate() const { return late; }
 
 Q_SIGNALS:
     /// The portals went while this session was open: who served it may have it still.
@@ -101,7 +110,7 @@ private:
     void send(const QString& method, const QVariantList& arguments, const QVariantMap& options,
               WhenAnswered answered);
     void list(WhenTold told);
-    void takeBack();
+    void abandoned(const PortalAnswer& answer);
     void listen(bool on);
     void drop();
     void end();
@@ -113,10 +122,11 @@ private:
     PortalRequest request;
     /// The session's object; empty while none is open.
     QString session;
-    /// What is bound while `limit` runs.
+    /// What is being bound; empty while nothing is.
     std::string binding;
-    /// Until what was not to be a question is taken for one.
+    /// Until what asks nobody is late.
     QTimer limit;
+    bool late = false;
     /// The person is, or may be, asked: that is not waited for.
     bool isQuestion = false;
     /// What is on its way is not wanted any more.

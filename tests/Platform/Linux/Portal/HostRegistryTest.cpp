@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <memory>
+#include <system_error>
 
 namespace vorlin {
 namespace {
@@ -18,6 +20,8 @@ protected:
         registry = std::make_unique<HostRegistry>(ours.bus, "org.example.App", nameless);
         QObject::connect(registry.get(), &HostRegistry::ready, registry.get(),
                          [this] { ++readies; });
+        QObject::connect(registry.get(), &HostRegistry::absent, registry.get(),
+                         [this] { ++absences; });
         QObject::connect(registry.get(), &HostRegistry::gone, registry.get(), [this] { ++ends; });
     }
 
@@ -27,6 +31,7 @@ protected:
     std::unique_ptr<HostRegistry> registry;
     int readies = 0;
     int ends = 0;
+    int absences = 0;
 };
 
 TEST_F(HostRegistryTest, tellsThePortalsWhoAsks)
@@ -109,6 +114,49 @@ TEST_F(HostRegistryTest, portalsThatEndAreStartedAgain)
     portal.reset();
     ASSERT_TRUE(runUntil([&] { return ends == 1; }));
     EXPECT_TRUE(runUntil([&] { return std::filesystem::exists(started); }));
+}
+
+TEST_F(HostRegistryTest, portalsThatDieWhileTheyAreToldAreStartedAgainAndToldAnew)
+{
+    portal->holdsReplies = true;
+    introduce();
+    ASSERT_TRUE(runUntil([&] { return portal->count("Register") == 1; }));
+    portal->takeIn(ours.bus);
+    const auto started = bus.folder / "started";
+    bus.starts("org.freedesktop.portal.Desktop", "/usr/bin/touch " + started.string());
+    portal.reset();
+    ASSERT_TRUE(runUntil([&] { return std::filesystem::exists(started); }));
+    portal = std::make_unique<PlayedPortal>(bus);
+    ASSERT_TRUE(runUntil([&] { return readies == 1; }));
+    EXPECT_EQ(portal->count("Register org.example.App"), 1);
+}
+
+TEST_F(HostRegistryTest, portalsThatDoNotStartAreTriedAgain)
+{
+    portal.reset();
+    const auto count = bus.folder / "starts";
+    const auto program = bus.folder / "fails";
+    std::ofstream(program) << "#!/bin/sh\necho >> " << count.string() << "\nexit 1\n";
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    bus.starts("org.freedesktop.portal.Desktop", program.string());
+    introduce();
+    ASSERT_TRUE(runUntil([&] { return absences == 1; }));
+    EXPECT_TRUE(registry->isAbsent());
+    EXPECT_TRUE(runUntil([&] {
+        std::error_code none;
+        return std::filesystem::file_size(count, none) >= 2 && !none;
+    }));
+    EXPECT_EQ(absences, 1);
+}
+
+TEST_F(HostRegistryTest, aSessionWithoutPortalsIsToldUntilThereAreSome)
+{
+    portal.reset();
+    introduce();
+    ASSERT_TRUE(runUntil([&] { return absences == 1; }));
+    portal = std::make_unique<PlayedPortal>(bus);
+    ASSERT_TRUE(runUntil([&] { return readies == 1; }));
+    EXPECT_FALSE(registry->isAbsent());
 }
 
 TEST_F(HostRegistryTest, portalsThatTakeTheNameWhileOthersAreToldAreToldThemselves)

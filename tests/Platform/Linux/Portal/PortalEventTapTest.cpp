@@ -9,6 +9,7 @@
 #include <QDBusVirtualObject>
 #include <QStringList>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -44,9 +45,16 @@ public:
             message.member() == "Close") {
             closed.push_back(message.path());
         }
-        return true;
+        return message.member() != "Introspect"; // which Qt answers
     }
-    QString introspect(const QString& /*path*/) const override { return {}; }
+    /// What it says that it serves.
+    QString interfaces = "<interface name='org.freedesktop.impl.portal.GlobalShortcuts'/>";
+    QString introspect(const QString& /*path*/) const override
+    {
+        wasAsked = true;
+        return interfaces;
+    }
+    mutable bool wasAsked = false;
 };
 
 class PortalEventTapTest : public testing::Test {
@@ -67,7 +75,10 @@ protected:
     {
         access.eventTap().choose(hotkey);
         EXPECT_TRUE(access.eventTap().start([this](KeyEventType type, const KeyEvent& event) {
-            events.push_back((type == KeyEventType::keyDown ? "down " : "up ") +
+            const bool isModifier = type == KeyEventType::flagsChanged;
+            events.push_back((isModifier                      ? "modifier "
+                              : type == KeyEventType::keyDown ? "down "
+                                                              : "up ") +
                              std::to_string(event.keyCode) + (event.autorepeat ? " again" : "") +
                              (event.flags == 0 ? "" : " " + std::to_string(event.flags)));
             return true;
@@ -294,6 +305,26 @@ TEST_F(PortalEventTapTest, aBackEndThatEndsIsAskedForTheKeyAgain)
     EXPECT_EQ(events, (Events{"down 101", "up 101"}));
 }
 
+TEST_F(PortalEventTapTest, aBackEndThatServesNoKeysCostsNoneWhenItEnds)
+{
+    PlayedProgram another{bus, "another back end"};
+    PlayedBackend files{another.bus};
+    files.interfaces = "<interface name='org.freedesktop.impl.portal.FileChooser'/>";
+    another.bus.registerService("org.freedesktop.impl.portal.desktop.files");
+    grant("dictate-F9");
+    start(f9);
+    ASSERT_TRUE(isWatched());
+    ASSERT_TRUE(runUntil([&] { return files.wasAsked; }));
+    PlayedProgram::roundTrip(another.bus);
+    portal.takeIn(ours.bus);
+    signal("Activated", "dictate-F9", portal.session);
+    another.bus.unregisterService("org.freedesktop.impl.portal.desktop.files");
+    PlayedProgram::roundTrip(another.bus);
+    portal.takeIn(ours.bus);
+    EXPECT_EQ(events, Events{"down 101"}) << "what is held stays held";
+    EXPECT_EQ(portal.count("CreateSession"), 1);
+}
+
 TEST_F(PortalEventTapTest, aSessionThatThePortalsLeaveToTheirBackEndIsEndedThere)
 {
     PlayedBackend served(backend.bus);
@@ -314,8 +345,30 @@ TEST_F(PortalEventTapTest, modifiersAloneCannotBeWatched)
     EXPECT_EQ(tap.watchable(f9), KeyWatch::pressesAndReleases);
     EXPECT_EQ(tap.watchable(controlD), KeyWatch::pressesAndReleases);
     EXPECT_TRUE(tap.losesReleases());
-    start(Hotkey{});
-    EXPECT_EQ(tap.conflict().get(), KeyConflict::hotkeyMissing);
+}
+
+TEST_F(PortalEventTapTest, inTheStoredModifiersPlaceAKeyIsWatchedThatThePersonChoosesInTheDesktop)
+{
+    grantTheRest();
+    auto& tap = access.eventTap();
+    const Hotkey rightControl{keyCodes::rightControl, 0, true};
+    start(rightControl);
+    ASSERT_TRUE(hasConflict(KeyConflict::hotkeyUnasked));
+    EXPECT_TRUE(access.canAsk());
+    EXPECT_FALSE(access.isGranted());
+    EXPECT_EQ(tap.watchable(rightControl), KeyWatch::nothing);
+    EXPECT_EQ(portal.count("BindShortcuts"), 0);
+    const auto before = tap.layoutChanges().get();
+    access.ask(rightControl);
+    ASSERT_TRUE(hasConflict(KeyConflict::none));
+    EXPECT_EQ(portal.count("BindShortcuts dictate="), 1) << "without a key of ours";
+    EXPECT_EQ(tap.watchable(rightControl), KeyWatch::pressesAndReleases);
+    EXPECT_EQ(tap.watchable(Hotkey{}), KeyWatch::nothing) << "no other one";
+    EXPECT_GT(tap.layoutChanges().get(), before);
+    EXPECT_EQ(tap.trigger().get(), "Press it");
+    signal("Activated", "dictate", sessions["dictate"]);
+    signal("Deactivated", "dictate", sessions["dictate"]);
+    EXPECT_EQ(events, (Events{"modifier 62 262144", "modifier 62"}));
 }
 
 TEST_F(PortalEventTapTest, startingAgainAndAgainAsksNobodyAndRepeatsNothing)
@@ -355,13 +408,56 @@ TEST_F(PortalEventTapTest, thePersonIsAskedForKeyChordAndEscapeOneAfterTheOther)
     EXPECT_EQ(events, Events{"down 101"});
 }
 
-TEST_F(PortalEventTapTest, noPortalForTheChordIsNoConsent)
+TEST_F(PortalEventTapTest, noPortalForTheChordIsNoConsentAndSaysSo)
 {
     portal.deviceTypes = 0;
     grant("dictate-F9");
+    memory.setConsent("escape", "cancel", PortalConsent::granted);
+    EXPECT_TRUE(access.canAsk()) << "who answers later may have it";
     start(f9);
     ASSERT_TRUE(isWatched());
     EXPECT_FALSE(access.isGranted());
+    EXPECT_TRUE(runUntil([&] { return !access.canAsk(); }));
+    EXPECT_EQ(access.obstacle(), "This desktop does not let Vorlin type into other apps.");
+}
+
+TEST_F(PortalEventTapTest, withoutAnyPortalsNothingCanBeAskedForAndThePersonIsToldWhy)
+{
+    start(f9);
+    portal.program.bus.interface()->unregisterService("org.freedesktop.portal.Desktop");
+    ASSERT_TRUE(hasConflict(KeyConflict::unwatched));
+    EXPECT_FALSE(access.isGranted());
+    EXPECT_TRUE(runUntil([&] { return !access.canAsk(); }));
+    EXPECT_THAT(access.obstacle(), testing::HasSubstr("Install xdg-desktop-portal"));
+}
+
+TEST_F(PortalEventTapTest, whereNoPortalWatchesKeysThoseThatThePersonBindsAreLeft)
+{
+    portal.hasKeys = false;
+    grantTheRest();
+    start(f9);
+    ASSERT_TRUE(hasConflict(KeyConflict::unwatched));
+    EXPECT_TRUE(isGranted()) << "the chord is, and no key needs a question";
+    EXPECT_FALSE(access.canAsk());
+    EXPECT_EQ(access.obstacle(), "");
+    EXPECT_EQ(access.eventTap().watchable(f9), KeyWatch::nothing);
+    EXPECT_GT(access.eventTap().layoutChanges().get(), 0U) << "the default key may be another";
+}
+
+TEST_F(PortalEventTapTest, aChordThatGoesAnotherWayIsNotAskedFor)
+{
+    PlayedProgram keys{bus, "keys without a chord"};
+    PlayedProgram escape{bus, "Escape without a chord"};
+    PortalAccess own{keys.bus, escape.bus, state, "desktop", loop, std::nullopt};
+    EXPECT_EQ(own.keyPoster(), nullptr);
+    EXPECT_TRUE(own.isGranted()) << "until portals are known to want to ask";
+    own.eventTap().choose(f9);
+    ASSERT_TRUE(runUntil([&] { return own.canAsk(); }));
+    EXPECT_FALSE(own.isGranted());
+    own.ask(f9);
+    ASSERT_TRUE(runUntil([&] { return !own.canAsk(); }));
+    EXPECT_TRUE(own.isGranted());
+    EXPECT_EQ(portal.count("Start"), 0);
 }
 
 TEST_F(PortalEventTapTest, whatIsStoppedTellsNothing)

@@ -22,37 +22,79 @@ TEST_F(PortalKeyTest, portalsThatEndWhileThePersonIsAskedTakeTheQuestionBack)
     EXPECT_EQ(portal->count("CreateSession"), 0);
 }
 
-TEST_F(PortalKeyTest, aQuestionThatNobodyWishedForIsTakenBack)
+TEST_F(PortalKeyTest, anAnswerThatIsLateIsNoRefusalAndCountsWhenItComes)
 {
     times.patience = std::chrono::milliseconds(1);
-    begin();
-    portal->watchesKeys();
-    grant(f9);
-    portal->answers["BindShortcuts"] = [](const QDBusMessage&) { return std::nullopt; };
-    key->want(f9);
-    ASSERT_TRUE(comesTo(unasked));
-    EXPECT_EQ(memory.consent("key", f9.id), PortalConsent::unasked);
-    EXPECT_TRUE(runUntil([&] { return portal->count("Close request") == 1; }));
-    EXPECT_TRUE(closesSessions(1));
-    EXPECT_TRUE(key->needsQuestion(f9));
+    for (const auto* method : {"CreateSession", "ListShortcuts", "BindShortcuts"}) {
+        begin();
+        portal->watchesKeys();
+        binds();
+        grant(f9);
+        const auto works = portal->answers[method];
+        holds(method);
+        const auto closed = portal->count("Close");
+        ASSERT_TRUE(comesTo(unanswered)) << method;
+        EXPECT_TRUE(key->isGranted(f9)) << method;
+        EXPECT_TRUE(key->needsQuestion(f9)) << "the person need not wait";
+        EXPECT_EQ(portal->count("Close"), closed) << method;
+        QDBusMessage late = QDBusMessage::createMethodCall("a.b", "/a", "a.b", "a");
+        if (std::string(method) == "BindShortcuts") {
+            portal->respond({.results = PlayedPortal::bound({{"dictate-F9", "F9"}})});
+        } else {
+            portal->respond(*works(late));
+        }
+        ASSERT_TRUE(comesTo(bound)) << method;
+        EXPECT_FALSE(key->needsQuestion(f9)) << method;
+    }
 }
 
-TEST_F(PortalKeyTest, aQuestionThatNobodyWishedForIsTakenBackWhenTheKeyIsNotWantedAnyMore)
+TEST_F(PortalKeyTest, aRefusalThatIsLateIsOne)
 {
     times.patience = std::chrono::milliseconds(1);
     begin();
     portal->watchesKeys();
     grant(f9);
-    bool binding = false;
-    portal->answers["BindShortcuts"] = [&](const QDBusMessage&) {
-        key->want(std::nullopt);
-        binding = true;
-        return std::nullopt;
-    };
+    holds("BindShortcuts");
+    ASSERT_TRUE(comesTo(unanswered));
+    portal->respond({.code = 1});
+    ASSERT_TRUE(comesTo(unasked));
+    EXPECT_EQ(memory.consent("key", f9.id), PortalConsent::unasked);
+}
+
+TEST_F(PortalKeyTest, aRefusalOfWhatIsNotWantedAnyMoreIsNotAskedForAgain)
+{
+    times.patience = std::chrono::milliseconds(1);
+    begin();
+    portal->watchesKeys();
+    grant(f9);
+    holds("BindShortcuts");
+    ASSERT_TRUE(comesTo(unanswered));
+    key->want(std::nullopt);
     key->want(f9);
-    ASSERT_TRUE(runUntil([&] { return binding; }));
-    EXPECT_TRUE(closesSessions(1));
-    EXPECT_EQ(memory.consent("key", f9.id), PortalConsent::unasked) << "or it comes each time";
+    EXPECT_TRUE(comesTo(unanswered)) << "the question is still there";
+    portal->takeIn(ours.bus);
+    EXPECT_EQ(portal->count("BindShortcuts"), 1);
+    portal->respond({.code = 1});
+    ASSERT_TRUE(comesTo(unasked));
+    EXPECT_EQ(portal->count("BindShortcuts"), 1);
+}
+
+TEST_F(PortalKeyTest, whoWaitsInVainMayAskAnew)
+{
+    times.patience = std::chrono::milliseconds(1);
+    begin();
+    portal->watchesKeys();
+    grant(f9);
+    holds("CreateSession");
+    ASSERT_TRUE(comesTo(unanswered));
+    const auto left = portal->session;
+    portal->answers["CreateSession"] = [this](const QDBusMessage&) { return portal->opened(); };
+    binds();
+    ASSERT_TRUE(ask(f9));
+    EXPECT_EQ(key->state().get(), bound);
+    portal->respond({.results = {{"session_handle", left}}});
+    EXPECT_TRUE(closesSessions(1)) << "what comes after all is not left open";
+    EXPECT_EQ(key->state().get(), bound);
 }
 
 TEST_F(PortalKeyTest, askingTwiceAsksOnce)

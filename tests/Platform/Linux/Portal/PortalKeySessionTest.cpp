@@ -53,6 +53,37 @@ TEST_F(PortalKeyTest, aBackEndThatIsReplacedHasTheKeyAgain)
     EXPECT_TRUE(closesSessions(1));
 }
 
+TEST_F(PortalKeyTest, aBackEndThatIsReplacedIsAskedNothingAtOnceAndTakesTheQuestionBack)
+{
+    times.retry = std::chrono::minutes(1);
+    begin();
+    portal->watchesKeys({{"dictate-F9", "F9"}});
+    key->want(f9);
+    ASSERT_TRUE(comesTo(bound));
+    portal->answers["BindShortcuts"] = [](const QDBusMessage&) { return std::nullopt; };
+    bool answered = false;
+    key->ask(f8, [&] { answered = true; });
+    ASSERT_TRUE(runUntil([&] { return portal->count("BindShortcuts") == 1; }));
+    portal->takeIn(ours.bus);
+    const auto before = portal->calls.size();
+    key->reopen();
+    portal->takeIn(ours.bus);
+    EXPECT_EQ(portal->calls.size(), before);
+    EXPECT_FALSE(answered) << "the next question would follow";
+}
+
+TEST_F(PortalKeyTest, aDesktopWithoutPortalsIsOneWithoutSuchAPortal)
+{
+    portal.reset();
+    begin();
+    key->want(f9);
+    ASSERT_TRUE(comesTo(missing));
+    EXPECT_TRUE(ask(f9)) << "nothing is left to ask";
+    portal = std::make_unique<PlayedPortal>(bus);
+    portal->watchesKeys({{"dictate-F9", "F9"}});
+    EXPECT_TRUE(comesTo(bound));
+}
+
 TEST_F(PortalKeyTest, portalsThatEndWhileAKeyIsBoundTakeNoConsentAlong)
 {
     portal->watchesKeys();

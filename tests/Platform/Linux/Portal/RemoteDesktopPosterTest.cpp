@@ -392,21 +392,74 @@ TEST_F(RemoteDesktopPosterTest, whatIsNotToBeRememberedIsAskedForAgain)
     EXPECT_EQ(poster->access().get(), Access::unasked);
 }
 
-TEST_F(RemoteDesktopPosterTest, aQuestionDuringADictationIsTakenBack)
+TEST_F(RemoteDesktopPosterTest, anAnswerThatIsLateIsNotWaitedForAndCountsWhenItComes)
 {
     ASSERT_TRUE(ask());
-    portal->answers["Start"] = [](const QDBusMessage&) { return std::nullopt; };
+    for (const auto* method : {"CreateSession", "SelectDevices", "Start"}) {
+        begin(std::chrono::milliseconds(1));
+        portal->takeIn(ours.bus);
+        portal->calls.clear();
+        const auto works = std::exchange(portal->answers[method],
+                                         [](const QDBusMessage&) { return std::nullopt; });
+        poster->prepare();
+        ASSERT_TRUE(runUntil([&] { return portal->count(method) == 1; })) << method;
+        ASSERT_TRUE(runUntil([&] { return poster->isLate(); })) << method;
+        EXPECT_EQ(poster->readiness(), KeyReadiness::never) << method;
+        EXPECT_EQ(poster->access().get(), Access::granted) << method;
+        EXPECT_EQ(portal->count("Close"), 0) << method;
+        portal->answers[method] = works;
+        if (std::string(method) == "CreateSession") {
+            portal->respond(portal->opened());
+        } else if (std::string(method) == "SelectDevices") {
+            portal->respond({});
+        } else {
+            portal->respond({.results = {{"devices", 1U}, {"restore_token", "token 2"}}});
+        }
+        EXPECT_TRUE(isReady()) << method;
+        EXPECT_FALSE(poster->isLate()) << method;
+    }
+    EXPECT_EQ(memory.token("chord"), "token 2");
+}
+
+TEST_F(RemoteDesktopPosterTest, whoWaitsInVainMayAskAnew)
+{
+    ASSERT_TRUE(ask());
     begin(std::chrono::milliseconds(1));
     portal->takeIn(ours.bus);
     portal->calls.clear();
+    portal->answers["CreateSession"] = [](const QDBusMessage&) { return std::nullopt; };
     poster->prepare();
-    for (int steps = 0; steps < 10 && portal->calls.size() < 3; ++steps) {
-        portal->takeIn(ours.bus); // while no timer runs out
-    }
-    ASSERT_EQ(portal->calls.back().substr(0, 5), "Start");
+    ASSERT_TRUE(runUntil([&] { return poster->isLate() && portal->count("CreateSession") == 1; }));
+    portal->takeIn(ours.bus);
+    const auto left = portal->session;
+    portal->answers["CreateSession"] = [this](const QDBusMessage&) { return portal->opened(); };
+    ASSERT_TRUE(ask());
+    EXPECT_TRUE(isReady());
+    portal->respond({.results = {{"session_handle", left}}});
+    EXPECT_TRUE(runUntil([&] { return portal->count("Close session") == 1; }))
+        << "what comes after all is not left open";
+    EXPECT_EQ(poster->readiness(), KeyReadiness::ready);
+}
+
+TEST_F(RemoteDesktopPosterTest, aSessionThatFailsCostsNoConsent)
+{
+    ASSERT_TRUE(ask());
+    portal->answers["Start"] = [](const QDBusMessage&) { return Response{.code = 2}; };
+    poster->prepare();
     ASSERT_TRUE(runUntil([&] { return poster->readiness() == KeyReadiness::never; }));
-    EXPECT_TRUE(runUntil([&] { return portal->count("Close") == 2; })) << "dialog and session";
-    EXPECT_EQ(poster->access().get(), Access::unasked);
+    EXPECT_EQ(poster->access().get(), Access::granted);
+    poster->rest();
+    starts("token 2");
+    poster->prepare();
+    EXPECT_TRUE(isReady());
+}
+
+TEST_F(RemoteDesktopPosterTest, aDesktopWithoutPortalsIsTold)
+{
+    portal.reset();
+    begin();
+    EXPECT_EQ(poster->access().get(), Access::missing);
+    EXPECT_TRUE(ask()) << "nothing is left to ask";
 }
 
 TEST_F(RemoteDesktopPosterTest, theDesktopMayEndTheSession)
