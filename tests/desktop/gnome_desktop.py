@@ -29,6 +29,7 @@ class GnomeDesktop(PortalSession):
     backend_name = "org.freedesktop.impl.portal.desktop.gnome"
     outlives_xwayland = False  # but where systemd has started it
     shares_its_clipboard = False  # with programs that have no focus
+    tells_modifiers = False
 
     def start_compositor_and_person(self):
         socket = "wayland-gnome"

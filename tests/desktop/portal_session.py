@@ -28,6 +28,7 @@ class PortalSession(VirtualDesktop):
     backend_name = None
     outlives_xwayland = True
     shares_its_clipboard = True
+    tells_modifiers = True
 
     def start_compositor_and_person(self):
         raise NotImplementedError

@@ -276,6 +276,39 @@ def test_who_reads_everything_that_is_copied_takes_no_text_from_a_slow_program(d
     assert_arrived(SENTENCE, where.await_text())
 
 
+@pytest.mark.parametrize("desktop", [name for name, kind in PLACES.items()
+                                     if kind.tells_modifiers], indirect=True)
+def test_a_modifier_that_is_held_for_a_moment_does_not_spoil_the_paste(desktop, launch):
+    program = launch()
+    where = GTK4Editor(desktop)
+    copy(desktop, "text/html", HTML)
+    with desktop.keyboard.held("F9"):
+        program.await_recording()
+        program.say(SENTENCE)
+        desktop.keyboard.press("Alt_L")
+    program.await_silence()
+    assert stays(lambda: HINT not in kinds(desktop), 0.5), "the text is pasted with Alt"
+    desktop.keyboard.release("Alt_L")
+    assert_arrived(SENTENCE, where.await_text())
+    await_pasted(desktop, HTML, "text/html")
+
+
+@cell("not taken")
+def test_where_a_modifier_stays_held_the_text_is_left_on_the_clipboard(desktop, launch):
+    program = launch()
+    terminal = Terminal(desktop)
+    with desktop.keyboard.held("F9"):
+        program.await_recording()
+        program.say(SENTENCE)
+        desktop.keyboard.press("Alt_L")
+    wait_until(lambda: {PLAIN, HINT} & kinds(desktop) == {PLAIN}, "the text to be left",
+               interval=0.5)
+    desktop.keyboard.release("Alt_L")
+    assert_arrived(SENTENCE, pasted(desktop, PLAIN).decode())
+    if desktop.tells_modifiers:
+        assert b"\x16" not in terminal.typed(), "another shortcut was made of the paste"
+
+
 @cell("killed")
 def test_killed_in_a_dictation_it_leaves_nothing_behind(desktop, launch):
     program = launch(recordMode="toggle")

@@ -77,7 +77,8 @@ WaylandDesktop::WaylandDesktop(LinuxServices& services, const Environment& envir
     : WaylandSession{std::move(compositor)},
       LinuxDesktop(services, environment, overlayWindowOf(*connection)),
       x11FocusedProgram(keyboard.server(), X11FocusedProgram::Reach::xwayland),
-      x11Pasteboard(services.loop), consent(*this, services.microphoneAccess),
+      heldModifiers(*connection), x11Pasteboard(services.loop),
+      consent(*this, services.microphoneAccess),
       focusScreens(screens, [this] { return focusedFrame(); })
 {
     if (const auto path = environment("SWAYSOCK");
@@ -94,6 +95,10 @@ WaylandDesktop::WaylandDesktop(LinuxServices& services, const Environment& envir
             return placeInAllLayouts(keyboard, keyCode);
         };
         portals.emplace(services, environment, ownKeyboard ? std::nullopt : std::optional(places));
+    }
+    if (!ownKeyboard) {
+        portalsKeyboard.emplace(*portals->access.keyPoster(),
+                                [this] { return heldModifiers.any(); });
     }
     if (DataControl::isOffered(*connection)) {
         clipboard.emplace(
@@ -141,7 +146,7 @@ EventTap& WaylandDesktop::eventTap()
 
 KeyPoster& WaylandDesktop::keyPoster()
 {
-    return ownKeyboard ? static_cast<KeyPoster&>(*ownKeyboard) : *portals->access.keyPoster();
+    return ownKeyboard ? static_cast<KeyPoster&>(*ownKeyboard) : *portalsKeyboard;
 }
 
 FocusedProgram& WaylandDesktop::focusedProgram()

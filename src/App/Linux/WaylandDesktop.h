@@ -3,12 +3,14 @@
 #include "App/Linux/LinuxDesktop.h"
 #include "App/Linux/WaylandSession.h"
 #include "Platform/Linux/Audio/PulseMicrophoneAccess.h"
+#include "Platform/Linux/Keys/HeldModifiers.h"
 #include "Platform/Linux/Keys/SwayEventTap.h"
 #include "Platform/Linux/Keys/SwayFocus.h"
 #include "Platform/Linux/Keys/ToplevelFocus.h"
 #include "Platform/Linux/Keys/VirtualKeyboardPoster.h"
 #include "Platform/Linux/Keys/X11EventTap.h"
 #include "Platform/Linux/Keys/X11FocusedProgram.h"
+#include "Platform/Linux/Keys/YieldingKeyPoster.h"
 #include "Platform/Linux/Overlay/FocusScreens.h"
 #include "Platform/Linux/Pasteboard/BridgedPasteboard.h"
 #include "Platform/Linux/Pasteboard/DataControlPasteboard.h"
@@ -120,6 +122,9 @@ private:
     std::optional<VirtualKeyboardPoster> ownKeyboard;
     /// Where one of the two lacks.
     std::optional<Portals> portals;
+    /// The person's modifiers join the portals' chord.
+    HeldModifiers heldModifiers;
+    std::optional<YieldingKeyPoster> portalsKeyboard;
     X11Pasteboard x11Pasteboard;
     std::optional<Clipboard> clipboard;
     Consent consent;
