@@ -2,7 +2,6 @@
 
 #include <condition_variable>
 #include <mutex>
-#include <set>
 #include <thread>
 #include <utility>
 
@@ -26,8 +25,9 @@ public:
         }
         requested = true;
         runsOn = std::this_thread::get_id();
-        while (!callbacks.empty()) {
-            running = callbacks.extract(callbacks.begin()).value();
+        while (first != nullptr) {
+            running = first;
+            takeOut(*first);
             Work work = std::move(running->work); // which may destroy the callback
             guard.unlock();
             work();
@@ -42,28 +42,46 @@ public:
     bool add(StopCallback& callback)
     {
         const std::scoped_lock guard(lock);
-        if (!requested) {
-            callbacks.insert(&callback);
+        if (requested) {
+            return false;
         }
-        return !requested;
+        callback.behind = first;
+        if (first != nullptr) {
+            first->before = &callback;
+        }
+        first = &callback;
+        return true;
     }
 
     void remove(StopCallback& callback)
     {
         std::unique_lock guard(lock);
-        callbacks.erase(&callback);
+        if (first == &callback || callback.before != nullptr) {
+            takeOut(callback);
+        }
         if (runsOn != std::this_thread::get_id()) {
             ended.wait(guard, [&] { return running != &callback; });
         }
     }
 
 private:
+    /// Of a callback that has yet to run. Under the lock.
+    void takeOut(StopCallback& callback)
+    {
+        (callback.before != nullptr ? callback.before->behind : first) = callback.behind;
+        if (callback.behind != nullptr) {
+            callback.behind->before = callback.before;
+        }
+        callback.before = nullptr;
+        callback.behind = nullptr;
+    }
+
     mutable std::mutex lock;
     std::condition_variable ended;
     bool requested = false;
     std::thread::id runsOn;
-    std::set<StopCallback*> callbacks; // that have yet to run
-    StopCallback* running = nullptr;   // perhaps destroyed by its own work
+    StopCallback* first = nullptr;   // of those that have yet to run: a list takes no memory
+    StopCallback* running = nullptr; // perhaps destroyed by its own work
 };
 
 } // namespace detail

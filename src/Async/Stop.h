@@ -63,6 +63,9 @@ private:
     friend class detail::StopState;
     std::shared_ptr<detail::StopState> state; // none: nothing will run
     Work work;
+    // Its neighbours among those that have yet to run; the state's.
+    StopCallback* before = nullptr;
+    StopCallback* behind = nullptr;
 };
 
 } // namespace vorlin

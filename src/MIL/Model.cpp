@@ -71,8 +71,7 @@ struct Model::Implementation {
     {
     }
 
-    std::vector<NamedOutput> run(std::vector<TensorView> arranged, std::int64_t length,
-                                 const std::atomic<bool>* stop, Urgency urgency);
+    void run(std::int64_t length, Look look, const std::atomic<bool>* stop, Urgency urgency);
 
     Graph graph;
     Executor executor;
@@ -86,7 +85,10 @@ struct Model::Implementation {
     };
     std::optional<Frames> frames;
     std::string noShorterForm;
-    std::vector<std::byte> fewer; // frames, of the prediction under way
+    // Of the prediction under way:
+    Signature::Arranged arranged;
+    std::vector<std::byte> fewer; // frames
+    std::vector<TensorView> shown;
     std::mutex turn;
 };
 
@@ -121,13 +123,17 @@ const std::vector<FeatureDescription>& Model::states() const
     return implementation->signature.states;
 }
 
-/// Computes at a length, or at the full one if it is 0. Under the hold of `turn`.
-std::vector<NamedOutput> Model::Implementation::run(std::vector<TensorView> arranged,
-                                                    std::int64_t length,
-                                                    const std::atomic<bool>* stop, Urgency urgency)
+void Model::readWeights(const std::atomic<bool>& stop) const
+{
+    implementation->graph.files.readIn(stop);
+}
+
+/// Computes at a length, or at the full one if it is 0, what is arranged. Under the hold of `turn`.
+void Model::Implementation::run(std::int64_t length, Look look, const std::atomic<bool>* stop,
+                                Urgency urgency)
 {
     if (length != 0) {
-        TensorView& data = arranged[frames->data];
+        TensorView& data = arranged.inputs[frames->data];
         Shape part = data.shape();
         part[frames->axis] = length;
         if (product(part, 0, frames->axis) != 1) {
@@ -136,47 +142,80 @@ std::vector<NamedOutput> Model::Implementation::run(std::vector<TensorView> arra
         }
         data.type.shape = part;
     }
-    executor.run(arranged, length, stop,
+    executor.run(arranged.inputs, length, stop,
                  urgency == Urgency::background ? WorkerPool::Kind::background
                                                 : WorkerPool::Kind::foreground);
-    std::vector<NamedOutput> results;
     const auto& outputs = signature.outputs;
-    results.reserve(outputs.size());
+    std::vector<std::vector<std::byte>> wider(length != 0 ? outputs.size() : 0);
+    shown.clear();
     for (std::size_t i = 0; i < outputs.size(); ++i) {
         const TensorView& view = executor.output(i);
         if (length != 0 && view.shape() != outputs[i].type.shape) {
-            results.push_back(
-                {outputs[i].name, outputs[i].type, padded(view, outputs[i].type.shape)});
+            wider[i] = padded(view, outputs[i].type.shape);
+            shown.push_back({outputs[i].type, wider[i].data()});
         } else {
-            results.push_back(
-                {outputs[i].name, view.type, {view.data, view.data + byteCount(view.type)}});
+            shown.push_back(view);
         }
     }
+    look(shown);
+}
+
+void Model::predict(std::int64_t length, std::span<const NamedInput> inputs, Look look,
+                    const std::atomic<bool>* stop, Urgency urgency)
+{
+    const std::lock_guard guard(implementation->turn);
+    auto& arranged = implementation->arranged;
+    if (length == 0) {
+        implementation->signature.arrange(inputs, arranged);
+    } else {
+        const std::vector<std::int64_t> known = implementation->executor.lengths();
+        if (std::find(known.begin(), known.end(), length) == known.end()) {
+            throw Error("the model cannot compute at length " + std::to_string(length));
+        }
+        implementation->signature.arrange(inputs, arranged);
+        const auto counting = arranged.inputs[implementation->frames->length].integer(0);
+        if (counting > length) {
+            throw Error(std::to_string(counting) + " frames do not fit into length " +
+                        std::to_string(length));
+        }
+    }
+    implementation->run(length, look, stop, urgency);
+}
+
+namespace {
+
+/// The outputs of a prediction that shows them, copied.
+template <class Predict>
+std::vector<NamedOutput> copied(const std::vector<FeatureDescription>& outputs,
+                                const Predict& predict)
+{
+    std::vector<NamedOutput> results;
+    predict([&](std::span<const TensorView> shown) {
+        results.reserve(shown.size());
+        for (std::size_t i = 0; i < shown.size(); ++i) {
+            results.push_back({outputs[i].name,
+                               shown[i].type,
+                               {shown[i].data, shown[i].data + byteCount(shown[i].type)}});
+        }
+    });
     return results;
 }
+
+} // namespace
 
 std::vector<NamedOutput> Model::predict(std::span<const NamedInput> inputs,
                                         const std::atomic<bool>* stop, Urgency urgency)
 {
-    const std::lock_guard guard(implementation->turn);
-    return implementation->run(implementation->signature.arrange(inputs), 0, stop, urgency);
+    return copied(outputs(), [&](Look look) { predict(0, inputs, look, stop, urgency); });
 }
 
 std::vector<NamedOutput> Model::predictAt(std::int64_t length, std::span<const NamedInput> inputs,
                                           const std::atomic<bool>* stop, Urgency urgency)
 {
-    const std::lock_guard guard(implementation->turn);
-    const std::vector<std::int64_t> known = implementation->executor.lengths();
-    if (std::find(known.begin(), known.end(), length) == known.end()) {
-        throw Error("the model cannot compute at length " + std::to_string(length));
+    if (length == 0) {
+        throw Error("the model cannot compute at length 0");
     }
-    std::vector<TensorView> arranged = implementation->signature.arrange(inputs);
-    const std::int64_t counting = arranged[implementation->frames->length].integer(0);
-    if (counting > length) {
-        throw Error(std::to_string(counting) + " frames do not fit into length " +
-                    std::to_string(length));
-    }
-    return implementation->run(std::move(arranged), length, stop, urgency);
+    return copied(outputs(), [&](Look look) { predict(length, inputs, look, stop, urgency); });
 }
 
 std::string Model::shorten(const LengthInput& input, std::vector<std::int64_t> lengths)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MIL/Error.h"
+#include "MIL/Execution/FunctionRef.h"
 #include "MIL/FlexibleShapes.h"
 #include "MIL/LinksOut.h"
 #include "MIL/SumVectors.h"
@@ -71,8 +72,8 @@ struct LengthInput {
 /// Loading maps the bundle's weight files and leaves them as they lie; beside them it allocates at
 /// most 4 MiB + 256 x the text + 64 x the weight files, whatever they say (a real program takes
 /// some 20 x its text). The bundle must not change while it is loaded.
-/// Predicting allocates its buffers the first time and only the outputs after that; programs
-/// with varying shapes grow their buffers to the largest shapes seen.
+/// Predicting allocates its buffers the first time and only the outputs after that, if they are
+/// handed over; programs with varying shapes grow their buffers to the largest shapes seen.
 ///
 /// All members may be called from any thread; predictions on one model take turns, so one that
 /// matters waits for a background one until that ends or is stopped. All models share one set of
@@ -122,6 +123,10 @@ public:
     const std::vector<FeatureDescription>& outputs() const;
     const std::vector<FeatureDescription>& states() const;
 
+    /// Reads the weight files in, so that the first prediction does not wait for a disk nor for the
+    /// system to map them; gives up soon after `stop` became true. Beside predictions.
+    void readWeights(const std::atomic<bool>& stop) const;
+
     /// Computes the outputs, in the order of `outputs()`. `inputs` holds every input once, in
     /// any order, with exactly the declared element type and shape (where the declaration leaves
     /// an extent open, any that is accepted). Throws Error for other inputs and for operands the
@@ -147,6 +152,16 @@ public:
     std::vector<NamedOutput> predictAt(std::int64_t length, std::span<const NamedInput> inputs,
                                        const std::atomic<bool>* stop = nullptr,
                                        Urgency urgency = Urgency::foreground);
+
+    /// Sees the outputs, in the order of `outputs()`, where they lie; they do until it returns.
+    /// It must not use the model.
+    using Look = FunctionRef<void(std::span<const TensorView>)>;
+
+    /// As `predict`, or as `predictAt` if `length` is not 0, but shows the outputs instead of
+    /// handing them over. A program of fixed shapes so takes no memory from its second prediction
+    /// at full length on.
+    void predict(std::int64_t length, std::span<const NamedInput> inputs, Look look,
+                 const std::atomic<bool>* stop = nullptr, Urgency urgency = Urgency::foreground);
 
     Statistics statistics() const;
 

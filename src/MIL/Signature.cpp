@@ -58,17 +58,17 @@ Signature::Signature(const Graph& graph)
 {
 }
 
-std::vector<TensorView> Signature::arrange(std::span<const NamedInput> given) const
+void Signature::arrange(std::span<const NamedInput> given, Arranged& result) const
 {
-    std::vector<TensorView> result(inputs.size());
-    std::vector<bool> filled(inputs.size());
+    result.inputs.resize(inputs.size());
+    result.filled.assign(inputs.size(), false);
     for (const NamedInput& input : given) {
         const std::size_t at = position(input.name);
         if (at == inputs.size()) {
             throw Error("the model has no input '" + std::string(input.name) + "'");
         }
         const FeatureDescription* const found = &inputs[at];
-        if (filled[at]) {
+        if (result.filled[at]) {
             throw Error("the input '" + found->name + "' is given twice");
         }
         if (!isKnown(input.tensor.type.shape)) {
@@ -85,16 +85,15 @@ std::vector<TensorView> Signature::arrange(std::span<const NamedInput> given) co
         if (input.tensor.data == nullptr && input.tensor.elements() != 0) {
             throw Error("the input '" + found->name + "' has no data");
         }
-        result[at] = input.tensor;
-        filled[at] = true;
+        result.inputs[at] = input.tensor;
+        result.filled[at] = true;
     }
     for (std::size_t i = 0; i < inputs.size(); ++i) {
-        if (!filled[i]) {
+        if (!result.filled[i]) {
             throw Error("the input '" + inputs[i].name + "' is missing");
         }
     }
-    checkCombination(result);
-    return result;
+    checkCombination(result.inputs);
 }
 
 /// An input of varying shape needs a configuration that lists it and takes all inputs it lists.

@@ -16,9 +16,15 @@ public:
     /// `graph` must outlive this object.
     explicit Signature(const Graph& graph);
 
-    /// The inputs in the order of the signature. Throws Error for any that the program cannot take,
-    /// alone or with the others.
-    std::vector<TensorView> arrange(std::span<const NamedInput> given) const;
+    /// Inputs in the order of the signature.
+    struct Arranged {
+        std::vector<TensorView> inputs;
+        std::vector<bool> filled; // which of them there are
+    };
+
+    /// Arranges the inputs in memory that serves again and again. Throws Error for any that the
+    /// program cannot take, alone or with the others.
+    void arrange(std::span<const NamedInput> given, Arranged& result) const;
     /// Of that input; `inputs.size()` if there is none.
     std::size_t position(std::string_view name) const;
 

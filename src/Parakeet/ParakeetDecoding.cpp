@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <coroutine>
 #include <cstring>
 #include <optional>
 #include <string_view>
@@ -18,6 +19,8 @@ namespace {
 constexpr std::size_t inputLength = 240000;
 constexpr std::int64_t blank = 8192;
 constexpr int maxSymbolsPerFrame = 8;
+/// Utterances of fifteen seconds have fewer.
+constexpr std::size_t usualTokens = 512;
 /// A model that names negative durations for ever would keep the loop on one frame.
 constexpr int mostStepsOnOneFrame = 1000;
 /// Values in a frame. No frames of any width are no bytes, so a width may be named that no memory
@@ -48,13 +51,13 @@ MultiArray take(MLFeatures& outputs, const std::string& name)
 }
 
 /// An output of the decoder or the joint, which their check at load has promised.
-MultiArray promised(MLFeatures& outputs, const std::string& name)
+MultiArray& promised(MLFeatures& outputs, const std::string& name)
 {
     const auto found = outputs.find(name);
     if (found == outputs.end()) {
         fatal("a speech model left out the output " + name);
     }
-    return std::move(found->second);
+    return found->second;
 }
 
 std::int64_t promisedInteger(MLFeatures& outputs, const std::string& name)
@@ -85,6 +88,46 @@ void copyFrame(const MultiArray& encoder, std::int64_t t, MultiArray& step)
     }
 }
 
+/// A prediction to be awaited, once, whose outputs take the place of the last ones. Takes no memory
+/// where the platform computes on the calling thread.
+class Prediction {
+public:
+    Prediction(MLModel& model, const MLFeatures& inputs, MLFeatures& outputs,
+               const PredictOptions& options)
+        : model(model), inputs(inputs), outputs(outputs), options(options)
+    {
+    }
+
+    bool await_ready()
+    {
+        if (model.predictInto(outputs, inputs, options.priority, options.stop)) {
+            return true;
+        }
+        return elsewhere.emplace(model.predict(inputs, options.priority, options.stop))
+            .await_ready();
+    }
+
+    template <class Promise>
+    bool await_suspend(std::coroutine_handle<Promise> caller) const
+    {
+        return elsewhere->await_suspend(caller);
+    }
+
+    void await_resume() const
+    {
+        if (elsewhere) {
+            outputs = elsewhere->await_resume();
+        }
+    }
+
+private:
+    MLModel& model;
+    const MLFeatures& inputs;
+    MLFeatures& outputs;
+    const PredictOptions& options;
+    std::optional<Completion<MLFeatures>> elsewhere;
+};
+
 /// The prediction network with its state, and every array of the loop.
 class Decoder {
 public:
@@ -100,28 +143,36 @@ public:
         targets = inputs["targets"].as<std::int32_t>();
     }
 
-    /// Goes on by one token.
-    Task<void> push(std::int64_t token)
+    /// Goes on by one token, once it is awaited; then call `pushed`.
+    Prediction push(std::int64_t token)
     {
         *targets = static_cast<std::int32_t>(token);
-        auto outputs = co_await models.decoder->predict(inputs, options.priority, options.stop);
-        inputs["h_in"] = promised(outputs, "h_out");
-        inputs["c_in"] = promised(outputs, "c_out");
+        return {*models.decoder, inputs, outputs, options};
+    }
+
+    /// The state goes in next time, and the arrays that it was in take the one after it.
+    void pushed()
+    {
+        std::swap(inputs["h_in"], promised(outputs, "h_out"));
+        std::swap(inputs["c_in"], promised(outputs, "c_out"));
         jointInputs["decoder_step"] = promised(outputs, "decoder");
     }
 
-    Task<MLFeatures> joint()
-    {
-        co_return co_await models.joint->predict(jointInputs, options.priority, options.stop);
-    }
+    Prediction joint() { return {*models.joint, jointInputs, decision, options}; }
 
     MultiArray& step() { return jointInputs["encoder_step"]; }
+
+    /// What the joint said last: the token, and how many frames to go on.
+    std::int64_t token() { return promisedInteger(decision, "token_id"); }
+    std::int64_t duration() { return promisedInteger(decision, "duration"); }
 
 private:
     ParakeetLoaded& models;
     const PredictOptions options;
     MLFeatures inputs;
+    MLFeatures outputs;
     MLFeatures jointInputs;
+    MLFeatures decision;
     std::int32_t* targets = nullptr;
 };
 
@@ -174,8 +225,11 @@ Task<std::vector<std::int64_t>> greedyTDT(const MultiArray& encoder, std::int64_
     }
     const std::int64_t end = std::min(encoder.shape()[2], frames);
     std::vector<std::int64_t> tokens;
+    tokens.reserve(usualTokens);
     Decoder decoder(models, options, encoder.shape()[1]);
-    co_await decoder.push(blank);
+    auto beginning = decoder.push(blank);
+    co_await beginning;
+    decoder.pushed();
     for (std::int64_t t = 0; t < end;) {
         copyFrame(encoder, t, decoder.step());
         std::int64_t advance = 0;
@@ -187,12 +241,15 @@ Task<std::vector<std::int64_t>> greedyTDT(const MultiArray& encoder, std::int64_
             if (steps == mostStepsOnOneFrame) {
                 throw RuntimeError::badOutput();
             }
-            auto outputs = co_await decoder.joint();
-            const std::int64_t token = promisedInteger(outputs, "token_id");
-            advance = promisedInteger(outputs, "duration");
+            auto deciding = decoder.joint();
+            co_await deciding;
+            const std::int64_t token = decoder.token();
+            advance = decoder.duration();
             if (token != blank) {
                 tokens.push_back(token);
-                co_await decoder.push(token);
+                auto pushing = decoder.push(token);
+                co_await pushing;
+                decoder.pushed();
                 ++emitted;
             }
             if (advance == 0 && (token == blank || emitted >= maxSymbolsPerFrame)) {

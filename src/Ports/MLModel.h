@@ -103,6 +103,18 @@ public:
     virtual Completion<MLFeatures> predict(const MLFeatures& inputs, WorkPriority priority,
                                            StopToken stop) = 0;
 
+    /// As `predict`, but computes on the calling thread, into the arrays that `outputs` holds: one
+    /// of the element type and the shape that an output needs is written over, whoever else holds
+    /// it, and none may be missing or left over afterwards. Predicting the same again and again so
+    /// takes no memory. Returns false, having done nothing, where the platform cannot. Fails as
+    /// `predict` does; `outputs` may then hold anything.
+    virtual bool predictInto(MLFeatures& outputs, const MLFeatures& inputs, WorkPriority priority,
+                             const StopToken& stop)
+    {
+        (void)outputs, (void)inputs, (void)priority, (void)stop;
+        return false;
+    }
+
     /// Whether `predictAt` may do anything at all on this platform.
     virtual bool computesFewerFrames() const { return false; }
 

@@ -181,8 +181,12 @@ TEST_F(ParakeetDecodingTest, aModelThatNeverGoesOnIsAnUnexpectedResultAndNoHang)
     EXPECT_EQ(text(spoken(50)), "failed: The speech model returned an unexpected result.");
 }
 
-TEST_F(ParakeetDecodingTest, theDecoderIsPrimedWithBlankAndFedItsOwnState)
+/// Computed elsewhere, and on the calling thread into arrays that stay.
+class ParakeetStateTest : public ParakeetDecodingTest, public testing::WithParamInterface<bool> {};
+
+TEST_P(ParakeetStateTest, theDecoderIsPrimedWithBlankAndFedItsOwnState)
 {
+    models.computesHere = GetParam();
     models.scripts["Decoder.mlmodelc"].compute = [](const MLFeatures& in) {
         MultiArray h(MLElementType::float32, {2, 1, 640});
         MultiArray c(MLElementType::float32, {2, 1, 640});
@@ -212,6 +216,22 @@ TEST_F(ParakeetDecodingTest, theDecoderIsPrimedWithBlankAndFedItsOwnState)
     EXPECT_EQ(joint[1].at("decoder_step").number(0), 200);
     EXPECT_EQ(joint[2].at("decoder_step").number(0), 200);
     EXPECT_EQ(joint[3].at("decoder_step").number(0), 300);
+}
+
+INSTANTIATE_TEST_SUITE_P(ComputedHereOrNot, ParakeetStateTest, testing::Bool());
+
+TEST_F(ParakeetDecodingTest, whatIsComputedOnTheCallingThreadSaysTheSameAndFailsTheSame)
+{
+    steps = {{3, 0}, {4, 2}, {8192, 1}, {5, 1}, {6, 1}};
+    const auto elsewhere = tokens();
+    EXPECT_EQ(elsewhere, (std::vector<std::int64_t>{3, 4, 5, 6}));
+    at = 0;
+    models.computesHere = true;
+    EXPECT_EQ(tokens(), elsewhere);
+    models.scripts["Decoder.mlmodelc"].compute = [](const MLFeatures&) -> MLFeatures {
+        throw std::runtime_error("no memory");
+    };
+    EXPECT_EQ(text(spoken(50)), "failed: no memory");
 }
 
 TEST_F(ParakeetDecodingTest, withoutValidFramesTheDecoderIsPrimedAndNothingComes)

@@ -45,6 +45,8 @@ public:
     /// What the predictions were given, by name.
     std::map<std::string, std::vector<MLFeatures>> given;
     bool keepsGiven = false;
+    /// Predictions may be computed on the calling thread, in no time, into arrays that stay.
+    bool computesHere = false;
     int stopped = 0;
     int mostAtOnce = 0;
     WorkPriority lastPriority = WorkPriority::normal;
@@ -119,6 +121,14 @@ private:
         {
             return owner.predict(*this, 0, inputs, priority, std::move(stop));
         }
+        bool predictInto(MLFeatures& outputs, const MLFeatures& inputs, WorkPriority priority,
+                         const StopToken& stop) override
+        {
+            if (owner.computesHere) {
+                owner.predictHere(*this, outputs, inputs, priority, stop);
+            }
+            return owner.computesHere;
+        }
         bool computesFewerFrames() const override
         {
             return owner.scripts[name].computeAt != nullptr;
@@ -174,6 +184,25 @@ private:
             }
         });
         return done;
+    }
+
+    void predictHere(const Model& model, MLFeatures& outputs, const MLFeatures& inputs,
+                     WorkPriority priority, const StopToken& stop)
+    {
+        const auto takes = std::exchange(scripts[model.name].takes, Duration(0));
+        auto done = predict(model, 0, inputs, priority, stop);
+        scripts[model.name].takes = takes;
+        MLFeatures computed = copied(done.await_resume());
+        for (auto& [name, array] : computed) {
+            const auto known = outputs.find(name);
+            if (known != outputs.end() && known->second.elementType() == array.elementType() &&
+                known->second.shape() == array.shape()) {
+                std::copy_n(array.data(), array.elementCount() * bytesOf(array.elementType()),
+                            known->second.data());
+                array = known->second;
+            }
+        }
+        outputs = std::move(computed);
     }
 
     void getOn(const std::function<void()>& onProgress, Duration left)

@@ -1,5 +1,6 @@
 #include "Platform/Linux/Engine/EngineTensors.h"
 #include "Platform/Linux/Engine/Wire/Messages.h"
+#include "Platform/Linux/Engine/Wire/RepeatedMessages.h"
 
 #include <algorithm>
 #include <array>
@@ -36,8 +37,9 @@ void check(const engine::Reply& reply)
 {
     if (const auto* computed = std::get_if<engine::ComputedReply>(&reply)) {
         static const std::array<std::byte, 1024> memory{};
-        const auto features = collect(computed->outputs, signature(), memory, 64);
-        require(!features || features->size() == computed->outputs.size(),
+        MLFeatures features;
+        const bool fits = collect(computed->outputs, signature(), memory, 64, features);
+        require(!fits || features.size() == computed->outputs.size(),
                 "every tensor becomes an array of its own");
     } else if (const auto* loaded = std::get_if<engine::LoadedReply>(&reply)) {
         const auto declared = signatureOf(*loaded);
@@ -48,6 +50,23 @@ void check(const engine::Reply& reply)
         require(std::none_of(line.begin(), line.end(),
                              [](char c) { return static_cast<unsigned char>(c) < 0x20; }),
                 "what is shown is one line");
+    }
+}
+
+/// Reads the packet twice, then under another number: what is known is what parsing would say.
+template <class Messages, class Parse>
+void checkRepeated(std::span<const std::byte> packet, const Parse& parse)
+{
+    Messages messages;
+    engine::Packet renumbered(packet.begin(), packet.end());
+    if (renumbered.size() > 1) {
+        renumbered[1] ^= std::byte{1};
+    }
+    for (const auto& each : {packet, packet, std::span<const std::byte>(renumbered), packet}) {
+        const auto* const read = messages.read(each);
+        const auto parsed = parse(each);
+        require((read != nullptr) == parsed.has_value() && (!parsed || *read == *parsed),
+                "a repeated message is read as it would be parsed");
     }
 }
 
@@ -69,5 +88,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (const auto request = engine::parseControlRequest(packet)) {
         require(isThePacket(engine::encode(*request)), "a request is written as it was read");
     }
+    checkRepeated<engine::RepeatedReplies>(packet, engine::parseReply);
+    checkRepeated<engine::RepeatedRequests>(packet, engine::parseModelRequest);
     return 0;
 }

@@ -4,6 +4,7 @@
 
 #include "MIL/Error.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <string>
@@ -64,6 +65,19 @@ MappedFile::MappedFile(const std::filesystem::path& path)
 MappedFile::MappedFile(MappedFile&& other) noexcept
     : data(std::exchange(other.data, nullptr)), size(std::exchange(other.size, 0))
 {
+}
+
+void MappedFile::readIn(const std::atomic<bool>& stop) const
+{
+    constexpr std::size_t page = 4096; // none is smaller
+    constexpr std::size_t piece = std::size_t{4} << 20;
+    for (std::size_t at = 0; at < size && !stop; at += page) {
+        if (at % piece == 0) { // while one piece is touched, the disk is at the next
+            ::posix_madvise(const_cast<std::byte*>(data) + at, std::min(2 * piece, size - at),
+                            POSIX_MADV_WILLNEED);
+        }
+        static_cast<void>(*static_cast<const volatile std::byte*>(data + at));
+    }
 }
 
 MappedFile::~MappedFile()

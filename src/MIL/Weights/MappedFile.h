@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <filesystem>
 #include <span>
@@ -19,6 +20,10 @@ public:
     MappedFile(const MappedFile&) = delete;
     MappedFile& operator=(const MappedFile&) = delete;
     ~MappedFile();
+
+    /// Has its pages come from the file, in order, so that nobody waits for them later; gives up
+    /// soon after `stop` became true. Any thread, beside others that read.
+    void readIn(const std::atomic<bool>& stop) const;
 
     std::span<const std::byte> bytes() const { return {data, size}; }
     std::string_view text() const { return {reinterpret_cast<const char*>(data), size}; }

@@ -113,6 +113,13 @@ std::span<const std::byte> WeightFiles::record(const std::string& path, std::uin
     return findRecord(open(path).bytes(), offset, type, path);
 }
 
+void WeightFiles::readIn(const std::atomic<bool>& stop) const
+{
+    for (const auto& [path, file] : files) {
+        file.readIn(stop);
+    }
+}
+
 std::size_t WeightFiles::mappedBytes() const
 {
     std::size_t sum = 0;

@@ -4,6 +4,7 @@
 #include "MIL/Tensor.h"
 #include "MIL/Weights/MappedFile.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -29,6 +30,9 @@ public:
     /// bytes live as long as this object and are aligned as the file aligns them. Throws Error.
     std::span<const std::byte> record(const std::string& path, std::uint64_t offset,
                                       const TensorType& type);
+
+    /// See `MappedFile::readIn`, of all files.
+    void readIn(const std::atomic<bool>& stop) const;
 
     /// Bytes of all files mapped so far.
     std::size_t mappedBytes() const;

@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cstring>
 #include <exception>
+#include <functional>
 #include <new>
 #include <span>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -27,20 +29,49 @@ public:
     using mil::Error::Error;
 };
 
-/// What `compute` answers, or what it failed with.
+/// Reads a model's weights in as long as it lives, giving way to all ordinary work.
+class ReadAhead {
+public:
+    explicit ReadAhead(const mil::Model& model)
+    {
+        try {
+            reader = std::thread([this, &model] {
+                lowerOwnPriority();
+                model.readWeights(stopping);
+            });
+        } catch (const std::system_error&) { // NOLINT(bugprone-empty-catch)
+            // No thread is left: predictions read what they need.
+        }
+    }
+    ReadAhead(const ReadAhead&) = delete;
+    ReadAhead& operator=(const ReadAhead&) = delete;
+    ~ReadAhead()
+    {
+        stopping = true;
+        if (reader.joinable()) {
+            reader.join();
+        }
+    }
+
+private:
+    std::atomic<bool> stopping = false;
+    std::thread reader;
+};
+
+/// Calls `compute`, which makes `reply` what it answers; else that becomes what it failed with.
 template <class Compute>
-Reply answerOf(std::uint64_t sequence, const Compute& compute)
+void answer(Reply& reply, std::uint64_t sequence, const Compute& compute)
 {
     try {
-        return compute();
+        compute();
     } catch (const mil::Stopped&) {
-        return StoppedReply{sequence};
+        reply = StoppedReply{sequence};
     } catch (const std::bad_alloc&) {
-        return FailedReply{sequence, "there is not enough memory for the model"};
+        reply = FailedReply{sequence, "there is not enough memory for the model"};
     } catch (const NoSuchLength& failure) {
-        return FailedReply{sequence, failure.what(), true};
+        reply = FailedReply{sequence, failure.what(), true};
     } catch (const std::exception& failure) {
-        return FailedReply{sequence, failure.what()};
+        reply = FailedReply{sequence, failure.what()};
     }
 }
 
@@ -66,15 +97,17 @@ void ServedModel::serve()
     if (!loaded) {
         return;
     }
+    const ReadAhead reading(*model);
     std::vector<std::byte> buffer(largestMessage);
+    RepeatedRequests requests;
     while (true) {
         Received received = receiveAttached(channel, buffer);
         if (received.what != Received::What::packet || received.size > buffer.size()) {
             return;
         }
-        const auto message = parseModelRequest(std::span(buffer).first(received.size));
-        const auto goesOn = [&](const auto& asked) { return answer(asked, received.attached); };
-        if (!message || !std::visit(goesOn, *message)) {
+        const auto* const message = requests.read(std::span(buffer).first(received.size));
+        const auto goesOn = [&](const auto& asked) { return follow(asked, received.attached); };
+        if (message == nullptr || !std::visit(goesOn, *message)) {
             return;
         }
     }
@@ -91,7 +124,7 @@ void ServedModel::stop(std::uint64_t sequence)
 
 bool ServedModel::load()
 {
-    const Reply answer = answerOf(0, [&]() -> Reply {
+    answer(reply, 0, [&] {
         if (request.version != protocolVersion) {
             throw mil::Error("Vorlin was replaced while it ran; start it again");
         }
@@ -101,39 +134,44 @@ bool ServedModel::load()
         // Where links may lead was decided before the confinement, which holds now.
         model = mil::Model::load(request.bundle, {.threads = std::max(1U, request.threads),
                                                   .linksOut = mil::LinksOut::followed});
-        const LoadedReply signature = signatureOf(*model);
-        if (encode(Reply(signature)).empty()) {
+        reply = signatureOf(*model);
+        if (encode(reply).empty()) {
             throw mil::Error("the model has more inputs, outputs or shapes than can be used");
         }
-        return signature;
     });
-    reply(answer);
-    return std::holds_alternative<LoadedReply>(answer);
+    sendReply();
+    return std::holds_alternative<LoadedReply>(reply);
 }
 
-bool ServedModel::answer(const PredictRequest& asked, Descriptor& attached)
+bool ServedModel::follow(const PredictRequest& asked, Descriptor& attached)
 {
     held.clear();
     if (asked.memory > 0 && !take(attached, asked.memory)) {
         return false;
     }
-    std::optional<Reply> result;
-    const auto compute = [&] { result = answerOf(asked.sequence, [&] { return predict(asked); }); };
+    const auto compute = [&] { answer(reply, asked.sequence, [&] { predict(asked); }); };
     if (asked.background) {
-        lane.run(compute);
+        lane.run(std::cref(compute)); // a copy might take memory
     } else {
         compute();
     }
-    reply(*result);
+    sendReply();
     return true;
 }
 
-bool ServedModel::answer(const ResumeRequest& asked, Descriptor& attached)
+bool ServedModel::follow(const ResumeRequest& asked, Descriptor& attached)
 {
     if (!take(attached, asked.memory)) {
         return false;
     }
-    reply(placed(asked.sequence, asked.outputs));
+    std::vector<mil::TensorView> outputs;
+    for (const auto& [type, bytes] : held) {
+        outputs.push_back({type, bytes.data()});
+    }
+    if (place(asked.sequence, asked.outputs, outputs)) {
+        held.clear();
+    }
+    sendReply();
     return true;
 }
 
@@ -148,39 +186,44 @@ bool ServedModel::take(Descriptor& attached, std::uint64_t bytes)
     return mapped.has_value();
 }
 
-Reply ServedModel::predict(const PredictRequest& asked)
+void ServedModel::predict(const PredictRequest& asked)
 {
     begin(asked.sequence);
-    held = compute(asked);
-    return placed(asked.sequence, asked.outputs);
+    if (asked.frames != 0) {
+        checkLength(asked.frames);
+    }
+    arrangeInputs(asked);
+    model->predict(
+        asked.frames, inputs,
+        [&](std::span<const mil::TensorView> outputs) {
+            if (!place(asked.sequence, asked.outputs, outputs)) {
+                hold(outputs);
+            }
+        },
+        &stopping, asked.background ? mil::Urgency::background : mil::Urgency::foreground);
 }
 
-std::vector<mil::NamedOutput> ServedModel::compute(const PredictRequest& asked)
+/// Throws unless the model computes at that length.
+void ServedModel::checkLength(std::int64_t frames)
 {
-    const auto urgency = asked.background ? mil::Urgency::background : mil::Urgency::foreground;
-    if (asked.frames == 0) {
-        return model->predict(inputsOf(asked), &stopping, urgency);
-    }
-    const Frames& frames = request.frames;
-    if (frames.data.empty()) {
+    const Frames& known = request.frames;
+    if (known.data.empty()) {
         throw NoSuchLength("the model was loaded for its full length only");
     }
     // The first time; afterwards it only says what it said.
-    const std::string why =
-        model->shorten({frames.data, frames.axis, frames.length}, frames.lengths);
+    const std::string why = model->shorten({known.data, known.axis, known.length}, known.lengths);
     if (!why.empty()) {
         throw NoSuchLength(why);
     }
-    const auto known = model->shorterLengths();
-    if (std::ranges::find(known, asked.frames) == known.end()) {
-        throw NoSuchLength("the model cannot compute at length " + std::to_string(asked.frames));
+    const auto lengths = model->shorterLengths();
+    if (std::ranges::find(lengths, frames) == lengths.end()) {
+        throw NoSuchLength("the model cannot compute at length " + std::to_string(frames));
     }
-    return model->predictAt(asked.frames, inputsOf(asked), &stopping, urgency);
 }
 
-std::vector<mil::NamedInput> ServedModel::inputsOf(const PredictRequest& asked) const
+void ServedModel::arrangeInputs(const PredictRequest& asked)
 {
-    std::vector<mil::NamedInput> inputs;
+    inputs.clear();
     const auto& declared = model->inputs();
     for (const auto& tensor : asked.inputs) {
         const auto element = computed(tensor.element);
@@ -195,7 +238,6 @@ std::vector<mil::NamedInput> ServedModel::inputsOf(const PredictRequest& asked) 
         inputs.push_back({declared[tensor.feature].name,
                           {{*element, shape}, memory.bytes().data() + tensor.offset}});
     }
-    return inputs;
 }
 
 void ServedModel::begin(std::uint64_t sequence)
@@ -205,41 +247,62 @@ void ServedModel::begin(std::uint64_t sequence)
     stopping = lastToStop >= sequence;
 }
 
-/// Puts the held outputs into the shared memory, from `begin` on, if they fit.
-Reply ServedModel::placed(std::uint64_t sequence, std::uint64_t begin)
+/// Puts outputs into the shared memory, from `begin` on, and makes `reply` say so, or why not.
+/// False if they are to be kept until there is room.
+bool ServedModel::place(std::uint64_t sequence, std::uint64_t begin,
+                        std::span<const mil::TensorView> outputs)
 {
-    ComputedReply done{.sequence = sequence, .outputs = {}};
+    if (!std::holds_alternative<ComputedReply>(reply)) {
+        reply = ComputedReply{};
+    }
+    auto& done = std::get<ComputedReply>(reply); // whose memory serves again
+    done.sequence = sequence;
     std::uint64_t end = aligned(begin);
-    for (std::size_t i = 0; i < held.size(); ++i) {
-        const Element element = crossing(held[i].type.element);
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < outputs.size(); ++i) {
+        const Element element = crossing(outputs[i].type.element);
         if (element != Element::other) {
-            const auto& shape = held[i].type.shape;
-            done.outputs.push_back(
-                {static_cast<std::uint32_t>(i), element, {shape.begin(), shape.end()}, end});
-            end = aligned(end + held[i].bytes.size());
+            done.outputs.resize(std::max(done.outputs.size(), count + 1));
+            auto& tensor = done.outputs[count++];
+            tensor.feature = static_cast<std::uint32_t>(i);
+            tensor.element = element;
+            tensor.shape.assign(outputs[i].shape().begin(), outputs[i].shape().end());
+            tensor.offset = end;
+            end = aligned(end + byteCount(outputs[i].type));
         }
     }
+    done.outputs.resize(count);
     if (end > largestMemory) {
-        held.clear();
-        return FailedReply{sequence, "the model's answer is too large"};
+        reply = FailedReply{sequence, "the model's answer is too large"};
+        return true;
     }
     if (end > memory.size()) {
-        return NeedsMemoryReply{sequence, end - aligned(begin)};
+        reply = NeedsMemoryReply{sequence, end - aligned(begin)};
+        return false;
     }
     for (const auto& tensor : done.outputs) {
-        const auto& bytes = held[tensor.feature].bytes;
-        if (!bytes.empty()) {
-            std::memcpy(memory.bytes().data() + tensor.offset, bytes.data(), bytes.size());
+        const auto& output = outputs[tensor.feature];
+        const std::size_t bytes = byteCount(output.type);
+        if (bytes > 0) {
+            // An output may be an input as it came.
+            std::memmove(memory.bytes().data() + tensor.offset, output.data, bytes);
         }
     }
-    held.clear();
-    return done;
+    return true;
 }
 
-void ServedModel::reply(const Reply& message)
+void ServedModel::hold(std::span<const mil::TensorView> outputs)
 {
+    for (const auto& output : outputs) {
+        held.push_back({output.type, {output.data, output.data + byteCount(output.type)}});
+    }
+}
+
+void ServedModel::sendReply()
+{
+    packet = encode(reply, std::move(packet));
     // If it cannot be sent, the program is gone and this process with it.
-    send(channel, encode(message), -1, Waiting::yes);
+    send(channel, packet, -1, Waiting::yes);
 }
 
 } // namespace vorlin::engine

@@ -4,12 +4,14 @@
 #include "MIL/Model.h"
 #include "Platform/Linux/Engine/Wire/Channel.h"
 #include "Platform/Linux/Engine/Wire/Messages.h"
+#include "Platform/Linux/Engine/Wire/RepeatedMessages.h"
 #include "Platform/Linux/Engine/Wire/SharedMemory.h"
 
 #include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace vorlin::engine {
@@ -29,22 +31,32 @@ public:
 
 private:
     bool load();
-    bool answer(const PredictRequest& request, Descriptor& attached);
-    bool answer(const ResumeRequest& request, Descriptor& attached);
+    bool follow(const PredictRequest& request, Descriptor& attached);
+    bool follow(const ResumeRequest& request, Descriptor& attached);
     bool take(Descriptor& attached, std::uint64_t bytes);
-    Reply predict(const PredictRequest& request);
-    std::vector<mil::NamedOutput> compute(const PredictRequest& request);
-    std::vector<mil::NamedInput> inputsOf(const PredictRequest& request) const;
+    void predict(const PredictRequest& request);
+    void checkLength(std::int64_t frames);
+    void arrangeInputs(const PredictRequest& request);
     void begin(std::uint64_t sequence);
-    Reply placed(std::uint64_t sequence, std::uint64_t begin);
-    void reply(const Reply& message);
+    bool place(std::uint64_t sequence, std::uint64_t begin,
+               std::span<const mil::TensorView> outputs);
+    void hold(std::span<const mil::TensorView> outputs);
+    void sendReply();
 
     Descriptor channel;
     const LoadRequest request;
     BackgroundLane& lane;
     std::optional<mil::Model> model;
     SharedMemory memory;
-    std::vector<mil::NamedOutput> held; // computed, and not yet handed over
+    std::vector<mil::NamedInput> inputs; // of the last prediction
+    Reply reply;                         // the last one
+    Packet packet;                       // of the last reply
+    /// Outputs that are computed, and not yet handed over.
+    struct Held {
+        mil::TensorType type;
+        std::vector<std::byte> bytes;
+    };
+    std::vector<Held> held;
 
     std::mutex lock;
     std::atomic<bool> stopping = false; // of the last prediction begun; set under lock

@@ -57,16 +57,25 @@ Completion<MLFeatures> EngineModel::predictAt(std::int64_t frames, const MLFeatu
     Completion<MLFeatures> completion;
     const auto completer = completion.completer();
     try {
-        completer.complete(compute(frames, inputs, priority, stop));
+        MLFeatures outputs;
+        compute(frames, inputs, outputs, priority, stop);
+        completer.complete(std::move(outputs));
     } catch (...) {
         completer.fail(std::current_exception());
     }
     return completion;
 }
 
+bool EngineModel::predictInto(MLFeatures& outputs, const MLFeatures& inputs, WorkPriority priority,
+                              const StopToken& stop)
+{
+    compute(0, inputs, outputs, priority, stop);
+    return true;
+}
+
 /// Computes so many frames, or all if it is 0.
-MLFeatures EngineModel::compute(std::int64_t frames, const MLFeatures& inputs,
-                                WorkPriority priority, const StopToken& stop)
+void EngineModel::compute(std::int64_t frames, const MLFeatures& inputs, MLFeatures& outputs,
+                          WorkPriority priority, const StopToken& stop)
 {
     const std::scoped_lock mine(turn);
     if (stop.stopRequested()) {
@@ -75,23 +84,24 @@ MLFeatures EngineModel::compute(std::int64_t frames, const MLFeatures& inputs,
     if (unanswered) {
         nextReply(stop); // of a prediction that did not stop in time; it still uses the memory
     }
-    auto arranged = arrange(inputs, declared);
-    const std::uint64_t outputs = arranged.bytes;
-    const Descriptor fresh = makeRoom(outputs + expectedOutputs);
-    auto place = arranged.tensors.begin();
+    auto& asked = std::get<engine::PredictRequest>(prediction);
+    if (!areArrangedAs(asked.inputs, inputs, declared)) {
+        auto arranged = arrange(inputs, declared);
+        asked.inputs = std::move(arranged.tensors);
+        asked.outputs = arranged.bytes;
+    }
+    const Descriptor fresh = makeRoom(asked.outputs + expectedOutputs);
+    auto place = asked.inputs.begin();
     for (const auto& [name, array] : inputs) {
         copyIn(array, memory.bytes().data() + (place++)->offset);
     }
-    ++sequence;
-    ask(engine::PredictRequest{.sequence = sequence,
-                               .background = priority == WorkPriority::background,
-                               .frames = frames,
-                               .memory = fresh ? memory.size() : 0,
-                               .outputs = outputs,
-                               .inputs = std::move(arranged.tensors)},
-        fresh.number());
+    asked.sequence = ++sequence;
+    asked.background = priority == WorkPriority::background;
+    asked.frames = frames;
+    asked.memory = fresh ? memory.size() : 0;
+    ask(prediction, fresh.number());
     const StopCallback stopping(stop, [this] { process->stop(id, sequence); });
-    return await(outputs, stop);
+    await(asked.outputs, outputs, stop);
 }
 
 /// Makes the shared memory at least that large. Returns what the engine must be handed if it is
@@ -112,19 +122,18 @@ Descriptor EngineModel::makeRoom(std::uint64_t bytes)
     return std::move(created->second);
 }
 
-/// The outputs of the request just made.
-MLFeatures EngineModel::await(std::uint64_t outputs, const StopToken& stop)
+/// The outputs of the request just made, which lie in the shared memory from `begin` on.
+void EngineModel::await(std::uint64_t begin, MLFeatures& outputs, const StopToken& stop)
 {
     while (true) {
-        const Reply reply = nextReply(stop);
+        const Reply& reply = nextReply(stop);
         if (const auto* wanted = std::get_if<engine::NeedsMemoryReply>(&reply)) {
-            provide(*wanted, outputs);
+            provide(*wanted, begin);
         } else if (const auto* done = std::get_if<engine::ComputedReply>(&reply)) {
-            auto features = collect(done->outputs, declared, memory.bytes(), outputs);
-            if (!features) {
+            if (!collect(done->outputs, declared, memory.bytes(), begin, outputs)) {
                 fail(nonsense);
             }
-            return std::move(*features);
+            return;
         } else if (std::holds_alternative<engine::StoppedReply>(reply)) {
             throw MLStopped();
         } else {
@@ -137,22 +146,22 @@ MLFeatures EngineModel::await(std::uint64_t outputs, const StopToken& stop)
     }
 }
 
-/// Waits for the answer to the last request.
-Reply EngineModel::nextReply(const StopToken& stop)
+/// Waits for the answer to the last request; it stays until the next one.
+const Reply& EngineModel::nextReply(const StopToken& stop)
 {
     EnginePatience patience(process->limits.silence, process->limits.longest);
     std::chrono::milliseconds sinceStop{0};
     while (true) {
         const auto received = engine::receive(channel, buffer);
         if (received.what == engine::Received::What::packet) {
-            auto reply = received.size <= buffer.size()
-                             ? engine::parseReply(std::span(buffer).first(received.size))
-                             : std::nullopt;
-            if (!reply || sequenceOf(*reply) != sequence) {
+            const auto* const reply = received.size <= buffer.size()
+                                          ? replies.read(std::span(buffer).first(received.size))
+                                          : nullptr;
+            if (reply == nullptr || sequenceOf(*reply) != sequence) {
                 fail(nonsense);
             }
             unanswered = false;
-            return std::move(*reply);
+            return *reply;
         }
         if (received.what == engine::Received::What::end) {
             lost();
@@ -186,7 +195,7 @@ void EngineModel::provide(const engine::NeedsMemoryReply& wanted, std::uint64_t 
 
 void EngineModel::ask(const engine::ModelRequest& request, int attached)
 {
-    const auto packet = engine::encode(request);
+    packet = engine::encode(request, std::move(packet));
     if (packet.empty() || !engine::send(channel, packet, attached, engine::Waiting::no)) {
         lost();
     }

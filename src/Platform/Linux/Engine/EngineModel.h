@@ -2,6 +2,7 @@
 
 #include "Platform/Linux/Engine/EngineProcess.h"
 #include "Platform/Linux/Engine/EngineTensors.h"
+#include "Platform/Linux/Engine/Wire/RepeatedMessages.h"
 #include "Platform/Linux/Engine/Wire/SharedMemory.h"
 #include "Ports/MLModel.h"
 
@@ -22,16 +23,18 @@ public:
     bool isLost() const override { return process->ended(); }
     Completion<MLFeatures> predict(const MLFeatures& inputs, WorkPriority priority,
                                    StopToken stop) override;
+    bool predictInto(MLFeatures& outputs, const MLFeatures& inputs, WorkPriority priority,
+                     const StopToken& stop) override;
     bool computesFewerFrames() const override { return true; }
     Completion<MLFeatures> predictAt(std::int64_t frames, const MLFeatures& inputs,
                                      WorkPriority priority, StopToken stop) override;
 
 private:
-    MLFeatures compute(std::int64_t frames, const MLFeatures& inputs, WorkPriority priority,
-                       const StopToken& stop);
+    void compute(std::int64_t frames, const MLFeatures& inputs, MLFeatures& outputs,
+                 WorkPriority priority, const StopToken& stop);
     Descriptor makeRoom(std::uint64_t bytes);
-    MLFeatures await(std::uint64_t outputs, const StopToken& stop);
-    engine::Reply nextReply(const StopToken& stop);
+    void await(std::uint64_t begin, MLFeatures& outputs, const StopToken& stop);
+    const engine::Reply& nextReply(const StopToken& stop);
     void provide(const engine::NeedsMemoryReply& wanted, std::uint64_t outputs);
     void ask(const engine::ModelRequest& request, int attached);
     [[noreturn]] void lost();
@@ -45,7 +48,10 @@ private:
     const std::uint64_t expectedOutputs; // bytes
 
     std::mutex turn;
-    engine::SharedMemory memory;   // guarded by turn, like all that follows
+    engine::SharedMemory memory; // guarded by turn, like all that follows
+    engine::ModelRequest prediction{engine::PredictRequest{}}; // the last one
+    engine::Packet packet;                                     // of the last request
+    engine::RepeatedReplies replies;
     std::vector<std::byte> buffer; // for replies
     std::uint64_t sequence = 0;
     bool unanswered = false; // the engine has not answered the last request

@@ -1,8 +1,11 @@
 #include "Platform/Linux/Engine/EngineTensors.h"
 
 #include <algorithm>
+#include <bitset>
 #include <cstring>
+#include <optional>
 #include <stdexcept>
+#include <utility>
 
 namespace vorlin {
 
@@ -80,6 +83,20 @@ std::byte* copyAxis(const MultiArray& array, std::size_t axis, const std::byte* 
     return to;
 }
 
+/// Makes `array` what the engine put there.
+void copyOut(const std::byte* from, const engine::Tensor& tensor, MultiArray& array)
+{
+    const auto type = *portType(tensor.element);
+    if (array.data() == nullptr || array.elementType() != type || array.shape() != tensor.shape ||
+        !array.isDense()) {
+        array = MultiArray(type, tensor.shape);
+    }
+    const std::size_t bytes = array.elementCount() * bytesOf(type);
+    if (bytes > 0) {
+        std::memcpy(array.data(), from, bytes);
+    }
+}
+
 /// The length of the UTF-8 character at the start of `text`; 0 if there is none. Overlong forms
 /// pass: they are ugly and nothing else.
 std::size_t characterLength(std::string_view text)
@@ -134,6 +151,18 @@ ArrangedInputs arrange(const MLFeatures& inputs, const MLSignature& signature)
     return result;
 }
 
+bool areArrangedAs(const std::vector<engine::Tensor>& tensors, const MLFeatures& inputs,
+                   const MLSignature& signature)
+{
+    return std::equal(tensors.begin(), tensors.end(), inputs.begin(), inputs.end(),
+                      [&](const engine::Tensor& tensor, const auto& input) {
+                          const auto& [name, array] = input;
+                          return signature.inputs[tensor.feature].name == name &&
+                                 tensor.element == wireType(array.elementType()) &&
+                                 tensor.shape == array.shape() && array.data() != nullptr;
+                      });
+}
+
 void copyIn(const MultiArray& array, std::byte* memory)
 {
     const std::size_t count = array.elementCount();
@@ -147,30 +176,23 @@ void copyIn(const MultiArray& array, std::byte* memory)
     }
 }
 
-std::optional<MLFeatures> collect(const std::vector<engine::Tensor>& tensors,
-                                  const MLSignature& signature, std::span<const std::byte> memory,
-                                  std::uint64_t begin)
+bool collect(const std::vector<engine::Tensor>& tensors, const MLSignature& signature,
+             std::span<const std::byte> memory, std::uint64_t begin, MLFeatures& features)
 {
-    MLFeatures features;
+    std::bitset<engine::mostFeatures> collected;
     for (const auto& tensor : tensors) {
-        if (tensor.feature >= signature.outputs.size() ||
+        if (tensor.feature >= signature.outputs.size() || collected.test(tensor.feature) ||
             !isAsDeclared(tensor, signature.outputs[tensor.feature]) ||
             !engine::liesWithin(tensor, begin, memory.size())) {
-            return std::nullopt;
+            return false;
         }
-        MultiArray array(*portType(tensor.element), tensor.shape);
-        const std::size_t bytes = array.elementCount() * bytesOf(array.elementType());
-        if (bytes > 0) {
-            std::memcpy(array.data(), memory.data() + tensor.offset, bytes);
-        }
-        const auto& name = signature.outputs[tensor.feature].name;
-        if (!features.emplace(name, std::move(array)).second) {
-            return std::nullopt;
-        }
+        collected.set(tensor.feature);
+        copyOut(memory.data() + tensor.offset, tensor,
+                features[signature.outputs[tensor.feature].name]);
     }
     const auto promised = std::ranges::count_if(
         signature.outputs, [](const MLFeature& output) { return output.elementType.has_value(); });
-    return std::ssize(features) == promised ? std::optional(std::move(features)) : std::nullopt;
+    return std::cmp_equal(collected.count(), promised) && features.size() == collected.count();
 }
 
 std::uint64_t expectedBytes(const std::vector<MLFeature>& features)

@@ -4,7 +4,6 @@
 #include "Ports/MLModel.h"
 
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -24,15 +23,19 @@ struct ArrangedInputs {
 };
 ArrangedInputs arrange(const MLFeatures& inputs, const MLSignature& signature);
 
+/// Whether `arrange` has these tensors for these inputs, too.
+bool areArrangedAs(const std::vector<engine::Tensor>& tensors, const MLFeatures& inputs,
+                   const MLSignature& signature);
+
 /// Writes `array`, densely, to `memory`, which has room for it.
 void copyIn(const MultiArray& array, std::byte* memory);
 
-/// The arrays that the engine put into `memory`. Nothing when its tensors are not what the
-/// signature declares, every output of a type that crosses exactly once, or do not lie in [begin,
-/// end of memory).
-std::optional<MLFeatures> collect(const std::vector<engine::Tensor>& tensors,
-                                  const MLSignature& signature, std::span<const std::byte> memory,
-                                  std::uint64_t begin);
+/// Makes `features` the arrays that the engine put into `memory`; one that has the type and the
+/// shape is written over. False when the tensors are not what the signature declares, every output
+/// of a type that crosses exactly once, or do not lie in [begin, end of memory); `features` may
+/// then hold anything.
+bool collect(const std::vector<engine::Tensor>& tensors, const MLSignature& signature,
+             std::span<const std::byte> memory, std::uint64_t begin, MLFeatures& features);
 
 /// Bytes that the features take at most, as far as that is known: room to begin with.
 std::uint64_t expectedBytes(const std::vector<MLFeature>& features);

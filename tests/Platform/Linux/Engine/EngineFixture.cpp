@@ -123,6 +123,23 @@ void EngineTest::writeDouble(const std::string& name)
     write(name, "tensor<fp32, [2]>", "tensor<fp32, [2]> y = add(x = x, y = x);");
 }
 
+void EngineTest::writeWeighty(const std::string& name)
+{
+    mil::test::WeightBytes weights;
+    const auto offset = weights.add(1, std::vector<std::uint16_t>(std::size_t{2048} * 1024, 0));
+    mil::test::writeBundle(
+        folder.path / name,
+        mil::test::programOf(
+            "tensor<fp16, [2048, 1024]>",
+            "tensor<fp16, [2048, 1024]> w = const()[name = string(\"w\"), val = tensor<fp16, "
+            "[2048, 1024]>(BLOBFILE(path = string(\"@model_path/weights/weight.bin\"), offset "
+            "= uint64(" +
+                std::to_string(offset) +
+                ")))];\n"
+                "tensor<fp16, [2048, 1024]> y = add(x = x, y = w);"),
+        weights.bytes);
+}
+
 void EngineTest::writeEndless(const std::string& name)
 {
     std::string body;

@@ -93,6 +93,8 @@ protected:
     void write(const std::string& name, std::string_view type, std::string_view body);
     /// y = x + x, of two numbers.
     void writeDouble(const std::string& name = "Double.mlmodelc");
+    /// y = x + weights, of a thousand pages of weights; wants fp16 [2048, 1024].
+    void writeWeighty(const std::string& name);
     /// A product that takes minutes and can be stopped; wants `largeInput()`.
     void writeEndless(const std::string& name = "Endless.mlmodelc");
     static MultiArray largeInput();

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstring>
 
 namespace vorlin::test {
 
@@ -17,7 +18,8 @@ const MLSignature signature{
 bool isTaken(const engine::Tensor& tensor, std::uint64_t begin = 64)
 {
     const std::array<std::byte, 256> memory{};
-    return collect({tensor}, signature, memory, begin).has_value();
+    MLFeatures features;
+    return collect({tensor}, signature, memory, begin, features);
 }
 
 } // namespace
@@ -39,6 +41,34 @@ TEST(EngineTensorsTest, outputsThatAreNotDeclaredAreRefused)
     EXPECT_FALSE(isTaken({2, engine::Element::float32, {7}, 64}));
     EXPECT_FALSE(isTaken({0, engine::Element::float32, {7}, 0}));
     EXPECT_FALSE(isTaken({0, engine::Element::float32, {7}, 256}));
+}
+
+TEST(EngineTensorsTest, anArrayThatFitsIsWrittenOverAndNoOther)
+{
+    std::array<std::byte, 256> memory{};
+    MLFeatures features;
+    const auto take = [&](const engine::Tensor& tensor) {
+        ASSERT_TRUE(collect({tensor}, signature, memory, 64, features));
+    };
+    take({0, engine::Element::float32, {7}, 64});
+    const MultiArray first = features.at("a");
+    EXPECT_EQ(first.number(0), 0);
+    const float one = 1;
+    std::memcpy(memory.data() + 64, &one, sizeof one);
+    take({0, engine::Element::float32, {7}, 64});
+    EXPECT_EQ(features.at("a").data(), first.data());
+    EXPECT_EQ(first.number(0), 1);
+    take({0, engine::Element::float32, {1, 4}, 64});
+    EXPECT_NE(features.at("a").data(), first.data());
+    EXPECT_EQ(features.at("a").shape(), (MultiArray::Extents{1, 4}));
+}
+
+TEST(EngineTensorsTest, whatIsNoOutputIsNotLeftAmongThem)
+{
+    const std::array<std::byte, 256> memory{};
+    MLFeatures features{{"z", MultiArray(MLElementType::float32, {1})}};
+    EXPECT_FALSE(
+        collect({{0, engine::Element::float32, {7}, 64}}, signature, memory, 64, features));
 }
 
 TEST(EngineTensorsTest, roomIsExpectedForShapesThatAreKnown)

@@ -26,24 +26,6 @@ protected:
     {
         mil::test::writeBundle(folder.path / name, text);
     }
-
-    /// y = x + weights, of a thousand pages of weights.
-    void writeWeighty(const std::string& name)
-    {
-        mil::test::WeightBytes weights;
-        const auto offset = weights.add(1, std::vector<std::uint16_t>(std::size_t{2048} * 1024, 0));
-        mil::test::writeBundle(
-            folder.path / name,
-            mil::test::programOf(
-                "tensor<fp16, [2048, 1024]>",
-                "tensor<fp16, [2048, 1024]> w = const()[name = string(\"w\"), val = tensor<fp16, "
-                "[2048, 1024]>(BLOBFILE(path = string(\"@model_path/weights/weight.bin\"), offset "
-                "= uint64(" +
-                    std::to_string(offset) +
-                    ")))];\n"
-                    "tensor<fp16, [2048, 1024]> y = add(x = x, y = w);"),
-            weights.bytes);
-    }
 };
 
 TEST_F(FailureTest, aMissingBundleIsNamed)

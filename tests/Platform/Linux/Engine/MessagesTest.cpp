@@ -1,5 +1,6 @@
 // The messages between the program and its engine process, as bytes.
 #include "Platform/Linux/Engine/Wire/Messages.h"
+#include "Platform/Linux/Engine/Wire/RepeatedMessages.h"
 
 #include <gtest/gtest.h>
 
@@ -59,6 +60,31 @@ TEST(MessagesTest, messagesCutShortOrTooLongAreNone)
         packet.push_back(std::byte{0});
         EXPECT_EQ(parseReply(packet), std::nullopt);
     }
+}
+
+TEST(MessagesTest, aRepeatedMessageIsReadUnderItsOwnNumber)
+{
+    RepeatedReplies known;
+    const auto read = [&](const Packet& packet) {
+        const auto* const reply = known.read(packet);
+        return reply != nullptr ? std::optional(*reply) : std::nullopt;
+    };
+    for (const auto& reply : replies) {
+        EXPECT_EQ(read(encode(reply)), reply);
+        EXPECT_EQ(read(encode(reply)), reply);
+    }
+    const Packet packet = encode(Reply(ComputedReply{7, {tensor}}));
+    EXPECT_EQ(read(packet), Reply(ComputedReply{7, {tensor}}));
+    EXPECT_EQ(read(changed(packet, 1, std::uint64_t{8})), Reply(ComputedReply{8, {tensor}}));
+    // Whatever else a packet changes, it is looked at anew.
+    for (std::size_t at = 9; at < packet.size(); ++at) {
+        const auto other = changed(packet, at, static_cast<std::uint8_t>(~packet[at]));
+        EXPECT_EQ(read(other), parseReply(other)) << at;
+        EXPECT_EQ(read(packet), parseReply(packet)) << at;
+    }
+    EXPECT_EQ(read({packet.begin(), packet.end() - 1}), std::nullopt);
+    EXPECT_EQ(read(packet), parseReply(packet));
+    EXPECT_EQ(read(changed(packet, 0, MessageKind::stopped)), std::nullopt);
 }
 
 TEST(MessagesTest, aMessageOfTheOtherSideIsNone)

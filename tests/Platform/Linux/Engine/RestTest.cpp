@@ -32,7 +32,22 @@ long sleepsOf(pid_t process)
 
 } // namespace
 
-class RestTest : public EngineTest {};
+class RestTest : public EngineTest {
+protected:
+    /// What the engine process has in memory of files, in kB.
+    static long ofFiles() { return std::stol(statusOf(engine(), "RssFile")); }
+};
+
+TEST_F(RestTest, weightsAreReadInBeforeAnybodyAsks)
+{
+    writeDouble();
+    writeWeighty("Encoder.mlmodelc");
+    const auto small = load("Double.mlmodelc");
+    doubled(*small);
+    const long before = ofFiles();
+    const auto model = load("Encoder.mlmodelc");
+    EXPECT_TRUE(eventually([&] { return ofFiles() >= before + 4096; }));
+}
 
 TEST_F(RestTest, loadedAndIdleItNeverWakes)
 {

@@ -3,12 +3,14 @@
 #include "Platform/Linux/Engine/Wire/PacketReader.h"
 #include "Platform/Linux/Engine/Wire/PacketWriter.h"
 
+#include <utility>
+
 namespace vorlin::engine {
 
-Packet encode(const ControlRequest& message)
+Packet encode(const ControlRequest& message, Packet memory)
 {
     if (const auto* load = std::get_if<LoadRequest>(&message)) {
-        PacketWriter out(MessageKind::load);
+        PacketWriter out(MessageKind::load, std::move(memory));
         out.put(load->version);
         out.put(load->model);
         out.put(load->threads);
@@ -21,16 +23,16 @@ Packet encode(const ControlRequest& message)
         return out.take();
     }
     const auto& stop = std::get<StopRequest>(message);
-    PacketWriter out(MessageKind::stop);
+    PacketWriter out(MessageKind::stop, std::move(memory));
     out.put(stop.model);
     out.put(stop.sequence);
     return out.take();
 }
 
-Packet encode(const ModelRequest& message)
+Packet encode(const ModelRequest& message, Packet memory)
 {
     if (const auto* predict = std::get_if<PredictRequest>(&message)) {
-        PacketWriter out(MessageKind::predict);
+        PacketWriter out(MessageKind::predict, std::move(memory));
         out.put(predict->sequence);
         out.put(static_cast<std::uint8_t>(predict->background));
         out.put(predict->frames);
@@ -40,7 +42,7 @@ Packet encode(const ModelRequest& message)
         return out.take();
     }
     const auto& resume = std::get<ResumeRequest>(message);
-    PacketWriter out(MessageKind::resume);
+    PacketWriter out(MessageKind::resume, std::move(memory));
     out.put(resume.sequence);
     out.put(resume.memory);
     out.put(resume.outputs);
@@ -49,40 +51,40 @@ Packet encode(const ModelRequest& message)
 
 namespace {
 
-Packet write(const LoadedReply& reply)
+Packet write(const LoadedReply& reply, Packet memory)
 {
-    PacketWriter out(MessageKind::loaded);
+    PacketWriter out(MessageKind::loaded, std::move(memory));
     out.put(reply.inputs);
     out.put(reply.outputs);
     return out.take();
 }
 
-Packet write(const ComputedReply& reply)
+Packet write(const ComputedReply& reply, Packet memory)
 {
-    PacketWriter out(MessageKind::computed);
+    PacketWriter out(MessageKind::computed, std::move(memory));
     out.put(reply.sequence);
     out.put(reply.outputs);
     return out.take();
 }
 
-Packet write(const NeedsMemoryReply& reply)
+Packet write(const NeedsMemoryReply& reply, Packet memory)
 {
-    PacketWriter out(MessageKind::needsMemory);
+    PacketWriter out(MessageKind::needsMemory, std::move(memory));
     out.put(reply.sequence);
     out.put(reply.bytes);
     return out.take();
 }
 
-Packet write(const StoppedReply& reply)
+Packet write(const StoppedReply& reply, Packet memory)
 {
-    PacketWriter out(MessageKind::stopped);
+    PacketWriter out(MessageKind::stopped, std::move(memory));
     out.put(reply.sequence);
     return out.take();
 }
 
-Packet write(const FailedReply& reply)
+Packet write(const FailedReply& reply, Packet memory)
 {
-    PacketWriter out(MessageKind::failed);
+    PacketWriter out(MessageKind::failed, std::move(memory));
     out.put(reply.sequence);
     out.put(std::string_view(reply.text));
     out.put(static_cast<std::uint8_t>(reply.noSuchLength));
@@ -91,9 +93,9 @@ Packet write(const FailedReply& reply)
 
 } // namespace
 
-Packet encode(const Reply& message)
+Packet encode(const Reply& message, Packet memory)
 {
-    return std::visit([](const auto& reply) { return write(reply); }, message);
+    return std::visit([&](const auto& reply) { return write(reply, std::move(memory)); }, message);
 }
 
 std::optional<ControlRequest> parseControlRequest(std::span<const std::byte> packet)

@@ -160,10 +160,11 @@ using Reply = std::variant<LoadedReply, ComputedReply, NeedsMemoryReply, Stopped
 
 using Packet = std::vector<std::byte>;
 
-/// A message as a packet. One that is too large for a packet becomes an empty one.
-Packet encode(const ControlRequest& message);
-Packet encode(const ModelRequest& message);
-Packet encode(const Reply& message);
+/// A message as a packet, in the memory of another one that is no longer needed. One that is too
+/// large for a packet becomes an empty one.
+Packet encode(const ControlRequest& message, Packet memory = {});
+Packet encode(const ModelRequest& message, Packet memory = {});
+Packet encode(const Reply& message, Packet memory = {});
 
 std::optional<ControlRequest> parseControlRequest(std::span<const std::byte> packet);
 std::optional<ModelRequest> parseModelRequest(std::span<const std::byte> packet);

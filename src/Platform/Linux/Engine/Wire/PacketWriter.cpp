@@ -11,8 +11,9 @@ constexpr std::size_t usualSize = 512;
 
 } // namespace
 
-PacketWriter::PacketWriter(MessageKind kind)
+PacketWriter::PacketWriter(MessageKind kind, Packet memory) : bytes(std::move(memory))
 {
+    bytes.clear();
     bytes.reserve(usualSize);
     put(kind);
 }

@@ -12,7 +12,8 @@ namespace vorlin::engine {
 /// Writes values one after the other; lists and texts begin with their count.
 class PacketWriter {
 public:
-    explicit PacketWriter(MessageKind kind);
+    /// Writes into the memory of `memory`, as far as that reaches.
+    PacketWriter(MessageKind kind, Packet memory);
 
     template <class T>
         requires std::is_trivially_copyable_v<T>
