@@ -31,6 +31,9 @@ public:
     /// a pause is transcribed before anything more is said. The wait after the release.
     std::chrono::nanoseconds dictateWithPauses(double seconds, unsigned seed);
 
+    /// Loads the models for somebody who is about to speak; returns once they are loaded.
+    void load();
+
     /// Waits until the lengths of the loaded models are proved; how long that took, the quiet time
     /// before it included.
     std::chrono::nanoseconds prove();

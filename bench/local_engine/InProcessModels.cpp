@@ -5,7 +5,9 @@
 
 #include <atomic>
 #include <cstring>
+#include <span>
 #include <utility>
+#include <vector>
 
 namespace vorlin {
 
@@ -40,10 +42,20 @@ public:
     const MLSignature& signature() const override { return declared; }
     bool isLost() const override { return false; }
 
-    Completion<MLFeatures> predict(const MLFeatures& inputs, WorkPriority /*priority*/,
+    Completion<MLFeatures> predict(const MLFeatures& inputs, WorkPriority priority,
                                    StopToken stop) override
     {
-        std::vector<mil::NamedInput> named;
+        MLFeatures outputs;
+        predictInto(outputs, inputs, priority, stop);
+        Completion<MLFeatures> done;
+        done.completer().complete(std::move(outputs));
+        return done;
+    }
+
+    bool predictInto(MLFeatures& outputs, const MLFeatures& inputs, WorkPriority /*priority*/,
+                     const StopToken& stop) override
+    {
+        named.clear();
         for (const auto& [name, array] : inputs) {
             mil::Shape shape;
             for (const auto extent : array.shape()) {
@@ -53,22 +65,25 @@ public:
                                                                           : mil::ElementType::fp32;
             named.push_back({name, {{type, shape}, array.data()}});
         }
-        MLFeatures outputs;
         std::atomic<bool> stopping = false;
         const StopCallback whenStopped(stop, [&stopping] { stopping = true; });
-        for (const auto& output : model.predict(named, &stopping)) {
-            MultiArray array(portType(output.type.element),
-                             {output.type.shape.begin(), output.type.shape.end()});
-            std::memcpy(array.data(), output.bytes.data(), output.bytes.size());
-            outputs.emplace(output.name, array);
-        }
-        Completion<MLFeatures> done;
-        done.completer().complete(std::move(outputs));
-        return done;
+        const auto take = [&](std::span<const mil::TensorView> shown) {
+            for (std::size_t i = 0; i < shown.size(); ++i) {
+                MultiArray& array = outputs[declared.outputs[i].name];
+                if (array.data() == nullptr) {
+                    array = MultiArray(portType(shown[i].type.element),
+                                       {shown[i].shape().begin(), shown[i].shape().end()});
+                }
+                std::memcpy(array.data(), shown[i].data, mil::byteCount(shown[i].type));
+            }
+        };
+        model.predict(0, named, take, &stopping);
+        return true;
     }
 
 private:
     mil::Model model;
+    std::vector<mil::NamedInput> named; // of the last prediction
     const MLSignature declared;
 };
 

@@ -5,10 +5,12 @@
 //
 //   release_to_text_bench [MODEL-FOLDER]     builds the folder when none is given (1.3 GB)
 //   release_to_text_bench --promised MODEL-FOLDER     3 s of speech only
+//   release_to_text_bench --first MODEL-FOLDER        what the first utterance after a load costs
 
 #include "DictationBench.h"
 #include "InProcessModels.h"
 #include "Platform/Linux/Engine/EngineModels.h"
+#include "Platform/Shared/Descriptor.h"
 #include "Platform/Shared/QtMainLoop.h"
 #include "Platform/Shared/ThreadPool.h"
 
@@ -16,11 +18,16 @@
 
 #include <fmt/core.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <numeric>
+#include <sstream>
 #include <string_view>
 #include <thread>
 
@@ -211,6 +218,93 @@ void measurePromised(const std::filesystem::path& folder)
     printMemory("unloaded");
 }
 
+/// Calls `look` with each file of a folder.
+template <class Look>
+void forEachFile(const std::filesystem::path& folder, const Look& look)
+{
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        if (entry.is_regular_file()) {
+            const Descriptor file(::open(entry.path().c_str(), O_RDONLY | O_CLOEXEC));
+            look(file.number());
+        }
+    }
+}
+
+/// Has the system forget what it keeps of the files in memory.
+void forget(const std::filesystem::path& folder)
+{
+    forEachFile(folder, [](int file) { ::posix_fadvise(file, 0, 0, POSIX_FADV_DONTNEED); });
+}
+
+/// How long it takes to read the files once.
+std::chrono::nanoseconds read(const std::filesystem::path& folder)
+{
+    std::vector<char> buffer(std::size_t{4} << 20);
+    const auto start = std::chrono::steady_clock::now();
+    forEachFile(folder, [&](int file) {
+        while (::read(file, buffer.data(), buffer.size()) > 0) {
+        }
+    });
+    return std::chrono::steady_clock::now() - start;
+}
+
+/// Until the engine process has nothing to do any more.
+void waitForRest()
+{
+    const auto spent = [] {
+        std::ifstream stat("/proc/" + engineProcess() + "/stat");
+        const std::string text{std::istreambuf_iterator<char>(stat), {}};
+        std::istringstream rest(text.substr(std::min(text.size(), text.rfind(')') + 1)));
+        std::vector<std::string> fields{std::istream_iterator<std::string>(rest), {}};
+        return std::stol(fields.at(11)) + std::stol(fields.at(12));
+    };
+    long before = -1;
+    for (long now = spent(); now != before; now = spent()) {
+        before = now;
+        std::this_thread::sleep_for(300ms);
+    }
+}
+
+/// The first utterance after a load, and those after it: with the files in memory, and from disk.
+void measureFirst(const std::filesystem::path& folder)
+{
+    constexpr int rounds = 5;
+    QtMainLoop loop;
+    ThreadPool workers([] {});
+    EngineModels engine(workers, VORLIN_ENGINE);
+    DictationBench bench(folder, engine, loop, workers);
+    const auto dictated = [&] { return bench.dictate(3, false); };
+    std::map<std::string, std::vector<std::chrono::nanoseconds>> times;
+    for (int i = 0; i < rounds; ++i) {
+        bench.unload();
+        times["first, loaded and at rest"].push_back(
+            (bench.load(), waitForRest(), dictated().total));
+        times["second"].push_back(dictated().total);
+        times["third"].push_back(dictated().total);
+        bench.unload();
+        const auto begin = std::chrono::steady_clock::now();
+        dictated();
+        times["first, with its load"].push_back(std::chrono::steady_clock::now() - begin);
+        printMemory("loaded");
+        bench.unload();
+        forget(folder);
+        times["reading the files from disk"].push_back(read(folder));
+        forget(folder);
+        const auto beginCold = std::chrono::steady_clock::now();
+        const auto cold = dictated();
+        times["first, with its load, from disk"].push_back(std::chrono::steady_clock::now() -
+                                                           beginCold);
+        times["the encoder of that"].push_back(sum(cold.times.at("Encoder")));
+    }
+    for (const auto& [what, each] : times) {
+        fmt::print("{:32} median {:6.0f} ms of", what, milliseconds(median(each)));
+        for (const auto& one : each) {
+            fmt::print(" {:.0f}", milliseconds(one));
+        }
+        fmt::print("\n");
+    }
+}
+
 void measure(const std::filesystem::path& folder)
 {
     QtMainLoop loop;
@@ -250,6 +344,10 @@ int main(int argc, char* argv[])
     const QCoreApplication qt(argc, argv);
     if (argc > 2 && std::string_view(argv[1]) == "--promised") {
         measurePromised(argv[2]);
+        return 0;
+    }
+    if (argc > 2 && std::string_view(argv[1]) == "--first") {
+        measureFirst(argv[2]);
         return 0;
     }
     if (argc > 1) {

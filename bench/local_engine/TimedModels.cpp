@@ -1,6 +1,7 @@
 #include "TimedModels.h"
 
 #include <thread>
+#include <type_traits>
 #include <utility>
 
 namespace vorlin {
@@ -20,6 +21,11 @@ public:
     {
         return timed(priority, [&] { return model->predict(inputs, priority, std::move(stop)); });
     }
+    bool predictInto(MLFeatures& outputs, const MLFeatures& inputs, WorkPriority priority,
+                     const StopToken& stop) override
+    {
+        return timed(priority, [&] { return model->predictInto(outputs, inputs, priority, stop); });
+    }
     bool computesFewerFrames() const override { return model->computesFewerFrames(); }
     Completion<MLFeatures> predictAt(std::int64_t frames, const MLFeatures& inputs,
                                      WorkPriority priority, StopToken stop) override
@@ -30,7 +36,7 @@ public:
 
 private:
     template <class Predict>
-    Completion<MLFeatures> timed(WorkPriority priority, const Predict& predict)
+    std::invoke_result_t<const Predict&> timed(WorkPriority priority, const Predict& predict)
     {
         owner.inBackground = priority == WorkPriority::background;
         const auto start = std::chrono::steady_clock::now();
@@ -54,14 +60,15 @@ Completion<std::unique_ptr<MLModel>> TimedModels::load(const std::filesystem::pa
     while (!loading.await_ready()) {
         std::this_thread::yield();
     }
-    Completion<std::unique_ptr<MLModel>> loaded;
+    Completion<std::unique_ptr<MLModel>> result;
     try {
-        loaded.completer().complete(
+        result.completer().complete(
             std::make_unique<Model>(*this, bundle.stem().string(), std::move(loading)));
+        ++loaded;
     } catch (...) {
-        loaded.completer().fail(std::current_exception());
+        result.completer().fail(std::current_exception());
     }
-    return loaded;
+    return result;
 }
 
 TimedModels::Times TimedModels::take()

@@ -28,6 +28,9 @@ public:
     /// Whether a prediction of background priority is under way.
     std::atomic<bool> inBackground = false;
 
+    /// How many models have been loaded.
+    std::atomic<int> loaded = 0;
+
 private:
     class Model;
 
