@@ -30,7 +30,7 @@ def main():
                           ["--memory", folder]):
                 failed |= subprocess.run([PROGRAM, *words], check=False).returncode != 0
         print("== what is promised", flush=True)
-        failed |= subprocess.run([PROGRAM, "--table", *folders[:2], ROUNDS],
+        failed |= subprocess.run([PROGRAM, "--table", *folders, ROUNDS],
                                  check=False).returncode != 0
         print("== forms of weights", flush=True)
         failed |= subprocess.run([PROGRAM, "--encoders", ROUNDS, *folders],

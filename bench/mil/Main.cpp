@@ -1,7 +1,7 @@
 // bench_mil FOLDER [ROUNDS [VECTORS]]: measures a model folder made by full_size_model.py.
 // bench_mil --steps FOLDER [ROUNDS [VECTORS]]: its decoder and joint steps only.
 // bench_mil --encoders ROUNDS FOLDER...: the encoders of several such folders against the first's.
-// bench_mil --table FP16 LUT6 [ROUNDS]: what is promised of the engine's speed, of two such
+// bench_mil --table FP16 LUT6 INT8 [ROUNDS]: what is promised of the engine's speed, of three such
 // folders. bench_mil --memory FOLDER: loads and runs the encoder and holds its resident memory
 // against the limit; exit 1 beyond it.
 //
@@ -177,9 +177,9 @@ int run(const std::vector<std::string>& words)
     if (words[0] == "--memory" && words.size() > 1) {
         return checkMemory(std::filesystem::path(words[1]) / "Encoder.mlmodelc") ? 0 : 1;
     }
-    if (words[0] == "--table" && words.size() > 2) {
-        std::printf("%s, %zu threads, %d rounds\n", processorName().c_str(), threads, rounds(3));
-        printTable(words[1], words[2], rounds(3));
+    if (words[0] == "--table" && words.size() > 3) {
+        std::printf("%s, %zu threads, %d rounds\n", processorName().c_str(), threads, rounds(4));
+        printTable(words[1], words[2], words[3], rounds(4));
         return 0;
     }
     if (words[0] == "--encoders" && words.size() > 2) {
@@ -210,9 +210,10 @@ int run(const std::vector<std::string>& words)
 int main(int count, char** arguments)
 {
     if (count < 2) {
-        std::fprintf(stderr, "usage: bench_mil FOLDER [ROUNDS [VECTORS]] | --memory FOLDER | "
-                             "--table FP16 LUT6 [ROUNDS] | --encoders ROUNDS FOLDER... | --steps "
-                             "FOLDER [ROUNDS [VECTORS]]\n");
+        std::fprintf(stderr,
+                     "usage: bench_mil FOLDER [ROUNDS [VECTORS]] | --memory FOLDER | "
+                     "--table FP16 LUT6 INT8 [ROUNDS] | --encoders ROUNDS FOLDER... | --steps "
+                     "FOLDER [ROUNDS [VECTORS]]\n");
         return 1;
     }
     try {

@@ -48,8 +48,10 @@ inline double least(const std::vector<double>& values)
 class Subject {
 public:
     Subject(const std::filesystem::path& bundle, std::size_t threadCount,
-            SumVectors vectors = SumVectors::fitting)
-        : model(Model::load(bundle, {.threads = threadCount, .sumVectors = vectors}))
+            SumVectors vectors = SumVectors::fitting,
+            LargeProducts products = LargeProducts::singlePrecision)
+        : model(Model::load(
+              bundle, {.threads = threadCount, .sumVectors = vectors, .largeProducts = products}))
     {
         for (const FeatureDescription& feature : model.inputs()) {
             memory.emplace_back(byteCount(feature.type));

@@ -14,6 +14,8 @@ namespace fs = std::filesystem;
 constexpr std::size_t threads = 2;
 constexpr int stepsPerRound = 20;
 constexpr double mebibyte = 1048576;
+/// What an utterance of 3 s is computed at: its frames, and room for what the last one sees.
+constexpr std::int64_t threeSeconds = 317;
 
 void row(const char* what, double figure, double bar, const char* unit)
 {
@@ -87,10 +89,42 @@ void printSteps(const fs::path& folder, int rounds)
     joint.print("joint step, one thread");
 }
 
+/// Products in 8 bits against our own in single precision.
+void printIntegers(const fs::path& halves, const fs::path& palettes, const fs::path& bytes,
+                   int rounds)
+{
+    constexpr auto integers = LargeProducts::integers;
+    constexpr auto fitting = SumVectors::fitting;
+    Subject full(halves / "Encoder.mlmodelc", threads);
+    Subject stored(bytes / "Encoder.mlmodelc", threads, fitting, integers);
+    Subject palettised(palettes / "Encoder.mlmodelc", threads, fitting, integers);
+    Subject rounded(halves / "Encoder.mlmodelc", threads, fitting, integers);
+    stored.shorten({"mel", 2, "mel_length"}, threeSeconds);
+    Series fullTimes;
+    Series storedTimes;
+    Series palettisedTimes;
+    Series roundedTimes;
+    Series shortTimes;
+    for (int i = 0; i < rounds; ++i) {
+        fullTimes.measure([&] { full.run(); });
+        storedTimes.measure([&] { stored.run(); });
+        palettisedTimes.measure([&] { palettised.run(); });
+        roundedTimes.measure([&] { rounded.run(); });
+        shortTimes.measure([&] { stored.runShorter(); });
+    }
+    std::printf("products in 8 bits: %s\n", describeIntegers().c_str());
+    const char* const unit = "of single";
+    rows("encoder in 8 bits, 15 s, stored in 8", storedTimes, fullTimes, 0.4, unit);
+    rows("encoder in 8 bits, 15 s, palettes of 6", palettisedTimes, fullTimes, 0.4, unit);
+    rows("encoder in 8 bits, 15 s, half precision", roundedTimes, fullTimes, 0.4, unit);
+    std::printf("  %.1f ms stored in 8 bits, %.1f ms palettes, %.1f ms half precision; 3 s: "
+                "%.1f ms; in single precision %.1f ms\n",
+                median(storedTimes.wall), median(palettisedTimes.wall), median(roundedTimes.wall),
+                median(shortTimes.wall), median(fullTimes.wall));
+}
+
 void printEncoders(const fs::path& halves, const fs::path& palettes, int rounds)
 {
-    // What an utterance of 3 s is computed at: its frames, and room for what the last one sees.
-    constexpr std::int64_t threeSeconds = 317;
     Subject full(halves / "Encoder.mlmodelc", threads);
     Subject palettised(palettes / "Encoder.mlmodelc", threads);
     full.shorten({"mel", 2, "mel_length"}, threeSeconds);
@@ -148,11 +182,12 @@ void printMemory(const fs::path& folder)
 
 } // namespace
 
-void printTable(const fs::path& halves, const fs::path& palettes, int rounds)
+void printTable(const fs::path& halves, const fs::path& palettes, const fs::path& bytes, int rounds)
 {
     printMemory(halves);
     printSteps(halves, rounds);
     printEncoders(halves, palettes, rounds);
+    printIntegers(halves, palettes, bytes, rounds);
 }
 
 } // namespace vorlin::mil::bench

@@ -66,6 +66,7 @@ struct Model::Implementation {
           executor(graph, {.threads = options.threads,
                            .referenceKernels = options.referenceKernels,
                            .sumVectors = options.sumVectors,
+                           .largeProducts = options.largeProducts,
                            .largestBuffers = options.largestBuffers}),
           signature(graph)
     {

@@ -3,6 +3,7 @@
 #include "MIL/Error.h"
 #include "MIL/Execution/FunctionRef.h"
 #include "MIL/FlexibleShapes.h"
+#include "MIL/LargeProducts.h"
 #include "MIL/LinksOut.h"
 #include "MIL/SumVectors.h"
 #include "MIL/Tensor.h"
@@ -93,6 +94,8 @@ public:
         bool referenceKernels = false;
         /// What products with few columns are summed in.
         SumVectors sumVectors = SumVectors::fitting;
+        /// What the others with constant weights are computed in.
+        LargeProducts largeProducts = LargeProducts::singlePrecision;
     };
 
     /// What a model is made of, for people.

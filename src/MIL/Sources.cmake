@@ -47,6 +47,10 @@ set(VORLIN_MIL_SOURCES
     Kernels/Product/Attention.cpp
     Kernels/Product/DotKernels.cpp
     Kernels/Product/Finish.cpp
+    Kernels/Product/IntegerKernels.cpp
+    Kernels/Product/IntegerProduct.cpp
+    Kernels/Product/IntegerRounding.cpp
+    Kernels/Product/IntegerWeights.cpp
     Kernels/Product/Multiply.cpp
     Kernels/Product/MultiplyKernels.cpp
     Kernels/Product/Operands.cpp
@@ -85,6 +89,7 @@ set(VORLIN_MIL_VECTOR_SOURCES
     Kernels/Movement/Transpose.cpp
     Kernels/Normalisation/RowFast.cpp
     Kernels/Product/DotKernels.cpp
+    Kernels/Product/IntegerRounding.cpp
     Kernels/Product/MultiplyKernels.cpp
     Kernels/Reduction/FirstLargest.cpp
     Kernels/Stored/Unpack.cpp

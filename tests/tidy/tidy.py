@@ -36,7 +36,9 @@ STANDARD_HEADERS = set("""
     unordered_set utility valarray variant vector version""".split())
 
 CORE_LIBRARIES = ("nlohmann/", "fmt/", "utf8proc.h", "hwy/")
-MIL_LIBRARIES = ("hwy/",)
+# What a processor has is no system's: instructions that Highway does not know.
+PROCESSOR_HEADERS = ("arm_neon.h", "cpuid.h", "immintrin.h")
+MIL_LIBRARIES = ("hwy/", *PROCESSOR_HEADERS)
 # Weights stay where they lie on disk: mapping them is the one thing the engine asks of a system.
 SYSTEM_FILES = {pathlib.PurePath("src/MIL/Weights/MappedFile.cpp")}
 TEST_LIBRARIES = ("gtest/", "gmock/", "rapidcheck")

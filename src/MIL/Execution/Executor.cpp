@@ -64,6 +64,9 @@ Executor::Executor(const Graph& graph, const Settings& settings)
                  .sumVectors = settings.sumVectors,
                  .largestScratch = settings.largestBuffers,
                  .scratch = &scratch};
+    if (settings.largeProducts == LargeProducts::integers) {
+        execution.integerWeights = &integerWeights;
+    }
 }
 
 void Executor::addProcedure(std::span<const Node> nodes, ShortForm form)
@@ -136,7 +139,7 @@ const TensorView& Executor::output(std::size_t position) const
 
 std::size_t Executor::heldBytes() const
 {
-    std::size_t sum = arena.size() + scratch.size();
+    std::size_t sum = arena.size() + scratch.size() + integerWeights.bytes();
     for (const ZeroedBytes& slot : slots) {
         sum += slot.size();
     }

@@ -4,6 +4,8 @@
 #include "MIL/Execution/Finishing.h"
 #include "MIL/Execution/WorkerPool.h"
 #include "MIL/Graph/Graph.h"
+#include "MIL/Kernels/Product/IntegerWeights.h"
+#include "MIL/LargeProducts.h"
 #include "MIL/Lengths/ShorterForms.h"
 
 #include <atomic>
@@ -47,6 +49,7 @@ public:
         std::size_t threads = 1;
         bool referenceKernels = false;
         SumVectors sumVectors = SumVectors::fitting;
+        LargeProducts largeProducts = LargeProducts::singlePrecision;
         /// No prediction takes more buffer memory than this; beyond it fails with Error.
         std::size_t largestBuffers = 0;
     };
@@ -107,6 +110,7 @@ private:
     std::vector<std::byte> scratch;
     std::shared_ptr<WorkerPool> foreground;
     std::shared_ptr<WorkerPool> background;
+    IntegerWeights integerWeights;
     Execution execution;
     Finish finish;                     // of the product that runs
     std::vector<TensorBuffer> outputs; // of the nodes that run

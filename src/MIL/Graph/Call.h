@@ -16,6 +16,7 @@
 namespace vorlin::mil {
 
 class Finish;
+class IntegerWeights;
 class WorkerPool;
 struct OperationKind;
 
@@ -51,6 +52,8 @@ struct Execution {
 
     /// What the product that runs does to its results, if anything.
     const Finish* finish = nullptr;
+    /// Of products in 8 bits; null where there are none.
+    IntegerWeights* integerWeights = nullptr;
 
     bool mustStop() const { return stop != nullptr && *stop; }
 };
@@ -126,6 +129,9 @@ public:
     void checkStop() const;
     bool referenceKernels() const { return execution.referenceKernels; }
     const Finish* finish() const { return execution.finish; }
+    /// Where the call's large products are to be computed in 8 bits: what is known of their
+    /// weights.
+    IntegerWeights* integerWeights() const { return execution.integerWeights; }
     SumVectors sumVectors() const { return execution.sumVectors; }
     /// Memory for this call only, 64-byte aligned, uninitialised. One call's requests replace
     /// each other.

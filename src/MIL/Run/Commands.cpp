@@ -16,9 +16,9 @@ namespace vorlin::mil {
 
 const std::string_view usage =
     "usage: milrun info BUNDLE | "
-    "milrun predict BUNDLE --in NAME=FILE.npy ... --out DIR [--threads N] | "
+    "milrun predict BUNDLE --in NAME=FILE.npy ... --out DIR [--threads N] [--products integers] | "
     "milrun bench BUNDLE [--in NAME=FILE.npy ...] [--threads N] [--runs N] "
-    "[--at DATA:AXIS:LENGTH:FRAMES]";
+    "[--at DATA:AXIS:LENGTH:FRAMES] [--products integers]";
 
 namespace {
 
@@ -28,6 +28,7 @@ struct Arguments {
     std::vector<std::pair<std::string, std::string>> inputs; // name, file
     std::filesystem::path output;
     std::size_t threads = std::max(1u, std::thread::hardware_concurrency());
+    LargeProducts largeProducts = LargeProducts::singlePrecision;
     std::size_t runs = 5;
     LengthInput frames{};
     std::int64_t at = 0; // frames of a shorter length
@@ -90,6 +91,8 @@ Arguments parse(std::span<const std::string> words)
             arguments.threads = positive(value);
         } else if (words[i] == "--runs") {
             arguments.runs = positive(value);
+        } else if (words[i] == "--products" && value == "integers") {
+            arguments.largeProducts = LargeProducts::integers;
         } else if (words[i] == "--at") {
             parseFrames(value, arguments);
         } else {
@@ -123,6 +126,7 @@ void info(const Arguments& arguments)
     }
     const Model model = Model::load(arguments.bundle, {});
     std::printf("vectors: %s\n", describeVectors(SumVectors::fitting).c_str());
+    std::printf("products in 8 bits: %s\n", describeIntegers().c_str());
     printFeatures("input", model.inputs());
     printFeatures("output", model.outputs());
     printFeatures("state", model.states());
@@ -165,7 +169,8 @@ void predict(const Arguments& arguments)
     if (arguments.output.empty()) {
         throw Error("--out is missing; " + std::string(usage));
     }
-    Model model = Model::load(arguments.bundle, {.threads = arguments.threads});
+    Model model = Model::load(
+        arguments.bundle, {.threads = arguments.threads, .largeProducts = arguments.largeProducts});
     const LoadedInputs inputs(arguments);
     const std::vector<NamedOutput> outputs = model.predict(inputs.named());
     std::error_code failure;
@@ -254,7 +259,8 @@ void bench(const Arguments& arguments)
 {
     std::printf("vectors: %s\n", describeVectors(SumVectors::fitting).c_str());
     const auto loadStart = Clock::now();
-    Model model = Model::load(arguments.bundle, {.threads = arguments.threads});
+    Model model = Model::load(
+        arguments.bundle, {.threads = arguments.threads, .largeProducts = arguments.largeProducts});
     std::printf("load: %.3f ms\n", milliseconds(Clock::now() - loadStart));
     LoadedInputs inputs(arguments);
     completeInputs(model, inputs);

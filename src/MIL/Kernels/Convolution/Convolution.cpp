@@ -2,6 +2,7 @@
 #include "MIL/Kernels/Convolution/Windows.h"
 #include "MIL/Kernels/Elementwise/Elements.h"
 #include "MIL/Kernels/Operations.h"
+#include "MIL/Kernels/Product/IntegerProduct.h"
 #include "MIL/Kernels/Product/Operands.h"
 #include "MIL/Kernels/Rows/AxisSplit.h"
 
@@ -147,8 +148,10 @@ void convolveGroup(const Call& call, const Convolution& c, std::int64_t index, b
     const std::int64_t group = index % c.groups;
     const std::int64_t inner = c.channels / c.groups * c.taps;
     const std::int64_t rows = c.filters / c.groups;
-    const MatrixRows left(
-        {call.type("weight"), call.stored("weight"), group * rows * inner, inner, 1});
+    const TensorView& weight = call.type("weight");
+    const StoredValues* const stored = call.stored("weight");
+    const std::int64_t base = group * rows * inner;
+    const MatrixRows left({weight, stored, base, inner, 1});
     const std::int64_t firstPlane = n * c.channels + group * (c.channels / c.groups);
     TensorView bias;
     if (call.has("bias")) {
@@ -160,12 +163,20 @@ void convolveGroup(const Call& call, const Convolution& c, std::int64_t index, b
         {call.output(), (n * c.filters + group * rows) * c.outPlane(), c.outPlane(), 1},
         call.has("bias") ? &bias : nullptr, call.finish());
     const ProductSize size{rows, inner, c.outPlane()};
-    const auto compute = alone ? multiply : multiplyHere;
+    const void* const place = stored != nullptr ? static_cast<const void*>(stored) : weight.data;
+    const auto compute = [&](const RightColumns& right) {
+        if (!alone) {
+            multiplyHere(call, size, left, right, sink);
+        } else if (call.isConstant("weight")) {
+            multiplyWeights(call, size, {place, base}, left, right, sink);
+        } else {
+            multiply(call, size, left, right, sink);
+        }
+    };
     if (c.pointwise()) {
-        compute(call, size, left,
-                MatrixColumns({x, nullptr, firstPlane * c.inPlane(), c.inPlane(), 1}), sink);
+        compute(MatrixColumns({x, nullptr, firstPlane * c.inPlane(), c.inPlane(), 1}));
     } else {
-        compute(call, size, left, ImageColumns(x, firstPlane * c.inPlane(), c.windows), sink);
+        compute(ImageColumns(x, firstPlane * c.inPlane(), c.windows));
     }
 }
 

@@ -1,9 +1,10 @@
 #include "MIL/Kernels/Product/Multiply.h"
 
+#include "MIL/Kernels/Product/IntegerRounding.h"
+#include "MIL/Kernels/Product/LinesAhead.h"
 #include "MIL/Kernels/Product/MultiplyKernels.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <memory>
 #include <vector>
@@ -45,51 +46,6 @@ struct Packed {
     const float* panels = nullptr;
     std::int64_t firstColumn = 0;
     std::int64_t columns = 0;
-};
-
-/// A piece of A: rows [row, row + rows), columns [first, first + count).
-struct Piece {
-    std::int64_t row = 0;
-    std::int64_t rows = 0;
-    std::int64_t first = 0;
-    std::int64_t count = 0;
-};
-
-/// The cache lines that a piece of A lies in, handed out in about equal shares of whole rows:
-/// weights are read from memory once a prediction, in rows too short for the processor to guess,
-/// and would be waited for if nobody had asked.
-class LinesAhead {
-public:
-    LinesAhead(const LeftRows& left, const Piece& piece, std::int64_t shares)
-        : left(left), piece(piece), shares(shares)
-    {
-    }
-
-    /// The next share, as much of it as is worth asking for at once.
-    std::span<const std::byte* const> next()
-    {
-        std::size_t count = 0;
-        const std::int64_t last = piece.rows * ++share / shares;
-        for (; row < last && count < lines.size(); ++row) {
-            const std::span<const std::byte> bytes =
-                left.lying(piece.row + row, piece.first, piece.count);
-            const std::size_t end = std::min(bytes.size(), (lines.size() - count) * line);
-            for (std::size_t at = 0; at < end; at += line) {
-                lines[count++] = bytes.data() + at;
-            }
-        }
-        return {lines.data(), count};
-    }
-
-private:
-    static constexpr std::size_t line = 64; // bytes
-
-    const LeftRows& left;
-    const Piece piece;
-    const std::int64_t shares;
-    std::int64_t share = 0;
-    std::int64_t row = 0;
-    std::array<const std::byte*, 128> lines;
 };
 
 class Product {
@@ -195,7 +151,7 @@ public:
 
 private:
     /// What the thread that computes a tile needs of A when it is done with the columns from `k`.
-    Piece pieceAfter(const Packed& packed, std::int64_t index, std::int64_t k) const
+    LeftPiece pieceAfter(const Packed& packed, std::int64_t index, std::int64_t k) const
     {
         k += tileInner;
         if (k >= size.inner) {
@@ -241,6 +197,17 @@ void LeftRows::dots(const DotKernels& kernels, std::int64_t firstRow, std::int64
             sum += kernels.floats(chunk, x + k, piece);
         }
         sums[i * stride] = sum;
+    }
+}
+
+void LeftRows::round(std::int64_t row, std::int64_t first, std::int64_t count, float inverse,
+                     std::int8_t* out) const
+{
+    alignas(64) float chunk[tileInner];
+    for (std::int64_t k = 0; k < count; k += tileInner) {
+        const std::int64_t piece = std::min(tileInner, count - k);
+        expand(row, first + k, piece, chunk);
+        roundToBytes(chunk, piece, inverse, 0, reinterpret_cast<std::uint8_t*>(out + k));
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 
 namespace vorlin::mil {
@@ -32,6 +33,15 @@ public:
     {
         return {};
     }
+    /// out[k] = A(row, first + k) times `inverse`, rounded to the nearest integer, ties to even.
+    virtual void round(std::int64_t row, std::int64_t first, std::int64_t count, float inverse,
+                       std::int8_t* out) const;
+    /// The first `count` elements of a row as integers that lie somewhere, if they do.
+    virtual std::optional<ScaledBytes> scaledBytes(std::int64_t /*row*/,
+                                                   std::int64_t /*count*/) const
+    {
+        return std::nullopt;
+    }
 };
 
 /// The columns of B.
@@ -41,6 +51,8 @@ public:
     /// Writes B(firstRow + k, firstColumn + j) to out[k * stride + j] for k < rows, j < columns.
     virtual void pack(std::int64_t firstRow, std::int64_t rows, std::int64_t firstColumn,
                       std::int64_t columns, float* out, std::int64_t stride) const = 0;
+    /// Whether a column lies in one piece: it is then best packed alone.
+    virtual bool lieAlone() const { return false; }
 };
 
 /// Takes finished pieces of C.

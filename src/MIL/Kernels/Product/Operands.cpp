@@ -76,6 +76,24 @@ std::span<const std::byte> MatrixRows::lying(std::int64_t row, std::int64_t firs
                                     : bytesOf(matrix.tensor, place, count);
 }
 
+void MatrixRows::round(std::int64_t row, std::int64_t first, std::int64_t count, float inverse,
+                       std::int8_t* out) const
+{
+    const std::int64_t place = matrix.base + row * matrix.rowStride + first;
+    if (matrix.stored == nullptr || matrix.columnStride != 1 ||
+        !matrix.stored->round(place, count, inverse, out)) {
+        LeftRows::round(row, first, count, inverse, out);
+    }
+}
+
+std::optional<ScaledBytes> MatrixRows::scaledBytes(std::int64_t row, std::int64_t count) const
+{
+    if (matrix.stored == nullptr || matrix.columnStride != 1) {
+        return std::nullopt;
+    }
+    return matrix.stored->scaledBytes(matrix.base + row * matrix.rowStride, count);
+}
+
 void MatrixColumns::pack(std::int64_t firstRow, std::int64_t rows, std::int64_t firstColumn,
                          std::int64_t columns, float* out, std::int64_t stride) const
 {

@@ -24,6 +24,9 @@ public:
               std::int64_t count, const float* x, float* sums, std::int64_t stride) const override;
     std::span<const std::byte> lying(std::int64_t row, std::int64_t first,
                                      std::int64_t count) const override;
+    void round(std::int64_t row, std::int64_t first, std::int64_t count, float inverse,
+               std::int8_t* out) const override;
+    std::optional<ScaledBytes> scaledBytes(std::int64_t row, std::int64_t count) const override;
 
 private:
     const MatrixView matrix;
@@ -34,6 +37,7 @@ public:
     explicit MatrixColumns(const MatrixView& matrix) : matrix(matrix) {}
     void pack(std::int64_t firstRow, std::int64_t rows, std::int64_t firstColumn,
               std::int64_t columns, float* out, std::int64_t stride) const override;
+    bool lieAlone() const override { return matrix.rowStride == 1 && matrix.columnStride != 1; }
 
 private:
     const MatrixView matrix;

@@ -1,6 +1,7 @@
 #include "MIL/Kernels/Elementwise/Broadcast.h"
 #include "MIL/Kernels/Elementwise/Elements.h"
 #include "MIL/Kernels/Operations.h"
+#include "MIL/Kernels/Product/IntegerProduct.h"
 #include "MIL/Kernels/Product/Operands.h"
 
 #include "MIL/Error.h"
@@ -161,7 +162,14 @@ void runLinear(const Call& call)
     const MatrixColumns right({x, nullptr, 0, 1, inner});
     const MatrixSink sink({call.output(), 0, 1, rows},
                           call.has("bias") ? &call.input("bias") : nullptr, call.finish());
-    multiply(call, {rows, inner, columns}, left, right, sink);
+    const ProductSize size{rows, inner, columns};
+    if (call.isConstant("weight")) {
+        const void* const place =
+            stored != nullptr ? static_cast<const void*>(stored) : weight.data;
+        multiplyWeights(call, size, {place, 0}, left, right, sink);
+    } else {
+        multiply(call, size, left, right, sink);
+    }
 }
 
 /// The operands of a matmul with 1-D ones made matrices and the flags applied.

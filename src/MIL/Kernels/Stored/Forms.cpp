@@ -1,9 +1,11 @@
 #include "MIL/Kernels/Stored/Forms.h"
 
 #include "MIL/Kernels/Elementwise/Elements.h"
+#include "MIL/Kernels/Product/IntegerRounding.h"
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace vorlin::mil {
 
@@ -38,6 +40,15 @@ void DenseValues::expand(std::int64_t first, std::int64_t count, float* out) con
     for (std::int64_t i = 0; i < count; ++i) {
         out[i] = static_cast<float>(tensor.number(first + i));
     }
+}
+
+std::optional<ScaledBytes> DenseValues::scaledBytes(std::int64_t first,
+                                                    std::int64_t /*count*/) const
+{
+    if (tensor.type.element != ElementType::int8) {
+        return std::nullopt;
+    }
+    return ScaledBytes{tensor.as<std::int8_t>() + first, 1, 0};
 }
 
 ScaledValues::ScaledValues(Parts given) : parts(std::move(given))
@@ -102,6 +113,33 @@ void ScaledValues::expandAt(std::int64_t first, std::span<const std::int64_t> po
     roundTo(parts.result, out, static_cast<std::int64_t>(positions.size()));
 }
 
+std::optional<ScaledBytes> ScaledValues::scaledBytes(std::int64_t first, std::int64_t count) const
+{
+    constexpr float largestOffset = 255;
+    std::optional<ScaledBytes> bytes = parts.data->scaledBytes(first, count);
+    if (!bytes || bytes->scale != 1 || bytes->offset != 0 || count == 0) {
+        return std::nullopt;
+    }
+    const auto single = [&](const Blocks& blocks, const std::vector<float>& list) {
+        const auto at = [&](std::int64_t block) { return list[static_cast<std::size_t>(block)]; };
+        std::optional<float> value = at(blocks.at(first));
+        blocks.forEach(first, count, [&](std::int64_t, std::int64_t, std::int64_t block) {
+            value = value == at(block) ? value : std::nullopt;
+        });
+        return value;
+    };
+    const std::optional<float> scale = single(parts.scaleBlocks, parts.scales);
+    const std::optional<float> offset =
+        parts.offsets.empty() ? 0.0f : single(parts.offsetBlocks, parts.offsets);
+    if (!scale || !offset || !(std::abs(*offset) <= largestOffset) ||
+        *offset != std::nearbyint(*offset)) {
+        return std::nullopt;
+    }
+    bytes->scale = *scale;
+    bytes->offset = static_cast<std::int32_t>(*offset);
+    return bytes;
+}
+
 PaletteValues::PaletteValues(Parts given)
     : parts(std::move(given)), bits(bitsOf(parts.indices.type.element))
 {
@@ -144,6 +182,23 @@ std::span<const std::byte> PaletteValues::lying(std::int64_t first, std::int64_t
         return {};
     }
     return bytesOf(parts.indices, first, count);
+}
+
+bool PaletteValues::round(std::int64_t first, std::int64_t count, float inverse,
+                          std::int8_t* out) const
+{
+    if (parts.vector != 1 || parts.size > mostTogether) {
+        return false;
+    }
+    parts.blocks.forEach(first, count,
+                         [&](std::int64_t at, std::int64_t length, std::int64_t block) {
+                             std::array<std::uint8_t, mostTogether> steps{};
+                             roundToBytes(tables[static_cast<std::size_t>(block)].entries(),
+                                          parts.size, inverse, 0, steps.data());
+                             lookUpBytes(parts.indices.data, bits, first + at, length, steps.data(),
+                                         reinterpret_cast<std::uint8_t*>(out) + at);
+                         });
+    return true;
 }
 
 void PaletteValues::expandAt(std::int64_t first, std::span<const std::int64_t> positions,

@@ -22,6 +22,7 @@ public:
     {
         return bytesOf(tensor, first, count);
     }
+    std::optional<ScaledBytes> scaledBytes(std::int64_t first, std::int64_t count) const override;
 
 private:
     const TensorView tensor;
@@ -47,6 +48,7 @@ public:
     {
         return parts.data->lying(first, count);
     }
+    std::optional<ScaledBytes> scaledBytes(std::int64_t first, std::int64_t count) const override;
 
 private:
     void expandFine(std::int64_t first, std::int64_t count, float* out) const;
@@ -76,6 +78,9 @@ public:
     void expandAt(std::int64_t first, std::span<const std::int64_t> positions,
                   float* out) const override;
     std::span<const std::byte> lying(std::int64_t first, std::int64_t count) const override;
+    /// Rounds the palette instead of the elements.
+    bool round(std::int64_t first, std::int64_t count, float inverse,
+               std::int8_t* out) const override;
 
 private:
     float entry(std::int64_t palette, std::uint32_t index, std::int64_t lane) const

@@ -100,6 +100,14 @@ void lookUpHalves(const std::uint8_t* indices, std::int64_t count, const HalfPal
     }
 }
 
+void lookUpSome(const std::uint8_t* indices, std::int64_t count, const std::uint8_t* entries, bool,
+                std::uint8_t* out)
+{
+    for (std::int64_t i = 0; i < count; ++i) {
+        out[i] = entries[indices[i]];
+    }
+}
+
 #else
 
 using Bytes = hn::CappedTag<std::uint8_t, mostTogether>;
@@ -170,6 +178,36 @@ std::int64_t unpackFour(const std::uint8_t* in, std::int64_t count, std::uint8_t
     return i;
 }
 
+/// The bytes of one plane of a palette at as many indices.
+HWY_INLINE ByteVector lookUpPlane(const std::uint8_t* plane, ByteVector low, hn::Mask<Bytes> bit4,
+                                  hn::Mask<Bytes> bit5, bool large)
+{
+    const Bytes bytes;
+    const ByteVector first = hn::TableLookupBytes(hn::LoadDup128(bytes, plane), low);
+    if (!large) {
+        return first;
+    }
+    const ByteVector second = hn::TableLookupBytes(hn::LoadDup128(bytes, plane + 16), low);
+    const ByteVector third = hn::TableLookupBytes(hn::LoadDup128(bytes, plane + 32), low);
+    const ByteVector fourth = hn::TableLookupBytes(hn::LoadDup128(bytes, plane + 48), low);
+    return hn::IfThenElse(bit5, hn::IfThenElse(bit4, fourth, third),
+                          hn::IfThenElse(bit4, second, first));
+}
+
+/// Entries of one byte at unpacked indices; a multiple of `mostTogether` of them.
+void lookUpSome(const std::uint8_t* indices, std::int64_t count, const std::uint8_t* entries,
+                bool large, std::uint8_t* out)
+{
+    const Bytes bytes;
+    const ByteVector nibble = hn::Set(bytes, std::uint8_t{15});
+    for (std::int64_t i = 0; i < count; i += together) {
+        const ByteVector index = hn::LoadU(bytes, indices + i);
+        const auto bit4 = hn::TestBit(index, hn::Set(bytes, std::uint8_t{16}));
+        const auto bit5 = hn::TestBit(index, hn::Set(bytes, std::uint8_t{32}));
+        hn::StoreU(lookUpPlane(entries, hn::And(index, nibble), bit4, bit5, large), bytes, out + i);
+    }
+}
+
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
 
 /// Entries at unpacked indices below 64; `count` is a multiple of `mostTogether`.
@@ -195,22 +233,6 @@ void lookUpHalves(const std::uint8_t* indices, std::int64_t count, const HalfPal
 }
 
 #else
-
-/// The bytes of one plane of a palette at as many indices.
-HWY_INLINE ByteVector lookUpPlane(const std::uint8_t* plane, ByteVector low, hn::Mask<Bytes> bit4,
-                                  hn::Mask<Bytes> bit5, bool large)
-{
-    const Bytes bytes;
-    const ByteVector first = hn::TableLookupBytes(hn::LoadDup128(bytes, plane), low);
-    if (!large) {
-        return first;
-    }
-    const ByteVector second = hn::TableLookupBytes(hn::LoadDup128(bytes, plane + 16), low);
-    const ByteVector third = hn::TableLookupBytes(hn::LoadDup128(bytes, plane + 32), low);
-    const ByteVector fourth = hn::TableLookupBytes(hn::LoadDup128(bytes, plane + 48), low);
-    return hn::IfThenElse(bit5, hn::IfThenElse(bit4, fourth, third),
-                          hn::IfThenElse(bit4, second, first));
-}
 
 /// Entries at unpacked indices; a multiple of `mostTogether` of them, `large` if any exceeds 15.
 void lookUpHalves(const std::uint8_t* indices, std::int64_t count, const HalfPalette& palette,
@@ -253,6 +275,7 @@ namespace {
 HWY_EXPORT(unpackSix);
 HWY_EXPORT(unpackFour);
 HWY_EXPORT(lookUpHalves);
+HWY_EXPORT(lookUpSome);
 HWY_EXPORT(widenSigned);
 HWY_EXPORT(widenUnsigned);
 HWY_EXPORT(shiftAndScale);
@@ -370,6 +393,25 @@ void lookUp(const std::byte* stream, std::size_t bits, std::int64_t first, std::
             std::fill_n(indices.data() + piece, mostTogether, std::uint8_t{0});
             HWY_DYNAMIC_DISPATCH(lookUpHalves)
             (indices.data() + whole, mostTogether, *halves, bits > 4, rest.data());
+            std::copy_n(rest.data(), piece - whole, out + i + whole);
+        }
+    }
+}
+
+void lookUpBytes(const std::byte* stream, std::size_t bits, std::int64_t first, std::int64_t count,
+                 const std::uint8_t* entries, std::uint8_t* out)
+{
+    alignas(64) std::array<std::uint8_t, chunkLength + mostTogether> indices;
+    alignas(64) std::array<std::uint8_t, mostTogether> rest;
+    for (std::int64_t i = 0; i < count; i += chunkLength) {
+        const std::int64_t piece = std::min(chunkLength, count - i);
+        unpackIndices(stream, bits, first + i, piece, indices.data());
+        const std::int64_t whole = piece / mostTogether * mostTogether;
+        HWY_DYNAMIC_DISPATCH(lookUpSome)(indices.data(), whole, entries, bits > 4, out + i);
+        if (whole < piece) {
+            std::fill_n(indices.data() + piece, mostTogether, std::uint8_t{0});
+            HWY_DYNAMIC_DISPATCH(lookUpSome)
+            (indices.data() + whole, mostTogether, entries, bits > 4, rest.data());
             std::copy_n(rest.data(), piece - whole, out + i + whole);
         }
     }

@@ -49,4 +49,9 @@ private:
 void lookUp(const std::byte* stream, std::size_t bits, std::int64_t first, std::int64_t count,
             const PaletteTable& palette, float* out);
 
+/// out[i] = entries[index[first + i]], where indices have at most six bits and `entries` all of
+/// `mostTogether`.
+void lookUpBytes(const std::byte* stream, std::size_t bits, std::int64_t first, std::int64_t count,
+                 const std::uint8_t* entries, std::uint8_t* out);
+
 } // namespace vorlin::mil
