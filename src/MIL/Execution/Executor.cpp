@@ -1,6 +1,7 @@
 #include "MIL/Execution/Executor.h"
 
 #include "MIL/Execution/Chains.h"
+#include "MIL/Kernels/Product/IntegerKernels.h"
 
 #include "MIL/Error.h"
 
@@ -64,7 +65,9 @@ Executor::Executor(const Graph& graph, const Settings& settings)
                  .sumVectors = settings.sumVectors,
                  .largestScratch = settings.largestBuffers,
                  .scratch = &scratch};
-    if (settings.largeProducts == LargeProducts::integers) {
+    // Number by number they would take far longer than in single precision.
+    const bool fast = integerKernels().front() != &plainIntegerKernels();
+    if (settings.largeProducts == LargeProducts::integers && fast) {
         execution.integerWeights = &integerWeights;
     }
 }

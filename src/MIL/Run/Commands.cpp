@@ -126,7 +126,8 @@ void info(const Arguments& arguments)
     }
     const Model model = Model::load(arguments.bundle, {});
     std::printf("vectors: %s\n", describeVectors(SumVectors::fitting).c_str());
-    std::printf("products in 8 bits: %s\n", describeIntegers().c_str());
+    const std::string integers = describeIntegers();
+    std::printf("products in 8 bits: %s\n", integers.empty() ? "none" : integers.c_str());
     printFeatures("input", model.inputs());
     printFeatures("output", model.outputs());
     printFeatures("state", model.states());

@@ -230,7 +230,8 @@ const IntegerKernels& plainIntegerKernels()
 
 std::string describeIntegers()
 {
-    return std::string(integerKernels().front()->name);
+    const IntegerKernels& best = *integerKernels().front();
+    return &best == &plain ? std::string() : std::string(best.name);
 }
 
 std::span<const IntegerKernels* const> integerKernels()
