@@ -1,5 +1,6 @@
 // Products in 8 bits: every vector form against the plain one, bit for bit, and the whole product
 // against its definition.
+#include "IntegerStandIn.h"
 #include "MIL/Graph/Operation.h"
 #include "MIL/Kernels/Product/IntegerProduct.h"
 #include "MIL/Kernels/Product/IntegerRounding.h"
@@ -50,7 +51,11 @@ std::vector<float> floats(std::int64_t count, float deviation)
 std::vector<const IntegerKernels*> forms()
 {
     const auto all = integerKernels();
-    return {all.begin(), all.end()};
+    std::vector<const IntegerKernels*> result(all.begin(), all.end());
+    if (const IntegerKernels* const narrow = narrowStandIn()) {
+        result.push_back(narrow);
+    }
+    return result;
 }
 
 std::string nameOf(const IntegerKernels& kernels)
