@@ -57,8 +57,9 @@ TEST_F(ConfinementTest, everyThreadIsConfined)
     predict(*model, {{"x", floats({1, 2}, {2})}}, {}, WorkPriority::background);
     std::size_t threads = 0;
     for (const auto& thread : fs::directory_iterator(process / "task")) {
-        ++threads;
-        EXPECT_NE(textOf(thread.path() / "status").find("Seccomp:\t2\n"), std::string::npos);
+        const auto text = textOf(thread.path() / "status");
+        threads += text.empty() ? 0U : 1U; // one that has just ended has none
+        EXPECT_TRUE(text.empty() || text.find("Seccomp:\t2\n") != std::string::npos) << text;
     }
     EXPECT_GE(threads, 3U);
 }
@@ -112,27 +113,31 @@ TEST_F(ConfinementTest, itsMemoryIsNowhereWritableAndExecutable)
 
 TEST_F(ConfinementTest, aBackgroundPredictionRunsAtLowerPriority)
 {
-    const auto nicest = [this] {
-        long highest = -20;
+    // The priorities of the threads; one that has just ended has none.
+    const auto niceness = [this] {
+        std::vector<long> all;
         for (const auto& thread : fs::directory_iterator(process / "task")) {
             const auto text = textOf(thread.path() / "stat");
             std::istringstream rest(text.substr(text.rfind(')') + 1));
             std::string field;
-            constexpr int niceness = 17; // fields after the name
-            for (int i = 0; i < niceness; ++i) {
+            constexpr int place = 17; // fields after the name
+            for (int i = 0; i < place; ++i) {
                 rest >> field;
             }
-            highest = std::max(highest, std::stol(field));
+            if (rest) {
+                all.push_back(std::stol(field));
+            }
         }
-        return highest;
+        return all;
     };
     const long own = ::getpriority(PRIO_PROCESS, 0);
-    ASSERT_TRUE(eventually([&] { return nicest() == own; })) << "the weights are still being read";
+    // Its first and the model's, which has predicted: that which reads the weights has been begun.
+    ASSERT_TRUE(eventually([&] { return niceness() == std::vector{own, own}; }));
     EXPECT_EQ(
         floatsOf(
             predict(*model, {{"x", floats({1, 2}, {2})}}, {}, WorkPriority::background).at("y")),
         (std::vector<float>{2, 4}));
-    EXPECT_EQ(nicest(), std::min(19L, own + 10));
+    EXPECT_EQ(std::ranges::max(niceness()), std::min(19L, own + 10));
 }
 
 } // namespace vorlin::test

@@ -26,8 +26,9 @@ public:
             std::visit([&](auto& known) { renumber(known, packet); }, *message);
             return &*message;
         }
-        message = parse(packet);
+        message.reset(); // nothing is known should there be no memory for it
         last.assign(packet.begin(), packet.end());
+        message = parse(packet);
         return message ? &*message : nullptr;
     }
 
