@@ -28,7 +28,7 @@ MOST_WRONG_WORDS = 2
 # What is a person's to keep: settings, what was noticed, and what Qt 6.8 keeps compiled of views.
 # The lock goes with the session.
 OWN_FILES = re.compile(r"\.config/Vorlin(/settings\.json)?|\.local/state(/Vorlin(/state\.json)?)?"
-                       r"|\.cache/Vorlin(/qmlcache(/[\w*]+\.qmlc)?)?|run/vorlin-:\d+\.lock")
+                       r"|\.cache/Vorlin(/qmlcache(/[\w*]+\.qmlc)?)?|run/vorlin-:[\d*]+\.lock")
 # What an editor writes a moment after it has opened a file, and what a desktop does that has asked.
 LATE_FILES = re.compile(
     r"\.local/share/(recently-used\.xbel|flatpak(/db(/[\w-]+)?)?)"

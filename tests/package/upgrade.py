@@ -5,8 +5,10 @@ looks what is still as the person left it. For a machine of its own: see scripts
     upgrade.py PACKAGE.deb PICTURES
 """
 
+import json
 import os
 import pathlib
+import signal
 import subprocess
 import sys
 
@@ -15,6 +17,7 @@ from install_and_purge import ROOT, apt, described
 sys.path.insert(0, str(ROOT / "tests" / "desktop"))
 
 LOGIN = "Open at login"
+ENGINE = "/usr/libexec/vorlin/vorlin-engine"
 
 
 def next_package(package, folder, number):
@@ -61,9 +64,7 @@ class Walk:
 
     def upgrade(self, number):
         """Installs the next package over the one whose program runs; what is wrong then."""
-        folders = (self.desktop.config_folder / "Vorlin", self.desktop.config_folder / "autostart",
-                   self.desktop.data_folder / "Vorlin", self.model.folder)
-        kept, before, process = files_below(*folders), version(), self.program.process.pid
+        kept, before, process = self.kept(), version(), self.program.process.pid
         apt("install", str(next_package(self.package, self.desktop.folder, number)))
         if version() != f"{before.partition('+next')[0]}+next{number}":
             yield f"{before} became {version()}"
@@ -71,8 +72,32 @@ class Walk:
             yield "the program that ran has ended"
         if not os.readlink(f"/proc/{process}/exe").endswith(" (deleted)"):
             yield "the program that ran was not replaced"
-        if files_below(*folders) != kept:
+        if self.kept() != kept:
             yield "something of the person's was changed"
+
+    def kept(self):
+        """What is the person's: models, whether it opens at login, and what the settings say."""
+        settings = self.desktop.config_folder / "Vorlin" / "settings.json"
+        said = json.loads(settings.read_text()) if settings.exists() else None
+        return said, files_below(self.desktop.config_folder / "autostart",
+                                 self.desktop.data_folder / "Vorlin", self.model.folder)
+
+    def end_engine(self):
+        """Ends the program's engine process, as ten minutes without a dictation do."""
+        from local_model import engine_processes
+        from waiting import wait_until
+        for process in engine_processes(self.program):
+            os.kill(process, signal.SIGKILL)
+        wait_until(lambda: not engine_processes(self.program), "the engine's end")
+
+    def dictate_with_new_engine(self, what):
+        """Dictates by an engine process that is begun now; what is wrong."""
+        from local_model import engine_processes
+        self.end_engine()
+        yield from self.dictate(what)
+        begun = [os.readlink(f"/proc/{each}/exe") for each in engine_processes(self.program)]
+        if begun != [ENGINE]:
+            yield f"{what} it began {begun}"
 
     def dictate(self, what):
         """Dictates the model's own sentence into the editor; what is wrong."""
@@ -111,20 +136,25 @@ class Walk:
     def opens_at_login(self):
         return (self.desktop.config_folder / "autostart" / "org.vorlin.Vorlin.desktop").exists()
 
+    def replace(self, number):
+        """One upgrade, and what follows it; what is wrong."""
+        kept, login = self.kept(), self.opens_at_login()
+        yield from self.upgrade(number)
+        yield from self.dictate_with_new_engine(f"by the program that was replaced, {number}")
+        yield from self.start_anew()
+        yield from self.dictate(f"by the new one, {number}")
+        if self.kept() != kept:
+            yield "the new program changed something of the person's"
+        if self.opens_at_login() != login:
+            yield f"whether it opens at login was {login}"
+
     def run(self):
         """All of it; what is wrong."""
         yield from self.dictate("before")
         self.switch_login(True)
-        yield from self.upgrade(1)
-        yield from self.dictate("by the program that was replaced")
-        yield from self.start_anew()
-        yield from self.dictate("by the new one")
+        yield from self.replace(1)
         self.switch_login(False)
-        yield from self.upgrade(2)
-        if self.opens_at_login():
-            yield "it opens at login again"
-        yield from self.start_anew()
-        yield from self.dictate("by the next one")
+        yield from self.replace(2)
         self.desktop.screenshot("upgraded")
         if self.program.quit() != 0:
             yield "it did not end well"
