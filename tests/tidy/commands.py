@@ -38,6 +38,7 @@ COMMANDS = {
         "tests/package/install_and_purge.py", 'apt("install", str(package))'),
     "sudo apt purge --auto-remove vorlin": Run(
         "tests/package/install_and_purge.py", 'apt("purge", "--auto-remove"'),
+    "git pull": NotRun("it gets what others have done; upgrade.py installs a later package"),
     "apt autoremove": Run("tests/package/install_and_purge.py", 'apt("autoremove")'),
     "make pictures": Run("Makefile:pictures", "tests/desktop/pictures.py"),
     "make desktops": Run("Makefile:desktops", "scripts/test-desktops"),
