@@ -77,7 +77,7 @@ WaylandDesktop::WaylandDesktop(LinuxServices& services, const Environment& envir
     : WaylandSession{std::move(compositor)},
       LinuxDesktop(services, environment, overlayWindowOf(*connection)),
       x11FocusedProgram(keyboard.server(), X11FocusedProgram::Reach::xwayland),
-      heldModifiers(*connection), x11Pasteboard(services.loop),
+      x11Pasteboard(services.loop), heldModifiers(*connection),
       consent(*this, services.microphoneAccess),
       focusScreens(screens, [this] { return focusedFrame(); })
 {

@@ -119,14 +119,15 @@ private:
     X11FocusedProgram x11FocusedProgram;
     std::optional<Sway> sway;
     std::optional<ToplevelFocus> toplevels;
+    X11Pasteboard x11Pasteboard;
+    /// Is told of each chord, for as long as either keyboard is there.
+    std::optional<Clipboard> clipboard;
     std::optional<VirtualKeyboardPoster> ownKeyboard;
     /// Where one of the two lacks.
     std::optional<Portals> portals;
     /// The person's modifiers join the portals' chord.
     HeldModifiers heldModifiers;
     std::optional<YieldingKeyPoster> portalsKeyboard;
-    X11Pasteboard x11Pasteboard;
-    std::optional<Clipboard> clipboard;
     Consent consent;
     FocusScreens focusScreens;
 };

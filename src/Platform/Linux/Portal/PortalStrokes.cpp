@@ -91,7 +91,9 @@ std::deque<PortalStroke> PortalStrokes::releases() const
 
 void PortalStrokes::letGo()
 {
+    waiting.clear();
     if (sending) {
+        sending->disconnect(this); // else the wait itself sends what comes next
         sending->waitForFinished();
     }
     for (const auto& each : releases()) {

@@ -310,6 +310,24 @@ TEST_F(RemoteDesktopPosterTest, whatIsDownAtTheEndIsLetGoBeforeTheSessionEnds)
     EXPECT_EQ(portal->calls.back(), "Close session");
 }
 
+TEST_F(RemoteDesktopPosterTest, whatHasNotGoneOutByTheEndDoesNotGoOutAtTheEnd)
+{
+    ASSERT_TRUE(open());
+    int chords = 0;
+    poster->onChord = [&] { ++chords; };
+    portal->holdsReplies = true;
+    poster->post(keyCodes::v, true, eventFlags::maskControl);
+    ASSERT_TRUE(posts(1));
+    portal->holdsReplies = false;
+    portal->reply();
+    PlayedProgram::roundTrip(portal->program.bus);
+    PlayedProgram::roundTrip(ours.bus); // it is answered, and nobody has heard of it
+    poster.reset();
+    ASSERT_TRUE(runUntil([&] { return portal->calls.back() == "Close session"; }));
+    EXPECT_EQ(chords, 0);
+    EXPECT_EQ(posted(), (std::vector<std::string>{control + " 1", control + " 0"}));
+}
+
 TEST_F(RemoteDesktopPosterTest, onlyThePortalEndsTheSession)
 {
     ASSERT_TRUE(open());
