@@ -20,7 +20,7 @@ PortalKey::PortalKey(const QDBusConnection& bus, const HostRegistry& registry, s
                                    std::uint64_t timestamp) { pressed(id, timestamp); },
                .deactivated = [this](const std::string& id) { released(id); },
                .changed = [this](const BoundShortcuts& shortcuts) { changed(shortcuts); },
-               .ended = [this] { fail(); },
+               .ended = [this] { ended(); },
                .late = [this] { late(); },
                .declined = [this](const std::string& id) { declined(id); }}),
       what(std::move(what)), memory(memory), callbacks(std::move(callbacks)), times(times),
@@ -196,6 +196,17 @@ void PortalKey::declined(const std::string& id)
 {
     if (consent(id) == PortalConsent::granted) {
         memory.setConsent(what, id, PortalConsent::unasked);
+    }
+}
+
+/// The desktop has closed the session: perhaps with a question of its own, which is not put again.
+void PortalKey::ended()
+{
+    const bool isDeclined = wanted && consent(wanted->id) == PortalConsent::unasked;
+    if (current.get() == PortalKeyState::unanswered && isDeclined) {
+        lose(PortalKeyState::unasked);
+    } else {
+        fail();
     }
 }
 

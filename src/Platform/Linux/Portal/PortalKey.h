@@ -117,6 +117,7 @@ private:
     void changed(const BoundShortcuts& shortcuts);
     void late();
     void declined(const std::string& id);
+    void ended();
     void fail();
     void openLater();
     void lose(PortalKeyState next);

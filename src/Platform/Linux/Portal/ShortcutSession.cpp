@@ -76,7 +76,7 @@ void ShortcutSession::send(const QString& method, const QVariantList& arguments,
                          return; // the registry tells of it
                      }
                      limit.stop();
-                     late = false;
+                     wasLate = std::exchange(late, false);
                      isQuestion = false;
                      if (method == "CreateSession") {
                          session = portals::handle(answer, "session_handle");
@@ -92,7 +92,8 @@ void ShortcutSession::send(const QString& method, const QVariantList& arguments,
 
 void ShortcutSession::abandoned(const PortalAnswer& answer)
 {
-    const bool isRefusal = answer.end == PortalAnswer::End::answered && answer.code == 1 &&
+    const bool isDecided = answer.end == PortalAnswer::End::answered && answer.code == 1;
+    const bool isRefusal = (isDecided || (wasLate && !answer.succeeded())) &&
                            boundShortcuts(answer.results.value("shortcuts")).empty();
     const auto id = std::exchange(binding, {});
     if (isRefusal && !id.empty()) {
@@ -131,7 +132,8 @@ void ShortcutSession::bind(const WantedShortcut& wanted, Question question, When
              if (answer.succeeded() && bound.empty()) {
                  this->list(told); // some only say that it went well
              } else {
-                 const bool known = decided || !bound.empty();
+                 // The person was asked, and would be asked again.
+                 const bool known = decided || wasLate || !bound.empty();
                  told({known ? ShortcutAnswer::End::told : ShortcutAnswer::End::failed, bound});
              }
          });
@@ -230,7 +232,11 @@ void ShortcutSession::closed(const QDBusMessage& message)
         return;
     }
     const bool wanted = !isAbandoned;
+    const auto id = late ? binding : std::string();
     end();
+    if (!id.empty()) {
+        callbacks.declined(id); // the person was asked, and would be asked again
+    }
     if (wanted) {
         callbacks.ended();
     } else {

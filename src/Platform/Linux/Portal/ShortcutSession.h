@@ -65,7 +65,8 @@ public:
         /// What asks nobody is not answered within the patience: the desktop is busy, or asks the
         /// person all the same. An answer that comes later counts.
         std::function<void()> late;
-        /// The person said no to a key that is not wanted any more.
+        /// The desktop would ask the person for a key that nobody was to be asked for: they said
+        /// no, and it is not wanted any more, or its question ended without an answer.
         std::function<void(const std::string& id)> declined;
     };
     using WhenTold = std::function<void(const ShortcutAnswer&)>;
@@ -82,7 +83,8 @@ public:
     void open(WhenTold told);
 
     /// Binds one key in the open session, and tells what is bound then. A desktop may take only one
-    /// such call a session.
+    /// such call a session. One that asks nobody, is late, and fails then, has nothing bound: it
+    /// would ask the person again.
     void bind(const WantedShortcut& wanted, Question question, WhenTold told);
 
     /// Gives the keys back. No callback but `declined` comes from then on.
@@ -127,6 +129,8 @@ private:
     /// Until what asks nobody is late.
     QTimer limit;
     bool late = false;
+    /// Whether the latest answer was.
+    bool wasLate = false;
     /// The person is, or may be, asked: that is not waited for.
     bool isQuestion = false;
     /// What is on its way is not wanted any more.

@@ -5,6 +5,8 @@
 #include "Platform/RunUntil.h"
 #include "fakes/FakeDesktop.h"
 
+#include <QTimer>
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -60,6 +62,24 @@ protected:
         portal->answers["BindShortcuts"] = [code](const QDBusMessage&) {
             return Response{.code = code};
         };
+    }
+    /// What is on its way is late by then: of two timers the one that was started first ends first.
+    bool outlastsPatience()
+    {
+        QTimer timer;
+        timer.setSingleShot(true);
+        timer.start(times.patience);
+        return runUntil([&] { return !timer.isActive(); });
+    }
+    /// The desktop closes the session, or only fails; nobody has decided anything.
+    void endWithoutAnAnswer(bool closes)
+    {
+        if (closes) {
+            portal->emitSignal("org.freedesktop.portal.Session", "Closed", {QVariantMap()},
+                               portal->session);
+        } else {
+            portal->respond({.code = 2});
+        }
     }
     void signal(const QString& name, const QString& id, const QString& session)
     {

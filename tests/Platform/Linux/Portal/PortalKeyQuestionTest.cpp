@@ -61,6 +61,45 @@ TEST_F(PortalKeyTest, aRefusalThatIsLateIsOne)
     EXPECT_EQ(memory.consent("key", f9.id), PortalConsent::unasked);
 }
 
+TEST_F(PortalKeyTest, aQuestionThatEndsWithoutAnAnswerDoesNotComeBackByItself)
+{
+    times.patience = std::chrono::milliseconds(1);
+    for (const bool closes : {false, true}) {
+        begin();
+        portal->watchesKeys();
+        grant(f9);
+        holds("BindShortcuts");
+        ASSERT_TRUE(outlastsPatience());
+        ASSERT_EQ(key->state().get(), unanswered);
+        portal->calls.clear();
+        endWithoutAnAnswer(closes);
+        ASSERT_TRUE(comesTo(unasked));
+        EXPECT_EQ(memory.consent("key", f9.id), PortalConsent::unasked);
+        portal->takeIn(ours.bus);
+        EXPECT_EQ(portal->count("CreateSession"), 0);
+        EXPECT_EQ(portal->count("BindShortcuts"), 0);
+    }
+}
+
+TEST_F(PortalKeyTest, aQuestionForWhatIsNotWantedAnyMoreEndsWithoutAnAnswerOnce)
+{
+    times.patience = std::chrono::milliseconds(1);
+    for (const bool closes : {false, true}) {
+        begin();
+        portal->watchesKeys();
+        grant(f9);
+        holds("BindShortcuts");
+        portal->calls.clear();
+        key->want(std::nullopt);
+        key->want(f9);
+        ASSERT_TRUE(comesTo(unanswered));
+        endWithoutAnAnswer(closes);
+        ASSERT_TRUE(comesTo(unasked));
+        EXPECT_EQ(memory.consent("key", f9.id), PortalConsent::unasked);
+        EXPECT_EQ(portal->count("BindShortcuts"), 0);
+    }
+}
+
 TEST_F(PortalKeyTest, aRefusalOfWhatIsNotWantedAnyMoreIsNotAskedForAgain)
 {
     times.patience = std::chrono::milliseconds(1);
