@@ -41,6 +41,12 @@ void HostRegistry::introduce()
         QStringLiteral("Register"));
     message << appId << QVariantMap();
     introducing = true;
+    if (!bus.isConnected()) { // where it never was, no call is ever answered
+        const QDBusError error(QDBusError::Disconnected, QString());
+        QMetaObject::invokeMethod(
+            this, [this, error] { introduced(error); }, Qt::QueuedConnection);
+        return;
+    }
     // However long they take to start: a second call would be refused.
     constexpr int noLimit = std::numeric_limits<int>::max();
     auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(message, noLimit), this);

@@ -17,7 +17,12 @@ class HostRegistryTest : public testing::Test {
 protected:
     void introduce(HostRegistry::Nameless nameless = HostRegistry::Nameless::served)
     {
-        registry = std::make_unique<HostRegistry>(ours.bus, "org.example.App", nameless);
+        introduce(ours.bus, nameless);
+    }
+    void introduce(const QDBusConnection& on,
+                   HostRegistry::Nameless nameless = HostRegistry::Nameless::served)
+    {
+        registry = std::make_unique<HostRegistry>(on, "org.example.App", nameless);
         QObject::connect(registry.get(), &HostRegistry::ready, registry.get(),
                          [this] { ++readies; });
         QObject::connect(registry.get(), &HostRegistry::absent, registry.get(),
@@ -157,6 +162,16 @@ TEST_F(HostRegistryTest, aSessionWithoutPortalsIsToldUntilThereAreSome)
     portal = std::make_unique<PlayedPortal>(bus);
     ASSERT_TRUE(runUntil([&] { return readies == 1; }));
     EXPECT_FALSE(registry->isAbsent());
+}
+
+TEST_F(HostRegistryTest, aSessionWithoutABusHasNoPortals)
+{
+    const QString name = "no bus";
+    introduce(QDBusConnection::connectToBus("unix:path=/nowhere", name));
+    EXPECT_TRUE(runUntil([&] { return absences == 1; }));
+    EXPECT_TRUE(registry->isAbsent());
+    registry.reset();
+    QDBusConnection::disconnectFromBus(name);
 }
 
 TEST_F(HostRegistryTest, portalsThatTakeTheNameWhileOthersAreToldAreToldThemselves)
