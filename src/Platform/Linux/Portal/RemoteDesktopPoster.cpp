@@ -133,7 +133,7 @@ KeyReadiness RemoteDesktopPoster::readiness() const
     if (stage == Stage::open) {
         return strokes.isIdle() ? KeyReadiness::ready : KeyReadiness::soon;
     }
-    const bool opens = stage == Stage::opening && !whenAnswered && !late;
+    const bool opens = stage != Stage::closed && !whenAnswered && !late;
     return opens ? KeyReadiness::soon : KeyReadiness::never;
 }
 
@@ -196,6 +196,7 @@ void RemoteDesktopPoster::startSession()
         limit.stop(); // the person takes their time
         late = false;
     }
+    stage = Stage::starting;
     request.send(portals::remoteDesktop, "Start",
                  {QVariant::fromValue(QDBusObjectPath(session)), QString()}, {},
                  [this](const PortalAnswer& answer) { started(answer); });
@@ -223,14 +224,23 @@ void RemoteDesktopPoster::started(const PortalAnswer& answered)
     answer();
 }
 
-/// Only what the person says is a refusal of theirs.
+/// Only what the person says is a refusal of theirs. Where the desktop was late it has asked them,
+/// without being told to, and would ask again.
 void RemoteDesktopPoster::refuse(const PortalAnswer& answered)
 {
     if (answered.end == PortalAnswer::End::answered && answered.code <= 1) {
-        memory.setToken(what, std::nullopt);
-        memory.setConsent(what, form, PortalConsent::refused);
-        remember();
+        lapse(PortalConsent::refused);
+    } else if (late && answered.end != PortalAnswer::End::gone) {
+        lapse(PortalConsent::unasked);
     }
+}
+
+/// No later session opens without a question.
+void RemoteDesktopPoster::lapse(PortalConsent consent)
+{
+    memory.setToken(what, std::nullopt);
+    memory.setConsent(what, form, consent);
+    remember();
 }
 
 void RemoteDesktopPoster::fail(const PortalAnswer& answered)
@@ -282,7 +292,11 @@ void RemoteDesktopPoster::listen(bool on)
 void RemoteDesktopPoster::closed(const QDBusMessage& message)
 {
     if (message.service() == registry.portal() && message.path() == session) {
+        const bool asked = stage == Stage::starting && late;
         forget();
+        if (asked) {
+            lapse(PortalConsent::unasked);
+        }
         answer();
     }
 }

@@ -80,7 +80,8 @@ private Q_SLOTS:
     void closed(const QDBusMessage& message);
 
 private:
-    enum class Stage { closed, opening, open };
+    /// While it starts the desktop may ask the person; what was to spare them that is spent then.
+    enum class Stage { closed, opening, starting, open };
 
     void look();
     void remember();
@@ -89,6 +90,7 @@ private:
     void startSession();
     void started(const PortalAnswer& answer);
     void refuse(const PortalAnswer& answered);
+    void lapse(PortalConsent consent);
     void fail(const PortalAnswer& answered);
     void close();
     void forget();

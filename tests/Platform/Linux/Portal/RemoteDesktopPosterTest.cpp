@@ -63,6 +63,11 @@ protected:
         return runUntil([&] { return poster->readiness() == KeyReadiness::ready; });
     }
     bool open() { return ask() && (poster->prepare(), isReady()); }
+    void closeSession()
+    {
+        portal->emitSignal("org.freedesktop.portal.Session", "Closed", {QVariantMap()},
+                           portal->session);
+    }
     /// Control+Shift and the V key, down and up.
     void postChord()
     {
@@ -472,6 +477,48 @@ TEST_F(RemoteDesktopPosterTest, aSessionThatFailsCostsNoConsent)
     EXPECT_TRUE(isReady());
 }
 
+TEST_F(RemoteDesktopPosterTest, aQuestionThatEndsWithoutAnAnswerDoesNotComeBackByItself)
+{
+    for (const bool closes : {false, true}) {
+        starts("token 1");
+        ASSERT_TRUE(ask());
+        begin(std::chrono::milliseconds(1));
+        portal->takeIn(ours.bus);
+        portal->calls.clear();
+        portal->answers["Start"] = [](const QDBusMessage&) { return std::nullopt; };
+        poster->prepare();
+        ASSERT_TRUE(runUntil([&] { return portal->count("Start") == 1 && poster->isLate(); }));
+        portal->takeIn(ours.bus);
+        if (closes) {
+            closeSession();
+        } else {
+            portal->respond({.code = 2});
+        }
+        EXPECT_TRUE(runUntil([&] { return poster->access().get() == Access::unasked; }));
+        EXPECT_EQ(memory.token("chord"), std::nullopt);
+        poster->rest();
+        poster->prepare();
+        portal->takeIn(ours.bus);
+        EXPECT_EQ(portal->count("CreateSession"), 1);
+    }
+}
+
+TEST_F(RemoteDesktopPosterTest, aSessionThatEndsBeforeAQuestionCostsNoConsent)
+{
+    ASSERT_TRUE(ask());
+    begin(std::chrono::milliseconds(1));
+    portal->answers["SelectDevices"] = [](const QDBusMessage&) { return std::nullopt; };
+    const int before = portal->count("SelectDevices");
+    poster->prepare();
+    ASSERT_TRUE(
+        runUntil([&] { return portal->count("SelectDevices") == before + 1 && poster->isLate(); }));
+    portal->takeIn(ours.bus);
+    closeSession();
+    ASSERT_TRUE(runUntil([&] { return !poster->isLate(); }));
+    EXPECT_EQ(poster->access().get(), Access::granted);
+    EXPECT_EQ(memory.token("chord"), "token 1");
+}
+
 TEST_F(RemoteDesktopPosterTest, aDesktopWithoutPortalsIsTold)
 {
     portal.reset();
@@ -485,8 +532,7 @@ TEST_F(RemoteDesktopPosterTest, theDesktopMayEndTheSession)
     ASSERT_TRUE(ask());
     poster->prepare();
     ASSERT_TRUE(isReady());
-    portal->emitSignal("org.freedesktop.portal.Session", "Closed", {QVariantMap()},
-                       portal->session);
+    closeSession();
     EXPECT_TRUE(runUntil([&] { return poster->readiness() == KeyReadiness::never; }));
     poster->rest();
     poster->prepare();
