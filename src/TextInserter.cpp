@@ -11,7 +11,8 @@ namespace {
 
 constexpr auto restoreAfter = std::chrono::milliseconds(500);
 constexpr auto restoreAtLatest = std::chrono::milliseconds(3000);
-/// How long a text waits for keys that are not ready; it was spoken into what has the focus now.
+/// How long a text waits for keys, from when they first were not ready: it was spoken into what has
+/// the focus now.
 constexpr auto keysAtLatest = std::chrono::milliseconds(2000);
 /// How long a text waits for a program to see that there is one.
 constexpr auto seenAtLatest = std::chrono::milliseconds(500);
@@ -138,12 +139,20 @@ Task<void> TextInserter::readAhead(PasteSource source, std::int64_t number)
 
 void TextInserter::insert(const std::string& text, std::optional<std::uint64_t> onlyInto)
 {
-    add({.text = text, .toBeLeft = false, .onlyInto = onlyInto, .isSecondTry = false});
+    add({.text = text,
+         .toBeLeft = false,
+         .onlyInto = onlyInto,
+         .isSecondTry = false,
+         .keysBy = {}});
 }
 
 void TextInserter::leave(const std::string& text)
 {
-    add({.text = text, .toBeLeft = true, .onlyInto = std::nullopt, .isSecondTry = false});
+    add({.text = text,
+         .toBeLeft = true,
+         .onlyInto = std::nullopt,
+         .isSecondTry = false,
+         .keysBy = {}});
 }
 
 void TextInserter::add(Waiting text)
@@ -182,6 +191,9 @@ Task<void> TextInserter::insertWaiting()
         const PasteChord chord = co_await readyChord();
         if (waiting.empty()) {
             break;
+        }
+        if (awaitsKeys(waiting.front())) {
+            continue; // they were ready before the contents were there
         }
         if (keys.readiness() != KeyReadiness::ready) {
             waiting.front().toBeLeft = true; // it stays at hand
@@ -271,7 +283,8 @@ Task<void> TextInserter::paste(Waiting next, PasteChord chord)
         if (pasteboard.use(source) == PasteboardUse::replaced || belongsElsewhere(next) ||
             keys.readiness() != KeyReadiness::ready || focus.pasteChord() != chord) {
             putBack(source);
-            next.toBeLeft = next.toBeLeft || std::exchange(next.isSecondTry, true);
+            next.toBeLeft =
+                next.toBeLeft || (!awaitsKeys(next) && std::exchange(next.isSecondTry, true));
             waiting.push_front(std::move(next));
             co_return;
         }
@@ -312,13 +325,22 @@ Task<void> TextInserter::awaitReader(PasteSource source)
     }
 }
 
-/// Waits until the chord can be posted, or it is clear that it cannot.
+/// Waits until the next text's chord can be posted, or it is clear that it cannot.
 Task<void> TextInserter::awaitKeys()
 {
-    const TimePoint limit = loop.now() + keysAtLatest;
-    while (keys.readiness() == KeyReadiness::soon && loop.now() < limit) {
+    while (!waiting.empty() && awaitsKeys(waiting.front())) {
         co_await sleepFor(loop, lookEvery);
     }
+}
+
+/// Whether the keys for `text` are ready soon, and may be so for some time yet.
+bool TextInserter::awaitsKeys(Waiting& text)
+{
+    if (keys.readiness() != KeyReadiness::soon) {
+        return false;
+    }
+    text.keysBy = text.keysBy.value_or(loop.now() + keysAtLatest);
+    return loop.now() < *text.keysBy;
 }
 
 /// Whether it is known what is to stand on the pasteboard again once the next text was pasted.

@@ -70,6 +70,8 @@ private:
         std::optional<std::uint64_t> onlyInto;
         /// It was shown to a program already, and taken back.
         bool isSecondTry = false;
+        /// When it is left if its keys are still not ready; nothing while they always were.
+        std::optional<TimePoint> keysBy;
     };
     /// Contents that stood on a pasteboard at some `changeCount`.
     struct Contents {
@@ -104,6 +106,7 @@ private:
     bool areContentsKnown(PasteSource source);
     Task<void> readContents(PasteSource source);
     Task<void> awaitKeys();
+    bool awaitsKeys(Waiting& text);
     void restKeys();
     PasteboardSnapshot takeContents(PasteSource source);
     Timer lookIn(Duration delay, PasteSource source);

@@ -933,6 +933,67 @@ TEST_F(TextInserterTest, aTextWaitsForKeysThatAreReadySoon)
     EXPECT_EQ(board(), "hello");
 }
 
+TEST_F(TextInserterTest, keysThatAreNotReadyOnceTheContentsAreReadAreWaitedFor)
+{
+    pasteboard.snapshotsCompleteAtOnce = false;
+    pasteboard.copy(FakePasteboard::text("old"));
+    programReadsAfter(0ms);
+    insert("hello");
+    loop.advance(900ms);
+    keys.ready = KeyReadiness::soon;
+    pasteboard.completeSnapshot();
+    loop.advance(100ms);
+    EXPECT_EQ(board(), "old");
+    keys.ready = KeyReadiness::ready;
+    loop.advance(20ms);
+    EXPECT_EQ(pasted, std::vector<std::string>{"hello"});
+    loop.advance(1s);
+    EXPECT_EQ(board(), "old");
+}
+
+TEST_F(TextInserterTest, keysThatAreNotReadyOnceAProgramHasLookedAreWaitedForAsOftenAsThatIsSo)
+{
+    focus.chord.looksFirst = true;
+    pasteboard.copy(FakePasteboard::text("old"));
+    programReadsAfter(0ms);
+    keys.ready = KeyReadiness::ready;
+    pasteboard.lookedAt = false;
+    insert("hello");
+    for (int time = 0; time < 3; ++time) {
+        loop.advance(100ms);
+        keys.ready = KeyReadiness::soon;
+        pasteboard.lookedAt = true;
+        loop.advance(100ms);
+        EXPECT_EQ(board(), "old");
+        pasteboard.lookedAt = false;
+        keys.ready = KeyReadiness::ready;
+    }
+    loop.advance(20ms);
+    pasteboard.lookedAt = true;
+    loop.advance(20ms);
+    EXPECT_EQ(pasted, std::vector<std::string>{"hello"});
+}
+
+TEST_F(TextInserterTest, aTextWaitsForKeysTwoSecondsHoweverOftenTheFocusMoves)
+{
+    programReadsAfter(0ms);
+    keys.ready = KeyReadiness::soon;
+    insert("hello");
+    loop.advance(1900ms);
+    focus.chord.source = PasteSource::primarySelection;
+    loop.advance(200ms);
+    EXPECT_EQ(board(), "hello");
+    keys.ready = KeyReadiness::ready;
+    loop.advance(1s);
+    EXPECT_TRUE(pasted.empty());
+    keys.ready = KeyReadiness::soon;
+    insert("world");
+    loop.advance(1900ms);
+    keys.ready = KeyReadiness::ready;
+    loop.advance(20ms);
+    EXPECT_EQ(pasted, std::vector<std::string>{"world"}) << "each has its own";
+}
+
 TEST_F(TextInserterTest, aTextWhoseChordCannotBePostedIsLeftOnTheClipboard)
 {
     int left = 0;
