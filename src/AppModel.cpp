@@ -316,6 +316,7 @@ void AppModel::refreshPermissions()
     microphoneGranted.set(ports.permissions.microphoneGranted());
     keyboardSecured.set(ports.permissions.isKeyboardSecured());
     canAskForTrust.set(ports.permissions.canAskForTrust());
+    wouldAskForTyping.set(ports.permissions.wouldAskForTyping());
     trustObstacle.set(ports.permissions.trustObstacle());
     if (accessibilityGranted.get() && !monitor.isRunning()) {
         watchKey();

@@ -54,8 +54,10 @@ public:
     /// The process may watch and post key events.
     Published<bool, AppModel> accessibilityGranted{false};
     Published<bool, AppModel> microphoneGranted{false};
-    /// The desktop can ask the person for what the two lack; and what keeps it from that.
+    /// The desktop can ask the person for what the two lack; typing is among that; and what keeps
+    /// it from asking.
     Published<bool, AppModel> canAskForTrust{false};
+    Published<bool, AppModel> wouldAskForTyping{false};
     Published<std::string, AppModel> trustObstacle;
     /// Some program has the keyboard to itself: the dictation key is not seen.
     Published<bool, AppModel> keyboardSecured{false};

@@ -32,6 +32,10 @@ public:
     /// what would be of use besides.
     virtual bool canAskForTrust() const { return false; }
 
+    /// Whether it is typing into other programs that the person would be asked for, and not only to
+    /// be told of keys.
+    virtual bool wouldAskForTyping() const { return false; }
+
     /// What keeps `isTrusted` from being asked for, as a sentence for the person; empty where
     /// nothing does.
     virtual std::string trustObstacle() const { return {}; }

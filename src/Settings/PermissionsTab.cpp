@@ -26,8 +26,9 @@ PermissionsTab::PermissionsTab(AppModel& model, const Ports& ports)
     : FormModel(ports.wording), model(model), permissions(ports.permissions),
       session(ports.session), workspace(ports.workspace), wishes(ports.loop, [this] { update(); })
 {
-    for (const auto* granted : {&model.microphoneGranted, &model.accessibilityGranted,
-                                &model.keyboardSecured, &model.canAskForTrust}) {
+    for (const auto* granted :
+         {&model.microphoneGranted, &model.accessibilityGranted, &model.keyboardSecured,
+          &model.canAskForTrust, &model.wouldAskForTyping}) {
         changes.push_back(granted->observe([this](bool) { update(); }));
     }
     changes.push_back(model.trustObstacle.observe([this](const std::string&) { update(); }));
@@ -72,7 +73,7 @@ FormRow PermissionsTab::accessibilityRow()
         std::get<PermissionControl>(shown.control).open = Command{
             .text = "Allow…",
             .press = lifetime.guard([this] { permissions.askForTrust(model.hotkey.get()); })};
-        shown.caption = granted ? "" : askedAsRemoteControl;
+        shown.caption = !granted && permissions.wouldAskForTyping() ? askedAsRemoteControl : "";
     } else if (const auto obstacle = permissions.trustObstacle(); !obstacle.empty() && !granted) {
         std::get<PermissionControl>(shown.control).open.reset();
         shown.caption = obstacle;

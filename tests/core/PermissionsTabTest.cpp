@@ -60,6 +60,7 @@ TEST_F(PermissionsTabTest, whatIsNotGrantedOpensItsPageOfTheDesktopsSettings)
 TEST_F(PermissionsTabTest, aDesktopThatCanAskDoesSoWhenThePersonWishesIt)
 {
     desktop.permissions.canAsk = true;
+    desktop.permissions.asksForTyping = true;
     desktop.permissions.trusted = false;
     open();
     EXPECT_TRUE(desktop.permissions.asked.empty());
@@ -71,6 +72,21 @@ TEST_F(PermissionsTabTest, aDesktopThatCanAskDoesSoWhenThePersonWishesIt)
     permission("Accessibility").open->press();
     EXPECT_EQ(desktop.permissions.asked, std::vector{model->hotkey.get()});
     EXPECT_TRUE(desktop.workspace.openedPanels.empty());
+}
+
+TEST_F(PermissionsTabTest, aQuestionForTheKeyAloneIsNotAnnouncedAsRemoteControl)
+{
+    desktop.permissions.canAsk = true;
+    desktop.permissions.trusted = false;
+    open();
+    EXPECT_EQ(permission("Accessibility").open->text, "Allow…");
+    EXPECT_EQ(row(SettingsTab::permissions, "Accessibility").caption, "");
+    desktop.permissions.asksForTyping = true;
+    desktop.loop.advance(1500ms);
+    EXPECT_NE(row(SettingsTab::permissions, "Accessibility").caption, "");
+    desktop.permissions.asksForTyping = false;
+    desktop.loop.advance(1500ms);
+    EXPECT_EQ(row(SettingsTab::permissions, "Accessibility").caption, "");
 }
 
 TEST_F(PermissionsTabTest, whatMayStillBeAskedForHasItsButtonForAsLongAsItMay)

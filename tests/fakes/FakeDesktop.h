@@ -105,6 +105,7 @@ public:
     bool keyboardSecured = false;
     int trustPrompts = 0;
     bool canAsk = false;
+    bool asksForTyping = false;
     std::string obstacle;
     /// Of the questions that the person wished for, the keys.
     std::vector<Hotkey> asked;
@@ -122,6 +123,7 @@ public:
     bool isKeyboardSecured() const override { return keyboardSecured; }
     void promptForTrust() override { ++trustPrompts; }
     bool canAskForTrust() const override { return canAsk; }
+    bool wouldAskForTyping() const override { return canAsk && asksForTyping; }
     std::string trustObstacle() const override { return obstacle; }
     void askForTrust(const Hotkey& hotkey) override { asked.push_back(hotkey); }
     void requestMicrophone() override { ++microphoneRequests; }

@@ -197,6 +197,11 @@ bool WaylandDesktop::Consent::canAskForTrust() const
     return desktop.portals && desktop.portals->access.canAsk();
 }
 
+bool WaylandDesktop::Consent::wouldAskForTyping() const
+{
+    return desktop.portals && desktop.portals->access.canAskForChord();
+}
+
 std::string WaylandDesktop::Consent::trustObstacle() const
 {
     return desktop.portals ? desktop.portals->access.obstacle() : std::string();

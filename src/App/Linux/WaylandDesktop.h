@@ -101,6 +101,7 @@ private:
         bool microphoneAnswered() const override { return microphone.answered(); }
         void promptForTrust() override {} // it would at every start
         bool canAskForTrust() const override;
+        bool wouldAskForTyping() const override;
         std::string trustObstacle() const override;
         void askForTrust(const Hotkey& hotkey) override;
         void requestMicrophone() override {}

@@ -49,11 +49,15 @@ bool PortalAccess::isGranted() const
 
 bool PortalAccess::canAsk() const
 {
+    return canAskForChord() || tap.needsQuestion() ||
+           escape.needsQuestion(PortalEventTap::escapeShortcut());
+}
+
+bool PortalAccess::canAskForChord() const
+{
     using enum RemoteDesktopPoster::Access;
     const auto chord = poster ? poster->access().get() : granted;
-    return chord == unknown || chord == unasked || chord == refused ||
-           (poster && poster->isLate()) || tap.needsQuestion() ||
-           escape.needsQuestion(PortalEventTap::escapeShortcut());
+    return chord == unknown || chord == unasked || chord == refused || (poster && poster->isLate());
 }
 
 std::string PortalAccess::obstacle() const

@@ -58,6 +58,9 @@ public:
     /// or what is not cannot be.
     bool canAsk() const;
 
+    /// Whether the chord is among what it may ask for.
+    bool canAskForChord() const;
+
     /// Why the chord cannot be asked for, as a sentence for the person; else empty.
     std::string obstacle() const;
 
