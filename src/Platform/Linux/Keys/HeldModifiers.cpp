@@ -9,7 +9,7 @@ namespace {
 /// The first that tells of modifiers, and not of locks alone.
 constexpr std::uint32_t version = 5;
 constexpr std::uint32_t firstModifier = 3;
-constexpr std::uint32_t pressedState = 3;
+constexpr std::uint32_t up = 0;
 
 // What is asked and told, as wayland-scanner would have it.
 namespace request {
@@ -53,10 +53,10 @@ HeldModifiers::~HeldModifiers()
 
 void HeldModifiers::changed(std::uint32_t key, std::uint32_t state)
 {
-    if (key >= firstModifier && state == pressedState) {
-        pressed.insert(key);
+    if (key >= firstModifier && state != up) {
+        inEffect.insert(key);
     } else {
-        pressed.erase(key);
+        inEffect.erase(key);
     }
 }
 

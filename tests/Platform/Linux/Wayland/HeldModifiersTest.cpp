@@ -129,7 +129,7 @@ TEST(HeldModifiers, areThoseThatWereDownBeforeAndAllThatGoDown)
     EXPECT_TRUE(runUntil([&] { return !held.any(); }));
 }
 
-TEST(HeldModifiers, areNoLocksAndNoLatches)
+TEST(HeldModifiers, areNoLocks)
 {
     const PlayedKeyStates compositor(5, {{alt, pressed}});
     WaylandConnection connection;
@@ -137,8 +137,21 @@ TEST(HeldModifiers, areNoLocksAndNoLatches)
     EXPECT_TRUE(runUntil([&] { return held.any(); }));
     compositor.tell(capsLock, locked);
     compositor.tell(capsLock, pressed);
-    compositor.tell(alt, latched);
+    compositor.tell(alt, up);
     EXPECT_TRUE(runUntil([&] { return !held.any(); }));
+}
+
+TEST(HeldModifiers, areTheLatchedAndTheLockedToo)
+{
+    const PlayedKeyStates compositor(5);
+    WaylandConnection connection;
+    const HeldModifiers held(connection);
+    for (const auto state : {latched, locked}) {
+        compositor.tell(alt, state);
+        EXPECT_TRUE(runUntil([&] { return held.any(); }));
+        compositor.tell(alt, up);
+        EXPECT_TRUE(runUntil([&] { return !held.any(); }));
+    }
 }
 
 TEST(HeldModifiers, areNotKnownWhereLocksAloneAreTold)
