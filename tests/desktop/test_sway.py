@@ -3,6 +3,7 @@
 import contextlib
 import os
 import pathlib
+import shutil
 import signal
 import socket
 import subprocess
@@ -11,6 +12,7 @@ import pytest
 
 import clipboard
 from documented import lines_for
+from installed_files import PROGRAM
 from matrix import debian
 from overlay import expected_frame, rows
 from program import Program, assert_arrived, hotkey_setting
@@ -488,3 +490,19 @@ def test_when_xwayland_ends_the_program_starts_anew_once_and_types_nothing_twice
     with held_until_recording(session, program):
         program.say(SENTENCE)
     wait_until(lambda: len(terminal.text()) > len(before), "the next text")
+
+
+def test_when_xwayland_ends_the_version_that_replaced_the_program_starts(session, request, tmp_path):
+    build = request.config.getoption("--program").resolve().parents[3]
+    subprocess.run(["cmake", "--install", build, "--prefix", tmp_path], check=True,
+                   stdout=subprocess.DEVNULL)
+    installed = tmp_path / PROGRAM
+    program = Program(session, installed)
+    later = installed.with_suffix(".later")
+    shutil.copy2(installed, later)
+    later.rename(installed)
+    exe = f"/proc/{program.process.pid}/exe"
+    assert os.readlink(exe) == f"{installed} (deleted)"
+    end_xwayland(session)
+    wait_until(lambda: os.readlink(exe) == str(installed), "the later version")
+    wait_until(program.answers, "the program to answer again")

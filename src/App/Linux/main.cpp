@@ -17,7 +17,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
 
 #include <sys/time.h>
 #include <unistd.h>
@@ -58,6 +62,22 @@ void endWithOneLine(QtMsgType type, const QMessageLogContext& /*context*/, const
     }
 }
 
+/// The program's file, or that of the version which has been put in its place since it was started.
+std::string programFile()
+{
+    constexpr std::string_view replaced = " (deleted)"; // as the kernel says it
+    const char* const own = "/proc/self/exe";
+    std::error_code error;
+    std::string path = std::filesystem::read_symlink(own, error).string();
+    if (path.ends_with(replaced)) {
+        path.resize(path.size() - replaced.size());
+        if (std::filesystem::exists(path, error)) {
+            return path;
+        }
+    }
+    return own;
+}
+
 /// Takes this process's place with a new start; returns where the one before was so short ago that
 /// the next display would not last either.
 void startAgain(char* argv[])
@@ -70,7 +90,7 @@ void startAgain(char* argv[])
     const auto passed = before ? now.tv_sec - std::atoll(before->c_str()) : -1;
     if (passed < 0 || passed > restartPause.count()) { // less than none: the machine was restarted
         qputenv(restartVariable, QByteArray::number(static_cast<qlonglong>(now.tv_sec)));
-        ::execv("/proc/self/exe", argv);
+        ::execv(programFile().c_str(), argv);
     }
 }
 
