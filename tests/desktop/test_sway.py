@@ -492,7 +492,7 @@ def test_when_xwayland_ends_the_program_starts_anew_once_and_types_nothing_twice
     wait_until(lambda: len(terminal.text()) > len(before), "the next text")
 
 
-def test_when_xwayland_ends_the_version_that_replaced_the_program_starts(session, request, tmp_path):
+def test_when_xwayland_ends_the_version_that_took_its_place_starts(session, request, tmp_path):
     build = request.config.getoption("--program").resolve().parents[3]
     subprocess.run(["cmake", "--install", build, "--prefix", tmp_path], check=True,
                    stdout=subprocess.DEVNULL)
