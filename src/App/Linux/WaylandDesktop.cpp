@@ -120,6 +120,12 @@ std::vector<Subscription> WaylandDesktop::watchEnd(const std::function<void()>& 
     return watches;
 }
 
+/// The clipboard first: portals that hang could take all the time that there is.
+WaylandDesktop::~WaylandDesktop()
+{
+    WaylandDesktop::leaveInHaste();
+}
+
 void WaylandDesktop::leaveInHaste()
 {
     if (clipboard) {

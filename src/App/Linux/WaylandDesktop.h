@@ -44,6 +44,7 @@ public:
     /// `services` must outlive this object.
     WaylandDesktop(LinuxServices& services, const Environment& environment,
                    std::unique_ptr<WaylandConnection> connection);
+    ~WaylandDesktop() override;
 
     Ports ports() override;
 

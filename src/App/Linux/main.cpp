@@ -34,6 +34,9 @@ constexpr const char* noXWayland =
     "vorlin: no XWayland can be reached, which shows its windows in a Wayland session. "
     "Install it (Debian's package is xwayland), and log in anew.\n";
 
+/// The program's own, even where it has been replaced.
+constexpr const char* ownFile = "/proc/self/exe";
+
 constexpr const char* displayLost = "vorlin: the X11 display is gone.\n";
 
 /// What this start follows, in seconds of the clock that goes on while the machine sleeps.
@@ -66,16 +69,15 @@ void endWithOneLine(QtMsgType type, const QMessageLogContext& /*context*/, const
 std::string programFile()
 {
     constexpr std::string_view replaced = " (deleted)"; // as the kernel says it
-    const char* const own = "/proc/self/exe";
     std::error_code error;
-    std::string path = std::filesystem::read_symlink(own, error).string();
+    std::string path = std::filesystem::read_symlink(ownFile, error).string();
     if (path.ends_with(replaced)) {
         path.resize(path.size() - replaced.size());
         if (std::filesystem::exists(path, error)) {
             return path;
         }
     }
-    return own;
+    return ownFile;
 }
 
 /// Takes this process's place with a new start; returns where the one before was so short ago that
@@ -91,6 +93,7 @@ void startAgain(char* argv[])
     if (passed < 0 || passed > restartPause.count()) { // less than none: the machine was restarted
         qputenv(restartVariable, QByteArray::number(static_cast<qlonglong>(now.tv_sec)));
         ::execv(programFile().c_str(), argv);
+        ::execv(ownFile, argv); // the later one may not be whole yet
     }
 }
 

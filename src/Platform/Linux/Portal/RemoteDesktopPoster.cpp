@@ -230,7 +230,7 @@ void RemoteDesktopPoster::refuse(const PortalAnswer& answered)
 {
     if (answered.end == PortalAnswer::End::answered && answered.code <= 1) {
         lapse(PortalConsent::refused);
-    } else if (late && answered.end != PortalAnswer::End::gone) {
+    } else if (late && answered.end == PortalAnswer::End::answered) {
         lapse(PortalConsent::unasked);
     }
 }

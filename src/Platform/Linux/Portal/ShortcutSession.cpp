@@ -92,8 +92,8 @@ void ShortcutSession::send(const QString& method, const QVariantList& arguments,
 
 void ShortcutSession::abandoned(const PortalAnswer& answer)
 {
-    const bool isDecided = answer.end == PortalAnswer::End::answered && answer.code == 1;
-    const bool isRefusal = (isDecided || (wasLate && !answer.succeeded())) &&
+    const bool isDecided = answer.code == 1 || (wasLate && !answer.succeeded());
+    const bool isRefusal = answer.end == PortalAnswer::End::answered && isDecided &&
                            boundShortcuts(answer.results.value("shortcuts")).empty();
     const auto id = std::exchange(binding, {});
     if (isRefusal && !id.empty()) {
@@ -128,12 +128,13 @@ void ShortcutSession::bind(const WantedShortcut& wanted, Question question, When
              binding.clear();
              const auto bound = boundShortcuts(answer.results.value("shortcuts"));
              // Some give the key and call it a failure.
-             const bool decided = answer.end == PortalAnswer::End::answered && answer.code <= 1;
+             const bool decided =
+                 answer.end == PortalAnswer::End::answered && (answer.code <= 1 || wasLate);
              if (answer.succeeded() && bound.empty()) {
                  this->list(told); // some only say that it went well
              } else {
-                 // The person was asked, and would be asked again.
-                 const bool known = decided || wasLate || !bound.empty();
+                 // Where it was late the person was asked, and would be asked again.
+                 const bool known = decided || !bound.empty();
                  told({known ? ShortcutAnswer::End::told : ShortcutAnswer::End::failed, bound});
              }
          });
