@@ -225,8 +225,13 @@ class ModelsTab(Traces):
 
     def choose(self, entry):
         """An entry of the menu that opens, with the pointer."""
-        found = wait_until(lambda: self.find(entry), f"the menu with {entry!r}")
-        self.click(found)
+        def chosen():
+            found = self.find(entry)
+            try:
+                return found and not self.click(found)
+            except GLib.Error:
+                return False  # the row has just made its menu anew
+        wait_until(chosen, f"the menu with {entry!r}")
 
     def click(self, item, button=1, count=1):
         x, y, width, height = self._component(item, "GetExtents", GLib.Variant("(u)", (0,)))

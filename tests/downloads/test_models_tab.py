@@ -143,12 +143,17 @@ def test_two_engines_come_side_by_side_over_three_connections_each(hub, tab, fil
     hub.publish(other, OTHER_REPOSITORY)
     hub.hold_everything(files, gate)
     hub.hold_everything(other, gate, OTHER_REPOSITORY)
+
+    def seen():
+        return hub.open, len(hub.requests)
+
     tab.download()
-    wait_until(lambda: hub.in_flight.get(REPOSITORY) == 3, "three files")
-    assert stays(lambda: (hub.open, len(hub.requests)) == (3, 4), 0.5)
+    wait_until(lambda: hub.in_flight.get(REPOSITORY) == 3 and seen() == (3, 4), "three files")
+    assert stays(lambda: seen() == (3, 4), 0.5)
     tab.download(REDUX_NAME)
-    wait_until(lambda: hub.in_flight.get(OTHER_REPOSITORY) == 3, "three files of the other")
-    assert stays(lambda: (hub.open, len(hub.requests)) == (6, 8), 0.5)
+    wait_until(lambda: hub.in_flight.get(OTHER_REPOSITORY) == 3 and seen() == (6, 8),
+               "three files of the other")
+    assert stays(lambda: seen() == (6, 8), 0.5)
     gate.set()
     tab.await_state(ULTRA_NAME, "installed")
     tab.await_state(REDUX_NAME, "installed")
