@@ -168,16 +168,20 @@ while True:
 TEST_F(Use, onlyTheFocusedProgramsLookIsOne)
 {
     ASSERT_TRUE(installed("xclip")) << "scripts/install-packages brings it";
+    // It is answered before it is noted.
+    const auto isLookedAt = [&] {
+        return eventually([&] { return pasteboard->wasLookedAt(PasteSource::clipboard); });
+    };
     ScriptedReader focused;
     focused.takeFocus();
     focused.targets();
-    EXPECT_TRUE(pasteboard->wasLookedAt(PasteSource::clipboard));
+    EXPECT_TRUE(isLookedAt());
     offer("again");
     EXPECT_FALSE(pasteboard->wasLookedAt(PasteSource::clipboard));
     outputOfStranger({"xclip", "-o", "-selection", "clipboard", "-t", "TARGETS"});
     EXPECT_FALSE(pasteboard->wasLookedAt(PasteSource::clipboard));
     focused.targets();
-    EXPECT_TRUE(pasteboard->wasLookedAt(PasteSource::clipboard));
+    EXPECT_TRUE(isLookedAt());
 }
 
 TEST_F(Use, aCopyForGoodIsGivenToEverybody)
