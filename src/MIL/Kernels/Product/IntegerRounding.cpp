@@ -4,6 +4,7 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "MIL/Kernels/Product/IntegerRounding.cpp"
@@ -161,9 +162,12 @@ std::uint32_t magnitudeBits(float value)
     return std::bit_cast<std::uint32_t>(value) & 0x7fffffffU;
 }
 
+/// Nothing for what is beyond the steps, or no number: an entry of a palette that the row, whose
+/// largest number the steps are for, does not use.
 std::int32_t roundOne(float value, float inverse)
 {
-    return static_cast<std::int32_t>(inverse > 0 ? std::nearbyint(value * inverse) : 0);
+    const float steps = std::nearbyint(value * inverse);
+    return std::abs(steps) <= 127 && inverse > 0 ? static_cast<std::int32_t>(steps) : 0;
 }
 
 } // namespace
