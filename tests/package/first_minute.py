@@ -81,7 +81,9 @@ def on_x11():
 def on_sway(person):
     """A session of sway with its own panel."""
     def welcome(desktop, _):
-        wait_until(lambda: any(each["name"] == "Vorlin Settings" for each in desktop.windows()),
+        # With the focus: they would take it from what is opened before they have had it.
+        wait_until(lambda: any(each["name"] == "Vorlin Settings" and each["focused"]
+                               for each in desktop.windows()),
                    "the settings at the very first start", 60)
         desktop.screenshot("1-started")
 
