@@ -34,7 +34,7 @@ constexpr std::int64_t roundedUp(std::int64_t value, std::int64_t multiple)
     return (value + multiple - 1) / multiple * multiple;
 }
 
-/// Memory of the calling thread; `slot` tells what it is for.
+/// Memory of the calling thread, one for each kind of number.
 template <class Number>
 Number* threadMemory(std::int64_t count)
 {
