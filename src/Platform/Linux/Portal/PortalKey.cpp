@@ -20,8 +20,10 @@ PortalKey::PortalKey(const QDBusConnection& bus, const HostRegistry& registry, s
                                    std::uint64_t timestamp) { pressed(id, timestamp); },
                .deactivated = [this](const std::string& id) { released(id); },
                .changed = [this](const BoundShortcuts& shortcuts) { changed(shortcuts); },
-               .ended = [this] { ended(); },
+               .ended = [this](bool isDeclined) { ended(isDeclined); },
                .late = [this] { late(); },
+               .doubted = [this](const std::string& id) { doubt(id); },
+               .kept = [this](const std::string& /*doubted*/) { keep(); },
                .declined = [this](const std::string& id) { declined(id); }}),
       what(std::move(what)), memory(memory), callbacks(std::move(callbacks)), times(times),
       retryIn(times.retry)
@@ -33,6 +35,7 @@ PortalKey::PortalKey(const QDBusConnection& bus, const HostRegistry& registry, s
     connect(&registry, &HostRegistry::absent, this, [this] { setPortal(KeysPortal::missing); });
     connect(&registry, &HostRegistry::gone, this, [this] {
         question.reset();
+        doubted.reset();
         retry.stop();
         known.set(KeysPortal::unknown);
         lose(PortalKeyState::unknown);
@@ -90,10 +93,19 @@ void PortalKey::ask(const WantedShortcut& asked, std::function<void()> answered)
     }
     question = {asked, std::move(answered)};
     lose(PortalKeyState::unknown);
+    if (session.adopt(asked.id)) {
+        doubted.reset();
+        return;
+    }
     if (isLate) {
         session.giveUp();
     }
     open();
+}
+
+PortalConsent PortalKey::consent(const std::string& id) const
+{
+    return id == doubted ? PortalConsent::granted : memory.consent(what, id);
 }
 
 bool PortalKey::isGranted(const std::optional<WantedShortcut>& shortcut) const
@@ -145,8 +157,10 @@ void PortalKey::bind(const WantedShortcut& shortcut)
         if (answered.bound.contains(id)) {
             take(id, answered.bound);
         } else if (answered.end != ShortcutAnswer::End::told) {
+            keep();
             fail();
         } else {
+            doubted.reset();
             // Only who was asked has refused; else it was taken back in the desktop's settings.
             memory.setConsent(what, id, question ? PortalConsent::refused : PortalConsent::unasked);
             session.close();
@@ -162,6 +176,7 @@ void PortalKey::take(const std::string& id, const BoundShortcuts& bound)
     if (description.empty() && consent(id) == PortalConsent::refused) {
         current.set(PortalKeyState::refused); // some keep what was refused, without a key
     } else {
+        doubted.reset();
         memory.setConsent(what, id, PortalConsent::granted);
         triggered.set(description);
         current.set(description.empty() ? PortalKeyState::taken : PortalKeyState::bound);
@@ -183,7 +198,7 @@ void PortalKey::changed(const BoundShortcuts& shortcuts)
     }
 }
 
-/// Nobody has decided anything: what was given to us stays given.
+/// Nobody has decided anything: what was given to us stays given, for now.
 void PortalKey::late()
 {
     if (!question) {
@@ -191,18 +206,35 @@ void PortalKey::late()
     }
 }
 
+/// A dialog that goes with us must not come back by itself, whichever way we end.
+void PortalKey::doubt(const std::string& id)
+{
+    if (consent(id) == PortalConsent::granted) {
+        memory.setConsent(what, id, PortalConsent::unasked);
+        doubted = id;
+    }
+}
+
+/// What was doubted is ours.
+void PortalKey::keep()
+{
+    if (const auto id = std::exchange(doubted, std::nullopt)) {
+        memory.setConsent(what, *id, PortalConsent::granted);
+    }
+}
+
 /// To have `id` again the desktop would ask the person.
 void PortalKey::declined(const std::string& id)
 {
     if (consent(id) == PortalConsent::granted) {
+        doubted.reset();
         memory.setConsent(what, id, PortalConsent::unasked);
     }
 }
 
 /// The desktop has closed the session: perhaps with a question of its own, which is not put again.
-void PortalKey::ended()
+void PortalKey::ended(bool isDeclined)
 {
-    const bool isDeclined = wanted && consent(wanted->id) == PortalConsent::unasked;
     if (current.get() == PortalKeyState::unanswered && isDeclined) {
         lose(PortalKeyState::unasked);
     } else {

@@ -77,7 +77,8 @@ public:
     /// Lets the desktop ask the person for `wanted`, unless it is given to us already; `answered`
     /// is called once the person has answered, or nothing is left to be asked. A later call takes
     /// the place of an earlier one, and the end of the portals, or of who serves them, takes it
-    /// back: neither is answered.
+    /// back: neither is answered. Where `wanted` is still to be answered for, that answer serves;
+    /// where another key is, the question follows it.
     void ask(const WantedShortcut& wanted, std::function<void()> answered);
 
     /// What serves the portals has changed, and may know no session of ours any more. It is asked
@@ -116,15 +117,17 @@ private:
     void take(const std::string& id, const BoundShortcuts& bound);
     void changed(const BoundShortcuts& shortcuts);
     void late();
+    void doubt(const std::string& id);
+    void keep();
     void declined(const std::string& id);
-    void ended();
+    void ended(bool isDeclined);
     void fail();
     void openLater();
     void lose(PortalKeyState next);
     void pressed(const std::string& id, std::uint64_t timestamp);
     void released(const std::string& id);
     void answer();
-    PortalConsent consent(const std::string& id) const { return memory.consent(what, id); }
+    PortalConsent consent(const std::string& id) const;
 
     QDBusConnection bus;
     const HostRegistry& registry;
@@ -136,6 +139,9 @@ private:
     std::optional<WantedShortcut> wanted;
     /// Until the person has answered.
     std::optional<Question> question;
+    /// What was given to us, and is bound late: to whoever starts after us it is not given, since
+    /// they would ask the person anew.
+    std::optional<std::string> doubted;
     bool isHeld = false;
     /// Until what failed is tried again, and how long it was the last time.
     QTimer retry;

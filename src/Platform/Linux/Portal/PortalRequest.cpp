@@ -125,37 +125,58 @@ void PortalRequest::replied(const QDBusMessage& reply)
     follow(reply.arguments().constFirst().value<QDBusObjectPath>().path());
 }
 
-/// Hears what is said on the object of the request, which old portals name themselves: by the name
-/// of no sender, which Qt would wait to learn the owner of.
+/// Hears what is said on the object of the request, which old portals name themselves.
 void PortalRequest::follow(const QString& path)
 {
     if (path == object) {
         return;
     }
-    const auto slot = SLOT(responded(QDBusMessage));
     if (!object.isEmpty()) {
-        bus.disconnect({}, object, requestInterface, "Response", this, slot);
+        hear(false, object);
     }
     object = path;
     if (!object.isEmpty()) {
-        bus.connect({}, object, requestInterface, "Response", this, slot);
+        hear(true, object);
+    }
+}
+
+/// By the name of no sender, which Qt would wait to learn the owner of.
+void PortalRequest::hear(bool on, const QString& path)
+{
+    const auto slot = SLOT(responded(QDBusMessage));
+    if (on) {
+        bus.connect({}, path, requestInterface, "Response", this, slot);
+    } else {
+        bus.disconnect({}, path, requestInterface, "Response", this, slot);
     }
 }
 
 void PortalRequest::responded(const QDBusMessage& message)
 {
     // Anyone may send such a signal.
-    if (message.service() == portal && message.path() == object &&
-        message.signature() == "ua{sv}") {
-        const auto arguments = message.arguments();
-        finish({PortalAnswer::End::answered, arguments[0].toUInt(),
-                qdbus_cast<QVariantMap>(arguments[1])});
+    if (message.service() != portal || message.signature() != "ua{sv}") {
+        return;
+    }
+    const auto arguments = message.arguments();
+    const PortalAnswer answer{PortalAnswer::End::answered, arguments[0].toUInt(),
+                              qdbus_cast<QVariantMap>(arguments[1])};
+    if (message.path() == object) {
+        finish(answer);
+    } else if (left.removeOne(message.path())) {
+        hear(false, message.path());
+        if (const auto session = portals::handle(answer, "session_handle"); !session.isEmpty()) {
+            portals::closeSession(bus, portal, session);
+        }
     }
 }
 
 void PortalRequest::ownerChanged(const QString& owner)
 {
-    if (!std::exchange(portal, owner).isEmpty() && isPending()) {
+    const bool hadOne = !std::exchange(portal, owner).isEmpty();
+    for (const auto& path : std::exchange(left, {})) {
+        hear(false, path); // the session went with its portal
+    }
+    if (hadOne && isPending()) {
         finish({PortalAnswer::End::gone, 2, {}});
     }
 }
@@ -172,16 +193,7 @@ void PortalRequest::close()
 
 void PortalRequest::leaveSession()
 {
-    auto* const late = new PortalRequest(bus, registry);
-    late->setParent(this);
-    late->whenDone = [late](const PortalAnswer& answer) {
-        const auto session = portals::handle(answer, QStringLiteral("session_handle"));
-        if (!session.isEmpty()) {
-            portals::closeSession(late->bus, late->portal, session);
-        }
-        late->deleteLater();
-    };
-    late->follow(object);
+    left.push_back(std::exchange(object, {})); // which is still heard
     forget();
 }
 

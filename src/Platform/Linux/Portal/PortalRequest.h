@@ -8,6 +8,7 @@
 #include <QDBusMessage>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 #include <QVariantList>
 #include <QVariantMap>
@@ -103,6 +104,7 @@ private:
     void replied(const QDBusMessage& reply);
     void ownerChanged(const QString& owner);
     void follow(const QString& path);
+    void hear(bool on, const QString& path);
     void finish(const PortalAnswer& answer);
 
     QDBusConnection bus;
@@ -110,6 +112,8 @@ private:
     WhenDone whenDone;
     /// The object that answers.
     QString object;
+    /// Those of requests whose sessions are to end as soon as they are made.
+    QStringList left;
     /// Who the portals are on the bus. Known ahead of what they say: the bus tells it first.
     QString portal;
     BusName name;

@@ -59,7 +59,10 @@ RemoteDesktopPoster::RemoteDesktopPoster(const QDBusConnection& bus, const HostR
 {
     limit.setSingleShot(true);
     limit.setInterval(patience);
-    connect(&limit, &QTimer::timeout, this, [this] { late = true; });
+    connect(&limit, &QTimer::timeout, this, [this] {
+        late = true;
+        doubt();
+    });
     connect(&registry, &HostRegistry::ready, this, &RemoteDesktopPoster::look);
     connect(&registry, &HostRegistry::absent, this, [this] {
         allowed.set(Access::missing);
@@ -142,6 +145,9 @@ void RemoteDesktopPoster::ask(std::function<void()> answered)
     whenAnswered = std::move(answered);
     const bool opens = allowed.get() == Access::granted && !late;
     if (late) {
+        if (stage == Stage::starting) {
+            lapse(PortalConsent::unasked);
+        }
         close();
     }
     if (opens || allowed.get() == Access::missing) {
@@ -197,6 +203,7 @@ void RemoteDesktopPoster::startSession()
         late = false;
     }
     stage = Stage::starting;
+    doubt();
     request.send(portals::remoteDesktop, "Start",
                  {QVariant::fromValue(QDBusObjectPath(session)), QString()}, {},
                  [this](const PortalAnswer& answer) { started(answer); });
@@ -217,11 +224,23 @@ void RemoteDesktopPoster::started(const PortalAnswer& answered)
     stage = Stage::open;
     limit.stop();
     late = false;
+    doubted.reset();
     remember();
     if (!isWanted) {
         close();
     }
     answer();
+}
+
+/// A dialog that goes with us must not come back by itself, whichever way we end.
+void RemoteDesktopPoster::doubt()
+{
+    const auto token = memory.token(what);
+    if (late && stage == Stage::starting && token) {
+        doubted = token;
+        memory.setToken(what, std::nullopt);
+        memory.setConsent(what, form, PortalConsent::unasked);
+    }
 }
 
 /// Only what the person says is a refusal of theirs. Where the desktop was late it has asked them,
@@ -232,6 +251,9 @@ void RemoteDesktopPoster::refuse(const PortalAnswer& answered)
         lapse(PortalConsent::refused);
     } else if (late && answered.end == PortalAnswer::End::answered) {
         lapse(PortalConsent::unasked);
+    } else if (doubted && answered.end == PortalAnswer::End::failed) {
+        memory.setToken(what, doubted);
+        memory.setConsent(what, form, PortalConsent::granted);
     }
 }
 
@@ -272,6 +294,7 @@ void RemoteDesktopPoster::forget()
     stage = Stage::closed;
     limit.stop();
     late = false;
+    doubted.reset();
     strokes.forget();
 }
 

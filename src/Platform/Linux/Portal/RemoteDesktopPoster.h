@@ -89,6 +89,7 @@ private:
     void selectDevices();
     void startSession();
     void started(const PortalAnswer& answer);
+    void doubt();
     void refuse(const PortalAnswer& answered);
     void lapse(PortalConsent consent);
     void fail(const PortalAnswer& answered);
@@ -111,6 +112,9 @@ private:
     /// Until a session that is still not open is late.
     QTimer limit;
     bool late = false;
+    /// What a session that is late was opened with: whoever starts after us would ask the person
+    /// with it, and does not find it.
+    std::optional<std::string> doubted;
     PortalStrokes strokes;
     Published<Access, RemoteDesktopPoster> allowed{Access::unknown};
 };

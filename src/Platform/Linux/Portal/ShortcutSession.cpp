@@ -22,6 +22,9 @@ ShortcutSession::ShortcutSession(const QDBusConnection& bus, const HostRegistry&
     limit.setInterval(patience);
     connect(&limit, &QTimer::timeout, this, [this] {
         late = true;
+        if (!binding.empty()) {
+            this->callbacks.doubted(binding);
+        }
         if (!isAbandoned || next) {
             this->callbacks.late();
         }
@@ -98,6 +101,8 @@ void ShortcutSession::abandoned(const PortalAnswer& answer)
     const auto id = std::exchange(binding, {});
     if (isRefusal && !id.empty()) {
         callbacks.declined(id);
+    } else if (wasLate && !id.empty()) {
+        callbacks.kept(id);
     }
     drop();
     goOn();
@@ -152,11 +157,27 @@ void ShortcutSession::close()
 
 void ShortcutSession::giveUp()
 {
+    if (!binding.empty() && !isQuestion) {
+        close();
+        return;
+    }
     next = nullptr;
     if (request.isPending() && !isOpen()) {
         request.leaveSession();
     }
     drop();
+}
+
+bool ShortcutSession::adopt(const std::string& id)
+{
+    if (!late || binding.empty() || binding != id) {
+        return false;
+    }
+    next = nullptr;
+    late = false;
+    isQuestion = true;
+    isAbandoned = false;
+    return true;
 }
 
 void ShortcutSession::drop()
@@ -239,7 +260,7 @@ void ShortcutSession::closed(const QDBusMessage& message)
         callbacks.declined(id); // the person was asked, and would be asked again
     }
     if (wanted) {
-        callbacks.ended();
+        callbacks.ended(!id.empty());
     } else {
         goOn();
     }

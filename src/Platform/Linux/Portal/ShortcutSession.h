@@ -60,11 +60,17 @@ public:
         std::function<void(const std::string& id)> deactivated;
         /// The person chose other keys in the desktop's settings.
         std::function<void(const BoundShortcuts&)> changed;
-        /// The desktop ended the session.
-        std::function<void()> ended;
+        /// The desktop ended the session; `declined` was called just before where it did so with a
+        /// question of its own.
+        std::function<void(bool declined)> ended;
         /// What asks nobody is not answered within the patience: the desktop is busy, or asks the
         /// person all the same. An answer that comes later counts.
         std::function<void()> late;
+        /// That is a key which is being bound, wanted or not any more: the person may be asked for
+        /// it, for as long as neither of the next two is called, or `bind` answers.
+        std::function<void(const std::string& id)> doubted;
+        /// It was bound, or failed without a question, and is not wanted any more.
+        std::function<void(const std::string& id)> kept;
         /// The desktop would ask the person for a key that nobody was to be asked for: they said
         /// no, and it is not wanted any more, or its question ended without an answer.
         std::function<void(const std::string& id)> declined;
@@ -87,11 +93,16 @@ public:
     /// would ask the person again.
     void bind(const WantedShortcut& wanted, Question question, WhenTold told);
 
-    /// Gives the keys back. No callback but `declined` comes from then on.
+    /// Gives the keys back. No callback but the three on single keys comes from then on.
     void close();
 
-    /// The same, and waits for no answer that is still to come.
+    /// The same, and waits for no answer that is still to come, but for a key that is being bound:
+    /// some desktops bind it for good, and take no dialog back.
     void giveUp();
+
+    /// Where `id` is being bound, and late: has that be the question that the person wishes, and is
+    /// waited for. `bind` answers then, also where it was given back. Returns whether it is so.
+    bool adopt(const std::string& id);
 
     /// Whether an answer is still to come that should have been here.
     bool isLate() const { return late; }

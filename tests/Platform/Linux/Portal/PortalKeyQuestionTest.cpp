@@ -81,6 +81,124 @@ TEST_F(PortalKeyTest, aQuestionThatEndsWithoutAnAnswerDoesNotComeBackByItself)
     }
 }
 
+TEST_F(PortalKeyTest, aQuestionThatGoesWithTheProgramDoesNotComeBackByItself)
+{
+    times.patience = std::chrono::milliseconds(1);
+    for (const bool wanted : {true, false}) {
+        begin();
+        portal->watchesKeys();
+        grant(f9);
+        holds("BindShortcuts");
+        if (!wanted) {
+            key->want(std::nullopt);
+        }
+        ASSERT_TRUE(runUntil([&] {
+            return memory.consent("key", f9.id) == PortalConsent::unasked;
+        })) << "whichever way the program ends";
+        EXPECT_TRUE(key->isGranted(f9)) << "until then the answer counts";
+        begin();
+        portal->calls.clear();
+        key->want(f9);
+        ASSERT_TRUE(comesTo(unasked));
+        portal->takeIn(ours.bus);
+        EXPECT_EQ(portal->count("BindShortcuts"), 0);
+    }
+}
+
+TEST_F(PortalKeyTest, aQuestionThatGoesWithThePortalsDoesNotComeBackByItself)
+{
+    times.patience = std::chrono::milliseconds(1);
+    begin();
+    portal->watchesKeys();
+    grant(f9);
+    holds("BindShortcuts");
+    ASSERT_TRUE(comesTo(unanswered));
+    portal.reset();
+    ASSERT_TRUE(runUntil([&] { return registry->portal().isEmpty(); }));
+    portal = std::make_unique<PlayedPortal>(bus);
+    portal->watchesKeys();
+    binds();
+    ASSERT_TRUE(comesTo(unasked));
+    EXPECT_FALSE(key->isGranted(f9));
+    EXPECT_EQ(portal->count("BindShortcuts"), 0);
+}
+
+TEST_F(PortalKeyTest, whatIsBoundLateAndNotWantedAnyMoreStaysGiven)
+{
+    times.patience = std::chrono::milliseconds(1);
+    begin();
+    portal->watchesKeys();
+    grant(f9);
+    holds("BindShortcuts");
+    ASSERT_TRUE(comesTo(unanswered));
+    key->want(std::nullopt);
+    portal->respond({.results = PlayedPortal::bound({{"dictate-F9", "F9"}})});
+    ASSERT_TRUE(closesSessions(1));
+    EXPECT_EQ(memory.consent("key", f9.id), PortalConsent::granted);
+}
+
+TEST_F(PortalKeyTest, aSessionThatEndsBeforeAQuestionIsOpenedAnew)
+{
+    times.patience = std::chrono::milliseconds(1);
+    begin();
+    portal->watchesKeys();
+    holds("ListShortcuts");
+    ASSERT_TRUE(comesTo(unanswered));
+    portal->watchesKeys({{"dictate-F9", "F9"}});
+    endWithoutAnAnswer(/*closes=*/true);
+    EXPECT_TRUE(comesTo(bound)) << "nobody was asked for a key that nobody was to be asked for";
+}
+
+TEST_F(PortalKeyTest, whoeverAsksWhileTheDesktopAsksAlreadyIsAnsweredByThat)
+{
+    times.patience = std::chrono::milliseconds(1);
+    for (const unsigned code : {0U, 1U, 2U}) {
+        begin();
+        portal->watchesKeys();
+        grant(f9);
+        holds("BindShortcuts");
+        ASSERT_TRUE(comesTo(unanswered));
+        if (code == 1) {
+            key->want(std::nullopt); // which gives nothing back yet
+        }
+        portal->calls.clear();
+        bool answered = false;
+        key->ask(f9, [&] { answered = true; });
+        portal->takeIn(ours.bus);
+        EXPECT_EQ(portal->calls, std::vector<std::string>()) << "a second dialog, a dead key";
+        portal->respond(
+            {.code = code,
+             .results = code == 0 ? PlayedPortal::bound({{"dictate-F9", "F9"}}) : QVariantMap()});
+        ASSERT_TRUE(runUntil([&] { return answered; })) << code;
+        EXPECT_EQ(memory.consent("key", f9.id), code == 0   ? PortalConsent::granted
+                                                : code == 1 ? PortalConsent::refused
+                                                            : PortalConsent::unasked);
+        key->want(f9);
+        ASSERT_TRUE(comesTo(code == 0 ? bound : code == 1 ? refused : unasked)) << code;
+        EXPECT_EQ(portal->count("BindShortcuts"), 0) << code;
+    }
+}
+
+TEST_F(PortalKeyTest, aQuestionForAnotherKeyFollowsTheOneThatIsNotAnswered)
+{
+    times.patience = std::chrono::milliseconds(1);
+    begin();
+    portal->watchesKeys();
+    grant(f9);
+    holds("BindShortcuts");
+    ASSERT_TRUE(comesTo(unanswered));
+    portal->calls.clear();
+    bool answered = false;
+    key->ask(f8, [&] { answered = true; });
+    portal->takeIn(ours.bus);
+    EXPECT_EQ(portal->calls, std::vector<std::string>());
+    portal->respond({.results = PlayedPortal::bound({{"dictate-F9", "F9"}})});
+    binds();
+    ASSERT_TRUE(runUntil([&] { return answered; }));
+    EXPECT_EQ(portal->calls.front(), "Close session");
+    EXPECT_EQ(memory.consent("key", f8.id), PortalConsent::granted);
+}
+
 TEST_F(PortalKeyTest, aQuestionForWhatIsNotWantedAnyMoreEndsWithoutAnAnswerOnce)
 {
     times.patience = std::chrono::milliseconds(1);

@@ -149,6 +149,20 @@ TEST_F(PortalRequestTest, aRequestThatIsClosedIsNotAnswered)
     EXPECT_EQ(portal->count("Close"), 1);
 }
 
+TEST_F(PortalRequestTest, aSessionThatIsLeftIsEndedAlsoWhereItWasMadeJustThen)
+{
+    portal->answers["Do"] = [](const QDBusMessage&) { return std::nullopt; };
+    send();
+    ASSERT_TRUE(runUntil([&] { return portal->count("Do") == 1; }));
+    portal->takeIn(ours.bus);
+    portal->respond({.results = {{"session_handle", "/any/session/1"}}});
+    PlayedProgram::roundTrip(portal->program.bus);
+    PlayedProgram::roundTrip(ours.bus); // it is answered, and nobody has heard of it
+    request.leaveSession();
+    EXPECT_TRUE(runUntil([&] { return portal->count("Close session") == 1; }));
+    EXPECT_FALSE(answer);
+}
+
 TEST_F(PortalRequestTest, aBusThatEndsEndsIt)
 {
     portal->answers["Do"] = [](const QDBusMessage&) { return std::nullopt; };

@@ -503,6 +503,32 @@ TEST_F(RemoteDesktopPosterTest, aQuestionThatEndsWithoutAnAnswerDoesNotComeBackB
     }
 }
 
+TEST_F(RemoteDesktopPosterTest, aQuestionThatGoesWithTheProgramOrThePortalsDoesNotComeBackByItself)
+{
+    for (const bool portalsGo : {false, true}) {
+        starts("token 1");
+        ASSERT_TRUE(ask());
+        begin(std::chrono::milliseconds(1));
+        portal->takeIn(ours.bus);
+        portal->calls.clear();
+        portal->answers["Start"] = [](const QDBusMessage&) { return std::nullopt; };
+        poster->prepare();
+        ASSERT_TRUE(runUntil([&] { return portal->count("Start") == 1 && poster->isLate(); }));
+        EXPECT_EQ(poster->access().get(), Access::granted) << "until then the answer counts";
+        EXPECT_EQ(memory.consent("chord", "keyboard"), PortalConsent::unasked)
+            << "whichever way the program ends";
+        if (portalsGo) {
+            portal.reset();
+            ASSERT_TRUE(runUntil([&] { return poster->access().get() == Access::unknown; }));
+            portal = std::make_unique<PlayedPortal>(bus);
+        } else {
+            begin(std::chrono::milliseconds(1));
+        }
+        ASSERT_TRUE(runUntil([&] { return poster->access().get() == Access::unasked; }));
+        EXPECT_EQ(memory.token("chord"), std::nullopt);
+    }
+}
+
 TEST_F(RemoteDesktopPosterTest, aSessionThatEndsBeforeAQuestionCostsNoConsent)
 {
     ASSERT_TRUE(ask());
