@@ -39,7 +39,7 @@ SYMBOL = (1267, 16)
 SWAY_PANEL = "bar {\n position top\n}\n"
 # Where files are left beside the home folder, and what is in their names by chance.
 ELSEWHERE = ("/tmp", "/var/tmp", "/dev/shm")
-CHANCE = re.compile(r"[0-9a-f]{8,}|[0-9]{2,}|(?<=[.-])(?=\w*[A-Z0-9])\w{6}\b")
+CHANCE = re.compile(r"[0-9a-f]{8,}|[0-9]{2,}|(?<=[.-])(?=\w*[A-Z0-9])\w{6}\b|(?<=/\.X)[0-9]")
 
 
 class EchoingFoot(Foot):
