@@ -4,7 +4,8 @@
 // dictations with pauses, and how often the idle engine wakes.
 //
 //   release_to_text_bench [MODEL-FOLDER]     builds the folder when none is given (1.3 GB)
-//   release_to_text_bench --promised MODEL-FOLDER     3 s of speech only
+//   release_to_text_bench --promised MODEL-FOLDER [8-BIT-FOLDER]     3 s of speech only; of the
+//                         second folder with products in 8 bits
 //   release_to_text_bench --first MODEL-FOLDER        what the first utterance after a load costs
 
 #include "DictationBench.h"
@@ -193,12 +194,12 @@ void printWakes()
 }
 
 /// Only what is promised of 3 s of speech, for when there is little time.
-void measurePromised(const std::filesystem::path& folder)
+void measurePromised(const std::filesystem::path& folder, EngineModels::Products products)
 {
-    constexpr int releases = 7;
+    constexpr int releases = 15;
     QtMainLoop loop;
     ThreadPool workers([] {});
-    EngineModels engine(workers, VORLIN_ENGINE);
+    EngineModels engine(workers, VORLIN_ENGINE, {}, products);
     DictationBench bench(folder, engine, loop, workers);
     printMemory("at rest");
     bench.dictate(2, false);
@@ -343,7 +344,11 @@ int main(int argc, char* argv[])
 {
     const QCoreApplication qt(argc, argv);
     if (argc > 2 && std::string_view(argv[1]) == "--promised") {
-        measurePromised(argv[2]);
+        measurePromised(argv[2], EngineModels::Products::singlePrecision);
+        if (argc > 3) {
+            fmt::print("products in 8 bits:\n");
+            measurePromised(argv[3], EngineModels::Products::integers);
+        }
         return 0;
     }
     if (argc > 2 && std::string_view(argv[1]) == "--first") {

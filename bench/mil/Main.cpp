@@ -43,7 +43,7 @@ void compare(const char* name, const Series& series, const Series& yardstick, do
                 least(series.processor) / least(yardstick.processor), limit);
 }
 
-/// A small step, in each of the forms, against a plain sum over as many bytes as its weights have.
+/// A small step, in each of the forms, against a plain sum of its weights.
 void benchStep(const char* name, const std::filesystem::path& bundle, std::size_t bytes,
                const std::vector<SumVectors>& forms, int rounds)
 {
@@ -52,14 +52,14 @@ void benchStep(const char* name, const std::filesystem::path& bundle, std::size_
     for (const SumVectors vectors : forms) {
         steps.push_back(std::make_unique<Subject>(bundle, 1, vectors));
     }
-    const std::vector<std::uint64_t> words(bytes / 8, 3);
+    const PlainSum weights(bundle, bytes);
     std::vector<Series> stepTimes(forms.size());
     Series sumTimes;
     volatile std::uint64_t keep = 0;
     for (int i = 0; i < rounds; ++i) {
         sumTimes.measure([&] {
             for (int k = 0; k < perRound; ++k) {
-                keep = sumOf(words);
+                keep = weights.run();
             }
         });
         for (std::size_t form = 0; form < forms.size(); ++form) {
@@ -71,7 +71,7 @@ void benchStep(const char* name, const std::filesystem::path& bundle, std::size_
         }
     }
     (void)keep;
-    print("sum over as many bytes", sumTimes, perRound);
+    print("sum of its weights", sumTimes, perRound);
     for (std::size_t form = 0; form < forms.size(); ++form) {
         std::printf("%s: %s\n", name, describeVectors(forms[form]).c_str());
         print("  step", stepTimes[form], perRound);

@@ -41,16 +41,16 @@ std::size_t bytesBelow(const fs::path& folder)
     return sum;
 }
 
-/// A small program beside a plain sum of as many bytes as its weights, on one thread.
+/// A small program beside a plain sum of its weights, on one thread.
 class Step {
 public:
-    Step(const fs::path& bundle, std::size_t bytes) : subject(bundle, 1), words(bytes / 8, 3) {}
+    Step(const fs::path& bundle, std::size_t bytes) : subject(bundle, 1), weights(bundle, bytes) {}
 
     void measure()
     {
         sum.measure([&] {
             for (int i = 0; i < stepsPerRound; ++i) {
-                keep = sumOf(words);
+                keep = weights.run();
             }
         });
         step.measure([&] {
@@ -69,7 +69,7 @@ public:
 
 private:
     Subject subject;
-    const std::vector<std::uint64_t> words;
+    const PlainSum weights;
     Series step;
     Series sum;
     volatile std::uint64_t keep = 0;

@@ -1,12 +1,25 @@
 #include "Yardstick.h"
 
+#include "MIL/Error.h"
+
 #include <oneapi/dnnl/dnnl.hpp>
 
 #include <array>
+#include <vector>
 
 namespace vorlin::mil::bench {
 
 namespace {
+
+__attribute__((target_clones("avx512f", "avx2", "default"))) std::uint64_t
+sumOf(std::span<const std::uint64_t> words)
+{
+    std::uint64_t sum = 0;
+    for (std::uint64_t word : words) {
+        sum += word;
+    }
+    return sum;
+}
 
 using Type = dnnl::memory::data_type;
 using Tag = dnnl::memory::format_tag;
@@ -102,14 +115,20 @@ double EncoderProducts::operations() const
     return sum;
 }
 
-__attribute__((target_clones("avx512f", "avx2", "default"))) std::uint64_t
-sumOf(const std::vector<std::uint64_t>& words)
+PlainSum::PlainSum(const std::filesystem::path& bundle, std::size_t bytes)
+    : file(bundle / "weights" / "weight.bin")
 {
-    std::uint64_t sum = 0;
-    for (std::uint64_t word : words) {
-        sum += word;
+    if (file.bytes().size() < bytes) {
+        throw Error("the weights of '" + bundle.string() + "' are fewer than those of a step");
     }
-    return sum;
+    const std::size_t count = bytes / sizeof(std::uint64_t);
+    const std::size_t first = file.bytes().size() / sizeof(std::uint64_t) - count;
+    words = {reinterpret_cast<const std::uint64_t*>(file.bytes().data()) + first, count};
+}
+
+std::uint64_t PlainSum::run() const
+{
+    return sumOf(words);
 }
 
 } // namespace vorlin::mil::bench

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "MIL/Weights/MappedFile.h"
+
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <memory>
-#include <vector>
+#include <span>
 
 namespace vorlin::mil::bench {
 
@@ -26,7 +29,18 @@ private:
     std::unique_ptr<Implementation> implementation;
 };
 
-/// Reads every byte: a plain vectorised sum.
-std::uint64_t sumOf(const std::vector<std::uint64_t>& words);
+/// The weights of a model that a step reads, as they lie in the mapped file.
+class PlainSum {
+public:
+    /// The last `bytes` of the bundle's weight file: what precedes them is looked up, not read.
+    PlainSum(const std::filesystem::path& bundle, std::size_t bytes);
+
+    /// Reads every byte: a plain vectorised sum.
+    std::uint64_t run() const;
+
+private:
+    MappedFile file;
+    std::span<const std::uint64_t> words;
+};
 
 } // namespace vorlin::mil::bench

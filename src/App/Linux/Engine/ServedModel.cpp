@@ -132,8 +132,12 @@ bool ServedModel::load()
             throw mil::Error("the bundle's name leaves the model folder");
         }
         // Where links may lead was decided before the confinement, which holds now.
-        model = mil::Model::load(request.bundle, {.threads = std::max(1U, request.threads),
-                                                  .linksOut = mil::LinksOut::followed});
+        model = mil::Model::load(request.bundle,
+                                 {.threads = std::max(1U, request.threads),
+                                  .linksOut = mil::LinksOut::followed,
+                                  .largeProducts = request.integers
+                                                       ? mil::LargeProducts::integers
+                                                       : mil::LargeProducts::singlePrecision});
         reply = signatureOf(*model);
         if (encode(reply).empty()) {
             throw mil::Error("the model has more inputs, outputs or shapes than can be used");

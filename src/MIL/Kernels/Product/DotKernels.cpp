@@ -2,6 +2,8 @@
 
 #include <hwy/cache_control.h>
 
+#include <algorithm>
+
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "MIL/Kernels/Product/DotKernels.cpp"
 #include <hwy/foreach_target.h>
@@ -21,6 +23,8 @@ struct Dots {
     using Vector = hn::Vec<Tag>;
     using HalfVectors = hn::Rebind<hwy::float16_t, Tag>;
     static constexpr auto lanes = static_cast<std::int64_t>(hn::MaxLanes(Tag()));
+    /// AVX2 has half the vector registers of AVX-512 and of Arm.
+    static constexpr std::int64_t partialSums = HWY_TARGET == HWY_AVX2 ? 1 : 2;
 
     static HWY_INLINE Vector load(const float* x) { return hn::LoadU(Tag(), x); }
     static HWY_INLINE Vector load(const Half* x)
@@ -58,22 +62,26 @@ struct Dots {
         return sum;
     }
 
-    /// Two partial sums a row.
+    /// Two partial sums a row where there are registers for them.
     static void dotRowsOfHalves(const Half* x, std::int64_t rowStride, const float* y,
                                 std::int64_t count, float* sums, std::int64_t sumStride)
     {
         // Each round takes a cache line of every row.
-        constexpr std::int64_t line = 64 / sizeof(Half);
-        constexpr std::int64_t pieces = line / lanes < 2 ? 2 : line / lanes;
+        constexpr std::int64_t pieces =
+            std::max<std::int64_t>(partialSums, 64 / sizeof(Half) / lanes);
         const Tag tag;
-        Vector partial[dotRows][2];
-        for (auto& row : partial) {
-            row[0] = hn::Zero(tag);
-            row[1] = hn::Zero(tag);
+        Vector partial[dotRows][partialSums];
+        HWY_UNROLL(dotRows)
+        for (std::int64_t row = 0; row < dotRows; ++row) {
+            HWY_UNROLL(partialSums)
+            for (std::int64_t k = 0; k < partialSums; ++k) {
+                partial[row][k] = hn::Zero(tag);
+            }
         }
         std::int64_t i = 0;
         for (; i + pieces * lanes <= count; i += pieces * lanes) {
             // The next rows follow these; asked for now, they are there in time.
+            HWY_UNROLL(dotRows)
             for (std::int64_t row = 0; row < dotRows; ++row) {
                 hwy::Prefetch(x + i + (row + dotRows) * rowStride);
             }
@@ -82,24 +90,23 @@ struct Dots {
                 const Vector u = load(y + i + k * lanes);
                 HWY_UNROLL(dotRows)
                 for (std::int64_t row = 0; row < dotRows; ++row) {
-                    Vector& sum = partial[row][k & 1];
+                    Vector& sum = partial[row][k % partialSums];
                     sum = hn::MulAdd(load(x + row * rowStride + i + k * lanes), u, sum);
                 }
             }
         }
-        for (; i + lanes <= count; i += lanes) {
-            const Vector u = load(y + i);
-            for (std::int64_t row = 0; row < dotRows; ++row) {
-                partial[row][0] = hn::MulAdd(load(x + row * rowStride + i), u, partial[row][0]);
-            }
-        }
+        HWY_UNROLL(dotRows)
         for (std::int64_t row = 0; row < dotRows; ++row) {
-            float rest = 0;
-            for (std::int64_t k = i; k < count; ++k) {
-                rest += widen(x[row * rowStride + k]) * y[k];
+            Vector sum = partial[row][0];
+            if constexpr (partialSums > 1) {
+                sum = hn::Add(sum, partial[row][1]);
             }
-            sums[row * sumStride] =
-                rest + hn::GetLane(hn::SumOfLanes(tag, hn::Add(partial[row][0], partial[row][1])));
+            sums[row * sumStride] = hn::GetLane(hn::SumOfLanes(tag, sum));
+        }
+        if (i < count) {
+            for (std::int64_t row = 0; row < dotRows; ++row) {
+                sums[row * sumStride] += dot(x + row * rowStride + i, y + i, count - i);
+            }
         }
     }
 

@@ -8,7 +8,7 @@
 namespace vorlin::mil {
 
 /// Rows that `DotKernels::rowsOfHalves` takes at once.
-constexpr std::int64_t dotRows = 4;
+constexpr std::int64_t dotRows = 8;
 
 /// Sums of x[k] y[k] for k < count, in single precision, in several partial sums: the products
 /// with few columns. The error is at most (count + 2) 2^-24 times the sum of the terms'

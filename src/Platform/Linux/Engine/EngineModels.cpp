@@ -90,8 +90,8 @@ FoundFolder find(const std::filesystem::path& folder)
 } // namespace
 
 struct EngineModels::State {
-    State(std::filesystem::path program, const EngineLimits& limits)
-        : program(std::move(program)), limits(limits)
+    State(std::filesystem::path program, const EngineLimits& limits, Products products)
+        : program(std::move(program)), limits(limits), products(products)
     {
     }
 
@@ -102,6 +102,7 @@ struct EngineModels::State {
 
     const std::filesystem::path program;
     const EngineLimits limits;
+    const Products products;
     std::mutex lock;
     std::map<FolderIdentity, std::weak_ptr<EngineProcess>> processes; // guarded by lock
     bool closed = false;                                              // guarded by lock
@@ -121,6 +122,7 @@ void EngineModels::State::load(FoundFolder folder, const std::string& bundle,
                                       .model = process->nextModel(),
                                       .threads = threadsFor(options.units),
                                       .background = options.priority == WorkPriority::background,
+                                      .integers = products == Products::integers,
                                       .bundle = bundle,
                                       .frames = framesOf(options)};
     process->load(
@@ -164,8 +166,8 @@ std::vector<std::shared_ptr<EngineProcess>> EngineModels::State::running()
 }
 
 EngineModels::EngineModels(Workers& workers, std::filesystem::path program,
-                           const EngineLimits& limits)
-    : workers(workers), state(std::make_shared<State>(std::move(program), limits))
+                           const EngineLimits& limits, Products products)
+    : workers(workers), state(std::make_shared<State>(std::move(program), limits, products))
 {
 }
 
@@ -219,7 +221,8 @@ std::string EngineModels::engineIdentity() const
         return {};
     }
     return std::to_string(status.st_size) + ' ' + std::to_string(status.st_mtim.tv_sec) + '.' +
-           std::to_string(status.st_mtim.tv_nsec);
+           std::to_string(status.st_mtim.tv_nsec) +
+           (state->products == Products::integers ? " integers" : "");
 }
 
 } // namespace vorlin

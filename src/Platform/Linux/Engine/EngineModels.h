@@ -5,6 +5,7 @@
 #include "Ports/MLModel.h"
 #include "Ports/Workers.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -16,9 +17,17 @@ namespace vorlin {
 /// ends with the last of them, and is started anew if it died. Any thread.
 class EngineModels final : public MLModels {
 public:
+    /// What large products are computed in; the program leaves it at single precision.
+    enum class Products : std::uint8_t {
+        singlePrecision,
+        /// Rounded to 8 bits: faster, less exact.
+        integers,
+    };
+
     /// `workers` must outlive this object, and be closed before it goes.
     explicit EngineModels(Workers& workers, std::filesystem::path program = engineProgram(),
-                          const EngineLimits& limits = {});
+                          const EngineLimits& limits = {},
+                          Products products = Products::singlePrecision);
     EngineModels(const EngineModels&) = delete;
     EngineModels& operator=(const EngineModels&) = delete;
     /// Ends the processes.
@@ -31,7 +40,7 @@ public:
     Completion<std::unique_ptr<MLModel>> load(const std::filesystem::path& bundle,
                                               const LoadOptions& options) override;
 
-    /// The size and the time of the engine's program.
+    /// The size and the time of the engine's program, and what else its results depend on.
     std::string engineIdentity() const override;
 
 private:

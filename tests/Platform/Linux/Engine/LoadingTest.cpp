@@ -129,6 +129,8 @@ TEST(EngineIdentityTest, tellsOneEngineFromAnother)
     const auto one = engine.engineIdentity();
     EXPECT_NE(one, "");
     EXPECT_EQ(EngineModels(workers, program).engineIdentity(), one);
+    EXPECT_NE(EngineModels(workers, program, {}, EngineModels::Products::integers).engineIdentity(),
+              one);
     std::ofstream(program) << "another";
     EXPECT_NE(engine.engineIdentity(), one);
     std::ofstream(program) << "two";

@@ -43,8 +43,15 @@ TEST(MessagesTest, everyMessageReadsBackAsItWas)
     EXPECT_EQ(parseModelRequest(encode(predict)), predict);
     const ModelRequest resume = ResumeRequest{5, 8192, 64};
     EXPECT_EQ(parseModelRequest(encode(resume)), resume);
-    const ControlRequest load = LoadRequest{
-        protocolVersion, 2, 4, true, "Encoder.mlmodelc", {"mel", 2, "mel_length", {217, 317}}};
+    const ControlRequest load = LoadRequest{protocolVersion,
+                                            2,
+                                            4,
+                                            true,
+                                            false,
+                                            "Encoder.mlmodelc",
+                                            {"mel", 2, "mel_length", {217, 317}}};
+    const ControlRequest integers = LoadRequest{protocolVersion, 2, 4, false, true, "x", {}};
+    EXPECT_EQ(parseControlRequest(encode(integers)), integers);
     EXPECT_EQ(parseControlRequest(encode(load)), load);
     const ControlRequest stop = StopRequest{2, 5};
     EXPECT_EQ(parseControlRequest(encode(stop)), stop);
@@ -111,7 +118,7 @@ TEST(MessagesTest, framesKeepTheirLimits)
 {
     const auto load = [](const Frames& frames) {
         return parseControlRequest(
-            encode(ControlRequest(LoadRequest{protocolVersion, 2, 4, true, "x", frames})));
+            encode(ControlRequest(LoadRequest{protocolVersion, 2, 4, true, false, "x", frames})));
     };
     EXPECT_NE(load({"mel", mostAxes - 1, "n", {1}}), std::nullopt);
     EXPECT_EQ(load({"mel", mostAxes, "n", {1}}), std::nullopt);

@@ -86,13 +86,14 @@ class PredictionTest : public EngineTest {
 protected:
     /// Holds one entry of a cases.json against mil in this process; false if the port has no such
     /// types.
-    bool compare(const std::filesystem::path& group, const nlohmann::json& entry)
+    bool compare(const std::filesystem::path& group, const nlohmann::json& entry,
+                 const mil::Model::Options& options = {})
     {
         const auto steps = entry.contains("sequence")
                                ? entry.at("sequence").get<std::vector<nlohmann::json>>()
                                : std::vector<nlohmann::json>{entry};
         const auto bundle = group / entry.at("bundle").get<std::string>();
-        auto reference = mil::Model::load(bundle, {});
+        auto reference = mil::Model::load(bundle, options);
         auto model = loadFrom(bundle);
         for (const auto& step : steps) {
             const auto inputs = readInputs(group, step.at("inputs"));
@@ -124,6 +125,37 @@ TEST_F(PredictionTest, everyPartOfASpeechModelGivesTheSameBits)
         compared += compare(group, entry) ? 1 : 0;
     }
     EXPECT_GT(compared, 30);
+}
+
+TEST_F(PredictionTest, productsInEightBitsAreComputedWhenAskedFor)
+{
+    models = std::make_unique<EngineModels>(workers, builtEngine(), EngineLimits{},
+                                            EngineModels::Products::integers);
+    const auto group = milFixtures() / "parts";
+    const auto cases = nlohmann::json::parse(std::ifstream(group / "cases.json"));
+    constexpr auto integers = mil::LargeProducts::integers;
+    int compared = 0;
+    bool anyDiffers = false;
+    for (const auto& entry : cases) {
+        const auto name = entry.at("case").get<std::string>();
+        if (name.find("encoder") == std::string::npos || !entry.contains("inputs")) {
+            continue;
+        }
+        SCOPED_TRACE(name);
+        compared += compare(group, entry, {.largeProducts = integers}) ? 1 : 0;
+        const auto bundle = group / entry.at("bundle").get<std::string>();
+        const auto inputs = readInputs(group, entry.at("inputs"));
+        auto single = mil::Model::load(bundle, {});
+        auto rounded = mil::Model::load(bundle, {.largeProducts = integers});
+        const auto exact = inProcess(single, inputs);
+        const auto other = inProcess(rounded, inputs);
+        for (std::size_t i = 0; i < exact.size(); ++i) {
+            anyDiffers = anyDiffers || exact[i].bytes != other[i].bytes;
+        }
+    }
+    EXPECT_GT(compared, 0);
+    // Otherwise the above would hold without anybody being asked.
+    EXPECT_EQ(anyDiffers, !mil::describeIntegers().empty());
 }
 
 TEST_F(PredictionTest, operationsOfAllShapesAndTypesGiveTheSameBits)

@@ -15,6 +15,7 @@ Packet encode(const ControlRequest& message, Packet memory)
         out.put(load->model);
         out.put(load->threads);
         out.put(static_cast<std::uint8_t>(load->background));
+        out.put(static_cast<std::uint8_t>(load->integers));
         out.put(std::string_view(load->bundle));
         out.put(std::string_view(load->frames.data));
         out.put(load->frames.axis);
@@ -108,6 +109,7 @@ std::optional<ControlRequest> parseControlRequest(std::span<const std::byte> pac
         load.model = in.number<std::uint32_t>();
         load.threads = in.number<std::uint32_t>();
         load.background = in.flag();
+        load.integers = in.flag();
         load.bundle = in.text();
         load.frames.data = in.text();
         load.frames.axis = in.number<std::uint32_t>();

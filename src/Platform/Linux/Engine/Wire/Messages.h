@@ -14,7 +14,7 @@
 namespace vorlin::engine {
 
 /// Both programs come from one build; this tells when they do not.
-inline constexpr std::uint32_t protocolVersion = 4;
+inline constexpr std::uint32_t protocolVersion = 5;
 /// No packet is larger.
 inline constexpr std::size_t largestMessage = std::size_t{64} << 10;
 inline constexpr std::size_t mostAxes = 12;
@@ -75,6 +75,8 @@ struct LoadRequest {
     std::uint32_t model = 0;
     std::uint32_t threads = 1;
     bool background = false;
+    /// Large products in 8 bits, where this processor multiplies such.
+    bool integers = false;
     std::string bundle;
     Frames frames{};
 
