@@ -16,8 +16,8 @@ namespace vorlin {
 
 /// The window that has the focus, as a compositor tells it that lists its windows
 /// (wlr-foreign-toplevel-management-v1); kept current, so that asking costs nothing. It tells no
-/// process. Not known while no window has the focus, or more than one, as with several seats. Main
-/// loop.
+/// process. None is named while no window has the focus, or more than one, as with several seats.
+/// Main loop.
 class ToplevelFocus final : public FocusedProgram {
 public:
     /// Whether the compositor lists its windows.
@@ -30,7 +30,9 @@ public:
     ~ToplevelFocus() override;
 
     PasteChord pasteChord() override;
-    bool isKnown() const override { return focused() != nullptr; }
+    /// Never: what is no window, such as a launcher or a lock screen, may have the keyboard while a
+    /// window is still told to be activated.
+    bool isKnown() const override { return false; }
     std::optional<std::uint64_t> window() override;
 
 private:

@@ -101,8 +101,10 @@ void DataControlPasteboard::restore(PasteSource source, const PasteboardSnapshot
 
 void DataControlPasteboard::setString(PasteSource source, const std::string& text)
 {
-    readers.rememberFocus();
-    selections[selectionIndex(source)].unpasted = write(source, secretOffering(text));
+    readers.beginText();
+    Selection& selection = selections[selectionIndex(source)];
+    selection.text = write(source, secretOffering(text));
+    selection.unpasted = selection.text;
 }
 
 void DataControlPasteboard::copyString(PasteSource source, const std::string& text)
@@ -162,11 +164,14 @@ void DataControlPasteboard::give(PasteSource source, std::uint64_t number, const
     if (entry == offering.entries.end()) {
         return;
     }
-    const bool isPasted = selections[selectionIndex(source)].unpasted != number;
-    const bool counts = type != secrecyHint && isPasted && readers.counts(end);
+    const Selection& selection = selections[selectionIndex(source)];
+    const bool isPasted = selection.unpasted != number;
     if (!isPasted) {
         readers.noteEarly(end, connection.compositor());
+    } else if (selection.text == number) {
+        readers.notePasted(end);
     }
+    const bool counts = type != secrecyHint && isPasted && readers.counts(end);
     writers.write(std::move(end), entry->bytes, [this, source, number, counts] {
         if (counts) {
             status.became(selectionIndex(source), number, PasteboardUse::read);

@@ -87,6 +87,8 @@ private:
     struct Selection {
         /// What we offer there, for as long as nothing has displaced it.
         std::shared_ptr<const Offering> own;
+        /// The number of the latest text that was to be pasted.
+        std::optional<std::uint64_t> text;
         /// The number of contents whose chord has not gone yet.
         std::optional<std::uint64_t> unpasted;
         Reading reading;

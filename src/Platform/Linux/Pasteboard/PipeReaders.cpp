@@ -76,6 +76,12 @@ bool isCompositor(std::uint32_t process, std::uint32_t compositor)
 
 } // namespace
 
+void PipeReaders::beginText()
+{
+    remembered = focused();
+    ++texts;
+}
+
 bool PipeReaders::counts(const Descriptor& end) const
 {
     struct stat pipe {};
@@ -91,7 +97,7 @@ bool PipeReaders::counts(const Descriptor& end) const
         }
         certain |= held == Holds::nothing;
     }
-    return !certain && !isEarly(pipe) && !isReadByManager(pipe);
+    return !certain && !readsAhead(pipe) && !isReadByManager(pipe);
 }
 
 void PipeReaders::noteEarly(const Descriptor& end, pid_t compositor)
@@ -99,22 +105,49 @@ void PipeReaders::noteEarly(const Descriptor& end, pid_t compositor)
     std::erase_if(early,
                   [](const Early& each) { return processBirth(each.process) != each.birth; });
     struct stat pipe {};
-    if (focused() || fstat(end.number(), &pipe) != 0 || isEarly(pipe)) {
+    if (focused() || fstat(end.number(), &pipe) != 0) {
+        return;
+    }
+    if (Early* const known = earlyReaderOf(pipe)) {
+        known->readAhead = texts;
+        known->yielded = 0;
         return;
     }
     const auto reader = readerOf(pipe, [](std::uint32_t /*any*/) { return true; });
     const auto birth = reader ? processBirth(*reader) : 0;
     if (birth != 0 && !isCompositor(*reader, static_cast<std::uint32_t>(compositor))) {
-        early.push_back({*reader, birth});
+        early.push_back({.process = *reader, .birth = birth, .readAhead = texts, .yielded = 0});
     }
 }
 
-bool PipeReaders::isEarly(const struct stat& pipe) const
+void PipeReaders::notePasted(const Descriptor& end)
+{
+    struct stat pipe {};
+    Early* const known = fstat(end.number(), &pipe) == 0 ? earlyReaderOf(pipe) : nullptr;
+    if (known != nullptr && known->yielded == 0 && known->readAhead != texts) {
+        known->yielded = texts;
+    }
+}
+
+PipeReaders::Early* PipeReaders::earlyReaderOf(const struct stat& pipe)
+{
+    const auto found =
+        std::ranges::find_if(early, [&](const Early& each) { return isReadBy(each, pipe); });
+    return found == early.end() ? nullptr : &*found;
+}
+
+bool PipeReaders::readsAhead(const struct stat& pipe) const
 {
     return std::ranges::any_of(early, [&](const Early& each) {
-        return processBirth(each.process) == each.birth &&
-               whatHolds(folderOf(each.process), pipe) == Holds::readingEnd;
+        const bool hasChanged = each.yielded != 0 && each.yielded < texts;
+        return !hasChanged && isReadBy(each, pipe);
     });
+}
+
+bool PipeReaders::isReadBy(const Early& reader, const struct stat& pipe)
+{
+    return processBirth(reader.process) == reader.birth &&
+           whatHolds(folderOf(reader.process), pipe) == Holds::readingEnd;
 }
 
 } // namespace vorlin

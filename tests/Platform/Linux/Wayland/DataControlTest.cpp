@@ -354,6 +354,24 @@ TEST_F(Clipboard, whoReadsEveryTextBeforeItIsPastedDoesNotCountWhereTheFocusIsNo
     EXPECT_EQ(use(), PasteboardUse::unread);
 }
 
+TEST_F(Clipboard, whoHasReadOneTextTooEarlyIsNotExcludedForGood)
+{
+    pasteboard.setString(PasteSource::clipboard, "first");
+    Reader reader(loop);
+    EXPECT_EQ(reader.text(), "first");
+    pasteboard.setString(PasteSource::clipboard, "unread");
+    paste();
+    pasteboard.copyString(PasteSource::clipboard, "left");
+    EXPECT_EQ(reader.text(), "left") << "which no chord was for";
+    for (const auto* const text : {"second", "third"}) {
+        EXPECT_EQ(use(), PasteboardUse::unread);
+        pasteboard.setString(PasteSource::clipboard, text);
+        paste();
+        EXPECT_EQ(reader.text(), text);
+    }
+    EXPECT_TRUE(runUntil([&] { return use() == PasteboardUse::read; }));
+}
+
 TEST_F(Clipboard, aReaderWithoutTheFocusDoesNotCount)
 {
     focused = getppid();

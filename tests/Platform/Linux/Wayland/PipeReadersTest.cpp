@@ -79,18 +79,54 @@ TEST_F(PipeReadersOf, whoeverHadTheFocusWhenTheTextWasWrittenCounts)
 {
     std::optional<pid_t> focused = static_cast<pid_t>(reader.processId());
     PipeReaders readers([&] { return focused; });
-    readers.rememberFocus();
+    readers.beginText();
     focused = getppid();
     EXPECT_TRUE(readers.counts(end));
 }
 
-TEST_F(PipeReadersOf, whoReadsTooEarlyNeverCountsAndOthersDo)
+TEST_F(PipeReadersOf, whoReadsTooEarlyDoesNotCountAndOthersDo)
 {
     PipeReaders readers([] { return std::nullopt; });
+    for (int text = 0; text < 3; ++text) {
+        readers.beginText();
+        readers.noteEarly(end, 1);
+        readers.notePasted(end);
+        EXPECT_FALSE(readers.counts(end));
+        const Reading another;
+        readers.notePasted(another.end);
+        EXPECT_TRUE(readers.counts(another.end));
+    }
+}
+
+TEST_F(PipeReadersOf, whoHasReadTooEarlyCountsOnceItHasLetAChordComeFirst)
+{
+    PipeReaders readers([] { return std::nullopt; });
+    readers.beginText();
     readers.noteEarly(end, 1);
+    readers.beginText();
+    readers.notePasted(end);
+    EXPECT_FALSE(readers.counts(end)) << "it may have had a slow day";
+    readers.notePasted(end);
+    EXPECT_FALSE(readers.counts(end)) << "another type of the same text";
+    readers.beginText();
+    EXPECT_TRUE(readers.counts(end));
+    readers.noteEarly(end, 1);
+    readers.notePasted(end);
     EXPECT_FALSE(readers.counts(end));
-    const Reading another;
-    EXPECT_TRUE(readers.counts(another.end));
+    readers.beginText();
+    readers.notePasted(end);
+    EXPECT_FALSE(readers.counts(end)) << "from the beginning again";
+}
+
+TEST_F(PipeReadersOf, contentsThatWereNotPastedTellNothingOfAnEarlyReader)
+{
+    PipeReaders readers([] { return std::nullopt; });
+    readers.beginText();
+    readers.noteEarly(end, 1);
+    readers.beginText();
+    EXPECT_FALSE(readers.counts(end));
+    readers.beginText();
+    EXPECT_FALSE(readers.counts(end));
 }
 
 TEST_F(PipeReadersOf, theFocusedProgramMayReadEarlyToo)
