@@ -58,6 +58,9 @@ class KWinDesktop(PortalSession):
         self.environment |= {"WAYLAND_DISPLAY": wayland, "DISPLAY": self.display}
         if authority:
             self.environment["XAUTHORITY"] = authority
+        self.start_person()
+
+    def start_person(self):
         self.keyboard = WaylandKeyboard(self, HERE / "kwin_person.py", PROTOCOL)
 
     def screenshot(self, name):
