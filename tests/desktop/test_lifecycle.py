@@ -3,12 +3,13 @@
 import json
 import pathlib
 import re
+import shutil
 import signal
 import subprocess
 import time
 
 from editors import GTKEditor
-from program import assert_arrived
+from program import Program, assert_arrived
 from settings_window import SettingsWindow
 from virtual_desktop import VirtualDesktop
 from waiting import stays, wait_until
@@ -188,3 +189,19 @@ def test_the_recogniser_is_loaded_by_the_first_dictation(desktop, launch):
     assert not program.has_loaded("libpocketsphinx.so")
     with desktop.keyboard.held("Alt_R"):
         wait_until(lambda: program.has_loaded("libpocketsphinx.so"), "the recogniser")
+
+
+def test_removed_while_it_is_dictated_with_it_types_and_ends(desktop, request, tmp_path):
+    binary = request.config.getoption("--program")
+    place = tmp_path / "vorlin"
+    shutil.copy(binary, place)
+    program = Program(desktop, place)
+    editor = GTKEditor(desktop)
+    with desktop.keyboard.held("Alt_R"):
+        program.await_recording()
+        place.unlink()
+        program.say(SENTENCE)
+    assert_arrived(SENTENCE, editor.await_text())
+    assert program.process.wait(timeout=60) == 0
+    desktop.keyboard.tap("Alt_R")
+    assert not desktop.keyboard.down()

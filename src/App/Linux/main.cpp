@@ -6,6 +6,7 @@
 #include "App/Shared/Program.h"
 #include "App/Shared/QtSetUp.h"
 #include "Platform/Linux/Desktop/DBusApplication.h"
+#include "Platform/Linux/Desktop/RemovalNotice.h"
 #include "Platform/Shared/QuitDeadline.h"
 #include "VorlinApp.h"
 
@@ -18,10 +19,12 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include <sys/time.h>
 #include <unistd.h>
@@ -127,6 +130,18 @@ void exitCalled()
     }
 }
 
+/// For a program whose file is gone: it would hold the person's key until they log out. What is
+/// being dictated is typed first.
+std::function<void()> endAtRest(const vorlin::AppModel& model, std::function<void()> quit)
+{
+    return [&model, quit = std::move(quit), atRest = false]() mutable {
+        const bool now = model.dictation.phase.get() == vorlin::Dictation::Phase::idle;
+        if (std::exchange(atRest, now) && now) {
+            quit();
+        }
+    };
+}
+
 struct End {
     int status = 0;
     /// The display is gone and the session is not: another display comes in its place.
@@ -179,6 +194,8 @@ End run(char* argv[])
     followActions(application, model);
     const LinuxSettings settings(app.settings, model, desktop->ports(), services.appearance,
                                  program.quit());
+    const RemovalNotice removal(QCoreApplication::applicationFilePath().toStdString(),
+                                services.loop, endAtRest(model, program.quit()));
     std::optional<LinuxOverlay> overlay;
     const int status = program.run(app.settings, untilTheView, [&] {
         overlay.emplace(desktop->panel(), services.appearance, *model.hud.model());
