@@ -1,5 +1,5 @@
 """What belongs to the installed program, below the place it is installed to, and what the package
-needs by name, beside the libraries that it is linked to."""
+needs and recommends by name, beside the libraries that it is linked to."""
 
 PROGRAM = "bin/vorlin"
 FILES = {
@@ -17,9 +17,24 @@ FILES = {
 PACKED = {"share/man/man1/vorlin.1"}
 OF_THE_PACKAGE = {f"share/doc/vorlin/{name}"
                   for name in ("CHANGELOG.md.gz", "DESKTOPS.md", "changelog.gz", "copyright")}
-NEEDS = {"ca-certificates", "pocketsphinx-en-us", "qml6-module-qtqml", "qml6-module-qtqml-models",
-         "qml6-module-qtqml-workerscript", "qml6-module-qtquick", "qml6-module-qtquick-layouts",
-         "qml6-module-qtquick-templates", "xdg-utils"}
+# Each with its reason, where that is no library, module or program of it that ours name.
+NEEDS = {
+    "ca-certificates": "whom downloads trust; libcurl only recommends it",
+    "pocketsphinx-en-us": "the model of the recogniser",
+    "qml6-module-qtqml": "",
+    "qml6-module-qtqml-models": "",
+    "qml6-module-qtqml-workerscript": "",
+    "qml6-module-qtquick": "",
+    "qml6-module-qtquick-layouts": "",
+    "qml6-module-qtquick-templates": "",
+    "xdg-utils": "",
+}
+# What most desktops have in one form or another.
+RECOMMENDED = {
+    "default-dbus-session-bus": "trays, portals, and that a second start opens the settings",
+    "pipewire-pulse": "the microphone",
+    "xwayland": "windows in a Wayland session",
+}
 
 
 def files_of_the_package():

@@ -8,6 +8,7 @@ what is left. For a machine of its own: see scripts/try-package.
 import hashlib
 import os
 import pathlib
+import re
 import stat
 import subprocess
 import sys
@@ -15,7 +16,8 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 sys.path.insert(0, str(ROOT / "tests" / "desktop"))
 
-from installed_files import NEEDS, files_of_the_package
+from dependencies import wrong_dependencies
+from installed_files import files_of_the_package
 
 # What is no file of a package: other file systems, this checkout, and the notes of apt and dpkg.
 NOT_LOOKED_AT = ("/dev", "/proc", "/sys", "/run", "/tmp", str(ROOT), "/root/.cache",
@@ -54,19 +56,26 @@ def described(path):
         return stat.S_IMODE(status.st_mode), hashlib.file_digest(stream, "sha256").hexdigest()
 
 
+def configuration_of_removed(listed):
+    """The configuration files of packages that are removed and not purged, of what dpkg-query
+    says: the state of each package, and below it its files, each with a sum and what is said of
+    it."""
+    found, removed = set(), False
+    for line in listed.split("\n"):
+        file = re.fullmatch(r" (/.+) [0-9a-f]{32}( [a-z-]+)*", line)
+        if file and removed:
+            found.add(file[1])
+        elif line and not file:
+            removed = line.startswith("rc")
+    return found
+
+
 def kept_by_apt():
     """The configuration of packages that were removed with the last one that wanted them, which
     "autoremove" leaves, as apt means it to."""
-    listed = subprocess.run(["dpkg-query", "--show",
-                             "--showformat=${db:Status-Abbrev}${Conffiles}\n"], check=True,
-                            stdout=subprocess.PIPE, text=True).stdout
-    found, removed = set(), False
-    for line in listed.split("\n"):
-        if line and not line.startswith(" "):
-            removed = line.startswith("rc")
-        if removed and " /" in line:
-            found.add(line.split()[-2])
-    return found
+    return configuration_of_removed(subprocess.run(
+        ["dpkg-query", "--show", "--showformat=${db:Status-Abbrev}${Conffiles}\n"], check=True,
+        stdout=subprocess.PIPE, text=True).stdout)
 
 
 def differences(before, after):
@@ -82,10 +91,7 @@ def missing_or_too_much():
     files = {path for path in listed.stdout.split("\n") if os.path.isfile(path)}
     yield from (f"not in the package: {path}" for path in files_of_the_package() - files)
     yield from (f"in the package for no reason: {path}" for path in files - files_of_the_package())
-    needs = subprocess.run(["dpkg-query", "--show", "--showformat=${Depends}", "vorlin"],
-                           check=True, stdout=subprocess.PIPE, text=True).stdout
-    named = {need.split()[0] for need in needs.split(",")}
-    yield from (f"does not depend on {name}" for name in NEEDS - named)
+    yield from wrong_dependencies()
 
 
 def first_minute(pictures):
@@ -118,7 +124,9 @@ def main():
     apt("purge", "vorlin")
     apt("autoremove")
     after = files_of_the_system()
-    wrong += differences(before, {path: after[path] for path in after.keys() - kept_by_apt()})
+    # What was there before is looked at, whoever kept it.
+    left = kept_by_apt() - before.keys()
+    wrong += differences(before, {path: after[path] for path in after.keys() - left})
     for line in wrong:
         print(f"install_and_purge: {line}", file=sys.stderr)
     if not wrong:
