@@ -29,11 +29,13 @@ MOST_WRONG_WORDS = 2
 # The lock goes with the session.
 OWN_FILES = re.compile(r"\.config/Vorlin(/settings\.json)?|\.local/state(/Vorlin(/state\.json)?)?"
                        r"|\.cache/Vorlin(/qmlcache(/[\w*]+\.qmlc)?)?|run/vorlin-:[\d*]+\.lock")
-# What an editor writes a moment after it has opened a file, and what a desktop does that has asked.
-LATE_FILES = re.compile(
-    r"\.local/share/(recently-used\.xbel|flatpak(/db(/[\w-]+)?)?)"
-    r"|\.config/(Trolltech\.conf|gtkrc.*)"
-    r"|\.cache/(ksycoca6_.*|qtshadercache-.*|xdg-desktop-portal-kde(/.*)?)")
+# What an editor writes a moment after it has opened a file.
+LATE_OF_AN_EDITOR = r"\.local/share/recently-used\.xbel"
+# What a desktop writes that has asked the person something: what the answer was, and in Plasma what
+# belongs to the program that asks.
+LATE_OF_PORTALS = r"\.local/share/flatpak(/db(/[\w-]+)?)?"
+LATE_OF_PLASMA = (r"\.config/(Trolltech\.conf|gtkrc.*)"
+                  r"|\.cache/(ksycoca6_.*|qtshadercache-.*|xdg-desktop-portal-kde(/.*)?)")
 # Where its symbol stands in the panel.
 SYMBOL = (1267, 16)
 SWAY_PANEL = "bar {\n position top\n}\n"
@@ -51,12 +53,14 @@ class EchoingFoot(Foot):
 
 class Session(NamedTuple):
     """A kind of session: what makes one whose pictures go to a folder, what the newcomer writes in,
-    what is done from the program's start until its key can be pressed, and which key that is."""
+    what is done from the program's start until its key can be pressed, which key that is, and which
+    files others may write later than in the same session without the program."""
 
     desktop: Callable
     editor: type
     welcome: Callable
     key: str
+    late: str
 
 
 def on_x11():
@@ -75,7 +79,7 @@ def on_x11():
         with open_menu(desktop):
             desktop.screenshot("1-menu")
 
-    return Session(desktop, GTKEditor, welcome, "Alt_R")
+    return Session(desktop, GTKEditor, welcome, "Alt_R", LATE_OF_AN_EDITOR)
 
 
 def on_sway(person):
@@ -92,10 +96,10 @@ def on_sway(person):
         desktop.screenshot("1-started")
 
     return Session(lambda pictures: SwayDesktop(person, SWAY_PANEL, artefacts=pictures),
-                   EchoingFoot, welcome, "Alt_R")
+                   EchoingFoot, welcome, "Alt_R", late="")
 
 
-def with_portals(kind, editor):
+def with_portals(kind, editor, late):
     """A session of a desktop that asks the person for keys."""
     def welcome(desktop, _):
         controls = Controls(desktop)  # they open by themselves, where the button is
@@ -107,15 +111,16 @@ def with_portals(kind, editor):
         desktop.screenshot("1-allowed")
 
     return Session(lambda pictures: kind(artefacts=pictures, accessible=True, variables={
-        "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}), editor, welcome, "F9")
+        "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}), editor, welcome, "F9",
+        f"{LATE_OF_PORTALS}|{late}")
 
 
 def on_kwin():
-    return with_portals(KWinDesktop, QtEditor)
+    return with_portals(KWinDesktop, QtEditor, LATE_OF_PLASMA)
 
 
 def on_gnome():
-    return with_portals(GnomeDesktop, GTK4Editor)
+    return with_portals(GnomeDesktop, GTK4Editor, LATE_OF_AN_EDITOR)
 
 
 def first_minute(session, pictures):
@@ -126,7 +131,7 @@ def first_minute(session, pictures):
         session.welcome(desktop, program)
         yield from walk(desktop, program, session)
         yield from (f"it left {path}" for path in sorted(files_of_the_person(desktop) - alone)
-                    if not OWN_FILES.fullmatch(path) and not LATE_FILES.fullmatch(path))
+                    if not OWN_FILES.fullmatch(path) and not re.fullmatch(session.late, path))
 
 
 def left_by_the_desktop(session):
