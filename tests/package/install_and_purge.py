@@ -58,15 +58,15 @@ def described(path):
 
 def configuration_of_removed(listed):
     """The configuration files of packages that are removed and not purged, of what dpkg-query
-    says: the state of each package, and below it its files, each with a sum and what is said of
-    it."""
+    says: the state of each package, and behind it each file on a line, with a sum and what else is
+    said of it."""
     found, removed = set(), False
     for line in listed.split("\n"):
-        file = re.fullmatch(r" (/.+) [0-9a-f]{32}( [a-z-]+)*", line)
+        if line and not line.startswith(" "):
+            removed = line.startswith("rc")
+        file = re.fullmatch(r"(?:rc)? +(/.+) [0-9a-f]{32}( [a-z-]+)*", line)
         if file and removed:
             found.add(file[1])
-        elif line and not file:
-            removed = line.startswith("rc")
     return found
 
 

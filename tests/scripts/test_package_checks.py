@@ -13,11 +13,12 @@ SUM = "0123456789abcdef0123456789abcdef"
 
 
 def test_configuration_of_removed_packages_alone_is_told():
-    listed = (f"ii \n /etc/here {SUM}\nrc \n /etc/left {SUM}\n /etc/with space {SUM}\n"
-              f" /etc/old {SUM} obsolete\n /etc/older {SUM} obsolete remove-on-upgrade\n"
-              f"ii \nrc \nii \n /etc/last {SUM}\n")
+    listed = (f"ii  /etc/here {SUM}\n /etc/there {SUM}\nrc  /etc/left {SUM}\n"
+              f" /etc/with space {SUM}\n /etc/old {SUM} obsolete\n"
+              f" /etc/older {SUM} obsolete remove-on-upgrade\nii \nrc \n"
+              f"ii  /etc/last {SUM}\nrc \n /etc/below {SUM}\n")
     assert configuration_of_removed(listed) == {"/etc/left", "/etc/with space", "/etc/old",
-                                                "/etc/older"}
+                                                "/etc/older", "/etc/below"}
 
 
 def test_a_module_is_needed_by_a_view_or_by_another_that_is():
