@@ -33,15 +33,15 @@ OWN_FILES = re.compile(r"\.config/Vorlin(/settings\.json)?|\.local/state(/Vorlin
 LATE_OF_AN_EDITOR = r"\.local/share/recently-used\.xbel"
 # What a desktop writes that has asked the person something: what the answer was, and in Plasma what
 # belongs to the program that asks.
-LATE_OF_PORTALS = r"\.local/share/flatpak(/db(/[\w-]+)?)?"
-LATE_OF_PLASMA = (r"\.config/(Trolltech\.conf|gtkrc.*)"
+LATE_OF_PORTALS = r"\.local/share/flatpak(/db(/remote-desktop)?)?"
+LATE_OF_PLASMA = (r"\.config/(Trolltech\.conf|gtkrc(-2\.0)?)"
                   r"|\.cache/(ksycoca6_.*|qtshadercache-.*|xdg-desktop-portal-kde(/.*)?)")
 # Where its symbol stands in the panel.
 SYMBOL = (1267, 16)
 SWAY_PANEL = "bar {\n position top\n}\n"
 # Where files are left beside the home folder, and what is in their names by chance.
 ELSEWHERE = ("/tmp", "/var/tmp", "/dev/shm")
-CHANCE = re.compile(r"[0-9a-f]{8,}|[0-9]{2,}|(?<=[.-])(?=\w*[A-Z0-9])\w{6}\b|(?<=/\.X)[0-9]")
+CHANCE = re.compile(r"(?<=[.-])(?=\w*[A-Z0-9])\w{6}\b|[0-9a-f]{8,}|[0-9]{2,}|(?<=/\.X)[0-9]")
 
 
 class EchoingFoot(Foot):
