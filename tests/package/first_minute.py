@@ -41,7 +41,8 @@ SYMBOL = (1267, 16)
 SWAY_PANEL = "bar {\n position top\n}\n"
 # Where files are left beside the home folder, and what is in their names by chance.
 ELSEWHERE = ("/tmp", "/var/tmp", "/dev/shm")
-CHANCE = re.compile(r"(?<=[.-])(?=\w*[A-Z0-9])\w{6}\b|[0-9a-f]{8,}|[0-9]{2,}|(?<=/\.X)[0-9]")
+CHANCE = re.compile(r"(?<=[.-])(?=\w*[A-Z0-9])\w{6}\b|(?<=/\.mutter-Xwaylandauth\.)\w{6}"
+                    r"|[0-9a-f]{8,}|[0-9]{2,}|(?<=/\.X)[0-9]")
 
 
 class EchoingFoot(Foot):
