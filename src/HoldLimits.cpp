@@ -25,7 +25,10 @@ void HoldLimits::begin(bool next)
     limited = next;
     silent = false;
     longestText = 0;
-    origin = limited ? focus.window() : std::nullopt;
+    origin.reset();
+    if (limited) {
+        focus.look(lifetime.guard([this] { origin = focus.window(); }));
+    }
     follow(); // it may listen already
 }
 

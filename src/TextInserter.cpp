@@ -1,5 +1,6 @@
 #include "TextInserter.h"
 
+#include "Async/Completion.h"
 #include "Async/Sleep.h"
 
 #include <string_view>
@@ -224,8 +225,9 @@ Task<PasteChord> TextInserter::readyChord()
     for (int round = 1;; ++round) {
         co_await awaitReader(chord.source);
         co_await awaitKeys();
-        co_await readContents(chord.source); // last: while anything is awaited, it goes out of date
+        co_await readContents(chord.source); // late: while anything is awaited, it goes out of date
         // Each may have taken a second and more: the person may be in another program by now.
+        co_await findFocus();
         const PasteSource ready = std::exchange(chord, focus.pasteChord()).source;
         if (chord.source == ready && (areContentsKnown(ready) || round >= mostRounds)) {
             co_return chord;
@@ -276,6 +278,7 @@ Task<void> TextInserter::paste(Waiting next, PasteChord chord)
     if (chord.looksFirst) {
         shown = source;
         co_await awaitLook(source);
+        co_await findFocus();
         shown.reset();
         if (!pending.contains(source)) {
             co_return; // abandoned meanwhile, or put back since there will be no later
@@ -299,6 +302,14 @@ Task<void> TextInserter::paste(Waiting next, PasteChord chord)
         pending[source].pasted = loop.now();
         pending[source].look = lookIn(restoreAfter, source);
     }
+}
+
+/// Waits until it is known anew which program has the focus, as far as the desktop tells.
+Task<void> TextInserter::findFocus()
+{
+    Completion<Done> found;
+    focus.look([completer = found.completer()] { completer.complete({}); });
+    co_await found;
 }
 
 /// Waits until the program knows that there is something to paste.

@@ -101,6 +101,7 @@ private:
     void forgetLeftIfTaken();
     Task<void> paste(Waiting next, PasteChord chord);
     void putBack(PasteSource source);
+    Task<void> findFocus();
     Task<void> awaitLook(PasteSource source);
     Task<void> awaitReader(PasteSource source);
     bool areContentsKnown(PasteSource source);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 
 namespace vorlin {
@@ -49,6 +50,11 @@ public:
     /// A number of the focused window, its own for as long as it exists; nothing where no window
     /// has the focus, or the desktop does not tell. Main loop; as quick.
     virtual std::optional<std::uint64_t> window() { return std::nullopt; }
+
+    /// Finds out anew what the others say, where the desktop does not keep that current, and calls
+    /// `found` once: inside the call where it does, else from the loop, within 100 ms or so. Main
+    /// loop.
+    virtual void look(std::function<void()> found) { found(); }
 };
 
 } // namespace vorlin

@@ -250,6 +250,19 @@ TEST_F(LossyHold, aTextEndedBySilenceGoesIntoTheWindowOfThePress)
     EXPECT_EQ(notice(), "");
 }
 
+TEST_F(LossyHold, theWindowOfThePressIsWhatALookFindsThen)
+{
+    desktop.focus.focused.reset(); // what was known before is out of date
+    desktop.focus.looksEndAtOnce = false;
+    press();
+    EXPECT_EQ(phase(), Phase::listening) << "it is not waited for";
+    desktop.focus.focused = 7;
+    desktop.focus.endLooks();
+    desktop.focus.looksEndAtOnce = true;
+    wait(30s);
+    EXPECT_EQ(pastes(), 1U);
+}
+
 TEST_F(LossyHold, aTextEndedBySilenceStaysOnTheClipboardWhereAnotherWindowHasTheFocus)
 {
     press();

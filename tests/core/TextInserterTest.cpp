@@ -374,6 +374,50 @@ TEST_F(TextInserterTest, whereTheFocusGoesWhileTheOldContentsAreReadCounts)
     EXPECT_EQ(board(), "one");
 }
 
+TEST_F(TextInserterTest, theFocusIsFoundOutAnewBeforeTheChord)
+{
+    focus.looksEndAtOnce = false;
+    focus.onLook = [this] { focus.chord = {keyCodes::v, maskControl | maskShift}; };
+    insert("hello");
+    EXPECT_TRUE(keys.posted.empty()) << "it is being found out";
+    focus.endLooks();
+    loop.runReady();
+    ASSERT_FALSE(keys.posted.empty());
+    EXPECT_EQ(keys.posted.front(), (PostedKey{keyCodes::v, true, maskControl | maskShift}));
+}
+
+TEST_F(TextInserterTest, aTextForOneWindowIsNotPastedWhereALookFindsAnother)
+{
+    focus.focused = 7;
+    focus.onLook = [this] { focus.focused = 8; };
+    inserter->insert("one", 7);
+    loop.advance(10s);
+    EXPECT_TRUE(keys.posted.empty());
+    EXPECT_EQ(board(), "one") << "it is left there";
+}
+
+TEST_F(TextInserterTest, theFocusIsFoundOutAnewOnceTheProgramHasLookedAtTheText)
+{
+    focus.chord.looksFirst = true;
+    focus.focused = 7;
+    int looks = 0;
+    focus.onLook = [&] { focus.focused = ++looks < 2 ? 7 : 8; };
+    inserter->insert("one", 7);
+    loop.advance(10s);
+    EXPECT_TRUE(keys.posted.empty());
+    EXPECT_EQ(board(), "one");
+}
+
+TEST_F(TextInserterTest, whatIsAbandonedWhileTheFocusIsFoundOutIsNotPasted)
+{
+    focus.looksEndAtOnce = false;
+    insert("hello");
+    EXPECT_TRUE(inserter->abandon());
+    focus.endLooks();
+    loop.advance(10s);
+    EXPECT_TRUE(keys.posted.empty());
+}
+
 TEST_F(TextInserterTest, aTextInThePlaceOfAnAbandonedOneIsNotLeftForIt)
 {
     programReadsAfter(400ms);

@@ -54,9 +54,28 @@ public:
     /// The focused window, where this desktop tells.
     std::optional<std::uint64_t> focused;
     bool isNowKnown = true;
+    /// Called by each look before it ends.
+    std::function<void()> onLook = [] {};
+    /// Else the test ends them.
+    bool looksEndAtOnce = true;
+    std::vector<std::function<void()>> looks;
     PasteChord pasteChord() override { return chord; }
     bool isKnown() const override { return isNowKnown; }
     std::optional<std::uint64_t> window() override { return focused; }
+    void look(std::function<void()> found) override
+    {
+        looks.push_back(std::move(found));
+        if (looksEndAtOnce) {
+            endLooks();
+        }
+    }
+    void endLooks()
+    {
+        onLook();
+        for (const auto& found : std::exchange(looks, {})) {
+            found();
+        }
+    }
 };
 
 class FakeDefaults final : public Defaults {

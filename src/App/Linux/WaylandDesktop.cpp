@@ -50,6 +50,17 @@ WaylandDesktop::Sway::Sway(const std::string& path, LinuxServices& services,
 {
 }
 
+WaylandDesktop::Accessibility::Accessibility(LinuxServices& services, X11FocusedProgram& xwayland)
+    : bus(QDBusConnection::sessionBus(), services.workers, services.loop),
+      focus(
+          bus,
+          [&xwayland](std::string_view file, std::string_view name) {
+              return xwayland.chordFor(file, name);
+          },
+          xwayland)
+{
+}
+
 WaylandDesktop::Portals::Portals(LinuxServices& services, const Environment& environment,
                                  std::optional<RemoteDesktopPoster::Places> places)
     : access(connectAs(keysBus), connectAs(escapeBus), services.state,
@@ -86,6 +97,8 @@ WaylandDesktop::WaylandDesktop(LinuxServices& services, const Environment& envir
         sway.emplace(*path, services, environment, keyboard);
     } else if (ToplevelFocus::isOffered(*connection)) {
         toplevels.emplace(*connection, x11FocusedProgram);
+    } else {
+        accessibility.emplace(services, x11FocusedProgram);
     }
     if (VirtualKeyboardPoster::isOffered(*connection)) {
         ownKeyboard.emplace(*connection);
@@ -160,7 +173,7 @@ FocusedProgram& WaylandDesktop::focusedProgram()
     if (sway) {
         return sway->focus;
     }
-    return toplevels ? static_cast<FocusedProgram&>(*toplevels) : x11FocusedProgram;
+    return toplevels ? static_cast<FocusedProgram&>(*toplevels) : accessibility->focus;
 }
 
 /// The process that reads the clipboard for the focused window: for a program on XWayland the

@@ -2,6 +2,8 @@
 
 #include "App/Linux/LinuxDesktop.h"
 #include "App/Linux/WaylandSession.h"
+#include "Platform/Linux/Accessibility/AccessibilityBus.h"
+#include "Platform/Linux/Accessibility/AccessibleFocus.h"
 #include "Platform/Linux/Audio/PulseMicrophoneAccess.h"
 #include "Platform/Linux/Keys/HeldModifiers.h"
 #include "Platform/Linux/Keys/SwayEventTap.h"
@@ -36,8 +38,8 @@ namespace vorlin {
 /// - the key: sway's socket, the desktop's portals, a key that the person binds in the desktop;
 /// - the chord: a keyboard of our own, the portals;
 /// - the clipboard: the compositor's own, XWayland's;
-/// - the focused program: sway's socket, the compositor's list of windows; else only those on
-///   XWayland are known;
+/// - the focused program: sway's socket, the compositor's list of windows, what programs tell to
+///   those who read windows out, where that is on; else only those on XWayland are known;
 /// - the overlay: a layer of the compositor's, XWayland.
 class WaylandDesktop final : private WaylandSession, public LinuxDesktop {
 public:
@@ -65,6 +67,14 @@ private:
         X11EventTap layouts;
         SwayEventTap eventTap;
         SwayFocus focus;
+    };
+
+    /// What programs themselves tell of their windows.
+    struct Accessibility {
+        Accessibility(LinuxServices& services, X11FocusedProgram& xwayland);
+
+        AccessibilityBus bus;
+        AccessibleFocus focus;
     };
 
     /// The desktop's portals, and our connections to them.
@@ -121,6 +131,8 @@ private:
     X11FocusedProgram x11FocusedProgram;
     std::optional<Sway> sway;
     std::optional<ToplevelFocus> toplevels;
+    /// Where neither of the two tells.
+    std::optional<Accessibility> accessibility;
     X11Pasteboard x11Pasteboard;
     /// Is told of each chord, for as long as either keyboard is there.
     std::optional<Clipboard> clipboard;

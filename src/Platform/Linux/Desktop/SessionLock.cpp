@@ -1,7 +1,7 @@
 #include "Platform/Linux/Desktop/SessionLock.h"
 
 #include "Platform/Linux/Desktop/AwayServices.h"
-#include "Platform/Linux/Desktop/SystemBus.h"
+#include "Platform/Linux/Portal/BusSocket.h"
 
 #include <QString>
 
@@ -10,6 +10,12 @@
 #include <utility>
 
 namespace vorlin {
+
+namespace {
+
+constexpr const char* usualSystemBus = "unix:path=/var/run/dbus/system_bus_socket";
+
+} // namespace
 
 SessionLock::SessionLock(const QDBusConnection& sessionBus, const Environment& environment,
                          Workers& workers, MainLoop& loop)
@@ -22,10 +28,11 @@ SessionLock::SessionLock(const QDBusConnection& sessionBus, const Environment& e
         }
     }
     const auto opened = std::make_shared<std::optional<QDBusConnection>>();
-    const auto address = systemBusAddress(environment);
+    const auto address = environment("DBUS_SYSTEM_BUS_ADDRESS").value_or(usualSystemBus);
     const auto id = environment("XDG_SESSION_ID");
     workers.runPatiently(
-        WorkPriority::normal, [opened, address] { *opened = openSystemBus(address); }, loop,
+        WorkPriority::normal,
+        [opened, address] { *opened = openBus(address, QString::fromStdString(address)); }, loop,
         lifetime.guard([this, opened, id] {
             if (*opened) {
                 systemBus = (*opened)->name();

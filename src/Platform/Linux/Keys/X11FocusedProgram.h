@@ -36,6 +36,9 @@ public:
     /// one. Nothing on XWayland.
     std::optional<std::uint64_t> window() override;
 
+    /// The chord that pastes in the program of these names, were it the focused one.
+    PasteChord chordFor(std::string_view instanceName, std::string_view className) const;
+
 private:
     using Deadline = std::chrono::steady_clock::time_point;
     struct WindowClass {
@@ -43,7 +46,6 @@ private:
         std::string className;
     };
 
-    PasteChord chordFor(std::string_view instanceName, std::string_view className) const;
     std::optional<WindowClass> classOf(xcb_window_t window, Deadline deadline);
     std::optional<xcb_window_t> focusedWindow(Deadline deadline);
     std::optional<xcb_window_t> activeWindow(Deadline deadline);

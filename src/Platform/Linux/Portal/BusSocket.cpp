@@ -1,9 +1,8 @@
-#include "Platform/Linux/Desktop/SystemBus.h"
+#include "Platform/Linux/Portal/BusSocket.h"
 
 #include "Platform/Shared/Descriptor.h"
 
 #include <QByteArray>
-#include <QString>
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -14,7 +13,6 @@ namespace vorlin {
 
 namespace {
 
-constexpr const char* usualAddress = "unix:path=/var/run/dbus/system_bus_socket";
 constexpr std::string_view inTheFileSystem = "unix:path=";
 
 /// The file of the socket that an address names first; empty when it is no such address.
@@ -51,18 +49,12 @@ bool greets(const std::string& file)
 
 } // namespace
 
-std::string systemBusAddress(const Environment& environment)
-{
-    return environment("DBUS_SYSTEM_BUS_ADDRESS").value_or(usualAddress);
-}
-
-std::optional<QDBusConnection> openSystemBus(const std::string& address)
+std::optional<QDBusConnection> openBus(const std::string& address, const QString& name)
 {
     if (!greets(socketFile(address))) {
         return std::nullopt;
     }
-    const auto name = QString::fromStdString(address);
-    const auto bus = QDBusConnection::connectToBus(name, name);
+    const auto bus = QDBusConnection::connectToBus(QString::fromStdString(address), name);
     return bus.isConnected() ? std::optional(bus) : std::nullopt;
 }
 
