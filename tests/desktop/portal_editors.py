@@ -77,14 +77,22 @@ class QtXWaylandEditor(PortalEditor):
 
 class Terminal:
     """A terminal as large as the screen, with a program that writes down every byte it is typed,
-    and is told of clicks and of the focus."""
+    and is told of clicks and of the focus. It is not on the accessibility bus."""
+
+    name = "foot"
+    options = ("--maximized",)
+    variables = {}
 
     def __init__(self, desktop):
-        self.path = desktop.folder / "terminal.bytes"
-        ready = desktop.folder / "terminal.ready"
-        desktop.spawn(["foot", "--maximized", "sh", "-c",
-                       "printf '\\033[?1000h\\033[?1006h\\033[?1004h'; stty raw -echo; "
-                       f": > '{ready}'; exec cat > '{self.path}'"])
+        self.path = desktop.folder / f"{self.name}.bytes"
+        ready = desktop.folder / f"{self.name}.ready"
+        script = desktop.folder / f"{self.name}.sh"
+        script.write_text("#!/bin/sh\n"
+                          "printf '\\033[?1000h\\033[?1006h\\033[?1004h'; stty raw -echo\n"
+                          f": > '{ready}'; exec cat > '{self.path}'\n")
+        script.chmod(0o700)
+        desktop.spawn([self.name, *self.options, script], log=self.name,
+                      env=desktop.environment | self.variables)
         wait_until(ready.exists, "the terminal to be ready")
 
         def takes_keys():
@@ -109,3 +117,19 @@ class Terminal:
     def escapes(self):
         """How often Escape was typed."""
         return len(re.findall(rb"\x1b(?![\[O])", self.typed()))
+
+
+class QtTerminal(Terminal):
+    """One that is on it."""
+    kind = "Qt"
+    name = "qterminal"
+    options = ("-e",)
+    variables = {"QT_QPA_PLATFORM": "wayland"}
+
+
+class GTK4Terminal(Terminal):
+    """Another one."""
+    kind = "GTK 4"
+    name = "kgx"
+    options = ("-e",)
+    variables = {"GDK_BACKEND": "wayland"}
