@@ -48,7 +48,7 @@ protected:
     PlayedBus session;
     PlayedBus bus;
     PlayedProgram us{session, "us"};
-    ThreadPool workers;
+    ThreadPool workers{[] {}};
     QtMainLoop loop;
     std::unique_ptr<PlayedStatus> status;
     std::unique_ptr<AccessibilityBus> ours;
@@ -84,8 +84,7 @@ TEST_F(AccessibilityBusTest, whereNobodyHasItsNameNobodyIsStarted)
     session.starts("org.example.Later", script("later"));
     begin();
     takeIn();
-    us.bus.asyncCall(
-        QDBusMessage::createMethodCall("org.example.Later", "/", "org.example", "Start"));
+    us.bus.send(QDBusMessage::createMethodCall("org.example.Later", "/", "org.example", "Start"));
     const auto isStarted = [&](const char* name) {
         return std::filesystem::exists(session.folder / (std::string(name) + ".started"));
     };
@@ -127,8 +126,8 @@ TEST_F(AccessibilityBusTest, anAnswerThatIsOlderThanASignalIsDropped)
     ASSERT_TRUE(runUntil([&] { return status->open.contains(question); }));
     status->tell(false);
     takeIn();
-    status->program.bus.send(status->open.at(question).createReply(
-        QVariant::fromValue(QDBusVariant(true))));
+    status->program.bus.send(
+        status->open.at(question).createReply(QVariant::fromValue(QDBusVariant(true))));
     takeIn();
     EXPECT_EQ(status->asked, (std::vector<std::string>{"Get"}));
 }

@@ -52,7 +52,7 @@ protected:
     PlayedBus session;
     PlayedBus bus;
     PlayedProgram us{session, "us"};
-    ThreadPool workers;
+    ThreadPool workers{[] {}};
     QtMainLoop loop;
     PlayedStatus status{session, true, bus.address};
     PlayedRegistry registry{bus};
