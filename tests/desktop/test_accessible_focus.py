@@ -126,8 +126,8 @@ def test_accessibility_is_not_switched_on_for_it(bare, request, present):
         bare.spawn([AT_SPI])
         wait_until(lambda: bare.has_name(ACCESSIBILITY), "who would switch it on")
     Terminal(bare)
-    before = state_of_accessibility(bare)
     program = Program(bare, request.config.getoption("--program"), settings={})
+    before = state_of_accessibility(bare)  # a toolkit's own start may have asked where its bus is
 
     def toggle():
         call(bare.bus, BUS_NAME, "/org/vorlin/Vorlin", "org.freedesktop.Application",
@@ -140,4 +140,4 @@ def test_accessibility_is_not_switched_on_for_it(bare, request, present):
     wait_until(lambda: is_left(bare), "the text to be left", interval=0.5)
     assert_arrived(SENTENCE, pasted(bare, PLAIN).decode())
     assert state_of_accessibility(bare) == before
-    assert not present or not before[1]["IsEnabled"]
+    assert not before[1] or not before[1]["IsEnabled"]
