@@ -312,6 +312,7 @@ void AppModel::play(const char* sound)
 
 void AppModel::refreshPermissions()
 {
+    trustUnasked.set(ports.permissions.isTrustUnasked()); // first: who sees both sees no more
     accessibilityGranted.set(ports.permissions.isTrusted());
     microphoneGranted.set(ports.permissions.microphoneGranted());
     keyboardSecured.set(ports.permissions.isKeyboardSecured());

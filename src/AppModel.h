@@ -51,8 +51,10 @@ public:
     HotkeyMonitor monitor;
     HUDController hud;
 
-    /// The process may watch and post key events.
+    /// The process may watch and post key events; and the person is still to be asked for some of
+    /// that.
     Published<bool, AppModel> accessibilityGranted{false};
+    Published<bool, AppModel> trustUnasked{false};
     Published<bool, AppModel> microphoneGranted{false};
     /// The desktop can ask the person for what the two lack; typing is among that; and what keeps
     /// it from asking.

@@ -43,6 +43,7 @@ MenuContent::MenuContent(AppModel& model, const Ports& ports, SettingsScene& sce
     follow(tap.conflict());
     follow(tap.trigger());
     follow(model.accessibilityGranted);
+    follow(model.trustUnasked);
     follow(model.microphoneGranted);
     follow(session.isAway());
     changes.push_back(model.preferences.observe([this] { show(); }));
@@ -77,7 +78,8 @@ std::vector<MenuItem> MenuContent::items() const
     if (session.isAway().get()) {
         items.insert(items.begin(), text("Paused: the system says that the screen is locked"));
     }
-    if (!model.accessibilityGranted.get() || !model.microphoneGranted.get()) {
+    if (!model.accessibilityGranted.get() || model.trustUnasked.get() ||
+        !model.microphoneGranted.get()) {
         items.push_back(action(finishSetup, "Finish setup…", {}));
     }
     items.insert(items.end(), {separator(), action(openSettings, "Settings…", ','), separator(),

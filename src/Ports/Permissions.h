@@ -12,8 +12,12 @@ class Permissions {
 public:
     virtual ~Permissions() = default;
 
-    /// May watch and post key events.
+    /// May watch and post key events, as far as the desktop can let it and the person has not said
+    /// no.
     virtual bool isTrusted() const = 0;
+
+    /// Whether the person is still to be asked for some of that, by `askForTrust`.
+    virtual bool isTrustUnasked() const { return false; }
 
     /// May record from the microphone.
     virtual bool microphoneGranted() const = 0;

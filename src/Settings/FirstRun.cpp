@@ -35,8 +35,8 @@ void FirstRun::look()
         return;
     }
     const bool lacksMicrophone = answered && !permissions.microphoneGranted();
-    open(!permissions.isTrusted() || lacksMicrophone ? SettingsTab::permissions
-                                                     : SettingsTab::general);
+    const bool lacksKeys = !permissions.isTrusted() || permissions.isTrustUnasked();
+    open(lacksKeys || lacksMicrophone ? SettingsTab::permissions : SettingsTab::general);
 }
 
 void FirstRun::open(SettingsTab which)
@@ -52,6 +52,7 @@ void FirstRun::open(SettingsTab which)
     };
     follow(model.microphoneGranted);
     follow(model.accessibilityGranted);
+    follow(model.trustUnasked);
     follow(tap.conflict()); // what is still to be asked for may be one of the keys
     follow(scene.tab);
 }

@@ -28,7 +28,7 @@ PermissionsTab::PermissionsTab(AppModel& model, const Ports& ports)
 {
     for (const auto* granted :
          {&model.microphoneGranted, &model.accessibilityGranted, &model.keyboardSecured,
-          &model.canAskForTrust, &model.wouldAskForTyping}) {
+          &model.trustUnasked, &model.canAskForTrust, &model.wouldAskForTyping}) {
         changes.push_back(granted->observe([this](bool) { update(); }));
     }
     changes.push_back(model.trustObstacle.observe([this](const std::string&) { update(); }));
@@ -65,7 +65,7 @@ void PermissionsTab::update()
 
 FormRow PermissionsTab::accessibilityRow()
 {
-    const bool granted = model.accessibilityGranted.get();
+    const bool granted = model.accessibilityGranted.get() && !model.trustUnasked.get();
     auto shown =
         row("Accessibility", "To detect the dictation key and type the text into other apps.",
             granted, SystemPanel::accessibility);

@@ -121,6 +121,16 @@ TEST_F(MenuContentTest, remindsOfTheSetupUntilBothPermissionsAreThere)
     EXPECT_EQ(menu().at(2), "-");
 }
 
+TEST_F(MenuContentTest, remindsOfTheSetupWhileThePersonIsStillToBeAsked)
+{
+    desktop.permissions.unasked = true;
+    start();
+    EXPECT_EQ(menu().at(2), "Finish setup…");
+    desktop.permissions.unasked = false;
+    desktop.loop.advance(1500ms);
+    EXPECT_EQ(menu().at(2), "-");
+}
+
 TEST_F(MenuContentTest, remindsOfTheSetupWhileOnlyTheMicrophoneIsMissing)
 {
     desktop.permissions.microphone = false;
@@ -245,6 +255,19 @@ TEST_F(FirstRunTest, onceAllIsAllowedItGoesOnToTheKey)
     desktop.tap.setConflict(KeyConflict::none);
     EXPECT_EQ(tab(), SettingsTab::permissions) << "the person came back to it";
     EXPECT_EQ(opened, 1);
+}
+
+TEST_F(FirstRunTest, whereThePersonIsStillToBeAskedItBeginsWithThat)
+{
+    desktop.permissions.unasked = true;
+    desktop.permissions.canAsk = true;
+    firstStart();
+    desktop.loop.advance(10s);
+    EXPECT_EQ(tab(), SettingsTab::permissions);
+    desktop.permissions.unasked = false;
+    desktop.permissions.canAsk = false;
+    desktop.loop.advance(10s);
+    EXPECT_EQ(tab(), SettingsTab::general);
 }
 
 TEST_F(FirstRunTest, whoHasGoneToAnotherTabIsLeftThere)

@@ -89,6 +89,23 @@ TEST_F(PermissionsTabTest, aQuestionForTheKeyAloneIsNotAnnouncedAsRemoteControl)
     EXPECT_EQ(row(SettingsTab::permissions, "Accessibility").caption, "");
 }
 
+TEST_F(PermissionsTabTest, whatIsStillToBeAskedForIsNotGrantedYet)
+{
+    desktop.permissions.canAsk = true;
+    desktop.permissions.unasked = true;
+    open();
+    EXPECT_TRUE(model->accessibilityGranted.get()) << "nothing has been refused";
+    EXPECT_FALSE(permission("Accessibility").granted);
+    EXPECT_EQ(permission("Accessibility").state, "Not granted");
+    ASSERT_TRUE(permission("Accessibility").open);
+    EXPECT_EQ(permission("Accessibility").open->text, "Allow…");
+    desktop.permissions.canAsk = false;
+    desktop.permissions.unasked = false;
+    desktop.loop.advance(1500ms);
+    EXPECT_EQ(permission("Accessibility").state, "Granted");
+    EXPECT_FALSE(permission("Accessibility").open);
+}
+
 TEST_F(PermissionsTabTest, whatMayStillBeAskedForHasItsButtonForAsLongAsItMay)
 {
     open();

@@ -119,6 +119,7 @@ private:
 class FakePermissions final : public Permissions {
 public:
     bool trusted = true;
+    bool unasked = false;
     bool microphone = true;
     bool answered = true;
     bool keyboardSecured = false;
@@ -137,6 +138,7 @@ public:
         onIsTrusted();
         return trusted;
     }
+    bool isTrustUnasked() const override { return unasked; }
     bool microphoneGranted() const override { return microphone; }
     bool microphoneAnswered() const override { return answered; }
     bool isKeyboardSecured() const override { return keyboardSecured; }

@@ -208,7 +208,13 @@ bool WaylandDesktop::Consent::isTrusted() const
     const auto& own = desktop.ownKeyboard;
     const auto& portals = desktop.portals;
     return desktop.keyAccess.granted().get() && (!own || own->available()) &&
-           (!portals || portals->access.isGranted());
+           (!portals || portals->access.isUnrefused());
+}
+
+bool WaylandDesktop::Consent::isTrustUnasked() const
+{
+    return desktop.portals && desktop.portals->access.isUnrefused() &&
+           !desktop.portals->access.isGranted();
 }
 
 bool WaylandDesktop::Consent::canAskForTrust() const

@@ -108,6 +108,7 @@ private:
         }
 
         bool isTrusted() const override;
+        bool isTrustUnasked() const override;
         bool microphoneGranted() const override { return microphone.granted().get(); }
         bool microphoneAnswered() const override { return microphone.answered(); }
         void promptForTrust() override {} // it would at every start

@@ -41,6 +41,13 @@ PortalAccess::PortalAccess(const QDBusConnection& bus, const QDBusConnection& es
     }
 }
 
+bool PortalAccess::isUnrefused() const
+{
+    using enum RemoteDesktopPoster::Access;
+    const auto chord = poster ? poster->access().get() : granted;
+    return !tap.isRefused() && (chord == unasked || chord == granted);
+}
+
 bool PortalAccess::isGranted() const
 {
     const bool hasChord = !poster || poster->access().get() == RemoteDesktopPoster::Access::granted;

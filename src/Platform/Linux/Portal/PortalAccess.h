@@ -50,8 +50,11 @@ public:
         }
     }
 
-    /// Whether they have what the chord needs, and the person has not said no to it or to the key,
-    /// nor would have to be asked.
+    /// Whether they have what the chord needs, and the person has not said no to it or to the key.
+    bool isUnrefused() const;
+
+    /// Whether they have what the chord needs, and the person would not have to be asked for it or
+    /// for the key.
     bool isGranted() const;
 
     /// Whether `ask` may bring a question to the person: unless it is known that all is granted,

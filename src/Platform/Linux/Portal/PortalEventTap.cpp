@@ -92,6 +92,11 @@ bool PortalEventTap::isGranted() const
            hotkey.isGranted(chosen ? std::optional(shortcutFor(*chosen)) : std::nullopt);
 }
 
+bool PortalEventTap::isRefused() const
+{
+    return chosen && hotkey.isRefused(shortcutFor(*chosen));
+}
+
 bool PortalEventTap::needsQuestion() const
 {
     return chosen && hotkey.needsQuestion(shortcutFor(*chosen));

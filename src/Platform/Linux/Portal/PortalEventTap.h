@@ -37,7 +37,9 @@ public:
 
     /// Whether the chosen hotkey needs no question, as where no portal would ask one.
     bool isGranted() const;
-    /// Whether the portals are there, and it needs one.
+    /// Whether the portals are there, and the person has refused it.
+    bool isRefused() const;
+    /// Whether the portals are there, and it needs a question.
     bool needsQuestion() const;
 
     /// What the portals tell of the hotkey and of Escape; see `PortalKey::Callbacks`.

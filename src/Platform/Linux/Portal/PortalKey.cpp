@@ -114,6 +114,11 @@ bool PortalKey::isGranted(const std::optional<WantedShortcut>& shortcut) const
            (!shortcut || consent(shortcut->id) == PortalConsent::granted);
 }
 
+bool PortalKey::isRefused(const WantedShortcut& shortcut) const
+{
+    return known.get() == KeysPortal::there && consent(shortcut.id) == PortalConsent::refused;
+}
+
 bool PortalKey::needsQuestion(const WantedShortcut& shortcut) const
 {
     return known.get() == KeysPortal::there &&

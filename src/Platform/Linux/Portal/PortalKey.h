@@ -93,6 +93,9 @@ public:
     /// as is known.
     bool isGranted(const std::optional<WantedShortcut>& shortcut) const;
 
+    /// Whether the portals are there, and the person has refused `shortcut`.
+    bool isRefused(const WantedShortcut& shortcut) const;
+
     /// Whether the portals are there, and the person would be asked for `shortcut` first, or would
     /// have to be where nothing is answered.
     bool needsQuestion(const WantedShortcut& shortcut) const;

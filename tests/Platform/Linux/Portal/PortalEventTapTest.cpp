@@ -270,6 +270,24 @@ TEST_F(PortalEventTapTest, aKeyThatWasRefusedIsNoConsentForAll)
     EXPECT_FALSE(access.canAsk());
 }
 
+TEST_F(PortalEventTapTest, whatIsOnlyUnaskedIsNotRefused)
+{
+    EXPECT_FALSE(access.isUnrefused()) << "nobody has answered yet";
+    start(f9);
+    ASSERT_TRUE(runUntil([&] { return access.isUnrefused(); }));
+    EXPECT_FALSE(access.isGranted());
+    portal.takeIn(ours.bus);
+    EXPECT_EQ(portal.count("BindShortcuts"), 0);
+    memory.setConsent("key", "dictate-F9", PortalConsent::refused);
+    EXPECT_FALSE(access.isUnrefused());
+    memory.setConsent("key", "dictate-F9", PortalConsent::granted);
+    EXPECT_TRUE(access.isUnrefused());
+    portal.answers["SelectDevices"] = [](const QDBusMessage&) { return Response{}; };
+    portal.answers["Start"] = [](const QDBusMessage&) { return Response{.code = 1}; };
+    access.ask(f9);
+    EXPECT_TRUE(runUntil([&] { return !access.isUnrefused(); })) << "the chord";
+}
+
 TEST_F(PortalEventTapTest, whatAKeyNeedsIsKnownAsSoonAsItIsChosenAlsoWhileNothingIsWatched)
 {
     grant("dictate-F9");
@@ -417,6 +435,7 @@ TEST_F(PortalEventTapTest, noPortalForTheChordIsNoConsentAndSaysSo)
     start(f9);
     ASSERT_TRUE(isWatched());
     EXPECT_FALSE(access.isGranted());
+    EXPECT_FALSE(access.isUnrefused());
     EXPECT_TRUE(runUntil([&] { return !access.canAsk(); }));
     EXPECT_EQ(access.obstacle(), "This desktop does not let Vorlin type into other apps.");
 }
