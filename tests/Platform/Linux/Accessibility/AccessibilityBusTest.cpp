@@ -1,8 +1,8 @@
 #include "Platform/Linux/Accessibility/AccessibilityBus.h"
 
 #include "Platform/Linux/Accessibility/PlayedPrograms.h"
+#include "Platform/Linux/SilentBus.h"
 #include "Platform/RunUntil.h"
-#include "Platform/Shared/Descriptor.h"
 #include "Platform/Shared/QtMainLoop.h"
 #include "Platform/Shared/ThreadPool.h"
 
@@ -13,9 +13,6 @@
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <sys/socket.h>
-#include <sys/un.h>
 
 namespace vorlin {
 namespace {
@@ -171,16 +168,9 @@ TEST_F(AccessibilityBusTest, whatMakesNoSenseIsNoBus)
 TEST_F(AccessibilityBusTest, aBusThatDoesNotAnswerHoldsUpNothing)
 {
     const TemporaryFolder folder;
-    const auto file = (folder / "silent").string();
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    file.copy(static_cast<char*>(address.sun_path), file.size());
-    const Descriptor silent(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    ASSERT_EQ(::bind(silent.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
-              0);
-    ASSERT_EQ(::listen(silent.number(), 1), 0);
+    const SilentBus silent(folder / "");
     play(true);
-    status->answers["/org/a11y/bus GetAddress"] = QString::fromStdString("unix:path=" + file);
+    status->answers["/org/a11y/bus GetAddress"] = QString::fromStdString(silent.address());
     begin();
     ASSERT_TRUE(runUntil([&] { return status->asked.size() == 2; }));
     takeIn();

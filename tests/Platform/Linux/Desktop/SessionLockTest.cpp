@@ -1,9 +1,6 @@
 #include "SessionLockFixture.h"
 
-#include "Platform/Shared/Descriptor.h"
-
-#include <sys/socket.h>
-#include <sys/un.h>
+#include "Platform/Linux/SilentBus.h"
 
 namespace vorlin {
 namespace {
@@ -162,15 +159,8 @@ TEST_F(SessionLockTest, withoutASystemBusTheScreenSaverCounts)
 TEST_F(SessionLockTest, aSystemBusThatDoesNotAnswerHoldsUpNothing)
 {
     const TemporaryFolder folder;
-    const auto file = (folder / "silent").string();
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    file.copy(static_cast<char*>(address.sun_path), file.size());
-    const Descriptor silent(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    ASSERT_EQ(::bind(silent.number(), reinterpret_cast<const sockaddr*>(&address), sizeof address),
-              0);
-    ASSERT_EQ(::listen(silent.number(), 1), 0);
-    variables["DBUS_SYSTEM_BUS_ADDRESS"] = "unix:path=" + file;
+    const SilentBus silent(folder / "");
+    variables["DBUS_SYSTEM_BUS_ADDRESS"] = silent.address();
     PlayedSaver saver(sessionBus, gnome, true);
     start();
     EXPECT_TRUE(comesToBe(true));
