@@ -9,7 +9,7 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
-namespace vorlin::test {
+namespace vorlin {
 
 /// A socket in a folder that takes connections and answers nothing.
 class SilentBus {
@@ -33,4 +33,4 @@ private:
     const Descriptor socket{::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)};
 };
 
-} // namespace vorlin::test
+} // namespace vorlin
