@@ -46,7 +46,7 @@ WaylandDesktop::Sway::Sway(const std::string& path, LinuxServices& services,
                           .socket = path,
                           .ledger = SwayGuard::ledgerPath(
                               environment("XDG_RUNTIME_DIR").value_or("/tmp"), path)}}),
-      focus(socket)
+      focus(socket, services.loop)
 {
 }
 

@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdlib>
-#include <vector>
+#include <utility>
 
 namespace vorlin {
 
@@ -70,7 +70,8 @@ const json* focusedNode(const json& tree)
 
 } // namespace
 
-SwayFocus::SwayFocus(SwaySocket& socket) : socket(socket), alive(std::make_shared<int>())
+SwayFocus::SwayFocus(SwaySocket& socket, MainLoop& loop, std::chrono::milliseconds patience)
+    : socket(socket), loop(loop), patience(patience), alive(std::make_shared<int>())
 {
     events =
         socket.observe([this](SwayEvent event, const json& details) { follow(event, details); });
@@ -94,6 +95,21 @@ PasteChord SwayFocus::pasteChord()
 std::optional<std::uint64_t> SwayFocus::window()
 {
     return id;
+}
+
+void SwayFocus::look(std::function<void()> found)
+{
+    waiting.push_back(std::move(found));
+    limit = loop.startTimer(patience, [this] { tellFound(); });
+    ask();
+}
+
+void SwayFocus::tellFound()
+{
+    limit.reset();
+    for (const auto& found : std::exchange(waiting, {})) {
+        found();
+    }
 }
 
 void SwayFocus::follow(SwayEvent event, const json& details)
@@ -124,19 +140,28 @@ void SwayFocus::ask()
             return;
         }
         asking = false;
-        if (answer == nullptr) {
-            return;
+        if (answer != nullptr) {
+            take(*answer);
+            if (stale) {
+                ask();
+                return;
+            }
         }
-        const auto* node = focusedNode(*answer);
-        if (node != nullptr) {
-            focus(*node);
-        } else {
-            forget();
-        }
-        if (stale) {
-            ask();
-        }
+        tellFound();
     });
+}
+
+/// While a layer has the keyboard no node has the focus, and the screen stays the one it was.
+void SwayFocus::take(const json& tree)
+{
+    const auto* node = focusedNode(tree);
+    if (node != nullptr) {
+        focus(*node);
+    } else {
+        const auto before = area;
+        forget();
+        area = before;
+    }
 }
 
 void SwayFocus::forget()

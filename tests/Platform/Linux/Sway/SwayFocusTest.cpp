@@ -7,9 +7,15 @@
 #include "Platform/RunUntil.h"
 #include "Platform/Shared/QtMainLoop.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <vector>
 
 namespace vorlin {
 namespace {
@@ -26,7 +32,7 @@ TEST(SwayFocusTest, theFocusedWindowIsFollowed)
     const TestKeyboard keyboard(sway.display());
     QtMainLoop loop;
     SwaySocket socket(sway.socket(), loop);
-    SwayFocus focus(socket);
+    SwayFocus focus(socket, loop);
     ASSERT_TRUE(runUntil([&] { return focus.focusedArea().has_value(); })) << "the workspace's";
     EXPECT_EQ(focus.window(), std::nullopt);
     EXPECT_EQ(focus.pasteChord(), usual);
@@ -58,6 +64,30 @@ TEST(SwayFocusTest, theFocusedWindowIsFollowed)
     ASSERT_TRUE(runUntil([&] { return focus.window() == std::nullopt; }));
 }
 
+TEST(SwayFocusTest, aLookKnowsThatALauncherHasTheKeyboard)
+{
+    PrivateSway sway("default_border none\n");
+    const TestKeyboard keyboard(sway.display());
+    QtMainLoop loop;
+    SwaySocket socket(sway.socket(), loop);
+    SwayFocus focus(socket, loop, std::chrono::minutes(1));
+    const auto looked = [&] {
+        bool found = false;
+        focus.look([&] { found = true; });
+        return runUntil([&] { return found; }) ? focus.window() : std::nullopt;
+    };
+    sway.spawn("foot");
+    ASSERT_TRUE(runUntil([&] { return focus.window().has_value(); }));
+    const auto terminal = focus.window();
+    const auto place = focus.focusedArea();
+    EXPECT_EQ(looked(), terminal);
+    sway.spawn("wofi --show run");
+    ASSERT_TRUE(runUntil([&] { return looked() == std::nullopt; }));
+    EXPECT_FALSE(focus.isKnown());
+    EXPECT_EQ(focus.pasteChord(), usual);
+    EXPECT_EQ(focus.focusedArea(), place) << "the overlay stays on the screen";
+}
+
 class PlayedFocusTest : public testing::Test {
 protected:
     PlayedFocusTest()
@@ -78,7 +108,7 @@ protected:
     PlayedSway sway;
     std::string tree = R"({"id":1,"nodes":[{"id":7,"focused":true,"pid":5,"app_id":"foot"}]})";
     SwaySocket socket{sway.path(), loop};
-    SwayFocus focus{socket};
+    SwayFocus focus{socket, loop, std::chrono::minutes(1)};
 };
 
 TEST_F(PlayedFocusTest, aWindowWhoseNameIsNoTextHasTheFocusAllTheSame)
@@ -111,6 +141,46 @@ TEST_F(PlayedFocusTest, whereSwayDoesNotTellNoWindowIsKnown)
     EXPECT_EQ(focus.pasteChord(), usual);
     sway.listen();
     ASSERT_TRUE(becomes(7));
+}
+
+TEST_F(PlayedFocusTest, aLookEndsWhenSwayHasAnsweredIt)
+{
+    ASSERT_TRUE(becomes(7));
+    tree = R"({"id":1,"nodes":[{"id":7,"focused":false,"pid":5,"app_id":"foot"}]})";
+    std::vector<std::optional<std::uint64_t>> found;
+    for (int look = 0; look < 2; ++look) {
+        focus.look([&] { found.push_back(focus.window()); });
+    }
+    EXPECT_TRUE(found.empty());
+    ASSERT_TRUE(runUntil([&] { return found.size() == 2; }));
+    EXPECT_THAT(found, testing::Each(std::nullopt)) << "no event told of it";
+    EXPECT_EQ(focus.window(), std::nullopt);
+}
+
+TEST_F(PlayedFocusTest, aLookEndsThoughSwayIsGone)
+{
+    ASSERT_TRUE(becomes(7));
+    sway.answer = [](const PlayedSway::Request&) { return std::nullopt; };
+    bool found = false;
+    focus.look([&] { found = true; });
+    sway.close();
+    sway.hangUp();
+    ASSERT_TRUE(runUntil([&] { return found; }));
+    found = false;
+    focus.look([&] { found = true; });
+    ASSERT_TRUE(runUntil([&] { return found; }));
+    EXPECT_EQ(focus.window(), std::nullopt);
+}
+
+TEST_F(PlayedFocusTest, aLookWaitsForNoSwayThatHangs)
+{
+    SwayFocus impatient(socket, loop, std::chrono::milliseconds(1));
+    ASSERT_TRUE(runUntil([&] { return impatient.window() == 7; }));
+    sway.answer = [](const PlayedSway::Request&) { return std::nullopt; };
+    bool found = false;
+    impatient.look([&] { found = true; });
+    ASSERT_TRUE(runUntil([&] { return found; }));
+    EXPECT_EQ(impatient.window(), 7);
 }
 
 TEST_F(PlayedFocusTest, nonsenseIsNoWindow)
