@@ -30,7 +30,10 @@ PortalKey::PortalKey(const QDBusConnection& bus, const HostRegistry& registry, s
 {
     connect(&session, &ShortcutSession::orphaned, this, &PortalKey::orphaned);
     retry.setSingleShot(true);
-    connect(&retry, &QTimer::timeout, this, &PortalKey::open);
+    connect(&retry, &QTimer::timeout, this, [this] {
+        session.forsake(); // who was to answer may have gone
+        open();
+    });
     connect(&registry, &HostRegistry::ready, this, &PortalKey::look);
     connect(&registry, &HostRegistry::absent, this, [this] { setPortal(KeysPortal::missing); });
     connect(&registry, &HostRegistry::gone, this, [this] {
@@ -82,17 +85,23 @@ void PortalKey::want(const std::optional<WantedShortcut>& next)
 void PortalKey::ask(const WantedShortcut& asked, std::function<void()> answered)
 {
     const bool isLate = session.isLate();
-    if (question && question->shortcut == asked && !isLate) {
+    const bool isUnseen = session.isAdopted(); // who sees a question answers it
+    if (question && question->shortcut == asked && !isLate && !isUnseen) {
         question->answered = std::move(answered);
         return;
     }
     const bool isThere = wanted == asked && current.get() == PortalKeyState::bound;
-    if (known.get() == KeysPortal::missing || (isThere && !question)) {
+    const bool isMissing = known.get() == KeysPortal::missing;
+    if ((isMissing && registry.portal().isEmpty()) || (isThere && !question)) {
         answered();
         return;
     }
     question = {asked, std::move(answered)};
     lose(PortalKeyState::unknown);
+    if (isMissing) {
+        look();
+        return;
+    }
     if (session.adopt(asked.id)) {
         doubted.reset();
         return;
@@ -261,6 +270,7 @@ void PortalKey::fail()
 void PortalKey::reopen()
 {
     question.reset(); // what follows a question would be asked at once
+    doubted.reset();
     openLater();
 }
 

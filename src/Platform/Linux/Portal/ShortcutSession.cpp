@@ -81,6 +81,7 @@ void ShortcutSession::send(const QString& method, const QVariantList& arguments,
                      limit.stop();
                      wasLate = std::exchange(late, false);
                      isQuestion = false;
+                     adopted = false;
                      if (method == "CreateSession") {
                          session = portals::handle(answer, "session_handle");
                          listen(true);
@@ -161,6 +162,11 @@ void ShortcutSession::giveUp()
         close();
         return;
     }
+    forsake();
+}
+
+void ShortcutSession::forsake()
+{
     next = nullptr;
     if (request.isPending() && !isOpen()) {
         request.leaveSession();
@@ -176,6 +182,7 @@ bool ShortcutSession::adopt(const std::string& id)
     next = nullptr;
     late = false;
     isQuestion = true;
+    adopted = true;
     isAbandoned = false;
     return true;
 }
@@ -199,6 +206,7 @@ void ShortcutSession::end()
     binding.clear();
     late = false;
     isQuestion = false;
+    adopted = false;
     isAbandoned = false;
 }
 

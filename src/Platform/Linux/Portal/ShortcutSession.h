@@ -100,9 +100,16 @@ public:
     /// some desktops bind it for good, and take no dialog back.
     void giveUp();
 
+    /// The same, whatever is still to come: whoever was to answer is gone, or the person says that
+    /// they are asked nothing.
+    void forsake();
+
     /// Where `id` is being bound, and late: has that be the question that the person wishes, and is
     /// waited for. `bind` answers then, also where it was given back. Returns whether it is so.
     bool adopt(const std::string& id);
+
+    /// Whether that was done, and is still to be answered.
+    bool isAdopted() const { return adopted; }
 
     /// Whether an answer is still to come that should have been here.
     bool isLate() const { return late; }
@@ -144,6 +151,8 @@ private:
     bool wasLate = false;
     /// The person is, or may be, asked: that is not waited for.
     bool isQuestion = false;
+    /// The question is the desktop's own.
+    bool adopted = false;
     /// What is on its way is not wanted any more.
     bool isAbandoned = false;
     /// Opens the session that is wanted once what was abandoned is gone.

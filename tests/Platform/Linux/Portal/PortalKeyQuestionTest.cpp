@@ -179,6 +179,68 @@ TEST_F(PortalKeyTest, whoeverAsksWhileTheDesktopAsksAlreadyIsAnsweredByThat)
     }
 }
 
+TEST_F(PortalKeyTest, whoeverAsksOnceMoreIsAskedAnewWhereNoAnswerEverComes)
+{
+    times.patience = std::chrono::milliseconds(1);
+    begin();
+    portal->watchesKeys();
+    grant(f9);
+    holds("BindShortcuts");
+    ASSERT_TRUE(outlastsPatience());
+    int first = 0;
+    key->ask(f9, [&] { ++first; });
+    binds();
+    ASSERT_TRUE(ask(f9)) << "the desktop has lost what it was asked for";
+    EXPECT_EQ(first, 0);
+    EXPECT_EQ(portal->count("Close session"), 1);
+    EXPECT_EQ(memory.consent("key", f9.id), PortalConsent::granted);
+    key->want(f9);
+    EXPECT_TRUE(comesTo(bound));
+}
+
+TEST_F(PortalKeyTest, aKeyThatGoesWithWhoServesThePortalsIsBoundAnew)
+{
+    portal->watchesKeys();
+    grant(f9);
+    holds("BindShortcuts");
+    binds();
+    key->reopen();
+    ASSERT_TRUE(comesTo(bound)) << "no answer to the first comes any more";
+    EXPECT_TRUE(closesSessions(1));
+}
+
+TEST_F(PortalKeyTest, aQuestionThatGoesWithWhoServesThePortalsIsAskedForAnewByThePersonOnly)
+{
+    times.patience = std::chrono::milliseconds(1);
+    begin();
+    portal->watchesKeys();
+    grant(f9);
+    holds("BindShortcuts");
+    ASSERT_TRUE(outlastsPatience());
+    portal->calls.clear();
+    key->reopen();
+    ASSERT_TRUE(comesTo(unasked));
+    EXPECT_EQ(portal->count("BindShortcuts"), 0);
+    EXPECT_TRUE(key->needsQuestion(f9));
+    binds();
+    ASSERT_TRUE(ask(f9));
+    EXPECT_EQ(key->state().get(), bound);
+}
+
+TEST_F(PortalKeyTest, whoeverAsksWhereThePortalWasMissingHasItLookedForAnew)
+{
+    portal->hasKeys = false;
+    ASSERT_TRUE(comesTo(missing));
+    ASSERT_TRUE(ask(f9)) << "it still is";
+    EXPECT_EQ(key->state().get(), missing);
+    portal->hasKeys = true;
+    portal->watchesKeys();
+    binds();
+    key->want(f9);
+    ASSERT_TRUE(ask(f9));
+    EXPECT_EQ(key->state().get(), bound);
+}
+
 TEST_F(PortalKeyTest, aQuestionForAnotherKeyFollowsTheOneThatIsNotAnswered)
 {
     times.patience = std::chrono::milliseconds(1);
