@@ -8,10 +8,14 @@ import signal
 import subprocess
 import time
 
+import pytest
+from gi.repository import GLib
+
 from editors import GTKEditor
+from overlay import connect
 from program import Program, assert_arrived
 from settings_window import SettingsWindow
-from virtual_desktop import VirtualDesktop
+from virtual_desktop import AT_SPI, VirtualDesktop
 from waiting import stays, wait_until
 
 SENTENCE = "the committee decided to postpone the meeting until next month"
@@ -55,6 +59,23 @@ def test_killed_in_a_dictation_it_leaves_the_keyboard_usable(desktop, launch):
     program.start()
     with desktop.keyboard.held("Alt_R"):
         program.await_recording()
+
+
+@pytest.mark.parametrize("present", [False, True], ids=["absent", "present"])
+def test_a_start_does_not_start_accessibility(desktop, launch, present):
+    bus = connect(desktop.environment["DBUS_SESSION_BUS_ADDRESS"])
+
+    def is_there():
+        return bus.call_sync("org.freedesktop.DBus", "/", "org.freedesktop.DBus", "NameHasOwner",
+                             GLib.Variant("(s)", ("org.a11y.Bus",)), None, 0, 20000, None)[0]
+
+    if present:
+        desktop.spawn([AT_SPI])
+        wait_until(is_there, "who would start it")
+    settings = SettingsWindow(desktop, launch(very_first_start=True))
+    wait_until(settings.is_painted, "the settings")
+    assert is_there() == present
+    assert not list((desktop.runtime_folder / "at-spi").glob("*")), "its bus runs"
 
 
 def test_a_second_start_tells_the_first_and_ends(desktop, launch):
