@@ -5,12 +5,14 @@ import re
 from typing import NamedTuple
 
 import documents
+from remarks import without_remarks
 from tree import Finding
 
 
 class Run(NamedTuple):
     """Run by a file, or by a target of the Makefile ("Makefile:TARGET") that `make test` or
-    `make nightly` comes to. That holds the command itself, or what it says instead."""
+    `make nightly` comes to. That holds the command itself, or what it says instead, where it does
+    something: not in a comment, nor in what it prints."""
     by: str
     says: str = ""
 
@@ -160,7 +162,8 @@ def shown_pictures(tree, path):
 def recipes(tree):
     """The recipes of the Makefile's targets that `make test` and `make nightly` come to."""
     path = pathlib.Path("Makefile")
-    lines = tree.text(path).replace("\\\n", " ").split("\n") if path in tree.paths else []
+    text = without_remarks(path, tree.text(path)) if path in tree.paths else ""
+    lines = text.replace("\\\n", " ").split("\n")
     needs, recipe, targets = {}, {}, []
     for line in lines:
         head = re.match(r"([\w $()/:%-]+?)\s*:(?![:=])(.*)", line)
@@ -189,15 +192,22 @@ def is_come_to(tree, path, made):
         return any(str(path) in recipe for recipe in made.values())
     beside = path.parent / "CMakeLists.txt"
     whole_folder = re.compile(r"-m pytest [^)]*\$\{CMAKE_CURRENT_SOURCE_DIR\}\)")
-    if beside in tree.paths and whole_folder.search(tree.text(beside)):
+    if beside in tree.paths and whole_folder.search(without_remarks(beside, tree.text(beside))):
         return path.name.startswith("test_")
-    runners = [tree.text(each) for each in tree.paths if each.name == "CMakeLists.txt"]
-    runners += [tree.text(each) for each in tree.paths
-                if each.parts[0] == "scripts" and is_come_to(tree, each, made)]
+    runners = [without_remarks(each, tree.text(each)) for each in tree.paths
+               if each.name == "CMakeLists.txt"
+               or (each.parts[0] == "scripts" and is_come_to(tree, each, made))]
     runners += made.values()
     # A list of tests has short names.
     named = re.compile(rf"\b({re.escape(path.name)}|{path.stem.removeprefix('test_')})\b")
     return any(named.search(text) for text in runners)
+
+
+def is_said(words, text):
+    """Whether a text has these words, and not as parts of longer ones."""
+    before = r"(?<![\w-])" if re.match(r"[\w-]", words) else ""
+    after = r"(?![\w-])" if re.search(r"[\w-]$", words) else ""
+    return re.search(before + re.escape(words) + after, text) is not None
 
 
 def breach(tree, command, entry, made):
@@ -208,13 +218,13 @@ def breach(tree, command, entry, made):
     if target:
         text = made.get(target)
     else:
-        text = tree.text(pathlib.Path(name)) if pathlib.Path(name) in tree.paths else None
-        if text is not None and not is_come_to(tree, pathlib.PurePath(name), made):
-            text = None
+        path = pathlib.Path(name)
+        runs = path in tree.paths and is_come_to(tree, path, made)
+        text = without_remarks(path, tree.text(path)) if runs else None
     if text is None:
         return f"no test and no target that runs is called {entry.by}"
     says = entry.says or command
-    return None if says in text else f"{entry.by} does not say {says}"
+    return None if is_said(says, text) else f"{entry.by} does not say {says}"
 
 
 def held_against(tree, shown, table, what):

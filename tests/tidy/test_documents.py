@@ -146,11 +146,11 @@ class DocumentTest(RuleTest):
 
     def test_a_command_is_run_or_it_is_said_why_not(self):
         files = {"Makefile": MAKEFILE, "scripts/run-benches": "bench --all\n",
-                 "scripts/by-hand": "tests/b/by-hand.py\n", "tests/a.py": "make fast\n",
+                 "scripts/by-hand": "tests/b/by-hand.py\n", "tests/a.py": "run('make fast')\n",
                  "tests/CMakeLists.txt": "foreach(name other short)\nrun(a.py)\n",
-                 "tests/test_short.py": "make fast\n", "tests/by-hand.py": "make fast\n",
+                 "tests/test_short.py": "run('make fast')\n", "tests/by-hand.py": "'make fast'\n",
                  "tests/b/CMakeLists.txt": "x -m pytest ${CMAKE_CURRENT_SOURCE_DIR})\n",
-                 "tests/b/test_all.py": "make fast\n", "tests/b/all.py": "make fast\n"}
+                 "tests/b/test_all.py": "run('make fast')\n", "tests/b/all.py": "'make fast'\n"}
 
         def found(text, entry, command="make fast", **others):
             return self.found(lambda tree: commands.commands_are_run(tree, {command: entry}),
@@ -168,6 +168,22 @@ class DocumentTest(RuleTest):
                     Run("tests/by-hand.py"), Run("tests/b/all.py")):
             self.assertEqual(found(shown, bad), wrong, bad)
         self.assertEqual(found("", NotRun("a reason")), wrong, "an entry that nothing shows")
+        for name, mention in (
+                ("tests/a.py", '"""make fast"""\n'), ("tests/a.py", "# make fast\n"),
+                ("tests/a.py", 'def a():\n    """Does make fast."""\n'),
+                ("tests/a.py", 'print("make fast")\n'), ("tests/a.py", 'run("make faster")\n'),
+                ("tests/a.py", 'run("remake fast")\n'),
+                ("scripts/run-benches", "bench  # make fast\n"),
+                ("scripts/run-benches", 'echo "next: make fast" >&2\n')):
+            self.assertEqual(found(shown, Run(name), **{name: mention}), wrong, mention)
+        for name, doing in (
+                ("tests/a.py", 'A = "#"; run("make fast")  # ä\n'),
+                ("tests/a.py", 'print("ä"); run(f"make fast")\n'),
+                ("scripts/run-benches", "echo '== a # b' && make fast\n"),
+                ("scripts/run-benches", "printf '%s' \"$#\" | make fast\n")):
+            self.assertEqual(found(shown, Run(name), **{name: doing}), [], doing)
+        self.assertEqual(found(shown, Run("tests/a.py"), **{
+            "tests/CMakeLists.txt": "# run(a.py)\n"}), wrong, "a test that is switched off")
         self.assertEqual(found("\n    make slow\n", NotRun("a reason")), ["README.md:2", *wrong])
 
     def test_commands_are_known_wherever_they_are_shown(self):
