@@ -82,10 +82,11 @@ set(VORLIN_MIL_SOURCES
     Weights/WeightFile.cpp
 )
 
-# Compiled once for each processor target.
+# Compiled once for each processor target, or made of loops that the compiler turns into vectors.
 set(VORLIN_MIL_VECTOR_SOURCES
     Kernels/Elementwise/Conversion.cpp
     Kernels/Elementwise/Fast.cpp
+    Kernels/Elementwise/Selection.cpp
     Kernels/Movement/Transpose.cpp
     Kernels/Normalisation/RowFast.cpp
     Kernels/Product/DotKernels.cpp
