@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <numeric>
 #include <random>
 #include <vector>
 
@@ -188,6 +189,17 @@ TEST(IntegerRoundingTest, halvesBetweenStepsGoToTheEvenOne)
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         EXPECT_EQ(bytes[i] - 128, wanted[i % wanted.size()]) << i;
     }
+}
+
+TEST(IntegerRoundingTest, sumsOfBytesAreThoseOfPlainArithmetic)
+{
+    for (std::int64_t count = 0; count < 200; ++count) {
+        const auto some = numbers<std::int8_t>(count, -128, 127);
+        const auto wanted = std::accumulate(some.begin(), some.end(), std::int32_t{0});
+        ASSERT_EQ(sumOfBytes(some.data(), count), wanted) << count;
+    }
+    const std::vector<std::int8_t> lowest(100000, -128);
+    EXPECT_EQ(sumOfBytes(lowest.data(), 100000), -12800000);
 }
 
 TEST(IntegerRoundingTest, whatIsNotFiniteIsNoticed)

@@ -64,6 +64,32 @@ std::int64_t largestOfColumns(const float* rows, std::int64_t stride, std::int64
     return j;
 }
 
+#if HWY_TARGET == HWY_SCALAR
+std::int64_t sumBytes(const std::int8_t* /*numbers*/, std::int64_t /*count*/, std::int32_t* sum)
+{
+    *sum = 0;
+    return 0;
+}
+#else
+std::int64_t sumBytes(const std::int8_t* numbers, std::int64_t count, std::int32_t* sum)
+{
+    const hn::ScalableTag<std::uint8_t> bytes;
+    const hn::Repartition<std::uint64_t, decltype(bytes)> eights;
+    const auto lanes = static_cast<std::int64_t>(hn::Lanes(bytes));
+    // Sums of neighbours exist for numbers without a sign only: 128 more each.
+    const auto more = hn::Set(bytes, 0x80);
+    auto sums = hn::Zero(eights);
+    std::int64_t i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        const auto some = hn::LoadU(bytes, reinterpret_cast<const std::uint8_t*>(numbers) + i);
+        sums = hn::Add(sums, hn::SumsOf8(hn::Xor(some, more)));
+    }
+    const auto all = static_cast<std::int64_t>(hn::GetLane(hn::SumOfLanes(eights, sums)));
+    *sum = static_cast<std::int32_t>(all - 128 * i);
+    return i;
+}
+#endif
+
 /// Nothing is left where the inverse is 0, whatever the numbers are.
 HWY_INLINE hn::Vec<Integers> rounded(const float* values, hn::Vec<Floats> inverse)
 {
@@ -156,6 +182,7 @@ HWY_EXPORT(largestOfColumns);
 HWY_EXPORT(roundToBytes);
 HWY_EXPORT(roundToFours);
 HWY_EXPORT(scaleSums);
+HWY_EXPORT(sumBytes);
 
 std::uint32_t magnitudeBits(float value)
 {
@@ -202,6 +229,15 @@ void largestOfColumns(const float* rows, std::int64_t stride, std::int64_t count
         }
         largest[j] = std::bit_cast<float>(most);
     }
+}
+
+std::int32_t sumOfBytes(const std::int8_t* numbers, std::int64_t count)
+{
+    std::int32_t sum = 0;
+    for (std::int64_t i = HWY_DYNAMIC_DISPATCH(sumBytes)(numbers, count, &sum); i < count; ++i) {
+        sum += numbers[i];
+    }
+    return sum;
 }
 
 std::int32_t roundToBytes(const float* values, std::int64_t count, float inverse, std::int32_t zero,

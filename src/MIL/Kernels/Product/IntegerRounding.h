@@ -25,6 +25,9 @@ float largestMagnitude(const float* values, std::int64_t count);
 void largestOfColumns(const float* rows, std::int64_t stride, std::int64_t count,
                       std::int64_t columns, float* largest);
 
+/// The sum of at most 2^24 integers.
+std::int32_t sumOfBytes(const std::int8_t* numbers, std::int64_t count);
+
 /// out[i] = values[i] * inverse to the nearest integer, plus `zero`, in 8 bits. Returns the sum of
 /// the integers, without the zeros.
 std::int32_t roundToBytes(const float* values, std::int64_t count, float inverse, std::int32_t zero,

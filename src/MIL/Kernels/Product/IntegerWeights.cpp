@@ -12,11 +12,6 @@ namespace {
 /// Numbers that are rounded together.
 constexpr std::int64_t chunk = 1024;
 
-std::int32_t sumOf(const std::int8_t* numbers, std::int64_t count)
-{
-    return std::accumulate(numbers, numbers + count, std::int32_t{0});
-}
-
 } // namespace
 
 IntegerRows::IntegerRows(const Call& call, const ProductSize& size, const LeftRows& left)
@@ -62,7 +57,7 @@ void IntegerRows::prepare(const LeftRows& left, std::int64_t row, std::int64_t i
 {
     const auto index = static_cast<std::size_t>(row);
     if (lying != nullptr) {
-        sums[index] = sumOf(lying + row * distance, inner);
+        sums[index] = sumOfBytes(lying + row * distance, inner);
         return;
     }
     alignas(64) float numbers[chunk];
@@ -80,7 +75,7 @@ void IntegerRows::prepare(const LeftRows& left, std::int64_t row, std::int64_t i
     for (std::int64_t k = 0; k < inner; k += chunk) {
         const std::int64_t piece = std::min(chunk, inner - k);
         left.round(row, k, piece, step.inverse, rounded);
-        sums[index] += sumOf(rounded, piece);
+        sums[index] += sumOfBytes(rounded, piece);
     }
 }
 
