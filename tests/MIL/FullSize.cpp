@@ -8,6 +8,7 @@
 #include <cstring>
 #include <fstream>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,7 @@ struct Record {
     double bias = 0;
     double scale = 0;
     bool range = false;
+    std::optional<double> alike{};
 };
 
 std::uint64_t mix(std::uint64_t z)
@@ -49,14 +51,16 @@ std::vector<char> payload(const Record& record)
     for (std::uint64_t i = 0; i < count; ++i) {
         const std::uint64_t z = mix(record.offset + (i + 1) * 0x9E3779B97F4A7C15);
         const double unit = static_cast<double>(z >> 40) / 8388608.0 - 1.0;
-        const double value =
-            record.range ? static_cast<double>(i) : record.bias + record.scale * unit;
+        const double value = record.alike   ? *record.alike
+                             : record.range ? static_cast<double>(i)
+                                            : record.bias + record.scale * unit;
         if (half) {
             append(bytes, narrowOnce(value));
         } else if (single) {
             append(bytes, static_cast<float>(value));
         } else {
-            bytes.push_back(static_cast<char>(record.range ? i : z >> 56));
+            bytes.push_back(static_cast<char>(
+                record.alike || record.range ? static_cast<std::uint64_t>(value) : z >> 56));
         }
     }
     return bytes;
@@ -64,7 +68,7 @@ std::vector<char> payload(const Record& record)
 
 } // namespace
 
-void fillWeights(const std::filesystem::path& bundle)
+void fillWeights(const std::filesystem::path& bundle, const std::map<std::uint64_t, double>& alike)
 {
     const auto table = nlohmann::json::parse(std::ifstream(bundle / "blobs.json"));
     std::filesystem::create_directories(bundle / "weights");
@@ -77,13 +81,16 @@ void fillWeights(const std::filesystem::path& bundle)
     const std::map<std::string, std::uint32_t> codes{{"fp16", 1}, {"fp32", 2},   {"uint8", 3},
                                                      {"int8", 4}, {"uint4", 11}, {"uint6", 13}};
     for (const nlohmann::json& entry : table) {
-        const Record record{.offset = entry.at("offset"),
-                            .type = entry.at("type"),
-                            .bytes = entry.at("bytes"),
-                            .paddingBits = entry.value("padding_bits", std::uint64_t{0}),
-                            .bias = entry.value("bias", 0.0),
-                            .scale = entry.value("scale", 0.0),
-                            .range = entry.value("range", false)};
+        Record record{.offset = entry.at("offset"),
+                      .type = entry.at("type"),
+                      .bytes = entry.at("bytes"),
+                      .paddingBits = entry.value("padding_bits", std::uint64_t{0}),
+                      .bias = entry.value("bias", 0.0),
+                      .scale = entry.value("scale", 0.0),
+                      .range = entry.value("range", false)};
+        if (const auto found = alike.find(record.offset); found != alike.end()) {
+            record.alike = found->second;
+        }
         std::vector<char> bytes;
         append(bytes, std::uint32_t{0xDEADBEEF});
         append(bytes, codes.at(record.type));

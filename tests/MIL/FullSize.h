@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <map>
 
 namespace vorlin::mil::test {
 
@@ -8,6 +10,8 @@ namespace vorlin::mil::test {
 /// the record at offset M comes from z = mix(M + (i + 1) 0x9E3779B97F4A7C15), where mix is the
 /// finaliser of splitmix64: bytes are z >> 56, floating numbers
 /// bias + scale ((z >> 40) / 2^23 - 1), rounded once. A record marked "range" holds 0, 1, 2, ...
-void fillWeights(const std::filesystem::path& bundle);
+/// The numbers of those at an offset in `alike` are all what stands there.
+void fillWeights(const std::filesystem::path& bundle,
+                 const std::map<std::uint64_t, double>& alike = {});
 
 } // namespace vorlin::mil::test

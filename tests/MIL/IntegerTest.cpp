@@ -1,6 +1,7 @@
 // Products in 8 bits: every vector form against the plain one, bit for bit, and the whole product
 // against its definition.
 #include "IntegerStandIn.h"
+#include "MIL/Execution/WorkerPool.h"
 #include "MIL/Graph/Operation.h"
 #include "MIL/Kernels/Product/IntegerProduct.h"
 #include "MIL/Kernels/Product/IntegerRounding.h"
@@ -270,11 +271,14 @@ protected:
     };
 
     std::vector<float> multiplied(const Size& size, const LeftRows& left,
-                                  const std::vector<float>& b, bool columnsLie) const
+                                  const std::vector<float>& b, bool columnsLie,
+                                  std::size_t threads = 1) const
     {
         std::vector<std::byte> scratch;
+        WorkerPool pool;
         Execution execution;
-        execution.threads = 1;
+        execution.pool = &pool;
+        execution.threads = threads;
         execution.scratch = &scratch;
         const OperationKind kind{};
         const Call::Operands operands;
@@ -386,6 +390,26 @@ TEST_P(IntegerProductTest, storedIntegersAreMultipliedAsTheyLie)
         }
         for (const bool lie : {true, false}) {
             expectProduct(size, q, rowScales, b, lie, multiplied(size, left, b, lie));
+        }
+    }
+}
+
+/// The largest products of the encoder, for 3 s and for 15 s.
+TEST_P(IntegerProductTest, threadsTogetherGiveWhatOneGives)
+{
+    for (const Size& size : {Size{4096, 1024, 40}, Size{1024, 4096, 188}}) {
+        const std::vector<float> b = floats(size.inner * size.columns, 3);
+        const std::vector<float> a = floats(size.rows * size.inner, 0.1f);
+        const MatrixRows left({{{ElementType::fp32, {size.rows, size.inner}},
+                                reinterpret_cast<const std::byte*>(a.data())},
+                               nullptr,
+                               0,
+                               size.inner,
+                               1});
+        for (const bool lie : {true, false}) {
+            const std::vector<float> alone = multiplied(size, left, b, lie);
+            EXPECT_TRUE(multiplied(size, left, b, lie, 2) == alone);
+            EXPECT_TRUE(multiplied(size, left, b, lie, 7) == alone);
         }
     }
 }
