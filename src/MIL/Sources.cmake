@@ -47,6 +47,7 @@ set(VORLIN_MIL_SOURCES
     Kernels/Product/Attention.cpp
     Kernels/Product/DotKernels.cpp
     Kernels/Product/Finish.cpp
+    Kernels/Product/FinishKernels.cpp
     Kernels/Product/IntegerKernels.cpp
     Kernels/Product/IntegerProduct.cpp
     Kernels/Product/IntegerRounding.cpp
@@ -90,6 +91,7 @@ set(VORLIN_MIL_VECTOR_SOURCES
     Kernels/Movement/Transpose.cpp
     Kernels/Normalisation/RowFast.cpp
     Kernels/Product/DotKernels.cpp
+    Kernels/Product/FinishKernels.cpp
     Kernels/Product/IntegerRounding.cpp
     Kernels/Product/MultiplyKernels.cpp
     Kernels/Reduction/FirstLargest.cpp

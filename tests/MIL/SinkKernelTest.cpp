@@ -2,10 +2,13 @@
 #include "MIL/Half.h"
 #include "MIL/Kernels/Elementwise/Elements.h"
 #include "MIL/Kernels/Movement/Transpose.h"
+#include "MIL/Kernels/Product/Finish.h"
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <random>
 #include <vector>
@@ -79,6 +82,151 @@ TEST_F(ProductSinkTest, scaledElementsAreTakenFromAnyStride)
             ASSERT_EQ(values, wanted) << count << " with stride " << stride;
         }
     }
+}
+
+namespace {
+
+/// Rows of a tensor with what is done to them, in one pass and one by one.
+class FinishedRowsTest : public ProductSinkTest {
+protected:
+    static constexpr std::int64_t rows = 3;
+
+    std::size_t below(std::size_t count) { return random() % count; }
+
+    std::vector<std::byte> tensorOf(const std::vector<float>& numbers) const
+    {
+        std::vector<std::byte> bytes(numbers.size() * (element == ElementType::fp16 ? 2 : 4));
+        const TensorBuffer buffer{{element, {static_cast<std::int64_t>(numbers.size())}},
+                                  bytes.data()};
+        storeFloats(buffer, 0, buffer.elements(), numbers.data());
+        return bytes;
+    }
+
+    /// A random function, its other operand one of `others`, repeating after one of `periods`.
+    Finish::Step step(const std::vector<std::byte>& other, const std::vector<std::int64_t>& periods)
+    {
+        using enum UnaryFunction;
+        static constexpr UnaryFunction unary[] = {
+            absolute, square, hyperbolicTangent, silu, sigmoid, relu, relu6,
+            clip,     square, threshold};
+        static constexpr BinaryFunction binary[] = {BinaryFunction::add, BinaryFunction::subtract,
+                                                    BinaryFunction::multiply,
+                                                    BinaryFunction::divide};
+        if (below(2) == 0) {
+            return {UnaryLink{unary[below(std::size(unary))], -0.5, 0.5}, {}, false};
+        }
+        const std::int64_t period = periods[below(periods.size())];
+        return {
+            binary[below(std::size(binary))], {{element, {period}}, other.data()}, below(2) == 0};
+    }
+
+    /// What each step gives alone, of the whole tensor `out`.
+    void finishOneByOne(const Finish& finish, const FinishedRows& task, std::vector<float> values,
+                        std::vector<std::byte>& out) const
+    {
+        const TensorBuffer buffer{{element, {static_cast<std::int64_t>(out.size())}}, out.data()};
+        for (std::int64_t i = 0; i < task.rows; ++i) {
+            float* const row = values.data() + i * task.stride;
+            if (task.addends != nullptr) {
+                addFloats(row, task.columns, task.addends + i * task.addendRows,
+                          task.addendColumns == 0);
+            }
+            const std::int64_t place = task.place + i * task.placeStride;
+            finish.apply(place, task.columns, row);
+            storeFloats(buffer, place, task.columns, row);
+        }
+    }
+
+    ElementType element = ElementType::fp32;
+};
+
+} // namespace
+
+TEST_F(FinishedRowsTest, onePassGivesWhatTheStepsGiveOneByOne)
+{
+    for (int round = 0; round < 4000; ++round) {
+        element = round % 2 == 0 ? ElementType::fp16 : ElementType::fp32;
+        const auto columns = static_cast<std::int64_t>(1 + below(150));
+        const std::int64_t place = static_cast<std::int64_t>(below(40));
+        const std::int64_t placeStride = columns + static_cast<std::int64_t>(below(5));
+        const std::int64_t stride = columns + static_cast<std::int64_t>(below(3));
+        const std::int64_t all = place + rows * placeStride;
+        const std::vector<float> values = floats(static_cast<std::size_t>(rows * stride));
+        const std::vector<float> addends = floats(static_cast<std::size_t>(columns + rows));
+        const std::vector<std::byte> other = tensorOf(floats(static_cast<std::size_t>(all)));
+        Finish finish;
+        finish.reset(element);
+        const std::size_t steps = below(mostPasses + 1);
+        for (std::size_t i = 0; i < steps; ++i) {
+            finish.add(step(other, {1, 1 + static_cast<std::int64_t>(below(30)), all}));
+        }
+        ASSERT_TRUE(finish.inOnePass().has_value());
+        const std::size_t kind = below(4); // none, one for all, for each row, for each column
+        FinishedRows task{.values = values.data(),
+                          .stride = stride,
+                          .rows = rows,
+                          .columns = columns,
+                          .place = place,
+                          .placeStride = placeStride,
+                          .addends = kind == 0 ? nullptr : addends.data(),
+                          .addendRows = kind == 2 ? 1 : 0,
+                          .addendColumns = kind == 3 ? 1 : 0,
+                          .passes = *finish.inOnePass(),
+                          .halves = element == ElementType::fp16};
+        std::vector<std::byte> wanted = tensorOf(floats(static_cast<std::size_t>(all) + 20));
+        std::vector<std::byte> got = wanted;
+        finishOneByOne(finish, task, values, wanted);
+        task.out = got.data();
+        finishRows(task);
+        ASSERT_TRUE(got == wanted) << "round " << round;
+    }
+}
+
+TEST_F(FinishedRowsTest, resultsMayLieWhereAnOperandWas)
+{
+    for (const ElementType type : {ElementType::fp16, ElementType::fp32}) {
+        element = type;
+        for (std::int64_t columns = 1; columns < 150; ++columns) {
+            const std::vector<float> values = floats(static_cast<std::size_t>(columns));
+            std::vector<std::byte> got = tensorOf(floats(static_cast<std::size_t>(columns)));
+            std::vector<std::byte> wanted = got;
+            const auto finishOver = [&](const std::vector<std::byte>& other) {
+                Finish finish;
+                finish.reset(type);
+                finish.add({BinaryFunction::add, {{type, {columns}}, other.data()}, false});
+                return finish;
+            };
+            FinishedRows task{.values = values.data(),
+                              .rows = 1,
+                              .columns = columns,
+                              .out = got.data(),
+                              .halves = type == ElementType::fp16};
+            finishOneByOne(finishOver(wanted), task, values, wanted);
+            const Finish finish = finishOver(got);
+            task.passes = *finish.inOnePass();
+            finishRows(task);
+            ASSERT_TRUE(got == wanted) << columns;
+        }
+    }
+}
+
+TEST_F(FinishedRowsTest, functionsWithoutVectorsAndLongChainsGoOneByOne)
+{
+    Finish finish;
+    finish.reset(ElementType::fp16);
+    finish.add({UnaryLink{UnaryFunction::relu}, {}, false});
+    EXPECT_TRUE(finish.inOnePass().has_value());
+    finish.add({UnaryLink{UnaryFunction::floor}, {}, false});
+    EXPECT_FALSE(finish.inOnePass().has_value());
+    finish.add({UnaryLink{UnaryFunction::relu}, {}, false});
+    EXPECT_FALSE(finish.inOnePass().has_value());
+    finish.reset(ElementType::fp16);
+    for (std::size_t i = 0; i < mostPasses; ++i) {
+        finish.add({UnaryLink{UnaryFunction::relu}, {}, false});
+    }
+    EXPECT_TRUE(finish.inOnePass().has_value());
+    finish.add({UnaryLink{UnaryFunction::relu}, {}, false});
+    EXPECT_FALSE(finish.inOnePass().has_value());
 }
 
 TEST_F(ProductSinkTest, shortsAreTurnedAndNothingBesideThemIsWritten)

@@ -113,6 +113,7 @@ void runDepthwise(const Call& call, const Convolution& c)
 {
     const TensorView& x = call.input("x");
     const MatrixRows weights({call.type("weight"), call.stored("weight"), 0, c.taps, 1});
+    const MatrixSink sink({call.output(), 0, c.outPlane(), 1}, nullptr, call.finish());
     const std::int64_t perChannel = c.filters / c.channels;
     call.parallel(c.batch * c.filters, rowGrain(c.outPlane() * c.taps / 4),
                   [&](std::int64_t begin, std::int64_t end) {
@@ -132,10 +133,7 @@ void runDepthwise(const Call& call, const Convolution& c)
                           const double bias =
                               call.has("bias") ? call.input("bias").number(filter) : 0;
                           convolvePlane(call, c.windows, in, taps, static_cast<float>(bias), out);
-                          if (call.finish() != nullptr) {
-                              call.finish()->apply(i * c.outPlane(), c.outPlane(), out);
-                          }
-                          storeFloats(call.output(), i * c.outPlane(), c.outPlane(), out);
+                          sink.store(i, 1, 0, c.outPlane(), out, c.outPlane());
                       }
                   });
 }

@@ -6,7 +6,7 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
-#include "MIL/Kernels/Elementwise/VectorMath-inl.h"
+#include "MIL/Kernels/Elementwise/VectorFunctions-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace vorlin::mil {
@@ -34,86 +34,22 @@ HWY_INLINE void mapVectors(const Function& function, const float* in, std::int64
     }
 }
 
-struct Absolute {
-    HWY_INLINE Vector operator()(Vector x) const { return hn::Abs(x); }
-};
-struct Square {
-    HWY_INLINE Vector operator()(Vector x) const { return hn::Mul(x, x); }
-};
-struct Root {
-    HWY_INLINE Vector operator()(Vector x) const { return hn::Sqrt(x); }
-};
-struct Exponential {
-    HWY_INLINE Vector operator()(Vector x) const { return exponential(x); }
-};
-struct HyperbolicTangent {
-    HWY_INLINE Vector operator()(Vector x) const { return hyperbolicTangentOf(x); }
-};
-struct Sigmoid {
-    HWY_INLINE Vector operator()(Vector x) const { return sigmoidOf(x); }
-};
-struct Silu {
-    HWY_INLINE Vector operator()(Vector x) const
+struct MapVectors {
+    const float* in;
+    std::int64_t count;
+    float* out;
+    template <class Function>
+    HWY_INLINE void operator()(const Function& function) const
     {
-        const Floats d;
-        const Vector usual = hn::Mul(x, sigmoidOf(x));
-        const auto far = hn::Lt(x, hn::Set(d, -80.0f));
-        if (hn::AllFalse(d, far)) {
-            return usual;
-        }
-        // There x e^x is meant, and e^x alone has few digits left.
-        const Vector root = exponential(hn::Mul(x, hn::Set(d, 0.5f)));
-        return hn::IfThenElse(far, hn::Mul(hn::Mul(x, root), root), usual);
-    }
-};
-/// min(max(x, low), high), where not-a-number stays.
-struct Bound {
-    float low;
-    float high;
-    HWY_INLINE Vector operator()(Vector x) const
-    {
-        const Floats d;
-        const Vector l = hn::Set(d, low);
-        const Vector h = hn::Set(d, high);
-        const Vector raised = hn::IfThenElse(hn::Lt(x, l), l, x);
-        return hn::IfThenElse(hn::Gt(raised, h), h, raised);
+        mapVectors(function, in, count, out);
     }
 };
 
 bool mapUnary(UnaryFunction function, float alpha, float beta, const float* in, std::int64_t count,
               float* out)
 {
-    constexpr float infinity = __builtin_inff();
-    switch (function) {
-    case UnaryFunction::absolute: mapVectors(Absolute(), in, count, out); return true;
-    case UnaryFunction::square: mapVectors(Square(), in, count, out); return true;
-    case UnaryFunction::squareRoot: mapVectors(Root(), in, count, out); return true;
-    case UnaryFunction::exponential: mapVectors(Exponential(), in, count, out); return true;
-    case UnaryFunction::hyperbolicTangent:
-        mapVectors(HyperbolicTangent(), in, count, out);
-        return true;
-    case UnaryFunction::sigmoid: mapVectors(Sigmoid(), in, count, out); return true;
-    case UnaryFunction::silu: mapVectors(Silu(), in, count, out); return true;
-    case UnaryFunction::relu: mapVectors(Bound{0, infinity}, in, count, out); return true;
-    case UnaryFunction::relu6: mapVectors(Bound{0, 6}, in, count, out); return true;
-    case UnaryFunction::clip: mapVectors(Bound{alpha, beta}, in, count, out); return true;
-    case UnaryFunction::threshold: mapVectors(Bound{alpha, infinity}, in, count, out); return true;
-    default: return false;
-    }
+    return withUnary(function, alpha, beta, MapVectors{in, count, out});
 }
-
-struct Add {
-    HWY_INLINE Vector operator()(Vector x, Vector y) const { return hn::Add(x, y); }
-};
-struct Subtract {
-    HWY_INLINE Vector operator()(Vector x, Vector y) const { return hn::Sub(x, y); }
-};
-struct Multiply {
-    HWY_INLINE Vector operator()(Vector x, Vector y) const { return hn::Mul(x, y); }
-};
-struct Divide {
-    HWY_INLINE Vector operator()(Vector x, Vector y) const { return hn::Div(x, y); }
-};
 
 template <class Function>
 HWY_INLINE void mapPairs(const Function& function, const float* x, const float* y,
@@ -130,16 +66,22 @@ HWY_INLINE void mapPairs(const Function& function, const float* x, const float* 
     }
 }
 
+struct MapPairs {
+    const float* x;
+    const float* y;
+    std::int64_t count;
+    float* out;
+    template <class Function>
+    HWY_INLINE void operator()(const Function& function) const
+    {
+        mapPairs(function, x, y, count, out);
+    }
+};
+
 bool mapBinary(BinaryFunction function, const float* x, const float* y, std::int64_t count,
                float* out)
 {
-    switch (function) {
-    case BinaryFunction::add: mapPairs(Add(), x, y, count, out); return true;
-    case BinaryFunction::subtract: mapPairs(Subtract(), x, y, count, out); return true;
-    case BinaryFunction::multiply: mapPairs(Multiply(), x, y, count, out); return true;
-    case BinaryFunction::divide: mapPairs(Divide(), x, y, count, out); return true;
-    default: return false;
-    }
+    return withBinary(function, MapPairs{x, y, count, out});
 }
 
 } // namespace HWY_NAMESPACE

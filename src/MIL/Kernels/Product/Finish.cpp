@@ -6,6 +6,29 @@
 
 namespace vorlin::mil {
 
+void Finish::add(const Step& step)
+{
+    const bool binary = std::holds_alternative<BinaryFunction>(step.link);
+    const bool fits = !binary || step.other.type.element == element;
+    if (fits && passes.size() == steps.size() && passes.size() < mostPasses &&
+        knowsPass(step.link)) {
+        FinishPass pass{.link = step.link, .other = step.other.data, .otherFirst = step.otherFirst};
+        if (binary) {
+            pass.period = step.other.elements();
+        }
+        if (binary && pass.period == 1) {
+            loadFloats(step.other, 0, 1, &pass.value);
+        }
+        passes.push_back(pass);
+    }
+    steps.push_back(step);
+}
+
+std::optional<std::span<const FinishPass>> Finish::inOnePass() const
+{
+    return passes.size() == steps.size() ? std::optional(std::span(passes)) : std::nullopt;
+}
+
 void Finish::apply(std::int64_t first, std::int64_t count, float* values) const
 {
     for (const Step& step : steps) {

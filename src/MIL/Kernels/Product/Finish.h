@@ -1,10 +1,13 @@
 #pragma once
 
 #include "MIL/Kernels/Elementwise/Link.h"
+#include "MIL/Kernels/Product/FinishKernels.h"
 #include "MIL/Tensor.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <vector>
 
 namespace vorlin::mil {
@@ -28,9 +31,12 @@ public:
     {
         element = type;
         steps.clear();
+        passes.clear();
     }
-    void add(const Step& step) { steps.push_back(step); }
-    bool empty() const { return steps.empty(); }
+    void add(const Step& step);
+
+    /// The operations as `finishRows` takes them, if it knows all of them.
+    std::optional<std::span<const FinishPass>> inOnePass() const;
 
     /// Turns the elements [first, first + count) of the product, not yet rounded, into those of the
     /// last operation, not yet rounded either. Any thread, several pieces at once.
@@ -41,6 +47,7 @@ private:
 
     ElementType element = ElementType::fp32;
     std::vector<Step> steps;
+    std::vector<FinishPass> passes; // of the first steps that can be such
 };
 
 } // namespace vorlin::mil

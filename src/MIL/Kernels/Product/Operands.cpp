@@ -142,11 +142,8 @@ public:
         }
     }
 
-    /// From that row on; null where there are none.
-    const float* from(std::int64_t row) const
-    {
-        return none ? nullptr : values + (single ? 0 : row);
-    }
+    /// Null where there are none.
+    const float* numbers() const { return none ? nullptr : values; }
 
     const bool none;
     const bool single;
@@ -157,25 +154,41 @@ private:
 
 } // namespace
 
-void MatrixSink::storePiece(std::int64_t place, std::int64_t count, const float* addends,
-                            bool single, float* values) const
+/// `values` are those of `rows`, which may be changed.
+void MatrixSink::storePieces(FinishedRows rows, float* values) const
 {
-    if (addends != nullptr) {
-        addFloats(values, count, addends, single);
+    rows.values = values;
+    rows.out = target.tensor.data;
+    rows.halves = target.tensor.type.element == ElementType::fp16;
+    if (passes) {
+        rows.passes = *passes;
+        finishRows(rows);
+        return;
     }
-    if (finish != nullptr) {
-        finish->apply(place, count, values);
+    for (std::int64_t i = 0; i < rows.rows; ++i) {
+        float* const row = values + i * rows.stride;
+        const std::int64_t place = rows.place + i * rows.placeStride;
+        if (rows.addends != nullptr) {
+            addFloats(row, rows.columns, rows.addends + i * rows.addendRows,
+                      rows.addendColumns == 0);
+        }
+        finish->apply(place, rows.columns, row);
+        storeFloats(target.tensor, place, rows.columns, row);
     }
-    storeFloats(target.tensor, place, count, values);
 }
 
 void MatrixSink::storeRows(std::int64_t firstRow, std::int64_t rows, std::int64_t base,
                            std::int64_t columns, float* tile, std::int64_t stride) const
 {
     const Biases biases(bias, firstRow, rows);
-    for (std::int64_t i = 0; i < rows; ++i) {
-        storePiece(base + i * target.rowStride, columns, biases.from(i), true, tile + i * stride);
-    }
+    storePieces({.stride = stride,
+                 .rows = rows,
+                 .columns = columns,
+                 .place = base,
+                 .placeStride = target.rowStride,
+                 .addends = biases.numbers(),
+                 .addendRows = biases.single ? 0 : 1},
+                tile);
 }
 
 void MatrixSink::storeTurned(std::int64_t firstRow, std::int64_t rows, std::int64_t base,
@@ -188,10 +201,14 @@ void MatrixSink::storeTurned(std::int64_t firstRow, std::int64_t rows, std::int6
         const std::int64_t together = std::min(group, columns - j);
         // NOLINTNEXTLINE(readability-suspicious-call-argument)
         transposeFloats(tile + j, stride, rows, together, piece, mostRows);
-        for (std::int64_t c = 0; c < together; ++c) {
-            storePiece(base + (j + c) * target.columnStride, rows, biases.from(0), biases.single,
-                       piece + c * mostRows);
-        }
+        storePieces({.stride = mostRows,
+                     .rows = together,
+                     .columns = rows,
+                     .place = base + j * target.columnStride,
+                     .placeStride = target.columnStride,
+                     .addends = biases.numbers(),
+                     .addendColumns = biases.single ? 0 : 1},
+                    piece);
     }
 }
 

@@ -3,6 +3,9 @@
 #include "MIL/Kernels/Product/Finish.h"
 #include "MIL/Kernels/Product/Multiply.h"
 
+#include <optional>
+#include <span>
+
 namespace vorlin::mil {
 
 /// A matrix inside a dense or stored tensor: element (i, j) is the flat element
@@ -55,7 +58,8 @@ public:
     };
     /// `bias` may be null; it has one number or one for each row of C.
     MatrixSink(const Target& target, const TensorView* bias, const Finish* finish = nullptr)
-        : target(target), bias(bias), finish(finish)
+        : target(target), bias(bias), finish(finish),
+          passes(finish != nullptr ? finish->inOnePass() : std::span<const FinishPass>())
     {
     }
     void store(std::int64_t firstRow, std::int64_t rows, std::int64_t firstColumn,
@@ -66,12 +70,12 @@ private:
                    std::int64_t columns, float* tile, std::int64_t stride) const;
     void storeTurned(std::int64_t firstRow, std::int64_t rows, std::int64_t base,
                      std::int64_t columns, const float* tile, std::int64_t stride) const;
-    void storePiece(std::int64_t place, std::int64_t count, const float* addends, bool single,
-                    float* values) const;
+    void storePieces(FinishedRows rows, float* values) const;
 
     const Target target;
     const TensorView* bias;
     const Finish* finish;
+    const std::optional<std::span<const FinishPass>> passes;
 };
 
 } // namespace vorlin::mil
