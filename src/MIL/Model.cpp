@@ -129,6 +129,15 @@ void Model::readWeights(const std::atomic<bool>& stop) const
     implementation->graph.files.readIn(stop);
 }
 
+void Model::prepare(const std::atomic<bool>& stop) const
+{
+    bool more = true;
+    for (std::size_t piece = 0; more && !stop; ++piece) {
+        const std::lock_guard guard(implementation->turn);
+        more = implementation->executor.prepare(piece, stop);
+    }
+}
+
 /// Computes at a length, or at the full one if it is 0, what is arranged. Under the hold of `turn`.
 void Model::Implementation::run(std::int64_t length, Look look, const std::atomic<bool>* stop,
                                 Urgency urgency)

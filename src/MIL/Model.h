@@ -130,6 +130,11 @@ public:
     /// system to map them; gives up soon after `stop` became true. Beside predictions.
     void readWeights(const std::atomic<bool>& stop) const;
 
+    /// Makes what the first prediction would have to make and later ones keep: threads, buffers,
+    /// and what products in 8 bits know of constant weights. Gives up soon after `stop` became
+    /// true. Predictions wait for a piece of it at most, some milliseconds.
+    void prepare(const std::atomic<bool>& stop) const;
+
     /// Computes the outputs, in the order of `outputs()`. `inputs` holds every input once, in
     /// any order, with exactly the declared element type and shape (where the declaration leaves
     /// an extent open, any that is accepted). Throws Error for other inputs and for operands the

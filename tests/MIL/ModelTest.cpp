@@ -8,7 +8,10 @@
 #include <cmath>
 #include <fstream>
 #include <limits>
+#include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 namespace vorlin::mil::test {
 
@@ -405,6 +408,33 @@ TEST(NpyTest, whatTheHeaderDoesNotSayIsNotGuessed)
         EXPECT_THROW(readWritten(version, "{'descr': '<i4', 'fortran_order': False, "
                                           "'shape': (2, 3), }"),
                      Error);
+    }
+}
+
+TEST(ModelTest, threadsTogetherGiveWhatOneGives)
+{
+    // Fewer columns than a panel has.
+    const TemporaryFolder folder;
+    const std::vector<std::pair<Shape, const char*>> operands{
+        {{40, 700}, "transpose_x = bool(false), transpose_y = bool(true)"},
+        {{700, 40}, "transpose_x = bool(true), transpose_y = bool(false)"}};
+    for (const auto& [shape, transposed] : operands) {
+        writeBundle(folder.path, programOf("tensor<fp32, " + describe(shape) + ">",
+                                           "tensor<fp32, [40, 40]> y = matmul(x = x, y = x, " +
+                                               std::string(transposed) + ");\n"));
+        std::vector<float> x;
+        for (std::int64_t i = 0; i < elementCount(shape); ++i) {
+            x.push_back(static_cast<float>(i * 31 % 97 - 48));
+        }
+        std::vector<float> alone;
+        for (const std::size_t threads : {1U, 2U, 7U}) {
+            Model model = Model::load(folder.path, {.threads = threads});
+            const auto y = floatsOf(model.predict({{{"x", viewOf(x, shape)}}}).front());
+            if (threads == 1) {
+                alone = y;
+            }
+            EXPECT_EQ(y, alone) << threads << " threads";
+        }
     }
 }
 

@@ -184,6 +184,34 @@ void Executor::run(std::span<const TensorView> inputs, std::int64_t length,
     }
 }
 
+bool Executor::prepare(std::size_t piece, const std::atomic<bool>& stop)
+{
+    turnTo(0);
+    const std::span<const Node> nodes = procedures.front().nodes;
+    if (piece == 0) {
+        foreground->run(execution.threads, execution.threads, [](std::size_t) {});
+        const std::size_t bytes = procedures.front().plan.arenaBytes + alignment;
+        if (arena.size() < bytes) {
+            std::memset(arena.ensure(bytes), 0, bytes);
+        }
+        return !nodes.empty();
+    }
+    const Node& node = nodes[piece - 1];
+    if (node.kind->prepare != nullptr && node.known) {
+        outputs.clear();
+        execution.stop = &stop;
+        execution.pool = background.get();
+        try {
+            node.kind->prepare(
+                {*node.kind, node.operands, graph.opset, values, outputs, execution});
+        } catch (const Stopped&) { // NOLINT(bugprone-empty-catch): somebody wants to get on
+        } catch (const Error&) {   // NOLINT(bugprone-empty-catch): predictions will say so
+        }
+        execution.stop = nullptr;
+    }
+    return piece < nodes.size();
+}
+
 /// Runs the nodes [first, last).
 void Executor::runStep(std::size_t first, std::size_t last)
 {

@@ -67,6 +67,10 @@ public:
     void run(std::span<const TensorView> inputs, std::int64_t length, const std::atomic<bool>* stop,
              WorkerPool::Kind urgency = WorkerPool::Kind::foreground);
 
+    /// Makes one piece of what the first prediction at full length would make and later ones keep,
+    /// counted from 0. False behind the last one.
+    bool prepare(std::size_t piece, const std::atomic<bool>& stop);
+
     const TensorView& output(std::size_t position) const;
 
     /// Bytes the planned buffers take.

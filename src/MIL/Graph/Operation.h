@@ -72,6 +72,9 @@ struct OperationKind {
     RunPart part = nullptr;
     LinkOf link = nullptr;
     TakesFinish takesFinish = nullptr;
+    /// Makes what the first run would make of constants and keep. Looks at types and constants
+    /// only.
+    Run prepare = nullptr;
     std::vector<Parameter> parameters{}; // filled from the signature
 
     /// Computes the call's outputs on its threads.

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <exception>
 #include <functional>
+#include <memory>
 #include <new>
 #include <span>
 #include <system_error>
@@ -29,33 +30,44 @@ public:
     using mil::Error::Error;
 };
 
-/// Reads a model's weights in as long as it lives, giving way to all ordinary work.
-class ReadAhead {
+/// Gets a model ready for its first prediction as long as it lives, giving way to all ordinary
+/// work.
+class Preparation {
 public:
-    explicit ReadAhead(const mil::Model& model)
+    explicit Preparation(std::shared_ptr<const mil::Model> model)
     {
         try {
-            reader = std::thread([this, &model] {
+            // Nobody waits for the thread, which may hang on a disk; the model goes with the last.
+            std::thread([state = state, model = std::move(model)] {
                 lowerOwnPriority();
-                model.readWeights(stopping);
-            });
+                try {
+                    model->readWeights(state->ended);
+                    model->prepare(state->asked);
+                } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
+                    // Too little memory: predictions will say so.
+                }
+            }).detach();
         } catch (const std::system_error&) { // NOLINT(bugprone-empty-catch)
-            // No thread is left: predictions read what they need.
+            // No thread is left: predictions make what they need.
         }
     }
-    ReadAhead(const ReadAhead&) = delete;
-    ReadAhead& operator=(const ReadAhead&) = delete;
-    ~ReadAhead()
+    Preparation(const Preparation&) = delete;
+    Preparation& operator=(const Preparation&) = delete;
+    ~Preparation()
     {
-        stopping = true;
-        if (reader.joinable()) {
-            reader.join();
-        }
+        state->ended = true;
+        state->asked = true;
     }
 
+    /// From the first request on, predictions make what they need: none shall wait for the rest.
+    void giveWay() { state->asked = true; }
+
 private:
-    std::atomic<bool> stopping = false;
-    std::thread reader;
+    struct State {
+        std::atomic<bool> ended = false;
+        std::atomic<bool> asked = false;
+    };
+    const std::shared_ptr<State> state = std::make_shared<State>();
 };
 
 /// Calls `compute`, which makes `reply` what it answers; else that becomes what it failed with.
@@ -97,7 +109,7 @@ void ServedModel::serve()
     if (!loaded) {
         return;
     }
-    const ReadAhead reading(*model);
+    Preparation preparation(model);
     std::vector<std::byte> buffer(largestMessage);
     RepeatedRequests requests;
     while (true) {
@@ -105,6 +117,7 @@ void ServedModel::serve()
         if (received.what != Received::What::packet || received.size > buffer.size()) {
             return;
         }
+        preparation.giveWay();
         const auto* const message = requests.read(std::span(buffer).first(received.size));
         const auto goesOn = [&](const auto& asked) { return follow(asked, received.attached); };
         if (message == nullptr || !std::visit(goesOn, *message)) {
@@ -132,12 +145,12 @@ bool ServedModel::load()
             throw mil::Error("the bundle's name leaves the model folder");
         }
         // Where links may lead was decided before the confinement, which holds now.
-        model = mil::Model::load(request.bundle,
-                                 {.threads = std::max(1U, request.threads),
-                                  .linksOut = mil::LinksOut::followed,
-                                  .largeProducts = request.integers
-                                                       ? mil::LargeProducts::integers
-                                                       : mil::LargeProducts::singlePrecision});
+        model = std::make_shared<mil::Model>(mil::Model::load(
+            request.bundle,
+            {.threads = std::max(1U, request.threads),
+             .linksOut = mil::LinksOut::followed,
+             .largeProducts = request.integers ? mil::LargeProducts::integers
+                                               : mil::LargeProducts::singlePrecision}));
         reply = signatureOf(*model);
         if (encode(reply).empty()) {
             throw mil::Error("the model has more inputs, outputs or shapes than can be used");

@@ -9,8 +9,8 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <mutex>
-#include <optional>
 #include <span>
 #include <vector>
 
@@ -46,7 +46,7 @@ private:
     Descriptor channel;
     const LoadRequest request;
     BackgroundLane& lane;
-    std::optional<mil::Model> model;
+    std::shared_ptr<mil::Model> model; // null until it is loaded
     SharedMemory memory;
     std::vector<mil::NamedInput> inputs; // of the last prediction
     Reply reply;                         // the last one

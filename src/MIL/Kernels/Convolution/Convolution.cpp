@@ -51,6 +51,7 @@ struct Convolution {
         }
     }
 
+    bool depthwise() const { return groups == channels && channels > 1; }
     std::int64_t inPlane() const { return windows[0].in * windows[1].in * windows[2].in; }
     std::int64_t outPlane() const { return windows[0].out * windows[1].out * windows[2].out; }
     /// A filter of one tap that visits every place once.
@@ -184,8 +185,7 @@ void runConvolution(const Call& call)
     if (call.stored("weight") == nullptr) {
         call.input("weight"); // must be there
     }
-    const bool depthwise = c.groups == c.channels && c.channels > 1;
-    if (depthwise && !call.referenceKernels()) {
+    if (c.depthwise() && !call.referenceKernels()) {
         runDepthwise(call, c);
         return;
     }
@@ -198,6 +198,20 @@ void runConvolution(const Call& call)
                   [&](std::int64_t index, std::int64_t) { convolveGroup(call, c, index, false); });
 }
 
+void prepareConvolution(const Call& call)
+{
+    const Convolution c(call);
+    if (c.batch != 1 || c.groups != 1 || !call.isConstant("weight")) {
+        return; // not multiplied as one product of constant weights
+    }
+    const StoredValues* const stored = call.stored("weight");
+    const TensorView& weight = stored != nullptr ? call.type("weight") : call.input("weight");
+    const ProductSize size{c.filters, c.channels * c.taps, c.outPlane()};
+    prepareWeights(call, size,
+                   {stored != nullptr ? static_cast<const void*>(stored) : weight.data, 0},
+                   MatrixRows({weight, stored, 0, size.inner, 1}));
+}
+
 } // namespace
 
 std::vector<OperationKind> convolutionOperations()
@@ -207,7 +221,8 @@ std::vector<OperationKind> convolutionOperations()
              .infer = inferConvolution,
              .run = runConvolution,
              .nature = OperationKind::Nature::laborious,
-             .takesFinish = [](const Call&) { return true; }},
+             .takesFinish = [](const Call&) { return true; },
+             .prepare = prepareConvolution},
             transposedConvolution()};
 }
 

@@ -246,17 +246,35 @@ void multiplyInIntegers(const Call& call, const ProductSize& size, const LeftRow
     IntegerProduct(call, size, left, weights, right, sink, kernels).run();
 }
 
+namespace {
+
+/// What is known of the weights, made at their first use; null where they are not multiplied in 8
+/// bits.
+const IntegerRows* integersOf(const Call& call, const ProductSize& size,
+                              const IntegerWeights::Place& weights, const LeftRows& left)
+{
+    IntegerWeights* const integers = call.integerWeights();
+    const bool fits = integers != nullptr && !call.referenceKernels() && fitsIntegers(size);
+    return fits ? &integers->rowsOf(weights, size, call, left) : nullptr;
+}
+
+} // namespace
+
 void multiplyWeights(const Call& call, const ProductSize& size,
                      const IntegerWeights::Place& weights, const LeftRows& left,
                      const RightColumns& right, const ResultSink& sink)
 {
-    IntegerWeights* const integers = call.integerWeights();
-    if (integers == nullptr || call.referenceKernels() || !fitsIntegers(size)) {
+    if (const IntegerRows* const rows = integersOf(call, size, weights, left)) {
+        multiplyInIntegers(call, size, left, *rows, right, sink);
+    } else {
         multiply(call, size, left, right, sink);
-        return;
     }
-    const IntegerRows& rows = integers->rowsOf(weights, size, call, left);
-    multiplyInIntegers(call, size, left, rows, right, sink);
+}
+
+void prepareWeights(const Call& call, const ProductSize& size, const IntegerWeights::Place& weights,
+                    const LeftRows& left)
+{
+    integersOf(call, size, weights, left);
 }
 
 } // namespace vorlin::mil

@@ -24,4 +24,8 @@ void multiplyWeights(const Call& call, const ProductSize& size,
                      const IntegerWeights::Place& weights, const LeftRows& left,
                      const RightColumns& right, const ResultSink& sink);
 
+/// Makes what `multiplyWeights` keeps of the weights, if it is to keep anything.
+void prepareWeights(const Call& call, const ProductSize& size, const IntegerWeights::Place& weights,
+                    const LeftRows& left);
+
 } // namespace vorlin::mil

@@ -142,33 +142,56 @@ bool isFloatLinear(const Call& call)
            (!call.has("bias") || isComputed(call.type("bias").type.element));
 }
 
+/// The weights of a linear: the left factor.
+struct LinearWeights {
+    const StoredValues* stored;
+    TensorView weight;
+    ProductSize size;
+
+    explicit LinearWeights(const Call& call)
+        : stored(call.stored("weight")),
+          weight(stored != nullptr ? call.type("weight") : call.input("weight")),
+          size{weight.extent(0), weight.extent(1),
+               product(call.type("x").shape(), 0, call.type("x").rank() - 1)}
+    {
+    }
+
+    MatrixRows rows() const { return MatrixRows({weight, stored, 0, size.inner, 1}); }
+    IntegerWeights::Place place() const
+    {
+        return {stored != nullptr ? static_cast<const void*>(stored) : weight.data, 0};
+    }
+};
+
 /// y = x W' + b: the rows of W against the rows of x.
 void runLinear(const Call& call)
 {
     const TensorView& x = call.input("x");
-    const StoredValues* const stored = call.stored("weight");
-    const TensorView& weight = stored != nullptr ? call.type("weight") : call.input("weight");
-    const std::int64_t inner = weight.extent(1);
-    const std::int64_t rows = weight.extent(0);
-    const std::int64_t columns = product(x.shape(), 0, x.rank() - 1);
+    const LinearWeights weights(call);
+    const auto& [rows, inner, columns] = weights.size;
     if (!isFloatLinear(call)) {
         multiplyPlain(call, {{columns, inner, rows},
                              {x, nullptr, 0, inner, 1},
-                             {weight, stored, 0, 1, inner},
+                             {weights.weight, weights.stored, 0, 1, inner},
                              {call.output(), 0, rows, 1}});
         return;
     }
-    const MatrixRows left({weight, stored, 0, inner, 1});
+    const MatrixRows left = weights.rows();
     const MatrixColumns right({x, nullptr, 0, 1, inner});
     const MatrixSink sink({call.output(), 0, 1, rows},
                           call.has("bias") ? &call.input("bias") : nullptr, call.finish());
-    const ProductSize size{rows, inner, columns};
     if (call.isConstant("weight")) {
-        const void* const place =
-            stored != nullptr ? static_cast<const void*>(stored) : weight.data;
-        multiplyWeights(call, size, {place, 0}, left, right, sink);
+        multiplyWeights(call, weights.size, weights.place(), left, right, sink);
     } else {
-        multiply(call, size, left, right, sink);
+        multiply(call, weights.size, left, right, sink);
+    }
+}
+
+void prepareLinear(const Call& call)
+{
+    if (call.isConstant("weight") && isFloatLinear(call)) {
+        const LinearWeights weights(call);
+        prepareWeights(call, weights.size, weights.place(), weights.rows());
     }
 }
 
@@ -415,7 +438,8 @@ std::vector<OperationKind> productOperations()
              .infer = inferLinear,
              .run = runLinear,
              .nature = laborious,
-             .takesFinish = isFloatLinear},
+             .takesFinish = isFloatLinear,
+             .prepare = prepareLinear},
             {.name = "matmul",
              .signature = "x~ y~ transpose_x? transpose_y?",
              .infer = inferMatmul,

@@ -129,8 +129,9 @@ TEST(EngineIdentityTest, tellsOneEngineFromAnother)
     const auto one = engine.engineIdentity();
     EXPECT_NE(one, "");
     EXPECT_EQ(EngineModels(workers, program).engineIdentity(), one);
-    EXPECT_NE(EngineModels(workers, program, {}, EngineModels::Products::integers).engineIdentity(),
-              one);
+    using enum EngineModels::Products;
+    EXPECT_EQ(EngineModels(workers, program, {}, singlePrecision).engineIdentity(), one);
+    EXPECT_NE(EngineModels(workers, program, {}, integers).engineIdentity(), one);
     std::ofstream(program) << "another";
     EXPECT_NE(engine.engineIdentity(), one);
     std::ofstream(program) << "two";
