@@ -19,7 +19,7 @@ class PortalEditor:
         self.path.touch()
         self.process = desktop.spawn(self.command(self.path), log=self.name,
                                      env=desktop.environment | self.variables)
-        wait_until(self._takes_keys, f"{self.name} to have the keyboard", 90, interval=0.5)
+        wait_until(self._takes_keys, f"{self.name} to have the keyboard", interval=0.5)
         wait_until(self._is_emptied, f"{self.name} to be empty", interval=0.5)
 
     def command(self, path):
@@ -31,7 +31,7 @@ class PortalEditor:
         wait_until(lambda: stays_equal(self.path.read_text, 0.3), "the file to be written")
         return self.path.read_text().removesuffix("\n")
 
-    def await_text(self, timeout=30.0):
+    def await_text(self, timeout=180.0):
         """Waits until there is a text; returns it."""
         wait_until(self.text, f"text in {self.name}", timeout, interval=0.5)
         return self.text()

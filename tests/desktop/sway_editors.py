@@ -19,9 +19,9 @@ class SwayEditor:
         self.path.touch()
         self.process = desktop.spawn(self.command(self.path), log=self.name,
                                      env=desktop.environment | self.variables)
-        self.window = wait_until(self._find_window, f"{self.name}'s window", 60)
+        self.window = wait_until(self._find_window, f"{self.name}'s window")
         self.focus()
-        wait_until(self.ready, f"{self.name} to be ready", 60)
+        wait_until(self.ready, f"{self.name} to be ready")
 
     def command(self, path):
         raise NotImplementedError
@@ -38,7 +38,7 @@ class SwayEditor:
         self.desktop.keyboard.chord("Control_L", "s")
         return self.path.read_text().removesuffix("\n")
 
-    def await_text(self, timeout=30.0):
+    def await_text(self, timeout=180.0):
         """Waits until there is a text; returns it."""
         wait_until(self.text, f"text in {self.name}", timeout, interval=0.5)
         return self.text()
@@ -65,7 +65,7 @@ class TerminalEditor(SwayEditor):
     def text(self):
         return self.path.read_text()
 
-    def await_text(self, timeout=30.0):
+    def await_text(self, timeout=180.0):
         wait_until(self.text, f"text in {self.name}", timeout)
         wait_until(lambda: stays_equal(self.text, 0.3), "the text to be complete", timeout)
         return self.text()

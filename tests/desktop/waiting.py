@@ -7,7 +7,7 @@ class WaitedTooLong(AssertionError):
     """The awaited thing did not happen; the message names it."""
 
 
-def wait_until(condition, what, timeout=60.0, interval=0.01):
+def wait_until(condition, what, timeout=180.0, interval=0.01):
     """Returns the first true value of condition(). Raises WaitedTooLong after `timeout` seconds.
 
     The limit is generous on purpose: it decides how long a failing test takes, never whether a
