@@ -26,8 +26,13 @@ void HoldLimits::begin(bool next)
     silent = false;
     longestText = 0;
     origin.reset();
+    ++begun;
     if (limited) {
-        focus.look(lifetime.guard([this] { origin = focus.window(); }));
+        focus.look(lifetime.guard([this, asked = begun] {
+            if (asked == begun) { // else it is too late
+                origin = focus.window();
+            }
+        }));
     }
     follow(); // it may listen already
 }

@@ -47,6 +47,8 @@ private:
     bool limited = false;
     bool silent = false;
     std::optional<std::uint64_t> origin;
+    /// Dictations so far.
+    std::uint64_t begun = 0;
     TimePoint latestSpeech;
     /// Of the live text, bytes.
     std::size_t longestText = 0;

@@ -1,5 +1,7 @@
 #include "HoldLimitsFixture.h"
 
+#include <utility>
+
 namespace vorlin {
 namespace {
 
@@ -261,6 +263,26 @@ TEST_F(LossyHold, theWindowOfThePressIsWhatALookFindsThen)
     desktop.focus.looksEndAtOnce = true;
     wait(30s);
     EXPECT_EQ(pastes(), 1U);
+}
+
+TEST_F(LossyHold, aLookThatEndsInTheNextDictationSaysNothingOfThatOne)
+{
+    desktop.focus.looksEndAtOnce = false;
+    press();
+    ASSERT_EQ(desktop.focus.looks.size(), 1U);
+    const auto late = std::exchange(desktop.focus.looks, {}).front();
+    desktop.focus.looksEndAtOnce = true;
+    release();
+    ASSERT_EQ(pastes(), 1U);
+    desktop.focus.looksEndAtOnce = false;
+    press();
+    desktop.focus.looks.clear(); // its own never ends
+    desktop.focus.looksEndAtOnce = true;
+    late();
+    wait(30s);
+    EXPECT_EQ(phase(), Phase::idle);
+    EXPECT_EQ(pastes(), 1U);
+    EXPECT_EQ(notice(), copied);
 }
 
 TEST_F(LossyHold, aTextEndedBySilenceStaysOnTheClipboardWhereAnotherWindowHasTheFocus)

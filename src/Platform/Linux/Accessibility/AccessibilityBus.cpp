@@ -4,7 +4,9 @@
 
 #include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
+#include <QTimer>
 
+#include <chrono>
 #include <memory>
 #include <utility>
 
@@ -17,6 +19,9 @@ const QString busPath = QStringLiteral("/org/a11y/bus");
 const QString statusInterface = QStringLiteral("org.a11y.Status");
 const QString isEnabled = QStringLiteral("IsEnabled");
 const QString properties = QStringLiteral("org.freedesktop.DBus.Properties");
+
+/// A bus that ends us at once is not asked without a pause.
+constexpr std::chrono::seconds pause{1};
 
 QString freshName()
 {
@@ -76,10 +81,34 @@ void AccessibilityBus::open(const QString& address)
         [this, token = lifetime.token(), opened, ownName, asked = generation] {
             if (!token.expired() && asked == generation) {
                 connection = *opened;
+                if (connection) {
+                    connection->connect({}, "/org/freedesktop/DBus/Local",
+                                        "org.freedesktop.DBus.Local", "Disconnected", this,
+                                        SLOT(disconnected()));
+                    disconnected(); // it may have been before
+                }
             } else {
                 QDBusConnection::disconnectFromBus(ownName);
             }
         });
+}
+
+/// Is also told late of a connection that was left.
+void AccessibilityBus::disconnected()
+{
+    if (connection && !connection->isConnected()) {
+        leave();
+        returnLater();
+    }
+}
+
+void AccessibilityBus::returnLater()
+{
+    QTimer::singleShot(pause, this, [this, asked = generation] {
+        if (asked == generation) {
+            askWhetherOn();
+        }
+    });
 }
 
 void AccessibilityBus::leave()

@@ -19,9 +19,9 @@
 namespace vorlin {
 
 /// Our connection to the bus on which programs describe their windows to those who read them out,
-/// for as long as the person has that switched on (org.a11y.Status.IsEnabled). Switches nothing on,
-/// and starts nobody: where no program has the name org.a11y.Bus, nobody is asked. Main loop; waits
-/// for nothing.
+/// for as long as the person has that switched on (org.a11y.Status.IsEnabled). One that ends is
+/// left, and asked for anew. Switches nothing on, and starts nobody: where no program has the name
+/// org.a11y.Bus, nobody is asked. Main loop; waits for nothing.
 class AccessibilityBus final : public QObject {
     Q_OBJECT
 
@@ -36,6 +36,7 @@ public:
 private Q_SLOTS:
     void propertiesChanged(const QString& interface, const QVariantMap& values,
                            const QStringList& invalid, const QDBusMessage& message);
+    void disconnected();
 
 private:
     void follow(const QString& next);
@@ -43,6 +44,8 @@ private:
     void take(bool isOn);
     void open(const QString& address);
     void leave();
+    /// Asks anew where the bus is, unless something was told meanwhile.
+    void returnLater();
     /// Asks the owner of the name; an answer that is older than what it has told since is dropped.
     void ask(const QString& interface, const QString& method, const QVariantList& arguments,
              std::function<void(const QVariant&)> answered);

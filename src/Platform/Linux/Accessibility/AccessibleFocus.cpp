@@ -1,5 +1,6 @@
 #include "Platform/Linux/Accessibility/AccessibleFocus.h"
 
+#include <functional>
 #include <utility>
 
 namespace vorlin {
@@ -20,7 +21,7 @@ std::optional<std::uint64_t> AccessibleFocus::window()
     if (!focused) {
         return std::nullopt;
     }
-    return numbers.try_emplace(focused->id, numbers.size() + 1).first->second;
+    return std::hash<std::string>()(focused->id);
 }
 
 void AccessibleFocus::look(std::function<void()> found)
@@ -38,6 +39,7 @@ void AccessibleFocus::take(const std::optional<ActiveWindow>& found)
 {
     focused = found;
     if (search) {
+        search->abandon();
         search.release()->deleteLater(); // it may be the one that tells
     }
     for (const auto& each : std::exchange(waiting, {})) {

@@ -7,7 +7,6 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -47,8 +46,6 @@ private:
     FocusedProgram& unknown;
     const std::chrono::milliseconds patience;
     std::optional<ActiveWindow> focused;
-    /// By what the windows are known by on the bus.
-    std::map<std::string, std::uint64_t> numbers;
     std::vector<std::function<void()>> waiting;
     std::unique_ptr<ActiveWindowSearch> search;
 };

@@ -19,7 +19,7 @@ const QString rootPath = QStringLiteral("/org/a11y/atspi/accessible/root");
 const QString nullPath = QStringLiteral("/org/a11y/atspi/null");
 /// The state of a window that has the keyboard, as a bit of the first number.
 constexpr unsigned stateActive = 1U << 1U;
-/// Beyond any desktop of a person's.
+/// Programs and windows in all: beyond any desktop of a person's.
 constexpr std::size_t mostObjects = 256;
 /// It frames the windows of others on XWayland, and is active with each of them.
 constexpr const char* framesOfOthers = "mutter-x11-frames";
@@ -48,6 +48,12 @@ ActiveWindowSearch::ActiveWindowSearch(const QDBusConnection& bus,
     connect(&limit, &QTimer::timeout, this, [this] { finish(std::nullopt); });
     limit.start(patience);
     askForPrograms();
+}
+
+void ActiveWindowSearch::abandon()
+{
+    limit.stop();
+    whenDone = nullptr;
 }
 
 void ActiveWindowSearch::askForPrograms()
@@ -161,8 +167,8 @@ void ActiveWindowSearch::finish(const std::optional<ActiveWindow>& found)
     }
 }
 
-/// Reads an a(so); nothing where it is longer than any that makes sense, or names somebody that the
-/// bus would have to find, or start.
+/// Reads an a(so); nothing where there are more objects by now than make sense, or one names
+/// somebody that the bus would have to find, or start.
 std::optional<std::vector<ActiveWindowSearch::Object>>
 ActiveWindowSearch::objects(const QVariant& list)
 {
@@ -179,7 +185,7 @@ ActiveWindowSearch::objects(const QVariant& list)
         if (object.path == nullPath) {
             continue;
         }
-        if (!object.program.startsWith(':') || all.size() == mostObjects) {
+        if (!object.program.startsWith(':') || ++listed > mostObjects) {
             return std::nullopt;
         }
         all.push_back(object);

@@ -9,6 +9,7 @@
 #include <QVariantList>
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
@@ -43,6 +44,9 @@ public:
     ActiveWindowSearch(const QDBusConnection& bus, std::chrono::milliseconds patience,
                        WhenDone whenDone);
 
+    /// Tells nobody any more.
+    void abandon();
+
 private:
     /// An object of a program on the bus.
     struct Object {
@@ -56,7 +60,7 @@ private:
     /// Reads an answer; false where it makes no sense.
     using Read = std::function<bool(const QVariant&)>;
 
-    static std::optional<std::vector<Object>> objects(const QVariant& list);
+    std::optional<std::vector<Object>> objects(const QVariant& list);
 
     void askForPrograms();
     void askForWindows(const Object& root);
@@ -75,6 +79,8 @@ private:
     /// Questions without an answer.
     int open = 0;
     bool areNamed = false;
+    /// Programs and windows.
+    std::size_t listed = 0;
     std::vector<Active> active;
 };
 

@@ -140,6 +140,32 @@ TEST_F(AccessibilityBusTest, anotherOwnerOfTheNameIsAskedAnew)
     EXPECT_TRUE(isThere());
 }
 
+TEST_F(AccessibilityBusTest, aBusThatEndsIsLeftAndTheOneThatIsThereThenIsConnectedTo)
+{
+    play(true);
+    begin();
+    ASSERT_TRUE(isThere());
+    const PlayedBus another;
+    status->answers["/org/a11y/bus GetAddress"] = QString::fromStdString(another.address);
+    bus.end();
+    EXPECT_TRUE(isGone());
+    EXPECT_TRUE(isThere());
+}
+
+TEST_F(AccessibilityBusTest, aBusThatEndsIsNotConnectedToAnewWhereItIsOffByThen)
+{
+    play(true);
+    begin();
+    ASSERT_TRUE(isThere());
+    status->answers["/org/a11y/bus Get"] = QVariant::fromValue(QDBusVariant(false));
+    const auto before = status->asked.size();
+    bus.end();
+    ASSERT_TRUE(runUntil([&] { return status->asked.size() > before; }));
+    takeIn();
+    EXPECT_FALSE(ours->get());
+    EXPECT_EQ(status->asked.back(), "Get");
+}
+
 TEST_F(AccessibilityBusTest, whatMakesNoSenseIsNoBus)
 {
     for (const std::string address :

@@ -192,6 +192,30 @@ TEST_F(AccessibleFocusTest, whatMakesNoSenseMakesItUnknown)
     EXPECT_FALSE(knows());
 }
 
+TEST_F(AccessibleFocusTest, thatThereAreTooManyWindowsInAllMakesItUnknown)
+{
+    PlayedWindows editor(bus, "Editor", {true});
+    PlayedWindows one(bus, "One", std::vector<bool>(120));
+    PlayedWindows two(bus, "Two", std::vector<bool>(120));
+    PlayedWindows three(bus, "Three", std::vector<bool>(120));
+    registry.list({editor.id(), one.id(), two.id()});
+    EXPECT_TRUE(knows());
+    registry.list({editor.id(), one.id(), two.id(), three.id()});
+    EXPECT_FALSE(knows());
+}
+
+TEST_F(AccessibleFocusTest, aSearchThatIsAbandonedTellsNothing)
+{
+    PlayedWindows editor(bus, "Editor", {true});
+    registry.list({editor.id()});
+    std::vector<int> told;
+    ActiveWindowSearch first(*ours.get(), longPatience, [&](const auto&) { told.push_back(1); });
+    ActiveWindowSearch second(*ours.get(), longPatience, [&](const auto&) { told.push_back(2); });
+    first.abandon();
+    ASSERT_TRUE(runUntil([&] { return !told.empty(); }));
+    EXPECT_EQ(told, std::vector<int>{2}) << "the first was asked for first";
+}
+
 TEST_F(AccessibleFocusTest, whereItIsOffALookEndsAtOnceAndKnowsNothing)
 {
     PlayedWindows editor(bus, "Editor", {true});
