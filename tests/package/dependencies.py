@@ -10,6 +10,7 @@ from installed_files import NEEDS, RECOMMENDED
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 LIBRARY = re.compile(r"lib[^/]+\.so(\.\d+)+")
 MODULES = re.compile(r"/usr/lib/[^/]+/qt6/qml/(.+)/qmldir")
+TEXT = re.compile(r'"([^"\\\n]+)"')
 IMPORT = re.compile(r"^\s*(?:import|depends)\s+([A-Z][\w.]*)", re.MULTILINE)
 
 
@@ -31,6 +32,15 @@ def words_of_programs():
     programs = [pathlib.Path(path) for path in files_of("vorlin")]
     return {word for program in programs for word in program.read_bytes().split(b"\0")
             if program.open("rb").read(4) == b"\x7fELF"}
+
+
+def words_of_sources():
+    """The texts in the sources. The compiler may write a short one into the code in pieces, so that
+    the program has it nowhere as a whole."""
+    sources = [path for path in (ROOT / "src").rglob("*.cpp") if "macOS" not in path.parts]
+    lines = [line for path in sources for line in path.read_text().splitlines()
+             if not line.lstrip().startswith("//")]
+    return {text.encode() for line in lines for text in TEXT.findall(line)}
 
 
 def imported_modules(views, modules):
@@ -70,6 +80,7 @@ def wrong_dependencies():
                for paths in files.values() for path in paths
                if (module := MODULES.fullmatch(path))}
     views = [path.read_text() for path in (ROOT / "src" / "UI").rglob("*.qml")]
-    words, imported = words_of_programs(), imported_modules(views, modules)
+    words = words_of_programs() | words_of_sources()
+    imported = imported_modules(views, modules)
     yield from (f"depends on {name}, of which nothing is used" for name in sorted(needs)
                 if not NEEDS.get(name) and not is_used(files[name], words, imported))
