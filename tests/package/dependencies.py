@@ -37,7 +37,8 @@ def words_of_programs():
 def words_of_sources():
     """The texts in the sources. The compiler may write a short one into the code in pieces, so that
     the program has it nowhere as a whole."""
-    sources = [path for path in (ROOT / "src").rglob("*.cpp") if "macOS" not in path.parts]
+    sources = [path for path in (ROOT / "src").rglob("*.*")
+               if path.suffix in (".cpp", ".h") and "macOS" not in path.parts]
     lines = [line for path in sources for line in path.read_text().splitlines()
              if not line.lstrip().startswith("//")]
     return {text.encode() for line in lines for text in TEXT.findall(line)}
