@@ -11,6 +11,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 LIBRARY = re.compile(r"lib[^/]+\.so(\.\d+)+")
 MODULES = re.compile(r"/usr/lib/[^/]+/qt6/qml/(.+)/qmldir")
 TEXT = re.compile(r'"([^"\\\n]+)"')
+LATE = re.compile(r"\blib[a-z0-9]+\.so(?:\.\d+)+")
 IMPORT = re.compile(r"^\s*(?:import|depends)\s+([A-Z][\w.]*)", re.MULTILINE)
 
 
@@ -38,10 +39,10 @@ def words_of_sources():
     """The texts in the sources. The compiler may write a short one into the code in pieces, so that
     the program has it nowhere as a whole."""
     sources = [path for path in (ROOT / "src").rglob("*.*")
-               if path.suffix in (".cpp", ".h") and "macOS" not in path.parts]
+               if path.suffix in (".cpp", ".h", ".txt") and "macOS" not in path.parts]
     lines = [line for path in sources for line in path.read_text().splitlines()
              if not line.lstrip().startswith("//")]
-    return {text.encode() for line in lines for text in TEXT.findall(line)}
+    return {text.encode() for line in lines for text in TEXT.findall(line) + LATE.findall(line)}
 
 
 def imported_modules(views, modules):
