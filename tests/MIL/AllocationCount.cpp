@@ -1,5 +1,6 @@
 #include "AllocationCount.h"
 
+#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -10,14 +11,14 @@ namespace {
 // A block's size stands in front of it, in as many bytes as any type may ask to be aligned to.
 constexpr std::size_t front = alignof(std::max_align_t);
 
-thread_local std::size_t allocations = 0;
+thread_local std::atomic<std::size_t> allocations = 0;
 thread_local std::int64_t held = 0;
 thread_local std::int64_t most = 0;
 thread_local std::int64_t start = 0;
 
 void* allocate(std::size_t bytes) noexcept
 {
-    ++allocations;
+    allocations.fetch_add(1, std::memory_order_relaxed);
     auto* const block =
         bytes > SIZE_MAX - front ? nullptr : static_cast<std::byte*>(std::malloc(bytes + front));
     if (block == nullptr) {
@@ -74,6 +75,11 @@ void operator delete(void* memory, const std::nothrow_t&) noexcept
 namespace vorlin::mil::test {
 
 std::size_t allocationCount()
+{
+    return allocations;
+}
+
+const std::atomic<std::size_t>& allocationsOfThisThread()
 {
     return allocations;
 }
