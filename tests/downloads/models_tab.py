@@ -91,8 +91,8 @@ class ModelsTab(Traces):
     """The program in a desktop of its own, with the Models tab of its settings in front. What is
     read and pressed is what a screen reader reads and presses."""
 
-    def __init__(self, binary, artefacts):
-        self.desktop = VirtualDesktop(artefacts=artefacts, accessible=True, sound=False, variables={
+    def __init__(self, binary, artefacts, sound=False):
+        self.desktop = VirtualDesktop(artefacts=artefacts, accessible=True, sound=sound, variables={
             "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}).__enter__()
         super().__init__(self.desktop.data_folder)
         try:
