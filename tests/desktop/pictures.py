@@ -18,9 +18,10 @@ import sys
 import time
 
 from editors import GTKEditor
+from likeness import Scene, differences, film_differences
 from overlay import OtherWindow, Overlay
 from program import Program, wrong_words
-from recording import KeyPicture, Recording
+from recording import KEY_DOWN, KeyPicture, Recording
 from virtual_desktop import VirtualDesktop
 from waiting import wait_until
 
@@ -40,8 +41,8 @@ KEY_SIZE = (104, 36)
 # Frames before the key is let go: the moment of the single picture.
 SECOND = 10
 MOST_BYTES = 1_000_000
-# What may differ between pictures of one sentence: the words so far, and the level of the voice.
-MOST_DIFFERENCE = 0.02
+# Columns of pixels with ink in an overlay that has words; none has so many by its level.
+LEAST_WRITTEN = 60
 ATTEMPTS = 3
 
 
@@ -71,11 +72,11 @@ class Letter(GTKEditor):
         wait_until(lambda: self.window.get_geometry().width == width, "the editor to be moved")
 
 
-def ink(pixels, frame):
-    """How much of a recorded frame is written on where `frame` of the screen is."""
-    left, top, width = frame[0] - AREA[0], frame[1] - AREA[1], frame[2]
-    rows = (3 * (row * AREA[2] + left) for row in range(top, top + frame[3]))
-    return sum(value < 50 for start in rows for value in pixels[start:start + 3 * width:3])
+def scene(place):
+    """What is where in the pictures, with the overlay at this frame of the screen."""
+    held = tuple(bytes.fromhex(KEY_DOWN[0].removeprefix("#")))
+    overlay = (place[0] - AREA[0], place[1] - AREA[1], *place[2:])
+    return Scene(AREA[2], (*KEY_PLACE, *KEY_SIZE), overlay, held)
 
 
 def prepare(editor, program):
@@ -128,8 +129,9 @@ def faults(recording, typed, place):
     """What is wrong with a recording, one line each."""
     if wrong_words(" ".join(SENTENCES), typed):
         yield f'typed: "{typed}"'
-    spoken = [ink(frame.pixels, place) for frame in recording.frames if frame.held]
-    if max(spoken) < 4 * spoken[0]:
+    spoken = [scene(place).written_columns(frame.pixels)
+              for frame in recording.frames if frame.held]
+    if not spoken[0] < LEAST_WRITTEN <= max(spoken):
         yield "no words grew in the overlay"
     most = 0.9 * AREA[2] * AREA[3]
     if any(frame.pixels.count(frame.pixels[:3]) > most for frame in recording.frames):
@@ -145,24 +147,25 @@ def save(recording):
     return [] if size < MOST_BYTES else [f"dictation.gif has {size} bytes"]
 
 
-def squares(picture, moment):
-    """Colours of squares of 4 x 4 pixels: of a picture that stands still, or at the end of one."""
-    last = ["-coalesce", "-delete", "0--2"] if moment == "last" else []
-    rgb = subprocess.run(["convert", picture, *last, "-scale", "25%", "-depth", "8", "rgb:-"],
+def frames(picture):
+    """The frames of a picture, RGB each; a picture that stands still has one."""
+    rgb = subprocess.run(["convert", picture, "-coalesce", "-depth", "8", "rgb:-"],
                          check=True, stdout=subprocess.PIPE).stdout
-    return [rgb[start:start + 3] for start in range(0, len(rgb), 3)]
+    size = 3 * AREA[2] * AREA[3]
+    return [rgb[start:start + size] for start in range(0, len(rgb), size)]
 
 
-def outdated():
-    """Which pictures in docs differ from those just taken, one line each."""
+def outdated(place):
+    """In what the pictures in docs differ from those just taken, one line each."""
     if platform.freedesktop_os_release().get("VERSION_CODENAME") != SUITE_SHOWN:
         print("They are not held against those in docs, which show another Debian.")
         return
-    for name, moment in (("dictation.gif", "last"), ("dictation.png", "only")):
-        shown, taken = squares(SHOWN / name, moment), squares(ARTEFACTS / name, moment)
-        differ = sum(max(abs(a - b) for a, b in zip(*pair)) > 24 for pair in zip(shown, taken))
-        if len(shown) != len(taken) or differ > MOST_DIFFERENCE * len(taken):
-            yield f"docs/{name} shows something else: {differ} of {len(taken)} squares differ"
+    film, still = ([frames(folder / name) for folder in (SHOWN, ARTEFACTS)]
+                   for name in ("dictation.gif", "dictation.png"))
+    for line in film_differences(scene(place), *film):
+        yield f"docs/dictation.gif shows something else: {line}"
+    for line in differences(scene(place), still[0][0], still[1][0], spoken=True):
+        yield f"docs/dictation.png shows something else: {line}"
 
 
 def main():
@@ -174,7 +177,8 @@ def main():
         wrong = list(faults(recording, typed, place)) or save(recording)
         if not wrong:
             print(f"The pictures lie in {ARTEFACTS}; {len(recording.frames)} frames.")
-            print("\n".join(old := list(outdated())), end="", file=sys.stderr)
+            old = list(outdated(place))
+            print(*old, sep="\n", file=sys.stderr, end="\n" if old else "")
             return 1 if old else 0
         print("\n".join(wrong), file=sys.stderr)
     return 1
